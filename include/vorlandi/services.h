@@ -1,0 +1,97 @@
+/*
+ * libvorlandi: the services around the store. The trace log, which receives every message of the library, and
+ * the key modes, which decide how satellites added from now on are keyed.
+ *
+ * Texts are fixed-length, blank-padded character arrays without terminator. Of a text that comes in at most
+ * its length is read and a NUL ends it early, so that a string literal may be passed; a null pointer counts
+ * as blanks. Every function may be called from any thread.
+ */
+#ifndef VORLANDI_SERVICES_H
+#define VORLANDI_SERVICES_H
+
+#include <stdint.h>
+
+#ifdef __GNUC__
+#pragma GCC visibility push(default)
+#endif
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Severities of a message. */
+enum { VORLAN_TRACE_INFO = 1, VORLAN_TRACE_ERROR = 2 };
+
+/*
+ * Receives one message of the trace log.
+ *
+ *   severity  VORLAN_TRACE_INFO or VORLAN_TRACE_ERROR
+ *   text      textLen characters without terminator, trailing blanks already cut; valid during the call only
+ *   userData  what was given to VorlanTraceSetHandler
+ *
+ * Runs on the thread that met the message, outside every lock of the library, and may call the library. It
+ * must not throw and must not leave by longjmp.
+ */
+typedef void (*VorlanTraceHandler)(int32_t severity, const char* text, int32_t textLen, void* userData);
+
+/*
+ * Appends the trace log to a file from now on, instead of to the one that was open before.
+ *
+ *   fileName  in  name of the file, created when it doesn't exist
+ *
+ * Returns 0; or the errno of the failed open, and the log goes on as before. A line of the file is the UTC
+ * time of day as 2026-01-31T23:59:59.123Z, a blank, "INFO " or "ERROR", a blank and the text. Lines of
+ * several threads never mix.
+ */
+int32_t VorlanTraceOpen(const char fileName[512]);
+
+/* Closes the trace file, if one is open. */
+void VorlanTraceClose(void);
+
+/*
+ * Sends every message to a handler, beside the trace file; NULL takes the handler away.
+ *
+ *   handler   in  called for each message, see VorlanTraceHandler
+ *   userData  in  handed to the handler as it is
+ *
+ * A message that another thread is just delivering may still reach the old handler.
+ */
+void VorlanTraceSetHandler(VorlanTraceHandler handler, void* userData);
+
+/*
+ * The last error message of the calling thread.
+ *
+ *   message  out  [512] the text, blank padded and cut at 512 characters; blanks if there was none
+ */
+void VorlanTraceLastError(char message[512]);
+
+/*
+ * Chooses between one key mode for all element types and a mode for each.
+ *
+ *   use   in  non-zero: the mode given here holds; 0: the mode of VorlanSetElsetKeyMode holds
+ *   mode  in  0 ordinary keys, made from satellite number and epoch; 1 DMA keys, which name an object in
+ *             memory
+ *
+ * Satellites that are already stored keep their keys.
+ */
+void VorlanSetAllKeyMode(int32_t use, int32_t mode);
+
+/* Sets the key mode that holds while no mode for all is in use: 0 ordinary keys, 1 DMA keys. */
+void VorlanSetElsetKeyMode(int32_t mode);
+
+/*
+ * Sets what happens when a satellite is added twice: 0 the second is refused with a message and the key 0,
+ * otherwise it is refused silently and answered with the key of the first.
+ */
+void VorlanSetDupKeyMode(int32_t mode);
+
+/* The key modes in force; all are 0 at the start. A null output is skipped. */
+void VorlanGetKeyModes(int32_t* useAll, int32_t* allMode, int32_t* elsetMode, int32_t* dupMode);
+
+#ifdef __cplusplus
+}
+#endif
+#ifdef __GNUC__
+#pragma GCC visibility pop
+#endif
+
+#endif

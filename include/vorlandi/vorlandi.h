@@ -1,0 +1,304 @@
+/*
+ * libvorlandi: a store of externally supplied satellite ephemerides that answers state and covariance queries.
+ *
+ * Times are Ds50UTC, days since 1950 Jan 0.0 UTC (see vorlandi/time.h), or MSE, minutes since the first
+ * stored point of a satellite. Positions are km, velocities km/s, both in the coordinate system of the
+ * ephemeris; nothing is converted between frames. A satellite is named by its satKey, a 64-bit integer.
+ *
+ * Texts are fixed-length, blank-padded character arrays without terminator. Of a text that comes in at most
+ * its length is read and a NUL ends it early, so that a string literal may be passed; a null pointer counts
+ * as blanks. A text that goes out fills its whole length. A null output is skipped. A null input array gives
+ * status 2.
+ *
+ * Status: 0 success, 2 failure, or the errno of a failed open. Why something failed stands in the trace log
+ * (see vorlandi/services.h). A function that fails leaves zeros, or blanks, in its outputs.
+ *
+ * Threads: every function may be called from any thread. Queries run together without limit; adding and
+ * removing satellites waits for the queries in progress. Points and fields of one satellite must not be
+ * written by two threads at once, nor while another thread queries that satellite.
+ */
+#ifndef VORLANDI_VORLANDI_H
+#define VORLANDI_VORLANDI_H
+
+#include <stdint.h>
+
+#ifdef __GNUC__
+#pragma GCC visibility push(default)
+#endif
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Library and satellites ---- */
+
+/* Prepares the library. Returns 0. Nothing has to be called before the other functions. */
+int32_t VorlanInit(void);
+
+/*
+ * Name and version of the library.
+ *
+ *   infoStr  out  [128] for example "Vorlandi 1.0.0"
+ */
+void VorlanGetInfo(char infoStr[128]);
+
+/*
+ * Adds a satellite without points.
+ *
+ *   satNum        in  satellite number, 0 to 999999999
+ *   combinedCode  in  last digit: coordinate system, 1 ECI, 2 J2K, 3 EFG, 4 ECR; the tens are kept beside it
+ *   epochDs50UTC  in  epoch, days since 1950, UTC: from 0.0 to the end of 2199. The first point replaces it.
+ *   earthRadius   in  earth radius of the ephemeris, km
+ *   ke            in  gravitational constant in earth radii and minutes
+ *
+ * Returns the key; 0 if an equal satellite (number, coordinate system and epoch) is refused as a duplicate;
+ * -1 on failure. A different satellite of the same number and epoch gets the next free key.
+ * Messages: "AddRecToMem: Duplicated record/key ... found." and those of failed allocations.
+ * Cost: O(log satellites); waits for the queries in progress.
+ */
+int64_t VorlanAddSat(int32_t satNum, int32_t combinedCode, double epochDs50UTC, double earthRadius,
+                     double ke);
+
+/*
+ * Removes a satellite and its points.
+ *
+ * Returns 0; 2 if the key is unknown.
+ * Messages: "RemoveNode: Unable to locate this key ... in its binary tree.", "RemoveNode: Invalid DMA key
+ * (<=0).", "RemoveDMA: /DMA doesn't exist or was already deallocated", "RemoveDMA: This DMA object isn't a
+ * correct object.".
+ */
+int32_t VorlanRemoveSat(int64_t satKey);
+
+/* Removes all satellites. Returns 0. */
+int32_t VorlanRemoveAllSats(void);
+
+/* The number of satellites. */
+int32_t VorlanGetCount(void);
+
+/*
+ * Lists the keys of all satellites.
+ *
+ *   order    in   0 ascending by satellite number, coordinate system and epoch; 1 the reverse of it;
+ *                 2 in the order of loading; 3 and above ascending by key
+ *   satKeys  out  [VorlanGetCount()] the keys; untouched if there are no satellites
+ *
+ * Messages: "Warning-VorlanGetLoaded: The binary tree is empty. No satKey returns." (information).
+ * Threads: no satellite may be added or removed between counting and the end of the listing.
+ */
+void VorlanGetLoaded(int32_t order, int64_t satKeys[]);
+
+/*
+ * The key of a satellite number. Of several satellites with that number, the one nearest to the root of the
+ * store in pre-order is taken.
+ *
+ * Returns the key, or -1 if there is none.
+ * Messages: "GetSatKey: Unable to locate satellite number ... in the Vorlan binary tree.".
+ */
+int64_t VorlanGetSatKey(int32_t satNum);
+
+/*
+ * The key that a satellite with this number and epoch gets when it is added in the mode of ordinary keys.
+ *
+ *   satNum    in  satellite number, 0 to 999999999
+ *   epochDtg  in  [20] epoch in one of the forms YYDDDHHMMSS.SSS, YYYYDDDHHMMSS.SSS, YYDDD.DDDDDDDD,
+ *                 YYYYDDD.DDDDDDDD, YYYY/DDD HHMM SS.SSS and YYYYMonDDHHMMSS.SSS
+ *
+ * Returns the key, or -1 if there is none. The store plays no part.
+ */
+int64_t VorlanFieldsToSatKey(int32_t satNum, const char epochDtg[20]);
+
+/* ---- Data entry ---- */
+
+/*
+ * Appends a point to a satellite. A point that is not later than the last one is dropped silently, status 0.
+ *
+ *   satKey   in  key of the satellite
+ *   ds50UTC  in  time of the point, days since 1950, UTC
+ *   pos      in  [3] km
+ *   vel      in  [3] km/s
+ *   revNum   in  revolution number, kept as it is
+ *
+ * Returns 0; 2 if the key is unknown or an array is null.
+ * Messages: those of an unknown key ("FindRecPtr: ...").
+ */
+int32_t VorlanAddSatEphem(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3],
+                          int32_t revNum);
+
+/*
+ * Appends a point with covariance; otherwise as VorlanAddSatEphem.
+ *
+ *   cov  in  [21] lower triangle of the 6x6 covariance of x, y, z, vx, vy, vz, row by row, in km and km/s;
+ *            all zero means that the point has none
+ */
+int32_t VorlanAddSatEphemCovMtx(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3],
+                                int32_t revNum, const double cov[21]);
+
+/* The same as VorlanAddSatEphemCovMtx. */
+int32_t VorlanAddSatEphemExt(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3],
+                             int32_t revNum, const double cov[21]);
+
+/* ---- Queries ---- */
+
+/*
+ * State of a satellite at a time in minutes since its first stored point.
+ *
+ *   satKey   in   key of the satellite
+ *   mse      in   minutes since the first stored point
+ *   ds50UTC  out  the same time in days since 1950, UTC
+ *   pos      out  [3] km
+ *   vel      out  [3] km/s
+ *   revNum   out  revolution number, the remainder of 100000
+ *
+ * Returns 0; 2 if the key is unknown, there are no points, the time lies outside the span of the points, the
+ * points around it are more than 61 minutes apart on average, or there are fewer than four and none at this
+ * time.
+ * Messages: "FindRecPtr: ...", "GetEphem: ...", "InterpolateEP: ...".
+ * Method: Hermite interpolation of degree 7 over four points; the velocity is the derivative of that
+ * polynomial (F. B. Hildebrand, Introduction to Numerical Analysis, 2nd ed. 1974, section 8.2).
+ * Cost: O(log satellites + log points), no allocation.
+ */
+int32_t VorlanMse(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3], int32_t* revNum);
+
+/*
+ * As VorlanMse, with the covariance.
+ *
+ *   covMtx  out  [6][6] covariance of x, y, z, vx, vy, vz in km and km/s, interpolated as cubics;
+ *                zero where the points carry none
+ */
+int32_t VorlanMseCovMtx(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3],
+                        int32_t* revNum, double covMtx[6][6]);
+
+/*
+ * State of a satellite at a time; otherwise as VorlanMse.
+ *
+ *   ds50UTC  in   days since 1950, UTC
+ *   mse      out  the same time in minutes since the first stored point
+ */
+int32_t VorlanDs50UTC(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3],
+                      int32_t* revNum);
+
+/* As VorlanDs50UTC, with the covariance as in VorlanMseCovMtx. */
+int32_t VorlanDs50UTCCovMtx(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3],
+                            int32_t* revNum, double covMtx[6][6]);
+
+/*
+ * A stored point.
+ *
+ *   index    in   1 for the first point
+ *   ds50UTC  out  its time, days since 1950, UTC
+ *
+ * The other arguments are those of VorlanMse. Returns 0; 2 if the key is unknown or there is no such point.
+ * Messages: "FindRecPtr: ...", "GetEphem: ...".
+ */
+int32_t VorlanGetEphemeris(int64_t satKey, int32_t index, double* ds50UTC, double pos[3], double vel[3],
+                           int32_t* revNum);
+
+/* As VorlanGetEphemeris, with the stored covariance as in VorlanMseCovMtx. */
+int32_t VorlanGetCovMtx(int64_t satKey, int32_t index, double* ds50UTC, double pos[3], double vel[3],
+                        int32_t* revNum, double covMtx[6][6]);
+
+/*
+ * State and covariance in one array.
+ *
+ *   ephType   in   what inVal is: 1 MSE, 2 Ds50UTC, 3 index of a stored point, from 1, its fraction cut
+ *   inVal     in   the request
+ *   extState  out  [128] 0: MSE; 1: Ds50UTC; 2 to 4: position, km; 5 to 7: velocity, km/s; 8: revolution
+ *                  number; 9 to 29: lower triangle of the covariance row by row; the rest 0
+ *
+ * Returns 0; 2 as the single queries do, or if ephType is none of these.
+ * Messages: "VorlanXten: Invalid ephemeris type. Valid values are 1, 2, and 3." and those of the single
+ * queries.
+ */
+int32_t VorlanXten(int64_t satKey, int32_t ephType, double inVal, double extState[128]);
+
+/*
+ * Times of the first and the last stored point, days since 1950, UTC.
+ *
+ * Returns 0; 2 if the key is unknown or there are no points.
+ * Messages: "FindRecPtr: ...", "VorlanStartEndTime: satKey ... does not contain any ephemeris data.".
+ */
+int32_t VorlanStartEndTime(int64_t satKey, double* startDs50UTC, double* endDs50UTC);
+
+/*
+ * The card that names the file a satellite was read from: "EPHFIL = " and the first 503 characters of the
+ * name.
+ *
+ * Returns 0; 2 if the key is unknown. Messages: "FindRecPtr: ...".
+ */
+int32_t VorlanGetLine(int64_t satKey, char line[512]);
+
+/* ---- Fields ---- */
+
+/*
+ * Sets a field of a satellite from a text; leading blanks don't count.
+ *
+ *   fieldIdx  in  11 coordinate system code, an integer; 14 text, cut at 8 characters; 15 input tag, cut at
+ *                 128; any other number changes nothing
+ *   valueStr  in  [512]
+ *
+ * Returns 0; 2 if the key is unknown. Messages: "FindRecPtr: ...".
+ */
+int32_t VorlanSetField(int64_t satKey, int32_t fieldIdx, const char valueStr[512]);
+
+/*
+ * A field of a satellite as text, on the left of the 512 characters.
+ *
+ *   fieldIdx  in   1 satellite number; 2 epoch as YYDDDHHMMSS.SSS; 3 earth radius, km; 4 ke; 5 to 7 position,
+ *                  km, and 8 to 10 velocity, km/s, of the first point; 11 coordinate system code; 12 number
+ *                  of points; 13 file name; 14 text of 8; 15 input tag; any other number gives blanks
+ *   valueStr  out  [512]
+ *
+ * Returns 0; 2 if the key is unknown or there are no points.
+ * Messages: "FindRecPtr: ...", "VorlanGetField: satKey ... does not contain any ephemeris data.".
+ */
+int32_t VorlanGetField(int64_t satKey, int32_t fieldIdx, char valueStr[512]);
+
+/*
+ * All fields of a satellite. pos (km) and vel (km/s) are those of the first point, zero if there is none.
+ *
+ * Returns 0; 2 if the key is unknown. Messages: "FindRecPtr: ...".
+ */
+int32_t VorlanGetAllFields(int64_t satKey, int32_t* satNum, char text8[8], char text128[128],
+                           double* epochDs50UTC, double* earthRadius, double* ke, double pos[3],
+                           double vel[3], int32_t* coordSys, int32_t* numPts, char fileName[512]);
+
+/* ---- Files ---- */
+
+/*
+ * Loads a file: an ephemeris in any known format, a card file that names ephemeris files, or a mixture of
+ * both.
+ *
+ *   fileName  in  [512] leading blanks don't count
+ *
+ * Returns 0, also when nothing in the file was recognised; 2 if reading failed, and what was stored before
+ * stays; the errno if the file can't be opened. A file named by a card that can't be opened is passed over.
+ * Messages: "VorlanLoadFile: Reading VORLANs from file ...", "Total ephemeris points = ...", bad lines in
+ * pairs "*** Read... : Bad ephemeris data. ***" and the line, and what ended a load, "*** Read...: ... ***".
+ * Threads: several threads may load files at once; nothing is locked while a file is read.
+ */
+int32_t VorlanLoadFile(const char fileName[512]);
+
+/*
+ * Writes a card file that names the input file of every satellite, so that loading it loads them again.
+ *
+ *   saveMode  in  0 replaces the file, otherwise it is appended to
+ *
+ * Returns 0, or the errno if the file can't be opened. Points are not written.
+ */
+int32_t VorlanSaveFile(const char fileName[512], int32_t saveMode);
+
+/*
+ * Loads one ephemeris file; cards in it are not followed.
+ *
+ * Returns the key of the satellite stored last; -1 if the file can't be opened, reading failed or nothing was
+ * stored.
+ */
+int64_t VorlanAddSatFrFile(const char fileName[512]);
+
+#ifdef __cplusplus
+}
+#endif
+#ifdef __GNUC__
+#pragma GCC visibility pop
+#endif
+
+#endif

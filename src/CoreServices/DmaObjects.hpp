@@ -1,0 +1,40 @@
+// DMA objects: records that live outside the store's tree and are named by their address times 10.
+//
+// 1. Objects stand in slots of blocks that are never given back, so that the memory behind any key made here
+//    stays readable; a key is checked against the blocks before anything is read through it.
+// 2. A released object has the self-address 0. Its slot is used again only after kQuarantine further
+//    releases, so that a stale key is recognised rather than answered with somebody else's record.
+// 3. Finding an object takes no lock. Making and releasing take one.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+
+namespace vorlandi {
+
+struct DmaObject {
+    std::atomic<std::int64_t> self{0};  // the object's own address; 0 means that it is gone
+    std::int32_t type = 0;
+    std::atomic<void*> record{nullptr};  // owned by whoever made the object
+    std::int32_t reserved = 0;
+    std::array<void*, 2> attachments{};  // the object is released only while both are null
+};
+
+// A key is a DMA key when it is a multiple of 10: 0 and negative multiples are, too, though they name no
+// object.
+constexpr bool isdma(std::int64_t key) noexcept { return key % 10 == 0; }
+
+// The address that the self field of the object behind a DMA key must hold.
+constexpr std::int64_t satkeytoaddr(std::int64_t key) noexcept { return key / 10; }
+
+// The object that a key names; one with the self-address 0 if it names none that is alive.
+DmaObject& keytocptr(std::int64_t key) noexcept;
+
+// A new object, its self-address set; null if memory has run out.
+DmaObject* newdmaobject() noexcept;
+inline std::int64_t dmakey(const DmaObject& object) noexcept { return object.self.load() * 10; }
+
+void releasedmaobject(DmaObject& object) noexcept;
+
+}  // namespace vorlandi

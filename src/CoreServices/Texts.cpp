@@ -1,0 +1,75 @@
+#include "CoreServices/Texts.hpp"
+
+#include <charconv>
+#include <cstring>
+
+namespace vorlandi {
+
+std::string_view leftAdjusted(std::string_view text) noexcept {
+    const auto first = text.find_first_not_of(' ');
+    return first == std::string_view::npos ? std::string_view{} : text.substr(first);
+}
+
+std::string_view trimmed(std::string_view text) noexcept {
+    const auto last = text.find_last_not_of(' ');
+    return last == std::string_view::npos ? std::string_view{} : text.substr(0, last + 1);
+}
+
+bool isblankornull(std::string_view text) noexcept {
+    return std::all_of(text.begin(), text.end(), [](char c) { return c == ' ' || c == '\0'; });
+}
+
+namespace {
+
+template <class Change>
+std::string changed(std::string_view text, Change change) {
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(), change);
+    return result;
+}
+
+}  // namespace
+
+std::string touppercase(std::string_view text) { return changed(text, upperCase); }
+
+std::string tolowercase(std::string_view text) { return changed(text, lowerCase); }
+
+std::string blanktozerochar(std::string_view text) { return replacestring(text, ' ', '0'); }
+
+std::string replacestring(std::string_view text, char from, char to) {
+    return changed(text, [=](char c) { return c == from ? to : c; });
+}
+
+std::int32_t strtoint(std::string_view text) noexcept {
+    text = trimmed(leftAdjusted(text));
+    const bool plus = text.starts_with('+');
+    if (plus) text.remove_prefix(1);
+    if (plus && text.starts_with('-')) return kNoInteger;
+    std::int32_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc{} && end == text.data() + text.size() ? value : kNoInteger;
+}
+
+std::string_view getinputfilename(std::string_view line) noexcept {
+    const auto equals = line.find('=');
+    if (equals == std::string_view::npos) return {};
+    const std::string_view value = line.substr(equals + 1);
+    const auto first = value.find_first_not_of(" \t");
+    if (first == std::string_view::npos) return {};
+    return value.substr(first, value.find_last_not_of(" \t") - first + 1);
+}
+
+std::string_view chararrtostr(const char* chars, std::size_t length) noexcept {
+    if (chars == nullptr) return {};
+    const void* const nul = std::memchr(chars, '\0', length);
+    return {chars, nul == nullptr ? length : static_cast<std::size_t>(static_cast<const char*>(nul) - chars)};
+}
+
+void strtochararr(std::string_view text, char* chars, std::size_t length) noexcept {
+    if (chars == nullptr) return;
+    const std::size_t used = std::min(text.size(), length);
+    if (used > 0) std::memcpy(chars, text.data(), used);
+    std::memset(chars + used, ' ', length - used);
+}
+
+}  // namespace vorlandi

@@ -1,0 +1,97 @@
+// Texts: the fixed-length, blank-padded character arrays of the interface, and the small operations on
+// working texts that every reader shares. A blank is ' '; nothing here depends on the locale.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace vorlandi {
+
+// What strtoint gives for a text that is no integer.
+constexpr std::int32_t kNoInteger = -123;
+
+constexpr char upperCase(char c) noexcept {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+constexpr char lowerCase(char c) noexcept {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+constexpr bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
+
+// Text without its leading, or trailing, blanks.
+std::string_view leftAdjusted(std::string_view text) noexcept;
+std::string_view trimmed(std::string_view text) noexcept;
+
+// True when the text holds nothing but blanks and NULs.
+bool isblankornull(std::string_view text) noexcept;
+
+std::string touppercase(std::string_view text);
+std::string tolowercase(std::string_view text);
+
+// The text with every blank replaced by the digit zero.
+std::string blanktozerochar(std::string_view text);
+
+// The text with every `from` replaced by `to`.
+std::string replacestring(std::string_view text, char from, char to);
+
+// The integer written in a text, blanks around it ignored; kNoInteger if it is none or passes 32 bits.
+std::int32_t strtoint(std::string_view text) noexcept;
+
+// The value of a KEY = value card: what stands after the first "=", without leading and trailing blanks and
+// tabs. Empty if there is no "=".
+std::string_view getinputfilename(std::string_view line) noexcept;
+
+// A caller's character array as text: at most `length` characters, ended early by a NUL; a null array is
+// empty.
+std::string_view chararrtostr(const char* chars, std::size_t length) noexcept;
+
+// A text into a caller's character array, cut or blank padded to `length`; a null array is skipped.
+void strtochararr(std::string_view text, char* chars, std::size_t length) noexcept;
+
+// Room for N characters in place: a reader that runs into a write sees a mixture, but never memory that is
+// gone.
+template <std::size_t N>
+class InlineChars {
+public:
+    InlineChars& operator=(std::string_view text) noexcept {
+        size_ = std::min(text.size(), N);
+        std::copy_n(text.data(), size_, chars_.data());
+        return *this;
+    }
+    operator std::string_view() const noexcept { return {chars_.data(), size_}; }
+
+private:
+    std::array<char, N> chars_{};
+    std::size_t size_ = 0;
+};
+
+// A text field of N characters, blank padded: what is beyond N is cut, trailing blanks don't count. Only what
+// is left is stored, on the heap or in place.
+template <std::size_t N, class Storage = std::string>
+class PaddedText {
+public:
+    PaddedText() = default;
+    explicit PaddedText(std::string_view text) { *this = text; }
+
+    PaddedText& operator=(std::string_view text) {
+        text_ = trimmed(text.substr(0, std::min(text.size(), N)));
+        return *this;
+    }
+
+    std::string_view view() const noexcept { return text_; }
+    bool blank() const noexcept { return view().empty(); }
+    void copyTo(char* chars) const noexcept { strtochararr(view(), chars, N); }
+    std::string padded() const { return std::string(view()).append(N - view().size(), ' '); }
+
+private:
+    Storage text_;
+};
+
+template <std::size_t N>
+using InlineText = PaddedText<N, InlineChars<N>>;
+
+}  // namespace vorlandi

@@ -1,0 +1,32 @@
+// The exported functions of vorlandi/services.h.
+#include "CoreServices/KeyModes.hpp"
+#include "CoreServices/TraceLog.hpp"
+#include "DllExports/DllDoor.hpp"
+#include "vorlandi/services.h"
+
+using namespace vorlandi;
+
+extern "C" {
+
+int32_t VorlanTraceOpen(const char fileName[512]) { return openTraceFile(fileNameOf(fileName)); }
+
+void VorlanTraceClose(void) { closeTraceFile(); }
+
+void VorlanTraceSetHandler(VorlanTraceHandler handler, void* userData) { setTraceHandler(handler, userData); }
+
+void VorlanTraceLastError(char message[512]) { lastTraceError().copyTo(message); }
+
+void VorlanSetAllKeyMode(int32_t use, int32_t mode) { setAllKeyMode(use, mode); }
+
+void VorlanSetElsetKeyMode(int32_t mode) { setElsetKeyMode(mode); }
+
+void VorlanSetDupKeyMode(int32_t mode) { setDupKeyMode(mode); }
+
+void VorlanGetKeyModes(int32_t* useAll, int32_t* allMode, int32_t* elsetMode, int32_t* dupMode) {
+    give(useAll, useallkeymode());
+    give(allMode, allkeymodeget());
+    give(elsetMode, elsetkeymodeget());
+    give(dupMode, dupkeymodeget());
+}
+
+}  // extern "C"

@@ -1,0 +1,121 @@
+// The exported functions of vorlandi/vorlandi.h that give access to single fields, as texts, and to all of
+// them.
+#include "CoreServices/NumberFields.hpp"
+#include "DllExports/DllDoor.hpp"
+#include "DllExports/Vorlandi/VorlandiDllVarsUtils.hpp"
+#include "TimeLibrary/DateTexts.hpp"
+#include "vorlandi/vorlandi.h"
+
+using namespace vorlandi;
+
+namespace {
+
+// The numbers of the fields.
+enum Field : std::int32_t {
+    kSatNum = 1,
+    kEpoch,
+    kEarthRadius,
+    kKe,
+    kPosX,
+    kPosY,
+    kPosZ,
+    kVelX,
+    kVelY,
+    kVelZ,
+    kCoordSys,
+    kNumPts,
+    kFileName,
+    kText8,
+    kInputTag
+};
+
+std::string lengthField(double value) { return fixedField(value, 35, 15); }
+
+// A field as it is printed; empty for a number that names none. The record has points.
+std::string fieldText(const Vorlanrecord& record, std::int32_t field) {
+    const Vorlanpoint& first = record.points.front();
+    switch (field) {
+        case kSatNum:
+            return integerField(record.satNum, 9);
+        case kEpoch: {
+            const auto date = ds50todate15(record.epoch);
+            return std::string(date.data(), date.size());
+        }
+        case kEarthRadius:
+            return lengthField(record.earthRadius);
+        case kKe:
+            return fixedField(record.ke, 30, 20);
+        case kPosX:
+        case kPosY:
+        case kPosZ:
+            return lengthField(first.pos[field - kPosX]);
+        case kVelX:
+        case kVelY:
+        case kVelZ:
+            return lengthField(first.vel[field - kVelX]);
+        case kCoordSys:
+            return integerField(record.coordSys, 1);
+        case kNumPts:
+            return integerField(record.numberOfPoints(), 10);
+        case kFileName:
+            return std::string(record.fileName.view());
+        case kText8:
+            return std::string(record.text8.view());
+        case kInputTag:
+            return std::string(record.inputTag.view());
+        default:
+            return {};
+    }
+}
+
+}  // namespace
+
+extern "C" {
+
+int32_t VorlanSetField(int64_t satKey, int32_t fieldIdx, const char valueStr[512]) {
+    const std::string_view value = leftAdjusted(chararrtostr(valueStr, 512));
+    RecordAccess record(satKey);
+    if (!record) return record.fail();
+    if (fieldIdx == kText8) record->text8 = value;
+    if (fieldIdx == kInputTag) record->inputTag = value;
+    if (fieldIdx == kCoordSys) record->coordSys = strtoint(value);
+    return kSuccess;
+}
+
+int32_t VorlanGetField(int64_t satKey, int32_t fieldIdx, char valueStr[512]) {
+    strtochararr({}, valueStr, 512);
+    RecordAccess record(satKey);
+    if (!record) return record.fail();
+    if (record->numberOfPoints() == 0) return record.fail(noDataMessage("VorlanGetField", satKey));
+    strtochararr(leftAdjusted(fieldText(*record, fieldIdx)), valueStr, 512);
+    return kSuccess;
+}
+
+int32_t VorlanGetAllFields(int64_t satKey, int32_t* satNum, char text8[8], char text128[128],
+                           double* epochDs50UTC, double* earthRadius, double* ke, double pos[3],
+                           double vel[3], int32_t* coordSys, int32_t* numPts, char fileName[512]) {
+    zero(satNum, coordSys, numPts);
+    zero(epochDs50UTC, earthRadius, ke);
+    zeroArray(pos, 3);
+    zeroArray(vel, 3);
+    strtochararr({}, text8, 8);
+    strtochararr({}, text128, 128);
+    strtochararr({}, fileName, 512);
+    RecordAccess record(satKey);
+    if (!record) return record.fail();
+    give(satNum, record->satNum);
+    record->text8.copyTo(text8);
+    record->inputTag.copyTo(text128);
+    give(coordSys, record->coordSys);
+    give(numPts, record->numberOfPoints());
+    give(epochDs50UTC, record->epoch);
+    give(earthRadius, record->earthRadius);
+    give(ke, record->ke);
+    record->fileName.copyTo(fileName);
+    if (record->numberOfPoints() == 0) return kSuccess;
+    give(pos, record->points.front().pos, 3);
+    give(vel, record->points.front().vel, 3);
+    return kSuccess;
+}
+
+}  // extern "C"

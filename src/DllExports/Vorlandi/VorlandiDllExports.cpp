@@ -1,0 +1,214 @@
+// The exported functions of vorlandi/vorlandi.h, but for the fields. Each is a thin door: it zeroes the
+// outputs, asks, and hands out the answer.
+#include "vorlandi/vorlandi.h"
+
+#include "CoreServices/SoftwareInformation.hpp"
+#include "CoreServices/TraceLog.hpp"
+#include "DllExports/DllDoor.hpp"
+#include "DllExports/Vorlandi/VorlandiDllVarsUtils.hpp"
+#include "TimeLibrary/SatelliteKeys.hpp"
+#include "Vorlandi/VorlandiCardReading/InputScanning.hpp"
+#include "Vorlandi/VorlandiCardReading/PointAccumulation.hpp"
+#include "Vorlandi/VorlandiCardReading/SatelliteEntry.hpp"
+#include "Vorlandi/VorlandiCardReading/Saving.hpp"
+
+using namespace vorlandi;
+
+namespace {
+
+// Where a query puts its answer. `time` is the output for the request's other form.
+struct StateOutputs {
+    double* time;
+    double* pos;
+    double* vel;
+    std::int32_t* revNum;
+    double (*covMtx)[6] = nullptr;
+};
+
+std::int32_t answerQuery(std::int64_t satKey, double value, std::int32_t kind, const StateOutputs& outputs,
+                         Covariance covariance) {
+    zero(outputs.time, outputs.revNum);
+    zeroArray(outputs.pos, 3);
+    zeroArray(outputs.vel, 3);
+    if (outputs.covMtx != nullptr) zeroArray(&outputs.covMtx[0][0], 36);
+    EphemAnswer answer;
+    if (const std::int32_t status = GetEphem(satKey, value, kind, answer, covariance); status != kSuccess) {
+        return status;
+    }
+    give(outputs.time, answer.time);
+    give(outputs.pos, answer.point.pos, 3);
+    give(outputs.vel, answer.point.vel, 3);
+    give(outputs.revNum, answer.point.rev);
+    if (outputs.covMtx != nullptr) to6x6covmtx(outputs.covMtx, answer.point.cov);
+    return kSuccess;
+}
+
+std::int32_t answerState(std::int64_t satKey, double value, std::int32_t kind, double* time, double* pos,
+                         double* vel, std::int32_t* revNum) {
+    return answerQuery(satKey, value, kind, {time, pos, vel, revNum}, Covariance::NotWanted);
+}
+
+std::int32_t answerCovariance(std::int64_t satKey, double value, std::int32_t kind, double* time, double* pos,
+                              double* vel, std::int32_t* revNum, double (*covMtx)[6]) {
+    return answerQuery(satKey, value, kind, {time, pos, vel, revNum, covMtx}, Covariance::Wanted);
+}
+
+std::int32_t addPoint(std::int64_t satKey, double ds50UTC, const double* pos, const double* vel,
+                      std::int32_t revNum, const double* cov) {
+    if (pos == nullptr || vel == nullptr) return kFailure;
+    Vorlanpoint point;
+    point.time = ds50UTC;
+    std::copy_n(pos, 3, point.pos);
+    std::copy_n(vel, 3, point.vel);
+    point.rev = revNum;
+    RecordAccess record(satKey);
+    if (!record) return record.fail();
+    const bool anyCovariance =
+        cov != nullptr && std::any_of(cov, cov + kCovarianceSize, [](double value) { return value != 0.0; });
+    addoneeppoint(point, *record, anyCovariance ? cov : nullptr);
+    return kSuccess;
+}
+
+}  // namespace
+
+extern "C" {
+
+// ---- Library and satellites ----
+
+int32_t VorlanInit(void) { return 0; }
+
+void VorlanGetInfo(char infoStr[128]) { strtochararr(getsoftwareinfo("Vorlandi"), infoStr, 128); }
+
+int64_t VorlanAddSat(int32_t satNum, int32_t combinedCode, double epochDs50UTC, double earthRadius,
+                     double ke) {
+    return createnewsatentry(satNum, epochDs50UTC, earthRadius, ke, combinedCode);
+}
+
+int32_t VorlanRemoveSat(int64_t satKey) { return RemoveNode(satKey); }
+
+int32_t VorlanRemoveAllSats(void) {
+    vorlanemptytree();
+    return kSuccess;
+}
+
+int32_t VorlanGetCount(void) { return vorlangetnumoftreenodes(); }
+
+void VorlanGetLoaded(int32_t order, int64_t satKeys[]) {
+    if (vorlantreeisempty()) {
+        traceloginfo("Warning-VorlanGetLoaded: The binary tree is empty. No satKey returns.");
+        return;
+    }
+    std::int32_t count = 0;
+    if (satKeys != nullptr) vorlangettreekeys(count, satKeys, order);
+}
+
+int64_t VorlanGetSatKey(int32_t satNum) { return GetSatKey(satNum); }
+
+int64_t VorlanFieldsToSatKey(int32_t satNum, const char epochDtg[20]) {
+    const std::string_view given = leftAdjusted(chararrtostr(epochDtg, 20));
+    std::string epoch = PaddedText<20>(given).padded();
+    epoch.replace(2, 18, blanktozerochar(std::string_view(epoch).substr(2)));
+    return createsatkey(satNum, kVorlanElsetType, std::string_view(epoch));
+}
+
+// ---- Data entry ----
+
+int32_t VorlanAddSatEphem(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3],
+                          int32_t revNum) {
+    return addPoint(satKey, ds50UTC, pos, vel, revNum, nullptr);
+}
+
+int32_t VorlanAddSatEphemCovMtx(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3],
+                                int32_t revNum, const double cov[21]) {
+    return cov != nullptr ? addPoint(satKey, ds50UTC, pos, vel, revNum, cov) : kFailure;
+}
+
+int32_t VorlanAddSatEphemExt(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3],
+                             int32_t revNum, const double cov[21]) {
+    return VorlanAddSatEphemCovMtx(satKey, ds50UTC, pos, vel, revNum, cov);
+}
+
+// ---- Queries ----
+
+int32_t VorlanMse(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3],
+                  int32_t* revNum) {
+    return answerState(satKey, mse, kByMse, ds50UTC, pos, vel, revNum);
+}
+
+int32_t VorlanMseCovMtx(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3],
+                        int32_t* revNum, double covMtx[6][6]) {
+    return answerCovariance(satKey, mse, kByMse, ds50UTC, pos, vel, revNum, covMtx);
+}
+
+int32_t VorlanDs50UTC(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3],
+                      int32_t* revNum) {
+    return answerState(satKey, ds50UTC, kByDs50UTC, mse, pos, vel, revNum);
+}
+
+int32_t VorlanDs50UTCCovMtx(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3],
+                            int32_t* revNum, double covMtx[6][6]) {
+    return answerCovariance(satKey, ds50UTC, kByDs50UTC, mse, pos, vel, revNum, covMtx);
+}
+
+int32_t VorlanGetEphemeris(int64_t satKey, int32_t index, double* ds50UTC, double pos[3], double vel[3],
+                           int32_t* revNum) {
+    return answerState(satKey, index, kByIndex, ds50UTC, pos, vel, revNum);
+}
+
+int32_t VorlanGetCovMtx(int64_t satKey, int32_t index, double* ds50UTC, double pos[3], double vel[3],
+                        int32_t* revNum, double covMtx[6][6]) {
+    return answerCovariance(satKey, index, kByIndex, ds50UTC, pos, vel, revNum, covMtx);
+}
+
+int32_t VorlanXten(int64_t satKey, int32_t ephType, double inVal, double extState[128]) {
+    zeroArray(extState, 128);
+    if (ephType < kByMse || ephType > kByIndex) {
+        tracelogerror("VorlanXten: Invalid ephemeris type. Valid values are 1, 2, and 3.");
+        return kFailure;
+    }
+    EphemAnswer answer;
+    if (const std::int32_t status = GetEphem(satKey, inVal, ephType, answer); status != kSuccess)
+        return status;
+    if (extState == nullptr) return kSuccess;
+    extState[0] = ephType == kByMse ? inVal : ephType == kByDs50UTC ? answer.time : answer.mse;
+    extState[1] = ephType == kByDs50UTC ? inVal : answer.time;
+    std::copy_n(answer.point.pos, 3, extState + 2);
+    std::copy_n(answer.point.vel, 3, extState + 5);
+    extState[8] = answer.point.rev;
+    std::copy_n(answer.point.cov, kCovarianceSize, extState + 9);
+    return kSuccess;
+}
+
+int32_t VorlanStartEndTime(int64_t satKey, double* startDs50UTC, double* endDs50UTC) {
+    zero(startDs50UTC, endDs50UTC);
+    RecordAccess record(satKey);
+    if (!record) return record.fail();
+    if (record->numberOfPoints() == 0) return record.fail(noDataMessage("VorlanStartEndTime", satKey));
+    give(startDs50UTC, record->points.front().time);
+    give(endDs50UTC, record->points.back().time);
+    return kSuccess;
+}
+
+int32_t VorlanGetLine(int64_t satKey, char line[512]) {
+    strtochararr({}, line, 512);
+    RecordAccess record(satKey);
+    if (!record) return record.fail();
+    strtochararr(fileCard(*record), line, 512);
+    return kSuccess;
+}
+
+// ---- Files ----
+
+int32_t VorlanLoadFile(const char fileName[512]) {
+    const std::string_view name = fileNameOf(fileName);
+    traceloginfo("VorlanLoadFile: Reading VORLANs from file \"" + std::string(name) + "\".");
+    return readvorlansfrfile(name);
+}
+
+int32_t VorlanSaveFile(const char fileName[512], int32_t saveMode) {
+    return savevorlans(fileNameOf(fileName), saveMode != 0 ? FileMode::Append : FileMode::Replace);
+}
+
+int64_t VorlanAddSatFrFile(const char fileName[512]) { return addvorlanfile(fileNameOf(fileName)); }
+
+}  // extern "C"

@@ -1,0 +1,76 @@
+#include "DllExports/Vorlandi/VorlandiDllVarsUtils.hpp"
+
+#include <cmath>
+
+#include "CoreServices/NumberFields.hpp"
+#include "TimeLibrary/SatelliteKeys.hpp"
+#include "TimeLibrary/TimeScales.hpp"
+
+namespace vorlandi {
+namespace {
+
+std::int32_t storedPoint(RecordAccess& record, double index, EphemAnswer& answer) {
+    const PointArray& points = record->points;
+    const double whole = std::trunc(index);
+    if (!(whole >= 1.0 && whole <= points.count())) {
+        return record.fail("GetEphem: Input index is out of valid range.");
+    }
+    answer.point = points[static_cast<std::int32_t>(whole) - 1];
+    answer.time = answer.point.time;
+    answer.mse = mseOf(answer.time, points.front().time);
+    return kSuccess;
+}
+
+}  // namespace
+
+std::int64_t GetSatKey(std::int32_t satNum) {
+    const std::int64_t key = vorlansatkeyget(satNum);
+    if (key == kNoKey) {
+        tracelogerror("GetSatKey: Unable to locate satellite number " + integerField(satNum, 9) +
+                      " in the Vorlan binary tree.");
+    }
+    return key;
+}
+
+std::string noDataMessage(std::string_view procedure, std::int64_t satKey) {
+    return keyMessage(std::string(procedure) + ": satKey ", satKey, " does not contain any ephemeris data.");
+}
+
+std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, EphemAnswer& answer,
+                      Covariance covariance) {
+    answer.point = Vorlanpoint{};
+    RecordAccess record(satKey);
+    if (!record) return record.fail();
+    const PointArray& points = record->points;
+    if (points.count() == 0) return record.fail(noDataMessage("GetEphem", satKey));
+    if (inType == kByIndex) return storedPoint(record, inVal, answer);
+
+    const double first = points.front().time;
+    double time = 0.0;
+    if (inType == kByMse) {
+        time = first + inVal / kMinutesPerDay;
+        answer.time = time;
+    } else if (inType == kByDs50UTC) {
+        time = inVal;
+        answer.time = mseOf(inVal, first);
+    }
+    if (!(first <= time && time <= points.back().time)) {
+        return record.fail("GetEphem: Requested time is outside of ephemeris time span.");
+    }
+    std::string message;
+    if (InterpolateEP(*record, utc2tai(time), answer.point, message, covariance) != kSuccess) {
+        return record.fail(message);
+    }
+    return kSuccess;
+}
+
+void to6x6covmtx(double matrix[6][6], const double cov[kCovarianceSize]) noexcept {
+    std::size_t k = 0;
+    for (std::size_t row = 0; row < 6; ++row) {
+        for (std::size_t column = 0; column <= row; ++column) {
+            matrix[row][column] = matrix[column][row] = cov[k++];
+        }
+    }
+}
+
+}  // namespace vorlandi

@@ -1,0 +1,42 @@
+// Helpers of the exported functions: satellite number to key, the one way from a request to a point, and the
+// covariance as a matrix.
+#pragma once
+
+#include <cstdint>
+
+#include "Vorlandi/VorlandiProcessing/PointInterpolation.hpp"
+#include "Vorlandi/VorlandiTree.hpp"
+
+namespace vorlandi {
+
+// The key of a satellite number, or -1 with a message.
+std::int64_t GetSatKey(std::int32_t satNum);
+
+// What the value of a request is.
+constexpr std::int32_t kByMse = 1;      // minutes since the first point
+constexpr std::int32_t kByDs50UTC = 2;  // days since 1950, UTC
+constexpr std::int32_t kByIndex = 3;    // index of a stored point, from 1, its fraction cut
+
+// The answer to a request. `time` is the request's other form: Ds50UTC for kByMse and kByIndex, MSE for
+// kByDs50UTC. `mse` is set for kByIndex only.
+struct EphemAnswer {
+    Vorlanpoint point;
+    double time = 0.0;
+    double mse = 0.0;
+};
+
+// 0; or 2, a message and a point of zeros. Holds the reader side only inside.
+std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, EphemAnswer& answer,
+                      Covariance covariance = Covariance::Wanted);
+
+// The 21 values of a lower triangle as the full symmetric matrix.
+void to6x6covmtx(double matrix[6][6], const double cov[kCovarianceSize]) noexcept;
+
+// Minutes since the first point.
+constexpr double kMinutesPerDay = 1440.0;
+inline double mseOf(double time, double first) noexcept { return (time - first) * kMinutesPerDay; }
+
+// The message of a record without points; `procedure` names who was asked.
+std::string noDataMessage(std::string_view procedure, std::int64_t satKey);
+
+}  // namespace vorlandi

@@ -1,0 +1,293 @@
+// TreeTemplate: an AVL tree whose shape is part of its contract (N. Wirth, Algorithms + Data Structures =
+// Programs, 1976, section 4.5). It knows no guard, no file and no satellite.
+//
+// A Node has the members key, sequenceNumber, balance, left and right. Traits says what becomes of the rest:
+//     // Are these the same thing, not just the same key?
+//     static bool equal(const Node& stored, const Node& added);
+//     // Moves all but key, number, balance and links.
+//     static void takeContents(Node& into, Node& from);
+//
+// Invariants:
+// 1. Keys of the left subtree are smaller than the node's, those of the right subtree larger.
+// 2. balance = height(right) - height(left), and lies in -1 to +1.
+// 3. A node's sequence number is the value of the tree's counter when it was linked; the counter never falls.
+//
+// A node pointer stays valid until its own key is removed or, as the predecessor of a removed node with two
+// children, its contents move into that node.
+#pragma once
+
+#include <cstdint>
+#include <utility>
+
+namespace vorlandi {
+
+enum class AddStatus { Linked = 0, SameKey = 2, SameThing = 3 };
+
+template <class Node, class Traits>
+class TreeTemplate {
+public:
+    using Key = decltype(Node::key);
+
+    TreeTemplate() = default;
+    TreeTemplate(const TreeTemplate&) = delete;
+    TreeTemplate& operator=(const TreeTemplate&) = delete;
+
+    const Node* root() const noexcept { return root_; }
+
+    // Links a node, which the tree owns from then on; it stays the caller's unless the status is Linked.
+    AddStatus addNode(Node* node) {
+        bool grew = false;
+        return addnoderecursive(root_, node, grew);
+    }
+
+    // Deletes the node of a key. False if there is none.
+    bool removeNode(Key key) {
+        bool shrank = false;
+        return removenoderecursive(root_, key, shrank);
+    }
+
+    // Deletes all nodes, left subtree, right subtree, node, after `releasing` has seen each. The counter goes
+    // on.
+    template <class Releasing>
+    void emptyTree(Releasing&& releasing) {
+        emptytreerecursive(root_, releasing);
+    }
+
+    const Node* find(Key key) const noexcept {
+        const Node* node = root_;
+        while (node != nullptr && node->key != key)
+            node = key < node->key ? node->left : node->right;
+        return node;
+    }
+
+    // Visits a node, then its left and its right subtree, until `visit` returns true; that node, or null.
+    template <class Visit>
+    static const Node* preOrder(const Node* node, Visit&& visit) {
+        for (; node != nullptr; node = node->right) {
+            if (visit(*node)) return node;
+            if (const Node* const found = preOrder(node->left, visit)) return found;
+        }
+        return nullptr;
+    }
+
+    // Visits all nodes by ascending key, or by descending key.
+    template <class Visit>
+    static void ascending(const Node* node, Visit&& visit) {
+        for (; node != nullptr; node = node->right) {
+            ascending(node->left, visit);
+            visit(*node);
+        }
+    }
+    template <class Visit>
+    static void descending(const Node* node, Visit&& visit) {
+        for (; node != nullptr; node = node->left) {
+            descending(node->right, visit);
+            visit(*node);
+        }
+    }
+
+    // The name of the first broken invariant, or null.
+    const char* check() const {
+        const char* broken = nullptr;
+        heightOf(root_, nullptr, nullptr, broken);
+        return broken;
+    }
+
+private:
+    AddStatus addnoderecursive(Node*& slot, Node* node, bool& grew) {
+        if (slot == nullptr) {
+            slot = node;
+            seqnum_ = static_cast<std::int32_t>(static_cast<std::uint32_t>(seqnum_) + 1U);
+            node->sequenceNumber = seqnum_;
+            grew = true;
+            return AddStatus::Linked;
+        }
+        if (node->key == slot->key) {
+            return Traits::equal(*slot, *node) ? AddStatus::SameThing : AddStatus::SameKey;
+        }
+        const bool toLeft = node->key < slot->key;
+        const AddStatus status = addnoderecursive(toLeft ? slot->left : slot->right, node, grew);
+        if (grew) toLeft ? leftGrew(slot, grew) : rightGrew(slot, grew);
+        return status;
+    }
+
+    static void leftGrew(Node*& slot, bool& grew) {
+        if (slot->balance == 1) {
+            slot->balance = 0;
+            grew = false;
+        } else if (slot->balance == 0) {
+            slot->balance = -1;
+        } else {
+            slot->left->balance == -1 ? rotateRight(slot) : rotateLeftRight(slot);
+            slot->balance = 0;
+            grew = false;
+        }
+    }
+
+    static void rightGrew(Node*& slot, bool& grew) {
+        if (slot->balance == -1) {
+            slot->balance = 0;
+            grew = false;
+        } else if (slot->balance == 0) {
+            slot->balance = 1;
+        } else {
+            slot->right->balance == 1 ? rotateLeft(slot) : rotateRightLeft(slot);
+            slot->balance = 0;
+            grew = false;
+        }
+    }
+
+    // Single rotations; the node that goes down gets balance 0.
+    static void rotateRight(Node*& slot) {
+        Node* const node = slot;
+        Node* const left = node->left;
+        node->left = left->right;
+        left->right = node;
+        node->balance = 0;
+        slot = left;
+    }
+    static void rotateLeft(Node*& slot) {
+        Node* const node = slot;
+        Node* const right = node->right;
+        node->right = right->left;
+        right->left = node;
+        node->balance = 0;
+        slot = right;
+    }
+
+    // Double rotations; the balances of the two outer nodes follow from that of the inner one.
+    static void rotateLeftRight(Node*& slot) {
+        Node* const node = slot;
+        Node* const left = node->left;
+        Node* const inner = left->right;
+        left->right = inner->left;
+        inner->left = left;
+        node->left = inner->right;
+        inner->right = node;
+        node->balance = inner->balance == -1 ? 1 : 0;
+        left->balance = inner->balance == 1 ? -1 : 0;
+        slot = inner;
+    }
+    static void rotateRightLeft(Node*& slot) {
+        Node* const node = slot;
+        Node* const right = node->right;
+        Node* const inner = right->left;
+        right->left = inner->right;
+        inner->right = right;
+        node->right = inner->left;
+        inner->left = node;
+        node->balance = inner->balance == 1 ? -1 : 0;
+        right->balance = inner->balance == -1 ? 1 : 0;
+        slot = inner;
+    }
+
+    bool removenoderecursive(Node*& slot, Key key, bool& shrank) {
+        if (slot == nullptr) return false;
+        if (key != slot->key) {
+            const bool inLeft = key < slot->key;
+            const bool removed = removenoderecursive(inLeft ? slot->left : slot->right, key, shrank);
+            if (shrank) inLeft ? balance_right_heavy(slot, shrank) : balance_left_heavy(slot, shrank);
+            return removed;
+        }
+        Node* const doomed = slot;
+        if (doomed->left != nullptr && doomed->right != nullptr) {
+            swapnode(doomed->left, *doomed, shrank);
+            if (shrank) balance_right_heavy(slot, shrank);
+            return true;
+        }
+        slot = doomed->right == nullptr ? doomed->left : doomed->right;
+        shrank = true;
+        delete doomed;
+        return true;
+    }
+
+    // Puts the in-order predecessor, the rightmost node below `slot`, into the place of the node that is
+    // removed.
+    static void swapnode(Node*& slot, Node& removed, bool& shrank) {
+        if (slot->right != nullptr) {
+            swapnode(slot->right, removed, shrank);
+            if (shrank) balance_left_heavy(slot, shrank);
+            return;
+        }
+        Node* const predecessor = slot;
+        removed.key = predecessor->key;
+        removed.sequenceNumber = predecessor->sequenceNumber;
+        Traits::takeContents(removed, *predecessor);
+        slot = predecessor->left;
+        shrank = true;
+        delete predecessor;
+    }
+
+    // The left subtree shrank.
+    static void balance_right_heavy(Node*& slot, bool& shrank) {
+        Node* const node = slot;
+        if (node->balance == -1) {
+            node->balance = 0;
+        } else if (node->balance == 0) {
+            node->balance = 1;
+            shrank = false;
+        } else if (node->right->balance == -1) {
+            rotateRightLeft(slot);
+            slot->balance = 0;
+        } else {
+            rotateLeft(slot);
+            if (slot->balance == 0) {
+                node->balance = 1;
+                slot->balance = -1;
+                shrank = false;
+            } else {
+                slot->balance = 0;
+            }
+        }
+    }
+
+    // The right subtree shrank.
+    static void balance_left_heavy(Node*& slot, bool& shrank) {
+        Node* const node = slot;
+        if (node->balance == 1) {
+            node->balance = 0;
+        } else if (node->balance == 0) {
+            node->balance = -1;
+            shrank = false;
+        } else if (node->left->balance == 1) {
+            rotateLeftRight(slot);
+            slot->balance = 0;
+        } else {
+            rotateRight(slot);
+            if (slot->balance == 0) {
+                node->balance = -1;
+                slot->balance = 1;
+                shrank = false;
+            } else {
+                slot->balance = 0;
+            }
+        }
+    }
+
+    template <class Releasing>
+    static void emptytreerecursive(Node*& slot, Releasing& releasing) {
+        if (slot == nullptr) return;
+        emptytreerecursive(slot->left, releasing);
+        emptytreerecursive(slot->right, releasing);
+        releasing(*slot);
+        delete std::exchange(slot, nullptr);
+    }
+
+    // `lower` and `upper` are the keys between which those of the subtree must lie; null stands for no bound.
+    static int heightOf(const Node* node, const Key* lower, const Key* upper, const char*& broken) {
+        if (node == nullptr) return 0;
+        if ((lower != nullptr && node->key <= *lower) || (upper != nullptr && node->key >= *upper)) {
+            broken = "keys are not in order";
+        }
+        const int left = heightOf(node->left, lower, &node->key, broken);
+        const int right = heightOf(node->right, &node->key, upper, broken);
+        if (right - left != node->balance || node->balance < -1 || node->balance > 1)
+            broken = "balance is wrong";
+        return 1 + (left > right ? left : right);
+    }
+
+    Node* root_ = nullptr;
+    std::int32_t seqnum_ = 0;
+};
+
+}  // namespace vorlandi

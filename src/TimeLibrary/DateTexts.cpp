@@ -1,0 +1,354 @@
+#include "TimeLibrary/DateTexts.hpp"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <optional>
+
+#include "CoreServices/NumberFields.hpp"
+#include "CoreServices/Texts.hpp"
+#include "TimeLibrary/Calendar.hpp"
+#include "TimeLibrary/LeapSeconds.hpp"
+
+namespace vorlandi {
+namespace {
+
+constexpr std::string_view kBlanks = " \t";
+
+// A year of four digits stands as it is; two-digit years have been widened before.
+constexpr int kFirstYear = 100;
+
+std::string_view withoutBlanksAround(std::string_view text) noexcept {
+    const auto first = text.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+// A time as its text gives it, not yet checked against the calendar. A missing part has failed to be read.
+struct DateParts {
+    int year = 0;
+    int dayOfYear = 0;
+    int hour = 0;
+    int minute = 0;
+    double second = 0.0;
+};
+
+std::optional<double> ds50Of(const DateParts& parts) noexcept {
+    if (parts.year < kFirstYear || parts.dayOfYear < 1 || parts.dayOfYear > daysInYear(parts.year))
+        return std::nullopt;
+    if (parts.hour > 23 || parts.minute > 59 || parts.second >= 61.0) return std::nullopt;
+    if (parts.second >= 60.0) {
+        const bool lastMinute = parts.hour == 23 && parts.minute == 59;
+        if (!lastMinute || !leapTable().endsWithLeapSecond(clocka(parts.dayOfYear, parts.year)))
+            return std::nullopt;
+    }
+    const auto day = static_cast<double>(dayZeroOfYear(parts.year) + parts.dayOfYear);
+    return day + (parts.hour * 3600.0 + parts.minute * 60.0 + parts.second) / 86400.0;
+}
+
+// Digits alone, at most nine; -1 if there is anything else, or nothing.
+int digitsOf(std::string_view text) noexcept {
+    if (text.empty() || text.size() > 9) return -1;
+    int value = 0;
+    for (const char c : text) {
+        if (!isDigit(c)) return -1;
+        value = value * 10 + (c - '0');
+    }
+    return value;
+}
+
+// A field of a compact form, which may be blank padded on its left.
+int paddedDigits(std::string_view field) noexcept { return digitsOf(leftAdjusted(field)); }
+
+// Digits, a point, any number of digits. Rounding may carry 59.99... to 60; that is no leap second.
+std::optional<double> secondsOf(std::string_view whole, std::string_view fraction) noexcept {
+    const int seconds = paddedDigits(whole);
+    if (seconds < 0) return std::nullopt;
+    if (fraction.size() == 3) {  // milliseconds, the common case
+        const int thousandths = digitsOf(fraction);
+        if (thousandths < 0) return std::nullopt;
+        return (seconds * 1000 + thousandths) / 1000.0;
+    }
+    if (!std::all_of(fraction.begin(), fraction.end(), isDigit)) return std::nullopt;
+    double value = 0.0;
+    const std::string_view text(whole.data(), whole.size() + 1 + fraction.size());
+    if (readReal(text, 0, value) != ReadOutcome::Success) return std::nullopt;
+    return std::min(value, std::nextafter(seconds + 1.0, 0.0));
+}
+
+int monthOf(std::string_view name) noexcept {
+    constexpr std::string_view kMonths = "JANFEBMARAPRMAYJUNJULAUGSEPOCTNOVDEC";
+    if (name.size() != 3) return 0;
+    const std::array<char, 3> upper{upperCase(name[0]), upperCase(name[1]), upperCase(name[2])};
+    for (int month = 1; month <= 12; ++month) {
+        if (kMonths.substr(static_cast<std::size_t>(month - 1) * 3, 3) == std::string_view(upper.data(), 3)) {
+            return month;
+        }
+    }
+    return 0;
+}
+
+// ---- Compact forms: fields of fixed width ----
+
+// HHMMSS before the point, from position `at` on.
+bool readTimeOfDay(std::string_view text, std::size_t hourAt, std::size_t secondAt,
+                   DateParts& parts) noexcept {
+    parts.hour = paddedDigits(text.substr(hourAt, 2));
+    parts.minute = paddedDigits(text.substr(hourAt + 2, 2));
+    const auto seconds = secondsOf(text.substr(secondAt, 2), text.substr(secondAt + 3));
+    if (parts.hour < 0 || parts.minute < 0 || !seconds) return false;
+    parts.second = *seconds;
+    return true;
+}
+
+// YYDDDHHMMSS.SSS and YYYYDDDHHMMSS.SSS. The year's left padding may have been cut: a column is then missing.
+std::optional<double> compactTime(std::string_view text) noexcept {
+    const auto point = text.find('.');
+    if (point != 10 && point != 11 && point != 13) return std::nullopt;
+    const std::size_t yearWidth = point - 9;
+    const int year = paddedDigits(text.substr(0, yearWidth));
+    DateParts parts;
+    parts.year = static_cast<int>(yearWidth <= 2 && year >= 0 ? fullYear(year) : year);
+    parts.dayOfYear = paddedDigits(text.substr(yearWidth, 3));
+    if (!readTimeOfDay(text, yearWidth + 3, yearWidth + 7, parts)) return std::nullopt;
+    return ds50Of(parts);
+}
+
+// YYDDD.DDDDDDDD and YYYYDDD.DDDDDDDD.
+std::optional<double> compactDay(std::string_view text) noexcept {
+    const auto point = text.find('.');
+    if (point != 4 && point != 5 && point != 7) return std::nullopt;
+    const std::size_t yearWidth = point - 3;
+    const int year = paddedDigits(text.substr(0, yearWidth));
+    DateParts parts;
+    parts.year = static_cast<int>(yearWidth <= 2 && year >= 0 ? fullYear(year) : year);
+    parts.dayOfYear = paddedDigits(text.substr(yearWidth, 3));
+    const std::string_view fraction = text.substr(point);
+    if (!std::all_of(fraction.begin() + 1, fraction.end(), isDigit)) return std::nullopt;
+    double dayFraction = 0.0;
+    if (fraction.size() > 1 && readReal(fraction, 0, dayFraction) != ReadOutcome::Success)
+        return std::nullopt;
+    const auto day = ds50Of(parts);
+    return day ? std::optional(*day + dayFraction) : std::nullopt;
+}
+
+// YYYY/DDD HHMM SS.SSS; `zeros` admits a 0 for each of the two blanks.
+std::optional<double> slashedDay(std::string_view text, bool zeros) noexcept {
+    if (text.size() < 17 || text[4] != '/' || text[16] != '.') return std::nullopt;
+    const auto separates = [=](char c) { return c == ' ' || (zeros && c == '0'); };
+    if (!separates(text[8]) || !separates(text[13])) return std::nullopt;
+    DateParts parts;
+    parts.year = digitsOf(text.substr(0, 4));
+    parts.dayOfYear = paddedDigits(text.substr(5, 3));
+    if (!readTimeOfDay(text, 9, 14, parts)) return std::nullopt;
+    return ds50Of(parts);
+}
+
+// YYYYMonDDHHMMSS.SSS.
+std::optional<double> compactMonth(std::string_view text) noexcept {
+    if (text.size() < 16 || text[15] != '.') return std::nullopt;
+    DateParts parts;
+    parts.year = digitsOf(text.substr(0, 4));
+    parts.dayOfYear = mmdd2jul(parts.year, monthOf(text.substr(4, 3)), paddedDigits(text.substr(7, 2)));
+    if (!readTimeOfDay(text, 9, 13, parts)) return std::nullopt;
+    return ds50Of(parts);
+}
+
+// ---- Forms with separators, written loosely in real files ----
+
+class Words {
+public:
+    explicit Words(std::string_view text) noexcept : rest_(text) {}
+
+    bool blanks() noexcept {
+        const auto count = std::min(rest_.find_first_not_of(kBlanks), rest_.size());
+        rest_.remove_prefix(count);
+        return count > 0;
+    }
+
+    bool skip(char c) noexcept {
+        if (!rest_.starts_with(c)) return false;
+        rest_.remove_prefix(1);
+        return true;
+    }
+
+    // A number of `least` to `most` digits, blanks before it passed over; -1 if there is none.
+    int number(std::size_t least, std::size_t most) noexcept {
+        blanks();
+        const std::string_view digits = takeDigits();
+        return digits.size() < least || digits.size() > most ? -1 : digitsOf(digits);
+    }
+
+    std::string_view take(std::size_t count) noexcept {
+        const std::string_view word = rest_.substr(0, count);
+        rest_.remove_prefix(word.size());
+        return word;
+    }
+
+    // HH:MM:SS with or without a point and digits.
+    bool timeOfDay(DateParts& parts) noexcept {
+        parts.hour = number(1, 2);
+        if (parts.hour < 0 || !skip(':')) return false;
+        parts.minute = number(1, 2);
+        if (parts.minute < 0 || !skip(':')) return false;
+        blanks();
+        const std::string_view whole = takeDigits();
+        if (whole.empty() || whole.size() > 2) return false;
+        if (!skip('.')) {
+            parts.second = digitsOf(whole);
+            return true;
+        }
+        const auto seconds = secondsOf(whole, takeDigits());
+        if (!seconds) return false;
+        parts.second = *seconds;
+        return true;
+    }
+
+    bool done() const noexcept { return rest_.empty(); }
+
+private:
+    std::string_view takeDigits() noexcept {
+        return take(
+            static_cast<std::size_t>(std::find_if_not(rest_.begin(), rest_.end(), isDigit) - rest_.begin()));
+    }
+
+    std::string_view rest_;
+};
+
+// DD Mon YYYY HH:MM:SS.SSS
+bool monthName(Words words, DateParts& parts) noexcept {
+    const int day = words.number(1, 2);
+    if (!words.blanks()) return false;
+    const int month = monthOf(words.take(3));
+    if (!words.blanks()) return false;
+    parts.year = words.number(4, 4);
+    parts.dayOfYear = mmdd2jul(parts.year, month, day);
+    return words.blanks() && words.timeOfDay(parts) && words.done();
+}
+
+// YYYY/MM/DD HH:MM:SS.SSS
+bool slashes(Words words, DateParts& parts) noexcept {
+    parts.year = words.number(4, 4);
+    if (!words.skip('/')) return false;
+    const int month = words.number(1, 2);
+    if (!words.skip('/')) return false;
+    parts.dayOfYear = mmdd2jul(parts.year, month, words.number(1, 2));
+    return words.blanks() && words.timeOfDay(parts) && words.done();
+}
+
+// YYYY-MM-DDTHH:MM:SS.SSS and YYYY-DDDTHH:MM:SS.SSS, a blank for the T, a Z behind
+bool dashes(Words words, DateParts& parts) noexcept {
+    parts.year = words.number(4, 4);
+    if (!words.skip('-')) return false;
+    const int second = words.number(1, 3);
+    parts.dayOfYear = words.skip('-') ? mmdd2jul(parts.year, second, words.number(1, 2)) : second;
+    if (!words.skip('T') && !words.blanks()) return false;
+    if (!words.timeOfDay(parts)) return false;
+    words.skip('Z');
+    return words.done();
+}
+
+std::optional<double> withSeparators(std::string_view text) noexcept {
+    DateParts parts;
+    if (text.size() < 5) return std::nullopt;
+    const bool read = text[4] == '-'   ? dashes(Words(text), parts)
+                      : text[4] == '/' ? slashes(Words(text), parts)
+                                       : monthName(Words(text), parts);
+    return read ? ds50Of(parts) : std::nullopt;
+}
+
+std::optional<double> compactForms(std::string_view text, bool zeros) noexcept {
+    if (text.size() > 4 && text[4] == '/') return slashedDay(text, zeros);
+    if (text.size() > 4 && monthOf(text.substr(4, 3)) != 0) return compactMonth(text);
+    if (const auto time = compactTime(text)) return time;
+    return compactDay(text);
+}
+
+// ---- Writing ----
+
+// A time rounded to whole units, `unitsPerDay` of them in a day; nothing if it isn't finite or outside 1900
+// to 2199.
+struct RoundedTime {
+    CalendarDay day;
+    std::int64_t units;
+};
+std::optional<RoundedTime> rounded(double ds50UTC, std::int64_t unitsPerDay) noexcept {
+    constexpr auto kFirst = static_cast<double>(dayZeroOfYear(1900) + 1);
+    constexpr auto kBehindLast = static_cast<double>(dayZeroOfYear(2200) + 1);
+    if (!(ds50UTC >= kFirst && ds50UTC < kBehindLast)) return std::nullopt;
+    const double day = std::floor(ds50UTC);
+    auto dayNumber = static_cast<std::int64_t>(day);
+    std::int64_t units = std::llround((ds50UTC - day) * static_cast<double>(unitsPerDay));
+    if (units == unitsPerDay) {
+        units = 0;
+        ++dayNumber;
+    }
+    return RoundedTime{calendarDay(dayNumber), units};
+}
+
+// Writes `width` digits with leading zeros and moves on.
+void put(char*& at, std::int64_t value, int width) noexcept {
+    for (int k = width - 1; k >= 0; --k) {
+        at[k] = static_cast<char>('0' + value % 10);
+        value /= 10;
+    }
+    at += width;
+}
+
+}  // namespace
+
+double date_in(std::string_view text) noexcept {
+    return compactTime(withoutBlanksAround(text)).value_or(0.0);
+}
+
+double dtg2ds50utc(std::string_view text) noexcept {
+    text = withoutBlanksAround(text);
+    const auto time =
+        text.find(':') != std::string_view::npos ? withSeparators(text) : compactForms(text, false);
+    return time.value_or(0.0);
+}
+
+std::optional<double> epochTextToDs50(std::string_view text) noexcept {
+    return compactForms(withoutBlanksAround(text), true);
+}
+
+std::array<char, 15> ds50todate15(double ds50UTC) noexcept {
+    std::array<char, 15> text;
+    text.fill(' ');
+    const auto time = rounded(ds50UTC, 86'400'000);
+    if (!time) return text;
+    char* at = text.data();
+    put(at, time->day.year % 100, 2);
+    put(at, time->day.dayOfYear, 3);
+    put(at, time->units / 3'600'000, 2);
+    put(at, time->units / 60'000 % 60, 2);
+    put(at, time->units / 1000 % 60, 2);
+    *at++ = '.';
+    put(at, time->units % 1000, 3);
+    return text;
+}
+
+std::array<char, 26> ds50toiso(double ds50UTC) noexcept {
+    std::array<char, 26> text;
+    text.fill(' ');
+    const auto time = rounded(ds50UTC, 86'400'000'000);
+    if (!time) return text;
+    char* at = text.data();
+    put(at, time->day.year, 4);
+    *at++ = '-';
+    put(at, time->day.month, 2);
+    *at++ = '-';
+    put(at, time->day.day, 2);
+    *at++ = 'T';
+    put(at, time->units / 3'600'000'000, 2);
+    *at++ = ':';
+    put(at, time->units / 60'000'000 % 60, 2);
+    *at++ = ':';
+    put(at, time->units / 1'000'000 % 60, 2);
+    *at++ = '.';
+    put(at, time->units % 1'000'000, 6);
+    return text;
+}
+
+}  // namespace vorlandi

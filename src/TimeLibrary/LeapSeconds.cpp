@@ -1,0 +1,131 @@
+#include "TimeLibrary/LeapSeconds.hpp"
+
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <memory>
+#include <mutex>
+
+#include "CoreServices/InputUnits.hpp"
+#include "CoreServices/Texts.hpp"
+#include "CoreServices/TraceLog.hpp"
+#include "TimeLibrary/Calendar.hpp"
+
+namespace vorlandi {
+namespace {
+
+// The leap seconds announced by the IERS in its Bulletin C up to no. 72: each row begins at 0h UTC on January
+// 1 or July 1 of the year.
+struct Announcement {
+    int year, month, taiMinusUtc;
+};
+constexpr Announcement kAnnouncements[] = {
+    {1972, 1, 10}, {1972, 7, 11}, {1973, 1, 12}, {1974, 1, 13}, {1975, 1, 14}, {1976, 1, 15}, {1977, 1, 16},
+    {1978, 1, 17}, {1979, 1, 18}, {1980, 1, 19}, {1981, 7, 20}, {1982, 7, 21}, {1983, 7, 22}, {1985, 7, 23},
+    {1988, 1, 24}, {1990, 1, 25}, {1991, 1, 26}, {1992, 7, 27}, {1993, 7, 28}, {1994, 7, 29}, {1996, 1, 30},
+    {1997, 7, 31}, {1999, 1, 32}, {2006, 1, 33}, {2009, 1, 34}, {2012, 7, 35}, {2015, 7, 36}, {2017, 1, 37},
+};
+
+LeapStep stepAt(double day, double taiMinusUtc) {
+    const double daysOffset = taiMinusUtc / 86400.0;
+    return {day, taiMinusUtc, daysOffset, day + daysOffset};
+}
+
+const LeapTable* builtInTable() {
+    static const LeapTable table = [] {
+        std::vector<LeapStep> steps;
+        for (const Announcement& row : kAnnouncements) {
+            steps.push_back(stepAt(clocka(mmdd2jul(row.year, row.month, 1), row.year), row.taiMinusUtc));
+        }
+        return LeapTable(std::move(steps));
+    }();
+    return &table;
+}
+
+constexpr double kSecondsPerDay = 86400.0;
+// A list counts in seconds since 1900 Jan 1.
+constexpr auto kDayNumberOf1900 = static_cast<double>(dayZeroOfYear(1900) + 1);
+
+// One line of a list: seconds since 1900, TAI - UTC. Empty when it is all right.
+std::string_view readStep(std::string_view line, std::vector<LeapStep>& steps) {
+    std::int64_t seconds = 0;
+    std::int32_t taiMinusUtc = 0;
+    const auto firstBlank = line.find_first_of(" \t");
+    const std::string_view time = line.substr(0, firstBlank);
+    const auto [end, error] = std::from_chars(time.data(), time.data() + time.size(), seconds);
+    if (error != std::errc{} || end != time.data() + time.size() || firstBlank == std::string_view::npos) {
+        return "a time in seconds and TAI - UTC are expected";
+    }
+    FreeFormList numbers(line.substr(firstBlank));
+    if (numbers.nextInteger(taiMinusUtc) != ReadOutcome::Success) return "TAI - UTC is no integer";
+    if (seconds % 86400 != 0) return "a step begins at 0h UTC";
+    const LeapStep step = stepAt(kDayNumberOf1900 + static_cast<double>(seconds / 86400), taiMinusUtc);
+    if (!steps.empty()) {
+        if (step.day <= steps.back().day) return "times must rise";
+        if (std::abs(step.taiMinusUtc - steps.back().taiMinusUtc) != 1.0) return "a step is one second";
+    }
+    steps.push_back(step);
+    return {};
+}
+
+}  // namespace
+
+LeapTable::LeapTable(std::vector<LeapStep> steps)
+    : steps_(std::move(steps)), first_(steps_.data()), last_(steps_.data() + steps_.size() - 1) {}
+
+bool LeapTable::endsWithLeapSecond(double day) const noexcept {
+    const LeapStep& next = atUtc(day + 1.0);
+    return next.day == day + 1.0 && &next != first_ && next.taiMinusUtc > (&next - 1)->taiMinusUtc;
+}
+
+std::atomic<const LeapTable*> currentLeapTable{builtInTable()};
+
+const LeapTable* parseLeapSeconds(std::string_view text, std::string& problem) {
+    static std::mutex mutex;
+    static std::vector<std::unique_ptr<const LeapTable>> kept;
+    std::vector<LeapStep> steps;
+    InputUnit unit(memorySource(text));
+    std::string_view line;
+    while (unit.readLine(InputUnit::kLongestLine, line) == ReadOutcome::Success) {
+        const auto first = line.find_first_not_of(" \t");
+        if (first == std::string_view::npos || line[first] == '#') continue;
+        if (const auto why = readStep(line.substr(first), steps); !why.empty()) {
+            problem = "line " + std::to_string(unit.lineNumber()) + ": " + std::string(why);
+            return nullptr;
+        }
+    }
+    if (steps.empty()) {
+        problem = "no leap seconds";
+        return nullptr;
+    }
+    const std::lock_guard lock(mutex);
+    return kept.emplace_back(std::make_unique<const LeapTable>(std::move(steps))).get();
+}
+
+int loadLeapSeconds(std::string_view fileName) {
+    constexpr std::size_t kLongestList = 1 << 20;
+    std::unique_ptr<ByteSource> source;
+    if (const int error = openByteSource(fileName, source); error != 0) return error;
+    std::string text(kLongestList, '\0');
+    std::size_t size = 0;
+    std::int64_t count = 0;
+    while ((count = source->read(text.data() + size, text.size() - size)) > 0)
+        size += static_cast<std::size_t>(count);
+    std::string problem;
+    const LeapTable* table = nullptr;
+    if (count < 0) {
+        problem = "the file can't be read";
+    } else if (size == text.size()) {
+        problem = "the file is too large for a leap-second list";
+    } else {
+        table = parseLeapSeconds(std::string_view(text).substr(0, size), problem);
+    }
+    if (table == nullptr) {
+        tracelogerror("VorlanTimeLoadLeapSeconds: " + std::string(trimmed(fileName)) + ": " + problem + ".");
+        return 2;
+    }
+    currentLeapTable.store(table, std::memory_order_release);
+    return 0;
+}
+
+}  // namespace vorlandi

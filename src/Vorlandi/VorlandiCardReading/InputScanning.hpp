@@ -1,0 +1,35 @@
+// Input scanning: the passes over an input file. A card pass follows the cards that name ephemeris files, one
+// level deep; an ephemeris pass hands each recognised block to its reader and stores the record that it
+// fills.
+//
+// Nothing is locked while a file is read. Status: 0; 2 if reading failed, what was stored before stays; or
+// the errno of a failed open.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "CoreServices/InputUnits.hpp"
+#include "CoreServices/Texts.hpp"
+
+namespace vorlandi {
+
+// The tag of a #VORLANDI card on its way to the next record that is stored.
+using InputTag = PaddedText<128>;
+
+// Reads a file: one whose name ends in .DCE as DCE binary, any other in a card pass and an ephemeris pass.
+std::int32_t readvorlansfrfile(std::string_view fileName);
+
+// The two passes over an open unit.
+std::int32_t readvorlansfrfileunit(InputUnit& unit, std::string_view fileName);
+
+// Reads a file in an ephemeris pass alone; the key of the record stored last, -1 if there is none or reading
+// failed.
+std::int64_t addvorlanfile(std::string_view fileName);
+
+// An ephemeris pass. The tag labels the first record stored and is then blanked; `satKeyOut`, when given,
+// receives the key of each record stored.
+std::int32_t ReadOnlyVorlans(InputUnit& unit, std::string_view fileName, InputTag& tag,
+                             std::int64_t* satKeyOut = nullptr);
+
+}  // namespace vorlandi

@@ -1,0 +1,30 @@
+// Point accumulation: how every reader, and the functions that add points one by one, build a record.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "Vorlandi/VorlandiTypes.hpp"
+
+namespace vorlandi {
+
+// Appends a point, with 21 covariance values in place of its own if they are given. The first point sets the
+// record's epoch. A point that is not later than the last one is dropped: false, and nothing has changed.
+bool addoneeppoint(const Vorlanpoint& point, Vorlanrecord& record, const double* covariance = nullptr);
+
+// Gives the spare space behind the points back.
+inline void trimvorlanempts(Vorlanrecord& record) { record.points.trim(); }
+
+// Coordinate-system codes beyond those of coordstr.
+constexpr std::int32_t kLlh = 15;
+constexpr std::int32_t kSen = 16;
+
+// Code of a coordinate-system name, kUnknownCoordinates if it is none. A field of exactly three characters
+// holds one of the three-letter names; of any other length it begins with one of the five-letter names, which
+// have the codes 17 to 20. A three-letter name in a longer field is unknown.
+std::int32_t coord(std::string_view field) noexcept;
+
+// The same for a field of three columns, of which the last may lie behind the end of the line.
+std::int32_t coordOfThree(std::string_view field) noexcept;
+
+}  // namespace vorlandi

@@ -1,0 +1,154 @@
+// Reads the keyword-based STK ephemeris format: epoch, central body, coordinate system and distance unit in a
+// header, then lines of a time offset and a state. Leaves accelerations.
+#include "TimeLibrary/DateTexts.hpp"
+#include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
+
+namespace vorlandi {
+namespace {
+
+constexpr std::string_view kName = "ReadDotE";
+constexpr std::string_view kEnd = "end Ephemeris";
+constexpr double kKmPerMeter = 0.001;
+
+constexpr std::size_t kTimeAndPosition = 4;
+constexpr std::size_t kTimePositionVelocity = 7;
+
+bool contains(std::string_view text, std::string_view part) noexcept {
+    return text.find(part) != std::string_view::npos;
+}
+
+// What the header says. `problem` is set by a line that can't be accepted.
+struct Header {
+    double epoch = 0.0;  // Ds50UTC
+    bool epochSeen = false;
+    std::int32_t coordSys = kJ2k;
+    bool meters = true;
+    std::size_t numbersPerLine = 0;  // 0 until the line that ends the header
+    std::string_view problem;
+};
+
+// A date that begins with the first sign or digit of the line. The day may have one digit.
+void readEpoch(std::string_view line, Header& header) {
+    constexpr std::size_t kDateWidth = 24;
+    const auto first = line.find_first_of("+-0123456789");
+    if (first == std::string_view::npos) {
+        header.problem = "Invalid epoch time.";
+        return;
+    }
+    const bool oneDigitDay = line.substr(first + 1, 1) == " ";
+    std::string date(oneDigitDay ? "0" : "");
+    date += line.substr(first, kDateWidth - date.size());
+    header.epoch = dtg2ds50utc(date);
+    header.epochSeen = true;
+}
+
+void readCoordinateSystem(std::string_view line, Header& header) {
+    if (contains(line, "TEMEOfDate")) {
+        header.coordSys = kEci;
+    } else if (contains(line, "Fixed")) {
+        header.coordSys = kEcr;
+    } else if (contains(line, "J2000") || contains(line, "ICRF")) {
+        header.coordSys = kJ2k;
+    } else {
+        header.problem = "Invalid coordinate system. Only Fixed, J2000, and TEMEOfDate are supported.";
+    }
+}
+
+void readDistanceUnit(std::string_view line, Header& header) {
+    if (contains(line, "Kilometers")) {
+        header.meters = false;
+    } else if (!contains(line, "Meters")) {
+        header.problem = "Invalid distance unit. Only meters and kilometers are supported.";
+    }
+}
+
+void readDataType(std::string_view line, Header& header) {
+    if (contains(line, "PosVel")) {
+        header.numbersPerLine = kTimePositionVelocity;
+    } else if (contains(line, "Pos")) {
+        header.numbersPerLine = kTimeAndPosition;
+    } else {
+        header.problem = "Invalid ephem type. Only TimePos, PosVel, and PosVelAcc are supported.";
+    }
+}
+
+void readHeaderLine(std::string_view line, Header& header) {
+    if (!header.epochSeen && contains(line, "ScenarioEpoch")) return readEpoch(line, header);
+    if (contains(line, "CentralBody")) {
+        if (!contains(line, "Earth")) header.problem = "Invalid file. CentralBody is not Earth.";
+    } else if (contains(line, "CoordinateSystem")) {
+        readCoordinateSystem(line, header);
+    } else if (contains(line, "DistanceUnit")) {
+        readDistanceUnit(line, header);
+    } else if (contains(line, "EphemerisTime") || contains(line, "EphemerisEciTime")) {
+        readDataType(line, header);
+    }
+}
+
+// Reads the header up to its last line, or to the end of the file.
+Header readHeader(BlockInput& input) {
+    Header header;
+    std::string_view line;
+    while (header.numbersPerLine == 0 && header.problem.empty()) {
+        const ReadOutcome outcome = input.readLine(line);
+        if (outcome == ReadOutcome::Error) header.problem = kFileReadError;
+        if (outcome != ReadOutcome::Success) break;
+        readHeaderLine(leftAdjusted(line), header);
+    }
+    if (header.problem.empty() && header.epoch == 0.0)
+        header.problem = "Unable to read reference epoch time.";
+    return header;
+}
+
+// A point of the time offset, position and velocity on a data line.
+Vorlanpoint pointOf(const std::array<double, 7>& numbers, const Header& header) noexcept {
+    Vorlanpoint point;
+    point.time = header.epoch + numbers[0] / kSecondsPerDay;
+    std::copy_n(numbers.begin() + 1, 3, point.pos);
+    std::copy_n(numbers.begin() + 4, 3, point.vel);
+    if (header.meters) {
+        for (double& value : point.pos)
+            value *= kKmPerMeter;
+        for (double& value : point.vel)
+            value *= kKmPerMeter;
+    }
+    return point;
+}
+
+// One data line. True for the line that ends the data.
+bool readDataLine(std::string_view line, const Header& header, const BlockInput& input,
+                  Vorlanrecord& record) {
+    if (isComment(line) || isBlank(line)) return false;
+    std::array<double, 7> numbers{};
+    FreeFormList list(line);
+    const bool good = list.next(std::span(numbers).first(header.numbersPerLine)) == ReadOutcome::Success;
+    // The mark that ends the data holds no number: it can only stand in what has not been read as one.
+    if (contains(good ? list.rest() : line, kEnd)) return true;
+    if (good) {
+        input.append(pointOf(numbers, header), record);
+    } else {
+        input.skipbadephempoint(kName, line);
+    }
+    return false;
+}
+
+}  // namespace
+
+std::int32_t ReadDotE(BlockInput& input, Vorlanrecord& record) {
+    record.epoch = 0.0;
+    record.coordSys = kJ2k;
+    record.satNum = satNumFromFileName(input.fileName());
+    const Header header = readHeader(input);
+    record.coordSys = header.coordSys;
+    if (!header.problem.empty()) return blockFailed(kName, header.problem);
+
+    std::string_view line;
+    for (;;) {
+        const ReadOutcome outcome = input.readLine(line);
+        if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
+        if (outcome == ReadOutcome::EndOfData) return blockRead(record);
+        if (readDataLine(line, header, input, record)) return blockRead(record);
+    }
+}
+
+}  // namespace vorlandi

@@ -1,0 +1,207 @@
+#include "Vorlandi/VorlandiTree.hpp"
+
+#include <new>
+#include <vector>
+
+#include "CoreServices/KeyModes.hpp"
+#include "CoreServices/NumberFields.hpp"
+#include "CoreServices/TraceLog.hpp"
+#include "TimeLibrary/SatelliteKeys.hpp"
+
+namespace vorlandi {
+
+VorlanTree vorlantree;
+
+namespace {
+
+constexpr std::int64_t kRefusedDuplicate = 0;
+constexpr int kMostKeysTried = 100;
+
+bool isAlive(const DmaObject& object, std::int64_t key) noexcept {
+    return object.self != 0 && object.self == satkeytoaddr(key);
+}
+
+Vorlanrecord* recordIn(const DmaObject& object) noexcept {
+    return static_cast<Vorlanrecord*>(object.record.load());
+}
+
+// Keeps a record in a DMA object of its own; the object's key, or -1 with a message.
+std::int64_t keepInDmaObject(Vorlanrecord&& record) {
+    DmaObject* const object = newdmaobject();
+    if (object == nullptr) {
+        tracelogerror("AddRecToMem: Cannot allocate memory for a new dma.");
+        return kNoKey;
+    }
+    auto* const kept = new (std::nothrow) Vorlanrecord(std::move(record));
+    if (kept == nullptr) {
+        releasedmaobject(*object);
+        tracelogerror("AddRecToMem: Cannot allocate memory for a new rec.");
+        return kNoKey;
+    }
+    object->type = kVorlanElsetType;
+    object->record = kept;
+    return dmakey(*object);
+}
+
+// Links a node under its key or, in every mode but the DMA mode, the next free one of the same satellite.
+AddStatus vorlanaddnode(Vorlanbintree& node, bool dmaMode) {
+    const WriteGuard guard;
+    if (dmaMode) return vorlantree.addNode(&node);
+    for (int tried = 0; tried < kMostKeysTried; ++tried) {
+        const AddStatus status = vorlantree.addNode(&node);
+        if (status != AddStatus::SameKey) return status;
+        node.key = nextsatkey(node.key);
+    }
+    return AddStatus::SameThing;
+}
+
+}  // namespace
+
+std::string keyMessage(std::string_view text, std::int64_t key, std::string_view tail) {
+    return std::string(text).append(integerField(key, 19)).append(tail);
+}
+
+std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored) {
+    if (stored != nullptr) *stored = nullptr;
+    const std::int32_t mode = effectiveKeyMode();
+    const bool dmaMode = mode == kDmaKeyMode;
+    const std::int64_t key = dmaMode ? keepInDmaObject(std::move(record))
+                                     : createsatkey(record.satNum, kVorlanElsetType, record.epoch);
+    if (key == kNoKey) return kNoKey;
+
+    std::unique_ptr<Vorlanbintree> node(new (std::nothrow) Vorlanbintree);
+    if (!node) {
+        tracelogerror(keyMessage("AddRecToMem: Unable to allocate memory for key ", key, "."));
+        return kNoKey;
+    }
+    node->key = key;
+    if (mode == kSatKeyMode) node->record = std::make_unique<Vorlanrecord>(std::move(record));
+
+    const AddStatus status = vorlanaddnode(*node, dmaMode);
+    if (mode == kSatKeyMode && status == AddStatus::SameThing) {
+        if (dupkeymodeget() != 0) return key;
+        tracelogerror(keyMessage("AddRecToMem: Duplicated record/key ", key, " found."));
+        return kRefusedDuplicate;
+    }
+    const std::int64_t storedKey = node->key;
+    if (status != AddStatus::Linked) return storedKey;
+    if (stored != nullptr) *stored = node.get();
+    static_cast<void>(node.release());  // the tree's from now on
+    return storedKey;
+}
+
+std::string_view RemoveDMA(std::int64_t key) {
+    DmaObject& object = keytocptr(key);
+    if (!isAlive(object, key)) return "RemoveDMA: /DMA doesn't exist or was already deallocated";
+    if (!vorlanelsettype(object.type)) return "RemoveDMA: This DMA object isn't a correct object.";
+    delete static_cast<Vorlanrecord*>(object.record.exchange(nullptr));
+    if (object.attachments[0] == nullptr && object.attachments[1] == nullptr) releasedmaobject(object);
+    return {};
+}
+
+std::int32_t RemoveNode(std::int64_t key) {
+    if (isdma(key)) {
+        const std::string_view problem = key < 1 ? "RemoveNode: Invalid DMA key (<=0)." : RemoveDMA(key);
+        if (!problem.empty()) {
+            tracelogerror(problem);
+            return kFailure;
+        }
+    }
+    bool removed = false;
+    {
+        const WriteGuard guard;
+        removed = vorlantree.removeNode(key);
+    }
+    if (removed) return kSuccess;
+    tracelogerror(keyMessage("RemoveNode: Unable to locate this key ", key, " in its binary tree."));
+    return kFailure;
+}
+
+void vorlanemptytree() {
+    std::vector<std::string_view> problems;
+    {
+        const WriteGuard guard;
+        vorlantree.emptyTree([&](const Vorlanbintree& node) {
+            if (!isdma(node.key)) return;
+            if (const auto problem = RemoveDMA(node.key); !problem.empty()) problems.push_back(problem);
+        });
+    }
+    for (const std::string_view problem : problems)
+        tracelogerror(problem);
+}
+
+Vorlanrecord* FindRecPtr(std::int64_t key, std::string_view& message, bool guardHeld) noexcept {
+    message = {};
+    if (isdma(key)) {
+        const DmaObject& object = keytocptr(key);
+        if (key < 1) {
+            message = "FindRecPtr: Invalid DMA key (<=0).";
+        } else if (!isAlive(object, key)) {
+            message = "FindRecPtr: Invalid DMA key.";
+        } else if (Vorlanrecord* const record = recordIn(object)) {
+            return record;
+        } else {
+            message = "FindRecPtr: Prop data doesn't exist.";
+        }
+        return nullptr;
+    }
+    if (!guardHeld) vorlanbeginread();
+    if (vorlantreeisempty()) {
+        message = "FindRecPtr: Search tree is empty.";
+        return nullptr;
+    }
+    const Vorlanbintree* const node = vorlantree.find(key);
+    if (node != nullptr) return node->record.get();
+    message = "FindRecPtr: search key doens't exist.";
+    return nullptr;
+}
+
+Vorlanrecord FindRec(std::int64_t key, std::string_view& message) {
+    Vorlanrecord none;
+    none.satNum = kNoRecord;
+    message = {};
+    if (isdma(key)) {
+        if (key < 1) message = "FindRec: Invalid DMA key (<=0).";
+        const DmaObject& object = keytocptr(key);
+        const bool usable = key >= 1 && isAlive(object, key) && vorlanelsettype(object.type);
+        return usable && recordIn(object) != nullptr ? *recordIn(object) : none;
+    }
+    if (vorlantreeisempty()) {
+        message = "FindRec: Search tree is empty.";
+        return none;
+    }
+    const ReadGuard guard;
+    const Vorlanbintree* const node = vorlantree.find(key);
+    if (node != nullptr) return node->record ? *node->record : none;
+    message = "FindRec: search key doens't exist.";
+    return none;
+}
+
+std::int64_t vorlansatkeyget(std::int32_t satNum) {
+    if (vorlantreeisempty()) return kNoKey;
+    const ReadGuard guard;
+    const Vorlanbintree* const found = VorlanTree::preOrder(vorlantreeroot(), [=](const Vorlanbintree& node) {
+        const Vorlanrecord* const record = recordOf(node);
+        return record != nullptr && record->satNum == satNum;
+    });
+    return found != nullptr ? found->key : kNoKey;
+}
+
+const Vorlanrecord* recordOf(const Vorlanbintree& node) noexcept {
+    if (!isdma(node.key)) return node.record.get();
+    const DmaObject& object = keytocptr(node.key);
+    return isAlive(object, node.key) ? recordIn(object) : nullptr;
+}
+
+Vorlanrecord vorlangetrec(const Vorlanbintree& node) {
+    const Vorlanrecord* const record = recordOf(node);
+    return record != nullptr ? *record : Vorlanrecord{};
+}
+
+std::int32_t RecordAccess::fail(std::string_view message) {
+    leave();
+    tracelogerror(message);
+    return kFailure;
+}
+
+}  // namespace vorlandi

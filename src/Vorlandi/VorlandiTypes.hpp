@@ -1,0 +1,62 @@
+// The record types: one satellite's ephemeris, and the node of the store that holds it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "CoreServices/Texts.hpp"
+#include "Vorlandi/PointArray.hpp"
+
+namespace vorlandi {
+
+// Coordinate-system codes of a record.
+constexpr std::int32_t kEci = 1;
+constexpr std::int32_t kJ2k = 2;
+constexpr std::int32_t kEfg = 3;
+constexpr std::int32_t kEcr = 4;
+constexpr std::int32_t kUnknownCoordinates = 100;
+
+// Names of the codes 1 to 4, three letters each.
+constexpr std::string_view coordstr = "ECIJ2KEFGECR";
+
+// The three letters of a code; blanks for one outside 1 to 4.
+constexpr std::string_view coordinateName(std::int32_t code) noexcept {
+    return code >= kEci && code <= kEcr ? coordstr.substr(static_cast<std::size_t>(code - 1) * 3, 3) : "   ";
+}
+
+// One satellite's ephemeris. Copies are deep; whoever holds a record owns its points.
+struct Vorlanrecord {
+    PaddedText<512> fileName;  // file the record was read from
+    InlineText<128> inputTag;  // tag of the card that preceded it
+    std::int32_t satNum = 0;
+    std::int32_t coordSys = kEci;
+    std::int32_t codeTens = 0;        // tens of the combined code given when the satellite was added
+    double epoch = 0.0;               // Ds50UTC: given with the satellite, then the time of the first point
+    double earthRadius = 6378.135;    // km
+    double ke = 0.07436691613317341;  // earth radii and minutes
+    InlineText<8> text8;              // stored and returned, never interpreted
+    PointArray points;                // in strictly rising time order
+
+    std::int32_t numberOfPoints() const noexcept { return points.count(); }
+};
+
+// Two records are the same satellite when number, coordinate system and epoch are equal.
+inline bool equal(const Vorlanrecord& a, const Vorlanrecord& b) noexcept {
+    return a.satNum == b.satNum && a.coordSys == b.coordSys && a.epoch == b.epoch;
+}
+
+// The sort string of a record, "(I9.9, I2, F16.9)": number, coordinate system, epoch.
+std::string fieldstostr(const Vorlanrecord& record);
+
+// A node of the store. Its record is null when it lives in a DMA object.
+struct Vorlanbintree {
+    std::int64_t key = 0;
+    std::int32_t sequenceNumber = 0;  // order of insertion
+    std::int32_t balance = 0;         // height of the right subtree minus that of the left
+    std::unique_ptr<Vorlanrecord> record;
+    Vorlanbintree* left = nullptr;   // smaller keys
+    Vorlanbintree* right = nullptr;  // larger keys
+};
+
+}  // namespace vorlandi
