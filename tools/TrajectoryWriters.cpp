@@ -1,0 +1,65 @@
+// Launch trajectories: elapsed seconds, units of their own, no satellite number.
+#include <array>
+#include <cmath>
+
+#include "EphemerisWriters.hpp"
+#include "WriterSupport.hpp"
+
+namespace vorlandi::tools {
+namespace {
+
+constexpr double kMetersPerKilometer = 1000.0;
+constexpr double kFeetPerKilometer = 1.0 / 0.0003048;
+
+// The lines skipped behind the first one. They say what a data line holds.
+constexpr std::array<std::string_view, 16> kLaunchHeader{
+    "VALUE 1: SECONDS SINCE 00:00 OF THE DAY OF READING",
+    "VALUES 2 TO 4: NOT USED",
+    "VALUES 5 TO 7: POSITION X, Y, Z, METERS, EARTH-FIXED",
+    "VALUES 8 TO 10: VELOCITY X, Y, Z, METERS PER SECOND, EARTH-FIXED",
+    "VALUES 11 TO 15: NOT USED",
+    "VALUE 16: LABEL",
+    "",
+    "",
+    "",
+    "",
+    "",
+    "",
+    "",
+    "",
+    "TIME  -  -  -  X  Y  Z  VX  VY  VZ  -  -  -  -  -  LABEL",
+    ""};
+
+}  // namespace
+
+void writeLaunch(const Ephemeris& ephemeris, std::ostream& stream) {
+    LineOutput out(stream);
+    out.line("TIME(SEC): TIME");
+    for (const auto text : kLaunchHeader)
+        out.line("{}", text);
+    const UtcTime midnight = std::chrono::floor<std::chrono::days>(ephemeris.epoch());
+    for (const auto& point : ephemeris.points) {
+        // seconds, three unused, x, y, z (m), vx, vy, vz (m/s), five unused, a label without blanks
+        out.line("{:.3f} 0.0 0.0 0.0 {} {} 0.0 0.0 0.0 0.0 0.0 COAST", secondsBetween(midnight, point.time),
+                 list(point.state.position_km, kMetersPerKilometer),
+                 list(point.state.velocity_km_s, kMetersPerKilometer));
+    }
+}
+
+void writeEelv(const Ephemeris& ephemeris, std::ostream& stream) {
+    LineOutput out(stream);
+    const CalendarTime start = calendarTime(ephemeris.epoch());
+    // Year, month, day, hour, minute, seconds in 23 columns each: their points in columns 2, 25, 48, 71, 94
+    // and 117 are the mark of the format.
+    out.line("{:.16e} {:.16e} {:.16e} {:.16e} {:.16e} {:.16e}", static_cast<double>(start.year),
+             static_cast<double>(start.month), static_cast<double>(start.day),
+             static_cast<double>(start.hour), static_cast<double>(start.minute), start.second);
+    for (const auto& point : ephemeris.points) {
+        // seconds since that time, x, y, z (ft), vx, vy, vz (ft/s)
+        out.line("{:.3f} {} {}", secondsBetween(ephemeris.epoch(), point.time),
+                 list(point.state.position_km, kFeetPerKilometer),
+                 list(point.state.velocity_km_s, kFeetPerKilometer));
+    }
+}
+
+}  // namespace vorlandi::tools
