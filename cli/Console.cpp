@@ -1,0 +1,76 @@
+#include "Console.hpp"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "Texts.hpp"
+
+namespace vorlandi::cli {
+namespace {
+
+constexpr std::size_t kUsualColumns = 80;
+
+bool isSet(const char* variable) {
+    const char* const value = std::getenv(variable);
+    return value != nullptr && *value != '\0';
+}
+
+bool isDumbTerminal() {
+    const char* const terminal = std::getenv("TERM");
+    return terminal != nullptr && std::string_view(terminal) == "dumb";
+}
+
+std::size_t terminalColumns() {
+    winsize size{};
+    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return kUsualColumns;
+    return size.ws_col;
+}
+
+// A message leaves in one piece, so that it never mixes with those of other programs on the terminal. When
+// standard error cannot be written to there is nobody left to tell.
+void toStandardError(const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stderr);
+    std::fflush(stderr);
+}
+
+}  // namespace
+
+Console::Console()
+    : terminal_(isatty(STDERR_FILENO) != 0),
+      coloured_(terminal_ && !isSet("NO_COLOR") && !isDumbTerminal()) {}
+
+void Console::error(std::string_view subject, std::string_view text) {
+    error_reported_ = true;
+    print(subject, coloured_ ? "\x1b[1;31merror:\x1b[0m " : "error: ", text);
+}
+
+void Console::information(std::string_view subject, std::string_view text) {
+    if (verbose_) print(subject, "", text);
+}
+
+void Console::print(std::string_view subject, std::string_view severity, std::string_view text) {
+    clearProgress();
+    std::string line = "vorlandi: ";
+    if (!subject.empty()) line += printable(subject) + ": ";
+    line += severity;
+    line += printable(text);
+    toStandardError(line + '\n');
+}
+
+void Console::progress(const std::string& text) {
+    if (!terminal_) return;
+    // A line that wraps could not be cleared again.
+    const std::string line = printable(text).substr(0, terminalColumns() - 1);
+    toStandardError("\r\x1b[K" + line);
+    progress_shown_ = true;
+}
+
+void Console::clearProgress() {
+    if (progress_shown_) toStandardError("\r\x1b[K");
+    progress_shown_ = false;
+}
+
+}  // namespace vorlandi::cli

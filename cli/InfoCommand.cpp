@@ -1,0 +1,113 @@
+#include "InfoCommand.hpp"
+
+#include <memory>
+
+#include "Loading.hpp"
+#include "Output.hpp"
+#include "Store.hpp"
+#include "TextTable.hpp"
+#include "Texts.hpp"
+
+namespace vorlandi::cli {
+namespace {
+
+constexpr const char* kFooter =
+    R"(The mean spacing is in seconds. The tag is the text that a card file gives its next satellite.
+
+Examples:
+  vorlandi info 81001_stk.e
+  vorlandi info --verbose fleet.card
+  vorlandi info --format json *.e | jq '.[].satellite')";
+
+struct InfoOptions {
+    std::vector<std::string> files;
+    std::string output{kStandardOutput};
+    Format format = Format::kTable;
+};
+
+std::string timeText(const Satellite& satellite, double ds50_utc) {
+    return satellite.point_count > 0 ? isoTime(ds50_utc) : "";
+}
+
+void printTable(const std::vector<Satellite>& satellites, Output& output) {
+    if (satellites.empty()) return;
+    using enum Align;
+    TextTable table({kRight, kRight, kLeft, kRight, kLeft, kLeft, kRight, kLeft, kLeft, kLeft},
+                    {"satellite", "key", "frame", "points", "first (UTC)", "last (UTC)", "spacing (s)",
+                     "covariance", "file", "tag"});
+    for (const Satellite& satellite : satellites) {
+        const auto spacing = satellite.meanSpacing_s();
+        table.addRow({std::to_string(satellite.number), std::to_string(satellite.key), satellite.frame(),
+                      std::to_string(satellite.point_count), timeText(satellite, satellite.span.start),
+                      timeText(satellite, satellite.span.end),
+                      spacing ? fmt::format("{:.3f}", *spacing) : "-",
+                      carriesCovariance(satellite) ? "yes" : "no", satellite.file, satellite.tag});
+    }
+    table.print(output);
+}
+
+void printCsv(const std::vector<Satellite>& satellites, Output& output) {
+    output.write("satellite,key,frame,points,first_utc,last_utc,mean_spacing_s,covariance,file,tag\n");
+    for (const Satellite& satellite : satellites) {
+        const auto spacing = satellite.meanSpacing_s();
+        output.print("{},{},{},{},{},{},{},{},{},{}\n", satellite.number, satellite.key, satellite.frame(),
+                     satellite.point_count, timeText(satellite, satellite.span.start),
+                     timeText(satellite, satellite.span.end), spacing ? fmt::format("{}", *spacing) : "",
+                     carriesCovariance(satellite) ? "yes" : "no", csvField(satellite.file),
+                     csvField(satellite.tag));
+    }
+}
+
+std::string jsonTime(const Satellite& satellite, double ds50_utc) {
+    return satellite.point_count > 0 ? jsonText(isoTime(ds50_utc)) : "null";
+}
+
+void printJson(const std::vector<Satellite>& satellites, Output& output) {
+    const char* separator = "[\n";
+    for (const Satellite& satellite : satellites) {
+        const auto spacing = satellite.meanSpacing_s();
+        output.print(
+            "{}{{\"satellite\":{},\"key\":\"{}\",\"frame\":{},\"points\":{},\"first_utc\":{},"
+            "\"last_utc\":{},\"mean_spacing_s\":{},\"covariance\":{},\"file\":{},\"tag\":{}}}",
+            separator, satellite.number, satellite.key, jsonText(satellite.frame()), satellite.point_count,
+            jsonTime(satellite, satellite.span.start), jsonTime(satellite, satellite.span.end),
+            spacing ? fmt::format("{}", *spacing) : "null", carriesCovariance(satellite),
+            jsonText(satellite.file), jsonText(satellite.tag));
+        separator = ",\n";
+    }
+    output.write(satellites.empty() ? "[]\n" : "\n]\n");
+}
+
+ExitStatus runInfo(const InfoOptions& options, Console& console) {
+    const bool all_loaded = loadFiles(options.files, options.output, console);
+    const std::vector<Satellite> satellites = loadedSatellites();
+    Output output(options.output);
+    switch (options.format) {
+        case Format::kTable:
+            printTable(satellites, output);
+            break;
+        case Format::kCsv:
+            printCsv(satellites, output);
+            break;
+        case Format::kJson:
+            printJson(satellites, output);
+            break;
+    }
+    output.close();
+    return statusOf(all_loaded);
+}
+
+}  // namespace
+
+void addInfoCommand(CLI::App& application, Session& session) {
+    CLI::App* const command = application.add_subcommand("info", "List the satellites in ephemeris files");
+    const auto options = std::make_shared<InfoOptions>();
+    addInputFiles(*command, options->files);
+    addFormat(*command, options->format);
+    addOutput(*command, options->output);
+    addVerbose(*command, session.console);
+    command->footer(kFooter);
+    command->callback([options, &session] { session.status = runInfo(*options, session.console); });
+}
+
+}  // namespace vorlandi::cli

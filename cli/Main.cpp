@@ -1,0 +1,101 @@
+// The command line tool `vorlandi`.
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <sstream>
+
+#include "InfoCommand.hpp"
+#include "Options.hpp"
+#include "Output.hpp"
+#include "SaveCommand.hpp"
+#include "StatesCommand.hpp"
+#include "Store.hpp"
+
+namespace vorlandi::cli {
+namespace {
+
+constexpr const char* kFooter =
+    R"(Exit status: 0 all well; 1 something could not be loaded, answered or written; 2 wrong usage.
+
+Examples:
+  vorlandi info 81001_stk.e
+  vorlandi states 81001_stk.e --at 2026-01-31T01:30:00 --format json
+  vorlandi save fleet.card *.e
+  vorlandi states --help)";
+
+// A file opened while standard error is closed would get its number, and the messages would go into that
+// file. Standard output gets a stand-in that can't be written to, so that its absence is noticed.
+void occupyStandardStreams() {
+    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+        if (fcntl(descriptor, F_GETFD) == -1)
+            open("/dev/null", descriptor == STDERR_FILENO ? O_WRONLY : O_RDONLY);
+    }
+}
+
+void addCommands(CLI::App& application, Session& session) {
+    application.name("vorlandi");
+    application.require_subcommand(1);
+    application.set_version_flag("--version", libraryVersion, "Print the version and exit");
+    application.footer(kFooter);
+    addInfoCommand(application, session);
+    addStatesCommand(application, session);
+    addSaveCommand(application, session);
+}
+
+std::string usageMessage(const CLI::ParseError& error, const CLI::App& application) {
+    const auto commands = application.get_subcommands();
+    const auto remaining = application.remaining();
+    if (!commands.empty())
+        return fmt::format("{} (see vorlandi {} --help)", error.what(), commands.front()->get_name());
+    if (!remaining.empty())
+        return fmt::format("unknown command or option {} (see vorlandi --help)", remaining.front());
+    return fmt::format("{} (see vorlandi --help)", error.what());
+}
+
+// Help and version come as exceptions of status 0, everything else is wrong usage.
+ExitStatus report(const CLI::ParseError& error, const CLI::App& application, Console& console) {
+    if (error.get_exit_code() != 0) {
+        console.error("", usageMessage(error, application));
+        return ExitStatus::kUsage;
+    }
+    std::ostringstream text;
+    application.exit(error, text, text);
+    Output output{std::string(kStandardOutput)};
+    output.write(text.str());
+    output.close();
+    return ExitStatus::kSuccess;
+}
+
+ExitStatus parseAndRun(int argc, const char* const* argv, Session& session) {
+    CLI::App application("Satellite states from ephemeris files.");
+    addCommands(application, session);
+    try {
+        application.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return report(error, application, session.console);
+    }
+    return session.status;
+}
+
+ExitStatus run(int argc, const char* const* argv) {
+    Session session;
+    try {
+        return parseAndRun(argc, argv, session);
+    } catch (const OutputClosed&) {
+        return statusOf(!session.console.hasReportedError());
+    } catch (const std::exception& error) {
+        session.console.error("", error.what());
+        return ExitStatus::kFailure;
+    }
+}
+
+}  // namespace
+}  // namespace vorlandi::cli
+
+int main(int argc, char* argv[]) {
+    // A reader that has seen enough is noticed by the write that fails.
+    std::signal(SIGPIPE, SIG_IGN);
+    vorlandi::cli::occupyStandardStreams();
+    return static_cast<int>(vorlandi::cli::run(argc, argv));
+}

@@ -1,0 +1,65 @@
+#include "Output.hpp"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+namespace vorlandi::cli {
+namespace {
+
+constexpr int kClosed = -1;
+constexpr mode_t kReadAndWriteForAll = 0666;
+
+int openOutput(const std::string& name) {
+    if (name == kStandardOutput) return STDOUT_FILENO;
+    return open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kReadAndWriteForAll);
+}
+
+}  // namespace
+
+Output::Output(const std::string& name) : name_(name), descriptor_(openOutput(name)) {
+    if (descriptor_ == kClosed) fail(errno);
+}
+
+Output::~Output() {
+    if (descriptor_ > STDERR_FILENO) ::close(descriptor_);
+}
+
+void Output::write(std::string_view text) {
+    buffer_.append(text.data(), text.data() + text.size());
+    if (buffer_.size() >= kFlushSize) flush();
+}
+
+void Output::close() {
+    flush();
+    // Some file systems report a full disk here and not before. Standard output is closed too: nothing
+    // follows.
+    const int descriptor = std::exchange(descriptor_, kClosed);
+    if (::close(descriptor) != 0) fail(errno);
+}
+
+void Output::flush() {
+    writeThrough(buffer_.data(), buffer_.size());
+    buffer_.clear();
+}
+
+void Output::writeThrough(const char* data, std::size_t size) {
+    while (size > 0) {
+        const ssize_t written = ::write(descriptor_, data, size);
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) fail(errno);
+        data += written;
+        size -= static_cast<std::size_t>(written);
+    }
+}
+
+void Output::fail(int error) const {
+    if (error == EPIPE) throw OutputClosed();
+    const std::string_view name = name_ == kStandardOutput ? "standard output" : std::string_view(name_);
+    throw OutputError(fmt::format("{}: {}", name, std::strerror(error)));
+}
+
+}  // namespace vorlandi::cli

@@ -1,0 +1,172 @@
+#include "StateWriter.hpp"
+
+#include <cmath>
+
+#include "Texts.hpp"
+
+namespace vorlandi::cli {
+namespace {
+
+constexpr std::array<std::string_view, 6> kComponents = {"x", "y", "z", "vx", "vy", "vz"};
+
+class TableWriter : public StateWriter {
+public:
+    TableWriter(Covariance covariance, Output& output) : covariance_(covariance), output_(output) {
+        output_.print("{:>9}  {:<5}  {:<26}  {:>16} {:>16} {:>16}  {:>14} {:>14} {:>14}  {:>10}\n",
+                      "satellite", "frame", "time (UTC)", "x (km)", "y (km)", "z (km)", "vx (km/s)",
+                      "vy (km/s)", "vz (km/s)", "revolution");
+    }
+
+    void beginSatellite(const Satellite& satellite) override {
+        number_ = satellite.number;
+        frame_ = satellite.frame();
+    }
+
+    void state(const State& state) override {
+        const auto& [x, y, z] = state.position_km;
+        const auto& [vx, vy, vz] = state.velocity_km_s;
+        output_.print(
+            "{:>9}  {:<5}  {:<26}  {:>16.6f} {:>16.6f} {:>16.6f}  {:>14.9f} {:>14.9f} {:>14.9f}  {:>10}\n",
+            number_, frame_, isoTime(state.ds50_utc), x, y, z, vx, vy, vz, state.revolution);
+        if (covariance_ == Covariance::kWanted) covariance(state.covariance);
+    }
+
+private:
+    void covariance(const std::optional<Matrix6>& matrix) {
+        if (!matrix) return output_.print("{:>11}no covariance\n", "");
+        for (std::size_t row = 0; row < 6; ++row) {
+            output_.print("{:>11}{:<2}", "", kComponents[row]);
+            for (std::size_t column = 0; column <= row; ++column)
+                output_.print(" {:>14.6e}", (*matrix)[row][column]);
+            output_.write("\n");
+        }
+    }
+
+    Covariance covariance_;
+    Output& output_;
+    std::int32_t number_ = 0;
+    std::string frame_;
+};
+
+class CsvWriter : public StateWriter {
+public:
+    CsvWriter(Covariance covariance, Output& output) : covariance_(covariance), output_(output) {
+        output_.write(
+            "satellite,key,frame,time_utc,ds50_utc,x_km,y_km,z_km,vx_km_s,vy_km_s,vz_km_s,revolution");
+        if (covariance_ == Covariance::kWanted) covarianceTitles();
+        output_.write("\n");
+    }
+
+    void beginSatellite(const Satellite& satellite) override {
+        head_ = fmt::format("{},{},{}", satellite.number, satellite.key, csvField(satellite.frame()));
+    }
+
+    void state(const State& state) override {
+        output_.print("{},{},{},{},{},{}", head_, isoTime(state.ds50_utc), state.ds50_utc,
+                      fmt::join(state.position_km, ","), fmt::join(state.velocity_km_s, ","),
+                      state.revolution);
+        if (covariance_ == Covariance::kWanted) covariance(state.covariance);
+        output_.write("\n");
+    }
+
+private:
+    void covarianceTitles() {
+        for (std::size_t row = 0; row < 6; ++row) {
+            for (std::size_t column = 0; column <= row; ++column)
+                output_.print(",cov_{}_{}", kComponents[row], kComponents[column]);
+        }
+    }
+
+    void covariance(const std::optional<Matrix6>& matrix) {
+        for (std::size_t row = 0; row < 6; ++row) {
+            for (std::size_t column = 0; column <= row; ++column) {
+                output_.write(",");
+                if (matrix) output_.print("{}", (*matrix)[row][column]);
+            }
+        }
+    }
+
+    Covariance covariance_;
+    Output& output_;
+    std::string head_;
+};
+
+class JsonWriter : public StateWriter {
+public:
+    JsonWriter(Covariance covariance, Output& output) : covariance_(covariance), output_(output) {
+        output_.write("{\"satellites\":[");
+    }
+
+    // The key is a text because many readers of JSON hold whole numbers to 53 bits only.
+    void beginSatellite(const Satellite& satellite) override {
+        output_.print("{}\n{{\"satellite\":{},\"key\":\"{}\",\"frame\":{},\"file\":{},\"states\":[",
+                      first_satellite_ ? "" : ",", satellite.number, satellite.key,
+                      jsonText(satellite.frame()), jsonText(satellite.file));
+        first_satellite_ = false;
+        first_state_ = true;
+    }
+
+    void state(const State& state) override {
+        output_.print("{}\n{{\"time_utc\":\"{}\",\"ds50_utc\":", first_state_ ? "" : ",",
+                      isoTime(state.ds50_utc));
+        number(state.ds50_utc);
+        output_.write(",\"position_km\":");
+        array(state.position_km);
+        output_.write(",\"velocity_km_s\":");
+        array(state.velocity_km_s);
+        output_.print(",\"revolution\":{}", state.revolution);
+        if (covariance_ == Covariance::kWanted) covariance(state.covariance);
+        output_.write("}");
+        first_state_ = false;
+    }
+
+    void endSatellite() override { output_.write("]}"); }
+    void finish() override { output_.write("\n]}\n"); }
+
+private:
+    // JSON knows no infinities and no NaN.
+    void number(double value) {
+        if (!std::isfinite(value)) return output_.write("null");
+        output_.print("{}", value);
+    }
+
+    template <std::size_t Size>
+    void array(const std::array<double, Size>& values) {
+        for (std::size_t i = 0; i < Size; ++i) {
+            output_.write(i == 0 ? "[" : ",");
+            number(values[i]);
+        }
+        output_.write("]");
+    }
+
+    void covariance(const std::optional<Matrix6>& matrix) {
+        output_.write(",\"covariance\":");
+        if (!matrix) return output_.write("null");
+        for (std::size_t row = 0; row < 6; ++row) {
+            output_.write(row == 0 ? "[" : ",");
+            array((*matrix)[row]);
+        }
+        output_.write("]");
+    }
+
+    Covariance covariance_;
+    Output& output_;
+    bool first_satellite_ = true;
+    bool first_state_ = true;
+};
+
+}  // namespace
+
+std::unique_ptr<StateWriter> makeStateWriter(Format format, Covariance covariance, Output& output) {
+    switch (format) {
+        case Format::kCsv:
+            return std::make_unique<CsvWriter>(covariance, output);
+        case Format::kJson:
+            return std::make_unique<JsonWriter>(covariance, output);
+        case Format::kTable:
+            break;
+    }
+    return std::make_unique<TableWriter>(covariance, output);
+}
+
+}  // namespace vorlandi::cli

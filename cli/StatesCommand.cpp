@@ -1,0 +1,143 @@
+#include "StatesCommand.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include "Loading.hpp"
+#include "Output.hpp"
+#include "StateQuery.hpp"
+#include "StateWriter.hpp"
+#include "Store.hpp"
+#include "TimeGrid.hpp"
+
+namespace vorlandi::cli {
+namespace {
+
+constexpr const char* kFooter =
+    R"(Positions are km, velocities km/s, in the frame of the ephemeris. Without any times all stored points are printed;
+with --from or --to alone, the stored points in that range; with --step, states at from, from + step, ... up to the
+end, which is included. A step counts seconds of the UTC clock. A time that misses the first or last point by less
+than a microsecond means that point.
+
+TIME is UTC in any of these forms:
+  2024-03-01T12:00:30.5   2024-061T12:00:30.5   2024/03/01 12:00:30.5   "01 Mar 2024 12:00:30.5"
+  24061120030.5   2024061120030.5   24061.50035301   2024061.50035301   2024Mar01120030.5
+
+Covariances (--cov) are those of x, y, z, vx, vy, vz in km and km/s. The table shows the lower triangle below each
+state; csv has its 21 values row by row, cov_x_x, cov_y_x, cov_y_y, ..., empty where there is none; json has the
+whole 6x6 matrix, or null. Numbers in csv and json are exact: reading them gives the same doubles again.
+
+Examples:
+  vorlandi states 81001_stk.e --at 2026-01-31T01:30:00
+  vorlandi states fleet.card --sat 81001 --step 10 --format csv -o states.csv
+  vorlandi states 81001_stk.e --from 2026-01-31T01:00:00 --to 2026-01-31T02:00:00 --step 60 --cov)";
+
+struct StatesOptions {
+    std::vector<std::string> files;
+    std::vector<std::string> at;
+    std::string from;
+    std::string to;
+    double step_s = 0.0;
+    std::vector<std::int32_t> satellites;
+    bool covariance = false;
+    std::string output{kStandardOutput};
+    Format format = Format::kTable;
+};
+
+double timeOf(const std::string& option, const std::string& text) {
+    if (const auto time = timeFromText(text)) return *time;
+    throw UsageError(option, fmt::format("\"{}\" is no time", text));
+}
+
+std::optional<double> optionalTime(const std::string& option, const std::string& text, bool given) {
+    return given ? std::optional(timeOf(option, text)) : std::nullopt;
+}
+
+StateRequest requestOf(const StatesOptions& options, const CLI::App& command) {
+    StateRequest request;
+    if (command.count("--at") > 0 &&
+        command.count("--from") + command.count("--to") + command.count("--step") > 0)
+        throw UsageError("--at", "goes without --from, --to and --step");
+    for (const std::string& text : options.at)
+        request.at.push_back(timeOf("--at", text));
+    request.from = optionalTime("--from", options.from, command.count("--from") > 0);
+    request.to = optionalTime("--to", options.to, command.count("--to") > 0);
+    if (request.from && request.to && *request.from > *request.to)
+        throw UsageError("--to", "is earlier than --from");
+    if (command.count("--step") > 0) {
+        if (!std::isfinite(options.step_s) || options.step_s < kShortestStep_s)
+            throw UsageError("--step", "must be a finite number of seconds, a microsecond or more");
+        request.step_s = options.step_s;
+    }
+    if (options.covariance) request.covariance = Covariance::kWanted;
+    return request;
+}
+
+bool isWanted(const Satellite& satellite, const std::vector<std::int32_t>& numbers) {
+    return numbers.empty() || std::find(numbers.begin(), numbers.end(), satellite.number) != numbers.end();
+}
+
+// Reports the numbers that were asked for and are in no file. True if there are none.
+bool reportUnknown(const std::vector<std::int32_t>& numbers, const std::vector<Satellite>& satellites,
+                   Console& console) {
+    bool all_known = true;
+    for (const std::int32_t number : numbers) {
+        const auto has_number = [number](const Satellite& satellite) { return satellite.number == number; };
+        if (std::any_of(satellites.begin(), satellites.end(), has_number)) continue;
+        console.error(fmt::format("satellite {}", number), "is in none of the files");
+        all_known = false;
+    }
+    return all_known;
+}
+
+ExitStatus runStates(const StatesOptions& options, const StateRequest& request, Console& console) {
+    bool all_well = loadFiles(options.files, options.output, console);
+    const std::vector<Satellite> satellites = loadedSatellites();
+    all_well = reportUnknown(options.satellites, satellites, console) && all_well;
+
+    Output output(options.output);
+    const auto writer = makeStateWriter(options.format, request.covariance, output);
+    for (const Satellite& satellite : satellites) {
+        if (isWanted(satellite, options.satellites))
+            all_well = answer(request, satellite, *writer, console) && all_well;
+    }
+    writer->finish();
+    output.close();
+    return statusOf(all_well);
+}
+
+void addTimes(CLI::App& command, StatesOptions& options) {
+    command.add_option("--at", options.at, "State at this time; may be repeated")
+        ->type_name("TIME")
+        ->allow_extra_args(false);
+    command.add_option("--from", options.from, "Begin of the range; the first point if not given")
+        ->type_name("TIME");
+    command.add_option("--to", options.to, "End of the range; the last point if not given")
+        ->type_name("TIME");
+    command.add_option("--step", options.step_s, "Seconds between the states; stored points if not given")
+        ->type_name("SECONDS");
+}
+
+}  // namespace
+
+void addStatesCommand(CLI::App& application, Session& session) {
+    CLI::App* const command = application.add_subcommand("states", "Print states of satellites");
+    const auto options = std::make_shared<StatesOptions>();
+    addInputFiles(*command, options->files);
+    addTimes(*command, *options);
+    command->add_option("--sat", options->satellites, "Only this satellite number; may be repeated")
+        ->type_name("N")
+        ->allow_extra_args(false)
+        ->check(CLI::Range(0, 999999999).description(""));
+    command->add_flag("--cov", options->covariance, "With covariances");
+    addFormat(*command, options->format);
+    addOutput(*command, options->output);
+    addVerbose(*command, session.console);
+    command->footer(kFooter);
+    command->callback([options, command, &session] {
+        session.status = runStates(*options, requestOf(*options, *command), session.console);
+    });
+}
+
+}  // namespace vorlandi::cli

@@ -1,0 +1,30 @@
+// Evenly spaced times.
+#pragma once
+
+#include <cstdint>
+
+namespace vorlandi::cli {
+
+// Shorter steps would vanish in the rounding of a time counted in days.
+inline constexpr double kShortestStep_s = 1e-6;
+
+// The times from + i * step up to an end that belongs to them, to within a microsecond. Each is worked out on
+// its own, so that no error adds up however long the grid is. A step counts seconds of the UTC clock, 86400
+// to the day.
+class TimeGrid {
+public:
+    // from <= to, step_s >= kShortestStep_s.
+    TimeGrid(double from_ds50, double to_ds50, double step_s);
+
+    std::int64_t size() const { return size_; }
+    double operator[](std::int64_t i) const;
+
+private:
+    double from_;
+    double to_;
+    double step_s_;
+    double tolerance_s_;
+    std::int64_t size_;
+};
+
+}  // namespace vorlandi::cli
