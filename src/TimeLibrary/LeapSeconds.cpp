@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <mutex>
 
@@ -28,7 +29,7 @@ constexpr Announcement kAnnouncements[] = {
 
 LeapStep stepAt(double day, double taiMinusUtc) {
     const double daysOffset = taiMinusUtc / 86400.0;
-    return {day, taiMinusUtc, daysOffset, day + daysOffset};
+    return {day, taiMinusUtc, daysOffset, day + daysOffset, std::numeric_limits<double>::infinity()};
 }
 
 const LeapTable* builtInTable() {
@@ -71,7 +72,10 @@ std::string_view readStep(std::string_view line, std::vector<LeapStep>& steps) {
 }  // namespace
 
 LeapTable::LeapTable(std::vector<LeapStep> steps)
-    : steps_(std::move(steps)), first_(steps_.data()), last_(steps_.data() + steps_.size() - 1) {}
+    : steps_(std::move(steps)), first_(steps_.data()), last_(steps_.data() + steps_.size() - 1) {
+    for (std::size_t k = 1; k < steps_.size(); ++k)
+        steps_[k - 1].nextDay = steps_[k].day;
+}
 
 bool LeapTable::endsWithLeapSecond(double day) const noexcept {
     const LeapStep& next = atUtc(day + 1.0);

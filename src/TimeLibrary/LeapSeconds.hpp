@@ -17,6 +17,7 @@ struct LeapStep {
     double taiMinusUtc;  // seconds, from then on
     double daysOffset;   // the same in days
     double dayTai;       // the step's day on the TAI scale, rounded exactly as utc2tai rounds it
+    double nextDay;      // day of the next step, infinity for the last
 };
 
 class LeapTable {

@@ -1,6 +1,5 @@
 #include "Vorlandi/VorlandiProcessing/InterpolationKernels.hpp"
 
-#include <array>
 #include <cmath>
 #include <limits>
 #include <vector>
@@ -10,18 +9,12 @@
 namespace vorlandi {
 namespace {
 
-// What the formulas need of the nodes and of the request, one number per node each. Numbers is an array of
-// the usual four or a vector of any length.
-template <class Numbers>
-struct Differences {
-    Numbers dt;    // request minus node, s
-    Numbers e;     // node i minus node j, s: row i, column j; not used on the diagonal
-    Numbers days;  // split TAI times of the nodes
-    Numbers seconds;
-};
+// One number for each of the four nodes of the usual window, calculated with side by side. A lane rounds exactly
+// as a double alone does.
+using Lanes = double __attribute__((vector_size(32)));
 
-// Should the sum of the reciprocals vanish, the quotient by it becomes this: a number so large that the
-// weights lose it again.
+// Should the sum of the reciprocals vanish, the quotient by it becomes this: a number so large that the weights
+// lose it again.
 double valueOfVanishedSum(double dt) noexcept {
     if (dt == 0.0) return 0.0;
     if (!std::isfinite(dt)) return std::numeric_limits<double>::quiet_NaN();
@@ -30,39 +23,54 @@ double valueOfVanishedSum(double dt) noexcept {
     return std::scalbn(2.0 * std::abs(dt), 53 - exponent);
 }
 
-struct Weights {
-    double positionValue, positionDerivative;
-    double velocityValue, velocityDerivative;
-    double lagrange;
+// What the formulas need of one node (T = double) or of four (T = Lanes). e stands for the differences between
+// this node and the others.
+template <class T>
+struct NodeTerms {
+    T denominator;  // product of e
+    T sum1;         // sum of 1/e
+    T dt;           // request minus node, s
+    T sum2;         // sum of 1/dt over the other nodes
 };
 
-// The weights of node i. `product` is that of all dt.
-template <class Numbers>
-Weights weightsOf(std::size_t i, std::size_t n, const Numbers& dt, const Numbers& e,
-                  double product) noexcept {
-    double denominator = 1.0;
-    double sum1 = 0.0;
-    double sum2 = 0.0;
-    for (std::size_t j = 0; j < n; ++j) {
-        if (j == i) continue;
-        denominator *= e[i * n + j];
-        sum1 += 1.0 / e[i * n + j];
-        sum2 += 1.0 / dt[j];
-    }
-    const double numerator = product / dt[i];
-    const double c = sum1 == 0.0 ? valueOfVanishedSum(dt[i]) : -(0.5 / sum1);
-    const double a = numerator * numerator;
-    const double b = denominator * denominator;
-    return {
-        (dt[i] + c) * a / (c * b),
-        dt[i] * a / b,
-        ((2.0 * sum2) * (dt[i] + c) + 1.0) * a / (c * b),
-        ((2.0 * sum2) * dt[i] + 1.0) * a / b,
-        numerator / denominator,
-    };
+template <class T>
+struct Weights {
+    T positionValue, positionDerivative;
+    T velocityValue, velocityDerivative;
+    T lagrange;
+};
+
+void divideHalfBySum(double sum1, double dt, double& c) noexcept {
+    c = sum1 == 0.0 ? valueOfVanishedSum(dt) : -(0.5 / sum1);
 }
 
-void addWeighted(const Vorlanpoint& node, const Weights& weights, Vorlanpoint& sum) noexcept {
+void divideHalfBySum(const Lanes& sum1, const Lanes& dt, Lanes& c) noexcept {
+    c = -(0.5 / sum1);
+    for (int i = 0; i < 4; ++i) {
+        if (sum1[i] == 0.0) [[unlikely]]
+            c[i] = valueOfVanishedSum(dt[i]);
+    }
+}
+
+// The weights of a node. `product` is that of all dt.
+template <class T>
+void weigh(const NodeTerms<T>& node, double product, Weights<T>& weights) noexcept {
+    const T dt = node.dt;
+    const T numerator = product / dt;
+    T c;
+    divideHalfBySum(node.sum1, dt, c);
+    const T a = numerator * numerator;
+    const T b = node.denominator * node.denominator;
+    const T cb = c * b;
+    weights.positionValue = (dt + c) * a / cb;
+    weights.positionDerivative = dt * a / b;
+    weights.velocityValue = ((2.0 * node.sum2) * (dt + c) + 1.0) * a / cb;
+    weights.velocityDerivative = ((2.0 * node.sum2) * dt + 1.0) * a / b;
+    weights.lagrange = numerator / node.denominator;
+}
+
+// What a node contributes to the state, in this order.
+void addState(const Vorlanpoint& node, const Weights<double>& weights, Vorlanpoint& sum) noexcept {
     for (int axis = 0; axis < 3; ++axis) {
         sum.pos[axis] += weights.positionValue * node.pos[axis];
         sum.pos[axis] += weights.positionDerivative * node.vel[axis];
@@ -76,49 +84,122 @@ void addCovariance(const Vorlanpoint& node, double weight, Vorlanpoint& sum) noe
         sum.cov[k] += weight * node.cov[k];
 }
 
-constexpr std::ptrdiff_t kPointStride = sizeof(Vorlanpoint) / sizeof(double);
-
 // The auxiliary scalar of marked points: Lagrange over plain differences in days.
-double scalarAt(const Vorlanpoint* points, std::size_t n, double t) noexcept {
-    return lagrange_val({&points->cov[0], n, kPointStride}, {&points->time, n, kPointStride}, t);
+double scalarAt(std::span<const Vorlanpoint> points, double t) noexcept {
+    constexpr std::ptrdiff_t kStride = sizeof(Vorlanpoint) / sizeof(double);
+    const std::size_t n = points.size();
+    return lagrange_val({&points[0].cov[0], n, kStride}, {&points[0].time, n, kStride}, t);
 }
 
-// `n` is a compile-time constant for the usual window, so that everything below unrolls.
-template <class Numbers, class Count>
-void hermite(const Vorlanpoint* points, Count n, double t, Covariance covariance, Differences<Numbers>& work,
-             Vorlanpoint& result) noexcept {
-    const SplitTai request = tosplittai(t);
-    double product = 1.0;
-    for (std::size_t i = 0; i < n; ++i) {
-        const SplitTai node = tosplittai(points[i].time);
-        work.days[i] = node.days;
-        work.seconds[i] = node.seconds;
-        work.dt[i] = minus(request, node);
-        product *= work.dt[i];
-    }
-    for (std::size_t i = 0; i < n; ++i) {
-        if (work.dt[i] == 0.0) {
+// How the covariance of a window is worked out.
+enum class CovarianceRule { None, Lagrange, Scalar };
+
+CovarianceRule ruleOf(const Vorlanpoint& firstNode, Covariance covariance) noexcept {
+    if (covariance == Covariance::NotWanted) return CovarianceRule::None;
+    return firstNode.cov[1] == kScalarMarker ? CovarianceRule::Scalar : CovarianceRule::Lagrange;
+}
+
+// ---- Windows of four ----
+
+// Each lane is a node, each column the difference to node j: 1 and 0 stand where a node would meet itself, so
+// that products and sums pass over it.
+void separate(const double (&days)[4], const double (&seconds)[4], NodeTerms<Lanes>& terms) noexcept {
+    const auto e = [&](int i, int j) { return minus({days[i], seconds[i]}, {days[j], seconds[j]}); };
+    const double e01 = e(0, 1), e02 = e(0, 2), e03 = e(0, 3), e12 = e(1, 2), e13 = e(1, 3), e23 = e(2, 3);
+    // minus(b, a) and its reciprocal are those of minus(a, b) with the other sign, bit for bit.
+    const double r01 = 1.0 / e01, r02 = 1.0 / e02, r03 = 1.0 / e03;
+    const double r12 = 1.0 / e12, r13 = 1.0 / e13, r23 = 1.0 / e23;
+    terms.denominator = Lanes{1.0, -e01, -e02, -e03} * Lanes{e01, 1.0, -e12, -e13} *
+                        Lanes{e02, e12, 1.0, -e23} * Lanes{e03, e13, e23, 1.0};
+    terms.sum1 = Lanes{0.0, -r01, -r02, -r03} + Lanes{r01, 0.0, -r12, -r13} + Lanes{r02, r12, 0.0, -r23} +
+                 Lanes{r03, r13, r23, 0.0};
+}
+
+void sumReciprocals(const Lanes& dt, Lanes& sum) noexcept {
+    const Lanes r = 1.0 / dt;
+    sum = Lanes{0.0, r[0], r[0], r[0]} + Lanes{r[1], 0.0, r[1], r[1]} + Lanes{r[2], r[2], 0.0, r[2]} +
+          Lanes{r[3], r[3], r[3], 0.0};
+}
+
+}  // namespace
+
+void hermitevorlan(std::span<const Vorlanpoint, 4> points, double t, Vorlanpoint& result,
+                   Covariance covariance) noexcept {
+    const LeapStep& leap = leapTable().atUtc(t);
+    // Nearly every window lies between two leap seconds as a whole.
+    const bool oneLeapStep = points.front().time >= leap.day && points.back().time < leap.nextDay;
+    const SplitTai request = splitTai(t, leap.taiMinusUtc);
+    double days[4], seconds[4], dt[4];
+    for (std::size_t i = 0; i < 4; ++i) {
+        const double time = points[i].time;
+        const SplitTai node = oneLeapStep ? splitTai(time, leap.taiMinusUtc) : tosplittai(time);
+        days[i] = node.days;
+        seconds[i] = node.seconds;
+        dt[i] = minus(request, node);
+        if (dt[i] == 0.0) {
             result = points[i];
             return;
         }
     }
-    for (std::size_t i = 0; i < n; ++i) {
-        for (std::size_t j = 0; j < n; ++j) {
-            work.e[i * n + j] = minus({work.days[i], work.seconds[i]}, {work.days[j], work.seconds[j]});
+    NodeTerms<Lanes> terms;
+    terms.dt = Lanes{dt[0], dt[1], dt[2], dt[3]};
+    separate(days, seconds, terms);
+    sumReciprocals(terms.dt, terms.sum2);
+    Weights<Lanes> weights;
+    weigh(terms, dt[0] * dt[1] * dt[2] * dt[3], weights);
+
+    result = Vorlanpoint{};
+    result.time = t;
+    const CovarianceRule rule = ruleOf(points[0], covariance);
+    for (int i = 0; i < 4; ++i) {
+        const Vorlanpoint& node = points[static_cast<std::size_t>(i)];
+        addState(node,
+                 {weights.positionValue[i], weights.positionDerivative[i], weights.velocityValue[i],
+                  weights.velocityDerivative[i], weights.lagrange[i]},
+                 result);
+        if (rule == CovarianceRule::Lagrange) addCovariance(node, weights.lagrange[i], result);
+    }
+    if (rule == CovarianceRule::Scalar) result.cov[0] = scalarAt(points, t);
+}
+
+// ---- Windows of any size ----
+
+void hermitevorlan(std::span<const Vorlanpoint> points, double t, Vorlanpoint& result,
+                   Covariance covariance) {
+    const std::size_t n = points.size();
+    if (n == 4) return hermitevorlan(points.first<4>(), t, result, covariance);
+    std::vector<SplitTai> times;
+    std::vector<double> dt;
+    double product = 1.0;
+    for (const Vorlanpoint& node : points) {
+        times.push_back(tosplittai(node.time));
+        dt.push_back(minus(tosplittai(t), times.back()));
+        if (dt.back() == 0.0) {
+            result = node;
+            return;
         }
+        product *= dt.back();
     }
     result = Vorlanpoint{};
     result.time = t;
-    const bool marked = n > 0 && points[0].cov[1] == kScalarMarker;
+    if (n == 0) return;
+    const CovarianceRule rule = ruleOf(points[0], covariance);
     for (std::size_t i = 0; i < n; ++i) {
-        const Weights weights = weightsOf(i, n, work.dt, work.e, product);
-        addWeighted(points[i], weights, result);
-        if (covariance == Covariance::Wanted && !marked) addCovariance(points[i], weights.lagrange, result);
+        NodeTerms<double> terms{1.0, 0.0, dt[i], 0.0};
+        for (std::size_t j = 0; j < n; ++j) {
+            if (j == i) continue;
+            const double e = minus(times[i], times[j]);
+            terms.denominator *= e;
+            terms.sum1 += 1.0 / e;
+            terms.sum2 += 1.0 / dt[j];
+        }
+        Weights<double> weights;
+        weigh(terms, product, weights);
+        addState(points[i], weights, result);
+        if (rule == CovarianceRule::Lagrange) addCovariance(points[i], weights.lagrange, result);
     }
-    if (covariance == Covariance::Wanted && marked) result.cov[0] = scalarAt(points, n, t);
+    if (rule == CovarianceRule::Scalar) result.cov[0] = scalarAt(points, t);
 }
-
-}  // namespace
 
 double lagrange_val(StridedDoubles y, StridedDoubles x, double t) noexcept {
     const std::size_t n = y.size;
@@ -138,26 +219,6 @@ double lagrange_val(StridedDoubles y, StridedDoubles x, double t) noexcept {
         sum = std::fma(weight, y[i], sum);
     }
     return sum;
-}
-
-void hermitevorlan(std::span<const Vorlanpoint, 4> points, double t, Vorlanpoint& result,
-                   Covariance covariance) noexcept {
-    struct Four {
-        std::array<double, 16> values;
-        double& operator[](std::size_t k) noexcept { return values[k]; }
-        double operator[](std::size_t k) const noexcept { return values[k]; }
-    };
-    Differences<Four> work;
-    hermite(points.data(), std::integral_constant<std::size_t, 4>{}, t, covariance, work, result);
-}
-
-void hermitevorlan(std::span<const Vorlanpoint> points, double t, Vorlanpoint& result,
-                   Covariance covariance) {
-    if (points.size() == 4) return hermitevorlan(points.first<4>(), t, result, covariance);
-    const std::size_t n = points.size();
-    using Numbers = std::vector<double>;
-    Differences<Numbers> work{Numbers(n), Numbers(n * n), Numbers(n), Numbers(n)};
-    hermite(points.data(), n, t, covariance, work, result);
 }
 
 }  // namespace vorlandi

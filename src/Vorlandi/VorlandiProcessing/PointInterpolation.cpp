@@ -69,6 +69,20 @@ std::int32_t lastProbed(std::int32_t n, std::int32_t lo) noexcept {
     return mid;
 }
 
+// The revolution number of an interpolated point. Which of the two points around it is the reference only matters
+// near a crossing of the equator, or where their numbers differ.
+std::int32_t revolutionOf(const Vorlanpoint& point, const Points& points, std::int32_t lo) noexcept {
+    const std::int32_t n = points.count();
+    if (lo >= 1 && lo < n) {
+        const Vorlanpoint& before = points(lo);
+        const Vorlanpoint& after = points(lo + 1);
+        const bool crossing = point.pos[2] * before.pos[2] < 0.0 || point.pos[2] * after.pos[2] < 0.0;
+        if (!crossing && before.rev == after.rev) return before.rev % kRevolutionModulus;
+    }
+    const Vorlanpoint& reference = points(lastProbed(n, lo));
+    return updaterev(point, reference, reference.rev);
+}
+
 std::string gapMessage(const Vorlanpoint& first, const Vorlanpoint& last) {
     const auto from = ds50todate15(first.time);
     const auto to = ds50todate15(last.time);
@@ -106,8 +120,7 @@ std::int32_t interpolate(const Points& points, double t, Vorlanpoint& point, std
         return kNotFound;
     }
     hermitevorlan(std::span<const Vorlanpoint, kWindow>(&points(first), kWindow), t, point, covariance);
-    const Vorlanpoint& reference = points(lastProbed(n, lo));
-    point.rev = updaterev(point, reference, reference.rev);
+    point.rev = revolutionOf(point, points, lo);
     return kFound;
 }
 
