@@ -19,7 +19,24 @@ void kernel(benchmark::State& state, Covariance covariance) {
     std::size_t next = 0;
     for (auto _ : state) {
         Vorlanpoint result;
-        hermitevorlan(std::span<const Vorlanpoint, 4>(window), times[next++ & 65535], result, covariance);
+        HermiteWindow(window).at(times[next++ & 65535], result, covariance);
+        benchmark::DoNotOptimize(result);
+    }
+}
+
+// The window's own part done once: what each of many requests inside it costs.
+void kernelInSharedWindow(benchmark::State& state, Covariance covariance) {
+    Vorlanpoint points[4];
+    for (int k = 0; k < 4; ++k)
+        points[k] = orbitPoint(k);
+    std::vector<double> times = randomTimes(2);
+    for (double& time : times)
+        time += kSpacing_days;
+    const HermiteWindow window(points);
+    std::size_t next = 0;
+    for (auto _ : state) {
+        Vorlanpoint result;
+        window.at(times[next++ & 65535], result, covariance);
         benchmark::DoNotOptimize(result);
     }
 }
@@ -50,15 +67,80 @@ void query(benchmark::State& state, bool withCovariance, std::int32_t satellites
 }
 
 constexpr std::int32_t kDay = 1441;
+constexpr std::size_t kBatch = 65536;
+
+// Answers of a batch, all outputs wanted or the covariance left out.
+struct BatchOutputs {
+    explicit BatchOutputs(std::size_t n, bool withCovariance)
+        : posVel(n * 6), revNums(n), covMtx(withCovariance ? n * 36 : 0), errCodes(n) {}
+
+    auto* posVels() { return reinterpret_cast<double(*)[6]>(posVel.data()); }
+    auto* covariances() {
+        return covMtx.empty() ? nullptr : reinterpret_cast<double(*)[6][6]>(covMtx.data());
+    }
+
+    std::vector<double> posVel;
+    std::vector<std::int32_t> revNums;
+    std::vector<double> covMtx;
+    std::vector<std::int32_t> errCodes;
+};
+
+void countStates(benchmark::State& state, std::size_t statesPerRound) {
+    const auto states = static_cast<double>(state.iterations()) * static_cast<double>(statesPerRound);
+    state.counters["ns_per_state"] =
+        benchmark::Counter(states * 1e-9, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+// Many times of one satellite; sorted, forty-five and a half requests fall into one window.
+void manyTimes(benchmark::State& state, bool sorted, bool withCovariance) {
+    const std::int64_t key = fillStore(1, kDay).front();
+    std::vector<double> times = randomTimes(kDay, kBatch);
+    if (sorted) std::sort(times.begin(), times.end());
+    BatchOutputs out(kBatch, withCovariance);
+    for (auto _ : state) {
+        if (VorlanDs50UTCArr(key, kBatch, times.data(), out.posVels(), out.revNums.data(), out.covariances(),
+                             out.errCodes.data()) != 0) {
+            state.SkipWithError("a query failed");
+        }
+    }
+    countStates(state, kBatch);
+    VorlanRemoveAllSats();
+}
+
+// One time for many satellites of a day each.
+void manySatellites(benchmark::State& state, bool withCovariance) {
+    constexpr std::size_t kSatellites = 10000;
+    const std::vector<std::int64_t> keys = fillStore(kSatellites, 1440);
+    BatchOutputs out(kSatellites, withCovariance);
+    const std::vector<double> times = randomTimes(1440);
+    std::size_t next = 0;
+    for (auto _ : state) {
+        if (VorlanSatsDs50UTC(kSatellites, keys.data(), times[next++ & 1], out.posVels(), out.revNums.data(),
+                              out.covariances(), out.errCodes.data()) != 0) {
+            state.SkipWithError("a query failed");
+        }
+    }
+    countStates(state, kSatellites);
+    VorlanRemoveAllSats();
+}
 
 BENCHMARK_CAPTURE(kernel, state, Covariance::NotWanted);
 BENCHMARK_CAPTURE(kernel, covariance, Covariance::Wanted);
+BENCHMARK_CAPTURE(kernelInSharedWindow, state, Covariance::NotWanted);
+BENCHMARK_CAPTURE(kernelInSharedWindow, covariance, Covariance::Wanted);
 BENCHMARK_CAPTURE(query, one_satellite_day, false, 1, kDay);
 BENCHMARK_CAPTURE(query, one_satellite_day_covariance, true, 1, kDay);
 BENCHMARK_CAPTURE(query, one_satellite_100000_points, false, 1, 100000);
 BENCHMARK_CAPTURE(query, one_satellite_100000_points_covariance, true, 1, 100000);
 BENCHMARK_CAPTURE(query, satellites_10000_random_keys, false, 10000, 60);
 BENCHMARK_CAPTURE(query, satellites_10000_random_keys_covariance, true, 10000, 60);
+
+BENCHMARK_CAPTURE(manyTimes, sorted, true, false)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(manyTimes, sorted_covariance, true, true)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(manyTimes, random, false, false)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(manyTimes, random_covariance, false, true)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(manySatellites, state, false)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(manySatellites, covariance, true)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace vorlandi::bench

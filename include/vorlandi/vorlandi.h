@@ -226,6 +226,47 @@ int32_t VorlanStartEndTime(int64_t satKey, double* startDs50UTC, double* endDs50
  */
 int32_t VorlanGetLine(int64_t satKey, char line[512]);
 
+/* ---- Many at once ---- */
+
+/*
+ * States of one satellite at many times. Each answer has the bits that VorlanDs50UTCCovMtx gives, whatever the order
+ * of the times; sorted times are the quickest.
+ *
+ *   satKey    in   key of the satellite
+ *   n         in   number of times, 0 or more
+ *   ds50UTC   in   [n] days since 1950, UTC
+ *   posVel    out  [n][6] position (km) and velocity (km/s)
+ *   revNums   out  [n] revolution numbers
+ *   covMtx    out  [n][6][6] covariances, as in VorlanMseCovMtx; only worked out when asked for
+ *   errCodes  out  [n] 0 or 2, as the single query gives
+ *
+ * Returns 0 if every code is 0; else 2, also for n below 0 and a null array of times. The other outputs of a failed
+ * answer are zero.
+ * Messages: that of the first failure alone.
+ * Threads: as a query; the store can be changed by others between every few thousand answers.
+ */
+int32_t VorlanDs50UTCArr(int64_t satKey, int64_t n, const double ds50UTC[], double posVel[][6],
+                         int32_t revNums[], double covMtx[][6][6], int32_t errCodes[]);
+
+/*
+ * States of many satellites at one time; otherwise as VorlanDs50UTCArr.
+ *
+ *   satKeys  in  [n] keys
+ *   ds50UTC  in  days since 1950, UTC
+ */
+int32_t VorlanSatsDs50UTC(int64_t n, const int64_t satKeys[], double ds50UTC, double posVel[][6],
+                          int32_t revNums[], double covMtx[][6][6], int32_t errCodes[]);
+
+/*
+ * Stored points of a satellite; otherwise as VorlanDs50UTCArr, each answer as VorlanGetCovMtx gives it.
+ *
+ *   first    in   index of the first point wanted, from 1
+ *   n        in   number of points
+ *   ds50UTC  out  [n] times, days since 1950, UTC
+ */
+int32_t VorlanGetEphemerisArr(int64_t satKey, int64_t first, int64_t n, double ds50UTC[], double posVel[][6],
+                              int32_t revNums[], double covMtx[][6][6], int32_t errCodes[]);
+
 /* ---- Fields ---- */
 
 /*

@@ -89,6 +89,9 @@ public:
     Vorlanrecord* operator->() const noexcept { return record_; }
     Vorlanrecord& operator*() const noexcept { return *record_; }
 
+    // Why there is no record.
+    std::string_view message() const noexcept { return message_; }
+
     std::int32_t fail() { return fail(message_); }
     std::int32_t fail(std::string_view message);
 

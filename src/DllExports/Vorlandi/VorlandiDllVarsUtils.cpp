@@ -13,7 +13,7 @@ std::int32_t storedPoint(RecordAccess& record, double index, EphemAnswer& answer
     const PointArray& points = record->points;
     const double whole = std::trunc(index);
     if (!(whole >= 1.0 && whole <= points.count())) {
-        return record.fail("GetEphem: Input index is out of valid range.");
+        return record.fail(kIndexOutOfRange);
     }
     answer.point = points[static_cast<std::int32_t>(whole) - 1];
     answer.time = answer.point.time;
@@ -54,14 +54,20 @@ std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, Ep
         time = inVal;
         answer.time = mseOf(inVal, first);
     }
-    if (!(first <= time && time <= points.back().time)) {
-        return record.fail("GetEphem: Requested time is outside of ephemeris time span.");
-    }
     std::string message;
-    if (InterpolateEP(*record, utc2tai(time), answer.point, message, covariance) != kSuccess) {
-        return record.fail(message);
+    PointInterpolator interpolator(*record);
+    const std::int32_t status = stateAt(*record, interpolator, time, answer.point, message, covariance);
+    return status == kSuccess ? kSuccess : record.fail(message);
+}
+
+std::int32_t stateAt(const Vorlanrecord& record, PointInterpolator& interpolator, double ds50UTC,
+                     Vorlanpoint& point, std::string& message, Covariance covariance) {
+    if (record.points.front().time <= ds50UTC && ds50UTC <= record.points.back().time) {
+        return interpolator.at(utc2tai(ds50UTC), point, message, covariance);
     }
-    return kSuccess;
+    point = Vorlanpoint{};
+    message = "GetEphem: Requested time is outside of ephemeris time span.";
+    return kFailure;
 }
 
 void to6x6covmtx(double matrix[6][6], const double cov[kCovarianceSize]) noexcept {

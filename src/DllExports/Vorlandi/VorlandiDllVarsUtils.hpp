@@ -29,12 +29,19 @@ struct EphemAnswer {
 std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, EphemAnswer& answer,
                       Covariance covariance = Covariance::Wanted);
 
+// The state of a record at a time, for GetEphem and for many times at once: kSuccess; or kFailure with the reason in
+// `message`, which the caller logs, and a point of zeros. The record has points, and is the interpolator's.
+std::int32_t stateAt(const Vorlanrecord& record, PointInterpolator& interpolator, double ds50UTC,
+                     Vorlanpoint& point, std::string& message, Covariance covariance);
+
 // The 21 values of a lower triangle as the full symmetric matrix.
 void to6x6covmtx(double matrix[6][6], const double cov[kCovarianceSize]) noexcept;
 
 // Minutes since the first point.
 constexpr double kMinutesPerDay = 1440.0;
 inline double mseOf(double time, double first) noexcept { return (time - first) * kMinutesPerDay; }
+
+constexpr std::string_view kIndexOutOfRange = "GetEphem: Input index is out of valid range.";
 
 // The message of a record without points; `procedure` names who was asked.
 std::string noDataMessage(std::string_view procedure, std::int64_t satKey);

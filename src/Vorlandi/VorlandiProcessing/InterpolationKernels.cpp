@@ -1,36 +1,22 @@
 #include "Vorlandi/VorlandiProcessing/InterpolationKernels.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <vector>
 
-#include "TimeLibrary/TimeScales.hpp"
-
 namespace vorlandi {
 namespace {
 
-// One number for each of the four nodes of the usual window, calculated with side by side. A lane rounds exactly
-// as a double alone does.
-using Lanes = double __attribute__((vector_size(32)));
+// ---- The formulas, for one node (T = double) or four side by side (T = Lanes) ----
 
-// Should the sum of the reciprocals vanish, the quotient by it becomes this: a number so large that the weights
-// lose it again.
-double valueOfVanishedSum(double dt) noexcept {
-    if (dt == 0.0) return 0.0;
-    if (!std::isfinite(dt)) return std::numeric_limits<double>::quiet_NaN();
-    int exponent = 0;
-    static_cast<void>(std::frexp(std::abs(dt), &exponent));
-    return std::scalbn(2.0 * std::abs(dt), 53 - exponent);
-}
-
-// What the formulas need of one node (T = double) or of four (T = Lanes). e stands for the differences between
-// this node and the others.
+// What the weights need of a node, but for the request.
 template <class T>
 struct NodeTerms {
-    T denominator;  // product of e
-    T sum1;         // sum of 1/e
-    T dt;           // request minus node, s
-    T sum2;         // sum of 1/dt over the other nodes
+    T denominator;  // product of the differences to the other nodes, s
+    T squaredDenominator;
+    T c;  // -1/2 by the sum of the reciprocal differences, s
+    T cTimesSquare;
 };
 
 template <class T>
@@ -40,33 +26,28 @@ struct Weights {
     T lagrange;
 };
 
-void divideHalfBySum(double sum1, double dt, double& c) noexcept {
-    c = sum1 == 0.0 ? valueOfVanishedSum(dt) : -(0.5 / sum1);
-}
-
-void divideHalfBySum(const Lanes& sum1, const Lanes& dt, Lanes& c) noexcept {
-    c = -(0.5 / sum1);
-    for (int i = 0; i < 4; ++i) {
-        if (sum1[i] == 0.0) [[unlikely]]
-            c[i] = valueOfVanishedSum(dt[i]);
-    }
-}
-
-// The weights of a node. `product` is that of all dt.
+// The weights of a node. dt is the request minus the node (s), sum2 the sum of 1/dt over the other nodes, product
+// that of all dt.
 template <class T>
-void weigh(const NodeTerms<T>& node, double product, Weights<T>& weights) noexcept {
-    const T dt = node.dt;
+void weigh(const NodeTerms<T>& node, const T& dt, const T& sum2, double product,
+           Weights<T>& weights) noexcept {
     const T numerator = product / dt;
-    T c;
-    divideHalfBySum(node.sum1, dt, c);
     const T a = numerator * numerator;
-    const T b = node.denominator * node.denominator;
-    const T cb = c * b;
-    weights.positionValue = (dt + c) * a / cb;
-    weights.positionDerivative = dt * a / b;
-    weights.velocityValue = ((2.0 * node.sum2) * (dt + c) + 1.0) * a / cb;
-    weights.velocityDerivative = ((2.0 * node.sum2) * dt + 1.0) * a / b;
+    weights.positionValue = (dt + node.c) * a / node.cTimesSquare;
+    weights.positionDerivative = dt * a / node.squaredDenominator;
+    weights.velocityValue = ((2.0 * sum2) * (dt + node.c) + 1.0) * a / node.cTimesSquare;
+    weights.velocityDerivative = ((2.0 * sum2) * dt + 1.0) * a / node.squaredDenominator;
     weights.lagrange = numerator / node.denominator;
+}
+
+// Should the sum of the reciprocals vanish, the quotient by it becomes this: a number so large that the weights
+// lose it again.
+double valueOfVanishedSum(double dt) noexcept {
+    if (dt == 0.0) return 0.0;
+    if (!std::isfinite(dt)) return std::numeric_limits<double>::quiet_NaN();
+    int exponent = 0;
+    static_cast<void>(std::frexp(std::abs(dt), &exponent));
+    return std::scalbn(2.0 * std::abs(dt), 53 - exponent);
 }
 
 // What a node contributes to the state, in this order.
@@ -91,30 +72,39 @@ double scalarAt(std::span<const Vorlanpoint> points, double t) noexcept {
     return lagrange_val({&points[0].cov[0], n, kStride}, {&points[0].time, n, kStride}, t);
 }
 
-// How the covariance of a window is worked out.
-enum class CovarianceRule { None, Lagrange, Scalar };
+bool isMarked(const Vorlanpoint& firstNode) noexcept { return firstNode.cov[1] == kScalarMarker; }
 
-CovarianceRule ruleOf(const Vorlanpoint& firstNode, Covariance covariance) noexcept {
-    if (covariance == Covariance::NotWanted) return CovarianceRule::None;
-    return firstNode.cov[1] == kScalarMarker ? CovarianceRule::Scalar : CovarianceRule::Lagrange;
+// Sets all of a state but its covariance to the beginning of the sums.
+void beginState(double t, Vorlanpoint& sum) noexcept {
+    sum.time = t;
+    std::fill_n(sum.pos, 3, 0.0);
+    std::fill_n(sum.vel, 3, 0.0);
+    sum.rev = 0;
+    sum.unused = 0;
 }
 
 // ---- Windows of four ----
 
-// Each lane is a node, each column the difference to node j: 1 and 0 stand where a node would meet itself, so
-// that products and sums pass over it.
-void separate(const double (&days)[4], const double (&seconds)[4], NodeTerms<Lanes>& terms) noexcept {
+SplitTai splitIn(const LeapStep& leap, double time) noexcept {
+    return time >= leap.day && time < leap.nextDay ? splitTai(time, leap.taiMinusUtc) : tosplittai(time);
+}
+
+// Products of the differences of each node to the others, and sums of their reciprocals. Each lane is a node, each
+// column the difference to one node: 1 and 0 stand where a node would meet itself, so that the product and the sum
+// pass over it.
+void separate(const double (&days)[4], const double (&seconds)[4], Lanes& product, Lanes& sum) noexcept {
     const auto e = [&](int i, int j) { return minus({days[i], seconds[i]}, {days[j], seconds[j]}); };
     const double e01 = e(0, 1), e02 = e(0, 2), e03 = e(0, 3), e12 = e(1, 2), e13 = e(1, 3), e23 = e(2, 3);
     // minus(b, a) and its reciprocal are those of minus(a, b) with the other sign, bit for bit.
     const double r01 = 1.0 / e01, r02 = 1.0 / e02, r03 = 1.0 / e03;
     const double r12 = 1.0 / e12, r13 = 1.0 / e13, r23 = 1.0 / e23;
-    terms.denominator = Lanes{1.0, -e01, -e02, -e03} * Lanes{e01, 1.0, -e12, -e13} *
-                        Lanes{e02, e12, 1.0, -e23} * Lanes{e03, e13, e23, 1.0};
-    terms.sum1 = Lanes{0.0, -r01, -r02, -r03} + Lanes{r01, 0.0, -r12, -r13} + Lanes{r02, r12, 0.0, -r23} +
-                 Lanes{r03, r13, r23, 0.0};
+    product = Lanes{1.0, -e01, -e02, -e03} * Lanes{e01, 1.0, -e12, -e13} * Lanes{e02, e12, 1.0, -e23} *
+              Lanes{e03, e13, e23, 1.0};
+    sum = Lanes{0.0, -r01, -r02, -r03} + Lanes{r01, 0.0, -r12, -r13} + Lanes{r02, r12, 0.0, -r23} +
+          Lanes{r03, r13, r23, 0.0};
 }
 
+// For each node the sum of 1/dt over the other nodes.
 void sumReciprocals(const Lanes& dt, Lanes& sum) noexcept {
     const Lanes r = 1.0 / dt;
     sum = Lanes{0.0, r[0], r[0], r[0]} + Lanes{r[1], 0.0, r[1], r[1]} + Lanes{r[2], r[2], 0.0, r[2]} +
@@ -123,43 +113,58 @@ void sumReciprocals(const Lanes& dt, Lanes& sum) noexcept {
 
 }  // namespace
 
-void hermitevorlan(std::span<const Vorlanpoint, 4> points, double t, Vorlanpoint& result,
-                   Covariance covariance) noexcept {
-    const LeapStep& leap = leapTable().atUtc(t);
-    // Nearly every window lies between two leap seconds as a whole.
-    const bool oneLeapStep = points.front().time >= leap.day && points.back().time < leap.nextDay;
-    const SplitTai request = splitTai(t, leap.taiMinusUtc);
-    double days[4], seconds[4], dt[4];
-    for (std::size_t i = 0; i < 4; ++i) {
-        const double time = points[i].time;
-        const SplitTai node = oneLeapStep ? splitTai(time, leap.taiMinusUtc) : tosplittai(time);
-        days[i] = node.days;
-        seconds[i] = node.seconds;
-        dt[i] = minus(request, node);
+HermiteWindow::HermiteWindow(const Vorlanpoint* points) noexcept
+    : points_(points), leap_(&leapTable().atUtc(points[0].time)) {
+    for (std::size_t i = 0; i < kNodes; ++i) {
+        const SplitTai node = splitIn(*leap_, points[i].time);
+        days_[i] = node.days;
+        seconds_[i] = node.seconds;
+    }
+    separate(days_, seconds_, denominator_, sum_);
+    squaredDenominator_ = denominator_ * denominator_;
+    c_ = -(0.5 / sum_);
+    cTimesSquare_ = c_ * squaredDenominator_;
+    sumVanishes_ = sum_[0] == 0.0 || sum_[1] == 0.0 || sum_[2] == 0.0 || sum_[3] == 0.0;
+}
+
+void HermiteWindow::at(double t, Vorlanpoint& result, Covariance covariance) const noexcept {
+    const SplitTai request = splitIn(*leap_, t);
+    double dt[kNodes];
+    for (std::size_t i = 0; i < kNodes; ++i) {
+        dt[i] = minus(request, {days_[i], seconds_[i]});
         if (dt[i] == 0.0) {
-            result = points[i];
+            result = points_[i];
             return;
         }
     }
-    NodeTerms<Lanes> terms;
-    terms.dt = Lanes{dt[0], dt[1], dt[2], dt[3]};
-    separate(days, seconds, terms);
-    sumReciprocals(terms.dt, terms.sum2);
+    const Lanes lanes{dt[0], dt[1], dt[2], dt[3]};
+    NodeTerms<Lanes> terms{denominator_, squaredDenominator_, c_, cTimesSquare_};
+    if (sumVanishes_) [[unlikely]] {
+        for (int i = 0; i < 4; ++i) {
+            if (sum_[i] == 0.0) terms.c[i] = valueOfVanishedSum(lanes[i]);
+        }
+        terms.cTimesSquare = terms.c * terms.squaredDenominator;
+    }
+    Lanes sum2;
+    sumReciprocals(lanes, sum2);
     Weights<Lanes> weights;
-    weigh(terms, dt[0] * dt[1] * dt[2] * dt[3], weights);
+    weigh(terms, lanes, sum2, dt[0] * dt[1] * dt[2] * dt[3], weights);
 
-    result = Vorlanpoint{};
-    result.time = t;
-    const CovarianceRule rule = ruleOf(points[0], covariance);
+    beginState(t, result);
     for (int i = 0; i < 4; ++i) {
-        const Vorlanpoint& node = points[static_cast<std::size_t>(i)];
-        addState(node,
+        addState(points_[i],
                  {weights.positionValue[i], weights.positionDerivative[i], weights.velocityValue[i],
                   weights.velocityDerivative[i], weights.lagrange[i]},
                  result);
-        if (rule == CovarianceRule::Lagrange) addCovariance(node, weights.lagrange[i], result);
     }
-    if (rule == CovarianceRule::Scalar) result.cov[0] = scalarAt(points, t);
+    if (covariance == Covariance::NotWanted) return;
+    std::fill_n(result.cov, kCovarianceSize, 0.0);
+    if (isMarked(points_[0])) {
+        result.cov[0] = scalarAt({points_, kNodes}, t);
+    } else {
+        for (int i = 0; i < 4; ++i)
+            addCovariance(points_[i], weights.lagrange[i], result);
+    }
 }
 
 // ---- Windows of any size ----
@@ -167,7 +172,8 @@ void hermitevorlan(std::span<const Vorlanpoint, 4> points, double t, Vorlanpoint
 void hermitevorlan(std::span<const Vorlanpoint> points, double t, Vorlanpoint& result,
                    Covariance covariance) {
     const std::size_t n = points.size();
-    if (n == 4) return hermitevorlan(points.first<4>(), t, result, covariance);
+    result = Vorlanpoint{};
+    if (n == HermiteWindow::kNodes) return HermiteWindow(points.data()).at(t, result, covariance);
     std::vector<SplitTai> times;
     std::vector<double> dt;
     double product = 1.0;
@@ -180,25 +186,25 @@ void hermitevorlan(std::span<const Vorlanpoint> points, double t, Vorlanpoint& r
         }
         product *= dt.back();
     }
-    result = Vorlanpoint{};
-    result.time = t;
-    if (n == 0) return;
-    const CovarianceRule rule = ruleOf(points[0], covariance);
+    beginState(t, result);
+    const bool wanted = covariance == Covariance::Wanted && n > 0;
     for (std::size_t i = 0; i < n; ++i) {
-        NodeTerms<double> terms{1.0, 0.0, dt[i], 0.0};
+        double denominator = 1.0, sum1 = 0.0, sum2 = 0.0;
         for (std::size_t j = 0; j < n; ++j) {
             if (j == i) continue;
             const double e = minus(times[i], times[j]);
-            terms.denominator *= e;
-            terms.sum1 += 1.0 / e;
-            terms.sum2 += 1.0 / dt[j];
+            denominator *= e;
+            sum1 += 1.0 / e;
+            sum2 += 1.0 / dt[j];
         }
+        const double squared = denominator * denominator;
+        const double c = sum1 == 0.0 ? valueOfVanishedSum(dt[i]) : -(0.5 / sum1);
         Weights<double> weights;
-        weigh(terms, product, weights);
+        weigh({denominator, squared, c, c * squared}, dt[i], sum2, product, weights);
         addState(points[i], weights, result);
-        if (rule == CovarianceRule::Lagrange) addCovariance(points[i], weights.lagrange, result);
+        if (wanted && !isMarked(points[0])) addCovariance(points[i], weights.lagrange, result);
     }
-    if (rule == CovarianceRule::Scalar) result.cov[0] = scalarAt(points, t);
+    if (wanted && isMarked(points[0])) result.cov[0] = scalarAt(points, t);
 }
 
 double lagrange_val(StridedDoubles y, StridedDoubles x, double t) noexcept {

@@ -1,17 +1,16 @@
 // The interpolation kernels. Lagrange: a scalar polynomial through given values. Hermite: a state between
-// consecutive points of an ephemeris, its position by the polynomial of degree 2n - 1 that matches the
-// positions and velocities of n nodes, its velocity as the derivative of that polynomial, its covariance by
-// Lagrange interpolation. Source: F. B. Hildebrand, Introduction to Numerical Analysis, 2nd ed. 1974,
-// sections 3.2 and 8.2.
+// consecutive points of an ephemeris, its position by the polynomial of degree 2n - 1 that matches the positions
+// and velocities of n nodes, its velocity as the derivative of that polynomial, its covariance by Lagrange
+// interpolation. Source: F. B. Hildebrand, Introduction to Numerical Analysis, 2nd ed. 1974, sections 3.2 and 8.2.
 //
 // The order of operations is fixed and nothing is contracted, so that results have the same bits with every
-// compiler, optimisation and instruction set. Nodes have strictly rising times; equal ones give non-finite
-// results.
+// compiler, optimisation and instruction set. Nodes have strictly rising times; equal ones give non-finite results.
 #pragma once
 
 #include <cstddef>
 #include <span>
 
+#include "TimeLibrary/TimeScales.hpp"
 #include "Vorlandi/PointArray.hpp"
 
 namespace vorlandi {
@@ -39,8 +38,31 @@ enum class Covariance { Wanted, NotWanted };
 void hermitevorlan(std::span<const Vorlanpoint> points, double t, Vorlanpoint& result,
                    Covariance covariance = Covariance::Wanted);
 
-// The same for the usual window.
-void hermitevorlan(std::span<const Vorlanpoint, 4> points, double t, Vorlanpoint& result,
-                   Covariance covariance = Covariance::Wanted) noexcept;
+// One number for each of the four nodes of the usual window, calculated with side by side. A lane rounds exactly as
+// a double alone does.
+using Lanes = double __attribute__((vector_size(32)));
+
+// The usual window: four nodes, and what the formulas need of them alone, worked out once for all requests between
+// them. The points must stay where they are.
+class HermiteWindow {
+public:
+    static constexpr std::size_t kNodes = 4;
+
+    explicit HermiteWindow(const Vorlanpoint* points) noexcept;
+
+    // As hermitevorlan, but where no covariance is wanted that of the result stays as it is.
+    void at(double t, Vorlanpoint& result, Covariance covariance) const noexcept;
+
+private:
+    const Vorlanpoint* points_;
+    const LeapStep* leap_;                   // in force at the first node, and mostly at all
+    double days_[kNodes], seconds_[kNodes];  // split TAI times of the nodes
+    Lanes denominator_;                      // products of the differences to the other nodes, s
+    Lanes squaredDenominator_;
+    Lanes sum_;  // sums of the reciprocal differences
+    Lanes c_;    // -1/2 by the sum; of a request's making where the sum is 0
+    Lanes cTimesSquare_;
+    bool sumVanishes_;
+};
 
 }  // namespace vorlandi

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "Vorlandi/VorlandiProcessing/InterpolationKernels.hpp"
@@ -9,14 +10,40 @@
 
 namespace vorlandi {
 
-// The state of a record at a time on the TAI scale (days since 1950). 0; or 2 with the reason in `message`,
-// which the caller logs, and a point of zeros. A record with one point answers every time with it; one with
-// two or three answers only their times.
+// Answers requests to one record and keeps the window of the last one, which serves the next request between the same
+// points. The record must not change meanwhile. An answer doesn't depend on the requests before it.
+class PointInterpolator {
+public:
+    explicit PointInterpolator(const Vorlanrecord& record) noexcept : points_(record.points) {}
+
+    // The state at a time on the TAI scale (days since 1950). 0; or 2 with the reason in `message`, which the caller
+    // logs, and a point of zeros. A record with one point answers every time with it; one with two or three answers
+    // only their times. Where no covariance is wanted, that of the point is not specified.
+    std::int32_t at(double ds50TAI, Vorlanpoint& point, std::string& message, Covariance covariance);
+
+private:
+    std::int32_t interpolate(double t, Vorlanpoint& point, std::string& message, Covariance covariance);
+    std::int32_t lastEarlier(double t) const noexcept;
+    bool isLastEarlier(std::int32_t lo, double t) const noexcept;
+    std::int32_t revolutionOf(const Vorlanpoint& point) const noexcept;
+
+    // A point and its time by the index from 1.
+    const Vorlanpoint& point(std::int32_t index) const noexcept { return points_[index - 1]; }
+    double time(std::int32_t index) const noexcept { return points_[index - 1].time; }
+    const Vorlanpoint* pointAt(std::int32_t first, std::int32_t last, double t) const noexcept;
+
+    const PointArray& points_;
+    std::int32_t lo_ = -1;    // last point earlier than the last request that had a window
+    std::int32_t first_ = 0;  // first point of that window
+    std::optional<HermiteWindow> window_;
+};
+
+// One request; the point's covariance is zero where none is wanted.
 std::int32_t InterpolateEP(const Vorlanrecord& record, double ds50TAI, Vorlanpoint& point,
                            std::string& message, Covariance covariance = Covariance::Wanted);
 
-// The revolution number of point a, when point b has the number rev: one more if the orbit crosses the
-// equator northward from b to a, one less if from a to b. Wraps at 100000 and keeps the sign.
+// The revolution number of point a, when point b has the number rev: one more if the orbit crosses the equator
+// northward from b to a, one less if from a to b. Wraps at 100000 and keeps the sign.
 std::int32_t updaterev(const Vorlanpoint& a, const Vorlanpoint& b, std::int32_t rev) noexcept;
 
 }  // namespace vorlandi

@@ -1,0 +1,159 @@
+// The exported functions of vorlandi/vorlandi.h that give many answers at once.
+//
+// Each answer comes from the code that gives a single one. What a batch saves is the lookup of the record and, between
+// requests to the same window, the part of the kernel that only depends on its nodes.
+#include <optional>
+#include <string>
+
+#include "CoreServices/TraceLog.hpp"
+#include "DllExports/DllDoor.hpp"
+#include "DllExports/Vorlandi/VorlandiDllVarsUtils.hpp"
+#include "vorlandi/vorlandi.h"
+
+using namespace vorlandi;
+
+namespace {
+
+// The store can be changed by others after this many answers.
+constexpr std::int64_t kAnswersPerEntry = 4096;
+
+// The outputs of a batch, filled one answer at a time, and what has gone wrong first.
+class Answers {
+public:
+    Answers(double (*posVel)[6], std::int32_t* revNums, double (*covMtx)[6][6],
+            std::int32_t* errCodes) noexcept
+        : posVel_(posVel), revNums_(revNums), covMtx_(covMtx), errCodes_(errCodes) {}
+
+    Covariance covariance() const noexcept {
+        return covMtx_ != nullptr ? Covariance::Wanted : Covariance::NotWanted;
+    }
+
+    void give(std::int64_t at, const Vorlanpoint& point) noexcept { put(at, point, kSuccess); }
+
+    void fail(std::int64_t at, std::string_view why) {
+        if (!firstFailure_) firstFailure_ = why;
+        put(at, Vorlanpoint{}, kFailure);
+    }
+
+    // The status of the batch, its first failure logged. Call it outside the guard.
+    std::int32_t finish() const {
+        if (!firstFailure_) return kSuccess;
+        tracelogerror(*firstFailure_);
+        return kFailure;
+    }
+
+private:
+    void put(std::int64_t at, const Vorlanpoint& point, std::int32_t code) noexcept {
+        if (posVel_ != nullptr) {
+            std::copy_n(point.pos, 3, posVel_[at]);
+            std::copy_n(point.vel, 3, posVel_[at] + 3);
+        }
+        if (revNums_ != nullptr) revNums_[at] = point.rev;
+        if (covMtx_ != nullptr) to6x6covmtx(covMtx_[at], point.cov);
+        if (errCodes_ != nullptr) errCodes_[at] = code;
+    }
+
+    double (*posVel_)[6];
+    std::int32_t* revNums_;
+    double (*covMtx_)[6][6];
+    std::int32_t* errCodes_;
+    std::optional<std::string> firstFailure_;
+};
+
+// Calls `work(begin, end)` for one stretch of answers after another.
+template <class Work>
+void inStretches(std::int64_t n, Work&& work) {
+    for (std::int64_t begin = 0; begin < n; begin += kAnswersPerEntry) {
+        work(begin, begin + std::min(kAnswersPerEntry, n - begin));
+    }
+}
+
+void failAll(Answers& answers, std::int64_t begin, std::int64_t end, std::string_view why) {
+    for (std::int64_t at = begin; at < end; ++at)
+        answers.fail(at, why);
+}
+
+// Asks one record for one state after another.
+class RecordQuery {
+public:
+    explicit RecordQuery(const Vorlanrecord& record) noexcept : record_(record), interpolator_(record) {}
+
+    void answer(double ds50UTC, std::int64_t at, Answers& answers) {
+        const bool found =
+            stateAt(record_, interpolator_, ds50UTC, point_, message_, answers.covariance()) == kSuccess;
+        found ? answers.give(at, point_) : answers.fail(at, message_);
+    }
+
+private:
+    const Vorlanrecord& record_;
+    PointInterpolator interpolator_;
+    Vorlanpoint point_;
+    std::string message_;
+};
+
+// The state of one satellite of a batch. The reader side is held.
+void answerSatellite(std::int64_t satKey, double ds50UTC, std::int64_t at, Answers& answers) {
+    std::string_view reason;
+    const Vorlanrecord* const record = FindRecPtr(satKey, reason, true);
+    if (record == nullptr) return answers.fail(at, reason);
+    if (record->numberOfPoints() == 0) return answers.fail(at, noDataMessage("GetEphem", satKey));
+    RecordQuery(*record).answer(ds50UTC, at, answers);
+}
+
+}  // namespace
+
+extern "C" {
+
+int32_t VorlanDs50UTCArr(int64_t satKey, int64_t n, const double ds50UTC[], double posVel[][6],
+                         int32_t revNums[], double covMtx[][6][6], int32_t errCodes[]) {
+    if (n < 0 || (n > 0 && ds50UTC == nullptr)) return kFailure;
+    Answers answers(posVel, revNums, covMtx, errCodes);
+    inStretches(n, [&](std::int64_t begin, std::int64_t end) {
+        const RecordAccess record(satKey);
+        if (!record) return failAll(answers, begin, end, record.message());
+        if (record->numberOfPoints() == 0)
+            return failAll(answers, begin, end, noDataMessage("GetEphem", satKey));
+        RecordQuery query(*record);
+        for (std::int64_t at = begin; at < end; ++at)
+            query.answer(ds50UTC[at], at, answers);
+    });
+    return answers.finish();
+}
+
+int32_t VorlanSatsDs50UTC(int64_t n, const int64_t satKeys[], double ds50UTC, double posVel[][6],
+                          int32_t revNums[], double covMtx[][6][6], int32_t errCodes[]) {
+    if (n < 0 || (n > 0 && satKeys == nullptr)) return kFailure;
+    Answers answers(posVel, revNums, covMtx, errCodes);
+    inStretches(n, [&](std::int64_t begin, std::int64_t end) {
+        const ReadGuard guard;
+        for (std::int64_t at = begin; at < end; ++at)
+            answerSatellite(satKeys[at], ds50UTC, at, answers);
+    });
+    return answers.finish();
+}
+
+int32_t VorlanGetEphemerisArr(int64_t satKey, int64_t first, int64_t n, double ds50UTC[], double posVel[][6],
+                              int32_t revNums[], double covMtx[][6][6], int32_t errCodes[]) {
+    if (n < 0) return kFailure;
+    Answers answers(posVel, revNums, covMtx, errCodes);
+    inStretches(n, [&](std::int64_t begin, std::int64_t end) {
+        if (ds50UTC != nullptr) std::fill(ds50UTC + begin, ds50UTC + end, 0.0);
+        const RecordAccess record(satKey);
+        if (!record) return failAll(answers, begin, end, record.message());
+        const PointArray& points = record->points;
+        if (points.count() == 0) return failAll(answers, begin, end, noDataMessage("GetEphem", satKey));
+        for (std::int64_t at = begin; at < end; ++at) {
+            // Compared so that no sum overflows, whatever `first` is.
+            if (first < 1 - at || first > points.count() - at) {
+                answers.fail(at, kIndexOutOfRange);
+                continue;
+            }
+            const Vorlanpoint& point = points[static_cast<std::int32_t>(first + at - 1)];
+            if (ds50UTC != nullptr) ds50UTC[at] = point.time;
+            answers.give(at, point);
+        }
+    });
+    return answers.finish();
+}
+
+}  // extern "C"
