@@ -42,7 +42,7 @@ typedef void (*VorlanTraceHandler)(int32_t severity, const char* text, int32_t t
  * time of day as 2026-01-31T23:59:59.123Z, a blank, "INFO " or "ERROR", a blank and the text. Lines of
  * several threads never mix.
  */
-int32_t VorlanTraceOpen(const char fileName[512]);
+int32_t VorlanTraceOpen(const char* fileName);
 
 /* Closes the trace file, if one is open. */
 void VorlanTraceClose(void);
@@ -86,6 +86,37 @@ void VorlanSetDupKeyMode(int32_t mode);
 
 /* The key modes in force; all are 0 at the start. A null output is skipped. */
 void VorlanGetKeyModes(int32_t* useAll, int32_t* allMode, int32_t* elsetMode, int32_t* dupMode);
+
+/* What a read observer hears of. */
+enum { VORLAN_READ_FORMAT = 1, VORLAN_READ_BAD = 2, VORLAN_READ_DROPPED = 3, VORLAN_READ_STORED = 4 };
+
+/*
+ * Hears what loading meets, where it stands in which file.
+ *
+ *   event        what it is, and what the text then is:
+ *                VORLAN_READ_FORMAT   a format was recognised: its name, one of UNIVERSAL, STK, V31, ECR, ITC,
+ *                                     DCE_BINARY, DCE_TEXT, LAUNCH, EELV, LCH, OASYS, OWNER, J2K, VECTOR, SIMOBS
+ *                VORLAN_READ_BAD      a bad line or group of lines: the line, of a group the first one; the messages
+ *                                     about it follow
+ *                VORLAN_READ_DROPPED  a point whose time is not later than the last one: its line
+ *                VORLAN_READ_STORED   a record was stored: its key
+ *   fileName     fileNameLen characters without terminator
+ *   line         the line, from 1; of a binary file the record
+ *   text         textLen characters without terminator; it and the file name are valid during the call only
+ *   userData     what was given to VorlanSetReadObserver
+ *
+ * Runs on the thread that loads, outside every lock, and may call the library. It must not throw.
+ */
+typedef void (*VorlanReadObserver)(int32_t event, const char* fileName, int32_t fileNameLen, int64_t line,
+                                   const char* text, int32_t textLen, void* userData);
+
+/*
+ * Sets the read observer of the calling thread; NULL takes it away.
+ *
+ *   observer  in  called for each event while this thread loads files
+ *   userData  in  handed to the observer as it is
+ */
+void VorlanSetReadObserver(VorlanReadObserver observer, void* userData);
 
 #ifdef __cplusplus
 }

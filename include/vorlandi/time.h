@@ -75,7 +75,7 @@ double VorlanTimeTaiToUtc(double ds50TAI);
  * whole. Messages: "VorlanTimeLoadLeapSeconds: ..." with file and line, where the content is bad. Threads:
  * may run beside any other call; each conversion uses the old table or the new one.
  */
-int32_t VorlanTimeLoadLeapSeconds(const char fileName[512]);
+int32_t VorlanTimeLoadLeapSeconds(const char* fileName);
 
 #ifdef __cplusplus
 }

@@ -104,7 +104,7 @@ int64_t VorlanGetSatKey(int32_t satNum);
  *
  * Returns the key, or -1 if there is none. The store plays no part.
  */
-int64_t VorlanFieldsToSatKey(int32_t satNum, const char epochDtg[20]);
+int64_t VorlanFieldsToSatKey(int32_t satNum, const char* epochDtg);
 
 /* ---- Data entry ---- */
 
@@ -278,7 +278,7 @@ int32_t VorlanGetEphemerisArr(int64_t satKey, int64_t first, int64_t n, double d
  *
  * Returns 0; 2 if the key is unknown. Messages: "FindRecPtr: ...".
  */
-int32_t VorlanSetField(int64_t satKey, int32_t fieldIdx, const char valueStr[512]);
+int32_t VorlanSetField(int64_t satKey, int32_t fieldIdx, const char* valueStr);
 
 /*
  * A field of a satellite as text, on the left of the 512 characters.
@@ -311,12 +311,13 @@ int32_t VorlanGetAllFields(int64_t satKey, int32_t* satNum, char text8[8], char 
  *   fileName  in  [512] leading blanks don't count
  *
  * Returns 0, also when nothing in the file was recognised; 2 if reading failed, and what was stored before
- * stays; the errno if the file can't be opened. A file named by a card that can't be opened is passed over.
+ * stays; the errno if the file can't be opened. A file named by a card that can't be opened, or is no regular file,
+ * is passed over; a satellite with a number or an epoch outside the range of keys is not stored and not reported.
  * Messages: "VorlanLoadFile: Reading VORLANs from file ...", "Total ephemeris points = ...", bad lines in
  * pairs "*** Read... : Bad ephemeris data. ***" and the line, and what ended a load, "*** Read...: ... ***".
  * Threads: several threads may load files at once; nothing is locked while a file is read.
  */
-int32_t VorlanLoadFile(const char fileName[512]);
+int32_t VorlanLoadFile(const char* fileName);
 
 /*
  * Writes a card file that names the input file of every satellite, so that loading it loads them again.
@@ -325,15 +326,15 @@ int32_t VorlanLoadFile(const char fileName[512]);
  *
  * Returns 0, or the errno if the file can't be opened. Points are not written.
  */
-int32_t VorlanSaveFile(const char fileName[512], int32_t saveMode);
+int32_t VorlanSaveFile(const char* fileName, int32_t saveMode);
 
 /*
  * Loads one ephemeris file; cards in it are not followed.
  *
- * Returns the key of the satellite stored last; -1 if the file can't be opened, reading failed or nothing was
- * stored.
+ * Returns the key of the satellite stored last, 0 if that was refused as a duplicate; -1 if the file can't be opened,
+ * reading failed or nothing was stored.
  */
-int64_t VorlanAddSatFrFile(const char fileName[512]);
+int64_t VorlanAddSatFrFile(const char* fileName);
 
 #ifdef __cplusplus
 }

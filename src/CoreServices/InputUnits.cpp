@@ -137,6 +137,7 @@ ReadOutcome InputUnit::readLine(std::size_t maxColumns, std::string_view& line) 
         atStart_ = false;
     }
     std::size_t searched = 0;
+    bool isCut = false;
     const char* lineEnd = nullptr;
     for (;;) {
         const auto available = static_cast<std::size_t>(end_ - next_);
@@ -146,6 +147,7 @@ ReadOutcome InputUnit::readLine(std::size_t maxColumns, std::string_view& line) 
         if (lineEnd != nullptr) break;
         if (available == kBufferBytes) {
             passOverLongLine();
+            isCut = true;
             searched = kLongestLine;
             if (static_cast<std::size_t>(end_ - next_) == searched) break;
             continue;
@@ -158,7 +160,8 @@ ReadOutcome InputUnit::readLine(std::size_t maxColumns, std::string_view& line) 
     }
     const char* const last = lineEnd != nullptr ? lineEnd : end_;
     auto size = static_cast<std::size_t>(last - next_);
-    if (lineEnd != nullptr && size > 0 && next_[size - 1] == '\r') --size;
+    const bool endsWithReturn = lineEnd != nullptr && !isCut && size > 0 && next_[size - 1] == '\r';
+    if (endsWithReturn) --size;
     line = {next_, std::min(size, maxColumns)};
     next_ = lineEnd != nullptr ? lineEnd + 1 : end_;
     ++lineNumber_;
@@ -167,15 +170,18 @@ ReadOutcome InputUnit::readLine(std::size_t maxColumns, std::string_view& line) 
 
 bool InputUnit::atEnd() { return next_ == end_ && !refill() && !failed_; }
 
-int openByteSource(std::string_view name, std::unique_ptr<ByteSource>& source) {
+int openByteSource(std::string_view name, std::unique_ptr<ByteSource>& source, FileKind kind) {
     const std::string path(trimmed(name));
     if (path.empty()) return ENOENT;
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    // Opening a pipe that nobody writes to must not block when it would be refused anyway.
+    const int wait = kind == FileKind::Regular ? O_NONBLOCK : 0;
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | wait);
     if (descriptor < 0) return errno;
     auto file = std::make_unique<FileSource>(descriptor);
     struct stat status {};
     if (::fstat(descriptor, &status) != 0) return errno;
     if (S_ISDIR(status.st_mode)) return EISDIR;
+    if (kind == FileKind::Regular && !S_ISREG(status.st_mode)) return EINVAL;
     if (file->rewind()) {
         source = std::move(file);
         return 0;
@@ -186,9 +192,9 @@ int openByteSource(std::string_view name, std::unique_ptr<ByteSource>& source) {
     return 0;
 }
 
-int fileopenmt(std::string_view name, InputUnit& unit) {
+int fileopenmt(std::string_view name, InputUnit& unit, FileKind kind) {
     std::unique_ptr<ByteSource> source;
-    const int error = openByteSource(name, source);
+    const int error = openByteSource(name, source, kind);
     if (error == 0) unit = InputUnit(std::move(source));
     return error;
 }
@@ -196,7 +202,8 @@ int fileopenmt(std::string_view name, InputUnit& unit) {
 int fileopen(std::string_view name, FileMode mode, OutputUnit& unit) {
     const std::string path(trimmed(name));
     if (path.empty()) return ENOENT;
-    unit.reset(std::fopen(path.c_str(), mode == FileMode::Append ? "ae" : "we"));
+    const char* const how = mode == FileMode::Replace ? "we" : mode == FileMode::Append ? "ae" : "re";
+    unit.reset(std::fopen(path.c_str(), how));
     return unit ? 0 : errno;
 }
 

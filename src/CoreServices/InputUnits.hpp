@@ -77,14 +77,17 @@ using OutputUnit = std::unique_ptr<std::FILE, FileCloser>;
 // Mode codes of the openers.
 enum class FileMode : std::int32_t { Replace = 0, Read = 1, Append = 2 };
 
+// What kind of file may be opened. Regular leaves out pipes and devices, which may block or never end.
+enum class FileKind { Any, Regular };
+
 // Opens a file for reading. 0, or the errno of the failure: a blank name is ENOENT, a directory EISDIR. What
 // can't be rewound (a pipe) is read into memory as a whole.
-int fileopenmt(std::string_view name, InputUnit& unit);
+int fileopenmt(std::string_view name, InputUnit& unit, FileKind kind = FileKind::Any);
 
 // A file as a source of bytes; the result as above.
-int openByteSource(std::string_view name, std::unique_ptr<ByteSource>& source);
+int openByteSource(std::string_view name, std::unique_ptr<ByteSource>& source, FileKind kind = FileKind::Any);
 
-// Opens a file for writing, FileMode::Replace or FileMode::Append. 0, or the errno as above.
+// Opens a file in any of the modes. 0, or the errno as above.
 int fileopen(std::string_view name, FileMode mode, OutputUnit& unit);
 
 }  // namespace vorlandi

@@ -63,17 +63,40 @@ std::optional<double> plainReal(std::string_view text) noexcept {
     return value;
 }
 
+// The exponent of a number, blanks inside ignored where they may stand; one that no double reaches is as good as any other such.
+std::optional<int> exponentOf(std::string_view text, bool blanksInside) noexcept {
+    constexpr int kBeyondAnyDouble = 1'000'000;
+    if (blanksInside) text = leftAdjusted(text);
+    const bool negative = text.starts_with('-');
+    if (negative || text.starts_with('+')) text.remove_prefix(1);
+    bool anyDigit = false;
+    int exponent = 0;
+    for (const char c : text) {
+        if (c == ' ' && blanksInside) continue;
+        if (!isDigit(c)) return std::nullopt;
+        anyDigit = true;
+        exponent = std::min(exponent * 10 + (c - '0'), kBeyondAnyDouble);
+    }
+    if (!anyDigit) return std::nullopt;
+    return negative ? -exponent : exponent;
+}
+
 // The odd forms: a plus sign, a D exponent, blanks inside, implied decimals. `decimals` below 0 stands for
 // none.
 std::optional<double> oddReal(std::string_view text, int decimals) noexcept {
     NumberText number;
+    bool sign = false;
     bool point = false;
     std::optional<std::size_t> exponentAt;
     std::size_t at = 0;
     for (; at < text.size(); ++at) {
         const char c = text[at];
         if (c == ' ' && decimals >= 0) continue;
-        if (c == '+' && number.view().empty() && text.substr(at + 1).find_first_of("+-") != 0) continue;
+        if (c == '+' || c == '-') {
+            if (sign || !number.view().empty()) return std::nullopt;
+            sign = true;
+            if (c == '+') continue;
+        }
         const char upper = upperCase(c);
         if (upper == 'E' || upper == 'D') {
             exponentAt = at + 1;
@@ -86,16 +109,11 @@ std::optional<double> oddReal(std::string_view text, int decimals) noexcept {
     // Implied decimals shift the exponent, so that the number is rounded only once.
     const int shift = decimals > 0 && !point ? -decimals : 0;
     if (!exponentAt && shift == 0) return number.fits() ? plainReal(number.view()) : std::nullopt;
-    std::int32_t exponent = 0;
-    if (exponentAt) {
-        std::string_view digits = text.substr(*exponentAt);
-        if (leftAdjusted(digits).empty() || readInteger(digits, exponent) != ReadOutcome::Success) {
-            return std::nullopt;
-        }
-    }
+    const std::optional<int> exponent = exponentAt ? exponentOf(text.substr(*exponentAt), decimals >= 0) : 0;
+    if (!exponent) return std::nullopt;
     std::array<char, 16> written{};
-    const auto [end, error] = std::to_chars(written.data(), written.data() + written.size(),
-                                            std::clamp(exponent, -1'000'000, 1'000'000) + shift);
+    const auto [end, error] =
+        std::to_chars(written.data(), written.data() + written.size(), *exponent + shift);
     number.add('e');
     std::for_each(written.data(), end, [&](char c) { number.add(c); });
     return number.fits() ? plainReal(number.view()) : std::nullopt;
@@ -197,8 +215,10 @@ ReadOutcome FreeFormList::next(double& value) noexcept {
         value = 0.0;
         return ReadOutcome::Success;
     }
-    const auto [end, error] = std::from_chars(position_, end_, value);
-    if (error == std::errc{} && (end == end_ || endsWord(*end)) && std::isfinite(value)) [[likely]] {
+    double plain = 0.0;
+    const auto [end, error] = std::from_chars(position_, end_, plain);
+    if (error == std::errc{} && (end == end_ || endsWord(*end)) && std::isfinite(plain)) [[likely]] {
+        value = plain;
         position_ = end;
         return ReadOutcome::Success;
     }

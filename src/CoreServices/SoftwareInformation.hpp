@@ -9,7 +9,7 @@ namespace vorlandi {
 constexpr std::string_view kVersion = VORLANDI_VERSION;
 
 // The information text of a library of this family.
-inline std::string getsoftwareinfo(std::string_view library) {
+inline std::string getsoftwareinfo(std::string_view library) noexcept {
     return std::string(library) + " " + std::string(kVersion);
 }
 

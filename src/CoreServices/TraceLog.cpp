@@ -33,6 +33,15 @@ Listeners& listeners() {
 
 thread_local PaddedText<512> lastError;
 
+// Writes to another file from now on, -1 for none, and closes the one before.
+void replaceFile(int file) {
+    Listeners& to = listeners();
+    const std::lock_guard lock(to.mutex);
+    if (to.file >= 0) ::close(to.file);
+    to.file = file;
+    to.update();
+}
+
 std::string timeOfDay() {
     std::timespec now{};
     std::timespec_get(&now, TIME_UTC);
@@ -77,33 +86,24 @@ void deliver(std::int32_t severity, std::string_view text) {
 
 }  // namespace
 
-void tracelogerror(std::string_view text) {
+void tracelogerror(std::string_view text) noexcept {
     text = trimmed(text);
     lastError = text;
     deliver(VORLAN_TRACE_ERROR, text);
 }
 
-void traceloginfo(std::string_view text) { deliver(VORLAN_TRACE_INFO, trimmed(text)); }
+void traceloginfo(std::string_view text) noexcept { deliver(VORLAN_TRACE_INFO, trimmed(text)); }
 
-int openTraceFile(std::string_view name) {
+int openTraceFile(std::string_view name) noexcept {
     const std::string path(trimmed(name));
     if (path.empty()) return ENOENT;
     const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
     if (file < 0) return errno;
-    closeTraceFile();
-    const std::lock_guard lock(listeners().mutex);
-    listeners().file = file;
-    listeners().update();
+    replaceFile(file);
     return 0;
 }
 
-void closeTraceFile() {
-    Listeners& to = listeners();
-    const std::lock_guard lock(to.mutex);
-    if (to.file >= 0) ::close(to.file);
-    to.file = -1;
-    to.update();
-}
+void closeTraceFile() { replaceFile(-1); }
 
 void setTraceHandler(VorlanTraceHandler handler, void* userData) {
     Listeners& to = listeners();

@@ -12,11 +12,11 @@
 namespace vorlandi {
 
 // Trailing blanks are cut; the text is otherwise exactly the message.
-void tracelogerror(std::string_view text);
-void traceloginfo(std::string_view text);
+void tracelogerror(std::string_view text) noexcept;
+void traceloginfo(std::string_view text) noexcept;
 
 // Opens the trace file in place of the one before; 0, or the errno.
-int openTraceFile(std::string_view name);
+int openTraceFile(std::string_view name) noexcept;
 void closeTraceFile();
 void setTraceHandler(VorlanTraceHandler handler, void* userData);
 

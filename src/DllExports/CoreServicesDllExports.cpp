@@ -1,5 +1,6 @@
 // The exported functions of vorlandi/services.h.
 #include "CoreServices/KeyModes.hpp"
+#include "CoreServices/ReadObserver.hpp"
 #include "CoreServices/TraceLog.hpp"
 #include "DllExports/DllDoor.hpp"
 #include "vorlandi/services.h"
@@ -8,7 +9,7 @@ using namespace vorlandi;
 
 extern "C" {
 
-int32_t VorlanTraceOpen(const char fileName[512]) { return openTraceFile(fileNameOf(fileName)); }
+int32_t VorlanTraceOpen(const char* fileName) { return openTraceFile(fileNameOf(fileName)); }
 
 void VorlanTraceClose(void) { closeTraceFile(); }
 
@@ -27,6 +28,10 @@ void VorlanGetKeyModes(int32_t* useAll, int32_t* allMode, int32_t* elsetMode, in
     give(allMode, allkeymodeget());
     give(elsetMode, elsetkeymodeget());
     give(dupMode, dupkeymodeget());
+}
+
+void VorlanSetReadObserver(VorlanReadObserver observer, void* userData) {
+    setReadObserver(observer, userData);
 }
 
 }  // extern "C"

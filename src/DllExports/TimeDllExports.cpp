@@ -26,6 +26,6 @@ double VorlanTimeUtcToTai(double ds50UTC) { return utc2tai(ds50UTC); }
 
 double VorlanTimeTaiToUtc(double ds50TAI) { return tai2utc(ds50TAI); }
 
-int32_t VorlanTimeLoadLeapSeconds(const char fileName[512]) { return loadLeapSeconds(fileNameOf(fileName)); }
+int32_t VorlanTimeLoadLeapSeconds(const char* fileName) { return loadLeapSeconds(fileNameOf(fileName)); }
 
 }  // extern "C"

@@ -274,15 +274,19 @@ private:
     }
 
     // `lower` and `upper` are the keys between which those of the subtree must lie; null stands for no bound.
-    static int heightOf(const Node* node, const Key* lower, const Key* upper, const char*& broken) {
+    int heightOf(const Node* node, const Key* lower, const Key* upper, const char*& broken) const {
         if (node == nullptr) return 0;
+        const auto breaks = [&](const char* what) {
+            if (broken == nullptr) broken = what;
+        };
         if ((lower != nullptr && node->key <= *lower) || (upper != nullptr && node->key >= *upper)) {
-            broken = "keys are not in order";
+            breaks("keys are not in order");
         }
         const int left = heightOf(node->left, lower, &node->key, broken);
         const int right = heightOf(node->right, &node->key, upper, broken);
         if (right - left != node->balance || node->balance < -1 || node->balance > 1)
-            broken = "balance is wrong";
+            breaks("balance is wrong");
+        if (node->sequenceNumber > seqnum_) breaks("a sequence number is ahead of the counter");
         return 1 + (left > right ? left : right);
     }
 

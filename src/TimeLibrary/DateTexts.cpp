@@ -177,8 +177,11 @@ public:
     int number(std::size_t least, std::size_t most) noexcept {
         blanks();
         const std::string_view digits = takeDigits();
+        width_ = digits.size();
         return digits.size() < least || digits.size() > most ? -1 : digitsOf(digits);
     }
+
+    std::size_t widthOfLast() const noexcept { return width_; }
 
     std::string_view take(std::size_t count) noexcept {
         const std::string_view word = rest_.substr(0, count);
@@ -214,6 +217,7 @@ private:
     }
 
     std::string_view rest_;
+    std::size_t width_ = 0;
 };
 
 // DD Mon YYYY HH:MM:SS.SSS
@@ -241,8 +245,9 @@ bool slashes(Words words, DateParts& parts) noexcept {
 bool dashes(Words words, DateParts& parts) noexcept {
     parts.year = words.number(4, 4);
     if (!words.skip('-')) return false;
-    const int second = words.number(1, 3);
-    parts.dayOfYear = words.skip('-') ? mmdd2jul(parts.year, second, words.number(1, 2)) : second;
+    const int monthOrDay = words.number(1, 3);
+    const bool isMonth = words.widthOfLast() <= 2 && words.skip('-');
+    parts.dayOfYear = isMonth ? mmdd2jul(parts.year, monthOrDay, words.number(1, 2)) : monthOrDay;
     if (!words.skip('T') && !words.blanks()) return false;
     if (!words.timeOfDay(parts)) return false;
     words.skip('Z');

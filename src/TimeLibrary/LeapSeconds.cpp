@@ -43,24 +43,27 @@ const LeapTable* builtInTable() {
     return &table;
 }
 
-constexpr double kSecondsPerDay = 86400.0;
 // A list counts in seconds since 1900 Jan 1.
 constexpr auto kDayNumberOf1900 = static_cast<double>(dayZeroOfYear(1900) + 1);
 
+constexpr std::string_view kBlanks = " \t";
+
+bool readWord(std::string_view word, std::int64_t& value) noexcept {
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+    return error == std::errc{} && end == word.data() + word.size();
+}
+
 // One line of a list: seconds since 1900, TAI - UTC. Empty when it is all right.
 std::string_view readStep(std::string_view line, std::vector<LeapStep>& steps) {
+    const auto timeEnd = std::min(line.find_first_of(kBlanks), line.size());
+    const auto rest = line.substr(std::min(line.find_first_not_of(kBlanks, timeEnd), line.size()));
     std::int64_t seconds = 0;
-    std::int32_t taiMinusUtc = 0;
-    const auto firstBlank = line.find_first_of(" \t");
-    const std::string_view time = line.substr(0, firstBlank);
-    const auto [end, error] = std::from_chars(time.data(), time.data() + time.size(), seconds);
-    if (error != std::errc{} || end != time.data() + time.size() || firstBlank == std::string_view::npos) {
-        return "a time in seconds and TAI - UTC are expected";
-    }
-    FreeFormList numbers(line.substr(firstBlank));
-    if (numbers.nextInteger(taiMinusUtc) != ReadOutcome::Success) return "TAI - UTC is no integer";
+    std::int64_t taiMinusUtc = 0;
+    if (!readWord(line.substr(0, timeEnd), seconds)) return "the time is no number of seconds";
+    if (!readWord(rest.substr(0, rest.find_first_of(" \t#")), taiMinusUtc)) return "TAI - UTC is no integer";
     if (seconds % 86400 != 0) return "a step begins at 0h UTC";
-    const LeapStep step = stepAt(kDayNumberOf1900 + static_cast<double>(seconds / 86400), taiMinusUtc);
+    const LeapStep step =
+        stepAt(kDayNumberOf1900 + static_cast<double>(seconds / 86400), static_cast<double>(taiMinusUtc));
     if (!steps.empty()) {
         if (step.day <= steps.back().day) return "times must rise";
         if (std::abs(step.taiMinusUtc - steps.back().taiMinusUtc) != 1.0) return "a step is one second";
@@ -106,7 +109,7 @@ const LeapTable* parseLeapSeconds(std::string_view text, std::string& problem) {
     return kept.emplace_back(std::make_unique<const LeapTable>(std::move(steps))).get();
 }
 
-int loadLeapSeconds(std::string_view fileName) {
+int loadLeapSeconds(std::string_view fileName) noexcept {
     constexpr std::size_t kLongestList = 1 << 20;
     std::unique_ptr<ByteSource> source;
     if (const int error = openByteSource(fileName, source); error != 0) return error;

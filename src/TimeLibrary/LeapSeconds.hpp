@@ -55,6 +55,6 @@ inline const LeapTable& leapTable() noexcept { return *currentLeapTable.load(std
 const LeapTable* parseLeapSeconds(std::string_view text, std::string& problem);
 
 // Replaces the table in force by a file's. 0, the errno of a failed open, or 2 with a logged message.
-int loadLeapSeconds(std::string_view fileName);
+int loadLeapSeconds(std::string_view fileName) noexcept;
 
 }  // namespace vorlandi

@@ -5,6 +5,7 @@
 
 #include "CoreServices/NumberFields.hpp"
 #include "CoreServices/Sorting.hpp"
+#include "CoreServices/TraceLog.hpp"
 #include "Vorlandi/VorlandiTree.hpp"
 
 namespace vorlandi {
@@ -23,7 +24,7 @@ std::string sortString(const Vorlanbintree& node, std::int32_t order) {
 
 }  // namespace
 
-std::int32_t vorlangetnumoftreenodes(std::int32_t selector) {
+std::int32_t vorlangetnumoftreenodes(std::int32_t selector) noexcept {
     if (selector != 0) return 0;
     const ReadGuard guard;
     std::int32_t count = 0;
@@ -31,14 +32,18 @@ std::int32_t vorlangetnumoftreenodes(std::int32_t selector) {
     return count;
 }
 
-void vorlangettreekeys(std::int32_t& count, std::int64_t* keys, std::int32_t order) {
+void vorlangettreekeys(std::int32_t& count, std::int64_t* keys, std::int32_t order) noexcept {
     if (order >= kByKey) {
         VorlanTree::ascending(vorlantreeroot(), [&](const Vorlanbintree& node) { keys[count++] = node.key; });
         return;
     }
     const auto nodes = static_cast<std::size_t>(vorlangetnumoftreenodes());
     std::vector<SortEntry> entries;
-    entries.reserve(nodes);
+    try {
+        entries.reserve(nodes);
+    } catch (const std::exception&) {
+        stopOnAllocationFailure(nodes * sizeof(SortEntry));
+    }
     VorlanTree::descending(vorlantreeroot(), [&](const Vorlanbintree& node) {
         if (entries.size() == nodes) return;  // added since the count: the caller has no room for it
         SortEntry& entry = entries.emplace_back(SortEntry{{}, node.key});

@@ -30,7 +30,10 @@ struct Vorlanpoint {
     std::int32_t unused = 0;           // the second half
     double cov[kCovarianceSize] = {};  // lower triangle of the 6x6 covariance, row by row
 };
-static_assert(sizeof(Vorlanpoint) == 29 * 8 && std::is_trivially_copyable_v<Vorlanpoint>);
+static_assert(sizeof(Vorlanpoint) == 29 * sizeof(double) && std::is_trivially_copyable_v<Vorlanpoint>);
+
+// The second covariance value of points whose first one is no covariance but an auxiliary scalar.
+constexpr double kScalarMarker = 12345.0;
 
 class PointArray {
 public:

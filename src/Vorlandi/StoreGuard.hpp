@@ -18,12 +18,23 @@ extern std::atomic<std::int32_t> isupdating;  // 1 while a writer is changing th
 extern std::atomic<std::int32_t> numreads;    // readers inside
 extern std::mutex cs_updatenote;              // held by the writer
 
+// Is a writer changing the tree? A full barrier stands before the look.
+inline bool updateSeen() noexcept {
+    std::atomic_thread_fence(std::memory_order_seq_cst);
+    return isupdating.load(std::memory_order_seq_cst) != 0;
+}
+
+// Waits until no writer is seen, and not at a second look either.
+inline void waitForUpdate() noexcept {
+    do {
+        while (updateSeen()) {
+        }
+    } while (updateSeen());
+}
+
 // Enters the reader side.
 inline void vorlanbeginread() noexcept {
-    std::atomic_thread_fence(std::memory_order_seq_cst);
-    while (isupdating.load(std::memory_order_seq_cst) != 0) {
-        std::atomic_thread_fence(std::memory_order_seq_cst);
-    }
+    if (updateSeen()) waitForUpdate();
     // Sequentially consistent, so that no look into the tree is moved before the announcement.
     numreads.fetch_add(1, std::memory_order_seq_cst);
 }

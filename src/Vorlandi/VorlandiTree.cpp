@@ -61,7 +61,7 @@ std::string keyMessage(std::string_view text, std::int64_t key, std::string_view
     return std::string(text).append(integerField(key, 19)).append(tail);
 }
 
-std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored) {
+std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored) noexcept {
     if (stored != nullptr) *stored = nullptr;
     const std::int32_t mode = effectiveKeyMode();
     const bool dmaMode = mode == kDmaKeyMode;
@@ -75,7 +75,10 @@ std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored) {
         return kNoKey;
     }
     node->key = key;
-    if (mode == kSatKeyMode) node->record = std::make_unique<Vorlanrecord>(std::move(record));
+    if (mode == kSatKeyMode) {
+        node->record.reset(new (std::nothrow) Vorlanrecord(std::move(record)));
+        if (!node->record) stopOnAllocationFailure(sizeof(Vorlanrecord));
+    }
 
     const AddStatus status = vorlanaddnode(*node, dmaMode);
     if (mode == kSatKeyMode && status == AddStatus::SameThing) {
@@ -99,7 +102,7 @@ std::string_view RemoveDMA(std::int64_t key) {
     return {};
 }
 
-std::int32_t RemoveNode(std::int64_t key) {
+std::int32_t RemoveNode(std::int64_t key) noexcept {
     if (isdma(key)) {
         const std::string_view problem = key < 1 ? "RemoveNode: Invalid DMA key (<=0)." : RemoveDMA(key);
         if (!problem.empty()) {
@@ -117,7 +120,7 @@ std::int32_t RemoveNode(std::int64_t key) {
     return kFailure;
 }
 
-void vorlanemptytree() {
+void vorlanemptytree() noexcept {
     std::vector<std::string_view> problems;
     {
         const WriteGuard guard;
@@ -177,7 +180,7 @@ Vorlanrecord FindRec(std::int64_t key, std::string_view& message) {
     return none;
 }
 
-std::int64_t vorlansatkeyget(std::int32_t satNum) {
+std::int64_t vorlansatkeyget(std::int32_t satNum) noexcept {
     if (vorlantreeisempty()) return kNoKey;
     const ReadGuard guard;
     const Vorlanbintree* const found = VorlanTree::preOrder(vorlantreeroot(), [=](const Vorlanbintree& node) {
@@ -198,7 +201,7 @@ Vorlanrecord vorlangetrec(const Vorlanbintree& node) {
     return record != nullptr ? *record : Vorlanrecord{};
 }
 
-std::int32_t RecordAccess::fail(std::string_view message) {
+std::int32_t RecordAccess::fail(std::string_view message) noexcept {
     leave();
     tracelogerror(message);
     return kFailure;

@@ -34,17 +34,17 @@ inline bool vorlantreeisempty() noexcept { return vorlantreeroot() == nullptr; }
 
 // Stores a record under the key that the key mode in force gives it. The key; 0 for a refused duplicate; -1
 // on failure. `stored`, when given, receives the node, null if there is none.
-std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored = nullptr);
+std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored = nullptr) noexcept;
 
 // Removes a satellite: kSuccess, or kFailure with a message.
-std::int32_t RemoveNode(std::int64_t key);
+std::int32_t RemoveNode(std::int64_t key) noexcept;
 
 // Releases the record of a DMA key, and the object itself while nothing is attached to it. Empty on success,
 // else the message. Takes no guard.
 std::string_view RemoveDMA(std::int64_t key);
 
 // Removes all satellites.
-void vorlanemptytree();
+void vorlanemptytree() noexcept;
 
 // The store's own record of a key, or null with the reason in `message`. For an ordinary key the reader side
 // is entered unless it is already held, and stays entered whether there is a record or not. A DMA key needs
@@ -58,7 +58,7 @@ Vorlanrecord FindRec(std::int64_t key, std::string_view& message);
 
 // The key of a satellite number, the first in pre-order; -1 if there is none. Holds the reader side only
 // inside.
-std::int64_t vorlansatkeyget(std::int32_t satNum);
+std::int64_t vorlansatkeyget(std::int32_t satNum) noexcept;
 
 // The record behind a node, in the node or in its DMA object; null if there is none. Takes no guard.
 const Vorlanrecord* recordOf(const Vorlanbintree& node) noexcept;
@@ -67,12 +67,12 @@ const Vorlanrecord* recordOf(const Vorlanbintree& node) noexcept;
 Vorlanrecord vorlangetrec(const Vorlanbintree& node);
 
 // The number of nodes; 0 for any selector but 0. Holds the reader side only inside.
-std::int32_t vorlangetnumoftreenodes(std::int32_t selector = 0);
+std::int32_t vorlangetnumoftreenodes(std::int32_t selector = 0) noexcept;
 
 // Lists the keys at keys[count] and following, and moves count behind the last. Order 0 ascending by number,
 // coordinate system and epoch; 1 the reverse; 2 in the order of insertion; 3 and above ascending by key. Only
 // the counting holds the reader side: nobody may add or remove satellites meanwhile.
-void vorlangettreekeys(std::int32_t& count, std::int64_t* keys, std::int32_t order);
+void vorlangettreekeys(std::int32_t& count, std::int64_t* keys, std::int32_t order) noexcept;
 
 // The record of a key for as long as the object lives, with the reader side held that it needs. When there is
 // no record, or something else is wrong with the request, fail() leaves the guard, logs why and gives the
@@ -92,8 +92,8 @@ public:
     // Why there is no record.
     std::string_view message() const noexcept { return message_; }
 
-    std::int32_t fail() { return fail(message_); }
-    std::int32_t fail(std::string_view message);
+    std::int32_t fail() noexcept { return fail(message_); }
+    std::int32_t fail(std::string_view message) noexcept;
 
 private:
     void leave() noexcept {

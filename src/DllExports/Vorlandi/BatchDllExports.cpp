@@ -30,13 +30,20 @@ public:
 
     void give(std::int64_t at, const Vorlanpoint& point) noexcept { put(at, point, kSuccess); }
 
-    void fail(std::int64_t at, std::string_view why) {
+    void fail(std::int64_t at, std::string_view why) noexcept {
         if (!firstFailure_) firstFailure_ = why;
         put(at, Vorlanpoint{}, kFailure);
     }
 
+    // Every answer fails without a message, for an argument that is no request.
+    std::int32_t refuse(std::int64_t n) noexcept {
+        for (std::int64_t at = 0; at < n; ++at)
+            put(at, Vorlanpoint{}, kFailure);
+        return kFailure;
+    }
+
     // The status of the batch, its first failure logged. Call it outside the guard.
-    std::int32_t finish() const {
+    std::int32_t finish() const noexcept {
         if (!firstFailure_) return kSuccess;
         tracelogerror(*firstFailure_);
         return kFailure;
@@ -68,7 +75,7 @@ void inStretches(std::int64_t n, Work&& work) {
     }
 }
 
-void failAll(Answers& answers, std::int64_t begin, std::int64_t end, std::string_view why) {
+void failAll(Answers& answers, std::int64_t begin, std::int64_t end, std::string_view why) noexcept {
     for (std::int64_t at = begin; at < end; ++at)
         answers.fail(at, why);
 }
@@ -106,8 +113,8 @@ extern "C" {
 
 int32_t VorlanDs50UTCArr(int64_t satKey, int64_t n, const double ds50UTC[], double posVel[][6],
                          int32_t revNums[], double covMtx[][6][6], int32_t errCodes[]) {
-    if (n < 0 || (n > 0 && ds50UTC == nullptr)) return kFailure;
     Answers answers(posVel, revNums, covMtx, errCodes);
+    if (n < 0 || (n > 0 && ds50UTC == nullptr)) return answers.refuse(n);
     inStretches(n, [&](std::int64_t begin, std::int64_t end) {
         const RecordAccess record(satKey);
         if (!record) return failAll(answers, begin, end, record.message());
@@ -122,8 +129,8 @@ int32_t VorlanDs50UTCArr(int64_t satKey, int64_t n, const double ds50UTC[], doub
 
 int32_t VorlanSatsDs50UTC(int64_t n, const int64_t satKeys[], double ds50UTC, double posVel[][6],
                           int32_t revNums[], double covMtx[][6][6], int32_t errCodes[]) {
-    if (n < 0 || (n > 0 && satKeys == nullptr)) return kFailure;
     Answers answers(posVel, revNums, covMtx, errCodes);
+    if (n < 0 || (n > 0 && satKeys == nullptr)) return answers.refuse(n);
     inStretches(n, [&](std::int64_t begin, std::int64_t end) {
         const ReadGuard guard;
         for (std::int64_t at = begin; at < end; ++at)

@@ -32,7 +32,7 @@ enum Field : std::int32_t {
 std::string lengthField(double value) { return fixedField(value, 35, 15); }
 
 // A field as it is printed; empty for a number that names none. The record has points.
-std::string fieldText(const Vorlanrecord& record, std::int32_t field) {
+std::string fieldText(const Vorlanrecord& record, std::int32_t field) noexcept {
     const Vorlanpoint& first = record.points.front();
     switch (field) {
         case kSatNum:
@@ -72,7 +72,7 @@ std::string fieldText(const Vorlanrecord& record, std::int32_t field) {
 
 extern "C" {
 
-int32_t VorlanSetField(int64_t satKey, int32_t fieldIdx, const char valueStr[512]) {
+int32_t VorlanSetField(int64_t satKey, int32_t fieldIdx, const char* valueStr) {
     const std::string_view value = leftAdjusted(chararrtostr(valueStr, 512));
     RecordAccess record(satKey);
     if (!record) return record.fail();

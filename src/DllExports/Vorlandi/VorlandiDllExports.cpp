@@ -69,6 +69,10 @@ std::int32_t addPoint(std::int64_t satKey, double ds50UTC, const double* pos, co
     return kSuccess;
 }
 
+void announceLoading(std::string_view name) noexcept {
+    traceloginfo("VorlanLoadFile: Reading VORLANs from file \"" + std::string(name) + "\".");
+}
+
 }  // namespace
 
 extern "C" {
@@ -104,11 +108,11 @@ void VorlanGetLoaded(int32_t order, int64_t satKeys[]) {
 
 int64_t VorlanGetSatKey(int32_t satNum) { return GetSatKey(satNum); }
 
-int64_t VorlanFieldsToSatKey(int32_t satNum, const char epochDtg[20]) {
-    const std::string_view given = leftAdjusted(chararrtostr(epochDtg, 20));
-    std::string epoch = PaddedText<20>(given).padded();
-    epoch.replace(2, 18, blanktozerochar(std::string_view(epoch).substr(2)));
-    return createsatkey(satNum, kVorlanElsetType, std::string_view(epoch));
+int64_t VorlanFieldsToSatKey(int32_t satNum, const char* epochDtg) {
+    std::array<char, 20> epoch{};
+    strtochararr(leftAdjusted(chararrtostr(epochDtg, epoch.size())), epoch.data(), epoch.size());
+    std::replace(epoch.begin() + 2, epoch.end(), ' ', '0');
+    return createsatkey(satNum, kVorlanElsetType, std::string_view(epoch.data(), epoch.size()));
 }
 
 // ---- Data entry ----
@@ -199,16 +203,16 @@ int32_t VorlanGetLine(int64_t satKey, char line[512]) {
 
 // ---- Files ----
 
-int32_t VorlanLoadFile(const char fileName[512]) {
+int32_t VorlanLoadFile(const char* fileName) {
     const std::string_view name = fileNameOf(fileName);
-    traceloginfo("VorlanLoadFile: Reading VORLANs from file \"" + std::string(name) + "\".");
+    announceLoading(name);
     return readvorlansfrfile(name);
 }
 
-int32_t VorlanSaveFile(const char fileName[512], int32_t saveMode) {
+int32_t VorlanSaveFile(const char* fileName, int32_t saveMode) {
     return savevorlans(fileNameOf(fileName), saveMode != 0 ? FileMode::Append : FileMode::Replace);
 }
 
-int64_t VorlanAddSatFrFile(const char fileName[512]) { return addvorlanfile(fileNameOf(fileName)); }
+int64_t VorlanAddSatFrFile(const char* fileName) { return addvorlanfile(fileNameOf(fileName)); }
 
 }  // extern "C"

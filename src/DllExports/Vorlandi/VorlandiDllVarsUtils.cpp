@@ -23,7 +23,7 @@ std::int32_t storedPoint(RecordAccess& record, double index, EphemAnswer& answer
 
 }  // namespace
 
-std::int64_t GetSatKey(std::int32_t satNum) {
+std::int64_t GetSatKey(std::int32_t satNum) noexcept {
     const std::int64_t key = vorlansatkeyget(satNum);
     if (key == kNoKey) {
         tracelogerror("GetSatKey: Unable to locate satellite number " + integerField(satNum, 9) +
@@ -32,12 +32,12 @@ std::int64_t GetSatKey(std::int32_t satNum) {
     return key;
 }
 
-std::string noDataMessage(std::string_view procedure, std::int64_t satKey) {
+std::string noDataMessage(std::string_view procedure, std::int64_t satKey) noexcept {
     return keyMessage(std::string(procedure) + ": satKey ", satKey, " does not contain any ephemeris data.");
 }
 
 std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, EphemAnswer& answer,
-                      Covariance covariance) {
+                      Covariance covariance) noexcept {
     answer.point = Vorlanpoint{};
     RecordAccess record(satKey);
     if (!record) return record.fail();

@@ -10,7 +10,7 @@
 namespace vorlandi {
 
 // The key of a satellite number, or -1 with a message.
-std::int64_t GetSatKey(std::int32_t satNum);
+std::int64_t GetSatKey(std::int32_t satNum) noexcept;
 
 // What the value of a request is.
 constexpr std::int32_t kByMse = 1;      // minutes since the first point
@@ -27,7 +27,7 @@ struct EphemAnswer {
 
 // 0; or 2, a message and a point of zeros. Holds the reader side only inside.
 std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, EphemAnswer& answer,
-                      Covariance covariance = Covariance::Wanted);
+                      Covariance covariance = Covariance::Wanted) noexcept;
 
 // The state of a record at a time, for GetEphem and for many times at once: kSuccess; or kFailure with the reason in
 // `message`, which the caller logs, and a point of zeros. The record has points, and is the interpolator's.
@@ -44,6 +44,6 @@ inline double mseOf(double time, double first) noexcept { return (time - first) 
 constexpr std::string_view kIndexOutOfRange = "GetEphem: Input index is out of valid range.";
 
 // The message of a record without points; `procedure` names who was asked.
-std::string noDataMessage(std::string_view procedure, std::int64_t satKey);
+std::string noDataMessage(std::string_view procedure, std::int64_t satKey) noexcept;
 
 }  // namespace vorlandi

@@ -5,13 +5,41 @@
 namespace vorlandi {
 
 void BlockInput::skipbadephempoint(std::string_view reader, std::string_view text) const {
+    observeRead(VORLAN_READ_BAD, fileName_, lineNumber_, line_);
     tracelogerror("*** " + std::string(reader) + " : Bad ephemeris data. ***");
     tracelogerror(text);
+}
+
+ReadOutcome BlockInput::skipLines(int count) {
+    std::string_view line;
+    for (; count > 0; --count) {
+        if (const ReadOutcome outcome = readLine(line); outcome != ReadOutcome::Success) return outcome;
+    }
+    return ReadOutcome::Success;
+}
+
+ReadOutcome LineGroup::read(BlockInput& input) {
+    std::int64_t firstNumber = 0;
+    for (std::size_t k = 0; k < size_; ++k) {
+        if (const ReadOutcome outcome = input.readLine(last_); outcome != ReadOutcome::Success) {
+            return outcome;
+        }
+        if (k == 0) firstNumber = input.lineNumber();
+        // The next read takes the line away.
+        if (k + 1 < size_) kept_[k] = last_;
+    }
+    input.standAt((*this)[0], firstNumber);
+    return ReadOutcome::Success;
 }
 
 std::int32_t blockFailed(std::string_view reader, std::string_view problem) {
     tracelogerror("*** " + std::string(reader) + ": " + std::string(problem) + " ***");
     return kBlockFailed;
+}
+
+std::int32_t blockFailed(std::string_view reader, std::string_view problem, std::string_view line) {
+    tracelogerror(line);
+    return blockFailed(reader, problem);
 }
 
 std::int32_t blockRead(Vorlanrecord& record) noexcept {

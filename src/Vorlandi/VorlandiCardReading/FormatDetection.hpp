@@ -25,6 +25,7 @@ struct TextAt {
 struct LineTest {
     TextAt texts[6] = {};
     bool (*further)(std::string_view line) = nullptr;
+    std::string_view description = {};  // what `further` asks of a line, in words
 };
 
 struct FormatRow {
@@ -34,6 +35,9 @@ struct FormatRow {
     Reader reader = nullptr;   // none: the line is no header of a block
     bool decides = false;      // its texts settle it: when `further` then fails, no later row is tried
 };
+
+// The format that is recognised by the file's name alone.
+constexpr std::string_view kDceBinaryName = "DCE_BINARY";
 
 std::span<const FormatRow> formatTable() noexcept;
 

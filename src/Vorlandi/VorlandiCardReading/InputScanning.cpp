@@ -35,7 +35,10 @@ public:
         record_.inputTag = tag.view();
     }
 
-    std::int32_t run() {
+    std::int32_t run() { return fileisdotdce(fileName_) ? readDceBinary() : readBlocks(); }
+
+private:
+    std::int32_t readBlocks() {
         std::string summary = summaryOf(record_);
         std::string_view line;
         while (unit_.readLine(kEphemerisColumns, line) == ReadOutcome::Success) {
@@ -44,26 +47,46 @@ public:
             if (row == nullptr) continue;
             if (row->code == kTagCard) record_.inputTag = getinputfilename(line);
             if (row->reader == nullptr) continue;
+            observeRead(VORLAN_READ_FORMAT, fileName_, unit_.lineNumber(), row->name);
             BlockInput block(unit_, line, fileName_);
             if (row->reader(block, record_) == kBlockFailed) return kFailure;
-            if (record_.numberOfPoints() == 0) {
-                tracelogerror(kNoData);
-                return kFailure;
-            }
+            if (record_.numberOfPoints() == 0) return noData();
             summary = summaryOf(record_);
-            store();
+            trimvorlanempts(record_);
+            // While lines are left, a further block would go on from this record.
+            const Vorlanbintree* stored = nullptr;
+            keep(unit_.atEnd() ? AddRecToMem(std::move(record_), &stored) : AddRecToMem(record_, &stored),
+                 stored, unit_.lineNumber());
+            tag_ = std::string_view{};
         }
         traceloginfo(summary);
         return kSuccess;
     }
 
-private:
-    // Stores the record; a copy of it while lines are left, from which a further block would go on.
-    void store() {
+    // The whole file, opened anew as bytes. What was read before an error is stored all the same.
+    std::int32_t readDceBinary() {
+        std::unique_ptr<ByteSource> source;
+        openByteSource(replacestring(fileName_, '\\', '/'), source);
+        RecordPlace place{fileName_};
+        observeRead(VORLAN_READ_FORMAT, fileName_, 1, kDceBinaryName);
+        const std::int32_t status = ReadDCEBinary(source.get(), record_, place);
+        if (record_.numberOfPoints() == 0) return noData();
         trimvorlanempts(record_);
-        const std::int64_t key = unit_.atEnd() ? AddRecToMem(std::move(record_)) : AddRecToMem(record_);
+        const Vorlanbintree* stored = nullptr;
+        const std::int64_t key = AddRecToMem(std::move(record_), &stored);
+        keep(key, stored, place.number);
+        return status;
+    }
+
+    std::int32_t noData() const {
+        tracelogerror(kNoData);
+        return kFailure;
+    }
+
+    // Hands out the key of a record; `stored` is null if it was refused.
+    void keep(std::int64_t key, const Vorlanbintree* stored, std::int64_t line) {
         if (satKeyOut_ != nullptr) *satKeyOut_ = key;
-        tag_ = std::string_view{};
+        if (stored != nullptr) observeRead(VORLAN_READ_STORED, fileName_, line, std::to_string(key));
     }
 
     InputUnit& unit_;
@@ -73,16 +96,17 @@ private:
     Vorlanrecord record_;
 };
 
-// Follows an input-file card; a file that can't be opened is passed over.
+// Follows an input-file card; a file that can't be opened is passed over. Only regular files are: a card must not make
+// the library wait for a pipe or read a device without end.
 void readNestedFile(std::string_view card, InputTag& tag) {
     const PaddedText<512> name(getinputfilename(card));
     InputUnit nested;
-    if (fileopenmt(name.view(), nested) == 0) ReadOnlyVorlans(nested, name.view(), tag);
+    if (fileopenmt(name.view(), nested, FileKind::Regular) == 0) ReadOnlyVorlans(nested, name.view(), tag);
 }
 
 }  // namespace
 
-std::int32_t readvorlansfrfile(std::string_view fileName) {
+std::int32_t readvorlansfrfile(std::string_view fileName) noexcept {
     InputUnit unit;
     if (const int error = fileopenmt(fileName, unit); error != 0) return error;
     InputTag tag;
@@ -104,7 +128,7 @@ std::int32_t readvorlansfrfileunit(InputUnit& unit, std::string_view fileName) {
     return ReadOnlyVorlans(unit, fileName, tag);
 }
 
-std::int64_t addvorlanfile(std::string_view fileName) {
+std::int64_t addvorlanfile(std::string_view fileName) noexcept {
     InputUnit unit;
     if (fileopenmt(fileName, unit) != 0) return kNoKey;
     InputTag tag;

@@ -18,14 +18,14 @@ namespace vorlandi {
 using InputTag = PaddedText<128>;
 
 // Reads a file: one whose name ends in .DCE as DCE binary, any other in a card pass and an ephemeris pass.
-std::int32_t readvorlansfrfile(std::string_view fileName);
+std::int32_t readvorlansfrfile(std::string_view fileName) noexcept;
 
 // The two passes over an open unit.
 std::int32_t readvorlansfrfileunit(InputUnit& unit, std::string_view fileName);
 
 // Reads a file in an ephemeris pass alone; the key of the record stored last, -1 if there is none or reading
 // failed.
-std::int64_t addvorlanfile(std::string_view fileName);
+std::int64_t addvorlanfile(std::string_view fileName) noexcept;
 
 // An ephemeris pass. The tag labels the first record stored and is then blanked; `satKeyOut`, when given,
 // receives the key of each record stored.

@@ -29,7 +29,7 @@ std::int32_t codeOf(std::string_view field, const CoordinateName (&names)[N]) no
 
 }  // namespace
 
-bool addoneeppoint(const Vorlanpoint& point, Vorlanrecord& record, const double* covariance) {
+bool addoneeppoint(const Vorlanpoint& point, Vorlanrecord& record, const double* covariance) noexcept {
     PointArray& points = record.points;
     // Written so that a time that is not a number is dropped, too.
     if (points.count() > 0 && !(points.back().time < point.time)) return false;

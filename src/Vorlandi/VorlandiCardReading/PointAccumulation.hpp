@@ -10,7 +10,8 @@ namespace vorlandi {
 
 // Appends a point, with 21 covariance values in place of its own if they are given. The first point sets the
 // record's epoch. A point that is not later than the last one is dropped: false, and nothing has changed.
-bool addoneeppoint(const Vorlanpoint& point, Vorlanrecord& record, const double* covariance = nullptr);
+bool addoneeppoint(const Vorlanpoint& point, Vorlanrecord& record,
+                   const double* covariance = nullptr) noexcept;
 
 // Gives the spare space behind the points back.
 inline void trimvorlanempts(Vorlanrecord& record) { record.points.trim(); }

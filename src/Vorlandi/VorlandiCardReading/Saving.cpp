@@ -11,7 +11,7 @@ std::string tagCard(const Vorlanrecord& record) { return "#VORLANDI = " + record
 
 }  // namespace
 
-std::string fileCard(const Vorlanrecord& record) { return "EPHFIL = " + record.fileName.padded(); }
+std::string fileCard(const Vorlanrecord& record) noexcept { return "EPHFIL = " + record.fileName.padded(); }
 
 void vorlanwritelines(std::FILE* unit) {
     const ReadGuard guard;
@@ -25,7 +25,7 @@ void vorlanwritelines(std::FILE* unit) {
     });
 }
 
-std::int32_t savevorlans(std::string_view fileName, FileMode mode) {
+std::int32_t savevorlans(std::string_view fileName, FileMode mode) noexcept {
     OutputUnit unit;
     if (const int error = fileopen(fileName, mode, unit); error != 0) return error;
     std::fputs("\n\n\n*** External Ephemeris Input Files ***\n", unit.get());

@@ -15,9 +15,6 @@
 
 namespace vorlandi {
 
-// The second covariance value of points whose first one is no covariance but an auxiliary scalar.
-constexpr double kScalarMarker = 12345.0;
-
 // `size` doubles, `stride` doubles apart.
 struct StridedDoubles {
     const double* first;

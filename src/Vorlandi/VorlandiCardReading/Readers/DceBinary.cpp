@@ -1,0 +1,148 @@
+// Reads DCE binary files: records framed by their byte count, three of a header and then one a point. Numbers
+// are big-endian; values are stored as they stand.
+//
+// No count in the file is trusted: it is compared with what is asked for, and what it says beyond that is
+// passed over as it comes, without room being made for it.
+#include <bit>
+#include <cstring>
+#include <memory>
+
+#include "TimeLibrary/Calendar.hpp"
+#include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
+
+namespace vorlandi {
+namespace {
+
+constexpr std::string_view kName = "ReadDCEBinary";
+constexpr double kDayZeroOf1970 = clocka(0.0, 1970);  // Ds50UTC of day 0.0 of the file's times
+
+constexpr std::int64_t kHeaderRecords = 3;
+
+// Bytes of the payloads
+constexpr std::size_t kTitleSize = 24;
+constexpr std::size_t kSatNumSize = 4;
+constexpr std::size_t kDescriptionSize = 76;
+constexpr std::size_t kPointSize = 104;
+
+// Where they stand in the payload of a point
+constexpr std::size_t kTimeAt = 16;
+constexpr std::size_t kPositionAt = 24;  // km
+constexpr std::size_t kVelocityAt = 48;  // km/s
+
+template <class Unsigned>
+Unsigned bigEndian(const char* bytes) noexcept {
+    Unsigned value = 0;
+    for (std::size_t k = 0; k < sizeof value; ++k)
+        value = static_cast<Unsigned>(value << 8 | static_cast<unsigned char>(bytes[k]));
+    return value;
+}
+
+double realAt(const char* bytes) noexcept { return std::bit_cast<double>(bigEndian<std::uint64_t>(bytes)); }
+
+void realsAt(const char* bytes, std::span<double> values) noexcept {
+    for (double& value : values) {
+        value = realAt(bytes);
+        bytes += sizeof value;
+    }
+}
+
+// Takes framed records from a source through a buffer of fixed size.
+class FramedRecords {
+public:
+    explicit FramedRecords(ByteSource& source)
+        : source_(source), buffer_(std::make_unique_for_overwrite<char[]>(kBufferSize)) {}
+
+    // The beginning of the next record's payload, which fills `payload`. EndOfData if the file ends where a
+    // record would begin; Error if it ends elsewhere, if the record is shorter, if its two counts differ.
+    ReadOutcome next(std::span<char> payload) {
+        if (!require(kCountSize)) return left_ == 0 && !failed_ ? ReadOutcome::EndOfData : ReadOutcome::Error;
+        const auto size = bigEndian<std::uint32_t>(take(kCountSize));
+        if (size < payload.size() || !require(payload.size())) return ReadOutcome::Error;
+        std::memcpy(payload.data(), take(payload.size()), payload.size());
+        if (!passOver(size - payload.size()) || !require(kCountSize)) return ReadOutcome::Error;
+        return bigEndian<std::uint32_t>(take(kCountSize)) == size ? ReadOutcome::Success : ReadOutcome::Error;
+    }
+
+private:
+    static constexpr std::size_t kBufferSize = 262144;
+    static constexpr std::size_t kCountSize = 4;
+
+    // Sees to it that `size` bytes, far fewer than the buffer holds, are left in it.
+    bool require(std::size_t size) {
+        while (left_ < size) {
+            std::memmove(buffer_.get(), next_, left_);
+            next_ = buffer_.get();
+            const std::int64_t count = source_.read(buffer_.get() + left_, kBufferSize - left_);
+            failed_ = count < 0;
+            if (count <= 0) return false;
+            left_ += static_cast<std::size_t>(count);
+        }
+        return true;
+    }
+
+    // Hands out bytes that are left.
+    const char* take(std::size_t size) noexcept {
+        const char* const bytes = next_;
+        next_ += size;
+        left_ -= size;
+        return bytes;
+    }
+
+    bool passOver(std::size_t size) {
+        while (size > 0) {
+            if (!require(1)) return false;
+            const std::size_t passed = std::min(size, left_);
+            take(passed);
+            size -= passed;
+        }
+        return true;
+    }
+
+    ByteSource& source_;
+    std::unique_ptr<char[]> buffer_;
+    const char* next_ = buffer_.get();
+    std::size_t left_ = 0;
+    bool failed_ = false;
+};
+
+// The header. Its end of file is left to the points, which then meet it, too.
+bool readHeader(FramedRecords& records, Vorlanrecord& record) {
+    std::array<char, kTitleSize> title{};
+    std::array<char, kSatNumSize> satNum{};
+    std::array<char, kDescriptionSize> description{};
+    if (records.next(title) == ReadOutcome::Error) return false;
+    const ReadOutcome outcome = records.next(satNum);
+    if (outcome == ReadOutcome::Error) return false;
+    if (outcome == ReadOutcome::Success) {
+        record.satNum = std::bit_cast<std::int32_t>(bigEndian<std::uint32_t>(satNum.data()));
+    }
+    return records.next(description) != ReadOutcome::Error;
+}
+
+Vorlanpoint pointOf(const std::array<char, kPointSize>& payload) noexcept {
+    Vorlanpoint point;
+    point.time = realAt(payload.data() + kTimeAt) + kDayZeroOf1970;
+    realsAt(payload.data() + kPositionAt, point.pos);
+    realsAt(payload.data() + kVelocityAt, point.vel);
+    return point;
+}
+
+}  // namespace
+
+std::int32_t ReadDCEBinary(ByteSource* source, Vorlanrecord& record, RecordPlace& place) {
+    record.coordSys = kEci;
+    if (source == nullptr) return blockFailed(kName, kFileReadError);
+    FramedRecords records(*source);
+    if (!readHeader(records, record)) return blockFailed(kName, kFileReadError);
+    std::array<char, kPointSize> payload{};
+    for (place.number = kHeaderRecords;; ++place.number) {
+        const ReadOutcome outcome = records.next(payload);
+        if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
+        if (outcome == ReadOutcome::EndOfData) return blockRead(record);
+        if (!addoneeppoint(pointOf(payload), record)) {
+            observeRead(VORLAN_READ_DROPPED, place.fileName, place.number + 1, {});
+        }
+    }
+}
+
+}  // namespace vorlandi

@@ -1,0 +1,45 @@
+// Reads DCE text files: a line with the satellite number, then fourteen free-form numbers a line, those of
+// the binary files. Values are stored as they stand.
+#include "TimeLibrary/Calendar.hpp"
+#include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
+
+namespace vorlandi {
+namespace {
+
+constexpr std::string_view kName = "ReadDCEText";
+constexpr double kDayZeroOf1970 = clocka(0.0, 1970);  // Ds50UTC of day 0.0 of the file's times
+
+// Two integers, a real, the time, the state (km, km/s), four reals. All must be numbers; time and state are
+// used.
+ReadOutcome readPoint(std::string_view line, Vorlanpoint& point) noexcept {
+    FreeFormList list(line);
+    std::int32_t integer = 0;
+    for (int k = 0; k < 2; ++k) {
+        if (const auto outcome = list.nextInteger(integer); outcome != ReadOutcome::Success) return outcome;
+    }
+    std::array<double, 2> realAndTime{};
+    if (const auto outcome = list.next(realAndTime); outcome != ReadOutcome::Success) return outcome;
+    point.time = realAndTime[1] + kDayZeroOf1970;
+    if (const auto outcome = readState(list, point); outcome != ReadOutcome::Success) return outcome;
+    std::array<double, 4> unused{};
+    return list.next(unused);
+}
+
+}  // namespace
+
+// A line that can't be read ends the block: one that is too short in peace, any other with an error.
+std::int32_t ReadDCEText(BlockInput& input, Vorlanrecord& record) {
+    record.satNum = strtoint(input.headerLine());
+    record.coordSys = kEci;
+    for (;;) {
+        std::string_view line;
+        Vorlanpoint point;
+        ReadOutcome outcome = input.readLine(line);
+        if (outcome == ReadOutcome::Success) outcome = readPoint(line, point);
+        if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
+        if (outcome == ReadOutcome::EndOfData) return blockRead(record);
+        input.append(point, record);
+    }
+}
+
+}  // namespace vorlandi

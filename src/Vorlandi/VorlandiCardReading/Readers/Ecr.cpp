@@ -1,0 +1,71 @@
+// Reads the ECR text format: earth-fixed positions, one line a point, or positions and velocities, two lines
+// a point. Values are stored as they stand.
+#include "TimeLibrary/DateTexts.hpp"
+#include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
+
+namespace vorlandi {
+namespace {
+
+constexpr std::string_view kName = "ReadECR";
+
+// Header: the number in its first line, the label in its eighth. The label of a file without velocities
+// stands in place of two lines, so that the point lines begin one line earlier.
+constexpr IntegerColumns kSatNum{1, 5};
+constexpr int kLinesBeforeLabel = 6;
+constexpr std::string_view kPositionsOnly = "YYDDDHHMMSS.SSS      X(KM)          Y(KM)          Z(KM)";
+constexpr int kLinesBehindPositionsOnly = 1;
+constexpr int kLinesBehindOtherLabel = 2;
+
+// Point lines
+constexpr IntegerColumns kTime{1, 15};
+constexpr std::size_t kNumbersFrom = 17;
+
+ReadOutcome readThree(std::string_view line, std::span<double> values) noexcept {
+    return readFreeForm(columnsFrom(line, kNumbersFrom), values);
+}
+
+void readPoint(const LineGroup& lines, bool velocities, const BlockInput& input, Vorlanrecord& record) {
+    const std::string_view time = columns(lines[0], kTime.first, kTime.last);
+    Vorlanpoint point;
+    point.time = date_in(time);
+    if (!(point.time > 0.0)) return input.skipbadephempoint(kName, time);
+    if (readThree(lines[0], point.pos) != ReadOutcome::Success) {
+        return input.skipbadephempoint(kName, lines[0]);
+    }
+    if (velocities && readThree(lines[1], point.vel) != ReadOutcome::Success) {
+        return input.skipbadephempoint(kName, lines[1]);
+    }
+    input.append(point, record);
+}
+
+// Reads up to the first point line; do the points have velocities? A file that ends, or fails, in here does
+// so again at its first point.
+bool readHeader(BlockInput& input, Vorlanrecord& record) {
+    record.coordSys = kEcr;
+    std::string_view line;
+    if (input.readLine(line) != ReadOutcome::Success ||
+        readColumns(line, kSatNum, record.satNum) != ReadOutcome::Success) {
+        record.satNum = kUncataloguedSatNum;
+    }
+    input.skipLines(kLinesBeforeLabel);
+    input.readLine(line);
+    const bool velocities = !line.starts_with(kPositionsOnly);
+    input.skipLines(velocities ? kLinesBehindOtherLabel : kLinesBehindPositionsOnly);
+    return velocities;
+}
+
+}  // namespace
+
+// A read error is no failure of the block: the points read before it stay, and are stored.
+std::int32_t ReadECR(BlockInput& input, Vorlanrecord& record) {
+    const bool velocities = readHeader(input, record);
+    LineGroup lines(velocities ? 2 : 1);
+    for (;;) {
+        const ReadOutcome outcome = lines.read(input);
+        if (outcome == ReadOutcome::Error) blockFailed(kName, kFileReadError);
+        if (outcome != ReadOutcome::Success) return blockRead(record);
+        readPoint(lines, velocities, input, record);
+    }
+}
+
+}  // namespace vorlandi

@@ -1,0 +1,60 @@
+// Reads launch-vehicle trajectories in the EELV layout: a reference date of six numbers in the first line,
+// then lines of elapsed seconds and an inertial state in feet, all in free form.
+#include <limits>
+
+#include "TimeLibrary/Calendar.hpp"
+#include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
+
+namespace vorlandi {
+namespace {
+
+constexpr std::string_view kName = "ReadEELV";
+constexpr double kKmPerFoot = 0.0003048;
+
+// The integer part. False for a number whose integer part passes 32 bits.
+bool truncate(double value, std::int32_t& integer) noexcept {
+    using Limits = std::numeric_limits<std::int32_t>;
+    if (!(value > Limits::min() - 1.0 && value < Limits::max() + 1.0)) return false;
+    integer = static_cast<std::int32_t>(value);
+    return true;
+}
+
+// Ds50UTC of year, month, day, hour, minute and seconds. False if they can't be read.
+bool readReferenceEpoch(std::string_view line, double& epoch) noexcept {
+    std::array<double, 6> numbers{};
+    if (readFreeForm(line, numbers) != ReadOutcome::Success) return false;
+    std::array<std::int32_t, 5> parts{};
+    for (std::size_t k = 0; k < parts.size(); ++k) {
+        if (!truncate(numbers[k], parts[k])) return false;
+    }
+    const auto [year, month, day, hour, minute] = parts;
+    epoch = tcomps2utc(mmdd2jul(year, month, day), hour, minute, numbers[5], year);
+    return true;
+}
+
+void readPoint(std::string_view line, double referenceEpoch, const BlockInput& input, Vorlanrecord& record) {
+    FreeFormList list(line);
+    double seconds = 0.0;
+    Vorlanpoint point;
+    if (list.next(seconds) != ReadOutcome::Success || readState(list, point) != ReadOutcome::Success) {
+        return input.skipbadephempoint(kName, line);
+    }
+    point.time = referenceEpoch + seconds / kSecondsPerDay;
+    scaleState(point, kKmPerFoot);
+    input.append(point, record);
+}
+
+}  // namespace
+
+std::int32_t ReadEELV(BlockInput& input, Vorlanrecord& record) {
+    double referenceEpoch = 0.0;
+    if (!readReferenceEpoch(input.headerLine(), referenceEpoch)) {
+        return blockFailed(kName, "Invalid EELV first line.", input.headerLine());
+    }
+    record.satNum = kUncataloguedSatNum;
+    record.coordSys = kEci;
+    return useLinesToEnd(input, kName, record,
+                         [&](std::string_view line) { readPoint(line, referenceEpoch, input, record); });
+}
+
+}  // namespace vorlandi

@@ -1,0 +1,68 @@
+// Reads the ITC text format: inertial states in fixed columns, one line a point, or four with a covariance.
+// Values are stored as they stand.
+#include "TimeLibrary/DateTexts.hpp"
+#include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
+
+namespace vorlandi {
+namespace {
+
+constexpr std::string_view kName = "ReadITC";
+
+// Header
+constexpr IntegerColumns kSatNum{2, 6};
+constexpr IntegerColumns kEpoch{52, 68};
+constexpr IntegerColumns kCovariance{107, 111};
+constexpr std::string_view kWithoutCovariance = "WOCOV";
+
+// First line of a point
+constexpr IntegerColumns kTime{4, 18};
+constexpr RealColumns kPosition{19, 34, 6};  // F16.6, km
+constexpr RealColumns kVelocity{67, 82, 9};  // F16.9, km/s
+
+// The lines behind it: the lower triangle, row by row, without regard to the lines' ends
+constexpr std::size_t kCovarianceLines = 3;
+constexpr std::size_t kNumbersPerLine = kCovarianceSize / kCovarianceLines;
+
+void readPoint(const LineGroup& lines, std::size_t covarianceLines, const BlockInput& input,
+               Vorlanrecord& record) {
+    const std::string_view time = columns(lines[0], kTime.first, kTime.last);
+    Vorlanpoint point;
+    point.time = date_in(time);
+    if (!(point.time > 0.0)) return input.skipbadephempoint(kName, time);
+    if (readColumns(lines[0], kPosition, point.pos) != ReadOutcome::Success ||
+        readColumns(lines[0], kVelocity, point.vel) != ReadOutcome::Success) {
+        return input.skipbadephempoint(kName, lines[0]);
+    }
+    std::array<double, kCovarianceSize> covariance{};
+    for (std::size_t k = 0; k < covarianceLines; ++k) {
+        const auto values = std::span(covariance).subspan(k * kNumbersPerLine, kNumbersPerLine);
+        if (readFreeForm(lines[k + 1], values) != ReadOutcome::Success) {
+            return input.skipbadephempoint(kName, lines[k + 1]);
+        }
+    }
+    const bool allZero =
+        std::all_of(covariance.begin(), covariance.end(), [](double value) { return value == 0.0; });
+    input.append(point, record, allZero ? nullptr : covariance.data());
+}
+
+}  // namespace
+
+std::int32_t ReadITC(BlockInput& input, Vorlanrecord& record) {
+    const std::string_view header = input.headerLine();
+    // Neither is checked: the epoch becomes the first point's time, and a bad number is left out.
+    record.epoch = date_in(columns(header, kEpoch.first, kEpoch.last));
+    readColumns(header, kSatNum, record.satNum);
+    record.coordSys = kEci;
+    const bool covariance = columns(header, kCovariance.first, kCovariance.last) != kWithoutCovariance;
+    const std::size_t covarianceLines = covariance ? kCovarianceLines : 0;
+
+    LineGroup lines(1 + covarianceLines);
+    for (;;) {
+        const ReadOutcome outcome = lines.read(input);
+        if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
+        if (outcome == ReadOutcome::EndOfData) return blockRead(record);
+        readPoint(lines, covarianceLines, input, record);
+    }
+}
+
+}  // namespace vorlandi

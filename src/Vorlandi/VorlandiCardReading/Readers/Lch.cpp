@@ -1,0 +1,55 @@
+// Reads LCH text files: nine header lines, then a date of 17 characters and seven free-form numbers a line.
+// Values are stored as they stand.
+#include "TimeLibrary/DateTexts.hpp"
+#include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
+
+namespace vorlandi {
+namespace {
+
+constexpr std::string_view kName = "ReadLCH";
+
+// Header: the number in the fifth of nine lines
+constexpr int kLinesBeforeSatNum = 4;
+constexpr IntegerColumns kSatNum{44, 48};
+constexpr int kLinesBehindSatNum = 4;
+
+// Data line
+constexpr IntegerColumns kTime{1, 17};
+constexpr std::size_t kNumbersFrom = 19;
+constexpr std::size_t kReportedColumns = 128;  // of a bad line
+
+// Marks, in the second covariance value, a point whose first one is the line's seventh number.
+
+// False if the file ends before the points. A number that can't be read is left out.
+bool readHeader(BlockInput& input, Vorlanrecord& record) {
+    std::string_view line;
+    if (input.skipLines(kLinesBeforeSatNum) != ReadOutcome::Success ||
+        input.readLine(line) != ReadOutcome::Success) {
+        return false;
+    }
+    readColumns(line, kSatNum, record.satNum);
+    return input.skipLines(kLinesBehindSatNum) == ReadOutcome::Success;
+}
+
+void readPoint(std::string_view line, const BlockInput& input, Vorlanrecord& record) {
+    if (isComment(line) || isBlank(line)) return;
+    Vorlanpoint point;
+    point.time = datestr2ds50(columns(line, kTime.first, kTime.last));
+    FreeFormList list(columnsFrom(line, kNumbersFrom));
+    if (readState(list, point) != ReadOutcome::Success || list.next(point.cov[0]) != ReadOutcome::Success) {
+        return input.skipbadephempoint(kName, line.substr(0, kReportedColumns));
+    }
+    point.cov[1] = kScalarMarker;
+    input.append(point, record);
+}
+
+}  // namespace
+
+std::int32_t ReadLCH(BlockInput& input, Vorlanrecord& record) {
+    record.coordSys = kEci;
+    if (!readHeader(input, record)) return blockFailed(kName, kFileReadError);
+    return useLinesToEnd(input, kName, record,
+                         [&](std::string_view line) { readPoint(line, input, record); });
+}
+
+}  // namespace vorlandi

@@ -1,0 +1,55 @@
+// Reads OASYS text files: free text in which a line of data is known by the shape of its date, YYYY/MM/DD
+// HH:MM:SS.SSS. Values are stored as they stand.
+#include "TimeLibrary/DateTexts.hpp"
+#include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
+
+namespace vorlandi {
+namespace {
+
+constexpr std::string_view kName = "ReadOASYS";
+
+// Satellite line
+constexpr IntegerColumns kSatelliteMark{10, 20};
+constexpr std::string_view kSatelliteText = "Spacecraft:";
+constexpr std::size_t kSatNumFrom = 21;
+
+// Data line
+constexpr IntegerColumns kTime{1, 23};
+constexpr std::size_t kNumbersFrom = 25;
+
+struct Separator {
+    std::size_t column;
+    char character;
+};
+constexpr Separator kDateSeparators[] = {{5, '/'}, {8, '/'}, {14, ':'}, {17, ':'}};
+
+bool beginsWithDate(std::string_view line) noexcept {
+    return std::all_of(std::begin(kDateSeparators), std::end(kDateSeparators), [=](const Separator& wanted) {
+        return line.size() >= wanted.column && line[wanted.column - 1] == wanted.character;
+    });
+}
+
+void useLine(std::string_view line, const BlockInput& input, Vorlanrecord& record) {
+    if (isComment(line) || isBlank(line)) return;
+    if (columns(line, kSatelliteMark.first, kSatelliteMark.last) == kSatelliteText) {
+        record.satNum = strtoint(columnsFrom(line, kSatNumFrom));
+    }
+    if (!beginsWithDate(line)) return;
+    Vorlanpoint point;
+    point.time = dtg2ds50utc(columns(line, kTime.first, kTime.last));
+    if (readState(columnsFrom(line, kNumbersFrom), point) != ReadOutcome::Success) {
+        return input.skipbadephempoint(kName, line);
+    }
+    input.append(point, record);
+}
+
+}  // namespace
+
+std::int32_t ReadOASYS(BlockInput& input, Vorlanrecord& record) {
+    record.coordSys = kJ2k;
+    record.satNum = satNumFromFileName(input.fileName());
+    input.rewind();
+    return useLinesToEnd(input, kName, record, [&](std::string_view line) { useLine(line, input, record); });
+}
+
+}  // namespace vorlandi

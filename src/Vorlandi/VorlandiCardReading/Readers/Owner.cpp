@@ -1,0 +1,36 @@
+// Reads owner/operator text files: a date of 15 characters and a state in free form a line, from the first
+// line on. Values are stored as they stand.
+#include "TimeLibrary/DateTexts.hpp"
+#include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
+
+namespace vorlandi {
+namespace {
+
+constexpr std::string_view kName = "ReadOwner";
+constexpr IntegerColumns kTime{1, 15};
+constexpr std::size_t kNumbersFrom = 16;
+
+double timeOf(std::string_view line) noexcept { return date_in(columns(line, kTime.first, kTime.last)); }
+
+void readPoint(std::string_view line, const BlockInput& input, Vorlanrecord& record) {
+    if (isComment(line) || isBlank(line)) return;
+    Vorlanpoint point;
+    point.time = timeOf(line);
+    if (!(point.time > 0.0) || readState(columnsFrom(line, kNumbersFrom), point) != ReadOutcome::Success) {
+        return input.skipbadephempoint(kName, line);
+    }
+    input.append(point, record);
+}
+
+}  // namespace
+
+std::int32_t ReadOwner(BlockInput& input, Vorlanrecord& record) {
+    record.coordSys = kJ2k;
+    record.epoch = timeOf(input.headerLine());
+    record.satNum = satNumFromFileName(input.fileName());
+    input.rewind();
+    return useLinesToEnd(input, kName, record,
+                         [&](std::string_view line) { readPoint(line, input, record); });
+}
+
+}  // namespace vorlandi

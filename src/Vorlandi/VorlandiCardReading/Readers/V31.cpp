@@ -1,0 +1,79 @@
+// Reads the fixed-column V31 ephemeris format: data sections between a line of "=" and a line of "E", up to a
+// line of "Z". Positions are km, velocities m/s.
+#include "TimeLibrary/DateTexts.hpp"
+#include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
+
+namespace vorlandi {
+namespace {
+
+constexpr std::string_view kName = "ReadV31";
+constexpr std::string_view kNameOfBadTime = "ReadV31-Invalid ephemeris time format";
+constexpr double kKmPerMeter = 0.001;
+
+// Header
+constexpr IntegerColumns kSatNum{30, 34};
+
+// Coordinate line
+constexpr std::string_view kCoordinateLine = "Propagation by";
+constexpr IntegerColumns kCoordinates{66, 68};
+
+// Data line
+constexpr IntegerColumns kTime{1, 15};
+constexpr std::size_t kStateFrom = 16;
+constexpr RealColumns kPosition{16, 34, 8};  // F19.8
+constexpr RealColumns kVelocity{73, 91, 8};
+
+// A line that begins with 48 equal characters marks where something begins or ends.
+constexpr bool isMark(std::string_view line, char mark) noexcept {
+    constexpr std::size_t kMarkWidth = 48;
+    return line.size() >= kMarkWidth && line.substr(0, kMarkWidth).find_first_not_of(mark) == line.npos;
+}
+
+bool readCoordinates(std::string_view line, Vorlanrecord& record) noexcept {
+    const std::string_view name = columns(line, kCoordinates.first, kCoordinates.last);
+    if (name != "ECI" && name != "EFG") return false;
+    record.coordSys = name == "ECI" ? kEci : kEfg;
+    return true;
+}
+
+void readPoint(std::string_view line, const BlockInput& input, Vorlanrecord& record) {
+    if (isComment(line) || isBlank(line)) return;
+    const std::string_view time = columns(line, kTime.first, kTime.last);
+    Vorlanpoint point;
+    point.time = date_in(time);
+    if (!(point.time > 0.0)) return input.skipbadephempoint(kNameOfBadTime, time);
+    if (readColumns(line, kPosition, point.pos) != ReadOutcome::Success ||
+        readColumns(line, kVelocity, point.vel) != ReadOutcome::Success) {
+        return input.skipbadephempoint(kName, columnsFrom(line, kStateFrom));
+    }
+    for (double& value : point.vel)
+        value *= kKmPerMeter;
+    input.append(point, record);
+}
+
+}  // namespace
+
+std::int32_t ReadV31(BlockInput& input, Vorlanrecord& record) {
+    if (readColumns(input.headerLine(), kSatNum, record.satNum) != ReadOutcome::Success) {
+        return blockFailed(kName, "Invalid satellite number.", input.headerLine());
+    }
+    bool inData = false;
+    std::string_view line;
+    for (;;) {
+        const ReadOutcome outcome = input.readLine(line);
+        if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
+        if (outcome == ReadOutcome::EndOfData) return blockRead(record);
+        if (inData) {
+            inData = !isMark(line, 'E');
+            if (inData) readPoint(line, input, record);
+        } else if (isMark(line, 'Z')) {
+            return blockRead(record);
+        } else if (isMark(line, '=')) {
+            inData = true;
+        } else if (line.starts_with(kCoordinateLine) && !readCoordinates(line, record)) {
+            return blockFailed(kName, "Unrecognized Coordinates.", line);
+        }
+    }
+}
+
+}  // namespace vorlandi

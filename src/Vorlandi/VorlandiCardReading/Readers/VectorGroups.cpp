@@ -1,0 +1,45 @@
+#include "Vorlandi/VorlandiCardReading/Readers/VectorGroups.hpp"
+
+#include "TimeLibrary/DateTexts.hpp"
+
+namespace vorlandi {
+namespace {
+
+// Header
+constexpr RealColumns kGravityModel{1, 22, 15};  // E22.15 each: ke, then the earth radius in km
+constexpr IntegerColumns kEpoch{46, 60};
+
+bool readHeader(std::string_view line, Vorlanrecord& record) noexcept {
+    std::array<double, 2> gravityModel{};
+    if (readColumns(line, kGravityModel, gravityModel) != ReadOutcome::Success) return false;
+    record.ke = gravityModel[0];
+    record.earthRadius = gravityModel[1];
+    record.epoch = date_in(columns(line, kEpoch.first, kEpoch.last));
+    return true;
+}
+
+}  // namespace
+
+std::int32_t readVectorGroups(const VectorFormat& format, BlockInput& input, Vorlanrecord& record) {
+    if (!readHeader(input.headerLine(), record)) return blockFailed(format.reader, kFileReadError);
+    LineGroup lines(format.linesPerPoint);
+    for (bool first = true;; first = false) {
+        const ReadOutcome outcome = lines.read(input);
+        if (outcome == ReadOutcome::Error) return blockFailed(format.reader, kFileReadError);
+        if (outcome == ReadOutcome::EndOfData) return blockRead(record);
+        if (first) {
+            if (readColumns(lines[0], format.satNum, record.satNum) != ReadOutcome::Success) {
+                input.skipbadephempoint(format.reader, lines[0]);
+                continue;
+            }
+            record.coordSys =
+                coordOfThree(columns(lines[0], format.coordinates.first, format.coordinates.last));
+            if (record.coordSys == kUnknownCoordinates) {
+                return blockFailed(format.reader, "Invalid Coordinate system.", lines[0]);
+            }
+        }
+        format.readPoint(lines, input, record);
+    }
+}
+
+}  // namespace vorlandi

@@ -1,0 +1,24 @@
+// What the vector and the simulated-observation format share: a header with the constants of the gravity
+// model and an epoch, and groups of lines, one a point, of which the first one names satellite and
+// coordinates.
+#pragma once
+
+#include <string_view>
+
+#include "Vorlandi/VorlandiCardReading/BlockInput.hpp"
+
+namespace vorlandi {
+
+struct VectorFormat {
+    std::string_view reader;
+    std::size_t linesPerPoint;
+    IntegerColumns satNum;       // in a group's first line
+    IntegerColumns coordinates;  // in the same line, three columns
+    void (*readPoint)(const LineGroup& lines, const BlockInput& input, Vorlanrecord& record);
+};
+
+// Reads header and groups up to the end of the file. Satellite and coordinates are looked for in the first
+// group alone: if it fails before they are found, the record keeps what it has.
+std::int32_t readVectorGroups(const VectorFormat& format, BlockInput& input, Vorlanrecord& record);
+
+}  // namespace vorlandi
