@@ -1,0 +1,107 @@
+#include "TestSupport.hpp"
+
+#include <unistd.h>
+
+#include <bit>
+#include <cmath>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+#include "CoreServices/KeyModes.hpp"
+#include "CoreServices/TraceLog.hpp"
+#include "Vorlandi/VorlandiCardReading/InputScanning.hpp"
+#include "Vorlandi/VorlandiTree.hpp"
+
+namespace vorlandi::testing {
+
+LogCapture::LogCapture() { setTraceHandler(receive, this); }
+LogCapture::~LogCapture() { setTraceHandler(nullptr, nullptr); }
+
+void LogCapture::receive(std::int32_t severity, const char* text, std::int32_t size, void* self) {
+    static_cast<LogCapture*>(self)->entries_.push_back(
+        {severity, std::string(text, static_cast<std::size_t>(size))});
+}
+
+std::vector<std::string> LogCapture::ofSeverity(std::int32_t severity) const {
+    std::vector<std::string> texts;
+    for (const Entry& entry : entries_) {
+        if (entry.severity == severity) texts.push_back(entry.text);
+    }
+    return texts;
+}
+
+std::vector<std::string> LogCapture::errors() const { return ofSeverity(VORLAN_TRACE_ERROR); }
+std::vector<std::string> LogCapture::infos() const { return ofSeverity(VORLAN_TRACE_INFO); }
+void LogCapture::clear() { entries_.clear(); }
+
+namespace {
+
+void resetStore() {
+    vorlanemptytree();
+    setAllKeyMode(0, 0);
+    setElsetKeyMode(0);
+    setDupKeyMode(0);
+}
+
+}  // namespace
+
+StoreTest::StoreTest() { resetStore(); }
+StoreTest::~StoreTest() { resetStore(); }
+
+TemporaryFolder::TemporaryFolder() {
+    std::string name = (std::filesystem::temp_directory_path() / "vorlandi-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
+    folder_ = name;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(folder_, ignored);
+}
+
+std::string TemporaryFolder::write(const std::string& name, std::string_view text) const {
+    std::ofstream(folder_ / name, std::ios::binary) << text;
+    return path(name);
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+Loaded load(std::string_view text, std::string_view fileName) {
+    resetStore();
+    const LogCapture log;
+    InputUnit unit(memorySource(text));
+    InputTag tag;
+    Loaded loaded;
+    loaded.status = ReadOnlyVorlans(unit, fileName, tag);
+    loaded.keys.resize(static_cast<std::size_t>(vorlangetnumoftreenodes()));
+    std::int32_t count = 0;
+    vorlangettreekeys(count, loaded.keys.data(), 2);
+    for (const std::int64_t key : loaded.keys) {
+        std::string_view message;
+        loaded.records.push_back(FindRec(key, message));
+    }
+    loaded.errors = log.errors();
+    loaded.infos = log.infos();
+    resetStore();
+    return loaded;
+}
+
+std::uint64_t testSeed() {
+    const char* const given = std::getenv("VORLANDI_TEST_SEED");
+    return given != nullptr ? std::strtoull(given, nullptr, 10) : 20260131;
+}
+
+double ulpsBetween(double a, double b) {
+    if (std::isnan(a) || std::isnan(b)) return 1e300;
+    const auto ordered = [](double value) {
+        const auto bits = std::bit_cast<std::int64_t>(value);
+        return bits < 0 ? INT64_MIN - bits : bits;
+    };
+    return std::abs(static_cast<double>(ordered(a)) - static_cast<double>(ordered(b)));
+}
+
+}  // namespace vorlandi::testing

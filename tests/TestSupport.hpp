@@ -1,0 +1,86 @@
+// What the tests share: the messages of the log, files of their own, and ephemerides read from memory.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Vorlandi/VorlandiTypes.hpp"
+
+namespace vorlandi::testing {
+
+// Collects the messages that are logged while it lives. One at a time.
+class LogCapture {
+public:
+    LogCapture();
+    ~LogCapture();
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    // The error messages, or the information, since the start or the last call of clear().
+    std::vector<std::string> errors() const;
+    std::vector<std::string> infos() const;
+    void clear();
+
+private:
+    struct Entry {
+        std::int32_t severity;
+        std::string text;
+    };
+    std::vector<std::string> ofSeverity(std::int32_t severity) const;
+    static void receive(std::int32_t severity, const char* text, std::int32_t size, void* self);
+
+    std::vector<Entry> entries_;
+};
+
+// A test over the store: it begins and ends empty, with the key modes at 0 and the log captured.
+class StoreTest : public ::testing::Test {
+protected:
+    StoreTest();
+    ~StoreTest() override;
+
+    LogCapture log;
+};
+
+// A folder that goes away with the object.
+class TemporaryFolder {
+public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    // Writes a file; its path.
+    std::string write(const std::string& name, std::string_view text) const;
+    std::string path(const std::string& name) const { return (folder_ / name).string(); }
+
+private:
+    std::filesystem::path folder_;
+};
+
+std::string readFile(const std::string& path);
+
+// What an ephemeris pass over a text has stored.
+struct Loaded {
+    std::int32_t status;
+    std::vector<std::int64_t> keys;     // in the order of storing
+    std::vector<Vorlanrecord> records;  // copies, in the same order
+    std::vector<std::string> errors;    // messages
+    std::vector<std::string> infos;
+};
+
+// Reads a text as the file `fileName` in one ephemeris pass, into an empty store that is emptied again.
+Loaded load(std::string_view text, std::string_view fileName = "test.txt");
+
+// The seed of a random test: VORLANDI_TEST_SEED, or a fixed one.
+std::uint64_t testSeed();
+
+// The number of representable doubles between two finite values; a huge number if either is a NaN.
+double ulpsBetween(double a, double b);
+
+}  // namespace vorlandi::testing
