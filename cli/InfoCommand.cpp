@@ -25,35 +25,40 @@ struct InfoOptions {
     Format format = Format::kTable;
 };
 
+struct Row {
+    Satellite satellite;
+    std::string format;
+};
+
 std::string timeText(const Satellite& satellite, double ds50_utc) {
     return satellite.point_count > 0 ? isoTime(ds50_utc) : "";
 }
 
-void printTable(const std::vector<Satellite>& satellites, Output& output) {
-    if (satellites.empty()) return;
+void printTable(const std::vector<Row>& rows, Output& output) {
+    if (rows.empty()) return;
     using enum Align;
-    TextTable table({kRight, kRight, kLeft, kRight, kLeft, kLeft, kRight, kLeft, kLeft, kLeft},
+    TextTable table({kRight, kRight, kLeft, kRight, kLeft, kLeft, kRight, kLeft, kLeft, kLeft, kLeft},
                     {"satellite", "key", "frame", "points", "first (UTC)", "last (UTC)", "spacing (s)",
-                     "covariance", "file", "tag"});
-    for (const Satellite& satellite : satellites) {
+                     "covariance", "format", "file", "tag"});
+    for (const auto& [satellite, format] : rows) {
         const auto spacing = satellite.meanSpacing_s();
         table.addRow({std::to_string(satellite.number), std::to_string(satellite.key), satellite.frame(),
                       std::to_string(satellite.point_count), timeText(satellite, satellite.span.start),
                       timeText(satellite, satellite.span.end),
                       spacing ? fmt::format("{:.3f}", *spacing) : "-",
-                      carriesCovariance(satellite) ? "yes" : "no", satellite.file, satellite.tag});
+                      carriesCovariance(satellite) ? "yes" : "no", format, satellite.file, satellite.tag});
     }
     table.print(output);
 }
 
-void printCsv(const std::vector<Satellite>& satellites, Output& output) {
-    output.write("satellite,key,frame,points,first_utc,last_utc,mean_spacing_s,covariance,file,tag\n");
-    for (const Satellite& satellite : satellites) {
+void printCsv(const std::vector<Row>& rows, Output& output) {
+    output.write("satellite,key,frame,points,first_utc,last_utc,mean_spacing_s,covariance,format,file,tag\n");
+    for (const auto& [satellite, format] : rows) {
         const auto spacing = satellite.meanSpacing_s();
-        output.print("{},{},{},{},{},{},{},{},{},{}\n", satellite.number, satellite.key, satellite.frame(),
+        output.print("{},{},{},{},{},{},{},{},{},{},{}\n", satellite.number, satellite.key, satellite.frame(),
                      satellite.point_count, timeText(satellite, satellite.span.start),
                      timeText(satellite, satellite.span.end), spacing ? fmt::format("{}", *spacing) : "",
-                     carriesCovariance(satellite) ? "yes" : "no", csvField(satellite.file),
+                     carriesCovariance(satellite) ? "yes" : "no", format, csvField(satellite.file),
                      csvField(satellite.tag));
     }
 }
@@ -62,35 +67,38 @@ std::string jsonTime(const Satellite& satellite, double ds50_utc) {
     return satellite.point_count > 0 ? jsonText(isoTime(ds50_utc)) : "null";
 }
 
-void printJson(const std::vector<Satellite>& satellites, Output& output) {
+void printJson(const std::vector<Row>& rows, Output& output) {
     const char* separator = "[\n";
-    for (const Satellite& satellite : satellites) {
+    for (const auto& [satellite, format] : rows) {
         const auto spacing = satellite.meanSpacing_s();
         output.print(
             "{}{{\"satellite\":{},\"key\":\"{}\",\"frame\":{},\"points\":{},\"first_utc\":{},"
-            "\"last_utc\":{},\"mean_spacing_s\":{},\"covariance\":{},\"file\":{},\"tag\":{}}}",
+            "\"last_utc\":{},\"mean_spacing_s\":{},\"covariance\":{},\"format\":{},\"file\":{},\"tag\":{}}}",
             separator, satellite.number, satellite.key, jsonText(satellite.frame()), satellite.point_count,
             jsonTime(satellite, satellite.span.start), jsonTime(satellite, satellite.span.end),
-            spacing ? fmt::format("{}", *spacing) : "null", carriesCovariance(satellite),
+            spacing ? fmt::format("{}", *spacing) : "null", carriesCovariance(satellite), jsonText(format),
             jsonText(satellite.file), jsonText(satellite.tag));
         separator = ",\n";
     }
-    output.write(satellites.empty() ? "[]\n" : "\n]\n");
+    output.write(rows.empty() ? "[]\n" : "\n]\n");
 }
 
 ExitStatus runInfo(const InfoOptions& options, Console& console) {
-    const bool all_loaded = loadFiles(options.files, options.output, console);
-    const std::vector<Satellite> satellites = loadedSatellites();
+    Formats formats;
+    const bool all_loaded = loadFiles(options.files, options.output, console, &formats);
+    std::vector<Row> rows;
+    for (const Satellite& satellite : loadedSatellites())
+        rows.push_back({satellite, formats[std::to_string(satellite.key)]});
     Output output(options.output);
     switch (options.format) {
         case Format::kTable:
-            printTable(satellites, output);
+            printTable(rows, output);
             break;
         case Format::kCsv:
-            printCsv(satellites, output);
+            printCsv(rows, output);
             break;
         case Format::kJson:
-            printJson(satellites, output);
+            printJson(rows, output);
             break;
     }
     output.close();

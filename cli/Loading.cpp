@@ -14,36 +14,60 @@
 namespace vorlandi::cli {
 namespace {
 
-// Passes the messages of the library on while it lives, under the name of the file that is being loaded.
-class TraceListener {
+// Hears what the library says and meets while one file is loaded, passes its messages on under the name of the file and,
+// for a bad line, its number, and notes the format of each satellite.
+class LoadListener : public ReadListener {
 public:
-    TraceListener(const std::string& file, Console& console) : file_(file), console_(console) {
-        VorlanTraceSetHandler(&TraceListener::hear, this);
+    LoadListener(const std::string& file, Formats& formats, Console& console)
+        : file_(file), formats_(formats), console_(console) {
+        VorlanTraceSetHandler(&LoadListener::hearMessage, this);
     }
-    ~TraceListener() { VorlanTraceSetHandler(nullptr, nullptr); }
-
-    TraceListener(const TraceListener&) = delete;
-    TraceListener& operator=(const TraceListener&) = delete;
+    ~LoadListener() override { VorlanTraceSetHandler(nullptr, nullptr); }
 
     bool heardError() const { return heard_error_; }
 
 private:
-    // The library calls this, and no exception may pass through it.
-    static void hear(std::int32_t severity, const char* text, std::int32_t length, void* listener) noexcept {
-        static_cast<TraceListener*>(listener)->take(severity, {text, static_cast<std::size_t>(length)});
+    // A bad line is followed by two messages about it: what is wrong, and the line itself.
+    static constexpr int kMessagesOfBadLine = 2;
+
+    // The library calls these, and no exception may pass through them.
+    static void hearMessage(std::int32_t severity, const char* text, std::int32_t length,
+                            void* listener) noexcept {
+        static_cast<LoadListener*>(listener)->take(severity, {text, static_cast<std::size_t>(length)});
+    }
+
+    void hear(const ReadEvent& event) noexcept override {
+        using enum ReadEvent::Kind;
+        if (event.kind == kFormat) format_ = event.text;
+        if (event.kind == kStored) formats_[std::string(event.text)] = format_;
+        if (event.kind == kBad) {
+            place_ = fmt::format("{}:{}", event.file, event.line);
+            messages_of_place_ = kMessagesOfBadLine;
+        }
+        if (event.kind == kDropped) {
+            console_.information(fmt::format("{}:{}", event.file, event.line),
+                                 "point dropped: its time is not later than the last one");
+        }
     }
 
     void take(std::int32_t severity, std::string_view message) {
+        const bool about_place = messages_of_place_ > 0;
+        if (about_place) --messages_of_place_;
+        const std::string& subject = about_place ? place_ : file_;
         if (severity == VORLAN_TRACE_ERROR) {
             heard_error_ = true;
-            console_.error(file_, message);
+            console_.error(subject, message);
         } else {
-            console_.information(file_, message);
+            console_.information(subject, message);
         }
     }
 
     const std::string& file_;
+    Formats& formats_;
     Console& console_;
+    std::string format_;
+    std::string place_;
+    int messages_of_place_ = 0;
     bool heard_error_ = false;
 };
 
@@ -72,14 +96,14 @@ std::string verdict(int status, bool stored_any, bool heard_error, const std::st
     return heard_error ? "nothing was loaded" : "no ephemeris recognised in this file";
 }
 
-bool loadOne(const std::string& file, Console& console) {
+bool loadOne(const std::string& file, Formats& formats, Console& console) {
     const std::string name = libraryName(file);
     if (const char* const reason = reasonAgainst(name)) {
         console.error(file, reason);
         return false;
     }
     const std::int32_t count_before = satelliteCount();
-    const TraceListener listener(file, console);
+    const LoadListener listener(file, formats, console);
     const std::int32_t status = loadFile(name);
     const bool stored_any = satelliteCount() > count_before;
     const std::string fault = verdict(status, stored_any, listener.heardError(), name);
@@ -95,14 +119,16 @@ void refuseOverwriting(const std::string& output, const std::string& input) {
 
 }  // namespace
 
-bool loadFiles(const std::vector<std::string>& files, const std::string& output, Console& console) {
+bool loadFiles(const std::vector<std::string>& files, const std::string& output, Console& console,
+               Formats* formats) {
+    Formats unused;
     for (const std::string& file : files)
         refuseOverwriting(output, file);
     bool all_well = true;
     for (std::size_t i = 0; i < files.size(); ++i) {
         if (files.size() > 1)
             console.progress(fmt::format("loading file {} of {}: {}", i + 1, files.size(), files[i]));
-        all_well = loadOne(files[i], console) && all_well;
+        all_well = loadOne(files[i], formats != nullptr ? *formats : unused, console) && all_well;
     }
     console.clearProgress();
     for (const Satellite& satellite : loadedSatellites())

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <sstream>
 
+#include "FormatsCommand.hpp"
 #include "InfoCommand.hpp"
 #include "Options.hpp"
 #include "Output.hpp"
@@ -41,6 +42,7 @@ void addCommands(CLI::App& application, Session& session) {
     addInfoCommand(application, session);
     addStatesCommand(application, session);
     addSaveCommand(application, session);
+    addFormatsCommand(application, session);
 }
 
 std::string usageMessage(const CLI::ParseError& error, const CLI::App& application) {

@@ -52,7 +52,18 @@ Satellite describe(std::int64_t key) {
     return satellite;
 }
 
+void passOn(std::int32_t event, const char* file, std::int32_t file_length, std::int64_t line,
+            const char* text, std::int32_t text_length, void* listener) {
+    static_cast<ReadListener*>(listener)->hear({static_cast<ReadEvent::Kind>(event),
+                                                {file, static_cast<std::size_t>(file_length)},
+                                                line,
+                                                {text, static_cast<std::size_t>(text_length)}});
+}
+
 }  // namespace
+
+ReadListener::ReadListener() { VorlanSetReadObserver(passOn, this); }
+ReadListener::~ReadListener() { VorlanSetReadObserver(nullptr, nullptr); }
 
 double TimeSpan::snapped(double ds50_utc) const {
     if (ds50_utc < start && start - ds50_utc <= kTolerance_days) return start;

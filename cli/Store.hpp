@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vorlandi::cli {
@@ -71,6 +72,24 @@ std::int32_t saveCards(const std::string& name);
 
 std::optional<double> timeFromText(const std::string& text);
 std::string isoTime(double ds50_utc);
+
+// What loading met on this thread, told while the object lives.
+struct ReadEvent {
+    enum class Kind { kFormat = 1, kBad, kDropped, kStored };
+    Kind kind;
+    std::string_view file;
+    std::int64_t line;      // from 1; of a binary file the record
+    std::string_view text;  // the format's name, the line, or the key
+};
+class ReadListener {
+public:
+    ReadListener();
+    virtual ~ReadListener();
+    ReadListener(const ReadListener&) = delete;
+    ReadListener& operator=(const ReadListener&) = delete;
+
+    virtual void hear(const ReadEvent& event) noexcept = 0;
+};
 
 std::string lastLibraryError();
 std::string libraryVersion();

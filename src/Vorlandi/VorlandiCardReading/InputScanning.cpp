@@ -55,8 +55,9 @@ private:
             trimvorlanempts(record_);
             // While lines are left, a further block would go on from this record.
             const Vorlanbintree* stored = nullptr;
-            keep(unit_.atEnd() ? AddRecToMem(std::move(record_), &stored) : AddRecToMem(record_, &stored),
-                 stored, unit_.lineNumber());
+            const std::int64_t key =
+                unit_.atEnd() ? AddRecToMem(std::move(record_), &stored) : AddRecToMem(record_, &stored);
+            keep(key, stored, unit_.lineNumber());
             tag_ = std::string_view{};
         }
         traceloginfo(summary);

@@ -1,0 +1,59 @@
+#include "FormatsCommand.hpp"
+
+#include "Output.hpp"
+#include "TextTable.hpp"
+
+namespace vorlandi::cli {
+namespace {
+
+struct FormatLine {
+    const char* name;  // as the read observer tells it
+    const char* recognised_by;
+    const char* content;
+};
+
+constexpr FormatLine kFormats[] = {
+    {"UNIVERSAL", "KQ_UNIVERSAL_VORLANDI_V",
+     "the library's own text format, in fixed columns or with commas"},
+    {"STK", "stk.v", "keywords, then time offsets with position and velocity; earth-centred frames"},
+    {"V31", "EPHEMERIS FILE FOR SATELLITE", "fixed columns, km and m/s; ECI or EFG"},
+    {"ECR", "CLASSIFICATION: UNCLASSIFIED", "earth-fixed positions, with or without velocities"},
+    {"ITC", "points and blanks in its columns", "fixed columns, ECI, with or without covariance"},
+    {"DCE_BINARY", "a file name that ends in .DCE", "framed big-endian records, ECI"},
+    {"DCE_TEXT", "a line with a satellite number alone", "the values of DCE binary as text, ECI"},
+    {"LAUNCH", "Time(sec): Time", "seconds of the day of reading, earth-fixed, m and m/s"},
+    {"EELV", "points in its columns", "reference date, then seconds, ECI, feet"},
+    {"LCH", "CLASSIFICATION:, UNCLASSIFIED in column 33", "dates with ECI states and a scalar"},
+    {"OASYS", "a date with slashes and colons, or VERSION:", "dates with J2000 states"},
+    {"OWNER", "a date and six decimal numbers", "dates with J2000 states, no header"},
+    {"J2K", "SPEPH PREDICTION EPHEMERIS", "dates in groups with J2000 states"},
+    {"VECTOR", "constants and SP or GP in its columns", "two lines a point, the frame by name"},
+    {"SIMOBS", "constants and Z in column 80", "three lines a point, the frame by name"},
+};
+
+constexpr const char* kFooter =
+    R"(A file's format is found out by its first lines, only that of DCE binary by its name.
+
+Examples:
+  vorlandi formats
+  vorlandi info FILE      shows the format of a file)";
+
+ExitStatus listFormats() {
+    TextTable table({Align::kLeft, Align::kLeft, Align::kLeft}, {"format", "recognised by", "content"});
+    for (const FormatLine& line : kFormats)
+        table.addRow({line.name, line.recognised_by, line.content});
+    Output output{std::string(kStandardOutput)};
+    table.print(output);
+    output.close();
+    return ExitStatus::kSuccess;
+}
+
+}  // namespace
+
+void addFormatsCommand(CLI::App& application, Session& session) {
+    CLI::App* const command = application.add_subcommand("formats", "List the ephemeris formats");
+    command->footer(kFooter);
+    command->callback([&session] { session.status = listFormats(); });
+}
+
+}  // namespace vorlandi::cli

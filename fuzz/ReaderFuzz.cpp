@@ -1,0 +1,60 @@
+// One text reader over any lines, without store. VORLANDI_FUZZ_HEADER is the first line of the format's
+// example file; the reader is the one that this line selects. An input that brings a header line of its own
+// for the same reader is read with that.
+#include "CoreServices/LocalDate.hpp"
+#include "FuzzSupport.hpp"
+#include "Vorlandi/VorlandiCardReading/FormatDetection.hpp"
+
+namespace vorlandi::fuzzing {
+namespace {
+
+constexpr std::string_view kHeader = VORLANDI_FUZZ_HEADER;
+constexpr std::string_view kFileName = "folder/81001.txt";
+
+Reader readerOf(std::string_view line) {
+    const FormatRow* const row = recognise(line);
+    return row != nullptr ? row->reader : nullptr;
+}
+
+// The text of a file whose first line selects the reader.
+std::string fileText(std::string_view input) {
+    const bool ownHeader = readerOf(splitFirstLine(input).line) == readerOf(kHeader);
+    return ownHeader ? std::string(input) : std::string(kHeader).append(1, '\n').append(input);
+}
+
+Outcome read(std::unique_ptr<ByteSource> source, Reader reader, std::size_t inputSize) {
+    const Messages messages;
+    InputUnit unit(std::move(source));
+    std::string_view header;
+    unit.readLine(kEphemerisColumns, header);
+    BlockInput input(unit, header, kFileName);
+    Vorlanrecord record;
+    Outcome outcome;
+    outcome.status = reader(input, record);
+    requireSoundRecord(record, inputSize);
+    outcome.records.push_back(bytesOf(record));
+    outcome.messages = messages.all();
+    return outcome;
+}
+
+}  // namespace
+}  // namespace vorlandi::fuzzing
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    using namespace vorlandi::fuzzing;
+    require(readerOf(kHeader) != nullptr, "the example's first line selects a reader");
+    vorlandi::setClock([] { return std::time_t{1'769'817'600}; });
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using namespace vorlandi::fuzzing;
+    const std::string text = fileText(textOf(data, size));
+    const vorlandi::Reader reader = readerOf(kHeader);
+    const Outcome whole = read(vorlandi::memorySource(text), reader, text.size());
+    require(whole.status == vorlandi::kBlockRead || whole.status == vorlandi::kBlockFailed,
+            "a block is read or has failed");
+    require(whole.status == vorlandi::kBlockRead || !whole.messages.empty(), "a failure is logged");
+    require(whole == read(piecewiseSource(text), reader, text.size()), "read again in pieces, the same");
+    return 0;
+}
