@@ -25,24 +25,27 @@ public:
     Files(const Files&) = delete;
     Files& operator=(const Files&) = delete;
 
-    const std::filesystem::path& stk(std::int64_t points) {
-        const auto [place, isNew] = stk_.try_emplace(points, folder_ / (std::to_string(points) + ".e"));
-        if (isNew) tools::writeFile(place->second, [=](std::ostream& stream) { write(points, stream); });
+    const std::filesystem::path& file(std::string_view name, std::int64_t points) {
+        const tools::EphemerisFormat& format = *tools::findEphemerisFormat(name);
+        const std::string base = std::to_string(points) + std::string(format.fileSuffix);
+        const auto [place, isNew] = files_.try_emplace(base, folder_ / base);
+        if (isNew)
+            tools::writeFile(place->second, [&](std::ostream& stream) { write(format, points, stream); });
         return place->second;
     }
 
 private:
-    static void write(std::int64_t points, std::ostream& stream) {
+    static void write(const tools::EphemerisFormat& format, std::int64_t points, std::ostream& stream) {
         constexpr double kStep_s = 60.0;  // an orbit of no great accuracy does
         const tools::UtcTime epoch{std::chrono::sys_days{std::chrono::year{2026} / 1 / 31}};
         const tools::State initial{{-2380.0, 6050.0, 2510.0}, {-4.845, -3.747, 4.437}};
-        tools::writeStk(tools::integrateEphemeris(
-                            {81001, epoch, initial, points, std::chrono::milliseconds(60000)}, kStep_s),
-                        stream);
+        format.write(tools::integrateEphemeris(
+                         {81001, epoch, initial, points, std::chrono::milliseconds(60000)}, kStep_s),
+                     stream);
     }
 
     std::filesystem::path folder_;
-    std::map<std::int64_t, std::filesystem::path> stk_;
+    std::map<std::string, std::filesystem::path> files_;
 };
 
 }  // namespace
@@ -88,9 +91,9 @@ std::vector<double> randomTimes(std::int32_t points, std::size_t count) {
     return times;
 }
 
-const std::filesystem::path& stkFile(std::int64_t points) {
+const std::filesystem::path& ephemerisFile(std::string_view format, std::int64_t points) {
     static Files files;
-    return files.stk(points);
+    return files.file(format, points);
 }
 
 std::string contentOf(const std::filesystem::path& path) {

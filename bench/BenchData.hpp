@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Vorlandi/PointArray.hpp"
@@ -24,8 +25,9 @@ std::vector<std::int64_t> fillStore(std::int32_t satellites, std::int32_t points
 // Times inside the span of `points` points, in random order; always the same ones.
 std::vector<double> randomTimes(std::int32_t points, std::size_t count = 65536);
 
-// An STK file of low orbits with this many points at one a minute, written on first use and kept until the end.
-const std::filesystem::path& stkFile(std::int64_t points);
+// A file of a low orbit with this many points at one a minute, written on first use and kept until the end. The format
+// is one of tools::ephemerisFormats.
+const std::filesystem::path& ephemerisFile(std::string_view format, std::int64_t points);
 
 // All of a file.
 std::string contentOf(const std::filesystem::path& path);

@@ -147,7 +147,28 @@ ReadOutcome readInteger(std::string_view field, std::int32_t& value) noexcept {
     return ReadOutcome::Success;
 }
 
+namespace {
+
+// The usual field: blanks, a number with its decimal point written or none implied, blanks.
+bool readUsualReal(std::string_view field, int decimals, double& value) noexcept {
+    const char* at = field.data();
+    const char* const last = at + field.size();
+    while (at != last && *at == ' ')
+        ++at;
+    double read = 0.0;
+    const auto [end, error] = std::from_chars(at, last, read);
+    if (error != std::errc{} || !std::isfinite(read)) return false;
+    if (decimals > 0 && std::find(at, end, '.') == end) return false;
+    if (!std::all_of(end, last, [](char c) { return c == ' '; })) return false;
+    value = read;
+    return true;
+}
+
+}  // namespace
+
 ReadOutcome readReal(std::string_view field, int decimals, double& value) noexcept {
+    if (readUsualReal(field, decimals, value)) [[likely]]
+        return ReadOutcome::Success;
     field = trimmed(leftAdjusted(field));
     if (field.empty()) {
         value = 0.0;

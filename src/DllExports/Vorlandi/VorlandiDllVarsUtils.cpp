@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "CoreServices/NumberFields.hpp"
+#include "CoreServices/TraceLog.hpp"
 #include "TimeLibrary/SatelliteKeys.hpp"
 #include "TimeLibrary/TimeScales.hpp"
 
