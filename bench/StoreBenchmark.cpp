@@ -32,6 +32,7 @@ void addAndRemoveSatellites(benchmark::State& state) {
     const auto count = static_cast<std::int32_t>(state.range(0));
     for (auto _ : state) {
         std::vector<std::int64_t> keys;
+        keys.reserve(static_cast<std::size_t>(count));
         for (std::int32_t k = 0; k < count; ++k)
             keys.push_back(VorlanAddSat(k, 1, kEpoch, 6378.135, 0.07));
         std::shuffle(keys.begin(), keys.end(), std::mt19937_64(1));

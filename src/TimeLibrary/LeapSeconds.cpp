@@ -62,8 +62,9 @@ std::string_view readStep(std::string_view line, std::vector<LeapStep>& steps) {
     if (!readWord(line.substr(0, timeEnd), seconds)) return "the time is no number of seconds";
     if (!readWord(rest.substr(0, rest.find_first_of(" \t#")), taiMinusUtc)) return "TAI - UTC is no integer";
     if (seconds % 86400 != 0) return "a step begins at 0h UTC";
+    const std::int64_t days = seconds / 86400;
     const LeapStep step =
-        stepAt(kDayNumberOf1900 + static_cast<double>(seconds / 86400), static_cast<double>(taiMinusUtc));
+        stepAt(kDayNumberOf1900 + static_cast<double>(days), static_cast<double>(taiMinusUtc));
     if (!steps.empty()) {
         if (step.day <= steps.back().day) return "times must rise";
         if (std::abs(step.taiMinusUtc - steps.back().taiMinusUtc) != 1.0) return "a step is one second";

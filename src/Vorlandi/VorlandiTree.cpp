@@ -76,6 +76,7 @@ std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored) noex
     }
     node->key = key;
     if (mode == kSatKeyMode) {
+        // NOLINTNEXTLINE(bugprone-use-after-move): it was moved in the DMA mode alone
         node->record.reset(new (std::nothrow) Vorlanrecord(std::move(record)));
         if (!node->record) stopOnAllocationFailure(sizeof(Vorlanrecord));
     }
