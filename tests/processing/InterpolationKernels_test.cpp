@@ -1,292 +1,212 @@
-// The interpolation kernels bit by bit against the formulas written down plainly, and their special cases.
+// The interpolation kernels bit by bit against the formulas written down plainly, and their rounding error against
+// results worked out without any: data/kernel_reference.txt.
 #include "Vorlandi/VorlandiProcessing/InterpolationKernels.hpp"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cmath>
-#include <limits>
+#include <fstream>
+#include <iostream>
 #include <random>
 
 #include "TestSupport.hpp"
-#include "TimeLibrary/TimeScales.hpp"
 
 namespace vorlandi::testing {
 namespace {
 
 constexpr double kEpsilon = std::numeric_limits<double>::epsilon();
 using Points = std::vector<Vorlanpoint>;
+using Doubles = std::vector<double>;
 
-double secondsBetween(double a, double b) { return minus(tosplittai(a), tosplittai(b)); }
+constexpr double kUnits[17] = {0, 0, 0, 0, 0, 0, 0, 0, 1};  // from 8 - i on, only element i is a 1
 
-// ---- The formulas, one after the other, in their order; no thought is given to speed. ----
-
-double plainLagrange(const std::vector<double>& y, const std::vector<double>& x, double t) {
-    if (y.empty()) return 0.0;
-    double product = 1.0;
-    for (std::size_t i = 0; i < y.size(); ++i) {
-        if (t - x[i] == 0.0) return y[i];
-        product *= t - x[i];
-    }
-    double s = 0.0;
+// The formula of the weights, one term after the other, in its order.
+double plainLagrange(const Doubles& y, const Doubles& x, double t) {
+    double product = 1.0, sum = 0.0;
+    for (const double node : x)
+        product *= t - node;
     for (std::size_t i = 0; i < y.size(); ++i) {
         double denominator = 1.0;
         for (std::size_t j = 0; j < y.size(); ++j)
             if (j != i) denominator *= x[i] - x[j];
-        s = std::fma((product / (t - x[i])) / denominator, y[i], s);
+        sum = std::fma((product / (t - x[i])) / denominator, y[i], sum);
     }
-    return s;
+    return sum;
 }
 
-double vanishedSum(double dt) {
-    if (dt == 0.0) return 0.0;
-    if (!std::isfinite(dt)) return std::numeric_limits<double>::quiet_NaN();
-    int k = 0;
-    std::frexp(dt, &k);
-    return 2.0 * std::fabs(dt) * std::ldexp(1.0, 53 - k);
-}
-
-// `vanished` counts the nodes at which the sum of 1/e is exactly 0.
-Vorlanpoint plainHermite(const Points& p, double t, int* vanished = nullptr) {
-    const std::size_t n = p.size();
-    std::vector<double> dt(n);
-    for (std::size_t i = 0; i < n; ++i) {
-        dt[i] = secondsBetween(t, p[i].time);
-        if (dt[i] == 0.0) return p[i];
+// The same of the states. `vanished` counts the nodes at which the sum of 1/e is exactly 0.
+Vorlanpoint plainHermite(const Points& p, double t, int& vanished) {
+    const auto secondsBetween = [](double a, double b) { return minus(tosplittai(a), tosplittai(b)); };
+    Doubles dt, scalars, times;
+    double product = 1.0;
+    for (const Vorlanpoint& node : p) {
+        dt.push_back(secondsBetween(t, node.time));
+        product *= dt.back();
+        scalars.push_back(node.cov[0]);
+        times.push_back(node.time);
     }
-    double product = dt[0];
-    for (std::size_t i = 1; i < n; ++i)
-        product *= dt[i];
     Vorlanpoint result;
     result.time = t;
-    for (std::size_t i = 0; i < n; ++i) {
+    for (std::size_t i = 0; i < p.size(); ++i) {
         const double l = product / dt[i];
         double d = 1.0, s1 = 0.0, s2 = 0.0;
-        for (std::size_t j = 0; j < n; ++j) {
+        for (std::size_t j = 0; j < p.size(); ++j) {
             if (j == i) continue;
             const double e = secondsBetween(p[i].time, p[j].time);
             d *= e;
             s1 += 1.0 / e;
             s2 += 1.0 / dt[j];
         }
-        double c = -(0.5 / s1);
-        if (s1 == 0.0) {
-            c = vanishedSum(dt[i]);
-            if (vanished != nullptr) ++*vanished;
-        }
+        if (s1 == 0.0) ++vanished;
+        const double c =
+            s1 == 0.0 ? 2.0 * std::fabs(dt[i]) * std::ldexp(1.0, 52 - std::ilogb(dt[i])) : -(0.5 / s1);
         const double a = l * l, b = d * d;
-        const double posValue = (dt[i] + c) * a / (c * b), posDerivative = dt[i] * a / b;
-        const double velValue = ((2.0 * s2) * (dt[i] + c) + 1.0) * a / (c * b);
-        const double velDerivative = ((2.0 * s2) * dt[i] + 1.0) * a / b;
-        for (int axis = 0; axis < 3; ++axis) {
-            result.pos[axis] = result.pos[axis] + posValue * p[i].pos[axis] + posDerivative * p[i].vel[axis];
-            result.vel[axis] = result.vel[axis] + velValue * p[i].pos[axis] + velDerivative * p[i].vel[axis];
+        for (int k = 0; k < 3; ++k) {
+            result.pos[k] += (dt[i] + c) * a / (c * b) * p[i].pos[k];
+            result.pos[k] += dt[i] * a / b * p[i].vel[k];
+            result.vel[k] += ((2.0 * s2) * (dt[i] + c) + 1.0) * a / (c * b) * p[i].pos[k];
+            result.vel[k] += ((2.0 * s2) * dt[i] + 1.0) * a / b * p[i].vel[k];
         }
-        if (p[0].cov[1] == 12345.0) {
-            std::vector<double> scalars, times;
-            for (const Vorlanpoint& node : p) {
-                scalars.push_back(node.cov[0]);
-                times.push_back(node.time);
-            }
-            result.cov[0] = plainLagrange(scalars, times, t);
-        } else {
-            for (std::size_t k = 0; k < kCovarianceSize; ++k)
-                result.cov[k] += l / d * p[i].cov[k];
-        }
+        for (std::size_t k = 0; k < kCovarianceSize && p[0].cov[1] != 12345.0; ++k)
+            result.cov[k] += l / d * p[i].cov[k];
     }
+    if (p[0].cov[1] == 12345.0) result.cov[0] = plainLagrange(scalars, times, t);
     return result;
 }
 
-// ---- Windows ----
-
-std::array<std::uint64_t, 29> bitsOf(const Vorlanpoint& point) {
-    return std::bit_cast<std::array<std::uint64_t, 29>>(point);
-}
-
-Vorlanpoint interpolated(const Points& points, double t) {
+Vorlanpoint interpolated(const Points& points, double t, Covariance covariance = Covariance::Wanted) {
     Vorlanpoint result;
     result.rev = 77;
-    hermitevorlan(points, t, result);
+    hermitevorlan(points, t, result, covariance);
     return result;
 }
 
-// Random states at the given times, days.
-Points pointsAt(const std::vector<double>& times, std::mt19937_64& random) {
-    std::uniform_real_distribution<double> position(-7000.0, 7000.0), velocity(-8.0, 8.0),
-        covariance(-1.0, 1.0);
-    Points points;
-    for (const double time : times) {
-        Vorlanpoint& point = points.emplace_back();
-        point.time = time;
-        for (int axis = 0; axis < 3; ++axis) {
-            point.pos[axis] = position(random);
-            point.vel[axis] = velocity(random);
-        }
-        point.rev = static_cast<std::int32_t>(random() % 100000);
-        for (double& value : point.cov)
-            value = covariance(random);
-    }
-    return points;
-}
+auto bitsOf(const Vorlanpoint& point) { return std::bit_cast<std::array<std::uint64_t, 29>>(point); }
 
-std::vector<double> risingTimes(std::size_t count, double start, double spacing_s, std::mt19937_64& random) {
-    std::uniform_real_distribution<double> jitter(0.3, 1.7);
-    std::vector<double> times{start};
-    while (times.size() < count)
-        times.push_back(times.back() + spacing_s * jitter(random) / 86400.0);
-    return times;
-}
-
-TEST(Hermitevorlan, HasTheBitsOfTheFormulasOnRandomWindows) {
-    const std::uint64_t seed = testSeed();
-    SCOPED_TRACE(seed);
-    std::mt19937_64 random(seed);
-    std::uniform_real_distribution<double> inside(-0.02, 1.02), year(27000.0, 28000.0), any(1.0, 60000.0),
-        spacing(1.0, 3600.0);
-    for (int round = 0; round < 30000; ++round) {
-        const std::size_t n = 2 + static_cast<std::size_t>(round) % 5;
-        const double starts[] = {year(random), any(random), 24473.0 - 0.5 * spacing(random) / 86400.0,
+TEST(Hermitevorlan, HasTheBitsOfTheFormulasOnRandomWindowsAndOfTheNodesAtTheirTimes) {
+    SCOPED_TRACE(testSeed());
+    std::mt19937_64 random(testSeed());
+    std::uniform_real_distribution<double> share(-0.02, 1.02), any(1.0, 60000.0), spacing(1.0, 3600.0),
+        value(-1.0, 1.0);
+    // Units of 675 s, kept without rounding: windows in which the sum of the reciprocals vanishes at a node.
+    const Doubles vanishing[] = {{0, 2, 4}, {0, 1, 3, 5, 6}, {0, 6, 13, 48}};
+    int vanished = 0;
+    for (std::size_t round = 0; round < 30000; ++round) {
+        const double starts[] = {27000.25, any(random), 24473.0 - 0.5 * spacing(random) / 86400.0,
                                  8036.0 - 0.001};
-        Points points = pointsAt(risingTimes(n, starts[round / 5 % 4], spacing(random), random), random);
-        if (round % 7 == 0) points[0].cov[1] = 12345.0;
-        const double t = std::lerp(points.front().time, points.back().time, inside(random));
-        ASSERT_EQ(bitsOf(interpolated(points, t)), bitsOf(plainHermite(points, t))) << "round " << round;
-        Vorlanpoint state;
-        hermitevorlan(points, t, state, Covariance::NotWanted);
-        Vorlanpoint expected = plainHermite(points, t);
-        std::fill(std::begin(expected.cov), std::end(expected.cov), 0.0);
-        ASSERT_EQ(bitsOf(state), bitsOf(expected)) << "round " << round;
+        SCOPED_TRACE(round);
+        const bool vanishes = round % 50 == 49;
+        const Doubles& units = vanishing[round / 50 % 3];
+        Points points(vanishes ? units.size() : 2 + round % 5);
+        double time = starts[round / 5 % 4], step = spacing(random) / 86400.0;
+        for (std::size_t k = 0; k < points.size(); ++k) {
+            points[k].time = vanishes ? 27000.0 + units[k] / 128.0 : time;
+            time += step * (1.0 + 0.7 * value(random));
+            points[k].rev = static_cast<std::int32_t>(random() % 100000);
+            std::generate_n(points[k].pos, 3, [&] { return 7000.0 * value(random); });
+            std::generate_n(points[k].vel, 3, [&] { return 8.0 * value(random); });
+            std::generate_n(points[k].cov, kCovarianceSize, [&] { return value(random); });
+        }
+        if (round % 7 < 2) points[round % 7].cov[1] = 12345.0;  // of the first node only it is a mark
+        const double t = std::lerp(points.front().time, points.back().time, share(random));
+        Vorlanpoint expected = plainHermite(points, t, vanished);
+        ASSERT_EQ(bitsOf(interpolated(points, t)), bitsOf(expected));
+        std::fill_n(expected.cov, kCovarianceSize, 0.0);
+        ASSERT_EQ(bitsOf(interpolated(points, t, Covariance::NotWanted)), bitsOf(expected));
+        const Vorlanpoint& node = points[random() % points.size()];
+        ASSERT_EQ(bitsOf(interpolated(points, node.time)), bitsOf(node));
+    }
+    EXPECT_EQ(vanished, 600);
+}
+
+// The largest errors in units of 2^-52 of the nodes' largest position and velocity, and a hash of all results.
+struct Roundings {
+    double position = 0.0, velocity = 0.0;
+    std::uint64_t hash = 14695981039346656037U;  // FNV-1a
+
+    void note(const Vorlanpoint& result, const Vorlanpoint& exact, const Vorlanpoint& largest) {
+        for (int k = 0; k < 3; ++k) {
+            position = std::max(position, std::abs(result.pos[k] - exact.pos[k]) / largest.pos[0] / kEpsilon);
+            velocity = std::max(velocity, std::abs(result.vel[k] - exact.vel[k]) / largest.vel[0] / kEpsilon);
+        }
+        for (const std::uint64_t bits : bitsOf(result))
+            hash = (hash ^ bits) * 1099511628211U;
+    }
+};
+
+// From day 512 on the differences of times are exact. A weight is a product of about 8n factors, each rounded; their
+// roundings don't all fall the same way, so that 3n are allowed for. The weights of the velocity hold besides sums of n
+// terms whose parts are larger than the sums.
+void expectNearExact(const Points& points, const Vorlanpoint& exact, Roundings& found) {
+    Vorlanpoint largest;
+    // How much the polynomial and its derivative enlarge errors of the nodes: the sums of the weights'
+    // magnitudes, worked out from states that have a 1 in one place.
+    double position = 0.0, velocity = 0.0, fromVelocity = 0.0;
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        Points unit(points.size());
+        for (std::size_t k = 0; k < unit.size(); ++k)
+            unit[k].time = points[k].time;
+        unit[i].pos[0] = unit[i].vel[1] = 1.0;
+        const Vorlanpoint weights = interpolated(unit, exact.time);
+        position += std::abs(weights.pos[0]);
+        velocity += std::abs(weights.vel[0]);
+        fromVelocity += std::abs(weights.pos[1]);
+        for (int k = 0; k < 3; ++k) {
+            largest.pos[0] = std::max(largest.pos[0], std::abs(points[i].pos[k]));
+            largest.vel[0] = std::max(largest.vel[0], std::abs(points[i].vel[k]));
+            largest.cov[k] = std::max(largest.cov[k], std::abs(points[i].cov[k]));
+        }
+    }
+    const double roundings = 3.0 * static_cast<double>(points.size()) * kEpsilon;
+    const double pos = roundings * largest.pos[0], vel = roundings * largest.vel[0];
+    const Vorlanpoint result = interpolated(points, exact.time);
+    found.note(result, exact, largest);
+    for (int k = 0; k < 3; ++k) {
+        EXPECT_NEAR(result.pos[k], exact.pos[k], position * pos + fromVelocity * vel);
+        EXPECT_NEAR(result.vel[k], exact.vel[k], velocity * pos + 16 * vel);
+        // The weights of edge windows of six sum to about ten without their signs.
+        EXPECT_NEAR(result.cov[k], exact.cov[k], largest.cov[k] * 64 * kEpsilon);
     }
 }
 
-TEST(Hermitevorlan, PassesOverASumOfReciprocalsThatIsExactlyZeroAsTheFormulaDoes) {
-    std::mt19937_64 random(testSeed());
-    // Units of 1/128 day: 675 s, kept without rounding. The node in the middle of an odd window is one such; in a window of
-    // four, -1/a + 1/b + 1/c has to vanish with its roundings.
-    std::vector<std::vector<double>> windows{{0, 2, 4}, {0, 1, 3, 5, 6}};
-    for (int a = 1; a < 60; ++a) {
-        for (int b = a + 1; b < 200; ++b) {
-            for (int c = b + 1; c < 400; ++c) {
-                if (-1.0 / (a * 675.0) + 1.0 / (b * 675.0) + 1.0 / (c * 675.0) == 0.0)
-                    windows.push_back({0.0, a * 1.0, a * 1.0 + b, a * 1.0 + c});
+TEST(InterpolationKernels, StayWithinTheirRoundingErrorOfTheExactPolynomials) {
+    std::ifstream file(VORLANDI_TEST_DATA "/kernel_reference.txt");
+    std::string kind, word;
+    const auto number = [&] { return file >> word, std::strtod(word.c_str(), nullptr); };
+    for (int k = 0; k < 3; ++k)
+        std::getline(file, word);  // the comment
+    int windows = 0;
+    Roundings found;
+    for (std::size_t n = 0; file >> kind >> word >> n; ++windows) {
+        SCOPED_TRACE(word + ", window " + std::to_string(windows));
+        if (kind == "hermite") {
+            Points points(n + 1);
+            for (Vorlanpoint& point : points) {
+                point.time = number();
+                std::generate_n(point.pos, 3, number);
+                std::generate_n(point.vel, 3, number);
+                std::generate_n(point.cov, 3, number);
             }
+            const Vorlanpoint exact = points.back();  // the last row: the request and the result
+            points.pop_back();
+            expectNearExact(points, exact, found);
+        } else {
+            Doubles x(n), y(n);
+            std::generate(x.begin(), x.end(), number);
+            std::generate(y.begin(), y.end(), number);
+            const double t = number(), exact = number();
+            double terms = 0.0;  // what the terms would sum to without their signs
+            for (std::size_t i = 0; i < n; ++i)
+                terms += std::abs(y[i] * lagrange_val({&kUnits[8 - i], n}, {x.data(), n}, t));
+            // 2n products and differences in each weight, n sums.
+            const double value = lagrange_val({y.data(), n}, {x.data(), n}, t);
+            EXPECT_NEAR(value, exact, 3.0 * static_cast<double>(n) * kEpsilon * terms);
         }
     }
-    int ofFour = 0;
-    for (const auto& window : windows) {
-        std::vector<double> times;
-        for (const double unit : window)
-            times.push_back(27000.0 + unit / 128.0);
-        const Points points = pointsAt(times, random);
-        for (const double fraction : {0.01, 0.4999, 0.62, 0.999}) {
-            const double t = std::lerp(times.front(), times.back(), fraction);
-            int vanished = 0;
-            const Vorlanpoint expected = plainHermite(points, t, &vanished);
-            if (vanished > 0 && window.size() == 4) ++ofFour;
-            EXPECT_TRUE(vanished > 0 || window.size() == 4);
-            EXPECT_EQ(bitsOf(interpolated(points, t)), bitsOf(expected));
-            EXPECT_TRUE(std::isfinite(expected.pos[0]) && std::isfinite(expected.vel[2]));
-        }
-    }
-    EXPECT_GT(ofFour, 0);
-}
-
-TEST(HermiteWindow, ServesManyRequestsWithTheBitsOfEach) {
-    std::mt19937_64 random(testSeed());
-    for (const double start : {27000.1, 24473.0 - 100.0 / 86400.0, 8036.0 - 100.0 / 86400.0}) {
-        std::vector<Points> windows{pointsAt(risingTimes(4, start, 60.0, random), random),
-                                    pointsAt({start, start + 0.01, start + 0.02, start + 0.03}, random)};
-        for (Points& points : windows) {
-            const HermiteWindow window(points.data());
-            Vorlanpoint result;
-            for (const double share : {0.5, 0.0, 0.9, 0.1, 1.0, 1.2, -0.1, 0.3}) {
-                const double t = std::lerp(points.front().time, points.back().time, share);
-                window.at(t, result, Covariance::Wanted);
-                EXPECT_EQ(bitsOf(result), bitsOf(plainHermite(points, t))) << share;
-            }
-        }
-    }
-}
-
-TEST(Hermitevorlan, GivesANodeItselfAtItsTime) {
-    std::mt19937_64 random(testSeed());
-    for (const std::size_t n : {1u, 2u, 3u, 4u, 5u, 6u}) {
-        Points points = pointsAt(risingTimes(n, 27000.1, 60.0, random), random);
-        for (const bool marked : {false, true}) {
-            if (marked) points[0].cov[1] = 12345.0;
-            for (const Vorlanpoint& node : points)
-                EXPECT_EQ(bitsOf(interpolated(points, node.time)), bitsOf(node));
-        }
-    }
-    Points twins = pointsAt({27000.0, 27000.5, 27000.5, 27001.0}, random);
-    EXPECT_EQ(bitsOf(interpolated(twins, 27000.5)), bitsOf(twins[1]));
-}
-
-TEST(Hermitevorlan, InterpolatesOnlyTheScalarOfMarkedPoints) {
-    std::mt19937_64 random(testSeed());
-    for (const std::size_t n : {2u, 4u, 6u}) {
-        Points points = pointsAt(risingTimes(n, 27000.1, 60.0, random), random);
-        const double t = points[0].time + 20.0 / 86400.0;
-        points[1].cov[1] = 12345.0;  // of the first node only it is a mark
-        EXPECT_NE(interpolated(points, t).cov[2], 0.0);
-        points[0].cov[1] = 12345.0;
-        const Vorlanpoint result = interpolated(points, t);
-        std::vector<double> scalars, times;
-        for (const Vorlanpoint& node : points) {
-            scalars.push_back(node.cov[0]);
-            times.push_back(node.time);
-        }
-        EXPECT_EQ(result.cov[0], plainLagrange(scalars, times, t));
-        EXPECT_TRUE(
-            std::all_of(result.cov + 1, std::end(result.cov), [](double value) { return value == 0.0; }));
-        EXPECT_EQ(result.time, t);
-        EXPECT_EQ(result.rev, 0);
-    }
-}
-
-TEST(Hermitevorlan, KeepsAStraightLineAcrossALeapSecond) {
-    for (const double start : {27000.3, 24473.0 - 90.0 / 86400.0}) {
-        Points points;
-        for (int k = 0; k < 4; ++k) {
-            Vorlanpoint& point = points.emplace_back();
-            point.time = start + k * 60.0 / 86400.0;
-            for (int axis = 0; axis < 3; ++axis) {
-                point.vel[axis] = 2.5 * (axis + 1);
-                point.pos[axis] = 1000.0 * axis + point.vel[axis] * secondsBetween(point.time, start);
-            }
-        }
-        for (const double seconds : {10.0, 75.0, 89.9, 90.1, 125.0, 179.0}) {
-            const double t = start + seconds / 86400.0;
-            const Vorlanpoint result = interpolated(points, t);
-            for (int axis = 0; axis < 3; ++axis) {
-                const double expected = 1000.0 * axis + points[0].vel[axis] * secondsBetween(t, start);
-                // Some tens of roundings of numbers no larger than 4000 km, and of that by the spacing in the velocity.
-                EXPECT_NEAR(result.pos[axis], expected, 32 * 4000.0 * kEpsilon);
-                EXPECT_NEAR(result.vel[axis], points[0].vel[axis], 32 * 4000.0 / 60.0 * kEpsilon);
-            }
-        }
-    }
-}
-
-TEST(LagrangeVal, TakesFewNodesAndAnyStride) {
-    const double x[] = {1.0, -1.0, 2.0, -1.0, 4.0, -1.0}, y[] = {10.0, 20.0, 40.0};
-    EXPECT_EQ(lagrange_val({y, 0}, {x, 0}, 3.0), 0.0);
-    for (const double t : {-1e9, 0.3, 1.0, 1e9})
-        EXPECT_EQ(lagrange_val({y, 1}, {x, 1}, t), 10.0) << t;
-    EXPECT_DOUBLE_EQ(lagrange_val({y, 3}, {x, 3, 2}, 3.0), 30.0);
-    EXPECT_DOUBLE_EQ(lagrange_val({y + 2, 3, -1}, {x + 4, 3, -2}, 3.0), 30.0);
-    EXPECT_EQ(lagrange_val({y, 3}, {x, 3, 2}, 2.0), 20.0);
-    const double twins[] = {1.0, 1.0, 4.0};
-    EXPECT_EQ(lagrange_val({y, 3}, {twins, 3}, 1.0), 10.0);  // the first of equal nodes
-    std::mt19937_64 random(testSeed());
-    std::uniform_real_distribution<double> value(-10.0, 10.0);
-    for (int round = 0; round < 5000; ++round) {
-        std::vector<double> xs(static_cast<std::size_t>(round % 9)), ys(xs.size());
-        std::generate(xs.begin(), xs.end(), [&] { return value(random); });
-        std::generate(ys.begin(), ys.end(), [&] { return value(random); });
-        const double t = value(random);
-        ASSERT_EQ(lagrange_val({ys.data(), ys.size()}, {xs.data(), xs.size()}, t), plainLagrange(ys, xs, t));
-    }
+    EXPECT_EQ(windows, 59);
+    std::cout << "largest rounding errors: position " << found.position << ", velocity " << found.velocity
+              << " units of 2^-52 of the largest node\n";
+    EXPECT_EQ(found.hash, 18318692360554219188U) << "another compiler or optimisation gives other bits";
 }
 
 }  // namespace
