@@ -18,11 +18,11 @@ constexpr FormatLine kFormats[] = {
     {"STK", "stk.v", "keywords, then time offsets with position and velocity; earth-centred frames"},
     {"V31", "EPHEMERIS FILE FOR SATELLITE", "fixed columns, km and m/s; ECI or EFG"},
     {"ECR", "CLASSIFICATION: UNCLASSIFIED", "earth-fixed positions, with or without velocities"},
-    {"ITC", "points and blanks in its columns", "fixed columns, ECI, with or without covariance"},
+    {"ITC", "decimal points and blanks in its columns", "fixed columns, ECI, with or without covariance"},
     {"DCE_BINARY", "a file name that ends in .DCE", "framed big-endian records, ECI"},
     {"DCE_TEXT", "a line with a satellite number alone", "the values of DCE binary as text, ECI"},
     {"LAUNCH", "Time(sec): Time", "seconds of the day of reading, earth-fixed, m and m/s"},
-    {"EELV", "points in its columns", "reference date, then seconds, ECI, feet"},
+    {"EELV", "decimal points in six columns", "reference date, then seconds, ECI, feet"},
     {"LCH", "CLASSIFICATION:, UNCLASSIFIED in column 33", "dates with ECI states and a scalar"},
     {"OASYS", "a date with slashes and colons, or VERSION:", "dates with J2000 states"},
     {"OWNER", "a date and six decimal numbers", "dates with J2000 states, no header"},
@@ -32,7 +32,8 @@ constexpr FormatLine kFormats[] = {
 };
 
 constexpr const char* kFooter =
-    R"(A file's format is found out by its first lines, only that of DCE binary by its name.
+    R"(A file's format is found out by its first lines, only that of DCE binary by its name. docs/formats.md
+tells what a producer has to write. CCSDS_OEM is known, but not read.
 
 Examples:
   vorlandi formats

@@ -12,7 +12,10 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kFooter =
-    R"(The mean spacing is in seconds. The tag is the text that a card file gives its next satellite.
+    R"(The mean spacing is in seconds. The tag is the text that a card file gives its next satellite. Frames 17 to 20 are
+HCSRL, WPTRL, HCSGC and WPTGC of the universal format. A second satellite of the same number, frame and first time is
+refused as a duplicate. Names in a card file are relative to the current directory; files that can't be opened are
+passed over.
 
 Examples:
   vorlandi info 81001_stk.e

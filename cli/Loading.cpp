@@ -93,7 +93,8 @@ std::string describeStatus(int status, const std::string& name) {
 std::string verdict(int status, bool stored_any, bool heard_error, const std::string& name) {
     if (status != 0) return describeStatus(status, name);
     if (stored_any) return "";
-    return heard_error ? "nothing was loaded" : "no ephemeris recognised in this file";
+    return heard_error ? "nothing was loaded"
+                       : "no ephemeris recognised in this file, nor in one that its cards name";
 }
 
 bool loadOne(const std::string& file, Formats& formats, Console& console) {

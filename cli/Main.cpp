@@ -22,7 +22,7 @@ constexpr const char* kFooter =
 Examples:
   vorlandi info 81001_stk.e
   vorlandi states 81001_stk.e --at 2026-01-31T01:30:00 --format json
-  vorlandi save fleet.card *.e
+  vorlandi save my.card *.e
   vorlandi states --help)";
 
 // A file opened while standard error is closed would get its number, and the messages would go into that

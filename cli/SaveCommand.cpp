@@ -19,10 +19,11 @@ namespace {
 
 constexpr const char* kFooter =
     R"(A card file names the input file of every satellite; loading it loads them again. The names stay as they were
-given, so load it from the same directory, or give absolute names.
+given, so load it from the same directory, or give absolute names. An existing file is replaced. The satellites stand
+in the order of the store, not of loading.
 
 Examples:
-  vorlandi save fleet.card 81001_stk.e 81002_stk.e
+  vorlandi save my.card 81001_stk.e 81001_universal.txt
   vorlandi save all.card /data/ephemerides/*.e
   vorlandi save - fleet.card | less)";
 

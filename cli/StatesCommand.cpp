@@ -20,7 +20,7 @@ with --from or --to alone, the stored points in that range; with --step, states 
 end, which is included. A step counts seconds of the UTC clock. A time that misses the first or last point by less
 than a microsecond means that point.
 
-TIME is UTC in any of these forms:
+TIME is UTC in any of these forms; seconds are needed, their fraction is not:
   2024-03-01T12:00:30.5   2024-061T12:00:30.5   2024/03/01 12:00:30.5   "01 Mar 2024 12:00:30.5"
   24061120030.5   2024061120030.5   24061.50035301   2024061.50035301   2024Mar01120030.5
 
@@ -58,7 +58,7 @@ StateRequest requestOf(const StatesOptions& options, const CLI::App& command) {
     StateRequest request;
     if (command.count("--at") > 0 &&
         command.count("--from") + command.count("--to") + command.count("--step") > 0)
-        throw UsageError("--at", "goes without --from, --to and --step");
+        throw UsageError("--at", "can't be combined with --from, --to or --step");
     for (const std::string& text : options.at)
         request.at.push_back(timeOf("--at", text));
     request.from = optionalTime("--from", options.from, command.count("--from") > 0);
@@ -111,7 +111,7 @@ void addTimes(CLI::App& command, StatesOptions& options) {
     command.add_option("--at", options.at, "State at this time; may be repeated")
         ->type_name("TIME")
         ->allow_extra_args(false);
-    command.add_option("--from", options.from, "Begin of the range; the first point if not given")
+    command.add_option("--from", options.from, "Start of the range; the first point if not given")
         ->type_name("TIME");
     command.add_option("--to", options.to, "End of the range; the last point if not given")
         ->type_name("TIME");

@@ -1,10 +1,11 @@
 /*
- * First states: loads an ephemeris file and prints where the satellite is, minute by minute.
+ * First states: loads an ephemeris file and prints where the satellite is, every minute and a half.
  *
  * From the top folder of the project, once ./dev demo has built the library:
  *
- *   gcc -std=c99 -Iinclude examples/first_states.c -Lbuild/gcc/lib -lvorlandi -Wl,-rpath,$PWD/build/gcc/lib
- * -lm \ -o first_states && ./first_states examples/data/81001_stk.e
+ *   gcc -std=c99 -Iinclude examples/first_states.c -o build/first_states \
+ *       -Lbuild/gcc/lib -lvorlandi -Wl,-rpath,$PWD/build/gcc/lib -lm
+ *   build/first_states examples/data/81001_stk.e
  */
 #include <math.h>
 #include <stdio.h>

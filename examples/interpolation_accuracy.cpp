@@ -1,12 +1,14 @@
-// Interpolation accuracy: compares the states that the library interpolates from a file with integrated ones.
-//
-// From the top folder of the project, once ./dev demo has built the library:
-//
-//   g++ -std=c++20 -Iinclude examples/interpolation_accuracy.cpp -Lbuild/gcc/lib -lvorlandi
-//       -Wl,-rpath,$PWD/build/gcc/lib -o interpolation_accuracy &&
-//   ./interpolation_accuracy examples/data/81001_stk.e examples/data/81001_truth.csv
-//
-// The table of integrated states has the columns time, Ds50UTC, position (km) and velocity (km/s).
+/*
+ * Interpolation accuracy: compares the states that the library interpolates from a file with integrated ones.
+ *
+ * From the top folder of the project, once ./dev demo has built the library:
+ *
+ *   g++ -std=c++20 -Iinclude examples/interpolation_accuracy.cpp -o build/interpolation_accuracy \
+ *       -Lbuild/gcc/lib -lvorlandi -Wl,-rpath,$PWD/build/gcc/lib
+ *   build/interpolation_accuracy examples/data/81001_stk.e examples/data/81001_truth.csv
+ *
+ * The table of integrated states has the columns time, Ds50UTC, position (km) and velocity (km/s).
+ */
 #include <array>
 #include <cmath>
 #include <cstdio>
