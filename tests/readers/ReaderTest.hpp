@@ -2,6 +2,7 @@
 // give.
 #pragma once
 
+#include <array>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -14,11 +15,14 @@ namespace vorlandi::testing {
 
 using Lines = std::vector<std::string>;
 
-inline const std::string kNoDataMessage =
+inline const std::string kNoData =
     "ReadOnlyVorlans: Input ephemeris does not contain any ephemeris data. It will not be stored.";
 
 inline std::string bad(std::string_view reader) {
     return "*** " + std::string(reader) + " : Bad ephemeris data. ***";
+}
+inline std::string failed(std::string_view reader, std::string_view problem = "File read error.") {
+    return "*** " + std::string(reader) + ": " + std::string(problem) + " ***";
 }
 
 // Each text right-aligned in `width` columns.
@@ -47,70 +51,74 @@ inline Lines replaced(Lines lines, std::size_t line, std::string_view text) {
     return lines;
 }
 
-inline Lines cut(Lines lines, std::size_t count) {
-    lines.resize(count);
-    return lines;
-}
+inline Lines cut(const Lines& lines, std::ptrdiff_t count) { return {lines.begin(), lines.begin() + count}; }
 
 inline Lines joined(Lines lines, const Lines& more) {
     lines.insert(lines.end(), more.begin(), more.end());
     return lines;
 }
 
-inline Loaded loadLines(const Lines& lines, std::string_view fileName = "test.txt") {
+inline Loaded loadLines(const Lines& lines, std::string_view fileName) {
     std::string text;
     for (const std::string& line : lines)
         text += line + '\n';
     return load(text, fileName);
 }
 
+using State = std::array<double, 7>;  // time, position, velocity
+
+inline State stateOf(const Vorlanpoint& point) {
+    const auto& [time, pos, vel, rev, unused, cov] = point;
+    return {time, pos[0], pos[1], pos[2], vel[0], vel[1], vel[2]};
+}
+
 // The one record that a file gives.
-inline Vorlanrecord recordOf(const Lines& lines, std::string_view fileName = "test.txt") {
+inline Vorlanrecord expectRecord(const Lines& lines, std::int32_t satNum, std::int32_t coordSys,
+                                 const std::vector<State>& states, std::string_view fileName = "test.txt") {
     const Loaded loaded = loadLines(lines, fileName);
     EXPECT_EQ(loaded.errors, Lines{});
     EXPECT_EQ(loaded.records.size(), 1u);
-    return loaded.records.empty() ? Vorlanrecord{} : loaded.records.front();
-}
-
-// What a reader makes of a block by itself, even without a point: the lines begin with the header.
-inline Vorlanrecord readAlone(Reader reader, const Lines& lines) {
-    std::string text;
-    for (std::size_t k = 1; k < lines.size(); ++k)
-        text += lines[k] + '\n';
-    InputUnit unit(memorySource(text));
-    BlockInput input(unit, lines.front(), "test.txt");
-    Vorlanrecord record;
-    EXPECT_EQ(reader(input, record), kBlockRead);
+    const Vorlanrecord record = loaded.records.empty() ? Vorlanrecord{} : loaded.records.front();
+    EXPECT_EQ(record.satNum, satNum);
+    EXPECT_EQ(record.coordSys, coordSys);
+    EXPECT_EQ(record.epoch, states.front()[0]);
+    std::vector<State> read;
+    for (std::int32_t k = 0; k < record.numberOfPoints(); ++k)
+        read.push_back(stateOf(record.points[k]));
+    EXPECT_EQ(read, states);
     return record;
 }
 
+constexpr std::int32_t kAny = -1;
+
 struct Case {
-    const char* what;
+    std::string what;
     Lines lines;
-    Lines errors;
+    Lines errors;         // "@3" stands for the third line
     std::int32_t points;  // of the record stored, 0 for none
-    std::int32_t status = 0;
+    std::int32_t satNum = kAny, coordSys = kAny;
 };
 
-inline void expectLoads(std::initializer_list<Case> cases, std::string_view fileName = "test.txt") {
-    for (const Case& c : cases) {
+inline void expectLoads(const std::vector<Case>& cases, std::string_view fileName = "test.txt") {
+    for (Case c : cases) {
         SCOPED_TRACE(c.what);
+        for (std::string& error : c.errors)
+            if (error[0] == '@') error = trimmed(c.lines.at(std::stoul(error.substr(1)) - 1));
         const Loaded loaded = loadLines(c.lines, fileName);
         EXPECT_EQ(loaded.errors, c.errors);
-        EXPECT_EQ(loaded.status, c.status);
-        EXPECT_EQ(loaded.records.empty() ? 0 : loaded.records.front().numberOfPoints(), c.points);
+        EXPECT_EQ(loaded.status, c.points == 0 ? 2 : 0);
+        EXPECT_EQ(loaded.records.size(), c.points == 0 ? 0u : 1u);
+        for (const Vorlanrecord& record : loaded.records) {
+            EXPECT_EQ(record.numberOfPoints(), c.points);
+            EXPECT_EQ(record.satNum, c.satNum == kAny ? record.satNum : c.satNum);
+            EXPECT_EQ(record.coordSys, c.coordSys == kAny ? record.coordSys : c.coordSys);
+        }
     }
 }
 
-// 2024 March 1, 00:00.
-constexpr double kMarch1 = 27089.0;
+constexpr double kMarch1 = 27089.0;  // of 2024, 00:00
 
-inline void expectPoint(const Vorlanpoint& point, double time, std::initializer_list<double> state) {
-    EXPECT_EQ(point.time, time);
-    std::vector<double> read(std::begin(point.pos), std::end(point.pos));
-    read.insert(read.end(), std::begin(point.vel), std::end(point.vel));
-    EXPECT_EQ(read, std::vector<double>(state));
-    EXPECT_EQ(point.rev, 0);
-}
+// The state that most of the good files hold.
+constexpr State usual(double time, double x = 7000.0) { return {time, x, -1.5, 0.25, 1.0, 7.5, -0.5}; }
 
 }  // namespace vorlandi::testing
