@@ -141,8 +141,9 @@ TEST_F(CommandLine, StepsStartAtTheBeginAndReachTheEnd) {
     // clang-format off
     for (const auto& [range, seconds] : std::initializer_list<std::pair<std::string, std::vector<int>>>{
         {"--from " + day + "07:00 --step 70", {420, 490}}, {"--to " + day + "02:20 --step 70", {0, 70, 140}},
-        {"--from 26031000130.000 --to '2026/01/31 00:04:00'", {120, 180, 240}}, {"--step 180.0000002", {0, 180, 360, 540}},
-        {"--from " + day + "09:00 --to " + day + "09:00 --step 1", {540}}, {"--at " + day + "00:07 --at " + day + "08:00", {7, 480}}}) {
+        {"--from 26031000130.000 --to '2026/01/31 00:04:00'", {120, 180, 240}},
+        {"--step 180.0000002", {0, 180, 360, 540}}, {"--at " + day + "00:07 --at " + day + "08:00", {7, 480}},
+        {"--from " + day + "09:00 --to " + day + "09:00 --step 1", {540}}}) {
         // clang-format on
         SCOPED_TRACE(range);
         const Texts lines = split(run("states 81001.e --format csv " + range).output);
@@ -186,10 +187,12 @@ TEST_F(CommandLine, AFileThatGivesNothingIsReportedUnderItsNameAndABadLineUnderI
     write("81005.e", std::string(good).insert(good.find("60."), "\x1b[2J\n"));
     // clang-format off
     for (const auto& [name, message] : std::initializer_list<std::pair<std::string, std::string>>{
-        {"missing.e", "missing.e: error: No such file or directory"}, {"folder", "folder: error: Is a directory"},
-        {"prose.txt", "prose.txt: error: no ephemeris recognised"}, {"./81001.e", "./81001.e: error: AddRecToMem: Duplicated record"},
-        {"81004.e", "81004.e: error: *** ReadDotE: Invalid file. CentralBody is not Earth. ***"},
-        {"'81001.e '", "81001.e : error: "}, {"81005.e", "81005.e:6: error: "}, {"81005.e", "\nvorlandi: 81005.e:6: error: ?[2J"}}) {
+        {"missing.e", "missing.e: error: No such file or directory"},
+        {"folder", "folder: error: Is a directory"},
+        {"prose.txt", "prose.txt: error: no ephemeris recognised"}, {"'81001.e '", "81001.e : error: "},
+        {"./81001.e", "./81001.e: error: AddRecToMem: Duplicated record"},
+        {"81005.e", "81005.e:6: error: ?[2J\n"},
+        {"81004.e", "81004.e: error: *** ReadDotE: Invalid file. CentralBody is not Earth. ***"}}) {
         // clang-format on
         const Outcome info = run("info 81001.e --format csv " + name);
         EXPECT_EQ(info.status, 1) << name;
@@ -199,19 +202,21 @@ TEST_F(CommandLine, AFileThatGivesNothingIsReportedUnderItsNameAndABadLineUnderI
 }
 
 TEST_F(CommandLine, WrongUsageIsRefusedBeforeAnythingIsLoaded) {
-    const std::string before = contentsOf(file("81001.e")), time = "2026-01-31T00:01:00 ";
+    const std::string before = contentsOf(file("81001.e"));
     // clang-format off
-    for (const std::string& arguments : {
-        std::string(), std::string("nonsense"), std::string("info"), std::string("info --nonsense 81001.e"), std::string("save out.card"), "states --at " + time,
-        std::string("save 81001.e 81001.e")})
-        EXPECT_EQ(run(arguments).status, 2) << arguments;
-    for (const std::string& options : {
-        std::string("--format xml"), std::string("--sat -1"), std::string("--sat 81001x"), std::string("--at yesterday"), std::string("--at ''"), std::string("--to 2026-02-30T00:00:00"),
-        "--at " + time + "--from " + time, "--at " + time + "--step 1", "--from " + time + "--to 2026-01-31T00:00:00", std::string("--step 0"), std::string("--step -60"),
-        std::string("--step nan"), std::string("--step inf"), std::string("--step 1e-300"), std::string("--step one"), std::string("-o ./81001.e")}) {
+    for (std::string arguments : {
+        "", "nonsense", "info", "info --nonsense 81001.e", "save out.card", "states --at TIME",
+        "save 81001.e 81001.e",
+        "STATES --format xml", "STATES --sat -1", "STATES --sat 81001x", "STATES --at yesterday",
+        "STATES --at ''",
+        "STATES --to 2026-02-30T00:00:00", "STATES --at TIME --from TIME", "STATES --at TIME --step 1",
+        "STATES --from TIME --to 2026-01-31T00:00:00", "STATES --step 0", "STATES --step -60",
+        "STATES --step nan",
+        "STATES --step inf", "STATES --step 1e-300", "STATES --step one", "STATES -o ./81001.e"}) {
         // clang-format on
-        const Outcome refused = run("states 81001.e " + options);
-        EXPECT_EQ(refused.status, 2) << options;
+        arguments = std::regex_replace(arguments, std::regex("STATES"), "states 81001.e");
+        const Outcome refused = run(std::regex_replace(arguments, std::regex("TIME"), "2026-01-31T00:01:00"));
+        EXPECT_EQ(refused.status, 2) << arguments;
         EXPECT_EQ(refused.output, "");
         EXPECT_THAT(refused.messages, HasSubstr("--help"));
     }

@@ -6,11 +6,12 @@
 namespace vorlandi::testing {
 
 // clang-format off
-const Lines kGood = joined(joined({"TIME(SEC): TIME"}, Lines(16, "a header line")), {
+const Lines kGood = {"TIME(SEC): TIME", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
+    "the last header line",
     "0 1 2 3 7000000 -1500 250 1000 7500 -500 11 12 13 14 15 LIFTOFF", "43200, 1, 2, 3, 7001000, -1500, 250,",
-        "1000, 7500", "",
+    "1000, 7500", "",
     "-500, 11, 12, 13, 14, 15, 'MECO 1' 17",
-        "64800 1 2 3 7002000 -1500 250 1000 7500 -500 11 12 13 14 15 SECO"});
+    "64800 1 2 3 7002000 -1500 250 1000 7500 -500 11 12 13 14 15 SECO"};
 
 static void setZone(const char* zone) {
     zone != nullptr ? setenv("TZ", zone, 1) : unsetenv("TZ");
@@ -22,19 +23,18 @@ TEST(ReadLaunchFormat, CountsFromTheLocalDayOfReadingAndTakesSixteenValuesAsThey
     setClock([]() -> std::time_t { return 1709335800; });
     for (const auto& [zone, day] : {std::pair{"WEST+5", kMarch1}, {"EAST-9", kMarch1 + 1.0}}) {
         setZone(zone);
-        expectRecord(kGood, 99999, kEcr, {usual(day), usual(day + 0.5, 7001),
-                                          usual(day + 0.75, 7002)});
+        expectRecord(kGood, 99999, kEcr, {usual(day), usual(day + 0.5, 7001), usual(day + 0.75, 7002)});
     }
     setZone(nullptr);
-    const std::string error = failed("ReadLaunchFormat");
-    expectLoads({
-        {"a label on the next line takes that line", put(kGood, 18, 57, "       "), {error}, 0},
+    expectLoads("ReadLaunchFormat", {
+        {"a label on the next line takes that line", put(kGood, 18, 57, "       "), {kReadError}, 0},
         {"a slash ends a record", put(kGood, 18, 50, "/ x"), {}, 3},
-        {"a letter", put(kGood, 23, 7, "x"), {error}, 0},
+        {"a letter", put(kGood, 23, 7, "x"), {kReadError}, 0},
         {"a record cut by the end of the file", cut(kGood, 20), {}, 1},
-        {"less than a header", cut(kGood, 16), {error}, 0},
+        {"a cut header", cut(kGood, 16), {kReadError}, 0},
     });
     setClock(nullptr);
 }
 // clang-format on
+
 }  // namespace vorlandi::testing

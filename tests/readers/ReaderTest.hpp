@@ -3,7 +3,6 @@
 #pragma once
 
 #include <array>
-#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,13 +17,6 @@ using Lines = std::vector<std::string>;
 inline const std::string kNoData =
     "ReadOnlyVorlans: Input ephemeris does not contain any ephemeris data. It will not be stored.";
 
-inline std::string bad(std::string_view reader) {
-    return "*** " + std::string(reader) + " : Bad ephemeris data. ***";
-}
-inline std::string failed(std::string_view reader, std::string_view problem = "File read error.") {
-    return "*** " + std::string(reader) + ": " + std::string(problem) + " ***";
-}
-
 // Each text right-aligned in `width` columns.
 inline std::string fields(std::size_t width, std::initializer_list<std::string_view> texts) {
     std::string line;
@@ -34,29 +26,22 @@ inline std::string fields(std::size_t width, std::initializer_list<std::string_v
 }
 
 // The text so that it begins at a 1-based column.
-inline std::string at(std::size_t column, std::string_view text) {
-    return std::string(column - 1, ' ').append(text);
+inline std::string at(std::size_t column, const std::string& text) {
+    return std::string(column - 1, ' ') + text;
 }
 
-// The lines with a text written over one of them, lines and columns 1-based.
+// The lines with a text written over one of them from a column on, or in its place; lines and columns are 1-based.
 inline Lines put(Lines lines, std::size_t line, std::size_t column, std::string_view text) {
     std::string& edited = lines.at(line - 1);
     edited.resize(std::max(edited.size(), column - 1 + text.size()), ' ');
     edited.replace(column - 1, text.size(), text);
     return lines;
 }
-
-inline Lines replaced(Lines lines, std::size_t line, std::string_view text) {
+inline Lines put(Lines lines, std::size_t line, std::string_view text) {
     lines.at(line - 1) = text;
     return lines;
 }
-
 inline Lines cut(const Lines& lines, std::ptrdiff_t count) { return {lines.begin(), lines.begin() + count}; }
-
-inline Lines joined(Lines lines, const Lines& more) {
-    lines.insert(lines.end(), more.begin(), more.end());
-    return lines;
-}
 
 inline Loaded loadLines(const Lines& lines, std::string_view fileName) {
     std::string text;
@@ -71,6 +56,11 @@ inline State stateOf(const Vorlanpoint& point) {
     const auto& [time, pos, vel, rev, unused, cov] = point;
     return {time, pos[0], pos[1], pos[2], vel[0], vel[1], vel[2]};
 }
+
+constexpr double kMarch1 = 27089.0;  // of 2024, 00:00
+
+// The state that most of the good files hold.
+constexpr State usual(double time, double x = 7000.0) { return {time, x, -1.5, 0.25, 1.0, 7.5, -0.5}; }
 
 // The one record that a file gives.
 inline Vorlanrecord expectRecord(const Lines& lines, std::int32_t satNum, std::int32_t coordSys,
@@ -91,21 +81,34 @@ inline Vorlanrecord expectRecord(const Lines& lines, std::int32_t satNum, std::i
 
 constexpr std::int32_t kAny = -1;
 
+// A file, what is logged and what is stored. Of the messages, "@3" is the file's third line, "!@3" or "!text" the
+// reader's report of bad data and that line or text, "*problem" the problem that ends the block.
 struct Case {
     std::string what;
     Lines lines;
-    Lines errors;         // "@3" stands for the third line
-    std::int32_t points;  // of the record stored, 0 for none
+    Lines errors;
+    std::int32_t points;  // of the record, 0 for none
     std::int32_t satNum = kAny, coordSys = kAny;
 };
 
-inline void expectLoads(const std::vector<Case>& cases, std::string_view fileName = "test.txt") {
-    for (Case c : cases) {
+inline Lines messages(const std::string& reader, const Case& c) {
+    Lines messages;
+    for (std::string text : c.errors) {
+        if (text[0] == '!') messages.push_back("*** " + reader + " : Bad ephemeris data. ***");
+        if (text[0] == '!') text.erase(0, 1);
+        if (text[0] == '@') text = trimmed(c.lines.at(std::stoul(text.substr(1)) - 1));
+        messages.push_back(text.starts_with("*") && !text.starts_with("***")
+                               ? "*** " + reader + ": " + text.substr(1) + " ***"
+                               : text);
+    }
+    return messages;
+}
+
+inline void expectLoads(const std::string& reader, const std::vector<Case>& cases) {
+    for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        for (std::string& error : c.errors)
-            if (error[0] == '@') error = trimmed(c.lines.at(std::stoul(error.substr(1)) - 1));
-        const Loaded loaded = loadLines(c.lines, fileName);
-        EXPECT_EQ(loaded.errors, c.errors);
+        const Loaded loaded = loadLines(c.lines, "test.txt");
+        EXPECT_EQ(loaded.errors, messages(reader, c));
         EXPECT_EQ(loaded.status, c.points == 0 ? 2 : 0);
         EXPECT_EQ(loaded.records.size(), c.points == 0 ? 0u : 1u);
         for (const Vorlanrecord& record : loaded.records) {
@@ -116,9 +119,6 @@ inline void expectLoads(const std::vector<Case>& cases, std::string_view fileNam
     }
 }
 
-constexpr double kMarch1 = 27089.0;  // of 2024, 00:00
-
-// The state that most of the good files hold.
-constexpr State usual(double time, double x = 7000.0) { return {time, x, -1.5, 0.25, 1.0, 7.5, -0.5}; }
+const std::string kReadError = "*File read error.";
 
 }  // namespace vorlandi::testing

@@ -80,22 +80,6 @@ TEST(FormatDetection, NeedsEveryDocumentedColumnInAnyCaseAndNoOther) {
     }
 }
 
-TEST(FormatDetection, TakesTheEarlierOfTwoTestsThatALinePasses) {
-    const std::vector<Header> headers = documentedHeaders();
-    int overlaid = 0;
-    for (auto early = headers.begin(); early != headers.end(); ++early) {
-        for (auto late = early + 1; late != headers.end(); ++late) {
-            auto both = late->needed;
-            both.insert(early->needed.begin(), early->needed.end());
-            if (!std::includes(both.begin(), both.end(), early->needed.begin(), early->needed.end()))
-                continue;
-            ++overlaid;
-            EXPECT_EQ(vorlancardtype(lineOf(both)), early->code) << lineOf(both);
-        }
-    }
-    EXPECT_GT(overlaid, 80);
-}
-
 TEST(FormatDetection, TellsLinesApartByMoreThanTexts) {
     const std::string time = "26031000000.000 ";
     // clang-format off
@@ -103,13 +87,16 @@ TEST(FormatDetection, TellsLinesApartByMoreThanTexts) {
         {"", 100}, {"*", 13}, {std::string("*  \0 ", 5), 13}, {"* word", 100}, {"2026/01/31 .00:00 00.", 100},
         {time + "1. 2. 3. 4. 5. 6.", 10}, {time + "   1.5 .2 3.5   -4. 5.5 6.5 x", 10},
         {time + "1.5 2.5 3.5 4.5 5.5 6", 100}, {time + "1.0 2.0 3 4.0 5.0 6.0", 100},
-        {time + "1.0 2.0 3.0 4.0 5.0", 100}, {time + "1.2.3 4. 5. 6. 7.", 100}, {time + "1.2.3 4. 5. 6. 7. 8.", 100},
+        {time + "1.0 2.0 3.0 4.0 5.0", 100}, {time + "1.2.3 4. 5. 6. 7.", 100},
+            {time + "1.2.3 4. 5. 6. 7. 8.", 100},
         {time + "x 1.0 2.0 3.0 4.0 5.0 6.0", 10}, {"26031000000.00001 1. 2. 3. 4. 5. 6.", 100}, {"1", 18},
         {"123456789 starlet", 18}, {"1234567890", 100}, {" 12345", 100}, {"12345 a6", 100}, {"-1", 100}})
         EXPECT_EQ(vorlancardtype(line), code) << line;
     for (const auto& [name, isDce] : std::initializer_list<std::pair<const char*, bool>>{
-        {"A.DCE", true}, {"dir/a.b.DcE", true}, {".dce", true}, {"a.dce  ", true}, {"a.dcelong", true}, {"x.dce/file", true},
-        {"", false}, {"dce", false}, {"a.dc ", false}, {"a.dce.txt", false}, {"a.dce.", false}, {"a. dce", false}})
+        {"A.DCE", true}, {"dir/a.b.DcE", true}, {".dce", true}, {"a.dce  ", true}, {"a.dcelong", true},
+        {"x.dce/file", true},
+        {"", false}, {"dce", false}, {"a.dc ", false}, {"a.dce.txt", false}, {"a.dce.", false},
+        {"a. dce", false}})
         EXPECT_EQ(fileisdotdce(name), isDce) << name;
     // clang-format on
 }

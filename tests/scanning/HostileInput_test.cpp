@@ -62,28 +62,22 @@ TEST_F(HostileInput, CutAnywhereAnExampleGivesABeginningOfIt) {
     });
 }
 
-// A few random edits, half of the time in the header.
-std::string edited(std::string bytes, std::mt19937_64& random) {
-    static const std::string kFavourites("0123456789.-+eEdD ,/*\t\r\n\xFF\0", 26);
-    const std::size_t reach = random() % 2 == 0 ? 400 : bytes.size();
-    for (std::uint64_t edits = 1 + random() % 20; edits > 0; --edits) {
-        const std::size_t at = random() % std::min(reach, bytes.size());
-        const char any = static_cast<char>(random() & 0xFF);
-        const char c = random() % 3 == 0 ? any : kFavourites[random() % kFavourites.size()];
-        const std::uint64_t how = random() % 4;
-        bytes.replace(at, how == 0 ? 0 : how == 1 ? random() % 30 : 1, how == 1 ? 0 : 1, c);
-    }
-    return bytes;
-}
-
 TEST_F(HostileInput, RandomChangesOfAnExampleAndGarbageLeaveTheStoreSound) {
+    const std::string favourites("0123456789.-+eEdD ,/*\t\r\n\xFF\0", 26);
     std::mt19937_64 random(testSeed());
     forEachExample([&](const std::string& bytes, const std::string& name) {
         for (int round = 0; round < 200; ++round) {
-            std::string garbage = bytes.substr(0, random() % 500) + "\n";
-            for (int k = 0; round % 4 == 0 && k < 4000; ++k)
-                garbage += static_cast<char>(random() & 0xFF);
-            expectSound(round % 4 == 0 ? garbage : edited(bytes, random), name);
+            std::string edited = bytes;
+            // Every fourth time garbage behind a beginning; half of the edits in the header.
+            if (round % 4 == 0)
+                std::generate(edited.begin() + static_cast<int>(random() % 500), edited.end(), random);
+            const std::size_t reach = round % 2 == 0 ? 400 : bytes.size() / 2;
+            for (std::uint64_t edits = 1 + random() % 20; edits > 0; --edits) {
+                const bool insert = random() % 2 == 0;
+                edited.replace(random() % reach, insert ? random() % 2 : random() % 30, insert ? 1 : 0,
+                               favourites[random() % favourites.size()]);
+            }
+            expectSound(edited, name);
             ASSERT_FALSE(HasFailure()) << "round " << round;
         }
     });
@@ -99,22 +93,6 @@ TEST_F(HostileInput, TakesACardFileThatNamesItselfOnce) {
     EXPECT_EQ(readvorlansfrfile(path), 0);
     EXPECT_EQ(log.infos().size(), 3U);
     EXPECT_EQ(vorlangetnumoftreenodes(), 0);
-}
-
-TEST_F(HostileInput, CutsALineOfAMegabyteAndReadsOnBehindIt) {
-    const std::string header = "KQ_UNIVERSAL_VORLANDI_V1.0   12345     HCSRL     CSV\n",
-                      last = "26031000100.000,1,2,3,4,5,6";
-    // Lengths around those of buffers and lines.
-    for (const std::size_t size :
-         {511, 512, 513, 1499, 1500, 1501, 65534, 65535, 65536, 65537, 131072, 1000000}) {
-        std::string longLine = "26031000000.000,1,2,3,4,5,6,";
-        longLine.resize(size, '7');
-        for (const std::string lineEnd : {"\n", "\r\n"}) {
-            EXPECT_EQ(expectSound(header + longLine + lineEnd + last, "file"), 2) << size;
-            EXPECT_EQ(expectSound(longLine + lineEnd + header + last, "file"), 1) << size;
-        }
-        EXPECT_TRUE(log.errors().empty());
-    }
 }
 
 }  // namespace

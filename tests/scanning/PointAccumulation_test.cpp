@@ -47,14 +47,19 @@ TEST(PointAccumulation, DropsPointsThatAreNotLaterThanTheLastWithTheirCovariance
 }
 
 TEST(PointAccumulation, KnowsCoordinateNamesAndSatelliteNumbersByTheirPlaces) {
+    using Codes = std::initializer_list<std::pair<const char*, std::int32_t>>;
     // clang-format off
-    for (const auto& [field, code] : std::initializer_list<std::pair<const char*, std::int32_t>>{
-        {"ECI", 1}, {"j2k", 2}, {"Efg", 3}, {"ECR", 4}, {"LLH", 15}, {"sen", 16}, {"XYZ", 100}, {"ECI       ", 100}, {"HCSRL     ", 17},
-        {"wptrl", 18}, {"HCSGCxyzab", 19}, {"WptGc     ", 20}, {" HCSRL    ", 100}, {"HCSR", 100}, {"", 100}, {"ECI ", 100}})
+    for (const auto& [field, code] : Codes{
+        {"ECI", 1}, {"j2k", 2}, {"Efg", 3}, {"ECR", 4}, {"LLH", 15}, {"sen", 16}, {"XYZ", 100},
+        {"ECI       ", 100},
+        {"HCSRL     ", 17}, {"wptrl", 18}, {"HCSGCxyzab", 19}, {"WptGc     ", 20}, {" HCSRL    ", 100},
+        {"HCSR", 100},
+        {"", 100}, {"ECI ", 100}})
         EXPECT_EQ(coord(field), code) << '"' << field << '"';
-    for (const auto& [name, satNum] : std::initializer_list<std::pair<const char*, std::int32_t>>{
-        {"81001_a.e", 81001}, {"c:\\1/dir\\00042x.e", 42}, {"81001/sat.e", 99999}, {"8100.e", 99999}, {"123456.e", 12345},
-        {"1 2 3.e", 123}, {"-8100.e", -8100}, {"dir/", 0}, {"12", 12}, {"", 0}})
+    for (const auto& [name, satNum] : Codes{
+        {"81001_a.e", 81001}, {"c:\\1/dir\\00042x.e", 42}, {"81001/sat.e", 99999}, {"8100.e", 99999},
+        {"12", 12},
+        {"123456.e", 12345}, {"1 2 3.e", 123}, {"-8100.e", -8100}, {"dir/", 0}, {"", 0}})
         EXPECT_EQ(satNumFromFileName(name), satNum) << name;
     // clang-format on
 }
