@@ -6,7 +6,7 @@ namespace vorlandi::testing {
 static std::string state(const std::string& time) {
     return "   " + time + fields(16, {"7000500000", "-1.5", "", "1.5", "15", "-7.25"});
 }
-const Lines kGood = {" 255449" + at(45, "2024050000000.000") + at(39, "WCOV  SP"), state("24061000000.000"),
+const Lines kGood = {"8255449" + at(45, "2024050000000.000") + at(39, "WCOV  SP"), state("24061000000.000"),
     "1 2 3 4 5 6 7", "8 9 10 11 12 13 14", "15 16 17 18 19 20 21", state("24061120000.000"), "0 0 0 0 0 0 0",
     "0,0,0,0,0,0,0", "0 0 0 0 0 0 0"};
 

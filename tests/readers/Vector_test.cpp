@@ -4,7 +4,7 @@ namespace vorlandi::testing {
 
 // clang-format off
 static std::string position(std::string_view x) { return at(18,
-    fields(16, {x, "-1.5", ""}) + " 255449     J2K"); }
+    fields(16, {x, "-1.5", ""}) + "8255449     J2K"); }
 static std::string velocity(const std::string& time) { return "  " + time + fields(16,
     {"1.0", "7.5", "15"}); }
 const Lines kGood = {fields(22, {"74000000000000", "6378.5"}) + " 24050000000.000" + at(15, "SP "),

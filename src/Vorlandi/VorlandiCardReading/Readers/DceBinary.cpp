@@ -140,7 +140,7 @@ std::int32_t ReadDCEBinary(ByteSource* source, Vorlanrecord& record, RecordPlace
         if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
         if (outcome == ReadOutcome::EndOfData) return blockRead(record);
         if (!addoneeppoint(pointOf(payload), record)) {
-            observeRead(VORLAN_READ_DROPPED, place.fileName, place.number + 1, {});
+            observeRead(VORLAN_READ_DROPPED, place.fileName, place.number + 1, "");
         }
     }
 }
