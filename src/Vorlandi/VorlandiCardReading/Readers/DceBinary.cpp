@@ -119,8 +119,8 @@ bool readHeader(FramedRecords& records, Vorlanrecord& record) {
     return records.next(description) != ReadOutcome::Error;
 }
 
-Vorlanpoint pointOf(const std::array<char, kPointSize>& payload) noexcept {
-    Vorlanpoint point;
+Vorlanstate pointOf(const std::array<char, kPointSize>& payload) noexcept {
+    Vorlanstate point;
     point.time = realAt(payload.data() + kTimeAt) + kDayZeroOf1970;
     realsAt(payload.data() + kPositionAt, point.pos);
     realsAt(payload.data() + kVelocityAt, point.vel);

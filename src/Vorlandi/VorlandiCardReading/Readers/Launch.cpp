@@ -48,7 +48,7 @@ private:
 
 // One data record: the time in seconds, three values not used, the state, five more and a label. What follows
 // on the line of the label is lost.
-ReadOutcome readRecord(BlockInput& input, double& seconds, Vorlanpoint& point) {
+ReadOutcome readRecord(BlockInput& input, double& seconds, Vorlanstate& point) {
     ListOverLines list(input);
     std::array<double, 4> timeAndUnused{};
     std::array<double, 5> unused{};
@@ -77,7 +77,7 @@ std::int32_t ReadLaunchFormat(BlockInput& input, Vorlanrecord& record) {
     record.points.clear();
     for (;;) {
         double seconds = 0.0;
-        Vorlanpoint point;
+        Vorlanstate point;
         const ReadOutcome outcome = readRecord(input, seconds, point);
         if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
         if (outcome == ReadOutcome::EndOfData) return blockRead(record);
