@@ -14,9 +14,8 @@ namespace {
 
 constexpr std::size_t kCacheLine = 64;
 
-// Blocks of this size and more are mapped on their own: they grow by remapping, whatever else is on the heap. They
-// are so few that the system's limit on mappings is out of reach.
-constexpr std::size_t kMappedFrom = std::size_t{4} << 20;
+// Blocks of this size and more are mapped on their own: they grow by remapping, whatever else is on the heap.
+constexpr std::size_t kMappedFrom = std::size_t{2} << 20;
 
 // A mapped block begins with this much address space, which doubles when it is used up. Pages are only taken as points
 // arrive, large ones where the system has them; blocks begin at such a page, so that remapping moves large pages whole.
@@ -33,12 +32,13 @@ char* checked(void* block, std::size_t size) {
     return static_cast<char*>(block);
 }
 
-// Address space that begins at a large page.
-char* mapped(std::size_t size) {
+// Address space that begins at a large page; null when the system gives no further mapping.
+char* mapped(std::size_t size) noexcept {
     const std::size_t taken = size + kLargePage;
-    char* const space = checked(
-        ::mmap(nullptr, taken, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0),
-        size);
+    void* const given =
+        ::mmap(nullptr, taken, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (given == MAP_FAILED) return nullptr;
+    char* const space = static_cast<char*>(given);
     const auto address = reinterpret_cast<std::uintptr_t>(space);
     const std::size_t before = roundedUp(address, kLargePage) - address;
     if (before > 0) ::munmap(space, before);
@@ -49,7 +49,9 @@ char* mapped(std::size_t size) {
 
 }  // namespace
 
-GrowingBlock::~GrowingBlock() {
+GrowingBlock::~GrowingBlock() { release(); }
+
+void GrowingBlock::release() noexcept {
     if (isMapped_) {
         ::munmap(bytes_, size_);
     } else {
@@ -59,33 +61,37 @@ GrowingBlock::~GrowingBlock() {
 
 void GrowingBlock::grow(std::size_t size, std::size_t used) {
     if (size <= size_) return;
-    if (size < kMappedFrom) {
-        // By half, so that the moves together cost no more than a few times the last one.
-        moveToHeap(roundedUp(std::max(size, size_ + size_ / 2), kCacheLine), used);
-    } else {
-        moveToMapping(roundedUp(std::max({size, 2 * size_, kFirstMapping}), kLargePage), used);
-    }
+    if (size < kMappedFrom || !moveToMapping(size, used)) moveToHeap(size, used);
 }
 
+// Grown by half, the moves together cost no more than a few times the last one.
 void GrowingBlock::moveToHeap(std::size_t size, std::size_t used) {
+    size = roundedUp(std::max(size, size_ + size_ / 2), kCacheLine);
     char* const block = checked(std::aligned_alloc(kCacheLine, size), size);
-    if (used > 0) std::memcpy(block, bytes_, used);
-    std::free(bytes_);
-    bytes_ = block;
-    size_ = size;
+    take(block, size, false, used);
 }
 
-void GrowingBlock::moveToMapping(std::size_t size, std::size_t used) {
+// False when the system has no mapping left: their number is limited.
+bool GrowingBlock::moveToMapping(std::size_t size, std::size_t used) {
+    size = roundedUp(std::max({size, 2 * size_, kFirstMapping}), kLargePage);
     char* const space = mapped(size);
+    if (space == nullptr) return false;
     if (isMapped_) {
-        checked(::mremap(bytes_, size_, size, MREMAP_MAYMOVE | MREMAP_FIXED, space), size);
+        bytes_ = checked(::mremap(bytes_, size_, size, MREMAP_MAYMOVE | MREMAP_FIXED, space), size);
+        size_ = size;
     } else {
-        if (used > 0) std::memcpy(space, bytes_, used);
-        std::free(bytes_);
+        take(space, size, true, used);
     }
-    bytes_ = space;
+    return true;
+}
+
+// Goes on in a new place, with the first `used` bytes.
+void GrowingBlock::take(char* place, std::size_t size, bool isMapped, std::size_t used) noexcept {
+    if (used > 0) std::memcpy(place, bytes_, used);
+    release();
+    bytes_ = place;
     size_ = size;
-    isMapped_ = true;
+    isMapped_ = isMapped;
 }
 
 void GrowingBlock::shrink(std::size_t size) {

@@ -33,7 +33,9 @@ public:
 
 private:
     void moveToHeap(std::size_t size, std::size_t used);
-    void moveToMapping(std::size_t size, std::size_t used);
+    bool moveToMapping(std::size_t size, std::size_t used);
+    void take(char* place, std::size_t size, bool isMapped, std::size_t used) noexcept;
+    void release() noexcept;
 
     char* bytes_ = nullptr;
     std::size_t size_ = 0;

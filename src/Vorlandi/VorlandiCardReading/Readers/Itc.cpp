@@ -33,6 +33,7 @@ void readPoint(const LineGroup& lines, std::size_t covarianceLines, const BlockI
         readColumns(lines[0], kVelocity, point.vel) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, lines[0]);
     }
+    if (covarianceLines == 0) return input.append(point, record);
     PointCovariance covariance;
     for (std::size_t k = 0; k < covarianceLines; ++k) {
         const auto values = std::span(covariance.cov).subspan(k * kNumbersPerLine, kNumbersPerLine);
