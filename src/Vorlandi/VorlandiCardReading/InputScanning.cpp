@@ -69,7 +69,7 @@ private:
         std::unique_ptr<ByteSource> source;
         openByteSource(replacestring(fileName_, '\\', '/'), source);
         RecordPlace place{fileName_};
-        observeRead(VORLAN_READ_FORMAT, fileName_, 1, kDceBinaryName);
+        if (source) observeRead(VORLAN_READ_FORMAT, fileName_, 1, kDceBinaryName);
         const std::int32_t status = ReadDCEBinary(source.get(), record_, place);
         if (record_.numberOfPoints() == 0) return noData();
         trimvorlanempts(record_);
