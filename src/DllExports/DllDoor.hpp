@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
+#include <type_traits>
 
 #include "CoreServices/Texts.hpp"
 
@@ -18,7 +20,9 @@ void give(T* output, T value) noexcept {
 // Sets an array output of known size.
 template <class T>
 void give(T* output, const T* values, std::size_t size) noexcept {
-    if (output != nullptr) std::copy_n(values, size, output);
+    static_assert(std::is_trivially_copyable_v<T>);
+    // Of a constant size it takes no call, as std::copy does.
+    if (output != nullptr) std::memcpy(output, values, size * sizeof(T));
 }
 
 // Zeros outputs: scalars, or arrays with their sizes.

@@ -52,8 +52,8 @@ public:
 private:
     void put(std::int64_t at, const Vorlanpoint& point, std::int32_t code) noexcept {
         if (posVel_ != nullptr) {
-            std::copy_n(point.pos, 3, posVel_[at]);
-            std::copy_n(point.vel, 3, posVel_[at] + 3);
+            vorlandi::give(posVel_[at], point.pos, 3);
+            vorlandi::give(posVel_[at] + 3, point.vel, 3);
         }
         if (revNums_ != nullptr) revNums_[at] = point.rev;
         if (covMtx_ != nullptr) to6x6covmtx(covMtx_[at], point.cov);

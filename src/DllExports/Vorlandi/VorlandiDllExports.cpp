@@ -59,8 +59,8 @@ std::int32_t addPoint(std::int64_t satKey, double ds50UTC, const double* pos, co
     Vorlanstate point;
     PointCovariance covariance;
     point.time = ds50UTC;
-    std::copy_n(pos, 3, point.pos);
-    std::copy_n(vel, 3, point.vel);
+    give(point.pos, pos, 3);
+    give(point.vel, vel, 3);
     point.rev = revNum;
     RecordAccess record(satKey);
     if (!record) return record.fail();

@@ -2,8 +2,18 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <vector>
+
+// Compiles a function for wider instructions, too; a process chooses when it starts. The bits of a result are the same:
+// lanes round as scalars do, and none of the sets brings fused operations here. Such a function is called from this
+// file alone, since Clang 14 leaves others without its symbol.
+#if defined(__x86_64__) && defined(__gnu_linux__)
+#define FOR_EACH_INSTRUCTION_SET __attribute__((target_clones("avx2", "default")))
+#else
+#define FOR_EACH_INSTRUCTION_SET
+#endif
 
 namespace vorlandi {
 namespace {
@@ -82,7 +92,7 @@ void beginState(double t, Vorlanstate& sum) noexcept {
 
 // ---- Windows of four ----
 
-SplitTai splitIn(const LeapStep& leap, double time) noexcept {
+inline SplitTai splitIn(const LeapStep& leap, double time) noexcept {
     return time >= leap.day && time < leap.nextDay ? splitTai(time, leap.taiMinusUtc) : tosplittai(time);
 }
 
@@ -101,6 +111,31 @@ void separate(const double (&days)[4], const double (&seconds)[4], Lanes& produc
           Lanes{r03, r13, r23, 0.0};
 }
 
+// addState for the four nodes, the axes side by side.
+void addStates(const Vorlanstate* nodes, const Weights<Lanes>& weights, double t,
+               Vorlanstate& result) noexcept {
+    Lanes position{}, velocity{};
+    for (int i = 0; i < 4; ++i) {
+        // Lane 0 isn't used: the time stands before the position, and its z before the velocity.
+        static_assert(offsetof(Vorlanstate, pos) == 8 && offsetof(Vorlanstate, vel) == 32);
+        const char* const node = reinterpret_cast<const char*>(nodes + i);
+        Lanes value, derivative;
+        std::memcpy(&value, node, sizeof value);
+        std::memcpy(&derivative, node + 24, sizeof derivative);
+        position += weights.positionValue[i] * value;
+        position += weights.positionDerivative[i] * derivative;
+        velocity += weights.velocityValue[i] * value;
+        velocity += weights.velocityDerivative[i] * derivative;
+    }
+    result.time = t;
+    for (int axis = 0; axis < 3; ++axis) {
+        result.pos[axis] = position[axis + 1];
+        result.vel[axis] = velocity[axis + 1];
+    }
+    result.rev = 0;
+    result.unused = 0;
+}
+
 // For each node the sum of 1/dt over the other nodes.
 void sumReciprocals(const Lanes& dt, Lanes& sum) noexcept {
     const Lanes r = 1.0 / dt;
@@ -110,10 +145,9 @@ void sumReciprocals(const Lanes& dt, Lanes& sum) noexcept {
 
 }  // namespace
 
-HermiteWindow::HermiteWindow(const Vorlanstate* nodes, const PointCovariance* covariances) noexcept
-    : nodes_(nodes), covariances_(covariances), leap_(&leapTable().atUtc(nodes[0].time)) {
+FOR_EACH_INSTRUCTION_SET void HermiteWindow::prepare() noexcept {
     for (std::size_t i = 0; i < kNodes; ++i) {
-        const SplitTai node = splitIn(*leap_, nodes[i].time);
+        const SplitTai node = splitIn(*leap_, nodes_[i].time);
         days_[i] = node.days;
         seconds_[i] = node.seconds;
     }
@@ -124,7 +158,8 @@ HermiteWindow::HermiteWindow(const Vorlanstate* nodes, const PointCovariance* co
     sumVanishes_ = sum_[0] == 0.0 || sum_[1] == 0.0 || sum_[2] == 0.0 || sum_[3] == 0.0;
 }
 
-void HermiteWindow::at(double t, Vorlanpoint& result, Covariance covariance) const noexcept {
+FOR_EACH_INSTRUCTION_SET void HermiteWindow::answer(double t, Vorlanpoint& result,
+                                                    Covariance covariance) const noexcept {
     const SplitTai request = splitIn(*leap_, t);
     double dt[kNodes];
     for (std::size_t i = 0; i < kNodes; ++i) {
@@ -151,13 +186,7 @@ void HermiteWindow::at(double t, Vorlanpoint& result, Covariance covariance) con
     Weights<Lanes> weights;
     weigh(terms, lanes, sum2, dt[0] * dt[1] * dt[2] * dt[3], weights);
 
-    beginState(t, result);
-    for (int i = 0; i < 4; ++i) {
-        addState(nodes_[i],
-                 {weights.positionValue[i], weights.positionDerivative[i], weights.velocityValue[i],
-                  weights.velocityDerivative[i], weights.lagrange[i]},
-                 result);
-    }
+    addStates(nodes_, weights, t, result);
     if (covariance == Covariance::Wanted) covarianceAt(t, weights.lagrange, result);
 }
 
@@ -171,6 +200,15 @@ void HermiteWindow::covarianceAt(double t, const Lanes& weights, PointCovariance
     }
     for (int i = 0; i < 4; ++i)
         addCovariance(covariances_[i], weights[i], result);
+}
+
+HermiteWindow::HermiteWindow(const Vorlanstate* nodes, const PointCovariance* covariances) noexcept
+    : nodes_(nodes), covariances_(covariances), leap_(&leapTable().atUtc(nodes[0].time)) {
+    prepare();
+}
+
+void HermiteWindow::at(double t, Vorlanpoint& result, Covariance covariance) const noexcept {
+    answer(t, result, covariance);
 }
 
 // ---- Windows of any size ----

@@ -52,6 +52,8 @@ public:
     void at(double t, Vorlanpoint& result, Covariance covariance) const noexcept;
 
 private:
+    void prepare() noexcept;
+    void answer(double t, Vorlanpoint& result, Covariance covariance) const noexcept;
     void covarianceAt(double t, const Lanes& weights, PointCovariance& result) const noexcept;
 
     const Vorlanstate* nodes_;
