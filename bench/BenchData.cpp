@@ -3,50 +3,67 @@
 #include <cmath>
 #include <fstream>
 #include <iterator>
-#include <map>
+#include <set>
 
 #include "EphemerisWriters.hpp"
 
 namespace vorlandi::bench {
 namespace {
 
-// Files of the benchmarks, removed at the end.
-class Files {
+// A folder that goes away at the end.
+class Folder {
 public:
-    Files() {
+    Folder() {
         std::string name = (std::filesystem::temp_directory_path() / "vorlandi-bench-XXXXXX").string();
         if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
-        folder_ = name;
+        path = name;
     }
-    ~Files() {
+    ~Folder() {
         std::error_code ignored;
-        std::filesystem::remove_all(folder_, ignored);
+        std::filesystem::remove_all(path, ignored);
     }
-    Files(const Files&) = delete;
-    Files& operator=(const Files&) = delete;
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
 
-    const std::filesystem::path& file(std::string_view name, std::int64_t points) {
-        const tools::EphemerisFormat& format = *tools::findEphemerisFormat(name);
-        const std::string base = std::to_string(points) + std::string(format.fileSuffix);
-        const auto [place, isNew] = files_.try_emplace(base, folder_ / base);
-        if (isNew)
-            tools::writeFile(place->second, [&](std::ostream& stream) { write(format, points, stream); });
-        return place->second;
-    }
-
-private:
-    static void write(const tools::EphemerisFormat& format, std::int64_t points, std::ostream& stream) {
-        constexpr double kStep_s = 60.0;  // an orbit of no great accuracy does
-        const tools::UtcTime epoch{std::chrono::sys_days{std::chrono::year{2026} / 1 / 31}};
-        const tools::State initial{{-2380.0, 6050.0, 2510.0}, {-4.845, -3.747, 4.437}};
-        format.write(tools::integrateEphemeris(
-                         {81001, epoch, initial, points, std::chrono::milliseconds(60000)}, kStep_s),
-                     stream);
-    }
-
-    std::filesystem::path folder_;
-    std::map<std::string, std::filesystem::path> files_;
+    std::filesystem::path path;
 };
+
+void writeEphemeris(const tools::EphemerisFormat& format, std::int64_t points, std::int32_t satellite,
+                    std::ostream& stream) {
+    constexpr double kStep_s = 60.0;  // an orbit of no great accuracy does
+    const tools::UtcTime epoch{std::chrono::sys_days{std::chrono::year{2026} / 1 / 31}};
+    const tools::State initial{{-2380.0, 6050.0, 2510.0}, {-4.845, -3.747, 4.437}};
+    format.write(tools::integrateEphemeris(
+                     {satellite, epoch, initial, points, std::chrono::milliseconds(60000)}, kStep_s),
+                 stream);
+}
+
+// What fillStore left.
+struct Filling {
+    std::int32_t satellites = 0;
+    std::int32_t points = 0;
+    bool withCovariance = false;
+    bool operator==(const Filling&) const = default;
+};
+Filling filling;
+std::vector<std::int64_t> filledKeys;
+
+// Says with the results what they were measured on.
+const bool contextAdded = [] {
+    std::ifstream file("/proc/cpuinfo");
+    std::string line;
+    while (std::getline(file, line)) {
+        if (!line.starts_with("model name")) continue;
+        benchmark::AddCustomContext("processor", line.substr(line.find(':') + 2));
+        break;
+    }
+#ifdef __clang__
+    benchmark::AddCustomContext("compiler", "Clang " __clang_version__);
+#else
+    benchmark::AddCustomContext("compiler", "GCC " __VERSION__);
+#endif
+    return true;
+}();
 
 }  // namespace
 
@@ -68,18 +85,45 @@ Vorlanpoint orbitPoint(std::int64_t index) {
     return point;
 }
 
-std::vector<std::int64_t> fillStore(std::int32_t satellites, std::int32_t points) {
+void emptyStore() {
     VorlanRemoveAllSats();
-    std::vector<std::int64_t> keys;
+    filling = {};
+    filledKeys.clear();
+}
+
+const std::vector<std::int64_t>& fillStore(std::int32_t satellites, std::int32_t points,
+                                           bool withCovariance) {
+    const Filling wanted{satellites, points, withCovariance};
+    if (filling == wanted) return filledKeys;
+    emptyStore();
     for (std::int32_t satellite = 0; satellite < satellites; ++satellite) {
-        keys.push_back(VorlanAddSat(10000 + satellite, 1, kEpoch, 6378.135, 0.0743669161));
+        const std::int64_t key = VorlanAddSat(10000 + satellite, 1, kEpoch, 6378.135, 0.0743669161);
         for (std::int32_t index = 0; index < points; ++index) {
             const Vorlanpoint point = orbitPoint(index + satellite);
-            VorlanAddSatEphemCovMtx(keys.back(), kEpoch + index * kSpacing_days, point.pos, point.vel, 0,
-                                    point.cov);
+            const double time = kEpoch + index * kSpacing_days;
+            if (withCovariance) {
+                VorlanAddSatEphemCovMtx(key, time, point.pos, point.vel, 0, point.cov);
+            } else {
+                VorlanAddSatEphem(key, time, point.pos, point.vel, 0);
+            }
         }
+        filledKeys.push_back(key);
     }
-    return keys;
+    filling = wanted;
+    return filledKeys;
+}
+
+std::int64_t pointsInStore() {
+    std::vector<std::int64_t> keys(static_cast<std::size_t>(VorlanGetCount()));
+    VorlanGetLoaded(3, keys.data());
+    std::int64_t sum = 0;
+    for (const std::int64_t key : keys) {
+        std::int32_t points = 0;
+        VorlanGetAllFields(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                           nullptr, &points, nullptr);
+        sum += points;
+    }
+    return sum;
 }
 
 std::vector<double> randomTimes(std::int32_t points, std::size_t count) {
@@ -91,14 +135,34 @@ std::vector<double> randomTimes(std::int32_t points, std::size_t count) {
     return times;
 }
 
-const std::filesystem::path& ephemerisFile(std::string_view format, std::int64_t points) {
-    static Files files;
-    return files.file(format, points);
+const std::filesystem::path& temporaryFolder() {
+    static const Folder folder;
+    return folder.path;
+}
+
+const std::filesystem::path& ephemerisFile(std::string_view format, std::int64_t points,
+                                           std::int32_t satellite) {
+    static std::set<std::filesystem::path> files;
+    const tools::EphemerisFormat& writer = *tools::findEphemerisFormat(format);
+    const auto folder = temporaryFolder() / std::to_string(points);
+    const auto name = folder / tools::ephemerisFileName(writer, satellite);
+    const auto [place, isNew] = files.insert(name);
+    if (isNew) {
+        std::filesystem::create_directories(folder);
+        tools::writeFile(name,
+                         [&](std::ostream& stream) { writeEphemeris(writer, points, satellite, stream); });
+    }
+    return *place;
 }
 
 std::string contentOf(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void countNanoseconds(benchmark::State& state, const char* name, double thingsPerRound) {
+    state.counters[name] = benchmark::Counter(static_cast<double>(state.iterations()) * thingsPerRound * 1e-9,
+                                              benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 }  // namespace vorlandi::bench

@@ -1,6 +1,8 @@
 // Data for the benchmarks: satellites on circular orbits in the store, and ephemeris files.
 #pragma once
 
+#include <benchmark/benchmark.h>
+
 #include <cstdint>
 #include <filesystem>
 #include <random>
@@ -19,17 +21,38 @@ constexpr double kSpacing_days = 60.0 / 86400.0;
 // A point of a low circular orbit, with a covariance.
 Vorlanpoint orbitPoint(std::int64_t index);
 
-// Empties the store and adds satellites of `points` points each, one a minute; their keys.
-std::vector<std::int64_t> fillStore(std::int32_t satellites, std::int32_t points);
+// What the store keeps of so many points.
+constexpr double storedBytes(std::int64_t points, bool withCovariance) {
+    return static_cast<double>(points) *
+           static_cast<double>(sizeof(Vorlanstate) + (withCovariance ? sizeof(PointCovariance) : 0));
+}
+
+// Empties the store, whatever filled it.
+void emptyStore();
+
+// Satellites of `points` points each, one a minute, and nothing else in the store; their keys in the order of adding.
+// The store stays filled, so that repetitions find it so; the keys stand until it is emptied or filled otherwise.
+const std::vector<std::int64_t>& fillStore(std::int32_t satellites, std::int32_t points,
+                                           bool withCovariance = true);
+
+// How many points all satellites have together.
+std::int64_t pointsInStore();
 
 // Times inside the span of `points` points, in random order; always the same ones.
 std::vector<double> randomTimes(std::int32_t points, std::size_t count = 65536);
 
-// A file of a low orbit with this many points at one a minute, written on first use and kept until the end. The format
-// is one of tools::ephemerisFormats.
-const std::filesystem::path& ephemerisFile(std::string_view format, std::int64_t points);
+// A folder for files, removed at the end.
+const std::filesystem::path& temporaryFolder();
+
+// A file of a low orbit with this many points at one a minute, written on first use. The format is one of
+// tools::ephemerisFormats.
+const std::filesystem::path& ephemerisFile(std::string_view format, std::int64_t points,
+                                           std::int32_t satellite = 81001);
 
 // All of a file.
 std::string contentOf(const std::filesystem::path& path);
+
+// A counter of the nanoseconds that each of the things took that every round does so many of.
+void countNanoseconds(benchmark::State& state, const char* name, double thingsPerRound);
 
 }  // namespace vorlandi::bench

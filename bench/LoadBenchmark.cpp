@@ -1,8 +1,10 @@
-// Loading a file of every format, beside just reading its bytes and just turning its numbers into doubles.
+// Loading a file of every format, beside just reading its bytes and just turning its numbers into doubles; and loading
+// in two threads at once.
 #include <benchmark/benchmark.h>
 
 #include <charconv>
 #include <cstdio>
+#include <thread>
 
 #include "BenchData.hpp"
 #include "EphemerisWriters.hpp"
@@ -13,17 +15,23 @@ namespace {
 
 using Path = std::filesystem::path;
 
-void load(benchmark::State& state, const Path& path) {
+void load(benchmark::State& state, const Path& path, std::int64_t points) {
+    emptyStore();
     for (auto _ : state) {
-        if (VorlanLoadFile(path.c_str()) != 0 || VorlanGetCount() != 1) state.SkipWithError("not loaded");
+        const std::int32_t status = VorlanLoadFile(path.c_str());
         state.PauseTiming();
-        VorlanRemoveAllSats();
+        const bool loaded = status == 0 && pointsInStore() == points;
+        emptyStore();
         state.ResumeTiming();
+        if (!loaded) {
+            state.SkipWithError("not loaded");
+            break;
+        }
     }
 }
 
 // The pass that looks for cards, over a file that has none.
-void cardPass(benchmark::State& state, const Path& path) {
+void cardPass(benchmark::State& state, const Path& path, std::int64_t) {
     for (auto _ : state) {
         InputUnit unit;
         if (fileopenmt(path.native(), unit) != 0) state.SkipWithError("not opened");
@@ -36,7 +44,7 @@ void cardPass(benchmark::State& state, const Path& path) {
     }
 }
 
-void readBytes(benchmark::State& state, const Path& path) {
+void readBytes(benchmark::State& state, const Path& path, std::int64_t) {
     std::vector<char> buffer(65536);
     for (auto _ : state) {
         std::FILE* const file = std::fopen(path.c_str(), "rb");
@@ -50,29 +58,70 @@ void readBytes(benchmark::State& state, const Path& path) {
 }
 
 // Every number of a text that is in memory already.
-void fromChars(benchmark::State& state, const Path& path) {
-    const std::string text = contentOf(path);
-    for (auto _ : state) {
-        double sum = 0.0;
-        const char* at = text.data();
-        const char* const end = text.data() + text.size();
-        while (at != end) {
-            double value = 0.0;
-            const auto [next, error] = std::from_chars(at, end, value);
-            if (error == std::errc{}) sum += value;
-            at = next == at ? at + 1 : next;
-        }
-        benchmark::DoNotOptimize(sum);
+void sumOfNumbers(const std::string& text) {
+    double sum = 0.0;
+    const char* at = text.data();
+    const char* const end = text.data() + text.size();
+    while (at != end) {
+        double value = 0.0;
+        const auto [next, error] = std::from_chars(at, end, value);
+        if (error == std::errc{}) sum += value;
+        at = next == at ? at + 1 : next;
     }
+    benchmark::DoNotOptimize(sum);
 }
 
-using Pass = void (*)(benchmark::State&, const Path&);
+void fromChars(benchmark::State& state, const Path& path, std::int64_t) {
+    const std::string text = contentOf(path);
+    for (auto _ : state)
+        sumOfNumbers(text);
+}
+
+// A thread for each of some files, from the start of the first to the end of the last.
+void loadInThreads(benchmark::State& state) {
+    constexpr std::int64_t kPoints = 200'000;
+    const auto count = static_cast<std::int32_t>(state.range(0));
+    std::vector<Path> paths;
+    for (std::int32_t k = 0; k < count; ++k)
+        paths.push_back(ephemerisFile("STK", kPoints, 81001 + k));
+    emptyStore();
+    for (auto _ : state) {
+        {
+            std::vector<std::jthread> threads;
+            for (const Path& path : paths)
+                threads.emplace_back([&path] { VorlanLoadFile(path.c_str()); });
+        }
+        state.PauseTiming();
+        const bool loaded = pointsInStore() == count * kPoints;
+        emptyStore();
+        state.ResumeTiming();
+        if (!loaded) {
+            state.SkipWithError("not loaded");
+            break;
+        }
+    }
+    state.SetBytesProcessed(state.iterations() * count *
+                            static_cast<std::int64_t>(std::filesystem::file_size(paths[0])));
+}
+
+// What two threads gain on this machine at best: nothing that is shared, and no memory taken.
+void fromCharsInThreads(benchmark::State& state) {
+    const std::string text = contentOf(ephemerisFile("STK", 200'000));
+    for (auto _ : state) {
+        std::vector<std::jthread> threads;
+        for (std::int64_t k = 0; k < state.range(0); ++k)
+            threads.emplace_back([&text] { sumOfNumbers(text); });
+    }
+    state.SetBytesProcessed(state.iterations() * state.range(0) * static_cast<std::int64_t>(text.size()));
+}
+
+using Pass = void (*)(benchmark::State&, const Path&, std::int64_t points);
 
 void add(const char* name, Pass pass, std::string_view format, std::int64_t points) {
     const std::string title = std::string(name) + "/" + std::string(format) + "/" + std::to_string(points);
     benchmark::RegisterBenchmark(title.c_str(), [=](benchmark::State& state) {
         const Path& path = ephemerisFile(format, points);
-        pass(state, path);
+        pass(state, path, points);
         state.SetBytesProcessed(state.iterations() *
                                 static_cast<std::int64_t>(std::filesystem::file_size(path)));
         state.SetItemsProcessed(state.iterations() * points);
@@ -94,6 +143,9 @@ const bool added = [] {
     }
     return true;
 }();
+
+BENCHMARK(loadInThreads)->DenseRange(1, 2)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(fromCharsInThreads)->DenseRange(1, 2)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace vorlandi::bench

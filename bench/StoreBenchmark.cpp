@@ -1,58 +1,143 @@
-// The store: points appended one by one, satellites added and removed, keys listed.
+// The store: satellites added, removed and saved, each beside the least that it could cost.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <map>
 
 #include "BenchData.hpp"
 
 namespace vorlandi::bench {
 namespace {
 
-// The time per point is flat when growth costs no more than the points themselves.
-void appendPoints(benchmark::State& state) {
-    const std::int64_t points = state.range(0);
-    const Vorlanpoint point = orbitPoint(0);
+constexpr const char* kPerSatellite = "ns_per_satellite";
+
+void addSatellites(std::vector<std::int64_t>& keys) {
+    std::int32_t number = 0;
+    for (std::int64_t& key : keys)
+        key = VorlanAddSat(number++, 1, kEpoch, 6378.135, 0.07);
+}
+
+std::vector<std::int64_t> shuffled(std::vector<std::int64_t> keys) {
+    std::shuffle(keys.begin(), keys.end(), std::mt19937_64(1));
+    return keys;
+}
+
+// In the order of their numbers.
+void addSatellites(benchmark::State& state) {
+    std::vector<std::int64_t> keys(static_cast<std::size_t>(state.range(0)));
+    emptyStore();
     for (auto _ : state) {
-        const std::int64_t key = VorlanAddSat(1, 1, kEpoch, 6378.135, 0.0743669161);
-        for (std::int64_t index = 0; index < points; ++index) {
-            VorlanAddSatEphem(key, kEpoch + static_cast<double>(index) * kSpacing_days, point.pos, point.vel,
-                              0);
-        }
+        addSatellites(keys);
         state.PauseTiming();
-        VorlanRemoveAllSats();
+        const std::int32_t count = VorlanGetCount();
+        emptyStore();
+        state.ResumeTiming();
+        if (count != state.range(0)) {
+            state.SkipWithError("not added");
+            break;
+        }
+    }
+    countNanoseconds(state, kPerSatellite, static_cast<double>(keys.size()));
+}
+
+// In random order.
+void removeSatellites(benchmark::State& state) {
+    std::vector<std::int64_t> keys(static_cast<std::size_t>(state.range(0)));
+    emptyStore();
+    for (auto _ : state) {
+        state.PauseTiming();
+        addSatellites(keys);
+        const std::vector<std::int64_t> order = shuffled(keys);
+        state.ResumeTiming();
+        for (const std::int64_t key : order)
+            VorlanRemoveSat(key);
+        if (VorlanGetCount() != 0) {
+            state.SkipWithError("not removed");
+            break;
+        }
+    }
+    countNanoseconds(state, kPerSatellite, static_cast<double>(keys.size()));
+}
+
+// The limit of adding and removing: the same keys in the same orders as keys of a map that holds nothing but one
+// integer for each: no record, no lock, no check of what is given.
+using KeyMap = std::map<std::int64_t, std::int64_t>;
+
+std::vector<std::int64_t> satelliteKeys(std::int64_t count) {
+    std::vector<std::int64_t> keys(static_cast<std::size_t>(count));
+    emptyStore();
+    addSatellites(keys);
+    emptyStore();
+    return keys;
+}
+
+void mapInsert(benchmark::State& state) {
+    const std::vector<std::int64_t> keys = satelliteKeys(state.range(0));
+    KeyMap map;
+    for (auto _ : state) {
+        for (const std::int64_t key : keys)
+            map.emplace(key, key);
+        benchmark::ClobberMemory();
+        state.PauseTiming();
+        map.clear();
         state.ResumeTiming();
     }
-    state.SetItemsProcessed(state.iterations() * points);
-    state.counters["ns_per_point"] =
-        benchmark::Counter(static_cast<double>(state.iterations() * points) * 1e-9,
-                           benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    countNanoseconds(state, kPerSatellite, static_cast<double>(keys.size()));
 }
 
-void addAndRemoveSatellites(benchmark::State& state) {
-    const auto count = static_cast<std::int32_t>(state.range(0));
+void mapErase(benchmark::State& state) {
+    const std::vector<std::int64_t> keys = satelliteKeys(state.range(0));
+    const std::vector<std::int64_t> order = shuffled(keys);
+    KeyMap map;
     for (auto _ : state) {
-        std::vector<std::int64_t> keys;
-        keys.reserve(static_cast<std::size_t>(count));
-        for (std::int32_t k = 0; k < count; ++k)
-            keys.push_back(VorlanAddSat(k, 1, kEpoch, 6378.135, 0.07));
-        std::shuffle(keys.begin(), keys.end(), std::mt19937_64(1));
+        state.PauseTiming();
         for (const std::int64_t key : keys)
-            VorlanRemoveSat(key);
+            map.emplace(key, key);
+        state.ResumeTiming();
+        for (const std::int64_t key : order)
+            map.erase(key);
+        benchmark::ClobberMemory();
     }
-    state.SetItemsProcessed(state.iterations() * count);
+    countNanoseconds(state, kPerSatellite, static_cast<double>(keys.size()));
 }
 
-void listKeys(benchmark::State& state) {
-    const auto order = static_cast<std::int32_t>(state.range(0));
-    std::vector<std::int64_t> keys = fillStore(10000, 1);
-    for (auto _ : state)
-        VorlanGetLoaded(order, keys.data());
-    VorlanRemoveAllSats();
+void saveFile(benchmark::State& state) {
+    fillStore(10000, 1);
+    const auto path = temporaryFolder() / "saved.card";
+    for (auto _ : state) {
+        if (VorlanSaveFile(path.c_str(), 0) != 0) {
+            state.SkipWithError("not saved");
+            break;
+        }
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(file_size(path)));
 }
 
-BENCHMARK(appendPoints)->Arg(10'000)->Arg(100'000)->Arg(1'000'000)->Unit(benchmark::kMillisecond);
-BENCHMARK(addAndRemoveSatellites)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
-BENCHMARK(listKeys)->DenseRange(0, 3)->Unit(benchmark::kMillisecond);
+// The limit of saving: the same lines, ready in memory, through a stream of the same kind.
+void writeLines(benchmark::State& state) {
+    fillStore(10000, 1);
+    const auto path = temporaryFolder() / "saved.card";
+    VorlanSaveFile(path.c_str(), 0);
+    const std::string text = contentOf(path);
+    for (auto _ : state) {
+        std::FILE* const file = std::fopen(path.c_str(), "w");
+        for (std::size_t at = 0; at < text.size();) {
+            const std::size_t end = text.find('\n', at) + 1;
+            std::fwrite(text.data() + at, 1, end - at, file);
+            at = end;
+        }
+        std::fclose(file);
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
+}
+
+BENCHMARK(addSatellites)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+BENCHMARK(mapInsert)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+BENCHMARK(removeSatellites)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+BENCHMARK(mapErase)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+BENCHMARK(saveFile)->Unit(benchmark::kMillisecond);
+BENCHMARK(writeLines)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace vorlandi::bench

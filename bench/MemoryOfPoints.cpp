@@ -1,0 +1,63 @@
+// What points cost in memory, in a process that does nothing else, so that nothing earlier counts:
+//   vorlandi_memory state N | covariance N | load FILE
+// prints how many bytes the process came to hold (VmRSS) and held at most (VmHWM) beyond what it had before, and the
+// number of points stored. The kernel counts whole pages. ru_maxrss would not do: it keeps what the starting process held
+// before exec.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+#include "vorlandi/vorlandi.h"
+
+namespace {
+
+// A line of /proc/self/status, in bytes.
+double statusBytes(std::string_view name) {
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.starts_with(name)) return 1024.0 * std::strtod(line.c_str() + name.size() + 1, nullptr);
+    }
+    return 0.0;
+}
+
+void append(std::int64_t points, bool withCovariance) {
+    constexpr double kEpoch = 27790.0;
+    constexpr double kMinute_days = 1.0 / 1440.0;
+    const double pos[3] = {7000.0, 1.0, 2.0};
+    const double vel[3] = {0.001, 7.5, 0.002};
+    double cov[21];
+    for (double& value : cov)
+        value = 1e-6;
+    const std::int64_t key = VorlanAddSat(81001, 1, kEpoch, 6378.135, 0.0743669161);
+    for (std::int64_t k = 0; k < points; ++k) {
+        const double time = kEpoch + static_cast<double>(k) * kMinute_days;
+        withCovariance ? VorlanAddSatEphemCovMtx(key, time, pos, vel, 0, cov)
+                       : VorlanAddSatEphem(key, time, pos, vel, 0);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 3) return 2;
+    const std::string_view what = argv[1];
+    const double before = statusBytes("VmRSS");
+    if (what == "load") {
+        if (VorlanLoadFile(argv[2]) != 0) return 1;
+    } else {
+        append(std::strtoll(argv[2], nullptr, 10), what == "covariance");
+    }
+    const double held = statusBytes("VmRSS") - before;
+    const double most = statusBytes("VmHWM") - before;
+    std::int64_t key = 0;
+    std::int32_t points = 0;
+    if (VorlanGetCount() == 1) VorlanGetLoaded(3, &key);
+    VorlanGetAllFields(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                       &points, nullptr);
+    std::printf("%.0f %.0f %d\n", held, most, points);
+    return 0;
+}
