@@ -30,8 +30,9 @@ constexpr double storedBytes(std::int64_t points, bool withCovariance) {
 // Empties the store, whatever filled it.
 void emptyStore();
 
-// Satellites of `points` points each, one a minute, and nothing else in the store; their keys in the order of adding.
-// The store stays filled, so that repetitions find it so; the keys stand until it is emptied or filled otherwise.
+// Satellites of `points` points each, one a minute, and nothing else in the store; their keys in the order of
+// adding. The store stays filled, so that repetitions find it so; the keys stand until it is emptied or
+// filled otherwise.
 const std::vector<std::int64_t>& fillStore(std::int32_t satellites, std::int32_t points,
                                            bool withCovariance = true);
 

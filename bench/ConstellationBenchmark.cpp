@@ -1,4 +1,5 @@
-// A constellation: a day of many satellites with covariance, loaded through one card file and asked for one time.
+// A constellation: a day of many satellites with covariance, loaded through one card file and asked for one
+// time.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>

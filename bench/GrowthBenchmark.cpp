@@ -1,4 +1,5 @@
-// Single queries as the store grows: over the points of one satellite, and over satellites of a few points each.
+// Single queries as the store grows: over the points of one satellite, and over satellites of a few points
+// each.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -8,7 +9,8 @@
 namespace vorlandi::bench {
 namespace {
 
-// So many that the requests alone reach nearly all points of the largest store, and no cache holds what they touch.
+// So many that the requests alone reach nearly all points of the largest store, and no cache holds what they
+// touch.
 constexpr std::size_t kRequests = std::size_t{1} << 20;
 
 // A query of the next of the keys at the next of the times, over and over; as many times as a power of two.

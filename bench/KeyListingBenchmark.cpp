@@ -45,8 +45,8 @@ void copyKeys(benchmark::State& state) {
     }
 }
 
-// The limit of a listing that has to be sorted: taking the numbers that are compared and the keys from an array, where
-// they stand as the tree gives them, and sorting them.
+// The limit of a listing that has to be sorted: taking the numbers that are compared and the keys from an
+// array, where they stand as the tree gives them, and sorting them.
 template <typename Compared>
 void sortPairs(benchmark::State& state, Compared (*comparedOf)(std::int64_t number, std::int64_t sequence)) {
     const std::vector<std::int64_t> numbers = addInRandomOrder();

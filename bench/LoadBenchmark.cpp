@@ -1,5 +1,5 @@
-// Loading a file of every format, beside just reading its bytes and just turning its numbers into doubles; and loading
-// in two threads at once.
+// Loading a file of every format, beside just reading its bytes and just turning its numbers into doubles;
+// and loading in two threads at once.
 #include <benchmark/benchmark.h>
 
 #include <charconv>

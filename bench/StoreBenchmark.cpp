@@ -60,8 +60,8 @@ void removeSatellites(benchmark::State& state) {
     countNanoseconds(state, kPerSatellite, static_cast<double>(keys.size()));
 }
 
-// The limit of adding and removing: the same keys in the same orders as keys of a map that holds nothing but one
-// integer for each: no record, no lock, no check of what is given.
+// The limit of adding and removing: the same keys in the same orders as keys of a map that holds nothing but
+// one integer for each: no record, no lock, no check of what is given.
 using KeyMap = std::map<std::int64_t, std::int64_t>;
 
 std::vector<std::int64_t> satelliteKeys(std::int64_t count) {

@@ -1,0 +1,199 @@
+#!/usr/bin/env python3
+"""Compares the benchmarks of one run with their limits and targets.
+
+Reads what Google Benchmark wrote (--benchmark_out=FILE), prints a table and writes its rows as JSON. A row
+whose benchmarks are not in the file is left out.
+"""
+import argparse
+import json
+import operator
+import pathlib
+import sys
+
+MARKS = ("<!-- figures: begin -->", "<!-- figures: end -->")
+
+# Fields of a benchmark: its time, its speed (compared as times over the same bytes), or one of its counters.
+UNITS = {
+    "time": "time", "speed": "speed", "gain": "speed", "ns_per_state": "time", "ns_per_point": "time",
+    "ns_per_satellite": "time", "bytes_per_point": "size", "stored_bytes_per_point": "size",
+    "most_bytes": "size", "stored_bytes": "size",
+}
+
+
+KERNEL = ("the kernel", "kernel/state", "time")
+KERNEL_COVARIANCE = ("the kernel", "kernel/covariance", "time")
+SHARED = ("the kernel, window ready", "kernelInSharedWindow/state", "time")
+SHARED_COVARIANCE = ("the kernel, window ready", "kernelInSharedWindow/covariance", "time")
+NONE = (None, None, None)
+
+TEXT_FORMATS = ("UNIVERSAL", "UNIVERSAL_CSV", "STK", "V31", "ECR", "ECR_POSITIONS", "ITC", "ITC_WOCOV",
+                "DCE_TEXT", "LAUNCH", "EELV", "LCH", "OASYS", "OWNER", "J2K", "VECTOR", "SIMOBS")
+
+
+def query(title, name, limit, target=None):
+    return (f"query, {title}", f"query/{name}", "time", *limit, target)
+
+
+def many(title, name, limit, target=None):
+    return (f"many {title}, per state", f"manyTimes/{name}", "ns_per_state", *limit, target)
+
+
+def listing(title, order, limit_title, limit):
+    return (f"list 10,000 keys {title}", f"listKeys/{order}", "time", limit_title, limit, "time", None)
+
+
+def load(name, points, limit_title, limit, target):
+    title = f"load {name.replace('_', ' ')}, {points:,} points"
+    return (title, f"load/{name}/{points}", "speed", limit_title, f"{limit}/{name}/{points}", "speed", target)
+
+
+# Title; benchmark and field; the limit's name, benchmark and field; target: of the ratio or, with a unit, of
+# the value. A limit or a target may be missing.
+ROWS = [
+    query("a day of points", "one_satellite_day", KERNEL, "<= 3"),
+    query("a day of points, covariance", "one_satellite_day_covariance", KERNEL_COVARIANCE),
+    query("100,000 points", "one_satellite_100000_points", KERNEL),
+    query("100,000 points, covariance", "one_satellite_100000_points_covariance", KERNEL_COVARIANCE),
+    query("10,000 satellites", "satellites_10000_random_keys", KERNEL),
+    query("10,000 satellites, covariance", "satellites_10000_random_keys_covariance", KERNEL_COVARIANCE),
+    many("sorted times", "sorted", SHARED, "<= 1.3"),
+    many("sorted times, covariance", "sorted_covariance", SHARED_COVARIANCE),
+    many("random times", "random", KERNEL),
+    many("random times, covariance", "random_covariance", KERNEL_COVARIANCE),
+    ("one time, 10,000 satellites of 1,440 points", "manySatellites/state", "time", *NONE, "< 10 ms"),
+    ("one time, 10,000 satellites, covariance", "manySatellites/covariance", "time", *NONE, None),
+    ("add a satellite, 100,000 of them", "addSatellites/100000", "ns_per_satellite", "std::map of integers",
+     "mapInsert/100000", "ns_per_satellite", "<= 2"),
+    ("remove a satellite, 100,000 in random order", "removeSatellites/100000", "ns_per_satellite",
+     "std::map of integers", "mapErase/100000", "ns_per_satellite", "<= 2"),
+    listing("by number", 0, "std::sort", "sortPairs/by_number"),
+    listing("by number, reversed", 1, "std::sort", "sortPairs/by_number"),
+    listing("in the order of loading", 2, "std::sort", "sortPairs/by_sequence"),
+    listing("by key", 3, "memcpy", "copyKeys"),
+    ("save 10,000 satellites", "saveFile", "speed", "the lines through stdio", "writeLines", "speed", None),
+    *[(f"append a point, {points:,} of them, {kind}", f"appendPoints/{kind}/{points}", "ns_per_point",
+       "memcpy", f"copyPoints/{kind}/{points}", "ns_per_point", None)
+      for kind in ("state", "covariance") for points in (10_000, 1_000_000)],
+    *[(f"memory of a point, {kind}", f"memoryOfPoints/{kind}", "bytes_per_point", "what is stored",
+       f"memoryOfPoints/{kind}", "stored_bytes_per_point", None) for kind in ("state", "covariance")],
+    ("most memory while loading STK, 1,000,000 points", "memoryOfLoad", "most_bytes", "what is stored",
+     "memoryOfLoad", "stored_bytes", "< 2.2"),
+    *[load(name, 100_000, "from_chars", "fromChars", "<= 1.6") for name in TEXT_FORMATS],
+    load("DCE_BINARY", 100_000, "reading the file", "readBytes", "<= 1.5"),
+    load("STK", 1_000_000, "from_chars", "fromChars", "<= 1.6"),
+    load("STK", 1_000_000, "reading the file", "readBytes", None),
+    ("card pass, STK, 1,000,000 points", "cardPass/STK/1000000", "time", "the whole load", "load/STK/1000000",
+     "time", "< 0.1"),
+    ("load in two threads", "loadInThreads/2", "gain", "in one thread", "loadInThreads/1", "gain", ">= 1.8"),
+    ("from_chars in two threads", "fromCharsInThreads/2", "gain", "in one thread", "fromCharsInThreads/1",
+     "gain", None),
+    ("load 2,000 files of 1,440 points, covariance", "loadConstellation", "time", *NONE, None),
+    ("the same as speed", "loadConstellation", "speed", "one ITC file", "load/ITC/100000", "speed", None),
+    ("one time for these 2,000", "statesOfConstellation/state", "time", *NONE, None),
+    ("one time for these 2,000, covariance", "statesOfConstellation/covariance", "time", *NONE, None),
+]
+
+NANOSECONDS = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
+COMPARISONS = {"<": operator.lt, "<=": operator.le, ">=": operator.ge}
+
+
+def read_benchmarks(document):
+    """Name to result: the median, or the one run where there were no repetitions, or a failed run."""
+    results = {}
+    for run in document["benchmarks"]:
+        name = run["run_name"].removesuffix("/real_time").removesuffix("/iterations:1")
+        if run.get("error_occurred"):
+            results[name] = run
+        elif run.get("aggregate_name") == "median" or run["run_type"] == "iteration":
+            results.setdefault(name, run)
+    return results
+
+
+def value_of(run, field):
+    """In ns, bytes per second or bytes. A time is the processor's: what others take of it doesn't count."""
+    if field == "time":
+        return run["cpu_time"] * NANOSECONDS[run["time_unit"]]
+    if field in ("speed", "gain"):
+        return run["bytes_per_second"]
+    return run[field]
+
+
+def written(value, field):
+    """Three digits and a unit."""
+    scales = {"time": (("s", 1e9), ("ms", 1e6), ("us", 1e3), ("ns", 1)),
+              "speed": (("GB/s", 1e9), ("MB/s", 1e6), ("kB/s", 1e3)),
+              "size": (("MB", 1e6), ("kB", 1e3), ("B", 1))}[UNITS[field]]
+    unit, scale = next((pair for pair in scales if value >= pair[1]), scales[-1])
+    number = value / scale
+    return f"{number:.{0 if number >= 100 else 1 if number >= 10 else 2}f} {unit}"
+
+
+def verdict(target, ratio, value):
+    comparison, number, *unit = target.split()
+    compared = value / NANOSECONDS[unit[0]] if unit else ratio
+    return "met" if COMPARISONS[comparison](compared, float(number)) else "missed"
+
+
+def row(results, title, name, field, limit_title, limit_name, limit_field, target):
+    """A row of the table; nothing if its benchmarks are missing."""
+    runs = [results.get(n) for n in (name, limit_name) if n]
+    if None in runs:
+        return None
+    made = {"figure": title, "value": "failed", "limit": "", "ratio": "", "target": target or "",
+            "verdict": "missed" if target else "", "benchmark": name, "limit benchmark": limit_name or ""}
+    if any(run.get("error_occurred") for run in runs):
+        return made
+    value, ratio = value_of(runs[0], field), None
+    made |= {"value": written(value, field), "raw value": value}
+    if limit_name:
+        limit = value_of(runs[1], limit_field)
+        ratio = limit / value if field == "speed" else value / limit
+        made |= {"limit": f"{limit_title}: {written(limit, limit_field)}", "raw limit": limit,
+                 "ratio": f"{ratio:.2f}", "raw ratio": ratio}
+    if target:
+        made["verdict"] = verdict(target, ratio, value)
+    return made
+
+
+def machine(context):
+    caches = [f"L{c['level']} {c['size'] // 1024} KiB" for c in context["caches"]
+              if c["type"] != "Instruction"]
+    parts = [context.get("processor", "processor unknown"), f"{context['num_cpus']} cores",
+             f"{context['mhz_per_cpu']} MHz", *caches, context.get("compiler", "compiler unknown")]
+    return ", ".join(parts) + f"; {context['date'][:10]}, load average {context['load_avg'][0]:.1f}."
+
+
+def table(rows, markdown):
+    columns = ("figure", "value", "limit", "ratio", "target", "verdict")
+    cells = [columns] + [[r[c] for c in columns] for r in rows]
+    widths = [max(len(line[k]) for line in cells) for k in range(len(columns))]
+    if markdown:
+        lines = ["| " + " | ".join(line) + " |" for line in cells]
+        return "\n".join([lines[0], "|" + "---|" * len(columns)] + lines[1:])
+    return "\n".join("  ".join(c.ljust(w) for c, w in zip(line, widths)).rstrip() for line in cells)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("results", type=pathlib.Path, help="what --benchmark_out wrote")
+    parser.add_argument("--json", type=pathlib.Path, help="where the rows go: report.json beside the results")
+    parser.add_argument("--docs", type=pathlib.Path, help="a page whose marked block gets the table")
+    arguments = parser.parse_args()
+    document = json.loads(arguments.results.read_text())
+    results = read_benchmarks(document)
+    made = [row(results, *entry) for entry in ROWS]
+    rows = [r for r in made if r]
+    print(machine(document["context"]), table(rows, False), sep="\n\n")
+    place = arguments.json or arguments.results.with_name("report.json")
+    place.write_text(json.dumps({"context": document["context"], "rows": rows}, indent=1) + "\n")
+    if arguments.docs:
+        if missing := [entry[1] for entry, r in zip(ROWS, made) if not r or r["value"] == "failed"]:
+            sys.exit("not written to the page, without " + ", ".join(missing))
+        page = arguments.docs.read_text()
+        before, after = page.split(MARKS[0])[0], page.split(MARKS[1])[1]
+        block = "\n\n".join((MARKS[0], machine(document["context"]), table(rows, True), MARKS[1]))
+        arguments.docs.write_text(before + block + after)
+
+
+if __name__ == "__main__":
+    main()
