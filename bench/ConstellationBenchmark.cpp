@@ -61,7 +61,7 @@ void statesOfConstellation(benchmark::State& state, bool withCovariance) {
     }
     std::vector<std::int64_t> keys(kFiles);
     VorlanGetLoaded(0, keys.data());
-    std::vector<double> posVel(kFiles * 6), covMtx(kFiles * 36);
+    std::vector<double> posVel(std::size_t{kFiles} * 6), covMtx(std::size_t{kFiles} * 36);
     std::vector<std::int32_t> revNums(kFiles), errCodes(kFiles);
     const std::vector<double> times = randomTimes(kPoints);
     std::size_t next = 0;

@@ -1,6 +1,7 @@
 // Loading a file of every format, beside just reading its bytes and just turning its numbers into doubles;
 // and loading in two threads at once.
 #include <benchmark/benchmark.h>
+#include <sys/mman.h>
 
 #include <charconv>
 #include <cstdio>
@@ -57,6 +58,26 @@ void readBytes(benchmark::State& state, const Path& path, std::int64_t) {
     }
 }
 
+// The same into memory that is as large as the file and new to the process, as that of loaded points is.
+void readIntoMemory(benchmark::State& state, const Path& path, std::int64_t) {
+    const std::size_t size = std::filesystem::file_size(path);
+    for (auto _ : state) {
+        void* const memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        madvise(memory, size, MADV_HUGEPAGE);
+        std::FILE* const file = std::fopen(path.c_str(), "rb");
+        std::setvbuf(file, nullptr, _IONBF, 0);
+        const std::size_t total = std::fread(memory, 1, size, file);
+        std::fclose(file);
+        state.PauseTiming();
+        munmap(memory, size);
+        state.ResumeTiming();
+        if (total != size) {
+            state.SkipWithError("not read");
+            break;
+        }
+    }
+}
+
 // Every number of a text that is in memory already.
 void sumOfNumbers(const std::string& text) {
     double sum = 0.0;
@@ -80,16 +101,17 @@ void fromChars(benchmark::State& state, const Path& path, std::int64_t) {
 // A thread for each of some files, from the start of the first to the end of the last.
 void loadInThreads(benchmark::State& state) {
     constexpr std::int64_t kPoints = 200'000;
-    const auto count = static_cast<std::int32_t>(state.range(0));
-    std::vector<Path> paths;
-    for (std::int32_t k = 0; k < count; ++k)
-        paths.push_back(ephemerisFile("STK", kPoints, 81001 + k));
+    const std::int64_t count = state.range(0);
+    std::vector<Path> paths(static_cast<std::size_t>(count));
+    std::int32_t satellite = 81001;
+    for (Path& path : paths)
+        path = ephemerisFile("STK", kPoints, satellite++);
     emptyStore();
     for (auto _ : state) {
         {
-            std::vector<std::jthread> threads;
-            for (const Path& path : paths)
-                threads.emplace_back([&path] { VorlanLoadFile(path.c_str()); });
+            std::vector<std::jthread> threads(paths.size());
+            for (std::size_t k = 0; k < paths.size(); ++k)
+                threads[k] = std::jthread([&path = paths[k]] { VorlanLoadFile(path.c_str()); });
         }
         state.PauseTiming();
         const bool loaded = pointsInStore() == count * kPoints;
@@ -108,9 +130,9 @@ void loadInThreads(benchmark::State& state) {
 void fromCharsInThreads(benchmark::State& state) {
     const std::string text = contentOf(ephemerisFile("STK", 200'000));
     for (auto _ : state) {
-        std::vector<std::jthread> threads;
-        for (std::int64_t k = 0; k < state.range(0); ++k)
-            threads.emplace_back([&text] { sumOfNumbers(text); });
+        std::vector<std::jthread> threads(static_cast<std::size_t>(state.range(0)));
+        for (std::jthread& thread : threads)
+            thread = std::jthread([&text] { sumOfNumbers(text); });
     }
     state.SetBytesProcessed(state.iterations() * state.range(0) * static_cast<std::int64_t>(text.size()));
 }
@@ -135,6 +157,7 @@ const bool added = [] {
         add("readBytes", readBytes, format.name, 100'000);
         if (format.name != "DCE_BINARY") add("fromChars", fromChars, format.name, 100'000);
     }
+    add("readIntoMemory", readIntoMemory, "DCE_BINARY", 100'000);
     add("cardPass", cardPass, "STK", 100'000);
     const std::pair<const char*, Pass> passes[] = {
         {"load", load}, {"cardPass", cardPass}, {"readBytes", readBytes}, {"fromChars", fromChars}};

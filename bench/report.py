@@ -80,6 +80,7 @@ ROWS = [
      "memoryOfLoad", "stored_bytes", "< 2.2"),
     *[load(name, 100_000, "from_chars", "fromChars", "<= 1.6") for name in TEXT_FORMATS],
     load("DCE_BINARY", 100_000, "reading the file", "readBytes", "<= 1.5"),
+    load("DCE_BINARY", 100_000, "reading it into new memory", "readIntoMemory", None),
     load("STK", 1_000_000, "from_chars", "fromChars", "<= 1.6"),
     load("STK", 1_000_000, "reading the file", "readBytes", None),
     ("card pass, STK, 1,000,000 points", "cardPass/STK/1000000", "time", "the whole load", "load/STK/1000000",
@@ -150,9 +151,7 @@ def row(results, title, name, field, limit_title, limit_name, limit_field, targe
         ratio = limit / value if field == "speed" else value / limit
         made |= {"limit": f"{limit_title}: {written(limit, limit_field)}", "raw limit": limit,
                  "ratio": f"{ratio:.2f}", "raw ratio": ratio}
-    if target:
-        made["verdict"] = verdict(target, ratio, value)
-    return made
+    return made | ({"verdict": verdict(target, ratio, value)} if target else {})
 
 
 def machine(context):
