@@ -36,6 +36,7 @@ def main(source, target):
         panel.set_ylim(bottom=0)
         panel.set_xlabel(label)
         panel.set_ylabel("time of a query (ns)")
+        panel.minorticks_off()
         panel.grid(color="0.85", linewidth=0.5)
     figure.savefig(target, metadata={"Date": None, "Creator": None})
 
