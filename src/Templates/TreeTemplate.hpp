@@ -4,8 +4,10 @@
 // A Node has the members key, sequenceNumber, balance, left and right. Traits says what becomes of the rest:
 //     // Are these the same thing, not just the same key?
 //     static bool equal(const Node& stored, const Node& added);
-//     // Moves all but key, number, balance and links.
-//     static void takeContents(Node& into, Node& from);
+//     // Exchanges all but key, number, balance and links.
+//     static void swapContents(Node& a, Node& b);
+//     // The contents will be released soon: a hint.
+//     static void expectRelease(const Node& node);
 //
 // Invariants:
 // 1. Keys of the left subtree are smaller than the node's, those of the right subtree larger.
@@ -40,8 +42,8 @@ public:
         return addnoderecursive(root_, node, grew);
     }
 
-    // Deletes the node of a key. False if there is none.
-    bool removeNode(Key key) {
+    // Unlinks the contents of a key. The node that then holds them is the caller's; null if there is none.
+    Node* removeNode(Key key) {
         bool shrank = false;
         return removenoderecursive(root_, key, shrank);
     }
@@ -181,41 +183,41 @@ private:
         slot = inner;
     }
 
-    bool removenoderecursive(Node*& slot, Key key, bool& shrank) {
-        if (slot == nullptr) return false;
+    static Node* removenoderecursive(Node*& slot, Key key, bool& shrank) {
+        if (slot == nullptr) return nullptr;
         if (key != slot->key) {
             const bool inLeft = key < slot->key;
-            const bool removed = removenoderecursive(inLeft ? slot->left : slot->right, key, shrank);
+            Node* const removed = removenoderecursive(inLeft ? slot->left : slot->right, key, shrank);
             if (shrank) inLeft ? balance_right_heavy(slot, shrank) : balance_left_heavy(slot, shrank);
             return removed;
         }
-        Node* const doomed = slot;
-        if (doomed->left != nullptr && doomed->right != nullptr) {
-            swapnode(doomed->left, *doomed, shrank);
+        Node* const found = slot;
+        Traits::expectRelease(*found);
+        if (found->left != nullptr && found->right != nullptr) {
+            Node* const removed = swapnode(found->left, *found, shrank);
             if (shrank) balance_right_heavy(slot, shrank);
-            return true;
+            return removed;
         }
-        slot = doomed->right == nullptr ? doomed->left : doomed->right;
+        slot = found->right == nullptr ? found->left : found->right;
         shrank = true;
-        delete doomed;
-        return true;
+        return found;
     }
 
-    // Puts the in-order predecessor, the rightmost node below `slot`, into the place of the node that is
-    // removed.
-    static void swapnode(Node*& slot, Node& removed, bool& shrank) {
+    // Puts the in-order predecessor, the rightmost node below `slot`, into the place of the one found. The
+    // predecessor's node is the one that is unlinked, with the contents of the other.
+    static Node* swapnode(Node*& slot, Node& found, bool& shrank) {
         if (slot->right != nullptr) {
-            swapnode(slot->right, removed, shrank);
+            Node* const removed = swapnode(slot->right, found, shrank);
             if (shrank) balance_left_heavy(slot, shrank);
-            return;
+            return removed;
         }
         Node* const predecessor = slot;
-        removed.key = predecessor->key;
-        removed.sequenceNumber = predecessor->sequenceNumber;
-        Traits::takeContents(removed, *predecessor);
+        std::swap(found.key, predecessor->key);
+        std::swap(found.sequenceNumber, predecessor->sequenceNumber);
+        Traits::swapContents(found, *predecessor);
         slot = predecessor->left;
         shrank = true;
-        delete predecessor;
+        return predecessor;
     }
 
     // The left subtree shrank.

@@ -111,10 +111,11 @@ std::int32_t RemoveNode(std::int64_t key) noexcept {
             return kFailure;
         }
     }
-    bool removed = false;
+    std::unique_ptr<Vorlanbintree>
+        removed;  // released outside the guard, which many points would hold for long
     {
         const WriteGuard guard;
-        removed = vorlantree.removeNode(key);
+        removed.reset(vorlantree.removeNode(key));
     }
     if (removed) return kSuccess;
     tracelogerror(keyMessage("RemoveNode: Unable to locate this key ", key, " in its binary tree."));

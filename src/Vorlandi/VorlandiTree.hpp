@@ -21,9 +21,8 @@ struct VorlanTreeTraits {
     static bool equal(const Vorlanbintree& stored, const Vorlanbintree& added) noexcept {
         return stored.record && added.record && vorlandi::equal(*stored.record, *added.record);
     }
-    static void takeContents(Vorlanbintree& into, Vorlanbintree& from) noexcept {
-        into.record = std::move(from.record);
-    }
+    static void swapContents(Vorlanbintree& a, Vorlanbintree& b) noexcept { a.record.swap(b.record); }
+    static void expectRelease(const Vorlanbintree& node) noexcept { __builtin_prefetch(node.record.get()); }
 };
 using VorlanTree = TreeTemplate<Vorlanbintree, VorlanTreeTraits>;
 

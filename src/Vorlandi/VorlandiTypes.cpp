@@ -1,6 +1,7 @@
 #include "Vorlandi/VorlandiTypes.hpp"
 
 #include "CoreServices/NumberFields.hpp"
+#include "Templates/BlockPool.hpp"
 
 namespace vorlandi {
 
@@ -8,5 +9,26 @@ std::string fieldstostr(const Vorlanrecord& record) {
     return integerField(record.satNum, 9, 9) + integerField(record.coordSys, 2) +
            fixedField(record.epoch, 16, 9);
 }
+
+namespace {
+
+constexpr std::size_t kCacheLine = 64;
+
+// Never destroyed: the store may be in use until the process ends.
+template <class Object, std::size_t Alignment>
+auto& poolOf() noexcept {
+    static auto& pool = *new BlockPool<sizeof(Object), Alignment>;
+    return pool;
+}
+auto& nodes() noexcept { return poolOf<Vorlanbintree, alignof(Vorlanbintree)>(); }
+auto& records() noexcept { return poolOf<Vorlanrecord, kCacheLine>(); }
+
+}  // namespace
+
+void* Vorlanbintree::operator new(std::size_t, const std::nothrow_t&) noexcept { return nodes().take(); }
+void Vorlanbintree::operator delete(void* node) noexcept { nodes().release(node); }
+
+void* Vorlanrecord::operator new(std::size_t, const std::nothrow_t&) noexcept { return records().take(); }
+void Vorlanrecord::operator delete(void* record) noexcept { records().release(record); }
 
 }  // namespace vorlandi

@@ -27,8 +27,13 @@ constexpr std::string_view coordinateName(std::int32_t code) noexcept {
 
 // One satellite's ephemeris. Copies are deep; whoever holds a record owns its points.
 struct Vorlanrecord {
+    static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
+    static void operator delete(void* record) noexcept;
+    static void operator delete(void* record, const std::nothrow_t&) noexcept { operator delete(record); }
+
+    PointArray points;         // in strictly rising time order
     PaddedText<512> fileName;  // file the record was read from
-    InlineText<128> inputTag;  // tag of the card that preceded it
+    InlineText<128> inputTag;  // tag of the card that preceded the file
     std::int32_t satNum = 0;
     std::int32_t coordSys = kEci;
     std::int32_t codeTens = 0;        // tens of the combined code given when the satellite was added
@@ -36,7 +41,6 @@ struct Vorlanrecord {
     double earthRadius = 6378.135;    // km
     double ke = 0.07436691613317341;  // earth radii and minutes
     InlineText<8> text8;              // stored and returned, never interpreted
-    PointArray points;                // in strictly rising time order
 
     std::int32_t numberOfPoints() const noexcept { return points.count(); }
 };
@@ -46,11 +50,18 @@ inline bool equal(const Vorlanrecord& a, const Vorlanrecord& b) noexcept {
     return a.satNum == b.satNum && a.coordSys == b.coordSys && a.epoch == b.epoch;
 }
 
+// Records and nodes on the heap stand in blocks of their own, nodes beside nodes: a walk down the tree meets no more lines
+// of cache than it must.
+
 // The sort string of a record, "(I9.9, I2, F16.9)": number, coordinate system, epoch.
 std::string fieldstostr(const Vorlanrecord& record);
 
 // A node of the store. Its record is null when it lives in a DMA object.
 struct Vorlanbintree {
+    static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
+    static void operator delete(void* node) noexcept;
+    static void operator delete(void* node, const std::nothrow_t&) noexcept { operator delete(node); }
+
     std::int64_t key = 0;
     std::int32_t sequenceNumber = 0;  // order of insertion
     std::int32_t balance = 0;         // height of the right subtree minus that of the left

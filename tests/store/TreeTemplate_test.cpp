@@ -18,7 +18,8 @@ struct Item {
 
 struct ItemTraits {
     static bool equal(const Item& stored, const Item& added) { return stored.content == added.content; }
-    static void takeContents(Item& into, Item& from) { into.content = std::move(from.content); }
+    static void swapContents(Item& a, Item& b) { a.content.swap(b.content); }
+    static void expectRelease(const Item&) {}
 };
 
 class Tree : public TreeTemplate<Item, ItemTraits> {
@@ -26,10 +27,16 @@ public:
     // Adds keys, and removes those with a minus.
     explicit Tree(const std::vector<int>& keys = {}) {
         for (const int key : keys)
-            key > 0 ? void(add(key, std::to_string(key))) : void(removeNode(-key));
+            key > 0 ? void(add(key, std::to_string(key))) : void(remove(-key));
     }
     ~Tree() {
         emptyTree([](const Item&) {});
+    }
+
+    // Does the node that comes back hold what was stored under the key?
+    bool remove(int key) {
+        const std::unique_ptr<Item> removed(removeNode(key));
+        return removed && removed->key == key && removed->content == std::to_string(key);
     }
 
     AddStatus add(int key, const std::string& content) {
@@ -84,7 +91,7 @@ TEST(TreeTemplate, BehavesAsAnOrderedMapUnderRandomInsertsAndErases) {
             EXPECT_EQ(tree.add(key, "another"), AddStatus::SameKey);
             if (!known) model[key] = ++number;
         } else {
-            EXPECT_EQ(tree.removeNode(key), known);
+            EXPECT_EQ(tree.remove(key), known);
             model.erase(key);
         }
         std::map<int, std::int32_t> stored;
