@@ -85,6 +85,10 @@ TEST_F(LoadAndSave, FollowsCardsOneLevelDeepAndThenReadsTheCardFileItself) {
     VorlanRemoveAllSats();
     EXPECT_GT(add("b", card(first) + "#VORLANDI = tag\n" + universal(2)), 0);
     EXPECT_THAT(stored(), ElementsAre("2|tag|b|2")) << "a single file is read without its cards";
+    log.clear();
+    EXPECT_EQ(load("loop", card(folder.path("loop")) + "5\n"), 2)
+        << "a block without points, which ends each pass";
+    EXPECT_THAT(log.errors(), ElementsAre(kNoData, kNoData)) << "once by its card, once as itself";
 }
 
 TEST_F(LoadAndSave, KnowsEveryInputFileCardAndPassesOverThoseThatNameNoEphemeris) {
