@@ -9,30 +9,38 @@
 namespace vorlandi::bench {
 namespace {
 
+struct Window {
+    Window() {
+        for (int k = 0; k < 4; ++k) {
+            nodes[k] = orbitPoint(k);
+            covariances[k] = orbitPoint(k);
+        }
+    }
+
+    Vorlanstate nodes[4];
+    PointCovariance covariances[4];
+};
+
 void kernel(benchmark::State& state, Covariance covariance) {
-    Vorlanpoint window[4];
-    for (int k = 0; k < 4; ++k)
-        window[k] = orbitPoint(k);
+    const Window window;
     std::vector<double> times = randomTimes(2);
     for (double& time : times)
         time += kSpacing_days;  // in the middle of the window
     std::size_t next = 0;
     for (auto _ : state) {
         Vorlanpoint result;
-        HermiteWindow(window).at(times[next++ & 65535], result, covariance);
+        HermiteWindow(window.nodes, window.covariances).at(times[next++ & 65535], result, covariance);
         benchmark::DoNotOptimize(result);
     }
 }
 
 // The window's own part done once: what each of many requests inside it costs.
 void kernelInSharedWindow(benchmark::State& state, Covariance covariance) {
-    Vorlanpoint points[4];
-    for (int k = 0; k < 4; ++k)
-        points[k] = orbitPoint(k);
+    const Window nodes;
     std::vector<double> times = randomTimes(2);
     for (double& time : times)
         time += kSpacing_days;
-    const HermiteWindow window(points);
+    const HermiteWindow window(nodes.nodes, nodes.covariances);
     std::size_t next = 0;
     for (auto _ : state) {
         Vorlanpoint result;

@@ -101,6 +101,7 @@ bool InputUnit::refill() {
     failed_ = count < 0;
     exhausted_ = count == 0;
     if (count <= 0) return false;
+    fresh_ = true;
     char* const fresh = start + kept;
     if (std::memchr(fresh, '\0', static_cast<std::size_t>(count)) != nullptr) {
         std::replace(fresh, fresh + count, '\0', ' ');
@@ -166,6 +167,18 @@ ReadOutcome InputUnit::readLine(std::size_t maxColumns, std::string_view& line) 
     next_ = lineEnd != nullptr ? lineEnd + 1 : end_;
     ++lineNumber_;
     return ReadOutcome::Success;
+}
+
+void InputUnit::passOverLinesWithout(std::string_view marks) {
+    if (!fresh_) return;
+    fresh_ = false;
+    const auto size = static_cast<std::size_t>(end_ - next_);
+    for (const char mark : marks) {
+        if (std::memchr(next_, mark, size) != nullptr) return;
+    }
+    // The line that the buffer ends in stays.
+    const auto lineEnd = std::string_view(next_, size).rfind('\n');
+    if (lineEnd != std::string_view::npos) next_ += lineEnd + 1;
 }
 
 bool InputUnit::atEnd() { return next_ == end_ && !refill() && !failed_; }

@@ -41,6 +41,10 @@ public:
     // failed read, EndOfData at the end of the file; the line is then empty.
     ReadOutcome readLine(std::size_t maxColumns, std::string_view& line);
 
+    // Passes over, and doesn't count, lines ahead that hold none of the marks. Cheap, and may pass over none: whole
+    // buffers are looked at, each once.
+    void passOverLinesWithout(std::string_view marks);
+
     // Back to the first line.
     void rewind();
 
@@ -64,6 +68,7 @@ private:
     const char* end_ = nullptr;   // behind the last byte in the buffer
     std::int64_t lineNumber_ = 0;
     bool atStart_ = true;
+    bool fresh_ = false;  // bytes have come since marks were looked for
     bool exhausted_ = false;
     bool failed_ = false;
 };

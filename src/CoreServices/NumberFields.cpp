@@ -149,6 +149,11 @@ ReadOutcome readInteger(std::string_view field, std::int32_t& value) noexcept {
 
 namespace {
 
+// Is there a point in a number? Looked for first where a writer of this many decimals puts it.
+bool hasPoint(const char* number, const char* end, int decimals) noexcept {
+    return (end - number > decimals && end[-1 - decimals] == '.') || std::find(number, end, '.') != end;
+}
+
 // The usual field: blanks, a number with its decimal point written or none implied, blanks.
 bool readUsualReal(std::string_view field, int decimals, double& value) noexcept {
     const char* at = field.data();
@@ -156,10 +161,12 @@ bool readUsualReal(std::string_view field, int decimals, double& value) noexcept
     while (at != last && *at == ' ')
         ++at;
     double read = 0.0;
-    const auto [end, error] = std::from_chars(at, last, read);
+    auto [end, error] = std::from_chars(at, last, read);
     if (error != std::errc{} || !std::isfinite(read)) return false;
-    if (decimals > 0 && std::find(at, end, '.') == end) return false;
-    if (!std::all_of(end, last, [](char c) { return c == ' '; })) return false;
+    if (decimals > 0 && !hasPoint(at, end, decimals)) return false;
+    while (end != last) {
+        if (*end++ != ' ') return false;
+    }
     value = read;
     return true;
 }

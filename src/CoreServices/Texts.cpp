@@ -5,16 +5,6 @@
 
 namespace vorlandi {
 
-std::string_view leftAdjusted(std::string_view text) noexcept {
-    const auto first = text.find_first_not_of(' ');
-    return first == std::string_view::npos ? std::string_view{} : text.substr(first);
-}
-
-std::string_view trimmed(std::string_view text) noexcept {
-    const auto last = text.find_last_not_of(' ');
-    return last == std::string_view::npos ? std::string_view{} : text.substr(0, last + 1);
-}
-
 bool isblankornull(std::string_view text) noexcept {
     return std::all_of(text.begin(), text.end(), [](char c) { return c == ' ' || c == '\0'; });
 }

@@ -23,8 +23,16 @@ constexpr char lowerCase(char c) noexcept {
 constexpr bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 
 // Text without its leading, or trailing, blanks.
-std::string_view leftAdjusted(std::string_view text) noexcept;
-std::string_view trimmed(std::string_view text) noexcept;
+constexpr std::string_view leftAdjusted(std::string_view text) noexcept {
+    while (text.starts_with(' '))
+        text.remove_prefix(1);
+    return text;
+}
+constexpr std::string_view trimmed(std::string_view text) noexcept {
+    while (text.ends_with(' '))
+        text.remove_suffix(1);
+    return text;
+}
 
 // True when the text holds nothing but blanks and NULs.
 bool isblankornull(std::string_view text) noexcept;

@@ -61,19 +61,19 @@ int digitsOf(std::string_view text) noexcept {
 // A field of a compact form, which may be blank padded on its left.
 int paddedDigits(std::string_view field) noexcept { return digitsOf(leftAdjusted(field)); }
 
-// Digits, a point, any number of digits. Rounding may carry 59.99... to 60; that is no leap second.
-std::optional<double> secondsOf(std::string_view whole, std::string_view fraction) noexcept {
+// Digits, a point, any number of digits; -1.0 if they are none. Rounding may carry 59.99... to 60; that is no leap
+// second.
+double secondsOf(std::string_view whole, std::string_view fraction) noexcept {
     const int seconds = paddedDigits(whole);
-    if (seconds < 0) return std::nullopt;
+    if (seconds < 0) return -1.0;
     if (fraction.size() == 3) {  // milliseconds, the common case
         const int thousandths = digitsOf(fraction);
-        if (thousandths < 0) return std::nullopt;
-        return (seconds * 1000 + thousandths) / 1000.0;
+        return thousandths < 0 ? -1.0 : (seconds * 1000 + thousandths) / 1000.0;
     }
-    if (!std::all_of(fraction.begin(), fraction.end(), isDigit)) return std::nullopt;
+    if (!std::all_of(fraction.begin(), fraction.end(), isDigit)) return -1.0;
     double value = 0.0;
     const std::string_view text(whole.data(), whole.size() + 1 + fraction.size());
-    if (readReal(text, 0, value) != ReadOutcome::Success) return std::nullopt;
+    if (readReal(text, 0, value) != ReadOutcome::Success) return -1.0;
     return std::min(value, std::nextafter(seconds + 1.0, 0.0));
 }
 
@@ -96,10 +96,8 @@ bool readTimeOfDay(std::string_view text, std::size_t hourAt, std::size_t second
                    DateParts& parts) noexcept {
     parts.hour = paddedDigits(text.substr(hourAt, 2));
     parts.minute = paddedDigits(text.substr(hourAt + 2, 2));
-    const auto seconds = secondsOf(text.substr(secondAt, 2), text.substr(secondAt + 3));
-    if (parts.hour < 0 || parts.minute < 0 || !seconds) return false;
-    parts.second = *seconds;
-    return true;
+    parts.second = secondsOf(text.substr(secondAt, 2), text.substr(secondAt + 3));
+    return parts.hour >= 0 && parts.minute >= 0 && parts.second >= 0.0;
 }
 
 // YYDDDHHMMSS.SSS and YYYYDDDHHMMSS.SSS. The year's left padding may have been cut: a column is then missing.
@@ -202,10 +200,8 @@ public:
             parts.second = digitsOf(whole);
             return true;
         }
-        const auto seconds = secondsOf(whole, takeDigits());
-        if (!seconds) return false;
-        parts.second = *seconds;
-        return true;
+        parts.second = secondsOf(whole, takeDigits());
+        return parts.second >= 0.0;
     }
 
     bool done() const noexcept { return rest_.empty(); }

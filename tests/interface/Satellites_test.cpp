@@ -82,7 +82,7 @@ TEST_F(Satellites, TakeLaterPointsUnchangedAndNoneWithAMissingArray) {
             const Vorlanrecord record = stored(key);
             ASSERT_EQ(record.numberOfPoints(), 2);
             EXPECT_EQ(record.epoch, time) << "the first point sets the epoch";
-            const Vorlanpoint &first = record.points.front(), &last = record.points.back();
+            const Vorlanpoint first = record.points[0], last = record.points[1];
             EXPECT_EQ(std::tuple(first.time, first.rev, last.time), std::tuple(time, -123456, later));
             EXPECT_THAT(first.pos, ::testing::ElementsAreArray(kPos));
             EXPECT_THAT(first.vel, ::testing::ElementsAreArray(kVel));

@@ -45,7 +45,7 @@ Vorlanrecord recordAt(const std::vector<double>& minutes, std::mt19937_64& rando
         point.vel[2] = std::cos(0.2 * minute);
         point.cov[0] = minute;
         point.rev = 99999 + static_cast<std::int32_t>(random() % 3);
-        record.points.append(point);
+        record.points.append(point, &point);
     }
     return record;
 }
@@ -72,7 +72,8 @@ Answer plainAnswer(const PointArray& points, double ds50UTC) {
                 "InterpolateEP: Data points too far apart due to spacing or data gap. (" + text(from) + ", " +
                     text(to) + ")"};
     Answer answer{0, {}, ""};
-    hermitevorlan(std::span(&points[first], 4), t, answer.point);
+    const std::array window{points[first], points[first + 1], points[first + 2], points[first + 3]};
+    hermitevorlan(window, t, answer.point);
     answer.point.rev = updaterev(answer.point, points[mid - 1], points[mid - 1].rev);
     return answer;
 }

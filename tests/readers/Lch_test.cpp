@@ -11,8 +11,8 @@ const Lines kGood = {"Classification:                 Unclassified", "1", "2", "
 TEST(ReadLCH, KeepsTheSeventhNumberUnderItsMarkAndReportsTheBeginningOfABadLine) {
     const Vorlanrecord record = expectRecord(kGood, 25544, kEci,
         {usual(kMarch1), usual(kMarch1 + 0.5, 7001)});
-    EXPECT_EQ(std::vector(record.points[1].cov, record.points[1].cov + 3),
-        (std::vector{43.0, kScalarMarker, 0.0}));
+    const PointCovariance scalar = record.points[1];
+    EXPECT_EQ(std::vector(scalar.cov, scalar.cov + 3), (std::vector{43.0, kScalarMarker, 0.0}));
     const std::string wide = "2024061000000.000 7000 x" + std::string(104, '-');
     expectLoads("ReadLCH", {
         {"a bad number is left out", put(kGood, 6, 44, "x"), {}, 2, 0},

@@ -52,8 +52,8 @@ inline Loaded loadLines(const Lines& lines, std::string_view fileName) {
 
 using State = std::array<double, 7>;  // time, position, velocity
 
-inline State stateOf(const Vorlanpoint& point) {
-    const auto& [time, pos, vel, rev, unused, cov] = point;
+inline State stateOf(const Vorlanstate& point) {
+    const auto& [time, pos, vel, rev, unused] = point;
     return {time, pos[0], pos[1], pos[2], vel[0], vel[1], vel[2]};
 }
 

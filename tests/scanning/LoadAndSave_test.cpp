@@ -222,8 +222,11 @@ TEST(LoadingByThreads, GivesWhatLoadingOneByOneGives) {
         Texts contents = stored(3);
         VorlanTree::ascending(vorlantreeroot(), [&](const Vorlanbintree& node) {
             const PointArray& points = recordOf(node)->points;
-            contents.emplace_back(reinterpret_cast<const char*>(points.data()),
-                                  sizeof(Vorlanpoint) * static_cast<std::size_t>(points.count()));
+            std::string& bytes = contents.emplace_back();
+            for (std::int32_t k = 0; k < points.count(); ++k) {
+                const Vorlanpoint point = points[k];
+                bytes.append(reinterpret_cast<const char*>(&point), sizeof point);
+            }
         });
         if (threadCount == 1) oneByOne = contents;
         EXPECT_EQ(contents.size(), 96U);

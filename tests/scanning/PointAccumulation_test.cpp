@@ -9,9 +9,9 @@
 namespace vorlandi::testing {
 namespace {
 
-bool add(Vorlanrecord& record, double time, const double* covariance = nullptr) {
-    Vorlanpoint point;
-    point.time = point.pos[2] = point.vel[0] = point.cov[20] = time;
+bool add(Vorlanrecord& record, double time, const PointCovariance* covariance = nullptr) {
+    Vorlanstate point;
+    point.time = point.pos[2] = point.vel[0] = time;
     return addoneeppoint(point, record, covariance);
 }
 
@@ -25,8 +25,8 @@ TEST(PointAccumulation, GrowsByAThousandPointsAndKeepsThem) {
     trimvorlanempts(record);
     EXPECT_EQ(record.points.capacity(), 2500);
     for (int k = 0; k < 2500; ++k) {
-        const auto& [time, pos, vel, rev, unused, cov] = record.points[k];
-        ASSERT_THAT((std::array{time, pos[2], vel[0], cov[20]}), ::testing::Each(k));
+        const Vorlanstate& state = record.points.state(k);
+        ASSERT_THAT((std::array{state.time, state.pos[2], state.vel[0]}), ::testing::Each(k));
     }
     EXPECT_TRUE(add(record, 2500));
     EXPECT_EQ(record.points.capacity(), 3500);
@@ -34,16 +34,43 @@ TEST(PointAccumulation, GrowsByAThousandPointsAndKeepsThem) {
 
 TEST(PointAccumulation, DropsPointsThatAreNotLaterThanTheLastWithTheirCovariance) {
     Vorlanrecord record;
-    const double covariance[kCovarianceSize] = {-1.5};
+    const PointCovariance covariance{{-1.5}};
     EXPECT_TRUE(add(record, 10.0));
     for (const double time : {10.0, std::nextafter(10.0, 0.0), std::nan(""), -HUGE_VAL})
-        EXPECT_FALSE(add(record, time, covariance)) << time;
-    EXPECT_EQ(record.points.back().cov[0], 0.0);
-    EXPECT_TRUE(add(record, std::nextafter(10.0, 11.0), covariance));
-    EXPECT_EQ(record.points.back().cov[0], -1.5) << "what is given takes the place of the point's own";
-    EXPECT_EQ(record.points.back().cov[20], 0.0);
+        EXPECT_FALSE(add(record, time, &covariance)) << time;
+    EXPECT_EQ(record.points.covariances(), nullptr);
+    EXPECT_TRUE(add(record, std::nextafter(10.0, 11.0), &covariance));
     EXPECT_EQ(record.numberOfPoints(), 2);
     EXPECT_EQ(record.epoch, 10.0) << "only the first point sets the epoch";
+}
+
+// The space of the covariances comes with the first one, holds zeros for the points without, and grows, is trimmed and
+// copied with the points.
+TEST(PointAccumulation, KeepsCovariancesApart) {
+    for (const int first : {0, 1, 999, 1000, 2499}) {
+        Vorlanrecord record;
+        PointCovariance covariance;
+        for (int k = 0; k < 2500; ++k) {
+            covariance.cov[20] = k < first ? 0.0 : -k - 1.0;
+            EXPECT_TRUE(add(record, k, k % 3 == 0 || k == first ? &covariance : nullptr));
+            ASSERT_EQ(record.points.covariances() != nullptr, k >= first) << k;
+        }
+        const Vorlanrecord copy = record;
+        trimvorlanempts(record);
+        record = Vorlanrecord(record);
+        for (const PointArray* const points : {&std::as_const(record).points, &copy.points}) {
+            for (int k = 0; k < 2500; ++k) {
+                const bool hasOne = k == first || (k > first && k % 3 == 0);
+                ASSERT_EQ((*points)[k].time, k);
+                ASSERT_EQ((*points)[k].cov[20], hasOne ? -k - 1.0 : 0.0) << k;
+                ASSERT_EQ((*points)[k].cov[0], 0.0) << k;
+            }
+        }
+    }
+    Vorlanrecord record;
+    const PointCovariance negativeZero{{0.0, -0.0}};
+    EXPECT_TRUE(add(record, 1.0, &negativeZero));
+    EXPECT_TRUE(std::signbit(record.points[0].cov[1]));
 }
 
 TEST(PointAccumulation, KnowsCoordinateNamesAndSatelliteNumbersByTheirPlaces) {

@@ -62,6 +62,14 @@ TEST_F(ReadObserver, IsToldTheFirstLineOfAGroup) {
               (Lines{"1|itc:1|ITC", "2|itc:6|" + point, "3|itc:10|" + point, "4|itc:13|key"}));
 }
 
+TEST_F(ReadObserver, IsToldTheFirstLineOfARecordOverLines) {
+    const std::string head = "Time(sec): Time\n" + std::string(16, '\n'), late = "\n9 0 0 0 1 2 3\n4 5 6";
+    EXPECT_EQ(heardIn("launch", head + "9 0 0 0 1 2 3 4 5 6 0 0 0 0 0 a\n" + late + "\n0 0 0 0 0 b c\n" +
+                                    late + " 0 0 0 0 0 d\n"),
+              (Lines{"1|launch:1|LAUNCH", "3|launch:20|9 0 0 0 1 2 3", "3|launch:24|9 0 0 0 1 2 3",
+                     "4|launch:25|key"}));
+}
+
 TEST_F(ReadObserver, IsToldTheRecordOfABinaryFile) {
     const std::string file = readFile(VORLANDI_EXAMPLES "/81001.dce"), points = file.substr(128, 224);
     EXPECT_EQ(heardIn("a.dce", file.substr(0, 128) + points + points.substr(0, 112)),

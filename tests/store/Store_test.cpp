@@ -155,9 +155,9 @@ TEST(SortString, IsFixedColumnsOfNumberCoordinatesAndEpoch) {
 
 TEST(PointArray, IsCopiedDeeplyWithItsSpace) {
     Vorlanrecord source;
-    addoneeppoint(Vorlanpoint{1.0}, source);
+    addoneeppoint(Vorlanstate{1.0}, source);
     Vorlanrecord copy = source;
-    addoneeppoint(Vorlanpoint{2.0}, copy);
+    addoneeppoint(Vorlanstate{2.0}, copy);
     EXPECT_EQ(std::pair(source.numberOfPoints(), copy.points.front().time), std::pair(1, 1.0));
     source.points.clear();
     EXPECT_EQ(Vorlanrecord(source).points.capacity(), 1000);

@@ -155,7 +155,7 @@ int32_t VorlanGetEphemerisArr(int64_t satKey, int64_t first, int64_t n, double d
                 answers.fail(at, kIndexOutOfRange);
                 continue;
             }
-            const Vorlanpoint& point = points[static_cast<std::int32_t>(first + at - 1)];
+            const Vorlanpoint point = points[static_cast<std::int32_t>(first + at - 1)];
             if (ds50UTC != nullptr) ds50UTC[at] = point.time;
             answers.give(at, point);
         }

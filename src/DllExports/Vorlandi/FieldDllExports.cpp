@@ -33,7 +33,7 @@ std::string lengthField(double value) { return fixedField(value, 35, 15); }
 
 // A field as it is printed; empty for a number that names none. The record has points.
 std::string fieldText(const Vorlanrecord& record, std::int32_t field) noexcept {
-    const Vorlanpoint& first = record.points.front();
+    const Vorlanstate& first = record.points.front();
     switch (field) {
         case kSatNum:
             return integerField(record.satNum, 9);

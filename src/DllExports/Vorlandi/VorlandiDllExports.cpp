@@ -56,16 +56,16 @@ std::int32_t answerCovariance(std::int64_t satKey, double value, std::int32_t ki
 std::int32_t addPoint(std::int64_t satKey, double ds50UTC, const double* pos, const double* vel,
                       std::int32_t revNum, const double* cov) {
     if (pos == nullptr || vel == nullptr) return kFailure;
-    Vorlanpoint point;
+    Vorlanstate point;
+    PointCovariance covariance;
     point.time = ds50UTC;
     std::copy_n(pos, 3, point.pos);
     std::copy_n(vel, 3, point.vel);
     point.rev = revNum;
     RecordAccess record(satKey);
     if (!record) return record.fail();
-    const bool anyCovariance =
-        cov != nullptr && std::any_of(cov, cov + kCovarianceSize, [](double value) { return value != 0.0; });
-    addoneeppoint(point, *record, anyCovariance ? cov : nullptr);
+    if (cov != nullptr) std::copy_n(cov, kCovarianceSize, covariance.cov);
+    addoneeppoint(point, *record, hasCovariance(covariance) ? &covariance : nullptr);
     return kSuccess;
 }
 

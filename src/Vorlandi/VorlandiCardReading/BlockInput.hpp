@@ -58,7 +58,8 @@ public:
     void rewind() { unit_.rewind(); }
 
     // Appends a point of revolution number 0; one that is not later than the last is dropped.
-    void append(const Vorlanpoint& point, Vorlanrecord& record, const double* covariance = nullptr) const {
+    void append(const Vorlanstate& point, Vorlanrecord& record,
+                const PointCovariance* covariance = nullptr) const {
         if (!addoneeppoint(point, record, covariance)) [[unlikely]] {
             observeRead(VORLAN_READ_DROPPED, fileName_, lineNumber_, line_);
         }
@@ -95,17 +96,17 @@ private:
 };
 
 // Position and velocity, six numbers, from a free-form list into a point.
-inline ReadOutcome readState(FreeFormList& list, Vorlanpoint& point) noexcept {
+inline ReadOutcome readState(FreeFormList& list, Vorlanstate& point) noexcept {
     const ReadOutcome outcome = list.next(point.pos);
     return outcome == ReadOutcome::Success ? list.next(point.vel) : outcome;
 }
-inline ReadOutcome readState(std::string_view text, Vorlanpoint& point) noexcept {
+inline ReadOutcome readState(std::string_view text, Vorlanstate& point) noexcept {
     FreeFormList list(text);
     return readState(list, point);
 }
 
 // Position and velocity to km and km/s, from a unit of `km` kilometers.
-inline void scaleState(Vorlanpoint& point, double km) noexcept {
+inline void scaleState(Vorlanstate& point, double km) noexcept {
     for (double& value : point.pos)
         value *= km;
     for (double& value : point.vel)

@@ -69,7 +69,7 @@ private:
         std::unique_ptr<ByteSource> source;
         openByteSource(replacestring(fileName_, '\\', '/'), source);
         RecordPlace place{fileName_};
-        observeRead(VORLAN_READ_FORMAT, fileName_, 1, kDceBinaryName);
+        if (source) observeRead(VORLAN_READ_FORMAT, fileName_, 1, kDceBinaryName);
         const std::int32_t status = ReadDCEBinary(source.get(), record_, place);
         if (record_.numberOfPoints() == 0) return noData();
         trimvorlanempts(record_);
@@ -97,6 +97,9 @@ private:
     Vorlanrecord record_;
 };
 
+// A line without them is no tag card, and if it is an input-file card, it names no file.
+constexpr std::string_view kCardMarks = "#=";
+
 // Follows an input-file card; a file that can't be opened is passed over. Only regular files are: a card must not make
 // the library wait for a pipe or read a device without end.
 void readNestedFile(std::string_view card, InputTag& tag) {
@@ -120,10 +123,10 @@ std::int32_t readvorlansfrfileunit(InputUnit& unit, std::string_view fileName) {
     unit.rewind();
     std::string_view line;
     while (unit.readLine(kCardColumns, line) == ReadOutcome::Success) {
-        if (!mayBeCard(line)) continue;
-        const std::int32_t code = vorlancardtype(line);
+        const std::int32_t code = mayBeCard(line) ? vorlancardtype(line) : kUnknownFormat;
         if (code == kTagCard) tag = getinputfilename(line);
         if (code == kInputFileCard) readNestedFile(line, tag);
+        unit.passOverLinesWithout(kCardMarks);
     }
     unit.rewind();
     return ReadOnlyVorlans(unit, fileName, tag);

@@ -29,16 +29,6 @@ std::int32_t codeOf(std::string_view field, const CoordinateName (&names)[N]) no
 
 }  // namespace
 
-bool addoneeppoint(const Vorlanpoint& point, Vorlanrecord& record, const double* covariance) noexcept {
-    PointArray& points = record.points;
-    // Written so that a time that is not a number is dropped, too.
-    if (points.count() > 0 && !(points.back().time < point.time)) return false;
-    if (points.count() == 0) record.epoch = point.time;
-    Vorlanpoint& stored = points.append(point);
-    if (covariance != nullptr) std::copy_n(covariance, kCovarianceSize, stored.cov);
-    return true;
-}
-
 std::int32_t coord(std::string_view field) noexcept {
     return field.size() == 3 ? codeOf(field, kThreeLetters) : codeOf(field, kFiveLetters);
 }

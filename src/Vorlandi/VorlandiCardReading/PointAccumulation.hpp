@@ -8,10 +8,17 @@
 
 namespace vorlandi {
 
-// Appends a point, with 21 covariance values in place of its own if they are given. The first point sets the
-// record's epoch. A point that is not later than the last one is dropped: false, and nothing has changed.
-bool addoneeppoint(const Vorlanpoint& point, Vorlanrecord& record,
-                   const double* covariance = nullptr) noexcept;
+// Appends a point, with its covariance if one is given. The first point sets the record's epoch. A point that is not
+// later than the last one is dropped: false, and nothing has changed.
+inline bool addoneeppoint(const Vorlanstate& point, Vorlanrecord& record,
+                          const PointCovariance* covariance = nullptr) {
+    PointArray& points = record.points;
+    // Written so that a time that is not a number is dropped, too.
+    if (points.count() > 0 && !(points.back().time < point.time)) return false;
+    if (points.count() == 0) record.epoch = point.time;
+    points.append(point, covariance);
+    return true;
+}
 
 // Gives the spare space behind the points back.
 inline void trimvorlanempts(Vorlanrecord& record) { record.points.trim(); }

@@ -51,7 +51,7 @@ double valueOfVanishedSum(double dt) noexcept {
 }
 
 // What a node contributes to the state, in this order.
-void addState(const Vorlanpoint& node, const Weights<double>& weights, Vorlanpoint& sum) noexcept {
+void addState(const Vorlanstate& node, const Weights<double>& weights, Vorlanstate& sum) noexcept {
     for (int axis = 0; axis < 3; ++axis) {
         sum.pos[axis] += weights.positionValue * node.pos[axis];
         sum.pos[axis] += weights.positionDerivative * node.vel[axis];
@@ -60,22 +60,19 @@ void addState(const Vorlanpoint& node, const Weights<double>& weights, Vorlanpoi
     }
 }
 
-void addCovariance(const Vorlanpoint& node, double weight, Vorlanpoint& sum) noexcept {
+void addCovariance(const PointCovariance& node, double weight, PointCovariance& sum) noexcept {
     for (std::size_t k = 0; k < kCovarianceSize; ++k)
         sum.cov[k] += weight * node.cov[k];
 }
 
-// The auxiliary scalar of marked points: Lagrange over plain differences in days.
-double scalarAt(std::span<const Vorlanpoint> points, double t) noexcept {
-    constexpr std::ptrdiff_t kStride = sizeof(Vorlanpoint) / sizeof(double);
-    const std::size_t n = points.size();
-    return lagrange_val({&points[0].cov[0], n, kStride}, {&points[0].time, n, kStride}, t);
-}
+// How far the same number of the next element of an array is away.
+template <class Element>
+constexpr std::ptrdiff_t kStride = sizeof(Element) / sizeof(double);
 
-bool isMarked(const Vorlanpoint& firstNode) noexcept { return firstNode.cov[1] == kScalarMarker; }
+bool isMarked(const PointCovariance& firstNode) noexcept { return firstNode.cov[1] == kScalarMarker; }
 
 // Sets all of a state but its covariance to the beginning of the sums.
-void beginState(double t, Vorlanpoint& sum) noexcept {
+void beginState(double t, Vorlanstate& sum) noexcept {
     sum.time = t;
     std::fill_n(sum.pos, 3, 0.0);
     std::fill_n(sum.vel, 3, 0.0);
@@ -113,10 +110,10 @@ void sumReciprocals(const Lanes& dt, Lanes& sum) noexcept {
 
 }  // namespace
 
-HermiteWindow::HermiteWindow(const Vorlanpoint* points) noexcept
-    : points_(points), leap_(&leapTable().atUtc(points[0].time)) {
+HermiteWindow::HermiteWindow(const Vorlanstate* nodes, const PointCovariance* covariances) noexcept
+    : nodes_(nodes), covariances_(covariances), leap_(&leapTable().atUtc(nodes[0].time)) {
     for (std::size_t i = 0; i < kNodes; ++i) {
-        const SplitTai node = splitIn(*leap_, points[i].time);
+        const SplitTai node = splitIn(*leap_, nodes[i].time);
         days_[i] = node.days;
         seconds_[i] = node.seconds;
     }
@@ -133,7 +130,11 @@ void HermiteWindow::at(double t, Vorlanpoint& result, Covariance covariance) con
     for (std::size_t i = 0; i < kNodes; ++i) {
         dt[i] = minus(request, {days_[i], seconds_[i]});
         if (dt[i] == 0.0) {
-            result = points_[i];
+            static_cast<Vorlanstate&>(result) = nodes_[i];
+            if (covariance == Covariance::Wanted) {
+                static_cast<PointCovariance&>(result) =
+                    covariances_ != nullptr ? covariances_[i] : PointCovariance{};
+            }
             return;
         }
     }
@@ -152,28 +153,46 @@ void HermiteWindow::at(double t, Vorlanpoint& result, Covariance covariance) con
 
     beginState(t, result);
     for (int i = 0; i < 4; ++i) {
-        addState(points_[i],
+        addState(nodes_[i],
                  {weights.positionValue[i], weights.positionDerivative[i], weights.velocityValue[i],
                   weights.velocityDerivative[i], weights.lagrange[i]},
                  result);
     }
-    if (covariance == Covariance::NotWanted) return;
-    std::fill_n(result.cov, kCovarianceSize, 0.0);
-    if (isMarked(points_[0])) {
-        result.cov[0] = scalarAt({points_, kNodes}, t);
-    } else {
-        for (int i = 0; i < 4; ++i)
-            addCovariance(points_[i], weights.lagrange[i], result);
+    if (covariance == Covariance::Wanted) covarianceAt(t, weights.lagrange, result);
+}
+
+void HermiteWindow::covarianceAt(double t, const Lanes& weights, PointCovariance& result) const noexcept {
+    result = PointCovariance{};
+    if (covariances_ == nullptr) return;
+    if (isMarked(covariances_[0])) {
+        result.cov[0] = lagrange_val({&covariances_[0].cov[0], kNodes, kStride<PointCovariance>},
+                                     {&nodes_[0].time, kNodes, kStride<Vorlanstate>}, t);
+        return;
     }
+    for (int i = 0; i < 4; ++i)
+        addCovariance(covariances_[i], weights[i], result);
 }
 
 // ---- Windows of any size ----
+
+namespace {
+
+void hermiteOfFour(std::span<const Vorlanpoint> points, double t, Vorlanpoint& result,
+                   Covariance covariance) {
+    Vorlanstate nodes[HermiteWindow::kNodes];
+    PointCovariance covariances[HermiteWindow::kNodes];
+    std::copy(points.begin(), points.end(), nodes);
+    std::copy(points.begin(), points.end(), covariances);
+    HermiteWindow(nodes, covariances).at(t, result, covariance);
+}
+
+}  // namespace
 
 void hermitevorlan(std::span<const Vorlanpoint> points, double t, Vorlanpoint& result,
                    Covariance covariance) {
     const std::size_t n = points.size();
     result = Vorlanpoint{};
-    if (n == HermiteWindow::kNodes) return HermiteWindow(points.data()).at(t, result, covariance);
+    if (n == HermiteWindow::kNodes) return hermiteOfFour(points, t, result, covariance);
     std::vector<SplitTai> times;
     std::vector<double> dt;
     double product = 1.0;
@@ -204,7 +223,10 @@ void hermitevorlan(std::span<const Vorlanpoint> points, double t, Vorlanpoint& r
         addState(points[i], weights, result);
         if (wanted && !isMarked(points[0])) addCovariance(points[i], weights.lagrange, result);
     }
-    if (wanted && isMarked(points[0])) result.cov[0] = scalarAt(points, t);
+    if (wanted && isMarked(points[0])) {
+        constexpr std::ptrdiff_t kWhole = kStride<Vorlanpoint>;
+        result.cov[0] = lagrange_val({&points[0].cov[0], n, kWhole}, {&points[0].time, n, kWhole}, t);
+    }
 }
 
 double lagrange_val(StridedDoubles y, StridedDoubles x, double t) noexcept {

@@ -40,18 +40,22 @@ void hermitevorlan(std::span<const Vorlanpoint> points, double t, Vorlanpoint& r
 using Lanes = double __attribute__((vector_size(32)));
 
 // The usual window: four nodes, and what the formulas need of them alone, worked out once for all requests between
-// them. The points must stay where they are.
+// them. The nodes must stay where they are.
 class HermiteWindow {
 public:
     static constexpr std::size_t kNodes = 4;
 
-    explicit HermiteWindow(const Vorlanpoint* points) noexcept;
+    // Four states and their covariances, null where none has one.
+    HermiteWindow(const Vorlanstate* nodes, const PointCovariance* covariances) noexcept;
 
     // As hermitevorlan, but where no covariance is wanted that of the result stays as it is.
     void at(double t, Vorlanpoint& result, Covariance covariance) const noexcept;
 
 private:
-    const Vorlanpoint* points_;
+    void covarianceAt(double t, const Lanes& weights, PointCovariance& result) const noexcept;
+
+    const Vorlanstate* nodes_;
+    const PointCovariance* covariances_;
     const LeapStep* leap_;                   // in force at the first node, and mostly at all
     double days_[kNodes], seconds_[kNodes];  // split TAI times of the nodes
     Lanes denominator_;                      // products of the differences to the other nodes, s

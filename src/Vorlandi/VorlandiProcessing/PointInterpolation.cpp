@@ -30,7 +30,7 @@ std::int32_t lastProbed(std::int32_t n, std::int32_t lo) noexcept {
     return mid;
 }
 
-std::string gapMessage(const Vorlanpoint& first, const Vorlanpoint& last) {
+std::string gapMessage(const Vorlanstate& first, const Vorlanstate& last) {
     const auto from = ds50todate15(first.time);
     const auto to = ds50todate15(last.time);
     return std::string("InterpolateEP: Data points too far apart due to spacing or data gap. (")
@@ -76,27 +76,26 @@ std::int32_t PointInterpolator::lastEarlier(double t) const noexcept {
     return lo;
 }
 
-// The first of the points first to last that stands at t, or null.
-const Vorlanpoint* PointInterpolator::pointAt(std::int32_t first, std::int32_t last,
-                                              double t) const noexcept {
+// The first of the points first to last that stands at t, 0 if none does.
+std::int32_t PointInterpolator::coincident(std::int32_t first, std::int32_t last, double t) const noexcept {
     for (std::int32_t i = first; i <= last; ++i) {
-        if (std::abs(t - time(i)) < kCoincidence_days) return &point(i);
+        if (std::abs(t - time(i)) < kCoincidence_days) return i;
     }
-    return nullptr;
+    return 0;
 }
 
 // The revolution number of an interpolated point. Which of the two points around it is the reference only matters near
 // a crossing of the equator, or where their numbers differ.
-std::int32_t PointInterpolator::revolutionOf(const Vorlanpoint& interpolated) const noexcept {
+std::int32_t PointInterpolator::revolutionOf(const Vorlanstate& interpolated) const noexcept {
     const std::int32_t n = points_.count();
     if (lo_ >= 1 && lo_ < n) {
-        const Vorlanpoint& before = point(lo_);
-        const Vorlanpoint& after = point(lo_ + 1);
+        const Vorlanstate& before = state(lo_);
+        const Vorlanstate& after = state(lo_ + 1);
         const bool crossing =
             interpolated.pos[2] * before.pos[2] < 0.0 || interpolated.pos[2] * after.pos[2] < 0.0;
         if (!crossing && before.rev == after.rev) return before.rev % kRevolutionModulus;
     }
-    const Vorlanpoint& reference = point(lastProbed(n, lo_));
+    const Vorlanstate& reference = state(lastProbed(n, lo_));
     return updaterev(interpolated, reference, reference.rev);
 }
 
@@ -106,15 +105,16 @@ std::int32_t PointInterpolator::interpolate(double t, Vorlanpoint& result, std::
     const std::int32_t last = std::min(std::max(lo - 1, 1) + kWindow - 1, points_.count());
     const std::int32_t first = last - (kWindow - 1);
     lo_ = lo;
-    if (const Vorlanpoint* const stored = pointAt(first, last, t)) {
-        result = *stored;
+    if (const std::int32_t stored = coincident(first, last, t); stored != 0) {
+        result = points_[stored - 1];
         return kFound;
     }
     if (first != first_) {
         if ((time(last) - time(first)) / 3.0 > kLargestMeanSpacing_days) {
-            return notFound(gapMessage(point(first), point(last)), result, message);
+            return notFound(gapMessage(state(first), state(last)), result, message);
         }
-        window_.emplace(&point(first));
+        const PointCovariance* const covariances = points_.covariances();
+        window_.emplace(&state(first), covariances == nullptr ? nullptr : covariances + (first - 1));
         first_ = first;
     }
     window_->at(t, result, covariance);
@@ -127,7 +127,7 @@ std::int32_t PointInterpolator::at(double ds50TAI, Vorlanpoint& result, std::str
     const double t = tai2utc(ds50TAI);
     const std::int32_t n = points_.count();
     if (n == 1) {
-        result = point(1);
+        result = points_[0];
         return kFound;
     }
     if (n < 1) return notFound("InterpolateEP: Buffer not initialized.", result, message);
@@ -135,8 +135,8 @@ std::int32_t PointInterpolator::at(double ds50TAI, Vorlanpoint& result, std::str
         return notFound("InterpolateEP: Request time out of ephemeris range.", result, message);
     }
     if (n >= kWindow) return interpolate(t, result, message, covariance);
-    if (const Vorlanpoint* const stored = pointAt(1, n, t)) {
-        result = *stored;
+    if (const std::int32_t stored = coincident(1, n, t); stored != 0) {
+        result = points_[stored - 1];
         return kFound;
     }
     return notFound("InterpolateEP: Can not interpolate with less than 4 ephemeris data points", result,
@@ -149,7 +149,7 @@ std::int32_t InterpolateEP(const Vorlanrecord& record, double ds50TAI, Vorlanpoi
     return PointInterpolator(record).at(ds50TAI, point, message, covariance);
 }
 
-std::int32_t updaterev(const Vorlanpoint& a, const Vorlanpoint& b, std::int32_t rev) noexcept {
+std::int32_t updaterev(const Vorlanstate& a, const Vorlanstate& b, std::int32_t rev) noexcept {
     std::int64_t counted = rev;
     if (a.pos[2] * b.pos[2] < 0.0 && a.vel[2] > 0.0) counted += std::signbit(a.time - b.time) ? -1 : 1;
     return static_cast<std::int32_t>(counted % kRevolutionModulus);

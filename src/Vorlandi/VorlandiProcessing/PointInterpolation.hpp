@@ -25,12 +25,12 @@ private:
     std::int32_t interpolate(double t, Vorlanpoint& point, std::string& message, Covariance covariance);
     std::int32_t lastEarlier(double t) const noexcept;
     bool isLastEarlier(std::int32_t lo, double t) const noexcept;
-    std::int32_t revolutionOf(const Vorlanpoint& point) const noexcept;
+    std::int32_t revolutionOf(const Vorlanstate& interpolated) const noexcept;
 
-    // A point and its time by the index from 1.
-    const Vorlanpoint& point(std::int32_t index) const noexcept { return points_[index - 1]; }
-    double time(std::int32_t index) const noexcept { return points_[index - 1].time; }
-    const Vorlanpoint* pointAt(std::int32_t first, std::int32_t last, double t) const noexcept;
+    // A state and its time by the index from 1.
+    const Vorlanstate& state(std::int32_t index) const noexcept { return points_.state(index - 1); }
+    double time(std::int32_t index) const noexcept { return state(index).time; }
+    std::int32_t coincident(std::int32_t first, std::int32_t last, double t) const noexcept;
 
     const PointArray& points_;
     std::int32_t lo_ = -1;    // last point earlier than the last request that had a window
@@ -44,6 +44,6 @@ std::int32_t InterpolateEP(const Vorlanrecord& record, double ds50TAI, Vorlanpoi
 
 // The revolution number of point a, when point b has the number rev: one more if the orbit crosses the equator
 // northward from b to a, one less if from a to b. Wraps at 100000 and keeps the sign.
-std::int32_t updaterev(const Vorlanpoint& a, const Vorlanpoint& b, std::int32_t rev) noexcept;
+std::int32_t updaterev(const Vorlanstate& a, const Vorlanstate& b, std::int32_t rev) noexcept;
 
 }  // namespace vorlandi

@@ -29,15 +29,18 @@ constexpr std::size_t kTimeAt = 16;
 constexpr std::size_t kPositionAt = 24;  // km
 constexpr std::size_t kVelocityAt = 48;  // km/s
 
-template <class Unsigned>
-Unsigned bigEndian(const char* bytes) noexcept {
-    Unsigned value = 0;
-    for (std::size_t k = 0; k < sizeof value; ++k)
-        value = static_cast<Unsigned>(value << 8 | static_cast<unsigned char>(bytes[k]));
-    return value;
+// Numbers of 4 and 8 bytes, the most significant first.
+std::uint32_t countAt(const char* bytes) noexcept {
+    std::uint32_t value = 0;
+    std::memcpy(&value, bytes, sizeof value);
+    return std::endian::native == std::endian::little ? __builtin_bswap32(value) : value;
 }
-
-double realAt(const char* bytes) noexcept { return std::bit_cast<double>(bigEndian<std::uint64_t>(bytes)); }
+double realAt(const char* bytes) noexcept {
+    std::uint64_t value = 0;
+    std::memcpy(&value, bytes, sizeof value);
+    return std::bit_cast<double>(std::endian::native == std::endian::little ? __builtin_bswap64(value)
+                                                                            : value);
+}
 
 void realsAt(const char* bytes, std::span<double> values) noexcept {
     for (double& value : values) {
@@ -56,15 +59,24 @@ public:
     // record would begin; Error if it ends elsewhere, if the record is shorter, if its two counts differ.
     ReadOutcome next(std::span<char> payload) {
         if (!require(kCountSize)) return left_ == 0 && !failed_ ? ReadOutcome::EndOfData : ReadOutcome::Error;
-        const auto size = bigEndian<std::uint32_t>(take(kCountSize));
+        const auto size = countAt(take(kCountSize));
         if (size < payload.size() || !require(payload.size())) return ReadOutcome::Error;
         std::memcpy(payload.data(), take(payload.size()), payload.size());
         if (!passOver(size - payload.size()) || !require(kCountSize)) return ReadOutcome::Error;
-        return bigEndian<std::uint32_t>(take(kCountSize)) == size ? ReadOutcome::Success : ReadOutcome::Error;
+        return countAt(take(kCountSize)) == size ? ReadOutcome::Success : ReadOutcome::Error;
+    }
+
+    // The payload of the next record if it has exactly this size and is sound, else null: `next` then says what it is.
+    // It stays valid until the next record is taken.
+    const char* nextOfSize(std::size_t size) {
+        const std::size_t framed = size + 2 * kCountSize;
+        if (left_ < framed && !require(framed)) return nullptr;
+        if (countAt(next_) != size || countAt(next_ + kCountSize + size) != size) return nullptr;
+        return take(framed) + kCountSize;
     }
 
 private:
-    static constexpr std::size_t kBufferSize = 262144;
+    static constexpr std::size_t kBufferSize = 65536;
     static constexpr std::size_t kCountSize = 4;
 
     // Sees to it that `size` bytes, far fewer than the buffer holds, are left in it.
@@ -73,7 +85,7 @@ private:
             std::memmove(buffer_.get(), next_, left_);
             next_ = buffer_.get();
             const std::int64_t count = source_.read(buffer_.get() + left_, kBufferSize - left_);
-            failed_ = count < 0;
+            failed_ = failed_ || count < 0;
             if (count <= 0) return false;
             left_ += static_cast<std::size_t>(count);
         }
@@ -114,16 +126,16 @@ bool readHeader(FramedRecords& records, Vorlanrecord& record) {
     const ReadOutcome outcome = records.next(satNum);
     if (outcome == ReadOutcome::Error) return false;
     if (outcome == ReadOutcome::Success) {
-        record.satNum = std::bit_cast<std::int32_t>(bigEndian<std::uint32_t>(satNum.data()));
+        record.satNum = std::bit_cast<std::int32_t>(countAt(satNum.data()));
     }
     return records.next(description) != ReadOutcome::Error;
 }
 
-Vorlanpoint pointOf(const std::array<char, kPointSize>& payload) noexcept {
-    Vorlanpoint point;
-    point.time = realAt(payload.data() + kTimeAt) + kDayZeroOf1970;
-    realsAt(payload.data() + kPositionAt, point.pos);
-    realsAt(payload.data() + kVelocityAt, point.vel);
+Vorlanstate pointOf(const char* payload) noexcept {
+    Vorlanstate point;
+    point.time = realAt(payload + kTimeAt) + kDayZeroOf1970;
+    realsAt(payload + kPositionAt, point.pos);
+    realsAt(payload + kVelocityAt, point.vel);
     return point;
 }
 
@@ -136,10 +148,14 @@ std::int32_t ReadDCEBinary(ByteSource* source, Vorlanrecord& record, RecordPlace
     if (!readHeader(records, record)) return blockFailed(kName, kFileReadError);
     std::array<char, kPointSize> payload{};
     for (place.number = kHeaderRecords;; ++place.number) {
-        const ReadOutcome outcome = records.next(payload);
-        if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
-        if (outcome == ReadOutcome::EndOfData) return blockRead(record);
-        if (!addoneeppoint(pointOf(payload), record)) {
+        const char* bytes = records.nextOfSize(kPointSize);
+        if (bytes == nullptr) {
+            const ReadOutcome outcome = records.next(payload);
+            if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
+            if (outcome == ReadOutcome::EndOfData) return blockRead(record);
+            bytes = payload.data();
+        }
+        if (!addoneeppoint(pointOf(bytes), record)) {
             observeRead(VORLAN_READ_DROPPED, place.fileName, place.number + 1, "");
         }
     }

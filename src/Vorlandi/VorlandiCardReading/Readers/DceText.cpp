@@ -11,7 +11,7 @@ constexpr double kDayZeroOf1970 = clocka(0.0, 1970);  // Ds50UTC of day 0.0 of t
 
 // Two integers, a real, the time, the state (km, km/s), four reals. All must be numbers; time and state are
 // used.
-ReadOutcome readPoint(std::string_view line, Vorlanpoint& point) noexcept {
+ReadOutcome readPoint(std::string_view line, Vorlanstate& point) noexcept {
     FreeFormList list(line);
     std::int32_t integer = 0;
     for (int k = 0; k < 2; ++k) {
@@ -33,7 +33,7 @@ std::int32_t ReadDCEText(BlockInput& input, Vorlanrecord& record) {
     record.coordSys = kEci;
     for (;;) {
         std::string_view line;
-        Vorlanpoint point;
+        Vorlanstate point;
         ReadOutcome outcome = input.readLine(line);
         if (outcome == ReadOutcome::Success) outcome = readPoint(line, point);
         if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);

@@ -26,7 +26,7 @@ ReadOutcome readThree(std::string_view line, std::span<double> values) noexcept 
 
 void readPoint(const LineGroup& lines, bool velocities, const BlockInput& input, Vorlanrecord& record) {
     const std::string_view time = columns(lines[0], kTime.first, kTime.last);
-    Vorlanpoint point;
+    Vorlanstate point;
     point.time = date_in(time);
     if (!(point.time > 0.0)) return input.skipbadephempoint(kName, time);
     if (readThree(lines[0], point.pos) != ReadOutcome::Success) {

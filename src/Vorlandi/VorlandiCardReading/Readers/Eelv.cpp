@@ -35,7 +35,7 @@ bool readReferenceEpoch(std::string_view line, double& epoch) noexcept {
 void readPoint(std::string_view line, double referenceEpoch, const BlockInput& input, Vorlanrecord& record) {
     FreeFormList list(line);
     double seconds = 0.0;
-    Vorlanpoint point;
+    Vorlanstate point;
     if (list.next(seconds) != ReadOutcome::Success || readState(list, point) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, line);
     }

@@ -26,23 +26,22 @@ constexpr std::size_t kNumbersPerLine = kCovarianceSize / kCovarianceLines;
 void readPoint(const LineGroup& lines, std::size_t covarianceLines, const BlockInput& input,
                Vorlanrecord& record) {
     const std::string_view time = columns(lines[0], kTime.first, kTime.last);
-    Vorlanpoint point;
+    Vorlanstate point;
     point.time = date_in(time);
     if (!(point.time > 0.0)) return input.skipbadephempoint(kName, time);
     if (readColumns(lines[0], kPosition, point.pos) != ReadOutcome::Success ||
         readColumns(lines[0], kVelocity, point.vel) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, lines[0]);
     }
-    std::array<double, kCovarianceSize> covariance{};
+    if (covarianceLines == 0) return input.append(point, record);
+    PointCovariance covariance;
     for (std::size_t k = 0; k < covarianceLines; ++k) {
-        const auto values = std::span(covariance).subspan(k * kNumbersPerLine, kNumbersPerLine);
+        const auto values = std::span(covariance.cov).subspan(k * kNumbersPerLine, kNumbersPerLine);
         if (readFreeForm(lines[k + 1], values) != ReadOutcome::Success) {
             return input.skipbadephempoint(kName, lines[k + 1]);
         }
     }
-    const bool allZero =
-        std::all_of(covariance.begin(), covariance.end(), [](double value) { return value == 0.0; });
-    input.append(point, record, allZero ? nullptr : covariance.data());
+    input.append(point, record, hasCovariance(covariance) ? &covariance : nullptr);
 }
 
 }  // namespace

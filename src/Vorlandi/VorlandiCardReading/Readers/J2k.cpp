@@ -27,7 +27,7 @@ double timeOf(std::string_view line) {
 }
 
 void readPoint(std::string_view line, const BlockInput& input, Vorlanrecord& record) {
-    Vorlanpoint point;
+    Vorlanstate point;
     point.time = timeOf(line);
     if (!(point.time > 0.0)) {
         return input.skipbadephempoint(kName, columns(line, kReportedDate.first, kReportedDate.last));

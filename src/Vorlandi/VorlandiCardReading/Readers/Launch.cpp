@@ -10,7 +10,8 @@ constexpr std::string_view kName = "ReadLaunchFormat";
 constexpr int kHeaderLines = 16;
 constexpr double kKmPerMeter = 0.001;
 
-// Values taken one after the other, over as many lines as they need.
+// Values taken one after the other, over as many lines as they need. The first of these lines is the one at which they
+// stand.
 class ListOverLines {
 public:
     explicit ListOverLines(BlockInput& input) noexcept : input_(input) {}
@@ -28,28 +29,40 @@ public:
         return nextOverLines([&] { return list_.nextWord(word); });
     }
 
+    void standAtFirstLine() const noexcept {
+        if (firstNumber_ > 0) input_.standAt(firstLine_, firstNumber_);
+    }
+
 private:
     // EndOfData at the end of the file.
     template <class Take>
     ReadOutcome nextOverLines(Take take) {
         for (;;) {
             const ReadOutcome outcome = take();
+            begun_ = begun_ || outcome == ReadOutcome::Success;
             if (outcome != ReadOutcome::EndOfData) return outcome;
-            std::string_view line;
-            const ReadOutcome lineOutcome = input_.readLine(line);
+            // The next read takes the line away.
+            if (begun_ && firstNumber_ == 0) {
+                firstLine_ = line_;
+                firstNumber_ = input_.lineNumber();
+            }
+            const ReadOutcome lineOutcome = input_.readLine(line_);
             if (lineOutcome != ReadOutcome::Success) return lineOutcome;
-            list_ = FreeFormList(line);
+            list_ = FreeFormList(line_);
         }
     }
 
     BlockInput& input_;
     FreeFormList list_{{}};
+    std::string_view line_;
+    bool begun_ = false;
+    std::string firstLine_;  // kept once a further line is needed
+    std::int64_t firstNumber_ = 0;
 };
 
 // One data record: the time in seconds, three values not used, the state, five more and a label. What follows
 // on the line of the label is lost.
-ReadOutcome readRecord(BlockInput& input, double& seconds, Vorlanpoint& point) {
-    ListOverLines list(input);
+ReadOutcome readRecord(ListOverLines& list, double& seconds, Vorlanstate& point) {
     std::array<double, 4> timeAndUnused{};
     std::array<double, 5> unused{};
     for (const std::span<double> values : {std::span<double>(timeAndUnused), std::span<double>(point.pos),
@@ -77,12 +90,14 @@ std::int32_t ReadLaunchFormat(BlockInput& input, Vorlanrecord& record) {
     record.points.clear();
     for (;;) {
         double seconds = 0.0;
-        Vorlanpoint point;
-        const ReadOutcome outcome = readRecord(input, seconds, point);
+        Vorlanstate point;
+        ListOverLines list(input);
+        const ReadOutcome outcome = readRecord(list, seconds, point);
         if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
         if (outcome == ReadOutcome::EndOfData) return blockRead(record);
         point.time = referenceDay + seconds / kSecondsPerDay;
         scaleState(point, kKmPerMeter);
+        list.standAtFirstLine();
         input.append(point, record);
     }
 }

@@ -18,8 +18,6 @@ constexpr IntegerColumns kTime{1, 17};
 constexpr std::size_t kNumbersFrom = 19;
 constexpr std::size_t kReportedColumns = 128;  // of a bad line
 
-// Marks, in the second covariance value, a point whose first one is the line's seventh number.
-
 // False if the file ends before the points. A number that can't be read is left out.
 bool readHeader(BlockInput& input, Vorlanrecord& record) {
     std::string_view line;
@@ -33,14 +31,15 @@ bool readHeader(BlockInput& input, Vorlanrecord& record) {
 
 void readPoint(std::string_view line, const BlockInput& input, Vorlanrecord& record) {
     if (isComment(line) || isBlank(line)) return;
-    Vorlanpoint point;
+    Vorlanstate point;
+    PointCovariance scalar;  // the seventh number, in place of a covariance
     point.time = datestr2ds50(columns(line, kTime.first, kTime.last));
     FreeFormList list(columnsFrom(line, kNumbersFrom));
-    if (readState(list, point) != ReadOutcome::Success || list.next(point.cov[0]) != ReadOutcome::Success) {
+    if (readState(list, point) != ReadOutcome::Success || list.next(scalar.cov[0]) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, line.substr(0, kReportedColumns));
     }
-    point.cov[1] = kScalarMarker;
-    input.append(point, record);
+    scalar.cov[1] = kScalarMarker;
+    input.append(point, record, &scalar);
 }
 
 }  // namespace

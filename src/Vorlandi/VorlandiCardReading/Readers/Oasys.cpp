@@ -35,7 +35,7 @@ void useLine(std::string_view line, const BlockInput& input, Vorlanrecord& recor
         record.satNum = strtoint(columnsFrom(line, kSatNumFrom));
     }
     if (!beginsWithDate(line)) return;
-    Vorlanpoint point;
+    Vorlanstate point;
     point.time = dtg2ds50utc(columns(line, kTime.first, kTime.last));
     if (readState(columnsFrom(line, kNumbersFrom), point) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, line);

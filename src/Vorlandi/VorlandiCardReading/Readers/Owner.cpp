@@ -14,7 +14,7 @@ double timeOf(std::string_view line) noexcept { return date_in(columns(line, kTi
 
 void readPoint(std::string_view line, const BlockInput& input, Vorlanrecord& record) {
     if (isComment(line) || isBlank(line)) return;
-    Vorlanpoint point;
+    Vorlanstate point;
     point.time = timeOf(line);
     if (!(point.time > 0.0) || readState(columnsFrom(line, kNumbersFrom), point) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, line);

@@ -20,7 +20,7 @@ constexpr RealColumns kVector{1, 22, 0};  // F22.0
 
 void readPoint(const LineGroup& lines, const BlockInput& input, Vorlanrecord& record) {
     const std::string_view time = columns(lines[0], kTime.first, kTime.last);
-    Vorlanpoint point;
+    Vorlanstate point;
     point.time = date_in(time);
     if (!(point.time > 0.0)) return input.skipbadephempoint(kName, time);
     std::int32_t unused = 0;

@@ -101,8 +101,8 @@ Header readHeader(BlockInput& input) {
 }
 
 // A point of the time offset, position and velocity on a data line.
-Vorlanpoint pointOf(const std::array<double, 7>& numbers, const Header& header) noexcept {
-    Vorlanpoint point;
+Vorlanstate pointOf(const std::array<double, 7>& numbers, const Header& header) noexcept {
+    Vorlanstate point;
     point.time = header.epoch + numbers[0] / kSecondsPerDay;
     std::copy_n(numbers.begin() + 1, 3, point.pos);
     std::copy_n(numbers.begin() + 4, 3, point.vel);

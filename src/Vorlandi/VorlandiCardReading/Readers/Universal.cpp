@@ -29,8 +29,8 @@ std::string_view textIn(std::string_view line, IntegerColumns where) noexcept {
 struct State {
     std::array<double, 6> values{};
 
-    Vorlanpoint at(double time) const noexcept {
-        Vorlanpoint point;
+    Vorlanstate at(double time) const noexcept {
+        Vorlanstate point;
         point.time = time;
         std::copy_n(values.begin(), 3, point.pos);
         std::copy_n(values.begin() + 3, 3, point.vel);

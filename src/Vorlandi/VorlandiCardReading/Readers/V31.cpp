@@ -39,7 +39,7 @@ bool readCoordinates(std::string_view line, Vorlanrecord& record) noexcept {
 void readPoint(std::string_view line, const BlockInput& input, Vorlanrecord& record) {
     if (isComment(line) || isBlank(line)) return;
     const std::string_view time = columns(line, kTime.first, kTime.last);
-    Vorlanpoint point;
+    Vorlanstate point;
     point.time = date_in(time);
     if (!(point.time > 0.0)) return input.skipbadephempoint(kNameOfBadTime, time);
     if (readColumns(line, kPosition, point.pos) != ReadOutcome::Success ||

@@ -20,7 +20,7 @@ constexpr RealColumns kVelocity{18, 33, 9};  // F16.9, km/s
 
 void readPoint(const LineGroup& lines, const BlockInput& input, Vorlanrecord& record) {
     const std::string_view time = columns(lines[1], kTime.first, kTime.last);
-    Vorlanpoint point;
+    Vorlanstate point;
     point.time = date_in(time);
     if (!(point.time > 0.0)) return input.skipbadephempoint(kName, time);
     if (readColumns(lines[0], kPosition, point.pos) != ReadOutcome::Success) {
