@@ -1,5 +1,5 @@
-// The example files of every format hold one orbit: the states that the library answers from each, against the
-// integrated ones.
+// The example files of every format hold one orbit, the same numbers under whatever frame a format stands for: the
+// states that the library answers from each, against the integrated ones.
 #include <cmath>
 #include <ctime>
 #include <sstream>
