@@ -20,7 +20,7 @@ passed over.
 Examples:
   vorlandi info 81001_stk.e
   vorlandi info --verbose fleet.card
-  vorlandi info --format json *.e | jq '.[].satellite')";
+  vorlandi info --format json *.e | jq '.satellites[].satellite')";
 
 struct InfoOptions {
     std::vector<std::string> files;
@@ -71,7 +71,8 @@ std::string jsonTime(const Satellite& satellite, double ds50_utc) {
 }
 
 void printJson(const std::vector<Row>& rows, Output& output) {
-    const char* separator = "[\n";
+    const char* separator = "\n";
+    output.write("{\"satellites\":[");
     for (const auto& [satellite, format] : rows) {
         const auto spacing = satellite.meanSpacing_s();
         output.print(
@@ -83,7 +84,7 @@ void printJson(const std::vector<Row>& rows, Output& output) {
             jsonText(satellite.file), jsonText(satellite.tag));
         separator = ",\n";
     }
-    output.write(rows.empty() ? "[]\n" : "\n]\n");
+    output.write("\n]}\n");
 }
 
 ExitStatus runInfo(const InfoOptions& options, Console& console) {

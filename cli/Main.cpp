@@ -72,8 +72,10 @@ ExitStatus report(const CLI::ParseError& error, const CLI::App& application, Con
 ExitStatus parseAndRun(int argc, const char* const* argv, Session& session) {
     CLI::App application("Satellite states from ephemeris files.");
     addCommands(application, session);
+    const bool helpAsked = argc == 2 && std::string_view(argv[1]) == "help";  // as many programs take it
+    const char* const help[] = {"vorlandi", "--help"};
     try {
-        application.parse(argc, argv);
+        application.parse(argc, helpAsked ? help : argv);
     } catch (const CLI::ParseError& error) {
         return report(error, application, session.console);
     }

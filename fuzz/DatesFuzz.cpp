@@ -55,8 +55,6 @@ void checkText(std::string_view text) {
 }  // namespace
 }  // namespace vorlandi::fuzzing
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) { return 0; }
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace vorlandi::fuzzing;
     checkText(textOf(data, size));

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
+#include "CoreServices/LocalDate.hpp"
 #include "CoreServices/TraceLog.hpp"
 #include "Vorlandi/VorlandiCardReading/BlockInput.hpp"
 #include "Vorlandi/VorlandiTree.hpp"
@@ -104,6 +106,8 @@ void takeStore(Outcome& outcome, std::size_t inputSize) {
         const Vorlanrecord record = FindRec(key, message);
         require(message.empty(), "a listed key finds its record");
         requireSoundRecord(record, inputSize);
+        require(record.numberOfPoints() > 0, "a stored record has points");
+        require(record.epoch == record.points.front().time, "the first point's time is the epoch");
         outcome.records.push_back(bytesOf(record));
     }
     vorlanemptytree();
@@ -111,3 +115,9 @@ void takeStore(Outcome& outcome, std::size_t inputSize) {
 }
 
 }  // namespace vorlandi::fuzzing
+
+// Called by libFuzzer before anything else. Launch trajectories are counted from the day of reading.
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    vorlandi::setClock([] { return std::time_t{1'769'817'600}; });
+    return 0;
+}

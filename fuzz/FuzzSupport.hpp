@@ -66,8 +66,22 @@ std::string bytesOf(const Vorlanrecord& record);
 // Moves what the store holds into an outcome, and empties the store.
 void takeStore(Outcome& outcome, std::size_t inputSize);
 
+// What `read`, a function of a source and an outcome, makes of the bytes; in pieces it must make the same of them.
+template <class Read>
+Outcome readTwice(std::string_view bytes, Read read) {
+    const auto once = [&](std::unique_ptr<ByteSource> source) {
+        const Messages messages;
+        Outcome outcome;
+        read(std::move(source), outcome);
+        outcome.messages = messages.all();
+        return outcome;
+    };
+    Outcome whole = once(memorySource(bytes));
+    require(whole == once(piecewiseSource(bytes)), "read again in pieces, the same");
+    return whole;
+}
+
 }  // namespace vorlandi::fuzzing
 
-// The entry points of libFuzzer.
+// The entry point of libFuzzer.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);

@@ -1,36 +1,77 @@
-// An ephemeris pass over any bytes, as the text file fuzz.txt: detection, the readers behind it, the store.
-#include "CoreServices/LocalDate.hpp"
+// Both passes over any bytes, as the text file fuzz.txt: cards, detection, the readers behind it, the store. Cards name
+// files: they are read from a folder of this target's own, and an input with a card that leads elsewhere is passed over.
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
 #include "FuzzSupport.hpp"
+#include "Vorlandi/VorlandiCardReading/FormatDetection.hpp"
 #include "Vorlandi/VorlandiCardReading/InputScanning.hpp"
 
 namespace vorlandi::fuzzing {
 namespace {
 
-Outcome pass(std::unique_ptr<ByteSource> source, std::size_t inputSize) {
-    const Messages messages;
-    InputUnit unit(std::move(source));
-    InputTag tag(std::string_view("the first record's tag"));
-    Outcome outcome;
-    outcome.status = ReadOnlyVorlans(unit, "fuzz.txt", tag);
-    takeStore(outcome, inputSize);
-    outcome.messages = messages.all();
-    return outcome;
+// The files that cards can name.
+struct NestedFile {
+    const char* name;
+    const char* text;
+};
+constexpr NestedFile kNestedFiles[] = {
+    {"a", "81001\n1 1 0 20485.0 7000 0 0 0 7.5 0 0 0 0 0\n1 1 0 20485.1 0 7000 0 -7.5 0 0 0 0 0 0\n"},
+    {"b",
+     "#VORLANDI = inner\n26031000000.000  1.0 2.0 3.0 4.0 5.0 6.0\n26031000001.000  1. 2. 3. 4. 5. 6.\n"},
+    {"c", "EPHFIL = a\nVORLAN = c\n"},
+    {"d.dce", ""},
+};
+constexpr std::size_t kNestedSize = 128;  // of the longest
+
+// A folder with these files, which goes away with the process.
+class NestedFolder {
+public:
+    NestedFolder() {
+        std::string name = (std::filesystem::temp_directory_path() / "vorlandi-fuzz-XXXXXX").string();
+        require(mkdtemp(name.data()) != nullptr, "there is a temporary folder");
+        folder_ = name;
+        for (const NestedFile& nested : kNestedFiles)
+            require((std::ofstream(folder_ / nested.name) << nested.text).good(),
+                    "the nested files can be written");
+    }
+    ~NestedFolder() { std::filesystem::remove_all(folder_); }
+    NestedFolder(const NestedFolder&) = delete;
+    NestedFolder& operator=(const NestedFolder&) = delete;
+
+    const std::filesystem::path& path() const noexcept { return folder_; }
+
+private:
+    std::filesystem::path folder_;
+};
+
+// No card leads out of the folder.
+bool isHarmless(std::string_view text) {
+    InputUnit unit(memorySource(text));
+    std::string_view line;
+    while (unit.readLine(kCardColumns, line) == ReadOutcome::Success) {
+        if (vorlancardtype(line) == kInputFileCard && line.find_first_of("/\\") != line.npos) return false;
+    }
+    return true;
 }
 
 }  // namespace
 }  // namespace vorlandi::fuzzing
 
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    // Launch trajectories are counted from the day of reading.
-    vorlandi::setClock([] { return std::time_t{1'769'817'600}; });
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace vorlandi::fuzzing;
+    static const NestedFolder nested;
+    static const std::filesystem::path outside = std::filesystem::current_path();
     const std::string_view text = textOf(data, size);
-    const Outcome whole = pass(vorlandi::memorySource(text), size);
-    require(whole.status == 0 || whole.status == 2, "the status is 0 or 2");
-    require(whole == pass(piecewiseSource(text), size), "read again in pieces, the same is stored");
+    if (!isHarmless(text)) return -1;
+    std::filesystem::current_path(nested.path());
+    const Outcome outcome = readTwice(text, [=](auto source, Outcome& made) {
+        vorlandi::InputUnit unit(std::move(source));
+        made.status = readvorlansfrfileunit(unit, "fuzz.txt");
+        takeStore(made, size + kNestedSize);
+    });
+    std::filesystem::current_path(outside);
+    require(outcome.status == 0 || outcome.status == 2, "the status is 0 or 2");
     return 0;
 }

@@ -37,7 +37,10 @@ split_lines() {
 seeds_of() {
     case "$1" in
         reader_*) for example in "$examples"/81001_"${1#reader_}"[._]*; do cut_example "$example" "$2"; done ;;
-        scanner) for example in "$examples"/81001_*.{txt,e}; do cut_example "$example" "$2"; done ;;
+        scanner)
+            for example in "$examples"/81001_*.{txt,e}; do cut_example "$example" "$2"; done
+            split_lines "$root/fuzz/seeds/scanner.txt" "$2"
+            ;;
         dce_binary) head -c 2000 "$examples/81001.dce" >"$2/81001.dce" ;;
         *) split_lines "$root/fuzz/seeds/$1.txt" "$2" ;;
     esac
@@ -45,7 +48,7 @@ seeds_of() {
 
 dictionary_of() {
     case "$1" in
-        reader_* | scanner | cards) echo "$root/fuzz/dictionaries/ephemeris.dict" ;;
+        reader_* | scanner) echo "$root/fuzz/dictionaries/ephemeris.dict" ;;
         dates) echo "$root/fuzz/dictionaries/dates.dict" ;;
         numbers) echo "$root/fuzz/dictionaries/numbers.dict" ;;
     esac
@@ -54,7 +57,6 @@ dictionary_of() {
 longest_of() {
     case "$1" in
         dates | numbers) echo 80 ;;
-        lines) echo 600 ;;
         *) echo 4096 ;;
     esac
 }

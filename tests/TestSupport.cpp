@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdlib>
@@ -88,6 +89,33 @@ Loaded load(std::string_view text, std::string_view fileName) {
     loaded.infos = log.infos();
     resetStore();
     return loaded;
+}
+
+namespace {
+
+struct SlowSource : ByteSource {
+    std::int64_t read(char* to, std::size_t capacity) override {
+        if (at >= failAt) return -1;
+        const std::size_t count = bytes.copy(to, std::min({capacity, piece, failAt - at}), at);
+        at += count;
+        return static_cast<std::int64_t>(count);
+    }
+    bool rewind() override {
+        at = 0;
+        return true;
+    }
+    std::string bytes;
+    std::size_t piece = 0, failAt = 0, at = 0;
+};
+
+}  // namespace
+
+InputUnit slowUnit(std::string bytes, std::size_t piece, std::size_t failAt) {
+    auto source = std::make_unique<SlowSource>();
+    source->bytes = std::move(bytes);
+    source->piece = piece;
+    source->failAt = failAt;
+    return InputUnit(std::move(source));
 }
 
 std::uint64_t testSeed() {

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "CoreServices/InputUnits.hpp"
 #include "Vorlandi/VorlandiTypes.hpp"
 
 namespace vorlandi::testing {
@@ -76,6 +77,9 @@ struct Loaded {
 
 // Reads a text as the file `fileName` in one ephemeris pass, into an empty store that is emptied again.
 Loaded load(std::string_view text, std::string_view fileName = "test.txt");
+
+// A unit whose bytes arrive in pieces of at most `piece`, and fail after `failAt`.
+InputUnit slowUnit(std::string bytes, std::size_t piece, std::size_t failAt = SIZE_MAX);
 
 // The seed of a random test: VORLANDI_TEST_SEED, or a fixed one.
 std::uint64_t testSeed();

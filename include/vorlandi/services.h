@@ -68,8 +68,12 @@ void VorlanTraceLastError(char message[512]);
  * Chooses between one key mode for all element types and a mode for each.
  *
  *   use   in  non-zero: the mode given here holds; 0: the mode of VorlanSetElsetKeyMode holds
- *   mode  in  0 ordinary keys, made from satellite number and epoch; 1 DMA keys, which name an object in
- *             memory
+ *   mode  in  0 ordinary keys, made from satellite number and epoch; 1 DMA keys
+ *
+ * A DMA key (direct memory access) is ten times the address of an object that holds the satellite: a query finds it
+ * there without a search and without the store's guard, so that the satellite must not be removed while another thread
+ * queries it. Such a key means nothing in another process or after the satellite is removed. Equal satellites are not
+ * refused in this mode: each gets a key of its own.
  *
  * Satellites that are already stored keep their keys.
  */
@@ -111,7 +115,8 @@ typedef void (*VorlanReadObserver)(int32_t event, const char* fileName, int32_t 
                                    const char* text, int32_t textLen, void* userData);
 
 /*
- * Sets the read observer of the calling thread; NULL takes it away.
+ * Sets the read observer of the calling thread; NULL takes it away. Read errors and problems that end a whole block
+ * are no events: the trace log alone has them.
  *
  *   observer  in  called for each event while this thread loads files
  *   userData  in  handed to the observer as it is

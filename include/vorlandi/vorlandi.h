@@ -5,13 +5,19 @@
  * stored point of a satellite. Positions are km, velocities km/s, both in the coordinate system of the
  * ephemeris; nothing is converted between frames. A satellite is named by its satKey, a 64-bit integer.
  *
+ * Coordinate systems are names kept with a satellite, by their codes: 1 ECI, earth-centred inertial, true equator and
+ * mean equinox of date; 2 J2K, earth-centred inertial, mean equator and equinox of J2000; 3 EFG and 4 ECR,
+ * earth-centred and turning with the earth, with axes through the Greenwich meridian and the pole. No query looks at
+ * them. docs/formats.md lists the further codes that files can bring.
+ *
  * Texts are fixed-length, blank-padded character arrays without terminator. Of a text that comes in at most
  * its length is read and a NUL ends it early, so that a string literal may be passed; a null pointer counts
  * as blanks. A text that goes out fills its whole length. A null output is skipped. A null input array gives
  * status 2.
  *
- * Status: 0 success, 2 failure, or the errno of a failed open. Why something failed stands in the trace log
- * (see vorlandi/services.h). A function that fails leaves zeros, or blanks, in its outputs.
+ * Status: 0 success, 2 failure, or the errno of a failed open, of which ENOENT is 2 as well. Why something failed
+ * stands in the trace log (see vorlandi/services.h); a failed open is not logged. A function that fails leaves zeros,
+ * or blanks, in its outputs.
  *
  * Threads: every function may be called from any thread. Queries run together without limit; adding and
  * removing satellites waits for the queries in progress. Points and fields of one satellite must not be
@@ -45,10 +51,12 @@ void VorlanGetInfo(char infoStr[128]);
  * Adds a satellite without points.
  *
  *   satNum        in  satellite number, 0 to 999999999
- *   combinedCode  in  last digit: coordinate system, 1 ECI, 2 J2K, 3 EFG, 4 ECR; the tens are kept beside it
+ *   combinedCode  in  last digit: coordinate system, 1 ECI, 2 J2K, 3 EFG, 4 ECR. The rest, in tens, is the
+ *                     caller's own: 21 is ECI with 20 kept beside it, which no function gives back or uses
  *   epochDs50UTC  in  epoch, days since 1950, UTC: from 0.0 to the end of 2199. The first point replaces it.
  *   earthRadius   in  earth radius of the ephemeris, km
- *   ke            in  gravitational constant in earth radii and minutes
+ *   ke            in  gravitational constant in earth radii and minutes; both are only kept, as the fields 3 and
+ *                     4, and no query uses them
  *
  * Returns the key; 0 if an equal satellite (number, coordinate system and epoch) is refused as a duplicate;
  * -1 on failure. A different satellite of the same number and epoch gets the next free key.
@@ -311,8 +319,9 @@ int32_t VorlanGetAllFields(int64_t satKey, int32_t* satNum, char text8[8], char 
  *   fileName  in  [512] leading blanks don't count
  *
  * Returns 0, also when nothing in the file was recognised; 2 if reading failed, and what was stored before
- * stays; the errno if the file can't be opened. A file named by a card that can't be opened, or is no regular file,
- * is passed over; a satellite with a number or an epoch outside the range of keys is not stored and not reported.
+ * stays; the errno if the file can't be opened. A file that doesn't exist gives 2, too, the number of ENOENT: reading
+ * that failed has logged an error, a failed open none. A file named by a card that can't be opened, or is no regular
+ * file, is passed over; a satellite with a number or an epoch outside the range of keys is not stored and not reported.
  * Messages: "VorlanLoadFile: Reading VORLANs from file ...", "Total ephemeris points = ...", bad lines in
  * pairs "*** Read... : Bad ephemeris data. ***" and the line, and what ended a load, "*** Read...: ... ***".
  * Threads: several threads may load files at once; nothing is locked while a file is read.

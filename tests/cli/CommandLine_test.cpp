@@ -98,10 +98,10 @@ TEST_F(CommandLine, InfoDescribesEverySatelliteInTheOrderOfLoading) {
     fs::rename(file("81002.itc"), file("\"\\\t\xFF\xE2\x82\xAC.itc"));
     EXPECT_EQ(std::regex_replace(run("info --format json *.itc").output, std::regex("\"key\":\"[0-9]+\""),
                                  "\"key\":K"),
-              "[\n{\"satellite\":81002,\"key\":K,\"frame\":\"ECI\",\"points\":2,"
+              "{\"satellites\":[\n{\"satellite\":81002,\"key\":K,\"frame\":\"ECI\",\"points\":2,"
               "\"first_utc\":\"2026-01-31T00:00:00.000000\",\"last_utc\":\"2026-01-31T00:22:30.000000\","
               "\"mean_spacing_s\":1350,\"covariance\":true,\"format\":\"ITC\","
-              "\"file\":\"\\\"\\\\\\u0009\xEF\xBF\xBD\xE2\x82\xAC.itc\",\"tag\":\"\"}\n]\n");
+              "\"file\":\"\\\"\\\\\\u0009\xEF\xBF\xBD\xE2\x82\xAC.itc\",\"tag\":\"\"}\n]}\n");
 }
 
 TEST_F(CommandLine, FormatsListsThoseOfTheExamples) {
@@ -270,6 +270,7 @@ TEST_F(CommandLine, InformationComesOnlyWhenAskedForAndColourOnlyOnATerminal) {
     EXPECT_EQ(onTerminal("81001.e"), "") << "a single file needs no progress";
     for (const char* const command : {"", "info", "states", "save", "formats"})
         EXPECT_THAT(run(std::string(command) + " --help").output, HasSubstr("Examples:\n  vorlandi "));
+    EXPECT_EQ(run("help").output, run("--help").output);
     EXPECT_TRUE(run("--version").output.starts_with("Vorlandi "));
 }
 

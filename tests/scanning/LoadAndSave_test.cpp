@@ -85,6 +85,10 @@ TEST_F(LoadAndSave, FollowsCardsOneLevelDeepAndThenReadsTheCardFileItself) {
     VorlanRemoveAllSats();
     EXPECT_GT(add("b", card(first) + "#VORLANDI = tag\n" + universal(2)), 0);
     EXPECT_THAT(stored(), ElementsAre("2|tag|b|2")) << "a single file is read without its cards";
+    log.clear();
+    EXPECT_EQ(load("loop", card(folder.path("loop")) + "5\n"), 2)
+        << "a block without points, which ends each pass";
+    EXPECT_THAT(log.errors(), ElementsAre(kNoData, kNoData)) << "once by its card, once as itself";
 }
 
 TEST_F(LoadAndSave, KnowsEveryInputFileCardAndPassesOverThoseThatNameNoEphemeris) {
@@ -98,10 +102,11 @@ TEST_F(LoadAndSave, KnowsEveryInputFileCardAndPassesOverThoseThatNameNoEphemeris
         const std::string file = folder.write("f" + std::to_string(satNum), universal(satNum));
         cards += std::string(name) + " \t=" + std::string(satNum == 1 ? 900 : 1, ' ') + "\t" + file + " \r\n";
         cards += "*" + card(none) + " " + card(none) + "X" + card(none) + card(folder.path("")) + card("") +
-                 "EPHFIL\n" + card(bad);
+                 "EPHFIL\n" + card(bad) + card("/dev/null");
     }
     EXPECT_EQ(load("cards", cards), 0);
     EXPECT_EQ(stored().size(), 8U);
+    EXPECT_EQ(log.infos().size(), 10U) << "of the eight files and of the cards: a device is not even read";
     EXPECT_EQ(log.infos().back(), kNothing);
     EXPECT_EQ(log.errors().size(), 8U);
 }

@@ -1,0 +1,16 @@
+#!/bin/bash
+# The programs and commands that README.md and the example programs show run as they stand there.
+#   check_commands.sh SOURCE_DIR BUILD_DIR
+set -euo pipefail
+top=$(mktemp -d)
+trap 'rm -rf "$top"' EXIT
+cd "$top"
+mkdir build
+ln -s "$1"/{README.md,include,examples} .
+ln -s "$2" build/gcc
+blocks() { awk -v kind="$1" '/^```/ { inside = $1 == "```" kind; next } inside' README.md; }
+blocks c >first.c
+{ blocks sh | grep -v '^\./dev'; sed -n 's/^ \*   //p' examples/*.c examples/*.cpp; } >commands
+bash -euxo pipefail commands | tee printed
+said=$(sed -n 's/^It prints `\([^`]*\)`.*/\1/p' README.md)
+[ -n "$said" ] && grep -qxF -- "$said" printed
