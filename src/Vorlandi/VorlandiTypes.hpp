@@ -27,10 +27,12 @@ constexpr std::string_view coordinateName(std::int32_t code) noexcept {
 
 // One satellite's ephemeris. Copies are deep; whoever holds a record owns its points.
 struct Vorlanrecord {
+    // On the heap, records stand in a pool of their own.
     static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
     static void operator delete(void* record) noexcept;
     static void operator delete(void* record, const std::nothrow_t&) noexcept { operator delete(record); }
 
+    // What a query and the release need comes first, on one line of cache.
     PointArray points;         // in strictly rising time order
     PaddedText<512> fileName;  // file the record was read from
     InlineText<128> inputTag;  // tag of the card that preceded the file
@@ -50,14 +52,12 @@ inline bool equal(const Vorlanrecord& a, const Vorlanrecord& b) noexcept {
     return a.satNum == b.satNum && a.coordSys == b.coordSys && a.epoch == b.epoch;
 }
 
-// Records and nodes on the heap stand in blocks of their own, nodes beside nodes: a walk down the tree meets no more lines
-// of cache than it must.
-
 // The sort string of a record, "(I9.9, I2, F16.9)": number, coordinate system, epoch.
 std::string fieldstostr(const Vorlanrecord& record);
 
 // A node of the store. Its record is null when it lives in a DMA object.
 struct Vorlanbintree {
+    // Nodes stand beside nodes: a walk down the tree meets few lines of cache.
     static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
     static void operator delete(void* node) noexcept;
     static void operator delete(void* node, const std::nothrow_t&) noexcept { operator delete(node); }
