@@ -118,8 +118,7 @@ std::int32_t readvorlansfrfile(std::string_view fileName) noexcept {
                                   : readvorlansfrfileunit(unit, fileName);
 }
 
-std::int32_t readvorlansfrfileunit(InputUnit& unit, std::string_view fileName) {
-    InputTag tag;
+void followCards(InputUnit& unit, InputTag& tag) {
     unit.rewind();
     std::string_view line;
     while (unit.readLine(kCardColumns, line) == ReadOutcome::Success) {
@@ -129,6 +128,11 @@ std::int32_t readvorlansfrfileunit(InputUnit& unit, std::string_view fileName) {
         unit.passOverLinesWithout(kCardMarks);
     }
     unit.rewind();
+}
+
+std::int32_t readvorlansfrfileunit(InputUnit& unit, std::string_view fileName) {
+    InputTag tag;
+    followCards(unit, tag);
     return ReadOnlyVorlans(unit, fileName, tag);
 }
 

@@ -20,6 +20,10 @@ using InputTag = PaddedText<128>;
 // Reads a file: one whose name ends in .DCE as DCE binary, any other in a card pass and an ephemeris pass.
 std::int32_t readvorlansfrfile(std::string_view fileName) noexcept;
 
+// The card pass: reads the files that cards name, and leaves the unit at its first line. The tag is that of the cards
+// that no record has taken.
+void followCards(InputUnit& unit, InputTag& tag);
+
 // The two passes over an open unit.
 std::int32_t readvorlansfrfileunit(InputUnit& unit, std::string_view fileName);
 
