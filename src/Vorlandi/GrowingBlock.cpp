@@ -52,54 +52,52 @@ char* mapped(std::size_t size) noexcept {
 GrowingBlock::~GrowingBlock() { release(); }
 
 void GrowingBlock::release() noexcept {
-    if (isMapped_) {
-        ::munmap(bytes_, size_);
+    if (held_.isMapped()) {
+        ::munmap(held_.bytes(), held_.size());
     } else {
-        std::free(bytes_);
+        std::free(held_.bytes());
     }
 }
 
 void GrowingBlock::grow(std::size_t size, std::size_t used) {
-    if (size <= size_) return;
+    if (size <= held_.size()) return;
     if (size < kMappedFrom || !moveToMapping(size, used)) moveToHeap(size, used);
 }
 
 // Grown by half, the moves together cost no more than a few times the last one.
 void GrowingBlock::moveToHeap(std::size_t size, std::size_t used) {
-    size = roundedUp(std::max(size, size_ + size_ / 2), kCacheLine);
-    char* const block = checked(std::aligned_alloc(kCacheLine, size), size);
-    take(block, size, false, used);
+    size = roundedUp(std::max(size, held_.size() + held_.size() / 2), kCacheLine);
+    take({checked(std::aligned_alloc(kCacheLine, size), size), size, false}, used);
 }
 
 // False when the system has no mapping left: their number is limited.
 bool GrowingBlock::moveToMapping(std::size_t size, std::size_t used) {
-    size = roundedUp(std::max({size, 2 * size_, kFirstMapping}), kLargePage);
+    size = roundedUp(std::max({size, 2 * held_.size(), kFirstMapping}), kLargePage);
     char* const space = mapped(size);
     if (space == nullptr) return false;
-    if (isMapped_) {
-        bytes_ = checked(::mremap(bytes_, size_, size, MREMAP_MAYMOVE | MREMAP_FIXED, space), size);
-        size_ = size;
+    if (held_.isMapped()) {
+        checked(::mremap(held_.bytes(), held_.size(), size, MREMAP_MAYMOVE | MREMAP_FIXED, space), size);
+        held_ = Held(space, size, true);
     } else {
-        take(space, size, true, used);
+        take({space, size, true}, used);
     }
     return true;
 }
 
 // Goes on in a new place, with the first `used` bytes.
-void GrowingBlock::take(char* place, std::size_t size, bool isMapped, std::size_t used) noexcept {
-    if (used > 0) std::memcpy(place, bytes_, used);
+void GrowingBlock::take(const Held& place, std::size_t used) noexcept {
+    if (used > 0) std::memcpy(place.bytes(), held_.bytes(), used);
     release();
-    bytes_ = place;
-    size_ = size;
-    isMapped_ = isMapped;
+    held_ = place;
 }
 
 void GrowingBlock::shrink(std::size_t size) {
-    const std::size_t kept = roundedUp(size, isMapped_ ? kPage : kCacheLine);
-    if (kept >= size_) return;
+    const std::size_t kept = roundedUp(size, held_.isMapped() ? kPage : kCacheLine);
+    if (kept >= held_.size()) return;
     // Both leave the block where it is.
-    bytes_ = checked(isMapped_ ? ::mremap(bytes_, size_, kept, 0) : std::realloc(bytes_, kept), kept);
-    size_ = kept;
+    void* const same =
+        held_.isMapped() ? ::mremap(held_.bytes(), held_.size(), kept, 0) : std::realloc(held_.bytes(), kept);
+    held_ = Held(checked(same, kept), kept, held_.isMapped());
 }
 
 }  // namespace vorlandi

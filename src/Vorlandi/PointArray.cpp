@@ -20,6 +20,8 @@ PointArray::PointArray(const PointArray& other) {
     const std::int32_t space = std::max(other.capacity_, 1);
     capacity_ = other.capacity_;
     count_ = other.count_;
+    firstTime_ = other.firstTime_;
+    lastTime_ = other.lastTime_;
     states_.grow(bytesOf<Vorlanstate>(space), 0);
     std::memcpy(states_.bytes(), other.states_.bytes(), bytesOf<Vorlanstate>(count_));
     if (other.covariances() == nullptr) return;

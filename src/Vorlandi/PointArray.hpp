@@ -77,10 +77,13 @@ public:
         return reinterpret_cast<const PointCovariance*>(covariances_.bytes());
     }
 
+    // The times of the first and the last point, without a look at the points.
+    double firstTime() const noexcept { return firstTime_; }
+    double lastTime() const noexcept { return lastTime_; }
+
     // A state, or a whole point, by its index from 0.
     const Vorlanstate& state(std::int32_t index) const noexcept { return states()[index]; }
     const Vorlanstate& front() const noexcept { return state(0); }
-    const Vorlanstate& back() const noexcept { return state(count_ - 1); }
     Vorlanpoint operator[](std::int32_t index) const noexcept {
         return {state(index), covariances() == nullptr ? PointCovariance{} : covariances()[index]};
     }
@@ -90,6 +93,8 @@ public:
         if (count_ == capacity_) grow(capacity_ + kGrowth);
         std::memcpy(states_.bytes() + bytesOf<Vorlanstate>(count_), &state, sizeof state);
         if (covariance != nullptr || covariances() != nullptr) putCovariance(covariance);
+        if (count_ == 0) firstTime_ = state.time;
+        lastTime_ = state.time;
         ++count_;
     }
 
@@ -102,6 +107,8 @@ public:
     void swap(PointArray& other) noexcept {
         states_.swap(other.states_);
         covariances_.swap(other.covariances_);
+        std::swap(firstTime_, other.firstTime_);
+        std::swap(lastTime_, other.lastTime_);
         std::swap(count_, other.count_);
         std::swap(capacity_, other.capacity_);
     }
@@ -117,6 +124,8 @@ private:
 
     GrowingBlock states_;
     GrowingBlock covariances_;
+    double firstTime_ = 0.0;
+    double lastTime_ = 0.0;
     std::int32_t count_ = 0;
     std::int32_t capacity_ = 0;
 };

@@ -91,7 +91,7 @@ TEST(InterpolateEP, AnswersAsTheRulesSayInAnyOrderOfRequests) {
             minutes.push_back(minutes.back() + steps[n % 4]);
         }
         const Vorlanrecord record = recordAt(minutes, random);
-        const double last = record.points.back().time;
+        const double last = record.points.lastTime();
         PointInterpolator interpolator(record);
         std::vector<double> requests{kStart - 1.2 * kHalfMillisecond, kStart - 0.8 * kHalfMillisecond,
                                      last + 0.8 * kHalfMillisecond, last + 1.2 * kHalfMillisecond};

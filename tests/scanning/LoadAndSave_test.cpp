@@ -129,7 +129,7 @@ TEST_F(LoadAndSave, GoesOnFromTheFirstBlockOfAFileInTheSecondAndRefusesADuplicat
     EXPECT_THAT(stored(), ElementsAre("12345||12345_a.e|3", "12345||12345_a.e|5"));
     EXPECT_THAT(log.infos(), ElementsAre(summary(5, "26031000400.000", " J2K")));
     std::string_view message;
-    EXPECT_EQ(FindRec(key, message).points.back().time, 27790.0 + 240.0 / 86400.0);
+    EXPECT_EQ(FindRec(key, message).points.lastTime(), 27790.0 + 240.0 / 86400.0);
     VorlanRemoveAllSats();
     EXPECT_EQ(load("12345_a.e", stk("Fixed", {0, 60}) + stk("Fixed", {120})), 0)
         << "a duplicate fails no load";

@@ -158,7 +158,7 @@ TEST(PointArray, IsCopiedDeeplyWithItsSpace) {
     addoneeppoint(Vorlanstate{1.0}, source);
     Vorlanrecord copy = source;
     addoneeppoint(Vorlanstate{2.0}, copy);
-    EXPECT_EQ(std::pair(source.numberOfPoints(), copy.points.front().time), std::pair(1, 1.0));
+    EXPECT_EQ(std::pair(source.numberOfPoints(), copy.points.firstTime()), std::pair(1, 1.0));
     source.points.clear();
     EXPECT_EQ(Vorlanrecord(source).points.capacity(), 1000);
 }

@@ -188,8 +188,8 @@ int32_t VorlanStartEndTime(int64_t satKey, double* startDs50UTC, double* endDs50
     RecordAccess record(satKey);
     if (!record) return record.fail();
     if (record->numberOfPoints() == 0) return record.fail(noDataMessage("VorlanStartEndTime", satKey));
-    give(startDs50UTC, record->points.front().time);
-    give(endDs50UTC, record->points.back().time);
+    give(startDs50UTC, record->points.firstTime());
+    give(endDs50UTC, record->points.lastTime());
     return kSuccess;
 }
 

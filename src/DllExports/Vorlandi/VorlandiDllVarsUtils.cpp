@@ -18,7 +18,7 @@ std::int32_t storedPoint(RecordAccess& record, double index, EphemAnswer& answer
     }
     answer.point = points[static_cast<std::int32_t>(whole) - 1];
     answer.time = answer.point.time;
-    answer.mse = mseOf(answer.time, points.front().time);
+    answer.mse = mseOf(answer.time, points.firstTime());
     return kSuccess;
 }
 
@@ -46,7 +46,7 @@ std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, Ep
     if (points.count() == 0) return record.fail(noDataMessage("GetEphem", satKey));
     if (inType == kByIndex) return storedPoint(record, inVal, answer);
 
-    const double first = points.front().time;
+    const double first = points.firstTime();
     double time = 0.0;
     if (inType == kByMse) {
         time = first + inVal / kMinutesPerDay;
@@ -63,7 +63,7 @@ std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, Ep
 
 std::int32_t stateAt(const Vorlanrecord& record, PointInterpolator& interpolator, double ds50UTC,
                      Vorlanpoint& point, std::string& message, Covariance covariance) {
-    if (record.points.front().time <= ds50UTC && ds50UTC <= record.points.back().time) {
+    if (record.points.firstTime() <= ds50UTC && ds50UTC <= record.points.lastTime()) {
         return interpolator.at(utc2tai(ds50UTC), point, message, covariance);
     }
     point = Vorlanpoint{};

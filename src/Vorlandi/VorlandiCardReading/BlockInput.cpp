@@ -43,7 +43,7 @@ std::int32_t blockFailed(std::string_view reader, std::string_view problem, std:
 }
 
 std::int32_t blockRead(Vorlanrecord& record) noexcept {
-    if (record.numberOfPoints() > 0) record.epoch = record.points.front().time;
+    if (record.numberOfPoints() > 0) record.epoch = record.points.firstTime();
     return kBlockRead;
 }
 

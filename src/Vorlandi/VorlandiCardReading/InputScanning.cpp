@@ -20,8 +20,8 @@ std::string dateText(double ds50UTC) {
 std::string summaryOf(const Vorlanrecord& record) {
     if (record.numberOfPoints() == 0) return "Total ephemeris points = 0";
     return "Total ephemeris points = " + std::to_string(record.numberOfPoints()) +
-           ", Start = " + dateText(record.points.front().time) +
-           ", End = " + dateText(record.points.back().time) +
+           ", Start = " + dateText(record.points.firstTime()) +
+           ", End = " + dateText(record.points.lastTime()) +
            ", Coord = " + std::string(coordinateName(record.coordSys));
 }
 

@@ -14,7 +14,7 @@ inline bool addoneeppoint(const Vorlanstate& point, Vorlanrecord& record,
                           const PointCovariance* covariance = nullptr) {
     PointArray& points = record.points;
     // Written so that a time that is not a number is dropped, too.
-    if (points.count() > 0 && !(points.back().time < point.time)) return false;
+    if (points.count() > 0 && !(points.lastTime() < point.time)) return false;
     if (points.count() == 0) record.epoch = point.time;
     points.append(point, covariance);
     return true;

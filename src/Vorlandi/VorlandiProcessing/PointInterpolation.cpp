@@ -60,7 +60,8 @@ std::int32_t PointInterpolator::lastEarlier(double t) const noexcept {
     for (const std::int32_t lo : {lo_, lo_ + 1}) {
         if (lo_ >= 0 && lo <= n && isLastEarlier(lo, t)) return lo;
     }
-    const double spacings = (t - time(1)) / (time(n) - time(1)) * (n - 1);
+    const double first = points_.firstTime();
+    const double spacings = (t - first) / (points_.lastTime() - first) * (n - 1);
     if (spacings >= 0.0 && spacings <= n) {
         const auto guess = static_cast<std::int32_t>(spacings) + 1;
         for (const std::int32_t lo : {guess, guess - 1, guess + 1}) {
@@ -131,7 +132,8 @@ std::int32_t PointInterpolator::at(double ds50TAI, Vorlanpoint& result, std::str
         return kFound;
     }
     if (n < 1) return notFound("InterpolateEP: Buffer not initialized.", result, message);
-    if ((t - time(1)) * 86400.0 < -kSpanTolerance_s || (t - time(n)) * 86400.0 > kSpanTolerance_s) {
+    if ((t - points_.firstTime()) * 86400.0 < -kSpanTolerance_s ||
+        (t - points_.lastTime()) * 86400.0 > kSpanTolerance_s) {
         return notFound("InterpolateEP: Request time out of ephemeris range.", result, message);
     }
     if (n >= kWindow) return interpolate(t, result, message, covariance);
