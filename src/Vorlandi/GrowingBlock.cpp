@@ -3,9 +3,9 @@
 #include <sys/mman.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 #include "CoreServices/TraceLog.hpp"
 
@@ -17,19 +17,15 @@ constexpr std::size_t kCacheLine = 64;
 // Blocks of this size and more are mapped on their own: they grow by remapping, whatever else is on the heap.
 constexpr std::size_t kMappedFrom = std::size_t{2} << 20;
 
-// A mapped block begins with this much address space, which doubles when it is used up. Pages are only taken as points
-// arrive, large ones where the system has them; blocks begin at such a page, so that remapping moves large pages whole.
+// A mapped block begins with this much address space, which doubles when it is used up. Pages are only taken as
+// points arrive, large ones where the system has them; blocks begin at such a page, so that remapping moves large
+// pages whole.
 constexpr std::size_t kFirstMapping = std::size_t{16} << 20;
 constexpr std::size_t kLargePage = std::size_t{2} << 20;
 constexpr std::size_t kPage = 4096;
 
 constexpr std::size_t roundedUp(std::size_t size, std::size_t unit) noexcept {
     return (size + unit - 1) / unit * unit;
-}
-
-char* checked(void* block, std::size_t size) {
-    if (block == nullptr || block == MAP_FAILED) stopOnAllocationFailure(size);
-    return static_cast<char*>(block);
 }
 
 // Address space that begins at a large page; null when the system gives no further mapping.
@@ -49,55 +45,89 @@ char* mapped(std::size_t size) noexcept {
 
 }  // namespace
 
-GrowingBlock::~GrowingBlock() { release(); }
+// Puts a header before what becomes the bytes.
+char* GrowingBlock::furnish(void* space, std::size_t size, bool isMapped) noexcept {
+    auto* const header = ::new (space) Header;
+    header->isMapped = isMapped;
+    header->size = size - sizeof(Header);
+    return static_cast<char*>(space) + sizeof(Header);
+}
 
-void GrowingBlock::release() noexcept {
-    if (held_.isMapped()) {
-        ::munmap(held_.bytes(), held_.size());
-    } else {
-        std::free(held_.bytes());
+// The heap also serves when the system has no mapping left: their number is limited.
+char* GrowingBlock::allocate(std::size_t size) {
+    size += sizeof(Header);
+    if (size >= kMappedFrom) {
+        const std::size_t whole = roundedUp(std::max(size, kFirstMapping), kLargePage);
+        if (char* const space = mapped(whole); space != nullptr) return furnish(space, whole, true);
     }
+    size = roundedUp(size, kCacheLine);
+    void* const space = std::aligned_alloc(kCacheLine, size);
+    if (space == nullptr) stopOnAllocationFailure(size);
+    return furnish(space, size, false);
 }
 
 void GrowingBlock::grow(std::size_t size, std::size_t used) {
-    if (size <= held_.size()) return;
-    if (size < kMappedFrom || !moveToMapping(size, used)) moveToHeap(size, used);
+    const std::size_t present = bytes_ == nullptr ? 0 : header().size;
+    if (bytes_ != nullptr && size <= present) return;
+    if (bytes_ != nullptr && header().isMapped && !isShared() && remap(std::max(size, 2 * present))) return;
+    // Grown by half, the moves together cost no more than a few times the last one.
+    moveTo(allocate(std::max(size, present + present / 2)), used);
 }
 
-// Grown by half, the moves together cost no more than a few times the last one.
-void GrowingBlock::moveToHeap(std::size_t size, std::size_t used) {
-    size = roundedUp(std::max(size, held_.size() + held_.size() / 2), kCacheLine);
-    take({checked(std::aligned_alloc(kCacheLine, size), size), size, false}, used);
-}
-
-// False when the system has no mapping left: their number is limited.
-bool GrowingBlock::moveToMapping(std::size_t size, std::size_t used) {
-    size = roundedUp(std::max({size, 2 * held_.size(), kFirstMapping}), kLargePage);
-    char* const space = mapped(size);
+// False when the system gives no further mapping.
+bool GrowingBlock::remap(std::size_t size) noexcept {
+    const std::size_t whole = roundedUp(size + sizeof(Header), kLargePage);
+    char* const space = mapped(whole);
     if (space == nullptr) return false;
-    if (held_.isMapped()) {
-        checked(::mremap(held_.bytes(), held_.size(), size, MREMAP_MAYMOVE | MREMAP_FIXED, space), size);
-        held_ = Held(space, size, true);
-    } else {
-        take({space, size, true}, used);
+    if (::mremap(&header(), header().size + sizeof(Header), whole, MREMAP_MAYMOVE | MREMAP_FIXED, space) ==
+        MAP_FAILED) {
+        ::munmap(space, whole);
+        return false;
     }
+    bytes_ = furnish(space, whole, true);
     return true;
 }
 
 // Goes on in a new place, with the first `used` bytes.
-void GrowingBlock::take(const Held& place, std::size_t used) noexcept {
-    if (used > 0) std::memcpy(place.bytes(), held_.bytes(), used);
+void GrowingBlock::moveTo(char* bytes, std::size_t used) noexcept {
+    if (used > 0) std::memcpy(bytes, bytes_, used);
     release();
-    held_ = place;
+    bytes_ = bytes;
 }
 
 void GrowingBlock::shrink(std::size_t size) {
-    const std::size_t kept = roundedUp(size, held_.isMapped() ? kPage : kCacheLine);
-    if (kept >= held_.size()) return;
-    // Both leave the block where it is.
-    void* const same =
-        held_.isMapped() ? ::mremap(held_.bytes(), held_.size(), kept, 0) : std::realloc(held_.bytes(), kept);
-    held_ = Held(checked(same, kept), kept, held_.isMapped());
+    if (bytes_ == nullptr || isShared()) return;
+    const bool isMapped = header().isMapped;
+    const std::size_t whole = header().size + sizeof(Header);
+    const std::size_t kept = roundedUp(size + sizeof(Header), isMapped ? kPage : kCacheLine);
+    if (kept >= whole) return;
+    void* const space = isMapped ? ::mremap(&header(), whole, kept, 0) : std::realloc(&header(), kept);
+    // A block that the system won't cut stays as it is.
+    if (space == nullptr || space == MAP_FAILED) return;
+    bytes_ = furnish(space, kept, isMapped);
+}
+
+void GrowingBlock::shareWith(GrowingBlock& other) const noexcept {
+    if (bytes_ == nullptr) return;
+    header().owners.fetch_add(1, std::memory_order_relaxed);
+    other.bytes_ = bytes_;
+}
+
+bool GrowingBlock::isShared() const noexcept {
+    return bytes_ != nullptr && header().owners.load(std::memory_order_acquire) > 1;
+}
+
+void GrowingBlock::unshare(std::size_t used) {
+    if (isShared()) moveTo(allocate(used), used);
+}
+
+void GrowingBlock::release() noexcept {
+    if (bytes_ == nullptr || header().owners.fetch_sub(1, std::memory_order_acq_rel) > 1) return;
+    if (header().isMapped) {
+        ::munmap(&header(), header().size + sizeof(Header));
+    } else {
+        std::free(&header());
+    }
 }
 
 }  // namespace vorlandi

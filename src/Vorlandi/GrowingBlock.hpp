@@ -1,12 +1,15 @@
-// GrowingBlock: memory that grows without being filled or, once it is large, moved.
+// GrowingBlock: memory that grows without being filled or, once it is large, moved; and that several owners may share.
 //
 // 1. Bytes within a size asked for keep their values until the block shrinks below them; all others are not
 //    initialised.
-// 2. Growing and shrinking invalidate pointers into the block.
+// 2. Growing, shrinking and unsharing invalidate this owner's pointers into the block, never those of others.
 // 3. A block begins at a line of cache, so that what fills lines doesn't straddle them.
+// 4. Which bytes of a shared block may still be written is for the owners to agree upon.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 
 namespace vorlandi {
@@ -14,42 +17,42 @@ namespace vorlandi {
 class GrowingBlock {
 public:
     GrowingBlock() = default;
-    ~GrowingBlock();
+    ~GrowingBlock() { release(); }
     GrowingBlock(const GrowingBlock&) = delete;
     GrowingBlock& operator=(const GrowingBlock&) = delete;
 
-    char* bytes() const noexcept { return held_.bytes(); }  // null before the first growth
+    char* bytes() const noexcept { return bytes_; }  // null before the first growth
 
-    // To at least a size above, or to a size below, the present one; `used` bytes are kept. Both end the process when
-    // there is no memory.
+    // To at least a size above, or to a size below, the present one; `used` bytes are kept. A shared block doesn't
+    // shrink, and grows into one of its own unless the size is there already. Without memory the process ends.
     void grow(std::size_t size, std::size_t used);
     void shrink(std::size_t size);
 
-    void swap(GrowingBlock& other) noexcept { std::swap(held_, other.held_); }
+    // Makes `other`, which must be empty, a further owner.
+    void shareWith(GrowingBlock& other) const noexcept;
+    bool isShared() const noexcept;
+
+    // Goes on with a copy of `used` bytes if there are other owners.
+    void unshare(std::size_t used);
+
+    void swap(GrowingBlock& other) noexcept { std::swap(bytes_, other.bytes_); }
 
 private:
-    // Memory of the heap, or a mapping of its own. Sizes are even, so that their lowest bit says which.
-    class Held {
-    public:
-        Held() = default;
-        Held(char* bytes, std::size_t size, bool isMapped) noexcept
-            : bytes_(bytes), sizeAndKind_(size + (isMapped ? 1 : 0)) {}
-
-        char* bytes() const noexcept { return bytes_; }
-        std::size_t size() const noexcept { return sizeAndKind_ & ~std::size_t{1}; }
-        bool isMapped() const noexcept { return (sizeAndKind_ & 1) != 0; }
-
-    private:
-        char* bytes_ = nullptr;
-        std::size_t sizeAndKind_ = 0;
+    // Stands before the bytes, on a line of cache of its own.
+    struct alignas(64) Header {
+        std::atomic<std::int32_t> owners{1};
+        bool isMapped;
+        std::size_t size;  // of the bytes
     };
 
-    void moveToHeap(std::size_t size, std::size_t used);
-    bool moveToMapping(std::size_t size, std::size_t used);
-    void take(const Held& place, std::size_t used) noexcept;
+    static char* allocate(std::size_t size);
+    static char* furnish(void* space, std::size_t size, bool isMapped) noexcept;
+    Header& header() const noexcept { return *reinterpret_cast<Header*>(bytes_ - sizeof(Header)); }
+    bool remap(std::size_t size) noexcept;
+    void moveTo(char* bytes, std::size_t used) noexcept;
     void release() noexcept;
 
-    Held held_;
+    char* bytes_ = nullptr;
 };
 
 }  // namespace vorlandi

@@ -29,7 +29,28 @@ PointArray::PointArray(const PointArray& other) {
     std::memcpy(covariances_.bytes(), other.covariances_.bytes(), bytesOf<PointCovariance>(count_));
 }
 
+PointArray PointArray::share() const {
+    PointArray other;
+    states_.shareWith(other.states_);
+    covariances_.shareWith(other.covariances_);
+    other.count_ = other.capacity_ = count_;
+    other.firstTime_ = firstTime_;
+    other.lastTime_ = lastTime_;
+    other.isShare_ = true;
+    return other;
+}
+
+void PointArray::clear() {
+    if (states_.isShared()) PointArray().swap(*this);
+    count_ = 0;
+}
+
 void PointArray::grow(std::int32_t capacity) {
+    if (isShare_) {
+        states_.unshare(bytesOf<Vorlanstate>(count_));
+        covariances_.unshare(bytesOf<PointCovariance>(count_));
+        isShare_ = false;
+    }
     states_.grow(bytesOf<Vorlanstate>(capacity), bytesOf<Vorlanstate>(count_));
     if (covariances() != nullptr) {
         covariances_.grow(bytesOf<PointCovariance>(capacity), bytesOf<PointCovariance>(count_));

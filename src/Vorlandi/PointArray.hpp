@@ -7,6 +7,8 @@
 // 3. count() points are in use; the spare ones behind them are not initialised.
 // 4. An array is absent until the first point is appended. A copy is deep and keeps the capacity.
 // 5. Appending and trimming invalidate pointers to points.
+// 6. Arrays made by share() have the memory of another one in common with it. They only look at their own points, behind
+//    which the other one may go on, and take memory of their own before they change.
 #pragma once
 
 #include <algorithm>
@@ -65,6 +67,9 @@ public:
         return *this;
     }
 
+    // A copy that costs nothing, for as long as it isn't changed.
+    PointArray share() const;
+
     bool present() const noexcept { return states() != nullptr; }
     std::int32_t count() const noexcept { return count_; }
     std::int32_t capacity() const noexcept { return capacity_; }
@@ -101,8 +106,8 @@ public:
     // Gives the spare tail back.
     void trim();
 
-    // Forgets the points and keeps the space.
-    void clear() noexcept { count_ = 0; }
+    // Forgets the points, and keeps the space where nobody shares it.
+    void clear();
 
     void swap(PointArray& other) noexcept {
         states_.swap(other.states_);
@@ -111,6 +116,7 @@ public:
         std::swap(lastTime_, other.lastTime_);
         std::swap(count_, other.count_);
         std::swap(capacity_, other.capacity_);
+        std::swap(isShare_, other.isShare_);
     }
 
 private:
@@ -128,6 +134,7 @@ private:
     double lastTime_ = 0.0;
     std::int32_t count_ = 0;
     std::int32_t capacity_ = 0;
+    bool isShare_ = false;  // made by share(), and not changed since: capacity is count
 };
 
 }  // namespace vorlandi

@@ -10,6 +10,14 @@ std::string fieldstostr(const Vorlanrecord& record) {
            fixedField(record.epoch, 16, 9);
 }
 
+Vorlanrecord shareOf(Vorlanrecord& record) {
+    PointArray points = std::move(record.points);
+    Vorlanrecord copy = record;
+    copy.points = points.share();
+    record.points = std::move(points);
+    return copy;
+}
+
 namespace {
 
 constexpr std::size_t kCacheLine = 64;

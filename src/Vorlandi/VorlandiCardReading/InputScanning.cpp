@@ -52,11 +52,11 @@ private:
             if (row->reader(block, record_) == kBlockFailed) return kFailure;
             if (record_.numberOfPoints() == 0) return noData();
             summary = summaryOf(record_);
-            trimvorlanempts(record_);
             // While lines are left, a further block would go on from this record.
+            const bool isLast = unit_.atEnd();
+            if (isLast) trimvorlanempts(record_);
             const Vorlanbintree* stored = nullptr;
-            const std::int64_t key =
-                unit_.atEnd() ? AddRecToMem(std::move(record_), &stored) : AddRecToMem(record_, &stored);
+            const std::int64_t key = AddRecToMem(isLast ? std::move(record_) : shareOf(record_), &stored);
             keep(key, stored, unit_.lineNumber());
             tag_ = std::string_view{};
         }
