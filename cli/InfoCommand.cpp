@@ -12,8 +12,8 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kFooter =
-    R"(The mean spacing is in seconds. The tag is the text that a card file gives its next satellite. Frames 17 to 20 are
-HCSRL, WPTRL, HCSGC and WPTGC of the universal format. A second satellite of the same number, frame and first time is
+    R"(The mean spacing is in seconds. The tag is the text that a card file gives the satellite it names
+next. Frames 15 to 20 are LLH, SEN, HCSRL, WPTRL, HCSGC and WPTGC. A second satellite of the same number, frame and first time is
 refused as a duplicate. Names in a card file are relative to the current directory; files that can't be opened are
 passed over.
 
@@ -66,8 +66,10 @@ void printCsv(const std::vector<Row>& rows, Output& output) {
     }
 }
 
+// A satellite without points has no times; one outside of 1900 to 2199 has no text.
 std::string jsonTime(const Satellite& satellite, double ds50_utc) {
-    return satellite.point_count > 0 ? jsonText(isoTime(ds50_utc)) : "null";
+    const std::string text = timeText(satellite, ds50_utc);
+    return text.empty() ? "null" : jsonText(text);
 }
 
 void printJson(const std::vector<Row>& rows, Output& output) {

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <utility>
 
 #include "Options.hpp"
 #include "Output.hpp"
@@ -25,6 +26,10 @@ public:
     ~LoadListener() override { VorlanTraceSetHandler(nullptr, nullptr); }
 
     bool heardError() const { return heard_error_; }
+    bool heardFormat() const { return !read_.empty(); }
+
+    // To be called once all is heard.
+    void finish() { checkStored(); }
 
 private:
     // A bad line is followed by two messages about it: what is wrong, and the line itself.
@@ -38,8 +43,17 @@ private:
 
     void hear(const ReadEvent& event) noexcept override {
         using enum ReadEvent::Kind;
-        if (event.kind == kFormat) format_ = event.text;
-        if (event.kind == kStored) formats_[std::string(event.text)] = format_;
+        if (event.kind == kFormat) {
+            checkStored();
+            format_ = event.text;
+            read_ = event.file;
+            expecting_ = true;
+            heard_reason_ = false;
+        }
+        if (event.kind == kStored) {
+            formats_[std::string(event.text)] = format_;
+            expecting_ = false;
+        }
         if (event.kind == kBad) {
             place_ = fmt::format("{}:{}", event.file, event.line);
             messages_of_place_ = kMessagesOfBadLine;
@@ -50,14 +64,24 @@ private:
         }
     }
 
+    // A record that no key could be made for is the one of which the library says nothing.
+    void checkStored() {
+        if (!std::exchange(expecting_, false) || heard_reason_) return;
+        heard_error_ = true;
+        console_.error(read_, "read, but not stored: its satellite number or first time is out of range");
+    }
+
     void take(std::int32_t severity, std::string_view message) {
         const bool about_place = messages_of_place_ > 0;
         if (about_place) --messages_of_place_;
-        const std::string& subject = about_place ? place_ : file_;
         if (severity == VORLAN_TRACE_ERROR) {
             heard_error_ = true;
-            console_.error(subject, message);
+            // What keeps a record from being stored is a matter of the file that is being read.
+            const std::string& about = expecting_ ? read_ : file_;
+            console_.error(about_place ? place_ : about, message);
+            heard_reason_ = heard_reason_ || !about_place;
         } else {
+            const std::string& subject = about_place ? place_ : file_;
             console_.information(subject, message);
         }
     }
@@ -66,6 +90,9 @@ private:
     Formats& formats_;
     Console& console_;
     std::string format_;
+    std::string read_;        // file of the format heard last, which a card may have named
+    bool expecting_ = false;  // a record of it, or the reason why there is none
+    bool heard_reason_ = false;
     std::string place_;
     int messages_of_place_ = 0;
     bool heard_error_ = false;
@@ -90,11 +117,12 @@ std::string describeStatus(int status, const std::string& name) {
 }
 
 // What is wrong with a load of which the library said nothing: empty if nothing is.
-std::string verdict(int status, bool stored_any, bool heard_error, const std::string& name) {
+std::string verdict(int status, bool stored_any, const LoadListener& listener, const std::string& name) {
     if (status != 0) return describeStatus(status, name);
     if (stored_any) return "";
-    return heard_error ? "nothing was loaded"
-                       : "no ephemeris recognised in this file, nor in one that its cards name";
+    return listener.heardFormat() || listener.heardError()
+               ? "nothing was loaded"
+               : "no ephemeris recognised in this file, nor in one that its cards name";
 }
 
 bool loadOne(const std::string& file, Formats& formats, Console& console) {
@@ -104,10 +132,11 @@ bool loadOne(const std::string& file, Formats& formats, Console& console) {
         return false;
     }
     const std::int32_t count_before = satelliteCount();
-    const LoadListener listener(file, formats, console);
+    LoadListener listener(file, formats, console);
     const std::int32_t status = loadFile(name);
+    listener.finish();
     const bool stored_any = satelliteCount() > count_before;
-    const std::string fault = verdict(status, stored_any, listener.heardError(), name);
+    const std::string fault = verdict(status, stored_any, listener, name);
     if (!fault.empty()) console.error(file, fault);
     return fault.empty() && !listener.heardError();
 }

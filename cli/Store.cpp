@@ -1,6 +1,7 @@
 #include "Store.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <string_view>
 
 #include "PaddedText.hpp"
@@ -87,8 +88,9 @@ std::string Satellite::frame() const {
 }
 
 std::optional<double> Satellite::meanSpacing_s() const {
-    if (point_count < 2) return std::nullopt;
-    return (span.end - span.start) * kSecondsPerDay / (point_count - 1);
+    const double spacing_s = (span.end - span.start) * kSecondsPerDay / (point_count - 1);
+    if (point_count < 2 || !std::isfinite(spacing_s)) return std::nullopt;
+    return spacing_s;
 }
 
 std::vector<Satellite> loadedSatellites() {

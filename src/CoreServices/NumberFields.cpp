@@ -189,7 +189,7 @@ ReadOutcome readReal(std::string_view field, int decimals, double& value) noexce
     return ReadOutcome::Success;
 }
 
-ReadOutcome readColumns(std::string_view line, IntegerColumns where, std::int32_t& value) noexcept {
+ReadOutcome readColumns(std::string_view line, Columns where, std::int32_t& value) noexcept {
     return readInteger(columns(line, where.first, where.last), value);
 }
 
@@ -213,10 +213,11 @@ FreeFormList::Found FreeFormList::findValue() noexcept {
     skipBlanks();
     if (afterValue_ && position_ != end_ && *position_ == ',') {
         ++position_;
+        afterValue_ = false;
         skipBlanks();
     }
-    afterValue_ = false;
     if (position_ == end_) return Found::Nothing;
+    afterValue_ = false;
     if (*position_ == ',') {
         ++position_;
         return Found::Null;

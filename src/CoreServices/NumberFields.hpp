@@ -36,8 +36,8 @@ std::optional<double> realOf(std::string_view text) noexcept;
 ReadOutcome readInteger(std::string_view field, std::int32_t& value) noexcept;
 ReadOutcome readReal(std::string_view field, int decimals, double& value) noexcept;
 
-// Where an integer or a real stands in a line: 1-based columns, both included.
-struct IntegerColumns {
+// Where something stands in a line: 1-based columns, both included.
+struct Columns {
     std::size_t first, last;
 };
 struct RealColumns {
@@ -46,7 +46,7 @@ struct RealColumns {
     std::size_t gap = 0;  // columns between this field and the next of its kind
 };
 
-ReadOutcome readColumns(std::string_view line, IntegerColumns where, std::int32_t& value) noexcept;
+ReadOutcome readColumns(std::string_view line, Columns where, std::int32_t& value) noexcept;
 
 // `values.size()` real fields of equal width, the first one at `where`. Stops at the first bad field.
 ReadOutcome readColumns(std::string_view line, RealColumns where, std::span<double> values) noexcept;
@@ -73,6 +73,12 @@ public:
     ReadOutcome nextWord(std::string_view& word) noexcept;
 
     bool slashMet() const noexcept { return slash_; }
+
+    // Goes on in a further line; the end of the one before counts as a blank.
+    void goOn(std::string_view line) noexcept {
+        position_ = line.data();
+        end_ = line.data() + line.size();
+    }
 
     // What has not been read yet.
     std::string_view rest() const noexcept { return {position_, static_cast<std::size_t>(end_ - position_)}; }

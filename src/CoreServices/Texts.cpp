@@ -31,7 +31,7 @@ std::string replacestring(std::string_view text, char from, char to) {
 }
 
 std::int32_t strtoint(std::string_view text) noexcept {
-    text = trimmed(leftAdjusted(text));
+    text = stripped(text);
     const bool plus = text.starts_with('+');
     if (plus) text.remove_prefix(1);
     if (plus && text.starts_with('-')) return kNoInteger;
@@ -43,10 +43,7 @@ std::int32_t strtoint(std::string_view text) noexcept {
 std::string_view getinputfilename(std::string_view line) noexcept {
     const auto equals = line.find('=');
     if (equals == std::string_view::npos) return {};
-    const std::string_view value = line.substr(equals + 1);
-    const auto first = value.find_first_not_of(" \t");
-    if (first == std::string_view::npos) return {};
-    return value.substr(first, value.find_last_not_of(" \t") - first + 1);
+    return stripped(line.substr(equals + 1));
 }
 
 std::string_view chararrtostr(const char* chars, std::size_t length) noexcept {

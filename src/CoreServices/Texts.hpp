@@ -34,6 +34,14 @@ constexpr std::string_view trimmed(std::string_view text) noexcept {
     return text;
 }
 
+// Text without the blanks and tabs around it.
+constexpr std::string_view stripped(std::string_view text) noexcept {
+    constexpr std::string_view kBlanks = " \t";
+    const auto first = text.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
 // True when the text holds nothing but blanks and NULs.
 bool isblankornull(std::string_view text) noexcept;
 
@@ -46,7 +54,7 @@ std::string blanktozerochar(std::string_view text);
 // The text with every `from` replaced by `to`.
 std::string replacestring(std::string_view text, char from, char to);
 
-// The integer written in a text, blanks around it ignored; kNoInteger if it is none or passes 32 bits.
+// The integer written in a text, blanks and tabs around it ignored; kNoInteger if it is none or passes 32 bits.
 std::int32_t strtoint(std::string_view text) noexcept;
 
 // The value of a KEY = value card: what stands after the first "=", without leading and trailing blanks and

@@ -70,6 +70,7 @@ void writeLine(int file, std::int32_t severity, std::string_view text) {
 }
 
 void deliver(std::int32_t severity, std::string_view text) {
+    if (text.data() == nullptr) text = "";  // handlers get no null pointer
     Listeners& to = listeners();
     if (!to.listening.load(std::memory_order_acquire)) return;
     VorlanTraceHandler handler = nullptr;

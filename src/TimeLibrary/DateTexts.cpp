@@ -19,12 +19,6 @@ constexpr std::string_view kBlanks = " \t";
 // A year of four digits stands as it is; two-digit years have been widened before.
 constexpr int kFirstYear = 100;
 
-std::string_view withoutBlanksAround(std::string_view text) noexcept {
-    const auto first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
-}
-
 // A time as its text gives it, not yet checked against the calendar. A missing part has failed to be read.
 struct DateParts {
     int year = 0;
@@ -300,18 +294,18 @@ void put(char*& at, std::int64_t value, int width) noexcept {
 }  // namespace
 
 double date_in(std::string_view text) noexcept {
-    return compactTime(withoutBlanksAround(text)).value_or(0.0);
+    return compactTime(stripped(text)).value_or(0.0);
 }
 
 double dtg2ds50utc(std::string_view text) noexcept {
-    text = withoutBlanksAround(text);
+    text = stripped(text);
     const auto time =
         text.find(':') != std::string_view::npos ? withSeparators(text) : compactForms(text, false);
     return time.value_or(0.0);
 }
 
 std::optional<double> epochTextToDs50(std::string_view text) noexcept {
-    return compactForms(withoutBlanksAround(text), true);
+    return compactForms(stripped(text), true);
 }
 
 std::array<char, 15> ds50todate15(double ds50UTC) noexcept {

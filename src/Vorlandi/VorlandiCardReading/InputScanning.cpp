@@ -64,10 +64,10 @@ private:
         return kSuccess;
     }
 
-    // The whole file, opened anew as bytes. What was read before an error is stored all the same.
+    // The whole file, opened anew as bytes, which a pipe can't be. What was read before an error is stored all the same.
     std::int32_t readDceBinary() {
         std::unique_ptr<ByteSource> source;
-        openByteSource(replacestring(fileName_, '\\', '/'), source);
+        openByteSource(replacestring(fileName_, '\\', '/'), source, FileKind::Regular);
         RecordPlace place{fileName_};
         if (source) observeRead(VORLAN_READ_FORMAT, fileName_, 1, kDceBinaryName);
         const std::int32_t status = ReadDCEBinary(source.get(), record_, place);

@@ -10,14 +10,14 @@ constexpr std::string_view kName = "ReadECR";
 
 // Header: the number in its first line, the label in its eighth. The label of a file without velocities
 // stands in place of two lines, so that the point lines begin one line earlier.
-constexpr IntegerColumns kSatNum{1, 5};
+constexpr Columns kSatNum{1, 5};
 constexpr int kLinesBeforeLabel = 6;
 constexpr std::string_view kPositionsOnly = "YYDDDHHMMSS.SSS      X(KM)          Y(KM)          Z(KM)";
 constexpr int kLinesBehindPositionsOnly = 1;
 constexpr int kLinesBehindOtherLabel = 2;
 
 // Point lines
-constexpr IntegerColumns kTime{1, 15};
+constexpr Columns kTime{1, 15};
 constexpr std::size_t kNumbersFrom = 17;
 
 ReadOutcome readThree(std::string_view line, std::span<double> values) noexcept {

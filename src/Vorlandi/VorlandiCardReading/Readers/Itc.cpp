@@ -9,13 +9,13 @@ namespace {
 constexpr std::string_view kName = "ReadITC";
 
 // Header
-constexpr IntegerColumns kSatNum{2, 6};
-constexpr IntegerColumns kEpoch{52, 68};
-constexpr IntegerColumns kCovariance{107, 111};
+constexpr Columns kSatNum{2, 6};
+constexpr Columns kEpoch{52, 68};
+constexpr Columns kCovariance{107, 111};
 constexpr std::string_view kWithoutCovariance = "WOCOV";
 
 // First line of a point
-constexpr IntegerColumns kTime{4, 18};
+constexpr Columns kTime{4, 18};
 constexpr RealColumns kPosition{19, 34, 6};  // F16.6, km
 constexpr RealColumns kVelocity{67, 82, 9};  // F16.9, km/s
 

@@ -9,16 +9,16 @@ namespace {
 constexpr std::string_view kName = "ReadJ2K";
 
 // Columns 3 to 7 hold the satellite number. It isn't read: a J2K record has the number 0.
-constexpr IntegerColumns kDateGroups[] = {{12, 13}, {15, 17}, {19, 20}, {22, 23}, {25, 30}};
+constexpr Columns kDateGroups[] = {{12, 13}, {15, 17}, {19, 20}, {22, 23}, {25, 30}};
 constexpr std::size_t kDateSize = 15;
-constexpr IntegerColumns kReportedDate{12, 30};
+constexpr Columns kReportedDate{12, 30};
 constexpr std::size_t kNumbersFrom = 32;
 
 // The groups put together to YYDDDHHMMSS.SSS, their blanks as zeros.
 double timeOf(std::string_view line) {
     std::array<char, kDateSize> date;
     char* next = date.data();
-    for (const IntegerColumns& group : kDateGroups) {
+    for (const Columns& group : kDateGroups) {
         const std::size_t width = group.last - group.first + 1;
         strtochararr(columns(line, group.first, group.last), next, width);
         next += width;

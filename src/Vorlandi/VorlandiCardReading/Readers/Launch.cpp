@@ -48,7 +48,7 @@ private:
             }
             const ReadOutcome lineOutcome = input_.readLine(line_);
             if (lineOutcome != ReadOutcome::Success) return lineOutcome;
-            list_ = FreeFormList(line_);
+            list_.goOn(line_);
         }
     }
 

@@ -10,11 +10,11 @@ constexpr std::string_view kName = "ReadLCH";
 
 // Header: the number in the fifth of nine lines
 constexpr int kLinesBeforeSatNum = 4;
-constexpr IntegerColumns kSatNum{44, 48};
+constexpr Columns kSatNum{44, 48};
 constexpr int kLinesBehindSatNum = 4;
 
 // Data line
-constexpr IntegerColumns kTime{1, 17};
+constexpr Columns kTime{1, 17};
 constexpr std::size_t kNumbersFrom = 19;
 constexpr std::size_t kReportedColumns = 128;  // of a bad line
 

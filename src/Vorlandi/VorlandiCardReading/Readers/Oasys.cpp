@@ -9,12 +9,12 @@ namespace {
 constexpr std::string_view kName = "ReadOASYS";
 
 // Satellite line
-constexpr IntegerColumns kSatelliteMark{10, 20};
+constexpr Columns kSatelliteMark{10, 20};
 constexpr std::string_view kSatelliteText = "Spacecraft:";
 constexpr std::size_t kSatNumFrom = 21;
 
 // Data line
-constexpr IntegerColumns kTime{1, 23};
+constexpr Columns kTime{1, 23};
 constexpr std::size_t kNumbersFrom = 25;
 
 struct Separator {

@@ -7,7 +7,7 @@ namespace vorlandi {
 namespace {
 
 constexpr std::string_view kName = "ReadOwner";
-constexpr IntegerColumns kTime{1, 15};
+constexpr Columns kTime{1, 15};
 constexpr std::size_t kNumbersFrom = 16;
 
 double timeOf(std::string_view line) noexcept { return date_in(columns(line, kTime.first, kTime.last)); }

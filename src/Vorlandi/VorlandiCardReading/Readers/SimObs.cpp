@@ -10,10 +10,10 @@ namespace {
 constexpr std::string_view kName = "ReadSimObs";
 
 // Identification line
-constexpr IntegerColumns kSatNum{2, 6};
-constexpr IntegerColumns kTime{8, 22};
-constexpr IntegerColumns kUnused{23, 29};  // must be an integer
-constexpr IntegerColumns kCoordinates{76, 78};
+constexpr Columns kSatNum{2, 6};
+constexpr Columns kTime{8, 22};
+constexpr Columns kUnused{23, 29};  // must be an integer
+constexpr Columns kCoordinates{76, 78};
 
 // Position line, km, and velocity line, km/s
 constexpr RealColumns kVector{1, 22, 0};  // F22.0

@@ -10,19 +10,19 @@ namespace {
 constexpr std::string_view kName = "ReadKQUniversalVorlan";
 
 // Header
-constexpr IntegerColumns kSatNum{30, 39};
-constexpr IntegerColumns kCoordinateSystem{40, 49};
-constexpr IntegerColumns kLayout{50, 53};
+constexpr Columns kSatNum{30, 39};
+constexpr Columns kCoordinateSystem{40, 49};
+constexpr Columns kLayout{50, 53};
 constexpr std::string_view kCommaSeparated = "CSV ";
 
 // Point line in fixed columns
-constexpr IntegerColumns kTime{1, 26};
+constexpr Columns kTime{1, 26};
 constexpr RealColumns kState{28, 46, 0, 1};  // six fields F19.0, a column between them: km, km/s
 
 // Point line with commas: the first one, behind the time, stands at this column or before
 constexpr std::size_t kLastFirstComma = 27;
 
-std::string_view textIn(std::string_view line, IntegerColumns where) noexcept {
+std::string_view textIn(std::string_view line, Columns where) noexcept {
     return columns(line, where.first, where.last);
 }
 
@@ -61,7 +61,7 @@ void readCommas(std::string_view line, const BlockInput& input, Vorlanrecord& re
 }
 
 // A field of the header in its full width: its length tells `coord` which names it may hold.
-std::string padded(std::string_view line, IntegerColumns where) {
+std::string padded(std::string_view line, Columns where) {
     std::string text(textIn(line, where));
     text.resize(where.last - where.first + 1, ' ');
     return text;

@@ -11,14 +11,14 @@ constexpr std::string_view kNameOfBadTime = "ReadV31-Invalid ephemeris time form
 constexpr double kKmPerMeter = 0.001;
 
 // Header
-constexpr IntegerColumns kSatNum{30, 34};
+constexpr Columns kSatNum{30, 34};
 
 // Coordinate line
 constexpr std::string_view kCoordinateLine = "Propagation by";
-constexpr IntegerColumns kCoordinates{66, 68};
+constexpr Columns kCoordinates{66, 68};
 
 // Data line
-constexpr IntegerColumns kTime{1, 15};
+constexpr Columns kTime{1, 15};
 constexpr std::size_t kStateFrom = 16;
 constexpr RealColumns kPosition{16, 34, 8};  // F19.8
 constexpr RealColumns kVelocity{73, 91, 8};

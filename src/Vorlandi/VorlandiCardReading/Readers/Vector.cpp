@@ -11,11 +11,11 @@ constexpr std::string_view kName = "ReadVecEph";
 
 // Position line
 constexpr RealColumns kPosition{18, 33, 6};  // F16.6, km
-constexpr IntegerColumns kSatNum{67, 71};
-constexpr IntegerColumns kCoordinates{78, 80};
+constexpr Columns kSatNum{67, 71};
+constexpr Columns kCoordinates{78, 80};
 
 // Velocity line
-constexpr IntegerColumns kTime{3, 17};
+constexpr Columns kTime{3, 17};
 constexpr RealColumns kVelocity{18, 33, 9};  // F16.9, km/s
 
 void readPoint(const LineGroup& lines, const BlockInput& input, Vorlanrecord& record) {

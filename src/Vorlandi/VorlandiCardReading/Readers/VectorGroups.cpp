@@ -7,7 +7,7 @@ namespace {
 
 // Header
 constexpr RealColumns kGravityModel{1, 22, 15};  // E22.15 each: ke, then the earth radius in km
-constexpr IntegerColumns kEpoch{46, 60};
+constexpr Columns kEpoch{46, 60};
 
 bool readHeader(std::string_view line, Vorlanrecord& record) noexcept {
     std::array<double, 2> gravityModel{};

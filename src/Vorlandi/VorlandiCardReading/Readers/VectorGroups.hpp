@@ -12,8 +12,8 @@ namespace vorlandi {
 struct VectorFormat {
     std::string_view reader;
     std::size_t linesPerPoint;
-    IntegerColumns satNum;       // in a group's first line
-    IntegerColumns coordinates;  // in the same line, three columns
+    Columns satNum;       // in a group's first line
+    Columns coordinates;  // in the same line, three columns
     void (*readPoint)(const LineGroup& lines, const BlockInput& input, Vorlanrecord& record);
 };
 
