@@ -102,7 +102,8 @@ enum { VORLAN_READ_FORMAT = 1, VORLAN_READ_BAD = 2, VORLAN_READ_DROPPED = 3, VOR
  *                                     DCE_BINARY, DCE_TEXT, LAUNCH, EELV, LCH, OASYS, OWNER, J2K, VECTOR, SIMOBS
  *                VORLAN_READ_BAD      a bad line or group of lines: the line, of a group the first one; the messages
  *                                     about it follow
- *                VORLAN_READ_DROPPED  a point whose time is not later than the last one: its line
+ *                VORLAN_READ_DROPPED  a point whose time is not later than the last one: its line, of a binary
+ *                                     file nothing
  *                VORLAN_READ_STORED   a record was stored: its key
  *   fileName     fileNameLen characters without terminator
  *   line         the line, from 1; of a binary file the record

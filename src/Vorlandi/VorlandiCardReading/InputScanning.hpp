@@ -31,8 +31,8 @@ std::int32_t readvorlansfrfileunit(InputUnit& unit, std::string_view fileName);
 // failed.
 std::int64_t addvorlanfile(std::string_view fileName) noexcept;
 
-// An ephemeris pass. The tag labels the first record stored and is then blanked; `satKeyOut`, when given,
-// receives the key of each record stored.
+// An ephemeris pass. The tag labels the records stored, and the first one of a text file blanks it; `satKeyOut`, when
+// given, receives the key of each.
 std::int32_t ReadOnlyVorlans(InputUnit& unit, std::string_view fileName, InputTag& tag,
                              std::int64_t* satKeyOut = nullptr);
 
