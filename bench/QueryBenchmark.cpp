@@ -1,4 +1,5 @@
-// State queries: one at a time, from one satellite or from many, beside the bare kernel on a window that is given.
+// State queries: one at a time, from one satellite or from many, beside the bare kernel on a window that is
+// given.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>

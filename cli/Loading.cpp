@@ -15,8 +15,8 @@
 namespace vorlandi::cli {
 namespace {
 
-// Hears what the library says and meets while one file is loaded, passes its messages on under the name of the file and,
-// for a bad line, its number, and notes the format of each satellite.
+// Hears what the library says and meets while one file is loaded, passes its messages on under the name of
+// the file and, for a bad line, its number, and notes the format of each satellite.
 class LoadListener : public ReadListener {
 public:
     LoadListener(const std::string& file, Formats& formats, Console& console)

@@ -17,8 +17,8 @@ TimeGrid::TimeGrid(double from_ds50, double to_ds50, double step_s)
             1) {}
 
 double TimeGrid::operator[](std::int64_t i) const {
-    // Counted in seconds of the day from a start rounded to the microsecond, as texts give times: a time of the grid then
-    // has the very bits of its text.
+    // Counted in seconds of the day from a start rounded to the microsecond, as texts give times: a time of
+    // the grid then has the very bits of its text.
     const double day = std::floor(from_);
     const double start_s = std::round((from_ - day) * kSecondsPerDay * 1e6) / 1e6;
     const double second = start_s + static_cast<double>(i) * step_s_;

@@ -66,7 +66,8 @@ std::string bytesOf(const Vorlanrecord& record);
 // Moves what the store holds into an outcome, and empties the store.
 void takeStore(Outcome& outcome, std::size_t inputSize);
 
-// What `read`, a function of a source and an outcome, makes of the bytes; in pieces it must make the same of them.
+// What `read`, a function of a source and an outcome, makes of the bytes; in pieces it must make the same of
+// them.
 template <class Read>
 Outcome readTwice(std::string_view bytes, Read read) {
     const auto once = [&](std::unique_ptr<ByteSource> source) {

@@ -1,5 +1,6 @@
-// Both passes over any bytes, as the text file fuzz.txt: cards, detection, the readers behind it, the store. Cards name
-// files: they are read from a folder of this target's own, and an input with a card that leads elsewhere is passed over.
+// Both passes over any bytes, as the text file fuzz.txt: cards, detection, the readers behind it, the store.
+// Cards name files: they are read from a folder of this target's own, and an input with a card that leads
+// elsewhere is passed over.
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>

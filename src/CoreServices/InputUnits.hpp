@@ -41,8 +41,8 @@ public:
     // failed read, EndOfData at the end of the file; the line is then empty.
     ReadOutcome readLine(std::size_t maxColumns, std::string_view& line);
 
-    // Passes over, and doesn't count, lines ahead that hold none of the marks. Cheap, and may pass over none: whole
-    // buffers are looked at, each once.
+    // Passes over, and doesn't count, lines ahead that hold none of the marks. Cheap, and may pass over none:
+    // whole buffers are looked at, each once.
     void passOverLinesWithout(std::string_view marks);
 
     // Back to the first line.

@@ -63,7 +63,8 @@ std::optional<double> plainReal(std::string_view text) noexcept {
     return value;
 }
 
-// The exponent of a number, blanks inside ignored where they may stand; one that no double reaches is as good as any other such.
+// The exponent of a number, blanks inside ignored where they may stand; one that no double reaches is as good
+// as any other such.
 std::optional<int> exponentOf(std::string_view text, bool blanksInside) noexcept {
     constexpr int kBeyondAnyDouble = 1'000'000;
     if (blanksInside) text = leftAdjusted(text);

@@ -54,7 +54,8 @@ std::string blanktozerochar(std::string_view text);
 // The text with every `from` replaced by `to`.
 std::string replacestring(std::string_view text, char from, char to);
 
-// The integer written in a text, blanks and tabs around it ignored; kNoInteger if it is none or passes 32 bits.
+// The integer written in a text, blanks and tabs around it ignored; kNoInteger if it is none or passes 32
+// bits.
 std::int32_t strtoint(std::string_view text) noexcept;
 
 // The value of a KEY = value card: what stands after the first "=", without leading and trailing blanks and

@@ -1,5 +1,5 @@
-// BlockPool: memory for objects of one kind, side by side in blocks that grow by half. What is released serves the next
-// object; the blocks are given back when no object is left. Any thread may take and release.
+// BlockPool: memory for objects of one kind, side by side in blocks that grow by half. What is released
+// serves the next object; the blocks are given back when no object is left. Any thread may take and release.
 #pragma once
 
 #include <sys/mman.h>

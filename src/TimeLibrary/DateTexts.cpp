@@ -55,8 +55,8 @@ int digitsOf(std::string_view text) noexcept {
 // A field of a compact form, which may be blank padded on its left.
 int paddedDigits(std::string_view field) noexcept { return digitsOf(leftAdjusted(field)); }
 
-// Digits, a point, any number of digits; -1.0 if they are none. Rounding may carry 59.99... to 60; that is no leap
-// second.
+// Digits, a point, any number of digits; -1.0 if they are none. Rounding may carry 59.99... to 60; that is no
+// leap second.
 double secondsOf(std::string_view whole, std::string_view fraction) noexcept {
     const int seconds = paddedDigits(whole);
     if (seconds < 0) return -1.0;
@@ -293,9 +293,7 @@ void put(char*& at, std::int64_t value, int width) noexcept {
 
 }  // namespace
 
-double date_in(std::string_view text) noexcept {
-    return compactTime(stripped(text)).value_or(0.0);
-}
+double date_in(std::string_view text) noexcept { return compactTime(stripped(text)).value_or(0.0); }
 
 double dtg2ds50utc(std::string_view text) noexcept {
     text = stripped(text);

@@ -17,9 +17,9 @@ constexpr std::size_t kCacheLine = 64;
 // Blocks of this size and more are mapped on their own: they grow by remapping, whatever else is on the heap.
 constexpr std::size_t kMappedFrom = std::size_t{2} << 20;
 
-// A mapped block begins with this much address space, which doubles when it is used up. Pages are only taken as
-// points arrive, large ones where the system has them; blocks begin at such a page, so that remapping moves large
-// pages whole.
+// A mapped block begins with this much address space, which doubles when it is used up. Pages are only taken
+// as points arrive, large ones where the system has them; blocks begin at such a page, so that remapping
+// moves large pages whole.
 constexpr std::size_t kFirstMapping = std::size_t{16} << 20;
 constexpr std::size_t kLargePage = std::size_t{2} << 20;
 constexpr std::size_t kPage = 4096;

@@ -1,4 +1,5 @@
-// GrowingBlock: memory that grows without being filled or, once it is large, moved; and that several owners may share.
+// GrowingBlock: memory that grows without being filled or, once it is large, moved; and that several owners
+// may share.
 //
 // 1. Bytes within a size asked for keep their values until the block shrinks below them; all others are not
 //    initialised.
@@ -23,8 +24,9 @@ public:
 
     char* bytes() const noexcept { return bytes_; }  // null before the first growth
 
-    // To at least a size above, or to a size below, the present one; `used` bytes are kept. A shared block doesn't
-    // shrink, and grows into one of its own unless the size is there already. Without memory the process ends.
+    // To at least a size above, or to a size below, the present one; `used` bytes are kept. A shared block
+    // doesn't shrink, and grows into one of its own unless the size is there already. Without memory the
+    // process ends.
     void grow(std::size_t size, std::size_t used);
     void shrink(std::size_t size);
 

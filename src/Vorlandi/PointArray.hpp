@@ -1,13 +1,16 @@
 // PointArray: the points of one record, in space that grows by 1000 points at a time.
 //
-// 1. States and covariances stand apart: a state is a line of cache, and the covariances take no space before the
+// 1. States and covariances stand apart: a state is a line of cache, and the covariances take no space before
+// the
 //    first point that has one. A request for a state reads nothing else.
-// 2. Capacity grows by kGrowth points and never by doubling; the memory behind it sees to it that growing stays
+// 2. Capacity grows by kGrowth points and never by doubling; the memory behind it sees to it that growing
+// stays
 //    linear.
 // 3. count() points are in use; the spare ones behind them are not initialised.
 // 4. An array is absent until the first point is appended. A copy is deep and keeps the capacity.
 // 5. Appending and trimming invalidate pointers to points.
-// 6. Arrays made by share() have the memory of another one in common with it. They only look at their own points, behind
+// 6. Arrays made by share() have the memory of another one in common with it. They only look at their own
+// points, behind
 //    which the other one may go on, and take memory of their own before they change.
 #pragma once
 

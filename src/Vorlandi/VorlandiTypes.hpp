@@ -47,7 +47,8 @@ struct Vorlanrecord {
     std::int32_t numberOfPoints() const noexcept { return points.count(); }
 };
 
-// A copy of a record that shares its points for as long as neither is changed but by points added to this one.
+// A copy of a record that shares its points for as long as neither is changed but by points added to this
+// one.
 Vorlanrecord shareOf(Vorlanrecord& record);
 
 // Two records are the same satellite when number, coordinate system and epoch are equal.

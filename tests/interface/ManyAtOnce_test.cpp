@@ -51,7 +51,8 @@ Answers batches(std::int64_t key, const Times& times, std::size_t batch) {
 
 class ManyAtOnce : public InterfaceTest {
 protected:
-    // Two days of a bent orbit with a gap of four hours, equator crossings, and covariance in its first day only.
+    // Two days of a bent orbit with a gap of four hours, equator crossings, and covariance in its first day
+    // only.
     static std::int64_t addOrbit() {
         const std::int64_t key = addSatellite(7);
         for (int minute = 0; minute < 2880; ++minute) {

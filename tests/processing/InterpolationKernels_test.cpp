@@ -1,5 +1,5 @@
-// The interpolation kernels bit by bit against the formulas written down plainly, and their rounding error against
-// results worked out without any: data/kernel_reference.txt.
+// The interpolation kernels bit by bit against the formulas written down plainly, and their rounding error
+// against results worked out without any: data/kernel_reference.txt.
 #include "Vorlandi/VorlandiProcessing/InterpolationKernels.hpp"
 
 #include <algorithm>
@@ -119,7 +119,8 @@ TEST(Hermitevorlan, HasTheBitsOfTheFormulasOnRandomWindowsAndOfTheNodesAtTheirTi
     EXPECT_EQ(vanished, 600);
 }
 
-// The largest errors in units of 2^-52 of the nodes' largest position and velocity, and a hash of all results.
+// The largest errors in units of 2^-52 of the nodes' largest position and velocity, and a hash of all
+// results.
 struct Roundings {
     double position = 0.0, velocity = 0.0;
     std::uint64_t hash = 14695981039346656037U;  // FNV-1a
@@ -134,9 +135,9 @@ struct Roundings {
     }
 };
 
-// From day 512 on the differences of times are exact. A weight is a product of about 8n factors, each rounded; their
-// roundings don't all fall the same way, so that 3n are allowed for. The weights of the velocity hold besides sums of n
-// terms whose parts are larger than the sums.
+// From day 512 on the differences of times are exact. A weight is a product of about 8n factors, each
+// rounded; their roundings don't all fall the same way, so that 3n are allowed for. The weights of the
+// velocity hold besides sums of n terms whose parts are larger than the sums.
 void expectNearExact(const Points& points, const Vorlanpoint& exact, Roundings& found) {
     Vorlanpoint largest;
     // How much the polynomial and its derivative enlarge errors of the nodes: the sums of the weights'

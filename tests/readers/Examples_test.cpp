@@ -1,5 +1,5 @@
-// The example files of every format hold one orbit, the same numbers under whatever frame a format stands for: the
-// states that the library answers from each, against the integrated ones.
+// The example files of every format hold one orbit, the same numbers under whatever frame a format stands
+// for: the states that the library answers from each, against the integrated ones.
 #include <cmath>
 #include <ctime>
 #include <sstream>
@@ -18,8 +18,8 @@ namespace {
 std::string examplePath(const std::string& name) { return std::string(VORLANDI_EXAMPLES) + "/" + name; }
 
 // How far a stored point lies from the integrated state: what the columns of its layout lose. One bit of the
-// largest numbers is 0.9e-9 m and 0.9e-9 mm/s; three components are taken together. No layout loses time: the points
-// stand at whole minutes.
+// largest numbers is 0.9e-9 m and 0.9e-9 mm/s; three components are taken together. No layout loses time: the
+// points stand at whole minutes.
 struct Precision {
     double m, mm_s;
     const char* reason;
@@ -32,9 +32,9 @@ constexpr Precision kMeters{2.0e-9, 2.0e-9,
 constexpr Precision kFeet{2.0e-9, 2.0e-9, "every bit in feet, the last one rounded twice on the way to km"};
 constexpr Precision kMixed{1.0e-10, 2.0e-9, "half of the 13th decimal of km, and every bit of m/s"};
 
-// Between the points, the same for all: times are doubles in days, 1.6e-7 s beside the truth at most, in which a
-// satellite moves 1.2 mm. Shifts of points 60 s apart tilt a curve through them by up to 0.04 mm/s. What four points
-// leave of the orbit itself is far less, 3e-8 m.
+// Between the points, the same for all: times are doubles in days, 1.6e-7 s beside the truth at most, in
+// which a satellite moves 1.2 mm. Shifts of points 60 s apart tilt a curve through them by up to 0.04 mm/s.
+// What four points leave of the orbit itself is far less, 3e-8 m.
 constexpr Precision kTimesInDays{1.2e-3, 4.0e-2, "the rounded times of the points"};
 
 struct Example {

@@ -30,7 +30,8 @@ inline std::string at(std::size_t column, const std::string& text) {
     return std::string(column - 1, ' ') + text;
 }
 
-// The lines with a text written over one of them from a column on, or in its place; lines and columns are 1-based.
+// The lines with a text written over one of them from a column on, or in its place; lines and columns are
+// 1-based.
 inline Lines put(Lines lines, std::size_t line, std::size_t column, std::string_view text) {
     std::string& edited = lines.at(line - 1);
     edited.resize(std::max(edited.size(), column - 1 + text.size()), ' ');
@@ -81,8 +82,8 @@ inline Vorlanrecord expectRecord(const Lines& lines, std::int32_t satNum, std::i
 
 constexpr std::int32_t kAny = -1;
 
-// A file, what is logged and what is stored. Of the messages, "@3" is the file's third line, "!@3" or "!text" the
-// reader's report of bad data and that line or text, "*problem" the problem that ends the block.
+// A file, what is logged and what is stored. Of the messages, "@3" is the file's third line, "!@3" or "!text"
+// the reader's report of bad data and that line or text, "*problem" the problem that ends the block.
 struct Case {
     std::string what;
     Lines lines;

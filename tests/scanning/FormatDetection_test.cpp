@@ -1,5 +1,5 @@
-// Format detection: the table of docs/formats.md row by row and column by column, and the tests that are more than
-// texts at columns.
+// Format detection: the table of docs/formats.md row by row and column by column, and the tests that are more
+// than texts at columns.
 #include "Vorlandi/VorlandiCardReading/FormatDetection.hpp"
 
 #include <map>

@@ -1,5 +1,5 @@
-// Loading and saving through the exported functions: cards, tags, blocks behind one another, status codes, what a
-// saved file holds, and loading by several threads at once.
+// Loading and saving through the exported functions: cards, tags, blocks behind one another, status codes,
+// what a saved file holds, and loading by several threads at once.
 #include <atomic>
 #include <cerrno>
 #include <cstring>

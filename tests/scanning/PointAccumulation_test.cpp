@@ -44,8 +44,8 @@ TEST(PointAccumulation, DropsPointsThatAreNotLaterThanTheLastWithTheirCovariance
     EXPECT_EQ(record.epoch, 10.0) << "only the first point sets the epoch";
 }
 
-// The space of the covariances comes with the first one, holds zeros for the points without, and grows, is trimmed and
-// copied with the points.
+// The space of the covariances comes with the first one, holds zeros for the points without, and grows, is
+// trimmed and copied with the points.
 TEST(PointAccumulation, KeepsCovariancesApart) {
     for (const int first : {0, 1, 999, 1000, 2499}) {
         Vorlanrecord record;

@@ -1,6 +1,7 @@
-// The access guard. Between a reader's look at the flag and its announcement a writer may begin; so nothing here
-// lets readers of the tree race with writers. Exclusion is tested step by step, and the test under load mixes
-// only what the gap can't spoil: writers among themselves, and readers of DMA keys, which never see the tree.
+// The access guard. Between a reader's look at the flag and its announcement a writer may begin; so nothing
+// here lets readers of the tree race with writers. Exclusion is tested step by step, and the test under load
+// mixes only what the gap can't spoil: writers among themselves, and readers of DMA keys, which never see the
+// tree.
 #include "Vorlandi/StoreGuard.hpp"
 
 #include <chrono>

@@ -1,5 +1,5 @@
-// Time scales: UTC to TAI and back around every leap second, split TAI differences against exact arithmetic, and the
-// leap-second table that a file replaces.
+// Time scales: UTC to TAI and back around every leap second, split TAI differences against exact arithmetic,
+// and the leap-second table that a file replaces.
 #include "TimeLibrary/TimeScales.hpp"
 
 #include <cerrno>
@@ -47,8 +47,8 @@ TEST_F(TimeScales, StepAsTheInstalledListSaysAndTheSameAfterLoadingIt) {
     }
 }
 
-// The 64 bits of a long double hold every step of the difference of two near times exactly from day 512 on; nearer to
-// day 0 they leave less than 1e-14 s.
+// The 64 bits of a long double hold every step of the difference of two near times exactly from day 512 on;
+// nearer to day 0 they leave less than 1e-14 s.
 TEST_F(TimeScales, ComeBackToTheSameTimeAndKeepSplitDifferencesExact) {
     static_assert(std::numeric_limits<long double>::digits >= 64);
     SCOPED_TRACE(testSeed());

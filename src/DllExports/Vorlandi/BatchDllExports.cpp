@@ -1,7 +1,7 @@
 // The exported functions of vorlandi/vorlandi.h that give many answers at once.
 //
-// Each answer comes from the code that gives a single one. What a batch saves is the lookup of the record and, between
-// requests to the same window, the part of the kernel that only depends on its nodes.
+// Each answer comes from the code that gives a single one. What a batch saves is the lookup of the record
+// and, between requests to the same window, the part of the kernel that only depends on its nodes.
 #include <optional>
 #include <string>
 

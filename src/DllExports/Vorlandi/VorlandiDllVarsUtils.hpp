@@ -29,8 +29,9 @@ struct EphemAnswer {
 std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, EphemAnswer& answer,
                       Covariance covariance = Covariance::Wanted) noexcept;
 
-// The state of a record at a time, for GetEphem and for many times at once: kSuccess; or kFailure with the reason in
-// `message`, which the caller logs, and a point of zeros. The record has points, and is the interpolator's.
+// The state of a record at a time, for GetEphem and for many times at once: kSuccess; or kFailure with the
+// reason in `message`, which the caller logs, and a point of zeros. The record has points, and is the
+// interpolator's.
 std::int32_t stateAt(const Vorlanrecord& record, PointInterpolator& interpolator, double ds50UTC,
                      Vorlanpoint& point, std::string& message, Covariance covariance);
 

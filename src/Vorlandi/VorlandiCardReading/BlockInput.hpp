@@ -44,8 +44,8 @@ public:
         return outcome;
     }
 
-    // Sets the line at which a bad line or a dropped point is said to stand: the one read last, or the first of a
-    // group.
+    // Sets the line at which a bad line or a dropped point is said to stand: the one read last, or the first
+    // of a group.
     void standAt(std::string_view line, std::int64_t number) noexcept {
         line_ = line;
         lineNumber_ = number;

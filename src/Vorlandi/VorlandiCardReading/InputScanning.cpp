@@ -64,7 +64,8 @@ private:
         return kSuccess;
     }
 
-    // The whole file, opened anew as bytes, which a pipe can't be. What was read before an error is stored all the same.
+    // The whole file, opened anew as bytes, which a pipe can't be. What was read before an error is stored
+    // all the same.
     std::int32_t readDceBinary() {
         std::unique_ptr<ByteSource> source;
         openByteSource(replacestring(fileName_, '\\', '/'), source, FileKind::Regular);
@@ -100,8 +101,8 @@ private:
 // A line without them is no tag card, and if it is an input-file card, it names no file.
 constexpr std::string_view kCardMarks = "#=";
 
-// Follows an input-file card; a file that can't be opened is passed over. Only regular files are: a card must not make
-// the library wait for a pipe or read a device without end.
+// Follows an input-file card; a file that can't be opened is passed over. Only regular files are: a card must
+// not make the library wait for a pipe or read a device without end.
 void readNestedFile(std::string_view card, InputTag& tag) {
     const PaddedText<512> name(getinputfilename(card));
     InputUnit nested;

@@ -20,8 +20,8 @@ using InputTag = PaddedText<128>;
 // Reads a file: one whose name ends in .DCE as DCE binary, any other in a card pass and an ephemeris pass.
 std::int32_t readvorlansfrfile(std::string_view fileName) noexcept;
 
-// The card pass: reads the files that cards name, and leaves the unit at its first line. The tag is that of the cards
-// that no record has taken.
+// The card pass: reads the files that cards name, and leaves the unit at its first line. The tag is that of
+// the cards that no record has taken.
 void followCards(InputUnit& unit, InputTag& tag);
 
 // The two passes over an open unit.
@@ -31,8 +31,8 @@ std::int32_t readvorlansfrfileunit(InputUnit& unit, std::string_view fileName);
 // failed.
 std::int64_t addvorlanfile(std::string_view fileName) noexcept;
 
-// An ephemeris pass. The tag labels the records stored, and the first one of a text file blanks it; `satKeyOut`, when
-// given, receives the key of each.
+// An ephemeris pass. The tag labels the records stored, and the first one of a text file blanks it;
+// `satKeyOut`, when given, receives the key of each.
 std::int32_t ReadOnlyVorlans(InputUnit& unit, std::string_view fileName, InputTag& tag,
                              std::int64_t* satKeyOut = nullptr);
 

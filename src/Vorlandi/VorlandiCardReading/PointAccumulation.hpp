@@ -8,8 +8,8 @@
 
 namespace vorlandi {
 
-// Appends a point, with its covariance if one is given. The first point sets the record's epoch. A point that is not
-// later than the last one is dropped: false, and nothing has changed.
+// Appends a point, with its covariance if one is given. The first point sets the record's epoch. A point that
+// is not later than the last one is dropped: false, and nothing has changed.
 inline bool addoneeppoint(const Vorlanstate& point, Vorlanrecord& record,
                           const PointCovariance* covariance = nullptr) {
     PointArray& points = record.points;

@@ -6,9 +6,9 @@
 #include <limits>
 #include <vector>
 
-// Compiles a function for wider instructions, too; a process chooses when it starts. The bits of a result are the same:
-// lanes round as scalars do, and none of the sets brings fused operations here. Such a function is called from this
-// file alone, since Clang 14 leaves others without its symbol.
+// Compiles a function for wider instructions, too; a process chooses when it starts. The bits of a result are
+// the same: lanes round as scalars do, and none of the sets brings fused operations here. Such a function is
+// called from this file alone, since Clang 14 leaves others without its symbol.
 #if defined(__x86_64__) && defined(__gnu_linux__)
 #define FOR_EACH_INSTRUCTION_SET __attribute__((target_clones("avx2", "default")))
 #else
@@ -36,8 +36,8 @@ struct Weights {
     T lagrange;
 };
 
-// The weights of a node. dt is the request minus the node (s), sum2 the sum of 1/dt over the other nodes, product
-// that of all dt.
+// The weights of a node. dt is the request minus the node (s), sum2 the sum of 1/dt over the other nodes,
+// product that of all dt.
 template <class T>
 void weigh(const NodeTerms<T>& node, const T& dt, const T& sum2, double product,
            Weights<T>& weights) noexcept {
@@ -50,8 +50,8 @@ void weigh(const NodeTerms<T>& node, const T& dt, const T& sum2, double product,
     weights.lagrange = numerator / node.denominator;
 }
 
-// Should the sum of the reciprocals vanish, the quotient by it becomes this: a number so large that the weights
-// lose it again.
+// Should the sum of the reciprocals vanish, the quotient by it becomes this: a number so large that the
+// weights lose it again.
 double valueOfVanishedSum(double dt) noexcept {
     if (dt == 0.0) return 0.0;
     if (!std::isfinite(dt)) return std::numeric_limits<double>::quiet_NaN();
@@ -96,9 +96,9 @@ inline SplitTai splitIn(const LeapStep& leap, double time) noexcept {
     return time >= leap.day && time < leap.nextDay ? splitTai(time, leap.taiMinusUtc) : tosplittai(time);
 }
 
-// Products of the differences of each node to the others, and sums of their reciprocals. Each lane is a node, each
-// column the difference to one node: 1 and 0 stand where a node would meet itself, so that the product and the sum
-// pass over it.
+// Products of the differences of each node to the others, and sums of their reciprocals. Each lane is a node,
+// each column the difference to one node: 1 and 0 stand where a node would meet itself, so that the product
+// and the sum pass over it.
 void separate(const double (&days)[4], const double (&seconds)[4], Lanes& product, Lanes& sum) noexcept {
     const auto e = [&](int i, int j) { return minus({days[i], seconds[i]}, {days[j], seconds[j]}); };
     const double e01 = e(0, 1), e02 = e(0, 2), e03 = e(0, 3), e12 = e(1, 2), e13 = e(1, 3), e23 = e(2, 3);

@@ -1,10 +1,12 @@
 // The interpolation kernels. Lagrange: a scalar polynomial through given values. Hermite: a state between
-// consecutive points of an ephemeris, its position by the polynomial of degree 2n - 1 that matches the positions
-// and velocities of n nodes, its velocity as the derivative of that polynomial, its covariance by Lagrange
-// interpolation. Source: F. B. Hildebrand, Introduction to Numerical Analysis, 2nd ed. 1974, sections 3.2 and 8.2.
+// consecutive points of an ephemeris, its position by the polynomial of degree 2n - 1 that matches the
+// positions and velocities of n nodes, its velocity as the derivative of that polynomial, its covariance by
+// Lagrange interpolation. Source: F. B. Hildebrand, Introduction to Numerical Analysis, 2nd ed. 1974,
+// sections 3.2 and 8.2.
 //
 // The order of operations is fixed and nothing is contracted, so that results have the same bits with every
-// compiler, optimisation and instruction set. Nodes have strictly rising times; equal ones give non-finite results.
+// compiler, optimisation and instruction set. Nodes have strictly rising times; equal ones give non-finite
+// results.
 #pragma once
 
 #include <cstddef>
@@ -35,12 +37,12 @@ enum class Covariance { Wanted, NotWanted };
 void hermitevorlan(std::span<const Vorlanpoint> points, double t, Vorlanpoint& result,
                    Covariance covariance = Covariance::Wanted);
 
-// One number for each of the four nodes of the usual window, calculated with side by side. A lane rounds exactly as
-// a double alone does.
+// One number for each of the four nodes of the usual window, calculated with side by side. A lane rounds
+// exactly as a double alone does.
 using Lanes = double __attribute__((vector_size(32)));
 
-// The usual window: four nodes, and what the formulas need of them alone, worked out once for all requests between
-// them. The nodes must stay where they are.
+// The usual window: four nodes, and what the formulas need of them alone, worked out once for all requests
+// between them. The nodes must stay where they are.
 class HermiteWindow {
 public:
     static constexpr std::size_t kNodes = 4;

@@ -17,8 +17,8 @@ constexpr double kLargestMeanSpacing_days = 0.04236111111111111;  // 61 minutes
 constexpr std::int32_t kWindow = 4;
 constexpr std::int32_t kRevolutionModulus = 100000;
 
-// The point that a bisection between 0 and n + 1 probes last when `lo` is the last one earlier than the request:
-// lo or lo + 1. It carries the revolution number that a request is counted from.
+// The point that a bisection between 0 and n + 1 probes last when `lo` is the last one earlier than the
+// request: lo or lo + 1. It carries the revolution number that a request is counted from.
 std::int32_t lastProbed(std::int32_t n, std::int32_t lo) noexcept {
     std::int32_t below = 0;
     std::int32_t above = n + 1;
@@ -53,8 +53,8 @@ bool PointInterpolator::isLastEarlier(std::int32_t lo, double t) const noexcept 
     return (lo == 0 || t > time(lo)) && (lo == points_.count() || !(t > time(lo + 1)));
 }
 
-// The last point strictly earlier than t, 0 if none. That of the last request is tried first, then the one that even
-// spacing leads to; otherwise a bisection finds it.
+// The last point strictly earlier than t, 0 if none. That of the last request is tried first, then the one
+// that even spacing leads to; otherwise a bisection finds it.
 std::int32_t PointInterpolator::lastEarlier(double t) const noexcept {
     const std::int32_t n = points_.count();
     for (const std::int32_t lo : {lo_, lo_ + 1}) {
@@ -85,8 +85,8 @@ std::int32_t PointInterpolator::coincident(std::int32_t first, std::int32_t last
     return 0;
 }
 
-// The revolution number of an interpolated point. Which of the two points around it is the reference only matters near
-// a crossing of the equator, or where their numbers differ.
+// The revolution number of an interpolated point. Which of the two points around it is the reference only
+// matters near a crossing of the equator, or where their numbers differ.
 std::int32_t PointInterpolator::revolutionOf(const Vorlanstate& interpolated) const noexcept {
     const std::int32_t n = points_.count();
     if (lo_ >= 1 && lo_ < n) {

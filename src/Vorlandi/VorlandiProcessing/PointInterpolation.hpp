@@ -10,15 +10,15 @@
 
 namespace vorlandi {
 
-// Answers requests to one record and keeps the window of the last one, which serves the next request between the same
-// points. The record must not change meanwhile. An answer doesn't depend on the requests before it.
+// Answers requests to one record and keeps the window of the last one, which serves the next request between
+// the same points. The record must not change meanwhile. An answer doesn't depend on the requests before it.
 class PointInterpolator {
 public:
     explicit PointInterpolator(const Vorlanrecord& record) noexcept : points_(record.points) {}
 
-    // The state at a time on the TAI scale (days since 1950). 0; or 2 with the reason in `message`, which the caller
-    // logs, and a point of zeros. A record with one point answers every time with it; one with two or three answers
-    // only their times. Where no covariance is wanted, that of the point is not specified.
+    // The state at a time on the TAI scale (days since 1950). 0; or 2 with the reason in `message`, which the
+    // caller logs, and a point of zeros. A record with one point answers every time with it; one with two or
+    // three answers only their times. Where no covariance is wanted, that of the point is not specified.
     std::int32_t at(double ds50TAI, Vorlanpoint& point, std::string& message, Covariance covariance);
 
 private:
@@ -42,8 +42,8 @@ private:
 std::int32_t InterpolateEP(const Vorlanrecord& record, double ds50TAI, Vorlanpoint& point,
                            std::string& message, Covariance covariance = Covariance::Wanted);
 
-// The revolution number of point a, when point b has the number rev: one more if the orbit crosses the equator
-// northward from b to a, one less if from a to b. Wraps at 100000 and keeps the sign.
+// The revolution number of point a, when point b has the number rev: one more if the orbit crosses the
+// equator northward from b to a, one less if from a to b. Wraps at 100000 and keeps the sign.
 std::int32_t updaterev(const Vorlanstate& a, const Vorlanstate& b, std::int32_t rev) noexcept;
 
 }  // namespace vorlandi

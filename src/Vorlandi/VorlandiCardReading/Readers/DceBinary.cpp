@@ -66,8 +66,8 @@ public:
         return countAt(take(kCountSize)) == size ? ReadOutcome::Success : ReadOutcome::Error;
     }
 
-    // The payload of the next record if it has exactly this size and is sound, else null: `next` then says what it is.
-    // It stays valid until the next record is taken.
+    // The payload of the next record if it has exactly this size and is sound, else null: `next` then says
+    // what it is. It stays valid until the next record is taken.
     const char* nextOfSize(std::size_t size) {
         const std::size_t framed = size + 2 * kCountSize;
         if (left_ < framed && !require(framed)) return nullptr;

@@ -10,8 +10,8 @@ constexpr std::string_view kName = "ReadLaunchFormat";
 constexpr int kHeaderLines = 16;
 constexpr double kKmPerMeter = 0.001;
 
-// Values taken one after the other, over as many lines as they need. The first of these lines is the one at which they
-// stand.
+// Values taken one after the other, over as many lines as they need. The first of these lines is the one at
+// which they stand.
 class ListOverLines {
 public:
     explicit ListOverLines(BlockInput& input) noexcept : input_(input) {}

@@ -34,8 +34,8 @@ struct RecordPlace {
     std::int64_t number = 0;
 };
 
-// Reads a binary file as a whole, from its first byte, and moves `place` along. No source stands for a file that could
-// not be opened: a read error like any other.
+// Reads a binary file as a whole, from its first byte, and moves `place` along. No source stands for a file
+// that could not be opened: a read error like any other.
 std::int32_t ReadDCEBinary(ByteSource* source, Vorlanrecord& record, RecordPlace& place);
 inline std::int32_t ReadDCEBinary(ByteSource* source, Vorlanrecord& record) {
     RecordPlace place;
