@@ -20,7 +20,8 @@
  * or blanks, in its outputs.
  *
  * Threads: every function may be called from any thread. Queries run together without limit; adding and
- * removing satellites waits for the queries in progress. Points and fields of one satellite must not be
+ * removing satellites waits for the queries in progress, but not for one that begins in the same instant: that one
+ * can fail. Points and fields of one satellite must not be
  * written by two threads at once, nor while another thread queries that satellite.
  */
 #ifndef VORLANDI_VORLANDI_H

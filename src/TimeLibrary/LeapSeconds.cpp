@@ -33,14 +33,15 @@ LeapStep stepAt(double day, double taiMinusUtc) {
 }
 
 const LeapTable* builtInTable() {
-    static const LeapTable table = [] {
+    // Never destroyed, as no table is: other threads may be asking until the process ends.
+    static const LeapTable* const table = [] {
         std::vector<LeapStep> steps;
         for (const Announcement& row : kAnnouncements) {
             steps.push_back(stepAt(clocka(mmdd2jul(row.year, row.month, 1), row.year), row.taiMinusUtc));
         }
-        return LeapTable(std::move(steps));
+        return new LeapTable(std::move(steps));
     }();
-    return &table;
+    return table;
 }
 
 // A list counts in seconds since 1900 Jan 1.
@@ -90,7 +91,7 @@ std::atomic<const LeapTable*> currentLeapTable{builtInTable()};
 
 const LeapTable* parseLeapSeconds(std::string_view text, std::string& problem) {
     static std::mutex mutex;
-    static std::vector<std::unique_ptr<const LeapTable>> kept;
+    static auto& kept = *new std::vector<std::unique_ptr<const LeapTable>>;
     std::vector<LeapStep> steps;
     InputUnit unit(memorySource(text));
     std::string_view line;

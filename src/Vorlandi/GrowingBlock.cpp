@@ -53,8 +53,9 @@ char* GrowingBlock::furnish(void* space, std::size_t size, bool isMapped) noexce
     return static_cast<char*>(space) + sizeof(Header);
 }
 
-// The heap also serves when the system has no mapping left: their number is limited.
-char* GrowingBlock::allocate(std::size_t size) {
+// Of a size, or the least one when memory is short. The heap also serves when the system has no mapping left: their
+// number is limited.
+char* GrowingBlock::allocate(std::size_t size, std::size_t least) {
     size += sizeof(Header);
     if (size >= kMappedFrom) {
         const std::size_t whole = roundedUp(std::max(size, kFirstMapping), kLargePage);
@@ -62,6 +63,7 @@ char* GrowingBlock::allocate(std::size_t size) {
     }
     size = roundedUp(size, kCacheLine);
     void* const space = std::aligned_alloc(kCacheLine, size);
+    if (space == nullptr && size > least + sizeof(Header) + kCacheLine) return allocate(least, least);
     if (space == nullptr) stopOnAllocationFailure(size);
     return furnish(space, size, false);
 }
@@ -71,7 +73,7 @@ void GrowingBlock::grow(std::size_t size, std::size_t used) {
     if (bytes_ != nullptr && size <= present) return;
     if (bytes_ != nullptr && header().isMapped && !isShared() && remap(std::max(size, 2 * present))) return;
     // Grown by half, the moves together cost no more than a few times the last one.
-    moveTo(allocate(std::max(size, present + present / 2)), used);
+    moveTo(allocate(std::max(size, present + present / 2), size), used);
 }
 
 // False when the system gives no further mapping.
@@ -118,7 +120,7 @@ bool GrowingBlock::isShared() const noexcept {
 }
 
 void GrowingBlock::unshare(std::size_t used) {
-    if (isShared()) moveTo(allocate(used), used);
+    if (isShared()) moveTo(allocate(used, used), used);
 }
 
 void GrowingBlock::release() noexcept {

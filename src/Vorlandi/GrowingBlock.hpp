@@ -47,7 +47,7 @@ private:
         std::size_t size;  // of the bytes
     };
 
-    static char* allocate(std::size_t size);
+    static char* allocate(std::size_t size, std::size_t least);
     static char* furnish(void* space, std::size_t size, bool isMapped) noexcept;
     Header& header() const noexcept { return *reinterpret_cast<Header*>(bytes_ - sizeof(Header)); }
     bool remap(std::size_t size) noexcept;

@@ -98,7 +98,7 @@ public:
 
     // Appends a point, with zeros where no covariance is given.
     void append(const Vorlanstate& state, const PointCovariance* covariance = nullptr) {
-        if (count_ == capacity_) grow(capacity_ + kGrowth);
+        if (count_ == capacity_) growByStep();
         std::memcpy(states_.bytes() + bytesOf<Vorlanstate>(count_), &state, sizeof state);
         if (covariance != nullptr || covariances() != nullptr) putCovariance(covariance);
         if (count_ == 0) firstTime_ = state.time;
@@ -128,7 +128,7 @@ private:
         return static_cast<std::size_t>(elements) * sizeof(Element);
     }
 
-    void grow(std::int32_t capacity);
+    void growByStep();
     void putCovariance(const PointCovariance* covariance);
 
     GrowingBlock states_;

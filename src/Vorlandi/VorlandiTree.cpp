@@ -43,16 +43,17 @@ std::int64_t keepInDmaObject(Vorlanrecord&& record) {
     return dmakey(*object);
 }
 
-// Links a node under its key or, in every mode but the DMA mode, the next free one of the same satellite.
-AddStatus vorlanaddnode(Vorlanbintree& node, bool dmaMode) {
+// Links a node under its key or, in every mode but the DMA mode, the next free one of the same satellite. `key` receives
+// it: once the guard is left, a linked node may be gone already.
+AddStatus vorlanaddnode(Vorlanbintree& node, bool dmaMode, std::int64_t& key) {
     const WriteGuard guard;
-    if (dmaMode) return vorlantree.addNode(&node);
-    for (int tried = 0; tried < kMostKeysTried; ++tried) {
-        const AddStatus status = vorlantree.addNode(&node);
-        if (status != AddStatus::SameKey) return status;
+    AddStatus status = vorlantree.addNode(&node);
+    for (int tried = 1; !dmaMode && status == AddStatus::SameKey; ++tried) {
         node.key = nextsatkey(node.key);
+        status = tried < kMostKeysTried ? vorlantree.addNode(&node) : AddStatus::SameThing;
     }
-    return AddStatus::SameThing;
+    key = node.key;
+    return status;
 }
 
 }  // namespace
@@ -81,13 +82,13 @@ std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored) noex
         if (!node->record) stopOnAllocationFailure(sizeof(Vorlanrecord));
     }
 
-    const AddStatus status = vorlanaddnode(*node, dmaMode);
+    std::int64_t storedKey = key;
+    const AddStatus status = vorlanaddnode(*node, dmaMode, storedKey);
     if (mode == kSatKeyMode && status == AddStatus::SameThing) {
         if (dupkeymodeget() != 0) return key;
         tracelogerror(keyMessage("AddRecToMem: Duplicated record/key ", key, " found."));
         return kRefusedDuplicate;
     }
-    const std::int64_t storedKey = node->key;
     if (status != AddStatus::Linked) return storedKey;
     if (stored != nullptr) *stored = node.get();
     static_cast<void>(node.release());  // the tree's from now on
@@ -111,8 +112,8 @@ std::int32_t RemoveNode(std::int64_t key) noexcept {
             return kFailure;
         }
     }
-    std::unique_ptr<Vorlanbintree>
-        removed;  // released outside the guard, which many points would hold for long
+    // Released outside the guard, which many points would hold for long.
+    std::unique_ptr<Vorlanbintree> removed;
     {
         const WriteGuard guard;
         removed.reset(vorlantree.removeNode(key));

@@ -2,6 +2,7 @@
 //
 // Each answer comes from the code that gives a single one. What a batch saves is the lookup of the record
 // and, between requests to the same window, the part of the kernel that only depends on its nodes.
+#include <array>
 #include <optional>
 #include <string>
 
@@ -85,7 +86,7 @@ class RecordQuery {
 public:
     explicit RecordQuery(const Vorlanrecord& record) noexcept : record_(record), interpolator_(record) {}
 
-    void answer(double ds50UTC, std::int64_t at, Answers& answers) {
+    void answer(double ds50UTC, std::int64_t at, Answers& answers) noexcept {
         const bool found =
             stateAt(record_, interpolator_, ds50UTC, point_, message_, answers.covariance()) == kSuccess;
         found ? answers.give(at, point_) : answers.fail(at, message_);
@@ -98,14 +99,42 @@ private:
     std::string message_;
 };
 
-// The state of one satellite of a batch. The reader side is held.
-void answerSatellite(std::int64_t satKey, double ds50UTC, std::int64_t at, Answers& answers) {
-    std::string_view reason;
-    const Vorlanrecord* const record = FindRecPtr(satKey, reason, true);
-    if (record == nullptr) return answers.fail(at, reason);
-    if (record->numberOfPoints() == 0) return answers.fail(at, noDataMessage("GetEphem", satKey));
-    RecordQuery(*record).answer(ds50UTC, at, answers);
-}
+// The records of some satellites of a batch, looked up together, so that the ways to their points don't wait for each
+// other: what the next step needs of each is on its way into the cache while the step before goes on with the others.
+// The reader side is held.
+class RecordGroup {
+public:
+    static constexpr std::int64_t kSize = 16;
+
+    RecordGroup(const std::int64_t* satKeys, std::int64_t size) noexcept : satKeys_(satKeys), size_(size) {
+        for (std::int64_t k = 0; k < size_; ++k) {
+            records_[k] = FindRecPtr(satKeys_[k], reasons_[k], true);
+            __builtin_prefetch(records_[k]);
+        }
+    }
+
+    // The states at one time, as the answers `begin` and following.
+    void answer(double ds50UTC, std::int64_t begin, Answers& answers) const noexcept {
+        for (std::int64_t k = 0; k < size_; ++k) {
+            if (records_[k] != nullptr) expectRequest(*records_[k], ds50UTC, answers.covariance());
+        }
+        for (std::int64_t k = 0; k < size_; ++k) {
+            if (records_[k] == nullptr) {
+                answers.fail(begin + k, reasons_[k]);
+            } else if (records_[k]->numberOfPoints() == 0) {
+                answers.fail(begin + k, noDataMessage("GetEphem", satKeys_[k]));
+            } else {
+                RecordQuery(*records_[k]).answer(ds50UTC, begin + k, answers);
+            }
+        }
+    }
+
+private:
+    const std::int64_t* satKeys_;
+    std::int64_t size_;
+    std::array<const Vorlanrecord*, kSize> records_;
+    std::array<std::string_view, kSize> reasons_;
+};
 
 }  // namespace
 
@@ -133,8 +162,9 @@ int32_t VorlanSatsDs50UTC(int64_t n, const int64_t satKeys[], double ds50UTC, do
     if (n < 0 || (n > 0 && satKeys == nullptr)) return answers.refuse(n);
     inStretches(n, [&](std::int64_t begin, std::int64_t end) {
         const ReadGuard guard;
-        for (std::int64_t at = begin; at < end; ++at)
-            answerSatellite(satKeys[at], ds50UTC, at, answers);
+        for (std::int64_t at = begin; at < end; at += RecordGroup::kSize) {
+            RecordGroup(satKeys + at, std::min(RecordGroup::kSize, end - at)).answer(ds50UTC, at, answers);
+        }
     });
     return answers.finish();
 }

@@ -6,10 +6,12 @@
 #include <limits>
 #include <vector>
 
+#include "CoreServices/Sanitized.hpp"
+
 // Compiles a function for wider instructions, too; a process chooses when it starts. The bits of a result are
 // the same: lanes round as scalars do, and none of the sets brings fused operations here. Such a function is
 // called from this file alone, since Clang 14 leaves others without its symbol.
-#if defined(__x86_64__) && defined(__gnu_linux__)
+#if defined(__x86_64__) && defined(__gnu_linux__) && !VORLANDI_SANITIZED
 #define FOR_EACH_INSTRUCTION_SET __attribute__((target_clones("avx2", "default")))
 #else
 #define FOR_EACH_INSTRUCTION_SET

@@ -46,7 +46,31 @@ std::int32_t notFound(std::string&& why, Vorlanpoint& point, std::string& messag
     return kNotFound;
 }
 
+void expectLines(const void* begin, std::size_t size) noexcept {
+    constexpr std::size_t kCacheLine = 64;
+    for (std::size_t at = 0; at < size; at += kCacheLine)
+        __builtin_prefetch(static_cast<const char*>(begin) + at);
+}
+
+// The point that would stand before t if all were evenly spaced, by the index from 1; 0 for a time far outside.
+std::int32_t evenlySpaced(const PointArray& points, double t) noexcept {
+    const double first = points.firstTime();
+    const double spacings = (t - first) / (points.lastTime() - first) * (points.count() - 1);
+    return spacings >= 0.0 && spacings <= points.count() ? static_cast<std::int32_t>(spacings) + 1 : 0;
+}
+
 }  // namespace
+
+void expectRequest(const Vorlanrecord& record, double ds50UTC, Covariance covariance) noexcept {
+    const PointArray& points = record.points;
+    const std::int32_t n = points.count();
+    if (n < kWindow) return;
+    const std::int32_t first = std::clamp(evenlySpaced(points, ds50UTC), 2, n - 2) - 2;
+    expectLines(points.states() + first, kWindow * sizeof(Vorlanstate));
+    if (covariance == Covariance::Wanted && points.covariances() != nullptr) {
+        expectLines(points.covariances() + first, kWindow * sizeof(PointCovariance));
+    }
+}
 
 // Is `lo` the last point strictly earlier than t (0 if none is)?
 bool PointInterpolator::isLastEarlier(std::int32_t lo, double t) const noexcept {
@@ -60,10 +84,7 @@ std::int32_t PointInterpolator::lastEarlier(double t) const noexcept {
     for (const std::int32_t lo : {lo_, lo_ + 1}) {
         if (lo_ >= 0 && lo <= n && isLastEarlier(lo, t)) return lo;
     }
-    const double first = points_.firstTime();
-    const double spacings = (t - first) / (points_.lastTime() - first) * (n - 1);
-    if (spacings >= 0.0 && spacings <= n) {
-        const auto guess = static_cast<std::int32_t>(spacings) + 1;
+    if (const std::int32_t guess = evenlySpaced(points_, t); guess > 0) {
         for (const std::int32_t lo : {guess, guess - 1, guess + 1}) {
             if (lo <= n && isLastEarlier(lo, t)) return lo;
         }

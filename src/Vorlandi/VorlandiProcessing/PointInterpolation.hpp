@@ -42,6 +42,9 @@ private:
 std::int32_t InterpolateEP(const Vorlanrecord& record, double ds50TAI, Vorlanpoint& point,
                            std::string& message, Covariance covariance = Covariance::Wanted);
 
+// A request to come: begins to bring the points around it into the cache. For evenly spaced points it is the right ones.
+void expectRequest(const Vorlanrecord& record, double ds50UTC, Covariance covariance) noexcept;
+
 // The revolution number of point a, when point b has the number rev: one more if the orbit crosses the
 // equator northward from b to a, one less if from a to b. Wraps at 100000 and keeps the sign.
 std::int32_t updaterev(const Vorlanstate& a, const Vorlanstate& b, std::int32_t rev) noexcept;
