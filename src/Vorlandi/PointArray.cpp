@@ -44,7 +44,7 @@ PointArray PointArray::share() const {
 }
 
 void PointArray::clear() {
-    if (states_.isShared()) PointArray().swap(*this);
+    if (states_.isShared() || covariances_.isShared()) PointArray().swap(*this);
     count_ = 0;
 }
 

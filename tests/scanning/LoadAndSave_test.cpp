@@ -140,6 +140,24 @@ TEST_F(LoadAndSave, GoesOnFromTheFirstBlockOfAFileInTheSecondAndRefusesADuplicat
     EXPECT_EQ(log.infos().at(2), summary(3, "26031000200.000", " ECR"));
 }
 
+TEST_F(LoadAndSave, LetsTheBlocksOfAFileShareTheirPointsUntilOneChanges) {
+    std::string text;
+    for (int block = 1; block <= 3000; ++block)
+        text += std::to_string(block) + "\n1 1 0 " + std::to_string(20000 + block) + "/\n\n";
+    ASSERT_EQ(VorlanLoadFile(folder.write("blocks", text).c_str()), 0);
+    ASSERT_EQ(VorlanGetCount(), 3000);
+    std::string_view message;
+    const auto points = [&](std::int32_t satNum) -> const PointArray& {
+        return FindRecPtr(VorlanGetSatKey(satNum), message, true)->points;
+    };
+    EXPECT_EQ(points(1).states(), points(2).states())
+        << "a copy each would be four and a half million points";
+    const double pos[3] = {1, 2, 3};
+    EXPECT_EQ(VorlanAddSatEphem(VorlanGetSatKey(2), points(2).lastTime() + 0.5, pos, pos, 0), 0);
+    EXPECT_EQ(points(2).count(), 3);
+    EXPECT_EQ(points(3)[2].pos[0], 0.0);
+}
+
 TEST_F(LoadAndSave, EndsAtABlockThatFailsAndKeepsWhatIsStored) {
     const std::string first = stk("Fixed", {0, 60});
     EXPECT_EQ(add("12345_a.e", first + "stk.v.11\nDistanceUnit Miles\n" + stk("J2000", {600})), -1)

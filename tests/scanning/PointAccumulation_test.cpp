@@ -15,23 +15,6 @@ bool add(Vorlanrecord& record, double time, const PointCovariance* covariance = 
     return addoneeppoint(point, record, covariance);
 }
 
-TEST(PointAccumulation, GrowsByAThousandPointsAndKeepsThem) {
-    Vorlanrecord record;
-    trimvorlanempts(record);
-    for (int k = 0; k < 2500; ++k) {
-        EXPECT_TRUE(add(record, k));
-        ASSERT_EQ(record.points.capacity(), (k / 1000 + 1) * 1000) << k;
-    }
-    trimvorlanempts(record);
-    EXPECT_EQ(record.points.capacity(), 2500);
-    for (int k = 0; k < 2500; ++k) {
-        const Vorlanstate& state = record.points.state(k);
-        ASSERT_THAT((std::array{state.time, state.pos[2], state.vel[0]}), ::testing::Each(k));
-    }
-    EXPECT_TRUE(add(record, 2500));
-    EXPECT_EQ(record.points.capacity(), 3500);
-}
-
 TEST(PointAccumulation, DropsPointsThatAreNotLaterThanTheLastWithTheirCovariance) {
     Vorlanrecord record;
     const PointCovariance covariance{{-1.5}};
@@ -42,35 +25,6 @@ TEST(PointAccumulation, DropsPointsThatAreNotLaterThanTheLastWithTheirCovariance
     EXPECT_TRUE(add(record, std::nextafter(10.0, 11.0), &covariance));
     EXPECT_EQ(record.numberOfPoints(), 2);
     EXPECT_EQ(record.epoch, 10.0) << "only the first point sets the epoch";
-}
-
-// The space of the covariances comes with the first one, holds zeros for the points without, and grows, is
-// trimmed and copied with the points.
-TEST(PointAccumulation, KeepsCovariancesApart) {
-    for (const int first : {0, 1, 999, 1000, 2499}) {
-        Vorlanrecord record;
-        PointCovariance covariance;
-        for (int k = 0; k < 2500; ++k) {
-            covariance.cov[20] = k < first ? 0.0 : -k - 1.0;
-            EXPECT_TRUE(add(record, k, k % 3 == 0 || k == first ? &covariance : nullptr));
-            ASSERT_EQ(record.points.covariances() != nullptr, k >= first) << k;
-        }
-        const Vorlanrecord copy = record;
-        trimvorlanempts(record);
-        record = Vorlanrecord(record);
-        for (const PointArray* const points : {&std::as_const(record).points, &copy.points}) {
-            for (int k = 0; k < 2500; ++k) {
-                const bool hasOne = k == first || (k > first && k % 3 == 0);
-                ASSERT_EQ((*points)[k].time, k);
-                ASSERT_EQ((*points)[k].cov[20], hasOne ? -k - 1.0 : 0.0) << k;
-                ASSERT_EQ((*points)[k].cov[0], 0.0) << k;
-            }
-        }
-    }
-    Vorlanrecord record;
-    const PointCovariance negativeZero{{0.0, -0.0}};
-    EXPECT_TRUE(add(record, 1.0, &negativeZero));
-    EXPECT_TRUE(std::signbit(record.points[0].cov[1]));
 }
 
 TEST(PointAccumulation, KnowsCoordinateNamesAndSatelliteNumbersByTheirPlaces) {

@@ -153,15 +153,5 @@ TEST(SortString, IsFixedColumnsOfNumberCoordinatesAndEpoch) {
     EXPECT_EQ(fieldstostr(record(5, 1e7)), "000000005 1****************");
 }
 
-TEST(PointArray, IsCopiedDeeplyWithItsSpace) {
-    Vorlanrecord source;
-    addoneeppoint(Vorlanstate{1.0}, source);
-    Vorlanrecord copy = source;
-    addoneeppoint(Vorlanstate{2.0}, copy);
-    EXPECT_EQ(std::pair(source.numberOfPoints(), copy.points.firstTime()), std::pair(1, 1.0));
-    source.points.clear();
-    EXPECT_EQ(Vorlanrecord(source).points.capacity(), 1000);
-}
-
 }  // namespace
 }  // namespace vorlandi::testing

@@ -1,0 +1,116 @@
+// The points of a record and the memory behind them and behind nodes and records.
+#include "Vorlandi/PointArray.hpp"
+
+#include <cmath>
+#include <random>
+#include <set>
+
+#include "Templates/BlockPool.hpp"
+#include "TestSupport.hpp"
+#include "Vorlandi/VorlandiTypes.hpp"
+
+namespace vorlandi::testing {
+namespace {
+
+// An array and what it must hold.
+struct Modelled {
+    PointArray array;
+    std::vector<std::pair<double, double>> model;  // time and last covariance value
+
+    void append(double time, double covariance) {
+        PointCovariance values;
+        values.cov[20] = covariance;
+        Vorlanstate state;
+        state.time = state.vel[2] = time;
+        array.append(state, covariance != 0.0 ? &values : nullptr);
+        model.emplace_back(time, covariance);
+    }
+
+    void expectHeld() const {
+        ASSERT_EQ(static_cast<std::size_t>(array.count()), model.size());
+        if (model.empty()) return;
+        EXPECT_EQ(array.firstTime(), model.front().first);
+        EXPECT_EQ(array.lastTime(), model.back().first);
+        for (std::int32_t k = 0; k < array.count(); ++k) {
+            const Vorlanpoint point = array[k];
+            const auto& [time, covariance] = model[static_cast<std::size_t>(k)];
+            ASSERT_TRUE(point.time == time && point.vel[2] == time && point.cov[20] == covariance) << k;
+        }
+    }
+};
+
+// Up to 100,000 points, so that blocks begin on the heap, become mappings and are remapped.
+TEST(PointArray, HoldsWhatIsAppendedWhoeverSharesCopiesTrimsOrClearsIt) {
+    SCOPED_TRACE(testSeed());
+    std::mt19937_64 random(testSeed());
+    for (const double firstCovariance : {0.0, 30'000.0, HUGE_VAL}) {
+        std::vector<Modelled> arrays(1);
+        double time = 0.0;
+        for (int step = 0; step < 400; ++step) {
+            const std::size_t which = random() % arrays.size();
+            const std::uint64_t what = random() % 16;
+            if (what < 9) {
+                const std::uint64_t points = random() % (random() % 8 == 0 ? 20'000 : 1500);
+                for (std::uint64_t k = 0; k < points && arrays[which].model.size() < 100'000; ++k) {
+                    time += 1.0;
+                    arrays[which].append(time, time >= firstCovariance && random() % 2 == 0 ? -time : 0.0);
+                }
+            } else if (what < 12 && arrays.size() < 6) {
+                arrays.push_back(
+                    {what == 9 ? arrays[which].array : arrays[which].array.share(), arrays[which].model});
+            } else if (what == 12) {
+                arrays[which].array.trim();
+            } else if (what == 13) {
+                arrays[which].array.clear();
+                arrays[which].model.clear();
+            } else if (what == 14 && arrays.size() > 1) {
+                arrays.erase(arrays.begin() + static_cast<std::ptrdiff_t>(which));
+            }
+            for (const Modelled& array : arrays) {
+                if (what >= 13) array.expectHeld();
+            }
+        }
+    }
+}
+
+TEST(PointArray, GrowsByAThousandAndTakesNoRoomForCovariancesBeforeTheFirst) {
+    Modelled points;
+    for (int k = 1; k <= 2500; ++k) {
+        points.append(k, k == 1700 ? -1.0 : 0.0);
+        ASSERT_EQ(points.array.capacity(), (k + 999) / 1000 * 1000) << k;
+        ASSERT_EQ(points.array.covariances() != nullptr, k >= 1700) << k;
+    }
+    EXPECT_EQ(PointArray(points.array).capacity(), 3000) << "a copy keeps the space";
+    points.array.trim();
+    EXPECT_EQ(points.array.capacity(), 2500);
+    points.expectHeld();
+
+    PointArray negativeZero;
+    const PointCovariance covariance{{0.0, -0.0}};
+    negativeZero.append({}, &covariance);
+    EXPECT_TRUE(std::signbit(negativeZero[0].cov[1]));
+}
+
+TEST(BlockPool, GivesEachObjectItsOwnPlaceAgainAndAgain) {
+    BlockPool<40, 8> pool;
+    for (int round = 0; round < 3; ++round) {
+        std::set<char*> taken;
+        for (int k = 0; k < 5000; ++k) {
+            auto* const object = static_cast<char*>(pool.take());
+            std::fill_n(object, 40, '\x7f');
+            const auto next = taken.insert(object).first;
+            const bool apart = (next == taken.begin() || object - *std::prev(next) >= 40) &&
+                               (std::next(next) == taken.end() || *std::next(next) - object >= 40);
+            ASSERT_TRUE(apart) << k;
+            if (k % 3 == 0) {
+                pool.release(*taken.begin());
+                taken.erase(taken.begin());
+            }
+        }
+        for (char* const object : taken)
+            pool.release(object);
+    }
+}
+
+}  // namespace
+}  // namespace vorlandi::testing
