@@ -4,6 +4,7 @@
 #include <future>
 #include <random>
 
+#include "CoreServices/Sanitized.hpp"
 #include "interface/InterfaceSupport.hpp"
 
 namespace vorlandi::testing {
@@ -69,11 +70,7 @@ protected:
 };
 
 // Ten million answers of batches; one million with a sanitizer, where each takes many times as long.
-#ifdef __SANITIZE_ADDRESS__
-constexpr int kRounds = 8;
-#else
-constexpr int kRounds = 84;
-#endif
+constexpr int kRounds = VORLANDI_SANITIZED ? 8 : 84;
 
 TEST_F(ManyAtOnce, TimesGiveTheBitsOfTheSingleQueryInAnyOrderBatchAndThread) {
     SCOPED_TRACE(testSeed());
