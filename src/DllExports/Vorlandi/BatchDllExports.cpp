@@ -4,6 +4,7 @@
 // and, between requests to the same window, the part of the kernel that only depends on its nodes.
 #include <array>
 #include <optional>
+#include <span>
 #include <string>
 
 #include "CoreServices/TraceLog.hpp"
@@ -106,34 +107,42 @@ class RecordGroup {
 public:
     static constexpr std::int64_t kSize = 16;
 
-    RecordGroup(const std::int64_t* satKeys, std::int64_t size) noexcept : satKeys_(satKeys), size_(size) {
-        for (std::int64_t k = 0; k < size_; ++k) {
-            records_[k] = FindRecPtr(satKeys_[k], reasons_[k], true);
-            __builtin_prefetch(records_[k]);
+    explicit RecordGroup(std::span<const std::int64_t> satKeys) noexcept : size_(satKeys.size()) {
+        for (std::size_t k = 0; k < size_; ++k) {
+            Member& member = members_[k];
+            member.satKey = satKeys[k];
+            member.record = FindRecPtr(satKeys[k], member.reason, true);
+            __builtin_prefetch(member.record);
         }
     }
 
-    // The states at one time, as the answers `begin` and following.
-    void answer(double ds50UTC, std::int64_t begin, Answers& answers) const noexcept {
-        for (std::int64_t k = 0; k < size_; ++k) {
-            if (records_[k] != nullptr) expectRequest(*records_[k], ds50UTC, answers.covariance());
+    // The states at one time, as the answers `at` and following.
+    void answer(double ds50UTC, std::int64_t at, Answers& answers) const noexcept {
+        const auto members = std::span(members_).first(size_);
+        for (const Member& member : members) {
+            if (member.record != nullptr) expectRequest(*member.record, ds50UTC, answers.covariance());
         }
-        for (std::int64_t k = 0; k < size_; ++k) {
-            if (records_[k] == nullptr) {
-                answers.fail(begin + k, reasons_[k]);
-            } else if (records_[k]->numberOfPoints() == 0) {
-                answers.fail(begin + k, noDataMessage("GetEphem", satKeys_[k]));
+        for (const auto& [satKey, record, reason] : members) {
+            if (record == nullptr) {
+                answers.fail(at, reason);
+            } else if (record->numberOfPoints() == 0) {
+                answers.fail(at, noDataMessage("GetEphem", satKey));
             } else {
-                RecordQuery(*records_[k]).answer(ds50UTC, begin + k, answers);
+                RecordQuery(*record).answer(ds50UTC, at, answers);
             }
+            ++at;
         }
     }
 
 private:
-    const std::int64_t* satKeys_;
-    std::int64_t size_;
-    std::array<const Vorlanrecord*, kSize> records_;
-    std::array<std::string_view, kSize> reasons_;
+    struct Member {
+        std::int64_t satKey;
+        const Vorlanrecord* record;  // null for a reason
+        std::string_view reason;
+    };
+
+    std::array<Member, kSize> members_;
+    std::size_t size_;
 };
 
 }  // namespace
@@ -163,7 +172,8 @@ int32_t VorlanSatsDs50UTC(int64_t n, const int64_t satKeys[], double ds50UTC, do
     inStretches(n, [&](std::int64_t begin, std::int64_t end) {
         const ReadGuard guard;
         for (std::int64_t at = begin; at < end; at += RecordGroup::kSize) {
-            RecordGroup(satKeys + at, std::min(RecordGroup::kSize, end - at)).answer(ds50UTC, at, answers);
+            const auto size = static_cast<std::size_t>(std::min(RecordGroup::kSize, end - at));
+            RecordGroup(std::span(satKeys + at, size)).answer(ds50UTC, at, answers);
         }
     });
     return answers.finish();
