@@ -16,7 +16,7 @@ namespace vorlandi {
 template <std::size_t Size, std::size_t Alignment>
 class BlockPool {
 public:
-    BlockPool() = default;
+    constexpr BlockPool() = default;
     BlockPool(const BlockPool&) = delete;
     BlockPool& operator=(const BlockPool&) = delete;
 
@@ -79,7 +79,7 @@ private:
     Slot* free_ = nullptr;
     Slot* next_ = nullptr;  // what was never taken of the latest block
     Slot* end_ = nullptr;
-    Slot* block_[kMostBlocks];
+    Slot* block_[kMostBlocks] = {};
     std::size_t blocks_ = 0;
     std::size_t slots_ = kFirstSlots;  // of the next block
     std::size_t taken_ = 0;

@@ -103,10 +103,13 @@ void GrowingBlock::shrink(std::size_t size) {
     const std::size_t whole = header().size + sizeof(Header);
     const std::size_t kept = roundedUp(size + sizeof(Header), isMapped ? kPage : kCacheLine);
     if (kept >= whole) return;
-    void* const space = isMapped ? ::mremap(&header(), whole, kept, 0) : std::realloc(&header(), kept);
     // A block that the system won't cut stays as it is.
-    if (space == nullptr || space == MAP_FAILED) return;
-    bytes_ = furnish(space, kept, isMapped);
+    if (isMapped) {
+        if (::mremap(&header(), whole, kept, 0) == MAP_FAILED) return;
+        header().size = kept - sizeof(Header);
+    } else if (void* const space = std::realloc(&header(), kept); space != nullptr) {
+        bytes_ = furnish(space, kept, false);
+    }
 }
 
 void GrowingBlock::shareWith(GrowingBlock& other) const noexcept {

@@ -1,6 +1,7 @@
 #include "Vorlandi/PointArray.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <limits>
 
 #include "CoreServices/TraceLog.hpp"
@@ -12,7 +13,8 @@ constexpr PointCovariance kNoCovariance;
 
 // Compared by its bits: a negative zero is a value that must come back.
 bool isZero(const PointCovariance& covariance) noexcept {
-    return std::memcmp(&covariance, &kNoCovariance, sizeof covariance) == 0;
+    return std::all_of(covariance.cov, covariance.cov + kCovarianceSize,
+                       [](double value) { return std::bit_cast<std::uint64_t>(value) == 0; });
 }
 
 }  // namespace

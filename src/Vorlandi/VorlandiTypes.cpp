@@ -22,21 +22,16 @@ namespace {
 
 constexpr std::size_t kCacheLine = 64;
 
-// Never destroyed: the store may be in use until the process ends.
-template <class Object, std::size_t Alignment>
-auto& poolOf() noexcept {
-    static auto& pool = *new BlockPool<sizeof(Object), Alignment>;
-    return pool;
-}
-auto& nodes() noexcept { return poolOf<Vorlanbintree, alignof(Vorlanbintree)>(); }
-auto& records() noexcept { return poolOf<Vorlanrecord, kCacheLine>(); }
+// Nothing is destroyed with them: the store may be in use until the process ends.
+constinit BlockPool<sizeof(Vorlanbintree), alignof(Vorlanbintree)> nodes;
+constinit BlockPool<sizeof(Vorlanrecord), kCacheLine> records;
 
 }  // namespace
 
-void* Vorlanbintree::operator new(std::size_t, const std::nothrow_t&) noexcept { return nodes().take(); }
-void Vorlanbintree::operator delete(void* node) noexcept { nodes().release(node); }
+void* Vorlanbintree::operator new(std::size_t, const std::nothrow_t&) noexcept { return nodes.take(); }
+void Vorlanbintree::operator delete(void* node) noexcept { nodes.release(node); }
 
-void* Vorlanrecord::operator new(std::size_t, const std::nothrow_t&) noexcept { return records().take(); }
-void Vorlanrecord::operator delete(void* record) noexcept { records().release(record); }
+void* Vorlanrecord::operator new(std::size_t, const std::nothrow_t&) noexcept { return records.take(); }
+void Vorlanrecord::operator delete(void* record) noexcept { records.release(record); }
 
 }  // namespace vorlandi
