@@ -26,6 +26,8 @@ SHARED = ("the kernel, window ready", "kernelInSharedWindow/state", "time")
 SHARED_COVARIANCE = ("the kernel, window ready", "kernelInSharedWindow/covariance", "time")
 NONE = (None, None, None)
 
+# Where columns touch, from_chars reads runs of digits as one number and is no lower limit.
+TOUCHING_COLUMNS = ("VECTOR", "SIMOBS")
 TEXT_FORMATS = ("UNIVERSAL", "UNIVERSAL_CSV", "STK", "V31", "ECR", "ECR_POSITIONS", "ITC", "ITC_WOCOV",
                 "DCE_TEXT", "LAUNCH", "EELV", "LCH", "OASYS", "OWNER", "J2K", "VECTOR", "SIMOBS")
 
@@ -80,7 +82,8 @@ ROWS = [
        f"memoryOfPoints/{kind}", "stored_bytes_per_point", None) for kind in ("state", "covariance")],
     ("most memory while loading STK, 1,000,000 points", "memoryOfLoad", "most_bytes", "what is stored",
      "memoryOfLoad", "stored_bytes", "< 2.2"),
-    *[load(name, 100_000, "from_chars", "fromChars", "<= 1.6") for name in TEXT_FORMATS],
+    *[load(name, 100_000, "from_chars", "fromChars", None if name in TOUCHING_COLUMNS else "<= 1.6")
+      for name in TEXT_FORMATS],
     load("DCE_BINARY", 100_000, "reading the file", "readBytes", "<= 1.5"),
     load("DCE_BINARY", 100_000, "reading it into new memory", "readIntoMemory", None),
     load("STK", 1_000_000, "from_chars", "fromChars", "<= 1.6"),
