@@ -141,10 +141,12 @@ def verdict(target, ratio, value):
 
 
 def row(results, title, name, field, limit_title, limit_name, limit_field, target):
-    """A row of the table; nothing if its benchmarks are missing."""
-    runs = [results.get(n) for n in (name, limit_name) if n]
-    if None in runs:
+    """A row of the table; nothing if its benchmark is missing, and no verdict if that of its limit is."""
+    if name not in results:
         return None
+    if limit_name not in results:
+        limit_name, target = None, target if limit_name is None else None
+    runs = [results[n] for n in (name, limit_name) if n]
     made = {"figure": title, "value": "failed", "limit": "", "ratio": "", "target": target or "",
             "verdict": "missed" if target else "", "benchmark": name, "limit benchmark": limit_name or ""}
     if any(run.get("error_occurred") for run in runs):
@@ -187,11 +189,15 @@ def main():
     results = read_benchmarks(document)
     made = [row(results, *entry) for entry in ROWS]
     rows = [r for r in made if r]
+    if not rows:
+        sys.exit("none of the benchmarks that were run has a row")
     print(machine(document["context"]), table(rows, False), sep="\n\n")
     place = arguments.json or arguments.results.with_name("report.json")
     place.write_text(json.dumps({"context": document["context"], "rows": rows}, indent=1) + "\n")
     if arguments.docs:
-        if missing := [entry[1] for entry, r in zip(ROWS, made) if not r or r["value"] == "failed"]:
+        missing = [entry[1] for entry, r in zip(ROWS, made)
+                   if not r or r["value"] == "failed" or (entry[4] and not r["limit"])]
+        if missing:
             sys.exit("not written to the page, without " + ", ".join(missing))
         page = arguments.docs.read_text()
         before, after = page.split(MARKS[0])[0], page.split(MARKS[1])[1]

@@ -12,10 +12,9 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kFooter =
-    R"(The mean spacing is in seconds. The tag is the text that a card file gives the satellite it names
-next. Frames 15 to 20 are LLH, SEN, HCSRL, WPTRL, HCSGC and WPTGC. A second satellite of the same number, frame and first time is
-refused as a duplicate. Names in a card file are relative to the current directory; files that can't be opened are
-passed over.
+    R"(The mean spacing is in seconds. The tag is the text that a card file gives the satellite it names next. A
+second satellite of the same number, frame and first time is refused as a duplicate. Names in a card file are relative
+to the current directory; files that can't be opened are passed over.
 
 Examples:
   vorlandi info 81001_stk.e

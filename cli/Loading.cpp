@@ -122,7 +122,9 @@ std::string verdict(int status, bool stored_any, const LoadListener& listener, c
     if (stored_any) return "";
     return listener.heardFormat() || listener.heardError()
                ? "nothing was loaded"
-               : "no ephemeris recognised in this file, nor in one that its cards name";
+               : "no ephemeris recognised in this file, nor in one that its cards name (relative to the "
+                 "current "
+                 "directory)";
 }
 
 bool loadOne(const std::string& file, Formats& formats, Console& console) {

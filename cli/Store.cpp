@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <string_view>
 
 #include "PaddedText.hpp"
@@ -73,18 +74,11 @@ double TimeSpan::snapped(double ds50_utc) const {
 }
 
 std::string Satellite::frame() const {
-    switch (frame_code) {
-        case 1:
-            return "ECI";
-        case 2:
-            return "J2K";
-        case 3:
-            return "EFG";
-        case 4:
-            return "ECR";
-        default:
-            return std::to_string(frame_code);
-    }
+    static const std::map<std::int32_t, const char*> names{
+        {1, "ECI"},  {2, "J2K"},    {3, "EFG"},    {4, "ECR"},    {15, "LLH"},
+        {16, "SEN"}, {17, "HCSRL"}, {18, "WPTRL"}, {19, "HCSGC"}, {20, "WPTGC"}};
+    const auto found = names.find(frame_code);
+    return found != names.end() ? found->second : std::to_string(frame_code);
 }
 
 std::optional<double> Satellite::meanSpacing_s() const {
