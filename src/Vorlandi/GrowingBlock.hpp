@@ -4,7 +4,8 @@
 // 1. Bytes within a size asked for keep their values until the block shrinks below them; all others are not
 //    initialised.
 // 2. Growing, shrinking and unsharing invalidate this owner's pointers into the block, never those of others.
-// 3. A block begins at a line of cache, so that what fills lines doesn't straddle them.
+// 3. A block begins at a line of cache, so that what fills lines doesn't straddle them. Only speed depends on it: a C
+//    library may move a block that shrinks.
 // 4. Which bytes of a shared block may still be written is for the owners to agree upon.
 #pragma once
 
@@ -41,11 +42,13 @@ public:
 
 private:
     // Stands before the bytes, on a line of cache of its own.
-    struct alignas(64) Header {
+    struct Header {
         std::atomic<std::int32_t> owners{1};
         bool isMapped;
         std::size_t size;  // of the bytes
+        char restOfLine[48];
     };
+    static_assert(sizeof(Header) == 64);
 
     static char* allocate(std::size_t size, std::size_t least);
     static char* furnish(void* space, std::size_t size, bool isMapped) noexcept;
