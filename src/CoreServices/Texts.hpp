@@ -35,8 +35,8 @@ constexpr std::string_view trimmed(std::string_view text) noexcept {
 }
 
 // Text without the blanks and tabs around it.
+constexpr std::string_view kBlanks = " \t";
 constexpr std::string_view stripped(std::string_view text) noexcept {
-    constexpr std::string_view kBlanks = " \t";
     const auto first = text.find_first_not_of(kBlanks);
     if (first == std::string_view::npos) return {};
     return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);

@@ -14,8 +14,6 @@
 namespace vorlandi {
 namespace {
 
-constexpr std::string_view kBlanks = " \t";
-
 // A year of four digits stands as it is; two-digit years have been widened before.
 constexpr int kFirstYear = 100;
 

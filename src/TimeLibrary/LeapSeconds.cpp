@@ -47,8 +47,6 @@ const LeapTable* builtInTable() {
 // A list counts in seconds since 1900 Jan 1.
 constexpr auto kDayNumberOf1900 = static_cast<double>(dayZeroOfYear(1900) + 1);
 
-constexpr std::string_view kBlanks = " \t";
-
 bool readWord(std::string_view word, std::int64_t& value) noexcept {
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
     return error == std::errc{} && end == word.data() + word.size();
@@ -96,7 +94,7 @@ const LeapTable* parseLeapSeconds(std::string_view text, std::string& problem) {
     InputUnit unit(memorySource(text));
     std::string_view line;
     while (unit.readLine(InputUnit::kLongestLine, line) == ReadOutcome::Success) {
-        const auto first = line.find_first_not_of(" \t");
+        const auto first = line.find_first_not_of(kBlanks);
         if (first == std::string_view::npos || line[first] == '#') continue;
         if (const auto why = readStep(line.substr(first), steps); !why.empty()) {
             problem = "line " + std::to_string(unit.lineNumber()) + ": " + std::string(why);

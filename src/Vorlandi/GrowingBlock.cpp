@@ -12,8 +12,6 @@
 namespace vorlandi {
 namespace {
 
-constexpr std::size_t kCacheLine = 64;
-
 // Blocks of this size and more are mapped on their own: they grow by remapping, whatever else is on the heap.
 constexpr std::size_t kMappedFrom = std::size_t{2} << 20;
 

@@ -16,6 +16,8 @@
 
 namespace vorlandi {
 
+constexpr std::size_t kCacheLine = 64;
+
 class GrowingBlock {
 public:
     GrowingBlock() = default;
@@ -48,7 +50,7 @@ private:
         std::size_t size;  // of the bytes
         char restOfLine[48];
     };
-    static_assert(sizeof(Header) == 64);
+    static_assert(sizeof(Header) == kCacheLine);
 
     static char* allocate(std::size_t size, std::size_t least);
     static char* furnish(void* space, std::size_t size, bool isMapped) noexcept;

@@ -20,8 +20,6 @@ Vorlanrecord shareOf(Vorlanrecord& record) {
 
 namespace {
 
-constexpr std::size_t kCacheLine = 64;
-
 // Nothing is destroyed with them: the store may be in use until the process ends.
 constinit BlockPool<sizeof(Vorlanbintree), alignof(Vorlanbintree)> nodes;
 constinit BlockPool<sizeof(Vorlanrecord), kCacheLine> records;

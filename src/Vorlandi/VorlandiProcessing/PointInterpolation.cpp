@@ -47,7 +47,6 @@ std::int32_t notFound(std::string&& why, Vorlanpoint& point, std::string& messag
 }
 
 void expectLines(const void* begin, std::size_t size) noexcept {
-    constexpr std::size_t kCacheLine = 64;
     for (std::size_t at = 0; at < size; at += kCacheLine)
         __builtin_prefetch(static_cast<const char*>(begin) + at);
 }
