@@ -92,7 +92,14 @@ void VorlanSetDupKeyMode(int32_t mode);
 void VorlanGetKeyModes(int32_t* useAll, int32_t* allMode, int32_t* elsetMode, int32_t* dupMode);
 
 /* What a read observer hears of. */
-enum { VORLAN_READ_FORMAT = 1, VORLAN_READ_BAD = 2, VORLAN_READ_DROPPED = 3, VORLAN_READ_STORED = 4 };
+enum {
+    VORLAN_READ_FORMAT = 1,
+    VORLAN_READ_BAD = 2,
+    VORLAN_READ_DROPPED = 3,
+    VORLAN_READ_STORED = 4,
+    VORLAN_READ_MISSING = 5,
+    VORLAN_READ_REFUSED = 6
+};
 
 /*
  * Hears what loading meets, where it stands in which file.
@@ -105,6 +112,9 @@ enum { VORLAN_READ_FORMAT = 1, VORLAN_READ_BAD = 2, VORLAN_READ_DROPPED = 3, VOR
  *                VORLAN_READ_DROPPED  a point whose time is not later than the last one: its line, of a binary
  *                                     file nothing
  *                VORLAN_READ_STORED   a record was stored: its key
+ *                VORLAN_READ_MISSING  a file that a card names could not be read: its name; the line is that of the card
+ *                VORLAN_READ_REFUSED  a record was not stored: "duplicate of " and a key, or "number or first time out
+ *                                     of range"; the line is that of its header
  *   fileName     fileNameLen characters without terminator
  *   line         the line, from 1; of a binary file the record
  *   text         textLen characters without terminator; it and the file name are valid during the call only
