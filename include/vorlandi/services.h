@@ -91,6 +91,34 @@ void VorlanSetDupKeyMode(int32_t mode);
 /* The key modes in force; all are 0 at the start. A null output is skipped. */
 void VorlanGetKeyModes(int32_t* useAll, int32_t* allMode, int32_t* elsetMode, int32_t* dupMode);
 
+/* Guard modes of the store. */
+enum { VORLAN_GUARD_FIXED = 0, VORLAN_GUARD_SAFE = 1 };
+
+/*
+ * Chooses what may run beside what, for the whole process. At the start the fixed mode holds.
+ *
+ *   mode  in  VORLAN_GUARD_FIXED or VORLAN_GUARD_SAFE
+ *
+ * In the safe mode every function may run beside every other, on any satellite. Each call sees the store as it is
+ * before or after any change, never in between; of two calls that overlap either may come first. A key that was
+ * removed gives "not found", not another satellite's data, as long as nobody adds the same satellite again.
+ *
+ * In the fixed mode a query that begins in the same instant in which the tree changes can be refused, be answered with
+ * another satellite's data, or, if its satellite is being removed, read released memory and crash the process. Whoever
+ * adds or removes satellites while other threads query uses the safe mode or keeps the queries away. Points and fields
+ * of one satellite must not be written while another thread queries it. With DMA keys this holds for saving, listing
+ * and VorlanGetSatKey, too.
+ *
+ * The mode may be switched at any time, from any thread. The promise holds for calls that begin after the switch, once
+ * those that ran during it have returned.
+ *
+ * Returns 0; 2 for any other number, and the mode stays. Cost: docs/performance.md.
+ */
+int32_t VorlanSetGuardMode(int32_t mode);
+
+/* The guard mode in force. */
+int32_t VorlanGetGuardMode(void);
+
 /* What a read observer hears of. */
 enum {
     VORLAN_READ_FORMAT = 1,

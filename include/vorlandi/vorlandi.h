@@ -19,10 +19,19 @@
  * stands in the trace log (see vorlandi/services.h); a failed open is not logged. A function that fails leaves zeros,
  * or blanks, in its outputs.
  *
- * Threads: every function may be called from any thread. Queries run together without limit; adding and
- * removing satellites waits for the queries in progress, but not for one that begins in the same instant: that one
- * can fail. Points and fields of one satellite must not be
- * written by two threads at once, nor while another thread queries that satellite.
+ * Threads: every function may be called from any thread. What may run beside what depends on the guard mode, which
+ * the process chooses (VorlanSetGuardMode in vorlandi/services.h; docs/threads.md).
+ *
+ * In the safe mode every function may run beside every other, on any satellite. Each call sees the store as it is
+ * before or after any change, never in between; of two calls that overlap either may come first. A key that was
+ * removed gives "not found", not another satellite's data, as long as nobody adds the same satellite again.
+ *
+ * In the fixed mode, which holds at the start, queries run together without limit, and adding and removing satellites
+ * waits for the queries that run. A query that begins in the same instant in which the tree changes can be refused, be
+ * answered with another satellite's data, or, if its satellite is being removed, read released memory and crash the
+ * process. Whoever adds or removes satellites while other threads query uses the safe mode or keeps the queries away.
+ * Points and fields of one satellite must not be written while another thread queries it. With DMA keys this holds for
+ * saving, listing and VorlanGetSatKey, too.
  */
 #ifndef VORLANDI_VORLANDI_H
 #define VORLANDI_VORLANDI_H
@@ -91,9 +100,22 @@ int32_t VorlanGetCount(void);
  *   satKeys  out  [VorlanGetCount()] the keys; untouched if there are no satellites
  *
  * Messages: "Warning-VorlanGetLoaded: The binary tree is empty. No satKey returns." (information).
- * Threads: no satellite may be added or removed between counting and the end of the listing.
+ * Threads: no satellite may be added between the count and the listing, or the array is too small;
+ * VorlanGetLoadedExt has no such condition.
  */
 void VorlanGetLoaded(int32_t order, int64_t satKeys[]);
+
+/*
+ * Lists the keys of all satellites into an array of known size.
+ *
+ *   order     in   as for VorlanGetLoaded
+ *   capacity  in   number of keys that satKeys has room for
+ *   satKeys   out  [capacity] the first of the keys, as many as there are and fit; the rest is untouched
+ *   count     out  number of satellites at the moment of the listing
+ *
+ * Returns 0; 2 for a negative capacity.
+ */
+int32_t VorlanGetLoadedExt(int32_t order, int64_t capacity, int64_t satKeys[], int64_t* count);
 
 /*
  * The key of a satellite number. Of several satellites with that number, the one nearest to the root of the

@@ -2,6 +2,7 @@
 
 #include <mutex>
 #include <new>
+#include <utility>
 
 namespace vorlandi {
 namespace {
@@ -13,6 +14,7 @@ constexpr std::size_t kQuarantine = 4096;
 struct Slot {
     DmaObject object;
     Slot* nextFree = nullptr;
+    bool taken = false;
 };
 
 class Registry {
@@ -35,20 +37,18 @@ public:
         const std::lock_guard lock(mutex_);
         Slot* const slot = freeSlots_ > kQuarantine ? takeReleased() : takeFresh();
         if (slot == nullptr) return nullptr;
-        DmaObject& object = slot->object;
-        object.type = 0;
-        object.record = nullptr;
-        object.reserved = 0;
-        object.attachments = {};
-        object.self = static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(&object));
-        return &object;
+        slot->taken = true;
+        slot->object.reserved = 0;
+        slot->object.attachments = {};
+        return &slot->object;
     }
 
     void release(DmaObject& object) noexcept {
         const std::lock_guard lock(mutex_);
-        if (object.self.exchange(0) == 0) return;
         // The object is the first member of its slot.
         Slot* const slot = reinterpret_cast<Slot*>(&object);
+        if (!std::exchange(slot->taken, false)) return;
+        object.self = 0;
         slot->nextFree = nullptr;
         (lastFree_ != nullptr ? lastFree_->nextFree : firstFree_) = slot;
         lastFree_ = slot;
@@ -98,6 +98,14 @@ DmaObject& keytocptr(std::int64_t key) noexcept {
 }
 
 DmaObject* newdmaobject() noexcept { return registry.take(); }
+
+std::int64_t publishdmaobject(DmaObject& object, std::int32_t type, void* record) noexcept {
+    object.type = type;
+    object.record = record;
+    const auto address = static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(&object));
+    object.self = address;
+    return address * 10;
+}
 
 void releasedmaobject(DmaObject& object) noexcept { registry.release(object); }
 

@@ -5,6 +5,7 @@
 // 2. A released object has the self-address 0. Its slot is used again only after kQuarantine further
 //    releases, so that a stale key is recognised rather than answered with somebody else's record.
 // 3. Finding an object takes no lock. Making and releasing take one.
+// 4. A new object can't be found until it is published.
 #pragma once
 
 #include <array>
@@ -15,7 +16,7 @@ namespace vorlandi {
 
 struct DmaObject {
     std::atomic<std::int64_t> self{0};  // the object's own address; 0 means that it is gone
-    std::int32_t type = 0;
+    std::atomic<std::int32_t> type{0};
     std::atomic<void*> record{nullptr};  // owned by whoever made the object
     std::int32_t reserved = 0;
     std::array<void*, 2> attachments{};  // the object is released only while both are null
@@ -31,9 +32,11 @@ constexpr std::int64_t satkeytoaddr(std::int64_t key) noexcept { return key / 10
 // The object that a key names; one with the self-address 0 if it names none that is alive.
 DmaObject& keytocptr(std::int64_t key) noexcept;
 
-// A new object, its self-address set; null if memory has run out.
+// A new object, to be published or released; null if memory has run out.
 DmaObject* newdmaobject() noexcept;
-inline std::int64_t dmakey(const DmaObject& object) noexcept { return object.self.load() * 10; }
+
+// Sets type, record and self-address of a new object; its key, by which it can be found from now on.
+std::int64_t publishdmaobject(DmaObject& object, std::int32_t type, void* record) noexcept;
 
 void releasedmaobject(DmaObject& object) noexcept;
 

@@ -1,8 +1,10 @@
 // The exported functions of vorlandi/services.h.
 #include "CoreServices/KeyModes.hpp"
 #include "CoreServices/ReadObserver.hpp"
+#include "CoreServices/Status.hpp"
 #include "CoreServices/TraceLog.hpp"
 #include "DllExports/DllDoor.hpp"
+#include "Vorlandi/StoreGuard.hpp"
 #include "vorlandi/services.h"
 
 using namespace vorlandi;
@@ -29,6 +31,10 @@ void VorlanGetKeyModes(int32_t* useAll, int32_t* allMode, int32_t* elsetMode, in
     give(elsetMode, elsetkeymodeget());
     give(dupMode, dupkeymodeget());
 }
+
+int32_t VorlanSetGuardMode(int32_t mode) { return setGuardMode(mode) ? kSuccess : kFailure; }
+
+int32_t VorlanGetGuardMode(void) { return isGuardSafe() ? VORLAN_GUARD_SAFE : VORLAN_GUARD_FIXED; }
 
 void VorlanSetReadObserver(VorlanReadObserver observer, void* userData) {
     setReadObserver(observer, userData);

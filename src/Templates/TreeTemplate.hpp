@@ -13,11 +13,15 @@
 // 1. Keys of the left subtree are smaller than the node's, those of the right subtree larger.
 // 2. balance = height(right) - height(left), and lies in -1 to +1.
 // 3. A node's sequence number is the value of the tree's counter when it was linked; the counter never falls.
+// 4. count() is the number of nodes.
 //
 // A node pointer stays valid until its own key is removed or, as the predecessor of a removed node with two
 // children, its contents move into that node.
+//
+// The root may be read while another thread changes the tree; everything else needs its owner's guard.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <utility>
 
@@ -34,29 +38,46 @@ public:
     TreeTemplate(const TreeTemplate&) = delete;
     TreeTemplate& operator=(const TreeTemplate&) = delete;
 
-    const Node* root() const noexcept { return root_; }
+    const Node* root() const noexcept { return root_.load(std::memory_order_acquire); }
+    std::int32_t count() const noexcept { return count_; }
 
     // Links a node, which the tree owns from then on; it stays the caller's unless the status is Linked.
     AddStatus addNode(Node* node) {
         bool grew = false;
-        return addnoderecursive(root_, node, grew);
+        Node* root = root_.load(std::memory_order_relaxed);
+        const AddStatus status = addnoderecursive(root, node, grew);
+        root_.store(root, std::memory_order_release);
+        if (status == AddStatus::Linked) ++count_;
+        return status;
     }
 
     // Unlinks the contents of a key. The node that then holds them is the caller's; null if there is none.
     Node* removeNode(Key key) {
         bool shrank = false;
-        return removenoderecursive(root_, key, shrank);
+        Node* root = root_.load(std::memory_order_relaxed);
+        Node* const removed = removenoderecursive(root, key, shrank);
+        root_.store(root, std::memory_order_release);
+        if (removed != nullptr) --count_;
+        return removed;
     }
 
-    // Deletes all nodes, left subtree, right subtree, node, after `releasing` has seen each. The counter goes
-    // on.
-    template <class Releasing>
-    void emptyTree(Releasing&& releasing) {
-        emptytreerecursive(root_, releasing);
+    // Unlinks all nodes at once; the root of what is the caller's from now on. The counter of sequence numbers goes on.
+    Node* detachAll() noexcept {
+        count_ = 0;
+        return root_.exchange(nullptr, std::memory_order_acq_rel);
+    }
+
+    // Visits all nodes of a detached tree: left subtree, right subtree, node. `visit` may delete the node.
+    template <class Visit>
+    static void postOrder(Node* node, Visit&& visit) {
+        if (node == nullptr) return;
+        postOrder(node->left, visit);
+        postOrder(node->right, visit);
+        visit(node);
     }
 
     const Node* find(Key key) const noexcept {
-        const Node* node = root_;
+        const Node* node = root();
         while (node != nullptr && node->key != key)
             node = key < node->key ? node->left : node->right;
         return node;
@@ -91,7 +112,10 @@ public:
     // The name of the first broken invariant, or null.
     const char* check() const {
         const char* broken = nullptr;
-        heightOf(root_, nullptr, nullptr, broken);
+        heightOf(root(), nullptr, nullptr, broken);
+        std::int32_t nodes = 0;
+        ascending(root(), [&](const Node&) { ++nodes; });
+        if (broken == nullptr && nodes != count_) broken = "count is wrong";
         return broken;
     }
 
@@ -266,15 +290,6 @@ private:
         }
     }
 
-    template <class Releasing>
-    static void emptytreerecursive(Node*& slot, Releasing& releasing) {
-        if (slot == nullptr) return;
-        emptytreerecursive(slot->left, releasing);
-        emptytreerecursive(slot->right, releasing);
-        releasing(*slot);
-        delete std::exchange(slot, nullptr);
-    }
-
     // `lower` and `upper` are the keys between which those of the subtree must lie; null stands for no bound.
     int heightOf(const Node* node, const Key* lower, const Key* upper, const char*& broken) const {
         if (node == nullptr) return 0;
@@ -292,7 +307,8 @@ private:
         return 1 + (left > right ? left : right);
     }
 
-    Node* root_ = nullptr;
+    std::atomic<Node*> root_{nullptr};
+    std::int32_t count_ = 0;
     std::int32_t seqnum_ = 0;
 };
 

@@ -9,12 +9,17 @@
 
 namespace vorlandi {
 
-inline double utc2tai(double ds50UTC) noexcept { return ds50UTC + leapTable().atUtc(ds50UTC).daysOffset; }
+// A calculation of several steps takes the table once, so that all its steps see the same one.
+inline double utc2tai(double ds50UTC, const LeapTable& table = leapTable()) noexcept {
+    return ds50UTC + table.atUtc(ds50UTC).daysOffset;
+}
 
 // The inverse of utc2tai to within one unit in the last place of the TAI time: utc2tai is monotonic, so a UTC
 // time before a step never reaches the step's rounded TAI time, and one from the step on never stays below
 // it. A time inside a leap second continues the old day.
-inline double tai2utc(double ds50TAI) noexcept { return ds50TAI - leapTable().atTai(ds50TAI).daysOffset; }
+inline double tai2utc(double ds50TAI, const LeapTable& table = leapTable()) noexcept {
+    return ds50TAI - table.atTai(ds50TAI).daysOffset;
+}
 
 // Whole TAI days and the seconds of the day, 0 to 86400. Seconds are exact but for one rounding.
 struct SplitTai {
@@ -40,8 +45,8 @@ inline SplitTai splitTai(double ds50UTC, double taiMinusUtc) noexcept {
     return {days, seconds};
 }
 
-inline SplitTai tosplittai(double ds50UTC) noexcept {
-    return splitTai(ds50UTC, leapTable().atUtc(ds50UTC).taiMinusUtc);
+inline SplitTai tosplittai(double ds50UTC, const LeapTable& table = leapTable()) noexcept {
+    return splitTai(ds50UTC, table.atUtc(ds50UTC).taiMinusUtc);
 }
 
 // a minus b in seconds; good to 2e-11 s for times less than a few days apart.

@@ -1,11 +1,10 @@
 // Counting and listing of the keys in the store.
 #include <algorithm>
-#include <cstring>
+#include <span>
 #include <vector>
 
 #include "CoreServices/NumberFields.hpp"
 #include "CoreServices/Sorting.hpp"
-#include "CoreServices/TraceLog.hpp"
 #include "Vorlandi/VorlandiTree.hpp"
 
 namespace vorlandi {
@@ -22,37 +21,52 @@ std::string sortString(const Vorlanbintree& node, std::int32_t order) {
     return fieldstostr(record != nullptr ? *record : Vorlanrecord{});
 }
 
+// The sort entries of all satellites. Requires the reader side.
+std::vector<SortEntry> sortEntries(std::int32_t order) {
+    std::vector<SortEntry> entries;
+    entries.reserve(static_cast<std::size_t>(vorlantree.count()));
+    VorlanTree::descending(vorlantreeroot(), [&](const Vorlanbintree& node) {
+        SortEntry& entry = entries.emplace_back(SortEntry{{}, node.key});
+        strtochararr(sortString(node, order), entry.text.data(), entry.text.size());
+    });
+    return entries;
+}
+
+// The smallest keys. Requires the reader side.
+void listAscending(std::span<std::int64_t> keys) noexcept {
+    std::size_t listed = 0;
+    VorlanTree::ascending(vorlantreeroot(), [&](const Vorlanbintree& node) {
+        if (listed < keys.size()) keys[listed++] = node.key;
+    });
+}
+
 }  // namespace
 
 std::int32_t vorlangetnumoftreenodes(std::int32_t selector) noexcept {
     if (selector != 0) return 0;
     const ReadGuard guard;
-    std::int32_t count = 0;
-    VorlanTree::ascending(vorlantreeroot(), [&](const Vorlanbintree&) { ++count; });
-    return count;
+    return vorlantree.count();
 }
 
-void vorlangettreekeys(std::int32_t& count, std::int64_t* keys, std::int32_t order) noexcept {
-    if (order >= kByKey) {
-        VorlanTree::ascending(vorlantreeroot(), [&](const Vorlanbintree& node) { keys[count++] = node.key; });
-        return;
-    }
-    const auto nodes = static_cast<std::size_t>(vorlangetnumoftreenodes());
+void vorlangettreekeys(std::int32_t& count, std::int64_t* keys, std::int32_t order, std::int64_t capacity) {
+    std::span<std::int64_t> listed;
     std::vector<SortEntry> entries;
-    try {
-        entries.reserve(nodes);
-    } catch (const std::exception&) {
-        stopOnAllocationFailure(nodes * sizeof(SortEntry));
+    {
+        const ReadGuard guard;
+        const std::int32_t nodes = vorlantree.count();
+        listed = {keys + count, static_cast<std::size_t>(std::clamp<std::int64_t>(capacity, 0, nodes))};
+        if (order >= kByKey) {
+            listAscending(listed);
+        } else if (!listed.empty()) {
+            entries = sortEntries(order);
+        }
+        count += nodes;
     }
-    VorlanTree::descending(vorlantreeroot(), [&](const Vorlanbintree& node) {
-        if (entries.size() == nodes) return;  // added since the count: the caller has no room for it
-        SortEntry& entry = entries.emplace_back(SortEntry{{}, node.key});
-        strtochararr(sortString(node, order), entry.text.data(), entry.text.size());
-    });
     quicksortiterative(entries);
     if (order == kReversed) std::reverse(entries.begin(), entries.end());
-    for (const SortEntry& entry : entries)
-        keys[count++] = entry.key;
+    if (order >= kByKey) return;
+    for (std::size_t k = 0; k < listed.size(); ++k)
+        listed[k] = entries[k].key;
 }
 
 }  // namespace vorlandi

@@ -1,19 +1,61 @@
 #include "Vorlandi/StoreGuard.hpp"
 
+#include <thread>
+
 namespace vorlandi {
+namespace {
+
+// Repeats a look until it is true. The first looks spin, since most waits are short; then the core is given away after
+// each, so that whoever is waited for can run.
+template <class Look>
+void waitUntil(Look&& look) noexcept {
+    constexpr int kSpins = 100;
+    for (int spins = 0; !look(); ++spins) {
+        if (spins >= kSpins) std::this_thread::yield();
+    }
+}
+
+}  // namespace
 
 std::atomic<std::int32_t> isupdating{0};
 std::atomic<std::int32_t> numreads{0};
 std::mutex cs_updatenote;
+std::atomic<bool> safeGuardMode{false};
 
-WriteGuard::WriteGuard() : lock_(cs_updatenote) {
-    isupdating.store(1, std::memory_order_seq_cst);
-    std::atomic_thread_fence(std::memory_order_seq_cst);
-    while (numreads.load(std::memory_order_seq_cst) > 0) {
-        std::atomic_thread_fence(std::memory_order_seq_cst);
-    }
+bool setGuardMode(std::int32_t mode) noexcept {
+    if (mode != VORLAN_GUARD_FIXED && mode != VORLAN_GUARD_SAFE) return false;
+    safeGuardMode.store(mode == VORLAN_GUARD_SAFE);
+    return true;
 }
 
-WriteGuard::~WriteGuard() { isupdating.store(0, std::memory_order_seq_cst); }
+void waitForUpdate() noexcept {
+    do {
+        waitUntil([] { return !updateSeen(); });
+    } while (updateSeen());
+}
+
+void enterAfterUpdate() noexcept {
+    do {
+        vorlanendread();
+        waitUntil([] { return isupdating.load(std::memory_order_seq_cst) == 0; });
+        numreads.fetch_add(1, std::memory_order_seq_cst);
+    } while (isupdating.load(std::memory_order_seq_cst) != 0);
+}
+
+void beginUpdate() noexcept {
+    cs_updatenote.lock();
+    isupdating.store(1, std::memory_order_seq_cst);
+    std::atomic_thread_fence(std::memory_order_seq_cst);
+    waitUntil([] {
+        if (numreads.load(std::memory_order_seq_cst) <= 0) return true;
+        std::atomic_thread_fence(std::memory_order_seq_cst);
+        return false;
+    });
+}
+
+void endUpdate() noexcept {
+    isupdating.store(0, std::memory_order_seq_cst);
+    cs_updatenote.unlock();
+}
 
 }  // namespace vorlandi

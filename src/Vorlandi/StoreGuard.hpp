@@ -1,46 +1,68 @@
-// The access guard of the store: readers announce themselves in a counter and never lock; a writer excludes
-// other writers with a mutex, raises a flag and waits until the readers have drained.
+// The access guard of the store: readers announce themselves in a counter and never lock; a writer excludes other
+// writers with a mutex, raises a flag and waits until the readers have left.
 //
 // 1. A reader that is inside sees no change of the tree; a writer waits for it without limit.
-// 2. The thread that is inside on one side must not enter the other: it would wait for itself. So messages,
-//    whose handler may call the library, are logged outside.
-// 3. Between a reader's last look at the flag and its announcement a writer may begin. The scheme leaves this
-//    gap open: closing it would cost every reader a second look.
+// 2. The thread that is inside on one side must not enter the other: it would wait for itself. So messages, whose
+//    handler may call the library, are logged outside.
+// 3. In the fixed mode a reader looks at the flag and then announces itself. A writer may begin in between: this gap is
+//    known and kept.
+// 4. In the safe mode a reader announces itself first and then looks at the flag; if it is raised, the reader steps
+//    back, waits and begins again. Nobody is inside together with a writer, by this argument: announcement and look of
+//    the reader, raising and counting of the writer are sequentially consistent, so they have one order. Either the
+//    announcement comes before the count, and the writer waits; or the raising comes before the look, and the reader
+//    steps back. A reader that sees the flag down reads what the last writer's lowering released, and a writer that
+//    counts no reader reads what their leaving released, since nothing but additions changes the counter.
+//    tests/store/guard_model.py tries all interleavings.
+// 5. Both modes use the same flag, counter and mutex, so the mode may be switched at any time. Whoever has entered
+//    leaves in the way it entered.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
 #include <mutex>
 
+#include "vorlandi/services.h"
+
 namespace vorlandi {
 
 extern std::atomic<std::int32_t> isupdating;  // 1 while a writer is changing the tree
 extern std::atomic<std::int32_t> numreads;    // readers inside
 extern std::mutex cs_updatenote;              // held by the writer
+extern std::atomic<bool> safeGuardMode;
 
-// Is a writer changing the tree? A full barrier stands before the look.
+inline bool isGuardSafe() noexcept { return safeGuardMode.load(std::memory_order_relaxed); }
+
+// VORLAN_GUARD_FIXED or VORLAN_GUARD_SAFE; false, and nothing changes, for any other number.
+bool setGuardMode(std::int32_t mode) noexcept;
+
+// Is a writer changing the tree? A full barrier comes before the look.
 inline bool updateSeen() noexcept {
     std::atomic_thread_fence(std::memory_order_seq_cst);
     return isupdating.load(std::memory_order_seq_cst) != 0;
 }
 
 // Waits until no writer is seen, and not at a second look either.
-inline void waitForUpdate() noexcept {
-    do {
-        while (updateSeen()) {
-        }
-    } while (updateSeen());
-}
+void waitForUpdate() noexcept;
+
+// Steps back, waits for the writer and announces the reader again, until no writer is there.
+void enterAfterUpdate() noexcept;
 
 // Enters the reader side.
 inline void vorlanbeginread() noexcept {
-    if (updateSeen()) waitForUpdate();
+    const bool safe = isGuardSafe();
+    if (!safe && updateSeen()) waitForUpdate();
     // Sequentially consistent, so that no look into the tree is moved before the announcement.
     numreads.fetch_add(1, std::memory_order_seq_cst);
+    if (safe && isupdating.load(std::memory_order_seq_cst) != 0) [[unlikely]]
+        enterAfterUpdate();
 }
 
-// Leaves the reader side. Nothing that was read inside is moved behind it.
+// Leaves the reader side. Nothing that was read inside is moved after it.
 inline void vorlanendread() noexcept { numreads.fetch_add(-1, std::memory_order_release); }
+
+// The writer side: other writers are excluded and no reader is left inside.
+void beginUpdate() noexcept;
+void endUpdate() noexcept;
 
 // The reader side, held as long as the object lives.
 class ReadGuard {
@@ -54,13 +76,10 @@ public:
 // The writer side, held as long as the object lives.
 class WriteGuard {
 public:
-    WriteGuard();
-    ~WriteGuard();
+    WriteGuard() noexcept { beginUpdate(); }
+    ~WriteGuard() { endUpdate(); }
     WriteGuard(const WriteGuard&) = delete;
     WriteGuard& operator=(const WriteGuard&) = delete;
-
-private:
-    std::lock_guard<std::mutex> lock_;
 };
 
 }  // namespace vorlandi

@@ -1,7 +1,6 @@
 #include "Vorlandi/VorlandiTree.hpp"
 
 #include <new>
-#include <vector>
 
 #include "CoreServices/KeyModes.hpp"
 #include "CoreServices/NumberFields.hpp"
@@ -38,9 +37,7 @@ std::int64_t keepInDmaObject(Vorlanrecord&& record) {
         tracelogerror("AddRecToMem: Cannot allocate memory for a new rec.");
         return kNoKey;
     }
-    object->type = kVorlanElsetType;
-    object->record = kept;
-    return dmakey(*object);
+    return publishdmaobject(*object, kVorlanElsetType, kept);
 }
 
 // Links a node under its key or, in every mode but the DMA mode, the next free one of the same satellite. `key` receives
@@ -95,44 +92,53 @@ std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored) noex
     return storedKey;
 }
 
-std::string_view RemoveDMA(std::int64_t key) {
+RemovedDma RemoveDMA(std::int64_t key) noexcept {
     DmaObject& object = keytocptr(key);
-    if (!isAlive(object, key)) return "RemoveDMA: /DMA doesn't exist or was already deallocated";
-    if (!vorlanelsettype(object.type)) return "RemoveDMA: This DMA object isn't a correct object.";
-    delete static_cast<Vorlanrecord*>(object.record.exchange(nullptr));
+    if (!isAlive(object, key)) return {nullptr, "RemoveDMA: /DMA doesn't exist or was already deallocated"};
+    if (!vorlanelsettype(object.type)) return {nullptr, "RemoveDMA: This DMA object isn't a correct object."};
+    std::unique_ptr<Vorlanrecord> record(static_cast<Vorlanrecord*>(object.record.exchange(nullptr)));
     if (object.attachments[0] == nullptr && object.attachments[1] == nullptr) releasedmaobject(object);
-    return {};
+    return {std::move(record), {}};
 }
 
 std::int32_t RemoveNode(std::int64_t key) noexcept {
-    if (isdma(key)) {
-        const std::string_view problem = key < 1 ? "RemoveNode: Invalid DMA key (<=0)." : RemoveDMA(key);
-        if (!problem.empty()) {
-            tracelogerror(problem);
-            return kFailure;
-        }
+    if (isdma(key) && key < 1) {
+        tracelogerror("RemoveNode: Invalid DMA key (<=0).");
+        return kFailure;
     }
-    // Released outside the guard, which many points would hold for long.
+    // Both are released outside the guard, which many points would hold for long.
+    RemovedDma dma;
     std::unique_ptr<Vorlanbintree> removed;
     {
         const WriteGuard guard;
-        removed.reset(vorlantree.removeNode(key));
+        if (isdma(key)) dma = RemoveDMA(key);
+        if (dma.problem.empty()) removed.reset(vorlantree.removeNode(key));
     }
     if (removed) return kSuccess;
-    tracelogerror(keyMessage("RemoveNode: Unable to locate this key ", key, " in its binary tree."));
+    tracelogerror(dma.problem.empty()
+                      ? keyMessage("RemoveNode: Unable to locate this key ", key, " in its binary tree.")
+                      : std::string(dma.problem));
     return kFailure;
 }
 
 void vorlanemptytree() noexcept {
-    std::vector<std::string_view> problems;
+    Vorlanbintree* removed = nullptr;
+    std::int32_t withoutObject = 0;
+    std::string_view problem;  // the same for all: every object that this library makes is a correct one
     {
         const WriteGuard guard;
-        vorlantree.emptyTree([&](const Vorlanbintree& node) {
-            if (!isdma(node.key)) return;
-            if (const auto problem = RemoveDMA(node.key); !problem.empty()) problems.push_back(problem);
+        removed = vorlantree.detachAll();
+        VorlanTree::postOrder(removed, [&](Vorlanbintree* node) {
+            if (!isdma(node->key)) return;
+            RemovedDma dma = RemoveDMA(node->key);
+            node->record = std::move(dma.record);
+            if (dma.problem.empty()) return;
+            problem = dma.problem;
+            ++withoutObject;
         });
     }
-    for (const std::string_view problem : problems)
+    VorlanTree::postOrder(removed, [](Vorlanbintree* node) { delete node; });
+    for (; withoutObject > 0; --withoutObject)
         tracelogerror(problem);
 }
 
@@ -184,7 +190,6 @@ Vorlanrecord FindRec(std::int64_t key, std::string_view& message) {
 }
 
 std::int64_t vorlansatkeyget(std::int32_t satNum) noexcept {
-    if (vorlantreeisempty()) return kNoKey;
     const ReadGuard guard;
     const Vorlanbintree* const found = VorlanTree::preOrder(vorlantreeroot(), [=](const Vorlanbintree& node) {
         const Vorlanrecord* const record = recordOf(node);

@@ -5,17 +5,17 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
+#include <memory>
 #include <string_view>
 
 #include "CoreServices/DmaObjects.hpp"
+#include "CoreServices/Status.hpp"
 #include "Templates/TreeTemplate.hpp"
 #include "Vorlandi/StoreGuard.hpp"
 #include "Vorlandi/VorlandiTypes.hpp"
 
 namespace vorlandi {
-
-constexpr std::int32_t kSuccess = 0;
-constexpr std::int32_t kFailure = 2;
 
 struct VorlanTreeTraits {
     static bool equal(const Vorlanbintree& stored, const Vorlanbintree& added) noexcept {
@@ -38,16 +38,20 @@ std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored = nul
 // Removes a satellite: kSuccess, or kFailure with a message.
 std::int32_t RemoveNode(std::int64_t key) noexcept;
 
-// Releases the record of a DMA key, and the object itself while nothing is attached to it. Empty on success,
-// else the message. Takes no guard.
-std::string_view RemoveDMA(std::int64_t key);
+// Takes the record out of the DMA object of a key, and releases the object itself while nothing is attached to it.
+// `problem` is empty, or the message that says why there is no record. Takes no guard.
+struct RemovedDma {
+    std::unique_ptr<Vorlanrecord> record;
+    std::string_view problem;
+};
+RemovedDma RemoveDMA(std::int64_t key) noexcept;
 
 // Removes all satellites.
 void vorlanemptytree() noexcept;
 
 // The store's own record of a key, or null with the reason in `message`. For an ordinary key the reader side
-// is entered unless it is already held, and stays entered whether there is a record or not. A DMA key needs
-// no guard.
+// is entered unless a side is already held, and stays entered whether there is a record or not. For a DMA key no
+// side is entered here.
 Vorlanrecord* FindRecPtr(std::int64_t key, std::string_view& message, bool guardHeld = false) noexcept;
 
 // A deep copy of the record of a key; satellite number kNoRecord and the reason in `message` if there is
@@ -68,18 +72,23 @@ Vorlanrecord vorlangetrec(const Vorlanbintree& node);
 // The number of nodes; 0 for any selector but 0. Holds the reader side only inside.
 std::int32_t vorlangetnumoftreenodes(std::int32_t selector = 0) noexcept;
 
-// Lists the keys at keys[count] and following, and moves count behind the last. Order 0 ascending by number,
-// coordinate system and epoch; 1 the reverse; 2 in the order of insertion; 3 and above ascending by key. Only
-// the counting holds the reader side: nobody may add or remove satellites meanwhile.
-void vorlangettreekeys(std::int32_t& count, std::int64_t* keys, std::int32_t order) noexcept;
+// Lists the keys of all satellites, at most `capacity` of them, at keys[count] and following, and adds the number of
+// satellites to count. Order 0 ascending by number, coordinate system and epoch; 1 the reverse; 2 in the order of
+// insertion; 3 and above ascending by key. Holds the reader side once for all it reads. Throws std::bad_alloc.
+void vorlangettreekeys(std::int32_t& count, std::int64_t* keys, std::int32_t order,
+                       std::int64_t capacity = std::numeric_limits<std::int64_t>::max());
 
-// The record of a key for as long as the object lives, with the reader side held that it needs. When there is
-// no record, or something else is wrong with the request, fail() leaves the guard, logs why and gives the
-// status.
+// What is to be done with a record.
+enum class Access { Query, Change };
+
+// The record of a key for as long as the object lives, with the side of the guard held that it needs: in the safe mode
+// the reader side for a query and the writer side for a change; in the fixed mode the reader side for an ordinary key
+// and none for a DMA key. When there is no record, or something else is wrong with the request, fail() leaves the
+// guard, logs why and returns the status.
 class RecordAccess {
 public:
-    explicit RecordAccess(std::int64_t key) noexcept
-        : record_(FindRecPtr(key, message_)), guarded_(!isdma(key)) {}
+    explicit RecordAccess(std::int64_t key, Access access = Access::Query) noexcept
+        : held_(enter(key, access)), record_(FindRecPtr(key, message_, true)) {}
     ~RecordAccess() { leave(); }
     RecordAccess(const RecordAccess&) = delete;
     RecordAccess& operator=(const RecordAccess&) = delete;
@@ -95,14 +104,29 @@ public:
     std::int32_t fail(std::string_view message) noexcept;
 
 private:
+    enum class Held { Nothing, ReaderSide, WriterSide };
+
+    static Held enter(std::int64_t key, Access access) noexcept {
+        const bool safe = isGuardSafe();
+        if (!safe && isdma(key)) return Held::Nothing;
+        if (safe && access == Access::Change) {
+            beginUpdate();
+            return Held::WriterSide;
+        }
+        vorlanbeginread();
+        return Held::ReaderSide;
+    }
+
+    // Leaves the side that was entered: the mode may have been switched since.
     void leave() noexcept {
-        if (guarded_) vorlanendread();
-        guarded_ = false;
+        if (held_ == Held::ReaderSide) vorlanendread();
+        if (held_ == Held::WriterSide) endUpdate();
+        held_ = Held::Nothing;
     }
 
     std::string_view message_;
+    Held held_;
     Vorlanrecord* record_;
-    bool guarded_;
 };
 
 // "text", the key right-aligned in 19 columns, "tail".

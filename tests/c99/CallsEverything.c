@@ -43,6 +43,7 @@ static void checkServices(void) {
     VorlanTraceClose();
     VorlanTraceLastError(message);
     CHECK(memcmp(message, "RemoveNode: Invalid DMA key (<=0).  ", 36) == 0 && message[511] == ' ');
+    CHECK(VorlanSetGuardMode(VORLAN_GUARD_SAFE) == 0 && VorlanGetGuardMode() == VORLAN_GUARD_SAFE);
     CHECK(VorlanSaveFile(name, 0) == 0 && VorlanLoadFile(name) == 0);
     CHECK(VorlanLoadFile("no/such/file") != 0 && VorlanTimeLoadLeapSeconds("no/such/file") != 0);
 
@@ -86,7 +87,7 @@ static void checkSatellite(int64_t key) {
 
 int main(void) {
     char text[128];
-    int64_t key;
+    int64_t key, count;
     const double time = VorlanTimeFromText("2024-03-01T12:00:30.5Z", 22);
     VorlanTimeToText15(time, text);
     CHECK(memcmp(text, "24061120030.500", 15) == 0);
@@ -99,6 +100,7 @@ int main(void) {
     CHECK(memcmp(text, "Vorlandi ", 9) == 0 && text[127] == ' ');
     key = VorlanAddSat(25544, 1, 27000.0, 6378.135, 0.0743669161);
     VorlanGetLoaded(0, &key);
+    CHECK(VorlanGetLoadedExt(3, 1, &key, &count) == 0 && count == 1);
     CHECK(VorlanGetCount() == 1 && key == VorlanFieldsToSatKey(25544, "23337000000.000"));
     checkSatellite(key);
     checkServices();

@@ -10,8 +10,8 @@ namespace {
 
 TEST(DmaObjects, AreFoundByTheirOwnKeysAloneAndRestBeforeTheyAreUsedAgain) {
     DmaObject* const first = newdmaobject();
-    const std::int64_t key = dmakey(*first);
-    first->record = first;
+    EXPECT_EQ(first->self, 0) << "not to be found before it is published";
+    const std::int64_t key = publishdmaobject(*first, 6, first);
     for (const std::int64_t wrong :
          {0L, -10L, -key, 10L, key + 1, key + 10, key + 80, INT64_MAX - 7, INT64_MIN + 8})
         EXPECT_EQ(keytocptr(wrong).self, 0) << wrong;
@@ -20,11 +20,10 @@ TEST(DmaObjects, AreFoundByTheirOwnKeysAloneAndRestBeforeTheyAreUsedAgain) {
     EXPECT_EQ(keytocptr(key).self, 0);
     int releases = 0;
     for (DmaObject* next = nullptr; (next = newdmaobject()) != first; ++releases) {
-        ASSERT_TRUE(releases < 20000 && &keytocptr(dmakey(*next)) == next) << releases;
+        ASSERT_TRUE(releases < 20000 && &keytocptr(publishdmaobject(*next, 6, nullptr)) == next) << releases;
         releasedmaobject(*next);
     }
     EXPECT_GE(releases, 4096);
-    EXPECT_EQ(first->record, nullptr);  // as good as new
     releasedmaobject(*first);
 }
 
@@ -33,10 +32,10 @@ TEST(DmaObjects, MayBeMadeReleasedAndLookedUpByManyThreads) {
     const auto work = [&shared] {
         for (int k = 0; k < 20000; ++k) {
             DmaObject* const object = newdmaobject();
-            const std::int64_t other =
-                shared.exchange(dmakey(*object));  // may be gone by now, or go meanwhile
+            const std::int64_t key = publishdmaobject(*object, 6, nullptr);
+            const std::int64_t other = shared.exchange(key);  // may be gone by now, or go meanwhile
             const std::int64_t self = keytocptr(other).self;
-            ASSERT_TRUE(&keytocptr(dmakey(*object)) == object && (self == 0 || self == satkeytoaddr(other)));
+            ASSERT_TRUE(&keytocptr(key) == object && (self == 0 || self == satkeytoaddr(other)));
             releasedmaobject(*object);
         }
     };

@@ -75,8 +75,7 @@ TEST_F(Store, SaysWhyThereIsNothingToCopyOrToRemove) {
     ASSERT_EQ(RemoveNode(gone), kSuccess);
     DmaObject& foreign = *newdmaobject();
     Vorlanrecord held = record(8);
-    foreign.record = &held;
-    foreign.type = 5;
+    const std::int64_t foreignKey = publishdmaobject(foreign, 5, &held);
     const char* const unlocated = "RemoveNode: Unable to locate this key ";
     const std::tuple<std::int64_t, std::string, std::string> cases[] = {
         // clang-format off
@@ -85,7 +84,7 @@ TEST_F(Store, SaysWhyThereIsNothingToCopyOrToRemove) {
         {0, "FindRec: Invalid DMA key (<=0).", "RemoveNode: Invalid DMA key (<=0)."},
         {-10, "FindRec: Invalid DMA key (<=0).", "RemoveNode: Invalid DMA key (<=0)."},
         {10, "", kDeallocated}, {gone, "", kDeallocated},
-        {dmakey(foreign), "", "RemoveDMA: This DMA object isn't a correct object."},
+        {foreignKey, "", "RemoveDMA: This DMA object isn't a correct object."},
         // clang-format on
     };
     for (const auto& [wanted, copied, removed] : cases) {
@@ -93,14 +92,14 @@ TEST_F(Store, SaysWhyThereIsNothingToCopyOrToRemove) {
         EXPECT_EQ(errorOf(RemoveNode(wanted)), removed);
     }
     std::string_view message;
-    EXPECT_EQ(FindRecPtr(dmakey(foreign), message), &held) << "of any type";
+    EXPECT_EQ(FindRecPtr(foreignKey, message), &held) << "of any type";
     releasedmaobject(foreign);
     EXPECT_EQ(listed(3), std::vector{key});
 }
 
 TEST_F(Store, EmptiesWithDmaObjectsGoneAndKeepsThemWhileSomethingIsAttached) {
     addDmaSatellite(1);
-    EXPECT_EQ(RemoveDMA(addDmaSatellite(2)), "");
+    EXPECT_EQ(RemoveDMA(addDmaSatellite(2)).problem, "");
     vorlanemptytree();
     EXPECT_EQ(errorOf(2), kDeallocated);
     EXPECT_TRUE(vorlantreeisempty());
@@ -112,7 +111,7 @@ TEST_F(Store, EmptiesWithDmaObjectsGoneAndKeepsThemWhileSomethingIsAttached) {
         EXPECT_EQ(errorOf(VorlanGetLine(key, nullptr)), "FindRecPtr: Prop data doesn't exist.");
         EXPECT_EQ(copyMessage(key), "");
         object.attachments[slot] = nullptr;
-        EXPECT_EQ(RemoveDMA(key), "");
+        EXPECT_EQ(RemoveDMA(key).problem, "");
         EXPECT_EQ(errorOf(VorlanGetLine(key, nullptr)), "FindRecPtr: Invalid DMA key.");
     }
 }

@@ -29,8 +29,15 @@ public:
         for (const int key : keys)
             key > 0 ? void(add(key, std::to_string(key))) : void(remove(-key));
     }
-    ~Tree() {
-        emptyTree([](const Item&) {});
+    ~Tree() { deleteAll(); }
+
+    std::vector<int> deleteAll() {
+        std::vector<int> keys;
+        postOrder(detachAll(), [&](Item* item) {
+            keys.push_back(item->key);
+            delete item;
+        });
+        return keys;
     }
 
     // Does the node that comes back hold what was stored under the key?
@@ -98,9 +105,11 @@ TEST(TreeTemplate, BehavesAsAnOrderedMapUnderRandomInsertsAndErases) {
         tree.shape(&stored);
         ASSERT_EQ(stored, model);
         ASSERT_EQ(tree.find(key) != nullptr, model.contains(key));
+        ASSERT_EQ(tree.count(), static_cast<std::int32_t>(model.size()));
     }
-    tree.emptyTree([&](const Item& item) { model.erase(item.key); });
-    EXPECT_TRUE(model.empty());
+    for (const int key : tree.deleteAll())
+        EXPECT_EQ(model.erase(key), 1U);
+    EXPECT_TRUE(model.empty() && tree.root() == nullptr && tree.count() == 0);
     tree.add(1, "1");
     EXPECT_EQ(tree.root()->sequenceNumber, number + 1) << "the counter goes on";
 }

@@ -74,7 +74,7 @@ extern "C" {
 
 int32_t VorlanSetField(int64_t satKey, int32_t fieldIdx, const char* valueStr) {
     const std::string_view value = leftAdjusted(chararrtostr(valueStr, 512));
-    RecordAccess record(satKey);
+    RecordAccess record(satKey, Access::Change);
     if (!record) return record.fail();
     if (fieldIdx == kText8) record->text8 = value;
     if (fieldIdx == kInputTag) record->inputTag = value;

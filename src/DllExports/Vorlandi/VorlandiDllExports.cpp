@@ -3,6 +3,7 @@
 #include "vorlandi/vorlandi.h"
 
 #include "CoreServices/SoftwareInformation.hpp"
+#include "CoreServices/Sorting.hpp"
 #include "CoreServices/TraceLog.hpp"
 #include "DllExports/DllDoor.hpp"
 #include "DllExports/Vorlandi/VorlandiDllVarsUtils.hpp"
@@ -62,9 +63,9 @@ std::int32_t addPoint(std::int64_t satKey, double ds50UTC, const double* pos, co
     give(point.pos, pos, 3);
     give(point.vel, vel, 3);
     point.rev = revNum;
-    RecordAccess record(satKey);
-    if (!record) return record.fail();
     if (cov != nullptr) std::copy_n(cov, kCovarianceSize, covariance.cov);
+    RecordAccess record(satKey, Access::Change);
+    if (!record) return record.fail();
     addoneeppoint(point, *record, hasCovariance(covariance) ? &covariance : nullptr);
     return kSuccess;
 }
@@ -98,12 +99,22 @@ int32_t VorlanRemoveAllSats(void) {
 int32_t VorlanGetCount(void) { return vorlangetnumoftreenodes(); }
 
 void VorlanGetLoaded(int32_t order, int64_t satKeys[]) {
-    if (vorlantreeisempty()) {
-        traceloginfo("Warning-VorlanGetLoaded: The binary tree is empty. No satKey returns.");
-        return;
-    }
     std::int32_t count = 0;
-    if (satKeys != nullptr) vorlangettreekeys(count, satKeys, order);
+    try {
+        vorlangettreekeys(count, satKeys, order, satKeys != nullptr ? INT64_MAX : 0);
+    } catch (const std::bad_alloc&) {
+        stopOnAllocationFailure(static_cast<std::size_t>(vorlangetnumoftreenodes()) * sizeof(SortEntry));
+    }
+    if (count == 0) traceloginfo("Warning-VorlanGetLoaded: The binary tree is empty. No satKey returns.");
+}
+
+int32_t VorlanGetLoadedExt(int32_t order, int64_t capacity, int64_t satKeys[], int64_t* count) {
+    zero(count);
+    if (capacity < 0) return kFailure;
+    std::int32_t satellites = 0;
+    vorlangettreekeys(satellites, satKeys, order, satKeys != nullptr ? capacity : 0);
+    give(count, std::int64_t{satellites});
+    return kSuccess;
 }
 
 int64_t VorlanGetSatKey(int32_t satNum) { return GetSatKey(satNum); }

@@ -94,10 +94,6 @@ void beginState(double t, Vorlanstate& sum) noexcept {
 
 // ---- Windows of four ----
 
-inline SplitTai splitIn(const LeapStep& leap, double time) noexcept {
-    return time >= leap.day && time < leap.nextDay ? splitTai(time, leap.taiMinusUtc) : tosplittai(time);
-}
-
 // Products of the differences of each node to the others, and sums of their reciprocals. Each lane is a node,
 // each column the difference to one node: 1 and 0 stand where a node would meet itself, so that the product
 // and the sum pass over it.
@@ -149,7 +145,7 @@ void sumReciprocals(const Lanes& dt, Lanes& sum) noexcept {
 
 FOR_EACH_INSTRUCTION_SET void HermiteWindow::prepare() noexcept {
     for (std::size_t i = 0; i < kNodes; ++i) {
-        const SplitTai node = splitIn(*leap_, nodes_[i].time);
+        const SplitTai node = split(nodes_[i].time);
         days_[i] = node.days;
         seconds_[i] = node.seconds;
     }
@@ -162,7 +158,7 @@ FOR_EACH_INSTRUCTION_SET void HermiteWindow::prepare() noexcept {
 
 FOR_EACH_INSTRUCTION_SET void HermiteWindow::answer(double t, Vorlanpoint& result,
                                                     Covariance covariance) const noexcept {
-    const SplitTai request = splitIn(*leap_, t);
+    const SplitTai request = split(t);
     double dt[kNodes];
     for (std::size_t i = 0; i < kNodes; ++i) {
         dt[i] = minus(request, {days_[i], seconds_[i]});
@@ -204,8 +200,12 @@ void HermiteWindow::covarianceAt(double t, const Lanes& weights, PointCovariance
         addCovariance(covariances_[i], weights[i], result);
 }
 
-HermiteWindow::HermiteWindow(const Vorlanstate* nodes, const PointCovariance* covariances) noexcept
-    : nodes_(nodes), covariances_(covariances), leap_(&leapTable().atUtc(nodes[0].time)) {
+HermiteWindow::HermiteWindow(const Vorlanstate* nodes, const PointCovariance* covariances,
+                             const LeapTable& leapTable) noexcept
+    : nodes_(nodes),
+      covariances_(covariances),
+      leapTable_(&leapTable),
+      leap_(&leapTable.atUtc(nodes[0].time)) {
     prepare();
 }
 

@@ -48,18 +48,24 @@ public:
     static constexpr std::size_t kNodes = 4;
 
     // Four states and their covariances, null where none has one.
-    HermiteWindow(const Vorlanstate* nodes, const PointCovariance* covariances) noexcept;
+    HermiteWindow(const Vorlanstate* nodes, const PointCovariance* covariances,
+                  const LeapTable& leapTable = vorlandi::leapTable()) noexcept;
 
     // As hermitevorlan, but where no covariance is wanted that of the result stays as it is.
     void at(double t, Vorlanpoint& result, Covariance covariance) const noexcept;
 
 private:
+    SplitTai split(double time) const noexcept {
+        return time >= leap_->day && time < leap_->nextDay ? splitTai(time, leap_->taiMinusUtc)
+                                                           : tosplittai(time, *leapTable_);
+    }
     void prepare() noexcept;
     void answer(double t, Vorlanpoint& result, Covariance covariance) const noexcept;
     void covarianceAt(double t, const Lanes& weights, PointCovariance& result) const noexcept;
 
     const Vorlanstate* nodes_;
     const PointCovariance* covariances_;
+    const LeapTable* leapTable_;
     const LeapStep* leap_;                   // in force at the first node, and mostly at all
     double days_[kNodes], seconds_[kNodes];  // split TAI times of the nodes
     Lanes denominator_;                      // products of the differences to the other nodes, s

@@ -135,7 +135,8 @@ std::int32_t PointInterpolator::interpolate(double t, Vorlanpoint& result, std::
             return notFound(gapMessage(state(first), state(last)), result, message);
         }
         const PointCovariance* const covariances = points_.covariances();
-        window_.emplace(&state(first), covariances == nullptr ? nullptr : covariances + (first - 1));
+        window_.emplace(&state(first), covariances == nullptr ? nullptr : covariances + (first - 1),
+                        leapTable_);
         first_ = first;
     }
     window_->at(t, result, covariance);
@@ -145,7 +146,7 @@ std::int32_t PointInterpolator::interpolate(double t, Vorlanpoint& result, std::
 
 std::int32_t PointInterpolator::at(double ds50TAI, Vorlanpoint& result, std::string& message,
                                    Covariance covariance) {
-    const double t = tai2utc(ds50TAI);
+    const double t = tai2utc(ds50TAI, leapTable_);
     const std::int32_t n = points_.count();
     if (n == 1) {
         result = points_[0];

@@ -16,6 +16,9 @@ class PointInterpolator {
 public:
     explicit PointInterpolator(const Vorlanrecord& record) noexcept : points_(record.points) {}
 
+    // The table of leap seconds that all answers of this interpolator come from.
+    const LeapTable& leapTable() const noexcept { return leapTable_; }
+
     // The state at a time on the TAI scale (days since 1950). 0; or 2 with the reason in `message`, which the
     // caller logs, and a point of zeros. A record with one point answers every time with it; one with two or
     // three answers only their times. Where no covariance is wanted, that of the point is not specified.
@@ -33,6 +36,7 @@ private:
     std::int32_t coincident(std::int32_t first, std::int32_t last, double t) const noexcept;
 
     const PointArray& points_;
+    const LeapTable& leapTable_ = vorlandi::leapTable();
     std::int32_t lo_ = -1;    // last point earlier than the last request that had a window
     std::int32_t first_ = 0;  // first point of that window
     std::optional<HermiteWindow> window_;
