@@ -55,6 +55,16 @@ public:
         ++freeSlots_;
     }
 
+    void lock() noexcept { mutex_.lock(); }
+    void unlock() noexcept { mutex_.unlock(); }
+
+    void freeBlocks() noexcept {
+        for (std::size_t k = 0; k < blockCount_; ++k)
+            delete[] blocks_[k].exchange(nullptr);
+        blockCount_ = usedInLast_ = freeSlots_ = 0;
+        firstFree_ = lastFree_ = nullptr;
+    }
+
 private:
     static std::size_t slotsOf(std::size_t block) noexcept { return kFirstBlockSlots << block; }
 
@@ -87,7 +97,7 @@ private:
     std::size_t freeSlots_ = 0;
 };
 
-Registry registry;
+constinit Registry registry;
 
 }  // namespace
 
@@ -108,5 +118,10 @@ std::int64_t publishdmaobject(DmaObject& object, std::int32_t type, void* record
 }
 
 void releasedmaobject(DmaObject& object) noexcept { registry.release(object); }
+
+void lockdmaobjects() noexcept { registry.lock(); }
+void unlockdmaobjects() noexcept { registry.unlock(); }
+
+void freedmaobjects() noexcept { registry.freeBlocks(); }
 
 }  // namespace vorlandi

@@ -1,7 +1,7 @@
 // DMA objects: records that live outside the store's tree and are named by their address times 10.
 //
-// 1. Objects stand in slots of blocks that are never given back, so that the memory behind any key made here
-//    stays readable; a key is checked against the blocks before anything is read through it.
+// 1. Objects are slots of blocks that stay until the library is unloaded, so that the memory that a key names stays
+//    readable; a key is checked against the blocks before anything is read through it.
 // 2. A released object has the self-address 0. Its slot is used again only after kQuarantine further
 //    releases, so that a stale key is recognised rather than answered with somebody else's record.
 // 3. Finding an object takes no lock. Making and releasing take one.
@@ -39,5 +39,12 @@ DmaObject* newdmaobject() noexcept;
 std::int64_t publishdmaobject(DmaObject& object, std::int32_t type, void* record) noexcept;
 
 void releasedmaobject(DmaObject& object) noexcept;
+
+// Nobody makes or releases objects in between: for fork.
+void lockdmaobjects() noexcept;
+void unlockdmaobjects() noexcept;
+
+// Gives all memory back. Requires that nobody holds a key any more.
+void freedmaobjects() noexcept;
 
 }  // namespace vorlandi

@@ -1,5 +1,6 @@
 // BlockPool: memory for objects of one kind, side by side in blocks that grow by half. What is released
-// serves the next object; the blocks are given back when no object is left. Any thread may take and release.
+// serves the next object; the blocks but the first are given back when no object is left. Any thread may take and
+// release.
 #pragma once
 
 #include <sys/mman.h>
@@ -37,6 +38,20 @@ public:
         const std::lock_guard lock(mutex_);
         free_ = ::new (object) Slot{free_};
         if (--taken_ == 0) giveBack();
+    }
+
+    // Nobody takes or releases objects in between: for fork.
+    void lock() noexcept { mutex_.lock(); }
+    void unlock() noexcept { mutex_.unlock(); }
+
+    // Gives the first block back, too. Requires that no object is left.
+    void freeAll() noexcept {
+        if (taken_ > 0 || blocks_ == 0) return;
+        giveBack();
+        std::free(block_[0]);
+        blocks_ = 0;
+        free_ = next_ = end_ = nullptr;
+        slots_ = kFirstSlots;
     }
 
 private:

@@ -6,7 +6,9 @@
 #include <limits>
 #include <memory>
 #include <mutex>
+#include <utility>
 
+#include "CoreServices/HeldAcrossFork.hpp"
 #include "CoreServices/InputUnits.hpp"
 #include "CoreServices/Texts.hpp"
 #include "CoreServices/TraceLog.hpp"
@@ -32,16 +34,33 @@ LeapStep stepAt(double day, double taiMinusUtc) {
     return {day, taiMinusUtc, daysOffset, day + daysOffset, std::numeric_limits<double>::infinity()};
 }
 
+// All tables of the process, in a list without a destructor: other threads may be asking until the process ends.
+struct KeptTable {
+    LeapTable table;
+    KeptTable* before;
+};
+constinit KeptTable* lastKept = nullptr;
+constinit std::mutex keeping;
+[[maybe_unused]] const HeldAcrossFork<keeping> keepingHeldAcrossFork;
+
+// The table of these steps; a new one only if there was none like it.
+const LeapTable* keep(std::vector<LeapStep>&& steps) {
+    auto kept = std::make_unique<KeptTable>(KeptTable{LeapTable(std::move(steps)), nullptr});
+    const std::lock_guard lock(keeping);
+    for (const KeptTable* like = lastKept; like != nullptr; like = like->before) {
+        if (like->table == kept->table) return &like->table;
+    }
+    kept->before = lastKept;
+    lastKept = kept.release();
+    return &lastKept->table;
+}
+
 const LeapTable* builtInTable() {
-    // Never destroyed, as no table is: other threads may be asking until the process ends.
-    static const LeapTable* const table = [] {
-        std::vector<LeapStep> steps;
-        for (const Announcement& row : kAnnouncements) {
-            steps.push_back(stepAt(clocka(mmdd2jul(row.year, row.month, 1), row.year), row.taiMinusUtc));
-        }
-        return new LeapTable(std::move(steps));
-    }();
-    return table;
+    std::vector<LeapStep> steps;
+    for (const Announcement& row : kAnnouncements) {
+        steps.push_back(stepAt(clocka(mmdd2jul(row.year, row.month, 1), row.year), row.taiMinusUtc));
+    }
+    return keep(std::move(steps));
 }
 
 // A list counts in seconds since 1900 Jan 1.
@@ -88,8 +107,6 @@ bool LeapTable::endsWithLeapSecond(double day) const noexcept {
 std::atomic<const LeapTable*> currentLeapTable{builtInTable()};
 
 const LeapTable* parseLeapSeconds(std::string_view text, std::string& problem) {
-    static std::mutex mutex;
-    static auto& kept = *new std::vector<std::unique_ptr<const LeapTable>>;
     std::vector<LeapStep> steps;
     InputUnit unit(memorySource(text));
     std::string_view line;
@@ -105,8 +122,12 @@ const LeapTable* parseLeapSeconds(std::string_view text, std::string& problem) {
         problem = "no leap seconds";
         return nullptr;
     }
-    const std::lock_guard lock(mutex);
-    return kept.emplace_back(std::make_unique<const LeapTable>(std::move(steps))).get();
+    return keep(std::move(steps));
+}
+
+void freeLeapTables() noexcept {
+    while (lastKept != nullptr)
+        delete std::exchange(lastKept, lastKept->before);
 }
 
 int loadLeapSeconds(std::string_view fileName) noexcept {

@@ -18,12 +18,16 @@ struct LeapStep {
     double daysOffset;   // the same in days
     double dayTai;       // the step's day on the TAI scale, rounded exactly as utc2tai rounds it
     double nextDay;      // day of the next step, infinity for the last
+
+    bool operator==(const LeapStep&) const = default;
 };
 
 class LeapTable {
 public:
     // Steps in ascending order, at least one; `day` and `taiMinusUtc` of each given.
     explicit LeapTable(std::vector<LeapStep> steps);
+
+    bool operator==(const LeapTable& other) const noexcept { return steps_ == other.steps_; }
 
     // The step in force at a UTC time, or at a TAI time.
     const LeapStep& atUtc(double ds50UTC) const noexcept { return at<&LeapStep::day>(ds50UTC); }
@@ -56,5 +60,8 @@ const LeapTable* parseLeapSeconds(std::string_view text, std::string& problem);
 
 // Replaces the table in force by a file's. 0, the errno of a failed open, or 2 with a logged message.
 int loadLeapSeconds(std::string_view fileName) noexcept;
+
+// Deletes all tables, that in force included: for unloading.
+void freeLeapTables() noexcept;
 
 }  // namespace vorlandi

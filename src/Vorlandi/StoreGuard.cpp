@@ -1,6 +1,10 @@
 #include "Vorlandi/StoreGuard.hpp"
 
+#include <pthread.h>
+
 #include <thread>
+
+#include "CoreServices/DmaObjects.hpp"
 
 namespace vorlandi {
 namespace {
@@ -14,6 +18,23 @@ void waitUntil(Look&& look) noexcept {
         if (spins >= kSpins) std::this_thread::yield();
     }
 }
+
+void leaveAfterFork() noexcept {
+    unlockdmaobjects();
+    endUpdate();
+}
+
+// DMA objects are made and released inside the writer side and outside, so their lock is taken with it.
+[[maybe_unused]] const int forkHandlers = ::pthread_atfork(
+    [] {
+        beginUpdate();
+        lockdmaobjects();
+    },
+    leaveAfterFork,
+    [] {
+        numreads.store(0);
+        leaveAfterFork();
+    });
 
 }  // namespace
 

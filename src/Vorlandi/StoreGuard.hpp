@@ -15,6 +15,8 @@
 //    tests/store/guard_model.py tries all interleavings.
 // 5. Both modes use the same flag, counter and mutex, so the mode may be switched at any time. Whoever has entered
 //    leaves in the way it entered.
+// 6. Fork takes the writer side. The readers of the parent don't exist in the child, whose counter starts at 0.
+// 7. Whoever is inside waits for no lock but that of the DMA objects.
 #pragma once
 
 #include <atomic>

@@ -1,5 +1,6 @@
 #include "Vorlandi/VorlandiTypes.hpp"
 
+#include "CoreServices/HeldAcrossFork.hpp"
 #include "CoreServices/NumberFields.hpp"
 #include "Templates/BlockPool.hpp"
 
@@ -20,9 +21,12 @@ Vorlanrecord shareOf(Vorlanrecord& record) {
 
 namespace {
 
-// Nothing is destroyed with them: the store may be in use until the process ends.
+// Without destructors: the store may be in use until the process ends.
 constinit BlockPool<sizeof(Vorlanbintree), alignof(Vorlanbintree)> nodes;
 constinit BlockPool<sizeof(Vorlanrecord), kCacheLine> records;
+
+[[maybe_unused]] const HeldAcrossFork<nodes> nodesHeldAcrossFork;
+[[maybe_unused]] const HeldAcrossFork<records> recordsHeldAcrossFork;
 
 }  // namespace
 
@@ -31,5 +35,10 @@ void Vorlanbintree::operator delete(void* node) noexcept { nodes.release(node); 
 
 void* Vorlanrecord::operator new(std::size_t, const std::nothrow_t&) noexcept { return records.take(); }
 void Vorlanrecord::operator delete(void* record) noexcept { records.release(record); }
+
+void freeRecordPools() noexcept {
+    nodes.freeAll();
+    records.freeAll();
+}
 
 }  // namespace vorlandi

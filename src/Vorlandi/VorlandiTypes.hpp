@@ -74,4 +74,7 @@ struct Vorlanbintree {
     Vorlanbintree* right = nullptr;  // larger keys
 };
 
+// Gives the memory of the pools back when no node and no record is left.
+void freeRecordPools() noexcept;
+
 }  // namespace vorlandi

@@ -38,6 +38,19 @@ TEST_F(Satellites, AreListedFromTheFirstElementOnAndFoundByTheirNumber) {
     VorlanGetLoaded(0, keys);
     EXPECT_THAT(keys, ::testing::ElementsAre(a, c, -7));
     VorlanGetLoaded(0, nullptr);
+    for (const std::int64_t capacity : {0, 1, 2, 3}) {
+        std::int64_t listed[4] = {-7, -7, -7, -7}, count = -7;
+        const std::vector<std::int64_t> expected{capacity > 0 ? a : -7, capacity > 1 ? c : -7, -7, -7};
+        EXPECT_EQ(VorlanGetLoadedExt(0, capacity, listed, &count), 0);
+        EXPECT_THAT(listed, ::testing::ElementsAreArray(expected));
+        EXPECT_EQ(count, 2);
+        EXPECT_EQ(VorlanGetLoadedExt(3, capacity, listed, nullptr), 0);
+        EXPECT_EQ(listed[0], capacity > 0 ? std::min(a, c) : -7);
+        EXPECT_EQ(listed[std::min<std::size_t>(capacity, 2)], -7);
+        EXPECT_EQ(VorlanGetLoadedExt(0, capacity, nullptr, &count), 0);
+        EXPECT_EQ(VorlanGetLoadedExt(0, -1 - capacity, listed, &count), 2);
+        EXPECT_EQ(count, 0);
+    }
     VorlanGetInfo(nullptr);
     EXPECT_EQ(textOf<128>(VorlanGetInfo), padded("Vorlandi " VORLANDI_VERSION, 128));
     EXPECT_EQ(VorlanGetSatKey(30), c);

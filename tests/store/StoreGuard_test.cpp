@@ -1,7 +1,7 @@
-// The access guard. Between a reader's look at the flag and its announcement a writer may begin; so nothing
-// here lets readers of the tree race with writers. Exclusion is tested step by step, and the test under load
-// mixes only what the gap can't spoil: writers among themselves, and readers of DMA keys, which never see the
-// tree.
+// The access guard. In the fixed mode a writer may begin between a reader's look at the flag and its announcement; so
+// nothing here lets readers of the tree race with writers in that mode. Exclusion is tested step by step, and the test
+// under load mixes only what the gap can't spoil: writers among themselves, and readers of DMA keys, which never see
+// the tree. The safe mode under load is what the stress program is for.
 #include "Vorlandi/StoreGuard.hpp"
 
 #include <chrono>
@@ -16,7 +16,11 @@ namespace vorlandi::testing {
 namespace {
 
 using namespace std::chrono_literals;
-using StoreGuard = InterfaceTest;
+
+class StoreGuard : public InterfaceTest {
+protected:
+    StoreGuard() { VorlanSetGuardMode(VORLAN_GUARD_FIXED); }
+};
 
 template <class Result>
 bool finished(const std::future<Result>& work, std::chrono::milliseconds within) {
@@ -49,6 +53,66 @@ TEST_F(StoreGuard, AWriterProceedsAfterBothReadersHaveLeftAndALaterReaderAfterTh
     EXPECT_EQ(stored(dma).numberOfPoints(), 1);
     held.reset();
     EXPECT_GT(writer.get(), 0);
+}
+
+class SafeStoreGuard : public InterfaceTest {
+protected:
+    SafeStoreGuard() { VorlanSetGuardMode(VORLAN_GUARD_SAFE); }
+
+    // Runs `call` beside a reader that stays inside, or beside a writer; it must wait until that leaves.
+    template <class Guard, class Call>
+    static auto waitsFor(Call call) {
+        auto inside = std::make_unique<Guard>();
+        auto work = std::async(std::launch::async, call);
+        EXPECT_FALSE(finished(work, 20ms));
+        inside.reset();
+        return work.get();
+    }
+};
+
+TEST_F(SafeStoreGuard, AReaderThatFindsAWriterStepsBackUntilItHasLeft) {
+    auto inside = std::make_unique<ReadGuard>();
+    auto writer = std::async(std::launch::async, [] { return addSatellite(5); });
+    while (isupdating == 0)
+        std::this_thread::yield();
+    auto reader = std::async(std::launch::async, VorlanGetCount);
+    EXPECT_FALSE(finished(reader, 20ms));
+    EXPECT_FALSE(finished(writer, 0ms));
+    EXPECT_EQ(numreads, 1) << "the waiting reader has stepped back";
+    inside.reset();
+    EXPECT_GT(writer.get(), 0);
+    EXPECT_EQ(reader.get(), 1);
+}
+
+TEST_F(SafeStoreGuard, ChangesOfPointsAndFieldsAndDmaKeysTakePart) {
+    for (const std::int64_t key : {addSatellite(5), addDmaSatellite(6)}) {
+        EXPECT_EQ(waitsFor<ReadGuard>([=] { return VorlanAddSatEphem(key, kEpoch, kPos, kVel, 7); }), 0);
+        EXPECT_EQ(waitsFor<ReadGuard>([=] { return VorlanSetField(key, 15, "tag"); }), 0);
+        EXPECT_EQ(waitsFor<WriteGuard>([=] { return VorlanDs50UTC(key, kEpoch, {}, {}, {}, {}); }), 0);
+        EXPECT_EQ(waitsFor<WriteGuard>([=] { return VorlanDs50UTCArr(key, 1, &kEpoch, {}, {}, {}, {}); }), 0);
+        EXPECT_EQ(waitsFor<ReadGuard>([=] { return VorlanRemoveSat(key); }), 0);
+    }
+    EXPECT_EQ(waitsFor<WriteGuard>([] { return VorlanGetSatKey(5); }), -1);
+}
+
+TEST_F(SafeStoreGuard, WhoeverEnteredInOneModeLeavesInThatWayAfterASwitch) {
+    const std::int64_t dma = addDmaSatellite(5);
+    for (const auto& [entered, left, access, inside] :
+         {std::tuple{VORLAN_GUARD_SAFE, VORLAN_GUARD_FIXED, Access::Query, 1},
+          std::tuple{VORLAN_GUARD_SAFE, VORLAN_GUARD_FIXED, Access::Change, 0},
+          std::tuple{VORLAN_GUARD_FIXED, VORLAN_GUARD_SAFE, Access::Change, 0}}) {
+        EXPECT_EQ(VorlanSetGuardMode(entered), 0);
+        {
+            const RecordAccess record(dma, access);
+            EXPECT_EQ(numreads, inside);
+            EXPECT_EQ(VorlanSetGuardMode(left), 0);
+        }
+        EXPECT_EQ(numreads, 0);
+        EXPECT_EQ(VorlanRemoveSat(addSatellite(6)), 0) << "the writer's side is free";
+        for (const std::int32_t unknown : {2, -1})
+            EXPECT_EQ(VorlanSetGuardMode(unknown), 2);
+        EXPECT_EQ(VorlanGetGuardMode(), left);
+    }
 }
 
 TEST_F(StoreGuard, KeepsTheTreeWholeUnderManyWritersAndReadersOfDmaKeys) {
