@@ -8,13 +8,14 @@ import argparse
 import json
 import operator
 import pathlib
+import re
 import sys
 
 MARKS = ("<!-- figures: begin -->", "<!-- figures: end -->")
 
 # Fields of a benchmark: its time, its speed (compared as times over the same bytes), or one of its counters.
 UNITS = {
-    "time": "time", "speed": "speed", "gain": "speed", "ns_per_state": "time", "ns_per_point": "time",
+    "time": "time", "wall": "time", "speed": "speed", "gain": "speed", "rate": "rate", "ns_per_state": "time", "ns_per_point": "time",
     "ns_per_satellite": "time", "bytes_per_point": "size", "stored_bytes_per_point": "size",
     "most_bytes": "size", "stored_bytes": "size",
 }
@@ -66,6 +67,18 @@ ROWS = [
     ("one time, 10,000 satellites, covariance", "manySatellites/covariance", "time", *NONE, None),
     ("one time, keys in random order", "manySatellites/shuffled", "time", *NONE, "< 10 ms"),
     ("one time, keys in random order, covariance", "manySatellites/shuffled_covariance", "time", *NONE, None),
+    *[(f"guard: {title}, safe mode", f"{name}/{safe}", "time", "fixed mode", f"{name}/{fixed}", "time", target)
+      for title, name, safe, fixed, target in (
+          ("enter, two times, leave", "startEndTime", "safe", "fixed", "<= 1.0"),
+          ("the same by a DMA key", "startEndTime", "safe_dma", "fixed_dma", None),
+          ("a query", "query", "guard_safe", "guard_fixed", "<= 1.0"),
+          ("a query by a DMA key", "query", "guard_safe_dma", "guard_fixed_dma", None))],
+    *[(f"guard: single queries in two threads, {mode} mode", f"queryInThreads/{mode}/threads:2", "rate",
+       "in one thread", f"queryInThreads/{mode}/threads:1", "rate", None) for mode in ("fixed", "safe")],
+    ("guard: append a point by key, safe mode", "appendByKey/safe", "ns_per_point", "fixed mode",
+     "appendByKey/fixed", "ns_per_point", "<= 100 ns"),
+    ("guard: add a satellite beside 32 readers, safe mode", "addBesideReaders/safe", "wall", "fixed mode",
+     "addBesideReaders/fixed", "wall", "<= 10 ms"),
     ("add a satellite, 100,000 of them", "addSatellites/100000", "ns_per_satellite", "std::map of integers",
      "mapInsert/100000", "ns_per_satellite", "<= 2"),
     ("remove a satellite, 100,000 in random order", "removeSatellites/100000", "ns_per_satellite",
@@ -107,7 +120,7 @@ def read_benchmarks(document):
     """Name to result: the median, or the one run where there were no repetitions, or a failed run."""
     results = {}
     for run in document["benchmarks"]:
-        name = run["run_name"].removesuffix("/real_time").removesuffix("/iterations:1")
+        name = re.sub("/(real_time|iterations:[0-9]+)", "", run["run_name"])
         if run.get("error_occurred") or run.get("aggregate_name") == "median":
             results[name] = run
         elif run["run_type"] == "iteration":
@@ -119,8 +132,12 @@ def value_of(run, field):
     """In ns, bytes per second or bytes. A time is the processor's: what others take of it doesn't count."""
     if field == "time":
         return run["cpu_time"] * NANOSECONDS[run["time_unit"]]
+    if field == "wall":
+        return run["real_time"] * NANOSECONDS[run["time_unit"]]
     if field in ("speed", "gain"):
         return run["bytes_per_second"]
+    if field == "rate":
+        return run["items_per_second"]
     return run[field]
 
 
@@ -128,6 +145,7 @@ def written(value, field):
     """Three digits and a unit."""
     scales = {"time": (("s", 1e9), ("ms", 1e6), ("us", 1e3), ("ns", 1)),
               "speed": (("GB/s", 1e9), ("MB/s", 1e6), ("kB/s", 1e3)),
+              "rate": (("M/s", 1e6), ("k/s", 1e3), ("/s", 1)),
               "size": (("MB", 1e6), ("kB", 1e3), ("B", 1))}[UNITS[field]]
     unit, scale = next((pair for pair in scales if value >= pair[1]), scales[-1])
     number = value / scale
