@@ -71,9 +71,9 @@ void VorlanTraceLastError(char message[512]);
  *   mode  in  0 ordinary keys, made from satellite number and epoch; 1 DMA keys
  *
  * A DMA key (direct memory access) is ten times the address of an object that holds the satellite: a query finds it
- * there without a search and without the store's guard, so that the satellite must not be removed while another thread
- * queries it. Such a key means nothing in another process or after the satellite is removed. Equal satellites are not
- * refused in this mode: each gets a key of its own.
+ * there without a search and, in the fixed guard mode, without the store's guard, so that the satellite must then not
+ * be removed while another thread queries it. Such a key means nothing in another process or after the satellite is
+ * removed. Equal satellites are not refused in this mode: each gets a key of its own.
  *
  * Satellites that are already stored keep their keys.
  */
@@ -83,8 +83,10 @@ void VorlanSetAllKeyMode(int32_t use, int32_t mode);
 void VorlanSetElsetKeyMode(int32_t mode);
 
 /*
- * Sets what happens when a satellite is added twice: 0 the second is refused with a message and the key 0,
- * otherwise it is refused silently and answered with the key of the first.
+ * Sets what happens when a satellite is added twice: 0 the second is refused with a message and the key 0; otherwise it
+ * is refused silently and answered with a key: the one that its number and epoch give. The stored satellite has this
+ * key unless other satellites with the same number and epoch were added before it; then the key is that of the first
+ * of them.
  */
 void VorlanSetDupKeyMode(int32_t mode);
 

@@ -127,7 +127,8 @@ int32_t VorlanGetLoadedExt(int32_t order, int64_t capacity, int64_t satKeys[], i
 int64_t VorlanGetSatKey(int32_t satNum);
 
 /*
- * The key that a satellite with this number and epoch gets when it is added in the mode of ordinary keys.
+ * The key that a satellite with this number and epoch gets when it is added in the mode of ordinary keys and no other
+ * satellite has that key yet; otherwise it gets the next free one.
  *
  *   satNum    in  satellite number, 0 to 999999999
  *   epochDtg  in  [20] epoch in one of the forms YYDDDHHMMSS.SSS, YYYYDDDHHMMSS.SSS, YYDDD.DDDDDDDD,
