@@ -74,23 +74,22 @@ TEST(InputUnit, GivesTheWholeLinesBeforeAFailedReadThenAnError) {
     EXPECT_EQ(linesOf(slowUnit(std::string(200000, 'x'), 50000, 150000), kAll, ReadOutcome::Error), Lines{});
 }
 
+// Can't be rewound; its reads yield line feeds without end, or fail.
 struct FailingSource : ByteSource {
+    explicit FailingSource(std::int64_t result) : count(result) {}
     std::int64_t read(char* to, std::size_t) override {
         errno = EIO;
         *to = '\n';
-        return failing ? -1 : 1;
+        return count;
     }
-    bool rewind() override { return !failing; }
-    bool failing = false;
+    bool rewind() override { return false; }
+    std::int64_t count;
 };
 
 TEST(InputUnit, GivesAnErrorWhenItCanNotBeRewound) {
-    auto source = std::make_unique<FailingSource>();
-    bool& failing = source->failing;
-    InputUnit unit(std::move(source));
+    InputUnit unit(std::make_unique<FailingSource>(1));
     std::string_view line;
     EXPECT_EQ(unit.readLine(kAll, line), ReadOutcome::Success);
-    failing = true;
     unit.rewind();
     EXPECT_EQ(linesOf(std::move(unit), kAll, ReadOutcome::Error), Lines{});
 }
@@ -114,8 +113,7 @@ TEST(SpoolSource, KeepsAllBytesUpToItsLimit) {
         }
         bytes += added;
     }
-    FailingSource failing;
-    failing.failing = true;
+    FailingSource failing(-1);
     std::unique_ptr<ByteSource> spooled;
     EXPECT_EQ(spoolSource(failing, 1, spooled), EIO);
 }

@@ -66,15 +66,20 @@ TEST(OutputTurn, KeepsOthersFromTheSameFileAlone) {
     ASSERT_EQ(fileopen(folder.path("./a"), FileMode::Replace, again), 0);
     ASSERT_EQ(fileopen(folder.path("b"), FileMode::Append, other), 0);
     auto turn = std::make_unique<OutputTurn>(unit);
-    std::future<void> waiting[2];
-    for (auto& waiter : waiting)
-        waiter = std::async(std::launch::async, [&] { const OutputTurn later(again); });
-    std::async(std::launch::async, [&] { const OutputTurn elsewhere(other); }).get();
-    EXPECT_EQ(waiting[0].wait_for(20ms), std::future_status::timeout);
-    EXPECT_EQ(waiting[1].wait_for(0ms), std::future_status::timeout);
+    auto otherNow = std::make_unique<OutputTurn>(other);
+    const auto waitFor = [](const OutputUnit& file) {
+        return std::async(std::launch::async, [&] { const OutputTurn later(file); });
+    };
+    const std::future<void> otherTurn = waitFor(other);
+    EXPECT_EQ(otherTurn.wait_for(20ms), std::future_status::timeout);
+    const std::future<void> laterTurns[] = {waitFor(again), waitFor(again)};
+    for (const auto& later : laterTurns)
+        EXPECT_EQ(later.wait_for(20ms), std::future_status::timeout);
     turn.reset();
-    for (auto& waiter : waiting)
-        EXPECT_EQ(waiter.wait_for(10s), std::future_status::ready);
+    for (const auto& later : laterTurns)
+        EXPECT_EQ(later.wait_for(10s), std::future_status::ready);
+    EXPECT_EQ(otherTurn.wait_for(0s), std::future_status::timeout);
+    otherNow.reset();
 }
 
 }  // namespace

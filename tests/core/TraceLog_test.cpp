@@ -3,9 +3,11 @@
 #include "CoreServices/TraceLog.hpp"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <map>
 #include <sstream>
 #include <thread>
@@ -131,6 +133,25 @@ TEST(TraceLog, DropsAndCountsWhatAFullPipeDoesNotTakeAndWaitsOnce) {
     pipe.openReader();
     closeTraceFile();
     EXPECT_THAT(pipe.take(), MatchesRegex(dropped(2)));
+}
+
+TEST(TraceLog, EndsALineThatADiskCut) {
+    const TemporaryFolder folder;
+    ASSERT_EQ(openTraceFile(folder.path("trace.log")), 0);
+    // The limit of a file's size stands for the end of the disk.
+    const auto signalBefore = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);
+    const rlimit small{40, before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    tracelogerror("this is cut");
+    tracelogerror("this is lost");
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &before), 0);
+    std::signal(SIGXFSZ, signalBefore);
+    traceloginfo("next");
+    closeTraceFile();
+    EXPECT_THAT(readFile(folder.path("trace.log")),
+                MatchesRegex(kTime + "ERROR this is c\n" + dropped(2) + kTime + "INFO  next\n"));
 }
 
 TEST(TraceLog, LeavesNoDescriptorOpen) {
