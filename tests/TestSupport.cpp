@@ -1,5 +1,7 @@
 #include "TestSupport.hpp"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -73,6 +75,28 @@ std::string TemporaryFolder::write(const std::string& name, std::string_view tex
 std::string readFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
+}
+
+Pipe::Pipe(std::string path) : path_(std::move(path)) {
+    if (::mkfifo(path_.c_str(), 0600) != 0) throw std::runtime_error("no pipe");
+}
+
+void Pipe::openReader() { reader_ = ::open(path_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); }
+
+void Pipe::closeReader() {
+    if (reader_ >= 0) ::close(std::exchange(reader_, -1));
+}
+
+std::string Pipe::take() const {
+    std::string bytes;
+    char some[4096];
+    for (ssize_t count; (count = ::read(reader_, some, sizeof some)) > 0;)
+        bytes.append(some, static_cast<std::size_t>(count));
+    return bytes;
+}
+
+std::ptrdiff_t openDescriptors() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
 Loaded load(std::string_view text, std::string_view fileName) {

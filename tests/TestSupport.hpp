@@ -66,6 +66,30 @@ private:
 
 std::string readFile(const std::string& path);
 
+// A named pipe and its reader, which reads only when it is told to.
+class Pipe {
+public:
+    explicit Pipe(std::string path);
+    ~Pipe() { closeReader(); }
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    const std::string& path() const { return path_; }
+    void openReader();
+    void closeReader();
+    int reader() const { return reader_; }
+
+    // All that is in the pipe now.
+    std::string take() const;
+
+private:
+    std::string path_;
+    int reader_ = -1;
+};
+
+// The number of descriptors that the process has open.
+std::ptrdiff_t openDescriptors();
+
 // What an ephemeris pass over a text has stored.
 struct Loaded {
     std::int32_t status;

@@ -28,19 +28,27 @@ enum { VORLAN_TRACE_INFO = 1, VORLAN_TRACE_ERROR = 2 };
  *   text      textLen characters without terminator, trailing blanks already cut; valid during the call only
  *   userData  what was given to VorlanTraceSetHandler
  *
- * Runs on the thread that met the message, outside every lock of the library, and may call the library. It
- * must not throw and must not leave by longjmp.
+ * Runs on the thread that logs, outside every lock of the library, and may call the library. It must not throw and must
+ * not leave by longjmp. Threads may run it at the same time. It also hears messages logged while a thread or the process
+ * ends, for as long as it is set.
  */
 typedef void (*VorlanTraceHandler)(int32_t severity, const char* text, int32_t textLen, void* userData);
 
 /*
  * Appends the trace log to a file from now on, instead of to the one that was open before.
  *
- *   fileName  in  name of the file, created when it doesn't exist
+ *   fileName  in  name of the file, created if it does not exist; a pipe or a terminal may be named, too
  *
- * Returns 0; or the errno of the failed open, and the log goes on as before. A line of the file is the UTC
- * time of day as 2026-01-31T23:59:59.123Z, a blank, "INFO " or "ERROR", a blank and the text. Lines of
+ * Returns 0; or the errno of the failed open, and the log goes on as before. A pipe needs a reader (ENXIO).
+ *
+ * Each message is one line: the UTC time of day as 2026-01-31T23:59:59.123Z, a blank, "INFO " or "ERROR", a blank and
+ * the text. Control characters in the text, line feeds among them, are written as blanks, except for tabs. Lines of
  * several threads never mix.
+ *
+ * A message that can't be written, because the disk is full or the reader of a pipe is gone, is dropped; no SIGPIPE
+ * reaches the process. A pipe or terminal that takes nothing is waited for at most half a second, and not again before
+ * it takes something; later messages are dropped at once. When writing works again, or the file is closed, an "INFO "
+ * line says how many messages were dropped.
  */
 int32_t VorlanTraceOpen(const char* fileName);
 
@@ -48,19 +56,32 @@ int32_t VorlanTraceOpen(const char* fileName);
 void VorlanTraceClose(void);
 
 /*
- * Sends every message to a handler, beside the trace file; NULL takes the handler away.
+ * Sends every message to a handler as well as to the trace file; NULL removes the handler.
  *
  *   handler   in  called for each message, see VorlanTraceHandler
- *   userData  in  handed to the handler as it is
+ *   userData  in  passed to the handler as it is
  *
- * A message that another thread is just delivering may still reach the old handler.
+ * A message that another thread is delivering at the same time may still reach the old handler.
  */
 void VorlanTraceSetHandler(VorlanTraceHandler handler, void* userData);
+
+/*
+ * The handler that is set, so that a listener can put it back when it has finished.
+ *
+ *   handler   out  NULL if none is set
+ *   userData  out  what the handler is called with
+ *
+ * A null output is skipped.
+ */
+void VorlanTraceGetHandler(VorlanTraceHandler* handler, void** userData);
 
 /*
  * The last error message of the calling thread.
  *
  *   message  out  [512] the text, blank padded and cut at 512 characters; blanks if there was none
+ *
+ * It may be called, and messages may be logged, until the thread and the process have ended: also by destructors of
+ * thread-local and global objects.
  */
 void VorlanTraceLastError(char message[512]);
 
@@ -156,13 +177,23 @@ typedef void (*VorlanReadObserver)(int32_t event, const char* fileName, int32_t 
                                    const char* text, int32_t textLen, void* userData);
 
 /*
- * Sets the read observer of the calling thread; NULL takes it away. Read errors and problems that end a whole block
+ * Sets the read observer of the calling thread; NULL removes it. Read errors and problems that end a whole block
  * are no events: the trace log alone has them.
  *
  *   observer  in  called for each event while this thread loads files
- *   userData  in  handed to the observer as it is
+ *   userData  in  passed to the observer as it is
  */
 void VorlanSetReadObserver(VorlanReadObserver observer, void* userData);
+
+/*
+ * The read observer of the calling thread, so that a listener can put it back when it has finished.
+ *
+ *   observer  out  NULL if none is set
+ *   userData  out  what the observer is called with
+ *
+ * A null output is skipped.
+ */
+void VorlanGetReadObserver(VorlanReadObserver* observer, void** userData);
 
 #ifdef __cplusplus
 }

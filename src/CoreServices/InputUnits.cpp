@@ -1,45 +1,48 @@
 #include "CoreServices/InputUnits.hpp"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
+#include <vector>
 
-#include "CoreServices/Texts.hpp"
+#include "CoreServices/Descriptors.hpp"
 
 namespace vorlandi {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
+std::int64_t readBytes(const Descriptor& file, char* bytes, std::size_t capacity) noexcept {
+    ssize_t count = 0;
+    do {
+        count = ::read(file.number(), bytes, capacity);
+    } while (count < 0 && errno == EINTR);
+    return count;
+}
+
 class FileSource : public ByteSource {
 public:
-    explicit FileSource(int descriptor) noexcept : descriptor_(descriptor) {}
-    ~FileSource() override { ::close(descriptor_); }
-    FileSource(const FileSource&) = delete;
-    FileSource& operator=(const FileSource&) = delete;
+    explicit FileSource(Descriptor&& file) noexcept : file_(std::move(file)) {}
 
     std::int64_t read(char* bytes, std::size_t capacity) override {
-        ssize_t count = 0;
-        do {
-            count = ::read(descriptor_, bytes, capacity);
-        } while (count < 0 && errno == EINTR);
-        return count;
+        return readBytes(file_, bytes, capacity);
     }
 
-    bool rewind() override { return ::lseek(descriptor_, 0, SEEK_SET) == 0; }
+    bool rewind() override { return ::lseek(file_.number(), 0, SEEK_SET) == 0; }
 
 private:
-    int descriptor_;
+    Descriptor file_;
 };
 
 class MemorySource : public ByteSource {
 public:
     explicit MemorySource(std::string_view bytes) noexcept : bytes_(bytes) {}
-    explicit MemorySource(std::string&& owned) noexcept : owned_(std::move(owned)), bytes_(owned_) {}
 
     std::int64_t read(char* bytes, std::size_t capacity) override {
         const std::size_t count = bytes_.copy(bytes, capacity, position_);
@@ -53,26 +56,92 @@ public:
     }
 
 private:
-    std::string owned_;
     std::string_view bytes_;
     std::size_t position_ = 0;
 };
 
-// All that a source holds; false when a read fails.
-bool slurp(ByteSource& source, std::string& bytes) {
-    std::string chunk(65536, '\0');
-    for (;;) {
-        const std::int64_t count = source.read(chunk.data(), chunk.size());
-        if (count < 0) return false;
-        if (count == 0) return true;
-        bytes.append(chunk, 0, static_cast<std::size_t>(count));
+// Bytes of another source, kept in pieces: growing copies nothing.
+class SpooledSource : public ByteSource {
+public:
+    int takeFrom(ByteSource& source, std::int64_t most) {
+        for (;;) {
+            const std::size_t used = size_ % kPieceBytes;
+            if (used == 0) pieces_.push_back(std::make_unique_for_overwrite<char[]>(kPieceBytes));
+            const std::int64_t count = source.read(pieces_.back().get() + used, kPieceBytes - used);
+            if (count < 0) return errno;
+            if (count == 0) return 0;
+            size_ += static_cast<std::size_t>(count);
+            if (static_cast<std::int64_t>(size_) > most) return EFBIG;
+        }
     }
+
+    std::int64_t read(char* bytes, std::size_t capacity) override {
+        const std::size_t used = position_ % kPieceBytes;
+        const std::size_t count = std::min({capacity, kPieceBytes - used, size_ - position_});
+        std::copy_n(pieces_[position_ / kPieceBytes].get() + used, count, bytes);
+        position_ += count;
+        return static_cast<std::int64_t>(count);
+    }
+
+    bool rewind() override {
+        position_ = 0;
+        return true;
+    }
+
+private:
+    static constexpr std::size_t kPieceBytes = 1 << 20;
+
+    std::vector<std::unique_ptr<char[]>> pieces_;  // the last one is never full
+    std::size_t size_ = 0;
+    std::size_t position_ = 0;
+};
+
+constexpr std::int64_t kMostBytesOfAPipe = std::int64_t{4} << 30;
+
+// Returns when a pipe has bytes, or when its writers have come and gone.
+void waitForWriter(const Descriptor& pipe) noexcept {
+    pollfd bytes{pipe.number(), POLLIN, 0};
+    while (::poll(&bytes, 1, -1) < 0 && errno == EINTR) {
+    }
+}
+
+// Does a file that the system calls empty yield bytes, or fail? Files of /proc do, and some of them never end.
+bool yieldsBytes(const Descriptor& file) noexcept {
+    char byte = 0;
+    return readBytes(file, &byte, 1) != 0;
+}
+
+int openSource(std::string_view name, std::unique_ptr<ByteSource>& source, FileKind kind) {
+    // Without O_NONBLOCK, pipes without a writer and some devices block here, and some files of /proc in their first
+    // read, before they can be refused.
+    Descriptor file;
+    const int error = openDescriptor(name, O_RDONLY | O_NONBLOCK, file);
+    if (error != 0) return error == ENXIO ? EINVAL : error;  // a socket, or a device that isn't there
+    struct stat status {};
+    if (::fstat(file.number(), &status) != 0) return errno;
+    if (S_ISDIR(status.st_mode)) return EISDIR;
+    const bool isPipe = S_ISFIFO(status.st_mode);
+    if (isPipe ? kind == FileKind::Regular : !S_ISREG(status.st_mode)) return EINVAL;
+    if (!isPipe && status.st_size == 0 && yieldsBytes(file)) return EINVAL;
+    if (isPipe) waitForWriter(file);
+    if (::fcntl(file.number(), F_SETFL, 0) != 0) return errno;
+    auto opened = std::make_unique<FileSource>(std::move(file));
+    if (isPipe) return spoolSource(*opened, kMostBytesOfAPipe, source);
+    source = std::move(opened);
+    return 0;
 }
 
 }  // namespace
 
 std::unique_ptr<ByteSource> memorySource(std::string_view bytes) {
     return std::make_unique<MemorySource>(bytes);
+}
+
+int spoolSource(ByteSource& source, std::int64_t most, std::unique_ptr<ByteSource>& spooled) {
+    auto bytes = std::make_unique<SpooledSource>();
+    const int error = bytes->takeFrom(source, most);
+    if (error == 0) spooled = std::move(bytes);
+    return error;
 }
 
 InputUnit::InputUnit(std::unique_ptr<ByteSource> source)
@@ -89,7 +158,7 @@ void InputUnit::rewind() {
     exhausted_ = false;
 }
 
-// Brings further bytes behind those not handed out yet. False when there are none, for whatever reason.
+// Reads more bytes, after those not handed out yet. False when there are none, for whatever reason.
 bool InputUnit::refill() {
     if (exhausted_ || failed_ || !source_) return false;
     const auto kept = static_cast<std::size_t>(end_ - next_);
@@ -109,7 +178,7 @@ bool InputUnit::refill() {
     return true;
 }
 
-// Drops the rest of a line whose beginning fills the buffer, and keeps that beginning.
+// Drops the rest of a line whose beginning fills the buffer; the beginning stays.
 void InputUnit::passOverLongLine() {
     char* const start = buffer_.get();
     for (;;) {
@@ -176,48 +245,30 @@ void InputUnit::passOverLinesWithout(std::string_view marks) {
     for (const char mark : marks) {
         if (std::memchr(next_, mark, size) != nullptr) return;
     }
-    // The line that the buffer ends in stays.
+    // The line that the end of the buffer cuts stays.
     const auto lineEnd = std::string_view(next_, size).rfind('\n');
     if (lineEnd != std::string_view::npos) next_ += lineEnd + 1;
 }
 
 bool InputUnit::atEnd() { return next_ == end_ && !refill() && !failed_; }
 
-int openByteSource(std::string_view name, std::unique_ptr<ByteSource>& source, FileKind kind) {
-    const std::string path(trimmed(name));
-    if (path.empty()) return ENOENT;
-    // Opening a pipe that nobody writes to must not block when it would be refused anyway.
-    const int wait = kind == FileKind::Regular ? O_NONBLOCK : 0;
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | wait);
-    if (descriptor < 0) return errno;
-    auto file = std::make_unique<FileSource>(descriptor);
-    struct stat status {};
-    if (::fstat(descriptor, &status) != 0) return errno;
-    if (S_ISDIR(status.st_mode)) return EISDIR;
-    if (kind == FileKind::Regular && !S_ISREG(status.st_mode)) return EINVAL;
-    if (file->rewind()) {
-        source = std::move(file);
-        return 0;
+int openByteSource(std::string_view name, std::unique_ptr<ByteSource>& source, FileKind kind) noexcept {
+    try {
+        return openSource(name, source, kind);
+    } catch (const std::bad_alloc&) {
+        return ENOMEM;
     }
-    std::string bytes;
-    if (!slurp(*file, bytes)) return errno;
-    source = std::make_unique<MemorySource>(std::move(bytes));
-    return 0;
 }
 
-int fileopenmt(std::string_view name, InputUnit& unit, FileKind kind) {
-    std::unique_ptr<ByteSource> source;
-    const int error = openByteSource(name, source, kind);
-    if (error == 0) unit = InputUnit(std::move(source));
-    return error;
-}
-
-int fileopen(std::string_view name, FileMode mode, OutputUnit& unit) {
-    const std::string path(trimmed(name));
-    if (path.empty()) return ENOENT;
-    const char* const how = mode == FileMode::Replace ? "we" : mode == FileMode::Append ? "ae" : "re";
-    unit.reset(std::fopen(path.c_str(), how));
-    return unit ? 0 : errno;
+int fileopenmt(std::string_view name, InputUnit& unit, FileKind kind) noexcept {
+    try {
+        std::unique_ptr<ByteSource> source;
+        const int error = openSource(name, source, kind);
+        if (error == 0) unit = InputUnit(std::move(source));
+        return error;
+    } catch (const std::bad_alloc&) {
+        return ENOMEM;
+    }
 }
 
 }  // namespace vorlandi

@@ -1,18 +1,19 @@
 #include "CoreServices/ReadObserver.hpp"
 
+#include <type_traits>
+
 namespace vorlandi {
 namespace {
 
-struct Observer {
-    VorlanReadObserver call = nullptr;
-    void* userData = nullptr;
-};
-
-thread_local Observer observer;
+// Never destroyed: a file may be loaded while the thread ends.
+constinit thread_local ReadObserver observer;
+static_assert(std::is_trivially_destructible_v<ReadObserver>);
 
 }  // namespace
 
 void setReadObserver(VorlanReadObserver call, void* userData) noexcept { observer = {call, userData}; }
+
+ReadObserver readObserver() noexcept { return observer; }
 
 void observeRead(std::int32_t event, std::string_view fileName, std::int64_t line, std::string_view text) {
     if (observer.call == nullptr) return;

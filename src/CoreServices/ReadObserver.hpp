@@ -1,4 +1,4 @@
-// The read observer: what loading on a thread meets, told to whoever asked for it on that thread.
+// The read observer: hears what loading on its thread encounters.
 #pragma once
 
 #include <cstdint>
@@ -8,11 +8,18 @@
 
 namespace vorlandi {
 
-// Sets the calling thread's observer; null takes it away.
-void setReadObserver(VorlanReadObserver observer, void* userData) noexcept;
+// An observer and what it is called with; no observer if `call` is null.
+struct ReadObserver {
+    VorlanReadObserver call = nullptr;
+    void* userData = nullptr;
+};
 
-// Tells the calling thread's observer, if there is one. `line` counts from 1; of a binary file it is the
-// record. Call it with no guard held: the observer may call the library.
+// Sets the calling thread's observer; null removes it.
+void setReadObserver(VorlanReadObserver call, void* userData) noexcept;
+ReadObserver readObserver() noexcept;
+
+// Tells the calling thread's observer, if there is one. `line` counts from 1; in a binary file it is the record. Call
+// it with no guard held: the observer may call the library.
 void observeRead(std::int32_t event, std::string_view fileName, std::int64_t line, std::string_view text);
 
 }  // namespace vorlandi

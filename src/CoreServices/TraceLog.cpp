@@ -1,88 +1,64 @@
 #include "CoreServices/TraceLog.hpp"
 
-#include <fcntl.h>
-#include <unistd.h>
+#include <pthread.h>
 
 #include <array>
 #include <atomic>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 #include <mutex>
-#include <string>
+#include <type_traits>
+
+#include "CoreServices/TraceFile.hpp"
 
 namespace vorlandi {
 namespace {
 
-// What listens to the log. `listening` spares a log without listeners the lock.
-struct Listeners {
-    std::mutex mutex;
-    VorlanTraceHandler handler = nullptr;
-    void* userData = nullptr;
-    int file = -1;
-    std::atomic<bool> listening{false};
-
-    void update() noexcept { listening.store(handler != nullptr || file >= 0, std::memory_order_release); }
+// Messages are logged until the process ends, also by objects that are destroyed after those here would be. So nothing
+// here is ever destroyed.
+template <class T>
+union NeverDestroyed {
+    constexpr NeverDestroyed() noexcept : object() {}
+    ~NeverDestroyed() {}
+    T object;
 };
 
-Listeners& listeners() {
-    static Listeners instance;
-    return instance;
+// `isSet` spares a log without a handler the lock.
+struct HandlerSlot {
+    std::mutex mutex;
+    TraceHandler handler;
+    std::atomic<bool> isSet{false};
+};
+
+constinit HandlerSlot handlerSlot;
+static_assert(std::is_trivially_destructible_v<HandlerSlot>);
+
+constinit NeverDestroyed<TraceFile> traceFileSlot;
+constexpr TraceFile& traceFile = traceFileSlot.object;
+
+constinit thread_local InlineText<512> lastError;
+static_assert(std::is_trivially_destructible_v<decltype(lastError)>);
+
+void lockForFork() {
+    handlerSlot.mutex.lock();
+    traceFile.mutex().lock();
 }
 
-thread_local PaddedText<512> lastError;
-
-// Writes to another file from now on, -1 for none, and closes the one before.
-void replaceFile(int file) {
-    Listeners& to = listeners();
-    const std::lock_guard lock(to.mutex);
-    if (to.file >= 0) ::close(to.file);
-    to.file = file;
-    to.update();
+void unlockAfterFork() {
+    traceFile.mutex().unlock();
+    handlerSlot.mutex.unlock();
 }
 
-std::string timeOfDay() {
-    std::timespec now{};
-    std::timespec_get(&now, TIME_UTC);
-    std::tm utc{};
-    ::gmtime_r(&now.tv_sec, &utc);
-    std::array<char, 40> seconds{};
-    const std::size_t size = std::strftime(seconds.data(), seconds.size(), "%Y-%m-%dT%H:%M:%S", &utc);
-    std::array<char, 8> milliseconds{};
-    std::snprintf(milliseconds.data(), milliseconds.size(), ".%03dZ",
-                  static_cast<int>(now.tv_nsec / 1'000'000) % 1000);
-    return std::string(seconds.data(), size) + milliseconds.data();
-}
-
-void writeLine(int file, std::int32_t severity, std::string_view text) {
-    std::string line = timeOfDay();
-    line += severity == VORLAN_TRACE_ERROR ? " ERROR " : " INFO  ";
-    line += text;
-    line += '\n';
-    std::string_view rest = line;
-    while (!rest.empty()) {
-        const ssize_t written = ::write(file, rest.data(), rest.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return;
-        rest.remove_prefix(static_cast<std::size_t>(written));
-    }
-}
+// A child of fork may log whatever the other threads of its parent were doing.
+[[maybe_unused]] const int kLogsOverFork = ::pthread_atfork(lockForFork, unlockAfterFork, unlockAfterFork);
 
 void deliver(std::int32_t severity, std::string_view text) {
     if (text.data() == nullptr) text = "";  // handlers get no null pointer
-    Listeners& to = listeners();
-    if (!to.listening.load(std::memory_order_acquire)) return;
-    VorlanTraceHandler handler = nullptr;
-    void* userData = nullptr;
-    {
-        const std::lock_guard lock(to.mutex);
-        handler = to.handler;
-        userData = to.userData;
+    if (handlerSlot.isSet.load(std::memory_order_acquire)) {
+        const auto [call, userData] = traceHandler();
+        if (call != nullptr) call(severity, text.data(), static_cast<std::int32_t>(text.size()), userData);
     }
-    if (handler != nullptr) handler(severity, text.data(), static_cast<std::int32_t>(text.size()), userData);
-    const std::lock_guard lock(to.mutex);
-    if (to.file >= 0) writeLine(to.file, severity, text);
+    traceFile.write(severity, text);
 }
 
 }  // namespace
@@ -95,28 +71,24 @@ void tracelogerror(std::string_view text) noexcept {
 
 void traceloginfo(std::string_view text) noexcept { deliver(VORLAN_TRACE_INFO, trimmed(text)); }
 
-int openTraceFile(std::string_view name) noexcept {
-    const std::string path(trimmed(name));
-    if (path.empty()) return ENOENT;
-    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);
-    if (file < 0) return errno;
-    replaceFile(file);
-    return 0;
+int openTraceFile(std::string_view name) noexcept { return traceFile.open(name); }
+
+void closeTraceFile() noexcept { traceFile.close(); }
+
+void setTraceHandler(VorlanTraceHandler call, void* userData) noexcept {
+    const std::lock_guard lock(handlerSlot.mutex);
+    handlerSlot.handler = {call, userData};
+    handlerSlot.isSet.store(call != nullptr, std::memory_order_release);
 }
 
-void closeTraceFile() { replaceFile(-1); }
-
-void setTraceHandler(VorlanTraceHandler handler, void* userData) {
-    Listeners& to = listeners();
-    const std::lock_guard lock(to.mutex);
-    to.handler = handler;
-    to.userData = userData;
-    to.update();
+TraceHandler traceHandler() noexcept {
+    const std::lock_guard lock(handlerSlot.mutex);
+    return handlerSlot.handler;
 }
 
-const PaddedText<512>& lastTraceError() { return lastError; }
+const InlineText<512>& lastTraceError() noexcept { return lastError; }
 
-void stopOnAllocationFailure(std::size_t bytes) {
+void stopOnAllocationFailure(std::size_t bytes) noexcept {
     std::array<char, 64> text{};
     std::snprintf(text.data(), text.size(), "Error allocating %lu bytes", static_cast<unsigned long>(bytes));
     std::fprintf(stderr, "%s\n", text.data());

@@ -1,6 +1,6 @@
-// The trace log: every message of the library goes through here, to the calling thread's last-error slot, the
-// handler and the trace file, in this order. Call it with no lock and no side of the store's guard held: the
-// handler may call the library.
+// The trace log: every message of the library goes through here, to the calling thread's last-error slot, the handler
+// and the trace file, in this order. Log with no lock and no side of the store's guard held: the handler may call the
+// library. Logging allocates nothing, and works until the process has ended.
 #pragma once
 
 #include <cstdint>
@@ -11,19 +11,27 @@
 
 namespace vorlandi {
 
+// A handler and what it is called with; no handler if `call` is null.
+struct TraceHandler {
+    VorlanTraceHandler call = nullptr;
+    void* userData = nullptr;
+};
+
 // Trailing blanks are cut; the text is otherwise exactly the message.
 void tracelogerror(std::string_view text) noexcept;
 void traceloginfo(std::string_view text) noexcept;
 
-// Opens the trace file in place of the one before; 0, or the errno.
+// Opens the trace file in place of the one before. Returns 0 or the errno of the failed open.
 int openTraceFile(std::string_view name) noexcept;
-void closeTraceFile();
-void setTraceHandler(VorlanTraceHandler handler, void* userData);
+void closeTraceFile() noexcept;
 
-// The calling thread's last error message; blank if none.
-const PaddedText<512>& lastTraceError();
+void setTraceHandler(VorlanTraceHandler call, void* userData) noexcept;
+TraceHandler traceHandler() noexcept;
+
+// The calling thread's last error message; blank if there was none.
+const InlineText<512>& lastTraceError() noexcept;
 
 // Reports that memory has run out and ends the process: a record or its points can't be kept.
-[[noreturn]] void stopOnAllocationFailure(std::size_t bytes);
+[[noreturn]] void stopOnAllocationFailure(std::size_t bytes) noexcept;
 
 }  // namespace vorlandi

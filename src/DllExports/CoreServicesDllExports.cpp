@@ -17,6 +17,12 @@ void VorlanTraceClose(void) { closeTraceFile(); }
 
 void VorlanTraceSetHandler(VorlanTraceHandler handler, void* userData) { setTraceHandler(handler, userData); }
 
+void VorlanTraceGetHandler(VorlanTraceHandler* handler, void** userData) {
+    const TraceHandler set = traceHandler();
+    give(handler, set.call);
+    give(userData, set.userData);
+}
+
 void VorlanTraceLastError(char message[512]) { lastTraceError().copyTo(message); }
 
 void VorlanSetAllKeyMode(int32_t use, int32_t mode) { setAllKeyMode(use, mode); }
@@ -38,6 +44,12 @@ int32_t VorlanGetGuardMode(void) { return isGuardSafe() ? VORLAN_GUARD_SAFE : VO
 
 void VorlanSetReadObserver(VorlanReadObserver observer, void* userData) {
     setReadObserver(observer, userData);
+}
+
+void VorlanGetReadObserver(VorlanReadObserver* observer, void** userData) {
+    const ReadObserver set = readObserver();
+    give(observer, set.call);
+    give(userData, set.userData);
 }
 
 }  // extern "C"

@@ -26,6 +26,9 @@ static void checkServices(void) {
     const char* const name = "vorlandi_c99.txt";
     int32_t useAll, allMode, elsetMode, dupMode;
     int errors = 0, events[5] = {0, 0, 0, 0, 0};
+    void *handlerData = NULL, *observerData = NULL;
+    VorlanTraceHandler handler = NULL;
+    VorlanReadObserver observer = NULL;
     char message[512];
     FILE* file;
     VorlanSetAllKeyMode(1, 1);
@@ -38,8 +41,12 @@ static void checkServices(void) {
     VorlanSetElsetKeyMode(0);
     CHECK(VorlanTraceOpen("") != 0 && VorlanTraceOpen(name) == 0);
     VorlanTraceSetHandler(countMessages, &errors);
+    VorlanTraceGetHandler(&handler, &handlerData);
+    CHECK(handler == countMessages && handlerData == &errors);
     CHECK(VorlanRemoveSat(0) == 2 && errors == 1);
     VorlanTraceSetHandler(NULL, NULL);
+    VorlanTraceGetHandler(&handler, NULL);
+    CHECK(handler == NULL);
     VorlanTraceClose();
     VorlanTraceLastError(message);
     CHECK(memcmp(message, "RemoveNode: Invalid DMA key (<=0).  ", 36) == 0 && message[511] == ' ');
@@ -52,8 +59,12 @@ static void checkServices(void) {
     fprintf(file, "2026-01-31T00:00:00.0,7000.0,1.0,2.0,0.0,7.5,0.0\n");
     fclose(file);
     VorlanSetReadObserver(countEvents, events);
+    VorlanGetReadObserver(&observer, &observerData);
+    CHECK(observer == countEvents && observerData == events);
     CHECK(VorlanAddSatFrFile(name) > 0 && VorlanGetSatKey(81001) > 0);
     VorlanSetReadObserver(NULL, NULL);
+    VorlanGetReadObserver(NULL, &observerData);
+    CHECK(observerData == NULL);
     CHECK(events[VORLAN_READ_FORMAT] == 1 && events[VORLAN_READ_STORED] == 1 && events[VORLAN_READ_BAD] == 0);
     CHECK(remove(name) == 0);
 }

@@ -1,36 +1,66 @@
 #include "Vorlandi/VorlandiCardReading/Saving.hpp"
 
+#include <algorithm>
+#include <array>
+#include <new>
+
+#include "CoreServices/TraceLog.hpp"
 #include "Vorlandi/VorlandiTree.hpp"
 
 namespace vorlandi {
 namespace {
 
-void writeLine(std::FILE* unit, const std::string& line) { std::fprintf(unit, "%s\n", line.c_str()); }
+constexpr std::string_view kTitle = "\n\n\n*** External Ephemeris Input Files ***\n";
+constexpr std::string_view kTagKey = "#VORLANDI = ";
+constexpr std::size_t kTagLength = 128;
 
-std::string tagCard(const Vorlanrecord& record) { return "#VORLANDI = " + record.inputTag.padded(); }
+// Appends a line with a key and its value, padded to `length`. A line feed in the value would begin another card.
+void appendCard(std::string& text, std::string_view key, std::string_view value, std::size_t length) {
+    text += key;
+    const std::size_t start = text.size();
+    text += value;
+    std::replace(text.begin() + static_cast<std::ptrdiff_t>(start), text.end(), '\n', ' ');
+    text.append(length - value.size(), ' ');
+    text += '\n';
+}
 
 }  // namespace
 
-std::string fileCard(const Vorlanrecord& record) noexcept { return "EPHFIL = " + record.fileName.padded(); }
+FileCard fileCard(const Vorlanrecord& record) noexcept {
+    std::array<char, kFileKey.size() + kFileNameLength> chars;
+    record.fileName.copyTo(std::copy(kFileKey.begin(), kFileKey.end(), chars.data()));
+    FileCard card;
+    card = std::string_view(chars.data(), chars.size());
+    return card;
+}
 
-void vorlanwritelines(std::FILE* unit) {
+void vorlanwritelines(std::string& text) {
     const ReadGuard guard;
-    VorlanTree::preOrder(vorlantreeroot(), [=](const Vorlanbintree& node) {
-        static const Vorlanrecord kNone{};
+    VorlanTree::preOrder(vorlantreeroot(), [&](const Vorlanbintree& node) {
         const Vorlanrecord* const record = recordOf(node);
-        const Vorlanrecord& written = record != nullptr ? *record : kNone;
-        if (!written.inputTag.blank()) writeLine(unit, tagCard(written));
-        writeLine(unit, fileCard(written));
+        const bool hasTag = record != nullptr && !record->inputTag.blank();
+        if (hasTag) appendCard(text, kTagKey, record->inputTag.view(), kTagLength);
+        const std::string_view fileName = record != nullptr ? record->fileName.view() : std::string_view();
+        appendCard(text, kFileKey, fileName, kFileNameLength);
         return false;
     });
 }
 
 std::int32_t savevorlans(std::string_view fileName, FileMode mode) noexcept {
+    std::string text;
+    try {
+        text = kTitle;
+        vorlanwritelines(text);
+    } catch (const std::bad_alloc&) {
+        tracelogerror("VorlanSaveFile: Out of memory.");
+        return kFailure;
+    }
     OutputUnit unit;
     if (const int error = fileopen(fileName, mode, unit); error != 0) return error;
-    std::fputs("\n\n\n*** External Ephemeris Input Files ***\n", unit.get());
-    vorlanwritelines(unit.get());
-    return 0;
+    const OutputTurn turn(unit);
+    if (const int error = mode == FileMode::Replace ? unit.empty() : 0; error != 0) return error;
+    unit.write(text);  // the status is that of the open: a write that fails is not reported
+    return kSuccess;
 }
 
 }  // namespace vorlandi

@@ -5,18 +5,25 @@
 #include <string>
 #include <string_view>
 
-#include "CoreServices/InputUnits.hpp"
+#include "CoreServices/OutputUnits.hpp"
 #include "Vorlandi/VorlandiTypes.hpp"
 
 namespace vorlandi {
 
-// "EPHFIL = " and the 512 characters of the record's file name.
-std::string fileCard(const Vorlanrecord& record) noexcept;
+constexpr std::string_view kFileKey = "EPHFIL = ";
+constexpr std::size_t kFileNameLength = 512;
+using FileCard = InlineChars<kFileKey.size() + kFileNameLength>;
 
-// Writes the cards of all records in pre-order of the tree. Holds the reader side of the store throughout.
-void vorlanwritelines(std::FILE* unit);
+// The card of a record's file: the key and the 512 characters of the name, as they are.
+FileCard fileCard(const Vorlanrecord& record) noexcept;
 
-// Opens the file and writes title and cards into it. 0, or the errno of the failed open.
+// Appends the cards of all records in pre-order of the tree, each on a line of its own: a line feed in a name or a tag
+// becomes a blank. Holds the reader side of the store inside.
+void vorlanwritelines(std::string& text);
+
+// Writes title and cards to a file. The store is free meanwhile, however long the file makes the thread wait; threads
+// that save to the same file do so one after the other. Returns 0, the errno of the failed open, or 2 when memory is
+// short; the file is then untouched.
 std::int32_t savevorlans(std::string_view fileName, FileMode mode) noexcept;
 
 }  // namespace vorlandi
