@@ -1,4 +1,5 @@
-// A near-earth orbit, integrated numerically with the central term and J2 of the earth's gravity.
+// An orbit of the earth, integrated numerically with the central term, J2 and, if wanted, higher zonal terms of the
+// earth's gravity.
 //
 // Force model and integration use only + - * / and square roots, all of which IEEE 754 rounds exactly one
 // way. With contraction off, the same initial state therefore gives the same bits with every compiler at
@@ -7,6 +8,7 @@
 
 #include <array>
 #include <cstdint>
+#include <span>
 
 namespace vorlandi::tools {
 
@@ -28,7 +30,9 @@ public:
     // A low orbit is off by less than 1e-6 m after ten days with this step, as halving it shows.
     static constexpr double kAccurateStep_s = 0.25;
 
-    explicit OrbitIntegration(const State& initial, double step_s = kAccurateStep_s);
+    // `higherZonals` are J3, J4 and so on; they must outlive the integration.
+    explicit OrbitIntegration(const State& initial, double step_s = kAccurateStep_s,
+                              std::span<const double> higherZonals = {});
 
     // The state offset_s after the initial one. Between two whole steps a last, partial step is taken on a
     // copy, so that what is asked for never changes later answers. Throws std::invalid_argument for an offset
@@ -36,11 +40,13 @@ public:
     State at(double offset_s);
 
 private:
+    State meanRate(double step_s) const;
     void wholeStep();
 
     State state_;   // at stepsDone_ whole steps
     State excess_;  // what rounding added to state_ and the next step takes off again (compensated summation)
     double step_s_;
+    std::span<const double> higherZonals_;
     std::int64_t stepsDone_ = 0;
 };
 
