@@ -186,6 +186,12 @@ int32_t VorlanAddSatEphemExt(int64_t satKey, double ds50UTC, const double pos[3]
  * Messages: "FindRecPtr: ...", "GetEphem: ...", "InterpolateEP: ...".
  * Method: Hermite interpolation of degree 7 over four points; the velocity is the derivative of that
  * polynomial (F. B. Hildebrand, Introduction to Numerical Analysis, 2nd ed. 1974, section 8.2).
+ * Accuracy: status 0 does not mean that the state is good. The library checks only the mean of the three steps
+ * between the four points, and its limit of 61 minutes is fixed. Of a low orbit with a point a minute, states
+ * across a hole are up to 50 km off if the hole lasts an hour, 5,500 km if two hours, 45,000 km if three. With
+ * points an hour apart they are up to 3,900 km off. Velocities of zero are taken as given: with positions alone, a
+ * point a minute, states are up to 50 km off, and 250 km in the first and last interval. docs/accuracy.md has the
+ * errors by orbit and spacing.
  * Cost: O(log satellites + log points), no allocation.
  */
 int32_t VorlanMse(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3], int32_t* revNum);
@@ -193,8 +199,12 @@ int32_t VorlanMse(int64_t satKey, double mse, double* ds50UTC, double pos[3], do
 /*
  * As VorlanMse, with the covariance.
  *
- *   covMtx  out  [6][6] covariance of x, y, z, vx, vy, vz in km and km/s, interpolated as cubics;
- *                zero where the points carry none
+ *   covMtx  out  [6][6] covariance of x, y, z, vx, vy, vz in km and km/s; zero where the points carry none
+ *
+ * Accuracy: at the time of a point the matrix is the stored one. Between points each element is interpolated by
+ * itself, as a cubic through four points, so that the matrix need not be positive definite and variances can be
+ * negative: where points are far apart, or where a variance changes by a factor above 16 from one point to the
+ * next. A point without covariance counts as one with zeros. See docs/accuracy.md.
  */
 int32_t VorlanMseCovMtx(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3],
                         int32_t* revNum, double covMtx[6][6]);
