@@ -73,11 +73,11 @@ std::size_t writeAll(int descriptor, std::string_view bytes, std::chrono::millis
         const ssize_t count = ::write(descriptor, bytes.data() + written, bytes.size() - written);
         if (count > 0) {
             written += static_cast<std::size_t>(count);
-        } else if (count == 0 || (errno != EINTR && errno != EAGAIN)) {
-            break;
-        } else if (errno == EAGAIN && !waitForRoom(descriptor, deadline)) {
-            break;
+            continue;
         }
+        const bool mayGoOn =
+            count < 0 && (errno == EINTR || (errno == EAGAIN && waitForRoom(descriptor, deadline)));
+        if (!mayGoOn) break;
     }
     return written;
 }
