@@ -184,7 +184,7 @@ TEST_F(CommandLine, AFileThatGivesNothingIsReportedUnderItsNameAndABadLineUnderI
     write("prose.txt", "Nothing of interest\n");
     write("81004.e", "stk.v.4.3\nScenarioEpoch 31 Jan 2026 00:00:00.000\nCentralBody Moon\n");
     write("bad.card", "EPHFIL = 81004.e\n");
-    write("word.txt", "81001 x\n1 2 0 20485 1 2 3 4 5 6 0 0 0 0\n");
+    write("word.txt", "81001x\n1 2 0 20485 1 2 3 4 5 6 0 0 0 0\n");
     write("words.card", "EPHFIL = word.txt\nEPHFIL = 81002.itc\n");
     const std::string good = ephemeris(2);
     write("81005.e", std::string(good).insert(good.find("60."), "\x1b[2J\n"));
