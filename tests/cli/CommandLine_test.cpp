@@ -195,8 +195,8 @@ TEST_F(CommandLine, AFileThatGivesNothingIsReportedUnderItsNameAndABadLineUnderI
         {"prose.txt", "prose.txt: error: no ephemeris recognised"}, {"'81001.e '", "81001.e : error: "},
         {"./81001.e", "./81001.e: error: AddRecToMem: Duplicated record"},
         {"81005.e", "81005.e:6: error: ?[2J\n"},
-        {"81004.e", "81004.e: error: *** ReadDotE: Invalid file. CentralBody is not Earth. ***"},
-        {"bad.card", ": 81004.e: error: *** ReadDotE: Invalid file. CentralBody is not Earth. ***"},
+        {"81004.e", "81004.e:3: error: *** ReadDotE: Invalid file. CentralBody is not Earth. ***"},
+        {"bad.card", ": 81004.e:3: error: *** ReadDotE: Invalid file. CentralBody is not Earth. ***"},
         {"words.card", ": word.txt: error: read, but not stored: "}}) {
         // clang-format on
         const Outcome info = run("info 81001.e --format csv " + name);
