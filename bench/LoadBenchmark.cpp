@@ -37,7 +37,7 @@ void cardPass(benchmark::State& state, const Path& path, std::int64_t) {
         InputUnit unit;
         if (fileopenmt(path.native(), unit) != 0) state.SkipWithError("not opened");
         InputTag tag;
-        followCards(unit, tag);
+        followCards(unit, path.native(), tag);
     }
 }
 

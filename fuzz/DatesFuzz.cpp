@@ -46,7 +46,8 @@ void checkText(std::string_view text) {
     require(compact == 0.0 || compact == time, "date_in reads a part of what dtg2ds50utc reads, alike");
     const auto epoch = epochTextToDs50(text);
     require(!epoch || time == 0.0 || *epoch == time, "an epoch text is the same time");
-    const std::string padded = "\t " + std::string(text) + "  \t";
+    // A blank before it can stand for the first digit of a year.
+    const std::string padded = " \t" + std::string(text) + "  \t";
     require(dtg2ds50utc(padded) == time, "blanks around a text don't count");
     if (time != 0.0) require(dtg2ds50utc(touppercase(text)) == time, "upper case reads alike");
     checkWritten(time);

@@ -153,21 +153,27 @@ enum {
 };
 
 /*
- * Hears what loading meets, where it stands in which file.
+ * Hears what loading encounters, with the file and the line.
  *
  *   event        what it is, and what the text then is:
  *                VORLAN_READ_FORMAT   a format was recognised: its name, one of UNIVERSAL, STK, V31, ECR, ITC,
  *                                     DCE_BINARY, DCE_TEXT, LAUNCH, EELV, LCH, OASYS, OWNER, J2K, VECTOR, SIMOBS
- *                VORLAN_READ_BAD      a bad line or group of lines: the line, of a group the first one; the messages
- *                                     about it follow
- *                VORLAN_READ_DROPPED  a point whose time is not later than the last one: its line, of a binary
- *                                     file nothing
+ *                VORLAN_READ_BAD      a line or group of lines is bad, or ends its block in an error: the line, of a
+ *                                     group the first one, of a binary file nothing. The messages about it follow. A
+ *                                     line that can't be read, or that is missing where the file ends in a header, is
+ *                                     the one after the last, with an empty text. A block without a point has its
+ *                                     header to blame
+ *                VORLAN_READ_DROPPED  a point is dropped, since its time is not later than the last one or is not a
+ *                                     number: its line, of a binary file nothing
  *                VORLAN_READ_STORED   a record was stored: its key
- *                VORLAN_READ_MISSING  a file that a card names could not be read: its name; the line is that of the card
- *                VORLAN_READ_REFUSED  a record was not stored: "duplicate of " and a key, or "number or first time out
- *                                     of range"; the line is that of its header
+ *                VORLAN_READ_MISSING  a file that a card names can't be opened, is not a regular file, or can't be read
+ *                                     to its end: its name. File and line are those of the card. A read error in the
+ *                                     file itself was told as a bad line before. Cards without a name are skipped
+ *                VORLAN_READ_REFUSED  a record was not stored, after the message about it if there is one: "duplicate
+ *                                     of " and the key that its number and epoch make, "number or first time out of
+ *                                     range", or "out of memory". The line is that of its header
  *   fileName     fileNameLen characters without terminator
- *   line         the line, from 1; of a binary file the record
+ *   line         the line, from 1; in a binary file the record
  *   text         textLen characters without terminator; it and the file name are valid during the call only
  *   userData     what was given to VorlanSetReadObserver
  *
@@ -177,8 +183,7 @@ typedef void (*VorlanReadObserver)(int32_t event, const char* fileName, int32_t 
                                    const char* text, int32_t textLen, void* userData);
 
 /*
- * Sets the read observer of the calling thread; NULL removes it. Read errors and problems that end a whole block
- * are no events: the trace log alone has them.
+ * Sets the read observer of the calling thread; NULL removes it.
  *
  *   observer  in  called for each event while this thread loads files
  *   userData  in  passed to the observer as it is

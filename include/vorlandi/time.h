@@ -22,7 +22,7 @@ extern "C" {
  *   text     in  at most textLen characters; a NUL ends it early
  *   textLen  in  length of the text, 0 or more
  *
- * Returns the time as Ds50UTC; 0.0 if the text is no date (nor is a null text or a negative length). The
+ * Returns the time as Ds50UTC; 0.0 if the text is not a date (nor is a null text or one of negative length). The
  * forms:
  *
  *   YYDDDHHMMSS.SSS             24061120030.500
@@ -33,10 +33,11 @@ extern "C" {
  *   YYYYMonDDHHMMSS.SSS         2024Mar01120030.500
  *   DD Mon YYYY HH:MM:SS.SSS    01 Mar 2024 12:00:30.500
  *   YYYY/MM/DD HH:MM:SS.SSS     2024/03/01 12:00:30.500
- *   YYYY-MM-DDTHH:MM:SS.SSS     2024-03-01T12:00:30.5Z     (a blank for the T, a Z behind)
- *   YYYY-DDDTHH:MM:SS.SSS       2024-061T12:00:30.5        (a blank for the T, a Z behind)
+ *   YYYY-MM-DDTHH:MM:SS.SSS     2024-03-01T12:00:30.5Z     (T may be a blank, Z may be missing)
+ *   YYYY-DDDTHH:MM:SS.SSS       2024-061T12:00:30.5        (the same; always three digits for the day)
  *
- * Any number of digits may follow the point. Two-digit years 57 to 99 are 1957 to 1999, 00 to 56 are 2000 to 2056.
+ * Any number of digits may follow the point. Two-digit years 57 to 99 are 1957 to 1999, 00 to 56 are 2000 to 2056. A
+ * year has one digit only after a blank: "4061.5" is not a date.
  */
 double VorlanTimeFromText(const char* text, int32_t textLen);
 

@@ -141,7 +141,9 @@ int64_t VorlanFieldsToSatKey(int32_t satNum, const char* epochDtg);
 /* ---- Data entry ---- */
 
 /*
- * Appends a point to a satellite. A point that is not later than the last one is dropped silently, status 0.
+ * Appends a point to a satellite. A point that is not later than the last one, or whose time is not a number, is
+ * dropped silently, status 0. An infinite time is stored: after plus infinity every further point is dropped, and
+ * states next to an infinite time can't be interpolated.
  *
  *   satKey   in  key of the satellite
  *   ds50UTC  in  time of the point, days since 1950, UTC

@@ -131,6 +131,21 @@ int openSource(std::string_view name, std::unique_ptr<ByteSource>& source, FileK
     return 0;
 }
 
+// The number of line ends in a text. The blocks are as short as a count in a byte allows, so that many bytes are
+// counted at once.
+std::int64_t countLines(std::string_view text) noexcept {
+    constexpr std::size_t kBlock = 255;
+    std::int64_t lines = 0;
+    while (!text.empty()) {
+        std::uint8_t inBlock = 0;
+        for (const char c : text.substr(0, kBlock))
+            inBlock = static_cast<std::uint8_t>(inBlock + (c == '\n' ? 1 : 0));
+        lines += inBlock;
+        text.remove_prefix(std::min(kBlock, text.size()));
+    }
+    return lines;
+}
+
 }  // namespace
 
 std::unique_ptr<ByteSource> memorySource(std::string_view bytes) {
@@ -154,6 +169,7 @@ void InputUnit::rewind() {
     failed_ = !source_->rewind();
     next_ = end_ = buffer_.get();
     lineNumber_ = 0;
+    bytesRead_ = 0;
     atStart_ = true;
     exhausted_ = false;
 }
@@ -167,8 +183,10 @@ bool InputUnit::refill() {
     const std::int64_t count = source_->read(start + kept, kBufferBytes - kept);
     next_ = start;
     end_ = start + kept + std::max<std::int64_t>(count, 0);
-    failed_ = count < 0;
     exhausted_ = count == 0;
+    failed_ = count < 0 || (exhausted_ && bytesRead_ < size_);
+    bytesRead_ += std::max<std::int64_t>(count, 0);
+    size_ = std::max(size_, bytesRead_);
     if (count <= 0) return false;
     fresh_ = true;
     char* const fresh = start + kept;
@@ -238,7 +256,7 @@ ReadOutcome InputUnit::readLine(std::size_t maxColumns, std::string_view& line) 
     return ReadOutcome::Success;
 }
 
-void InputUnit::passOverLinesWithout(std::string_view marks) {
+void InputUnit::passOverLinesWithout(std::string_view marks, bool count) {
     if (!fresh_) return;
     fresh_ = false;
     const auto size = static_cast<std::size_t>(end_ - next_);
@@ -247,7 +265,9 @@ void InputUnit::passOverLinesWithout(std::string_view marks) {
     }
     // The line that the end of the buffer cuts stays.
     const auto lineEnd = std::string_view(next_, size).rfind('\n');
-    if (lineEnd != std::string_view::npos) next_ += lineEnd + 1;
+    if (lineEnd == std::string_view::npos) return;
+    if (count) lineNumber_ += countLines({next_, lineEnd + 1});
+    next_ += lineEnd + 1;
 }
 
 bool InputUnit::atEnd() { return next_ == end_ && !refill() && !failed_; }

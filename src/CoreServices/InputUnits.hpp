@@ -44,15 +44,19 @@ public:
     // Returns Error after a failed read or rewind, EndOfData at the end of the file; the line is then empty.
     ReadOutcome readLine(std::size_t maxColumns, std::string_view& line);
 
-    // Skips, and does not count, lines ahead in which none of the marks occurs. Cheap and approximate: checks each
-    // buffer once and skips nothing if a mark occurs in it.
-    void passOverLinesWithout(std::string_view marks);
+    // Skips lines ahead in which none of the marks occurs. Cheap and approximate: checks each buffer once and skips nothing
+    // if a mark occurs in it. With `count` the lines count as read, which takes longer.
+    void passOverLinesWithout(std::string_view marks, bool count = false);
 
     // Goes back to the first line. If that fails, the next read returns Error.
     void rewind();
 
     // True when no line is left and no read has failed. May read ahead.
     bool atEnd();
+
+    // Has a read failed since the unit was opened or rewound? A file that has become shorter since it was read before
+    // counts as one that failed.
+    bool failed() const noexcept { return failed_; }
 
     // The 1-based number of the line read last, 0 before the first.
     std::int64_t lineNumber() const noexcept { return lineNumber_; }
@@ -70,6 +74,8 @@ private:
     const char* next_ = nullptr;  // first byte not handed out yet
     const char* end_ = nullptr;   // one past the last byte in the buffer
     std::int64_t lineNumber_ = 0;
+    std::int64_t bytesRead_ = 0;  // since the unit was opened or rewound
+    std::int64_t size_ = 0;       // of the file, as far as it has ever been read
     bool atStart_ = true;
     bool fresh_ = false;  // bytes have come since marks were looked for
     bool exhausted_ = false;

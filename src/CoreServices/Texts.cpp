@@ -32,6 +32,7 @@ std::string replacestring(std::string_view text, char from, char to) {
 
 std::int32_t strtoint(std::string_view text) noexcept {
     text = stripped(text);
+    text = text.substr(0, text.find_first_of(kBlanks));
     const bool plus = text.starts_with('+');
     if (plus) text.remove_prefix(1);
     if (plus && text.starts_with('-')) return kNoInteger;

@@ -11,7 +11,7 @@
 
 namespace vorlandi {
 
-// What strtoint gives for a text that is no integer.
+// What strtoint returns for a text without an integer.
 constexpr std::int32_t kNoInteger = -123;
 
 constexpr char upperCase(char c) noexcept {
@@ -54,23 +54,21 @@ std::string blanktozerochar(std::string_view text);
 // The text with every `from` replaced by `to`.
 std::string replacestring(std::string_view text, char from, char to);
 
-// The integer written in a text, blanks and tabs around it ignored; kNoInteger if it is none or passes 32
-// bits.
+// The integer that a text begins with, after any blanks and tabs, as 12345 in "12345 ISS". A blank, a tab or the end of
+// the text must follow its digits. kNoInteger if there is none or it exceeds 32 bits.
 std::int32_t strtoint(std::string_view text) noexcept;
 
-// The value of a KEY = value card: what stands after the first "=", without leading and trailing blanks and
-// tabs. Empty if there is no "=".
+// The value of a KEY = value card: what follows the first "=", without leading and trailing blanks and tabs. Empty if
+// there is no "=".
 std::string_view getinputfilename(std::string_view line) noexcept;
 
-// A caller's character array as text: at most `length` characters, ended early by a NUL; a null array is
-// empty.
+// A caller's character array as text: at most `length` characters, ended early by a NUL; empty for a null array.
 std::string_view chararrtostr(const char* chars, std::size_t length) noexcept;
 
 // A text into a caller's character array, cut or blank padded to `length`; a null array is skipped.
 void strtochararr(std::string_view text, char* chars, std::size_t length) noexcept;
 
-// Room for N characters in place: a reader that runs into a write sees a mixture, but never memory that is
-// gone.
+// Room for N characters in place: a reader beside a writer may see a mixture of old and new, but never released memory.
 template <std::size_t N>
 class InlineChars {
 public:
@@ -86,8 +84,8 @@ private:
     std::size_t size_ = 0;
 };
 
-// A text field of N characters, blank padded: what is beyond N is cut, trailing blanks don't count. Only what
-// is left is stored, on the heap or in place.
+// A text field of N characters, blank padded: longer texts are cut and trailing blanks don't count. Only the rest is
+// stored, on the heap or in place.
 template <std::size_t N, class Storage = std::string>
 class PaddedText {
 public:

@@ -14,10 +14,10 @@
 namespace vorlandi {
 namespace {
 
-// A year of four digits stands as it is; two-digit years have been widened before.
+// Years of two digits have become years of four before they are compared with this.
 constexpr int kFirstYear = 100;
 
-// A time as its text gives it, not yet checked against the calendar. A missing part has failed to be read.
+// A time as its text has it, not yet checked against the calendar. A part that couldn't be read is negative.
 struct DateParts {
     int year = 0;
     int dayOfYear = 0;
@@ -50,11 +50,11 @@ int digitsOf(std::string_view text) noexcept {
     return value;
 }
 
-// A field of a compact form, which may be blank padded on its left.
+// A field of a compact form, which may have blanks on its left.
 int paddedDigits(std::string_view field) noexcept { return digitsOf(leftAdjusted(field)); }
 
-// Digits, a point, any number of digits; -1.0 if they are none. Rounding may carry 59.99... to 60; that is no
-// leap second.
+// Digits, a point, any number of digits; -1.0 if they are anything else. 59.99... stays below 60, however many nines
+// follow: it is not a leap second.
 double secondsOf(std::string_view whole, std::string_view fraction) noexcept {
     const int seconds = paddedDigits(whole);
     if (seconds < 0) return -1.0;
@@ -83,7 +83,18 @@ int monthOf(std::string_view name) noexcept {
 
 // ---- Compact forms: fields of fixed width ----
 
-// HHMMSS before the point, from position `at` on.
+// A date text without the blanks and tabs around it. Whether a blank was before its first character is kept: that is
+// where a year of one digit has its missing digit. Without it, a digit was lost on the way.
+struct CompactText {
+    explicit CompactText(std::string_view given) noexcept : text(stripped(given)), begin(given.data()) {}
+
+    bool blankBefore() const noexcept { return text.data() != begin && *(text.data() - 1) == ' '; }
+
+    std::string_view text;
+    const char* begin;  // of the text with its blanks
+};
+
+// HHMMSS before the point.
 bool readTimeOfDay(std::string_view text, std::size_t hourAt, std::size_t secondAt,
                    DateParts& parts) noexcept {
     parts.hour = paddedDigits(text.substr(hourAt, 2));
@@ -92,29 +103,33 @@ bool readTimeOfDay(std::string_view text, std::size_t hourAt, std::size_t second
     return parts.hour >= 0 && parts.minute >= 0 && parts.second >= 0.0;
 }
 
-// YYDDDHHMMSS.SSS and YYYYDDDHHMMSS.SSS. The year's left padding may have been cut: a column is then missing.
-std::optional<double> compactTime(std::string_view text) noexcept {
-    const auto point = text.find('.');
-    if (point != 10 && point != 11 && point != 13) return std::nullopt;
-    const std::size_t yearWidth = point - 9;
-    const int year = paddedDigits(text.substr(0, yearWidth));
+// The year and the day of the year, kBetween columns before the point. The year has four digits, two, or one after a
+// blank. Returns the width of the year, 0 if there is no such year.
+template <std::size_t kBetween>
+std::size_t readYearAndDay(const CompactText& date, DateParts& parts) noexcept {
+    // A point that is missing, or too early, gives a width that no year has.
+    const std::size_t width = date.text.find('.') - 3 - kBetween;
+    if (width != 2 && width != 4 && !(width == 1 && date.blankBefore())) return 0;
+    const int year = paddedDigits(date.text.substr(0, width));
+    parts.year = static_cast<int>(width <= 2 && year >= 0 ? fullYear(year) : year);
+    parts.dayOfYear = paddedDigits(date.text.substr(width, 3));
+    return width;
+}
+
+// YYDDDHHMMSS.SSS and YYYYDDDHHMMSS.SSS.
+std::optional<double> compactTime(const CompactText& date) noexcept {
     DateParts parts;
-    parts.year = static_cast<int>(yearWidth <= 2 && year >= 0 ? fullYear(year) : year);
-    parts.dayOfYear = paddedDigits(text.substr(yearWidth, 3));
-    if (!readTimeOfDay(text, yearWidth + 3, yearWidth + 7, parts)) return std::nullopt;
+    const std::size_t yearWidth = readYearAndDay<6>(date, parts);
+    if (yearWidth == 0 || !readTimeOfDay(date.text, yearWidth + 3, yearWidth + 7, parts)) return std::nullopt;
     return ds50Of(parts);
 }
 
 // YYDDD.DDDDDDDD and YYYYDDD.DDDDDDDD.
-std::optional<double> compactDay(std::string_view text) noexcept {
-    const auto point = text.find('.');
-    if (point != 4 && point != 5 && point != 7) return std::nullopt;
-    const std::size_t yearWidth = point - 3;
-    const int year = paddedDigits(text.substr(0, yearWidth));
+std::optional<double> compactDay(const CompactText& date) noexcept {
     DateParts parts;
-    parts.year = static_cast<int>(yearWidth <= 2 && year >= 0 ? fullYear(year) : year);
-    parts.dayOfYear = paddedDigits(text.substr(yearWidth, 3));
-    const std::string_view fraction = text.substr(point);
+    const std::size_t yearWidth = readYearAndDay<0>(date, parts);
+    if (yearWidth == 0) return std::nullopt;
+    const std::string_view fraction = date.text.substr(yearWidth + 3);
     if (!std::all_of(fraction.begin() + 1, fraction.end(), isDigit)) return std::nullopt;
     double dayFraction = 0.0;
     if (fraction.size() > 1 && readReal(fraction, 0, dayFraction) != ReadOutcome::Success)
@@ -163,7 +178,7 @@ public:
         return true;
     }
 
-    // A number of `least` to `most` digits, blanks before it passed over; -1 if there is none.
+    // A number of `least` to `most` digits, after any blanks; -1 if there is none.
     int number(std::size_t least, std::size_t most) noexcept {
         blanks();
         const std::string_view digits = takeDigits();
@@ -229,13 +244,20 @@ bool slashes(Words words, DateParts& parts) noexcept {
     return words.blanks() && words.timeOfDay(parts) && words.done();
 }
 
-// YYYY-MM-DDTHH:MM:SS.SSS and YYYY-DDDTHH:MM:SS.SSS, a blank for the T, a Z behind
+// YYYY-MM-DDTHH:MM:SS.SSS and YYYY-DDDTHH:MM:SS.SSS; T may be a blank, Z may follow. A day of the year has three
+// digits: with fewer, it is a month whose day is missing.
 bool dashes(Words words, DateParts& parts) noexcept {
+    constexpr std::size_t kDayOfYearWidth = 3;
     parts.year = words.number(4, 4);
     if (!words.skip('-')) return false;
-    const int monthOrDay = words.number(1, 3);
-    const bool isMonth = words.widthOfLast() <= 2 && words.skip('-');
-    parts.dayOfYear = isMonth ? mmdd2jul(parts.year, monthOrDay, words.number(1, 2)) : monthOrDay;
+    const int monthOrDay = words.number(1, kDayOfYearWidth);
+    if (words.widthOfLast() == kDayOfYearWidth) {
+        parts.dayOfYear = monthOrDay;
+    } else if (words.skip('-')) {
+        parts.dayOfYear = mmdd2jul(parts.year, monthOrDay, words.number(1, 2));
+    } else {
+        return false;
+    }
     if (!words.skip('T') && !words.blanks()) return false;
     if (!words.timeOfDay(parts)) return false;
     words.skip('Z');
@@ -251,25 +273,26 @@ std::optional<double> withSeparators(std::string_view text) noexcept {
     return read ? ds50Of(parts) : std::nullopt;
 }
 
-std::optional<double> compactForms(std::string_view text, bool zeros) noexcept {
+std::optional<double> compactForms(const CompactText& date, bool zeros) noexcept {
+    const std::string_view text = date.text;
     if (text.size() > 4 && text[4] == '/') return slashedDay(text, zeros);
     if (text.size() > 4 && monthOf(text.substr(4, 3)) != 0) return compactMonth(text);
-    if (const auto time = compactTime(text)) return time;
-    return compactDay(text);
+    if (const auto time = compactTime(date)) return time;
+    return compactDay(date);
 }
 
 // ---- Writing ----
 
-// A time rounded to whole units, `unitsPerDay` of them in a day; nothing if it isn't finite or outside 1900
-// to 2199.
+// A time rounded to whole units, `unitsPerDay` in a day; nothing if it isn't finite or is outside the years 1900 to
+// 2199.
 struct RoundedTime {
     CalendarDay day;
     std::int64_t units;
 };
 std::optional<RoundedTime> rounded(double ds50UTC, std::int64_t unitsPerDay) noexcept {
     constexpr auto kFirst = static_cast<double>(dayZeroOfYear(1900) + 1);
-    constexpr auto kBehindLast = static_cast<double>(dayZeroOfYear(2200) + 1);
-    if (!(ds50UTC >= kFirst && ds50UTC < kBehindLast)) return std::nullopt;
+    constexpr auto kAfterLast = static_cast<double>(dayZeroOfYear(2200) + 1);
+    if (!(ds50UTC >= kFirst && ds50UTC < kAfterLast)) return std::nullopt;
     const double day = std::floor(ds50UTC);
     auto dayNumber = static_cast<std::int64_t>(day);
     std::int64_t units = std::llround((ds50UTC - day) * static_cast<double>(unitsPerDay));
@@ -291,17 +314,17 @@ void put(char*& at, std::int64_t value, int width) noexcept {
 
 }  // namespace
 
-double date_in(std::string_view text) noexcept { return compactTime(stripped(text)).value_or(0.0); }
+double date_in(std::string_view text) noexcept { return compactTime(CompactText(text)).value_or(0.0); }
 
 double dtg2ds50utc(std::string_view text) noexcept {
-    text = stripped(text);
+    const CompactText date(text);
     const auto time =
-        text.find(':') != std::string_view::npos ? withSeparators(text) : compactForms(text, false);
+        date.text.find(':') != std::string_view::npos ? withSeparators(date.text) : compactForms(date, false);
     return time.value_or(0.0);
 }
 
 std::optional<double> epochTextToDs50(std::string_view text) noexcept {
-    return compactForms(stripped(text), true);
+    return compactForms(CompactText(text), true);
 }
 
 std::array<char, 15> ds50todate15(double ds50UTC) noexcept {

@@ -184,7 +184,7 @@ TEST_F(CommandLine, AFileThatGivesNothingIsReportedUnderItsNameAndABadLineUnderI
     write("prose.txt", "Nothing of interest\n");
     write("81004.e", "stk.v.4.3\nScenarioEpoch 31 Jan 2026 00:00:00.000\nCentralBody Moon\n");
     write("bad.card", "EPHFIL = 81004.e\n");
-    write("word.txt", "81001 x\n1 2 0 20485 1 2 3 4 5 6 0 0 0 0\n");
+    write("word.txt", "81001x\n1 2 0 20485 1 2 3 4 5 6 0 0 0 0\n");
     write("words.card", "EPHFIL = word.txt\nEPHFIL = 81002.itc\n");
     const std::string good = ephemeris(2);
     write("81005.e", std::string(good).insert(good.find("60."), "\x1b[2J\n"));
@@ -195,8 +195,8 @@ TEST_F(CommandLine, AFileThatGivesNothingIsReportedUnderItsNameAndABadLineUnderI
         {"prose.txt", "prose.txt: error: no ephemeris recognised"}, {"'81001.e '", "81001.e : error: "},
         {"./81001.e", "./81001.e: error: AddRecToMem: Duplicated record"},
         {"81005.e", "81005.e:6: error: ?[2J\n"},
-        {"81004.e", "81004.e: error: *** ReadDotE: Invalid file. CentralBody is not Earth. ***"},
-        {"bad.card", ": 81004.e: error: *** ReadDotE: Invalid file. CentralBody is not Earth. ***"},
+        {"81004.e", "81004.e:3: error: *** ReadDotE: Invalid file. CentralBody is not Earth. ***"},
+        {"bad.card", ": 81004.e:3: error: *** ReadDotE: Invalid file. CentralBody is not Earth. ***"},
         {"words.card", ": word.txt: error: read, but not stored: "}}) {
         // clang-format on
         const Outcome info = run("info 81001.e --format csv " + name);

@@ -10,7 +10,7 @@
 #include "Vorlandi/VorlandiCardReading/InputScanning.hpp"
 #include "Vorlandi/VorlandiTree.hpp"
 #include "readers/ReaderTest.hpp"
-#include "vorlandi/vorlandi.h"
+#include "scanning/ReadEvents.hpp"
 
 namespace vorlandi::testing {
 namespace {
@@ -148,8 +148,8 @@ TEST_F(Examples, HaveTheirOwnNumberAndFrameAndAllTheirPoints) {
 TEST_F(Examples, ReportAFailedReadByTheNameOfTheirReader) {
     // The file, what is read of it before, the name in the message, and how many records are stored.
     std::vector<std::tuple<std::string, std::size_t, std::string, int>> cases = {
-        {"81001_stk.e", 30, "ReadDotE", 0}, {"81001_stk.e", std::string::npos, "", 1}};
-    // An ECR block ends in peace with the points read before.
+        {"81001_stk.e", 30, "ReadDotE", 0}, {"81001_stk.e", std::string::npos, "ReadOnlyVorlans", 1}};
+    // An ECR block ends normally with the points read before.
     for (const Example& example : kExamples) {
         if (!fileisdotdce(example.fileName))
             cases.emplace_back(example.fileName, 5000, example.reader,
@@ -159,11 +159,14 @@ TEST_F(Examples, ReportAFailedReadByTheNameOfTheirReader) {
         SCOPED_TRACE(fileName);
         vorlanemptytree();
         log.clear();
-        const std::string bytes = readFile(examplePath(fileName));
-        InputUnit unit = slowUnit(bytes, bytes.size(), std::min(size, bytes.size()));
+        const std::string bytes = readFile(examplePath(fileName)), read = bytes.substr(0, size);
+        InputUnit unit = slowUnit(bytes, bytes.size(), read.size());
         InputTag tag;
+        const ReadEvents events(log);
         EXPECT_EQ(ReadOnlyVorlans(unit, fileName, tag), stored == 0 ? 2 : 0);
-        EXPECT_EQ(log.errors(), reader.empty() ? Lines{} : Lines{"*** " + reader + ": File read error. ***"});
+        EXPECT_EQ(log.errors(), Lines{"*** " + reader + ": File read error. ***"});
+        const auto unread = std::count(read.begin(), read.end(), '\n') + 1;
+        EXPECT_THAT(events.heard, ::testing::Contains("2|" + fileName + ":" + std::to_string(unread) + "|"));
         EXPECT_EQ(vorlangetnumoftreenodes(), stored);
     }
 }

@@ -31,6 +31,8 @@ TEST(ReadKQUniversalVorlan, TakesSatelliteSystemAndLayoutFromTheHeader) {
         {"no layout, no blanks", {header().substr(0, 44), kFixed}, {}, 1, 81001, 17},
         {"another system", {header("x", "ECI"), kFixed}, {noSystem}, 0},
         {"a column late", {header("5", " HCSRL"), kFixed}, {noSystem}, 0},
+        {"a word after the number", {header("5 x"), kFixed}, {}, 1, 5},
+        {"a letter after the number", {header("5x"), kFixed}, {noNumber}, 0},
         {"no number", {header("x"), kFixed}, {noNumber}, 0},
         {"what stands for none", {header("-123"), kFixed}, {noNumber}, 0},
     });

@@ -18,6 +18,7 @@ bool add(Vorlanrecord& record, double time, const PointCovariance* covariance = 
 TEST(PointAccumulation, DropsPointsThatAreNotLaterThanTheLastWithTheirCovariance) {
     Vorlanrecord record;
     const PointCovariance covariance{{-1.5}};
+    EXPECT_FALSE(add(record, std::nan(""), &covariance)) << "every later point would be dropped";
     EXPECT_TRUE(add(record, 10.0));
     for (const double time : {10.0, std::nextafter(10.0, 0.0), std::nan(""), -HUGE_VAL})
         EXPECT_FALSE(add(record, time, &covariance)) << time;
@@ -25,6 +26,8 @@ TEST(PointAccumulation, DropsPointsThatAreNotLaterThanTheLastWithTheirCovariance
     EXPECT_TRUE(add(record, std::nextafter(10.0, 11.0), &covariance));
     EXPECT_EQ(record.numberOfPoints(), 2);
     EXPECT_EQ(record.epoch, 10.0) << "only the first point sets the epoch";
+    EXPECT_TRUE(add(record, HUGE_VAL));
+    EXPECT_FALSE(add(record, 12.0));
 }
 
 TEST(PointAccumulation, KnowsCoordinateNamesAndSatelliteNumbersByTheirPlaces) {

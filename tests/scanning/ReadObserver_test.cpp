@@ -1,9 +1,7 @@
 // What loading tells the read observer: each event with its file, its line and its text.
 #include <thread>
 
-#include "TestSupport.hpp"
-#include "vorlandi/services.h"
-#include "vorlandi/vorlandi.h"
+#include "scanning/ReadEvents.hpp"
 
 namespace vorlandi::testing {
 namespace {
@@ -12,45 +10,77 @@ using Lines = std::vector<std::string>;
 
 class ReadObserver : public StoreTest {
 protected:
-    ReadObserver() { VorlanSetReadObserver(hear, &heard); }
-    ~ReadObserver() override { VorlanSetReadObserver(nullptr, nullptr); }
-
-    // The key in a text is left out; the number of satellites stands for it.
-    static void hear(std::int32_t event, const char* file, std::int32_t fileSize, std::int64_t line,
-                     const char* text, std::int32_t textSize, void* heard) {
-        const std::string path(file, static_cast<std::size_t>(fileSize)),
-            told(text, static_cast<std::size_t>(textSize));
-        std::int64_t key = 0;
-        if (event == VORLAN_READ_STORED) VorlanGetLoaded(2, &key);
-        const bool stored = event == VORLAN_READ_STORED && told == std::to_string(key);
-        static_cast<Lines*>(heard)->push_back(std::to_string(event) + "|" + path.substr(path.rfind('/') + 1) +
-                                              ":" + std::to_string(line) + "|" + (stored ? "key" : told));
-    }
-
     Lines heardIn(const std::string& name, const std::string& bytes) {
         VorlanRemoveAllSats();
-        heard.clear();
+        log.clear();
+        events.clear();
         VorlanLoadFile(folder.write(name, bytes).c_str());
-        return heard;
+        return events.heard;
     }
 
     TemporaryFolder folder;
-    Lines heard;
+    ReadEvents events{log};
 };
 
-const std::string kText =
-    "*\nKQ_UNIVERSAL_VORLANDI_V1.0   5         HCSRL     CSV\n\n26031000000.000,1,2,3,4,5,6\nno time,1\n"
-    "26031000000.000,7\n26031000000.000,1,2,3,4,5,6\n";
+const std::string kHeader = "KQ_UNIVERSAL_VORLANDI_V1.0   5         HCSRL     CSV";
+const std::string kText = "*\n" + kHeader +
+                          "\n\n26031000000.000,1,2,3,4,5,6\nno time,1\n"
+                          "26031000000.000,7\n26031000000.000,1,2,3,4,5,6\n";
 
 TEST_F(ReadObserver, HearsOfFormatBadLineDroppedPointAndRecord) {
-    const Lines events = {"1|u:2|UNIVERSAL", "2|u:5|no time,1", "2|u:6|26031000000.000,7",
-                          "3|u:7|26031000000.000,1,2,3,4,5,6", "4|u:7|key"};
-    EXPECT_EQ(heardIn("u", kText), events);
-    EXPECT_EQ(heardIn("card", "EPHFIL = " + folder.path("u") + "\n"), events);
+    const Lines told = {"1|u:2|UNIVERSAL", "2|u:5|no time,1", "2|u:6|26031000000.000,7",
+                        "3|u:7|26031000000.000,1,2,3,4,5,6", "4|u:7|key"};
+    EXPECT_EQ(heardIn("u", kText), told);
+    EXPECT_EQ(heardIn("card", "EPHFIL = " + folder.path("u") + "\n"), told);
     const std::string stk =
         "stk.v.1\nScenarioEpoch 31 Jan 2026 0:00:00\nEphemerisTimePos\n0 1 2 3\nend Ephemeris\n";
-    EXPECT_EQ(heardIn("s", stk + stk), (Lines{"1|s:1|STK", "4|s:5|key", "1|s:6|STK", "3|s:9|0 1 2 3"}))
-        << "a duplicate is not stored";
+    for (const std::int32_t dupMode : {0, 1}) {
+        VorlanSetDupKeyMode(dupMode);
+        EXPECT_EQ(heardIn("s", stk + stk),
+                  (Lines{"1|s:1|STK", "4|s:5|key", "1|s:6|STK", "3|s:9|0 1 2 3", "6|s:6|duplicate of key"}));
+    }
+    EXPECT_EQ(heardIn("x", "1x\n1 1 0 20485/\n"),
+              (Lines{"1|x:1|DCE_TEXT", "6|x:1|number or first time out of range"}));
+}
+
+TEST_F(ReadObserver, HearsOfTheLineThatEndsABlockBeforeTheMessage) {
+    const std::string v31 = "EPHEMERIS FILE FOR SATELLITE 25544", launch = "TIME(SEC): TIME\n",
+                      stk = "stk.v.1\nScenarioEpoch ", eci = kHeader.substr(0, 39) + "ECI";
+    const std::string vectorHeader = std::string(56, '0') + "." + std::string(17, ' ') + "SP";
+    std::string eelv;
+    for (int number = 0; number < 6; ++number)
+        eelv += "." + std::string(22, ' ');
+    const std::string binary = readFile(VORLANDI_EXAMPLES "/81001.dce");
+    const std::tuple<std::string, std::string, std::string> cases[] = {
+        {"V31", "\n" + v31.substr(0, 32) + "x\n", "2|" + v31.substr(0, 32) + "x"},
+        {"V31", v31 + "\n" + v31 + "\nPropagation by\n", "3|Propagation by"},
+        {"UNIVERSAL", "\n" + eci + "\n26031000000.000,7\n", "2|" + eci},
+        {"UNIVERSAL", "\n" + kHeader + "\nno time,1\n", "2|" + kHeader},  // a block without a point
+        {"DCE_TEXT", "5\n1 1 0 20485/\n1 1 x\n1 1 0 20486/\n", "3|1 1 x"},
+        {"EELV", " " + eelv + "\n", "1| " + eelv},
+        {"LAUNCH", launch + std::string(16, '\n') + "9 0 0 0\n1\nx\n", "18|9 0 0 0"},
+        {"LAUNCH", launch + std::string(15, '\n'), "17|"},
+        {"STK", stk + "31 Jan 2026 0:00:00\nCentralBody Moon\nx\n", "3|CentralBody Moon"},
+        {"STK", stk + "31 Feb 2026 0:00:00\n\nEphemerisTimePos\n", "2|ScenarioEpoch 31 Feb 2026 0:00:00"},
+        {"STK", "stk.v.1\nEphemerisTimePos\n0 1 2 3\n", "2|EphemerisTimePos"},
+        {"VECTOR", "x" + vectorHeader.substr(1) + "\n", "1|x" + vectorHeader.substr(1)},
+        {"VECTOR", std::string(56, ' ') + vectorHeader.substr(56) + "\na\nb\n", "2|a"},
+        {"DCE_BINARY", binary.substr(0, 60), "3|"},
+        {"DCE_BINARY", binary.substr(0, 128 + 112 + 50), "5|"},
+    };
+    for (const auto& [format, bytes, line] : cases) {
+        SCOPED_TRACE(bytes);
+        const std::string name = format == "DCE_BINARY" ? "f.dce" : "f";
+        const Lines heard = heardIn(name, bytes);
+        std::size_t bad = 1;
+        while (bad < heard.size() && heard[bad].starts_with("2|f:3|no time"))
+            ++bad;
+        ASSERT_GT(heard.size(), bad);
+        EXPECT_TRUE(heard[0].ends_with(format)) << heard[0];
+        EXPECT_EQ(heard[bad], "2|" + name + ":" + line);
+        EXPECT_EQ(events.errorsBefore[bad], 2 * (bad - 1));
+        EXPECT_GT(log.errors().size(), events.errorsBefore[bad]);
+    }
 }
 
 TEST_F(ReadObserver, IsToldTheFirstLineOfAGroup) {
@@ -81,7 +111,7 @@ TEST_F(ReadObserver, HearsItsOwnThreadAloneAndNothingOnceTakenAway) {
     std::thread([&] { EXPECT_EQ(VorlanLoadFile(path.c_str()), 0); }).join();
     VorlanSetReadObserver(nullptr, nullptr);
     EXPECT_EQ(VorlanGetCount(), 1);
-    EXPECT_EQ(heard, Lines{});
+    EXPECT_EQ(events.heard, Lines{});
     EXPECT_EQ(heardIn("u", kText), Lines{});
 }
 

@@ -5,7 +5,7 @@
 namespace vorlandi {
 
 void BlockInput::skipbadephempoint(std::string_view reader, std::string_view text) const {
-    observeRead(VORLAN_READ_BAD, fileName_, lineNumber_, line_);
+    observeRead(VORLAN_READ_BAD, place_);
     tracelogerror("*** " + std::string(reader) + " : Bad ephemeris data. ***");
     tracelogerror(text);
 }
@@ -24,22 +24,32 @@ ReadOutcome LineGroup::read(BlockInput& input) {
         if (const ReadOutcome outcome = input.readLine(last_); outcome != ReadOutcome::Success) {
             return outcome;
         }
-        if (k == 0) firstNumber = input.lineNumber();
-        // The next read takes the line away.
+        if (k == 0) firstNumber = input.place().number;
+        // The next read invalidates the line.
         if (k + 1 < size_) kept_[k] = last_;
     }
-    input.standAt((*this)[0], firstNumber);
+    input.blame((*this)[0], firstNumber);
     return ReadOutcome::Success;
 }
 
-std::int32_t blockFailed(std::string_view reader, std::string_view problem) {
+namespace {
+
+std::int32_t logProblem(std::string_view reader, std::string_view problem) {
     tracelogerror("*** " + std::string(reader) + ": " + std::string(problem) + " ***");
     return kBlockFailed;
 }
 
-std::int32_t blockFailed(std::string_view reader, std::string_view problem, std::string_view line) {
-    tracelogerror(line);
-    return blockFailed(reader, problem);
+}  // namespace
+
+std::int32_t blockFailed(const ReadPlace& place, std::string_view reader, std::string_view problem) {
+    observeRead(VORLAN_READ_BAD, place);
+    return logProblem(reader, problem);
+}
+
+std::int32_t blockFailedWithLine(const BlockInput& input, std::string_view reader, std::string_view problem) {
+    observeRead(VORLAN_READ_BAD, input.place());
+    tracelogerror(input.place().line);
+    return logProblem(reader, problem);
 }
 
 std::int32_t blockRead(Vorlanrecord& record) noexcept {

@@ -1,5 +1,5 @@
-// What a reader is handed: the open unit behind the line that was recognised, that line, and the file's name;
-// and what all readers do alike with their lines and points.
+// The input of a reader: the open unit, positioned after the recognised header line, that line, and the file name; and
+// what all readers do alike with their lines and points.
 #pragma once
 
 #include <array>
@@ -29,30 +29,54 @@ constexpr bool isBlank(std::string_view line) noexcept {
 
 constexpr double kSecondsPerDay = 86400.0;
 
+// A place in a file, for what is told about it.
+struct ReadPlace {
+    std::string_view fileName;
+    std::int64_t number = 0;  // of the line, from 1; in a binary file, of the record
+    std::string_view line;    // empty in a binary file
+};
+
+// Tells the thread's read observer of an event at a place.
+inline void observeRead(std::int32_t event, const ReadPlace& place) {
+    observeRead(event, place.fileName, place.number, place.line);
+}
+
+// A line that is kept while others are read.
+struct KeptLine {
+    std::int64_t number = 0;  // 0: none is kept
+    std::string text;
+};
+
 class BlockInput {
 public:
     BlockInput(InputUnit& unit, std::string_view headerLine, std::string_view fileName)
-        : unit_(unit), headerLine_(headerLine), fileName_(fileName) {}
+        : unit_(unit), headerLine_(headerLine), place_{fileName, unit.lineNumber(), headerLine_} {}
+    BlockInput(const BlockInput&) = delete;
+    BlockInput& operator=(const BlockInput&) = delete;
 
     std::string_view headerLine() const noexcept { return headerLine_; }
-    std::string_view fileName() const noexcept { return fileName_; }
+    std::string_view fileName() const noexcept { return place_.fileName; }
 
     // The next line, which stays valid until the next one is read.
     ReadOutcome readLine(std::string_view& line) {
         const ReadOutcome outcome = unit_.readLine(kEphemerisColumns, line);
-        standAt(line, unit_.lineNumber());
+        blame(line, unit_.lineNumber());
+        if (outcome != ReadOutcome::Success) [[unlikely]]
+            ++place_.number;
         return outcome;
     }
 
-    // Sets the line at which a bad line or a dropped point is said to stand: the one read last, or the first
-    // of a group.
-    void standAt(std::string_view line, std::int64_t number) noexcept {
-        line_ = line;
-        lineNumber_ = number;
+    // The line to blame for what goes wrong now. At first it is the header; then the line read last, or, if it could
+    // not be read, the empty one after the last; a reader of groups sets it to the first line of a group.
+    const ReadPlace& place() const noexcept { return place_; }
+    void blame(std::string_view line, std::int64_t number) noexcept {
+        place_.line = line;
+        place_.number = number;
     }
-    std::int64_t lineNumber() const noexcept { return lineNumber_; }
+    void blame(const KeptLine& kept) noexcept { blame(kept.text, kept.number); }
+    KeptLine keep() const { return {place_.number, std::string(place_.line)}; }
 
-    // Passes over lines; Error or EndOfData if the file doesn't hold as many.
+    // Skips lines. Error or EndOfData if the file doesn't have that many.
     ReadOutcome skipLines(int count);
 
     void rewind() { unit_.rewind(); }
@@ -61,20 +85,17 @@ public:
     void append(const Vorlanstate& point, Vorlanrecord& record,
                 const PointCovariance* covariance = nullptr) const {
         if (!addoneeppoint(point, record, covariance)) [[unlikely]] {
-            observeRead(VORLAN_READ_DROPPED, fileName_, lineNumber_, line_);
+            observeRead(VORLAN_READ_DROPPED, place_);
         }
     }
 
-    // Reports data that could not be used, in two messages: "*** reader : Bad ephemeris data. ***" and the
-    // text.
+    // Reports data that can't be used, in two messages: "*** reader : Bad ephemeris data. ***" and the text.
     void skipbadephempoint(std::string_view reader, std::string_view text) const;
 
 private:
     InputUnit& unit_;
     std::string headerLine_;
-    std::string_view fileName_;
-    std::string_view line_;
-    std::int64_t lineNumber_ = 0;
+    ReadPlace place_;
 };
 
 // A fixed number of lines that are read together. They stay valid until the next group is read.
@@ -84,7 +105,7 @@ public:
 
     explicit LineGroup(std::size_t size) noexcept : size_(size) {}
 
-    // The next lines. EndOfData also when the file ends inside the group, whose lines are then lost.
+    // Reads the next lines. EndOfData also if the file ends inside the group, whose lines are then lost.
     ReadOutcome read(BlockInput& input);
 
     std::string_view operator[](std::size_t k) const noexcept { return k + 1 == size_ ? last_ : kept_[k]; }
@@ -113,10 +134,13 @@ inline void scaleState(Vorlanstate& point, double km) noexcept {
         value *= km;
 }
 
-// Ends a block that can't be read further, with the message "*** reader: problem ***"; the second form logs
-// the line to blame before it.
-std::int32_t blockFailed(std::string_view reader, std::string_view problem);
-std::int32_t blockFailed(std::string_view reader, std::string_view problem, std::string_view line);
+// Ends a block that can't be read further: tells the read observer the line to blame, then logs
+// "*** reader: problem ***". The second form logs the line before this message.
+std::int32_t blockFailed(const ReadPlace& place, std::string_view reader, std::string_view problem);
+inline std::int32_t blockFailed(const BlockInput& input, std::string_view reader, std::string_view problem) {
+    return blockFailed(input.place(), reader, problem);
+}
+std::int32_t blockFailedWithLine(const BlockInput& input, std::string_view reader, std::string_view problem);
 
 // The usual problem.
 constexpr std::string_view kFileReadError = "File read error.";
@@ -124,19 +148,19 @@ constexpr std::string_view kFileReadError = "File read error.";
 // Ends a block that has been read: its epoch is the time of its first point.
 std::int32_t blockRead(Vorlanrecord& record) noexcept;
 
-// Hands every line up to the end of the file to `use`, then ends the block.
+// Passes every line up to the end of the file to `use`, then ends the block.
 template <class Use>
 std::int32_t useLinesToEnd(BlockInput& input, std::string_view reader, Vorlanrecord& record, Use use) {
     std::string_view line;
     for (;;) {
         const ReadOutcome outcome = input.readLine(line);
-        if (outcome == ReadOutcome::Error) return blockFailed(reader, kFileReadError);
+        if (outcome == ReadOutcome::Error) return blockFailed(input, reader, kFileReadError);
         if (outcome == ReadOutcome::EndOfData) return blockRead(record);
         use(line);
     }
 }
 
-// The satellite number in the first five characters of a file's base name, 99999 if they are no integer.
+// The satellite number in the first five characters of a file's base name, 99999 if they are not an integer.
 std::int32_t satNumFromFileName(std::string_view fileName) noexcept;
 constexpr std::int32_t kUncataloguedSatNum = 99999;
 

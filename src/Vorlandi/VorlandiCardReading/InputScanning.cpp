@@ -1,5 +1,11 @@
 #include "Vorlandi/VorlandiCardReading/InputScanning.hpp"
 
+#include <sys/stat.h>
+
+#include <optional>
+#include <set>
+#include <tuple>
+
 #include "CoreServices/TraceLog.hpp"
 #include "TimeLibrary/DateTexts.hpp"
 #include "TimeLibrary/SatelliteKeys.hpp"
@@ -25,8 +31,15 @@ std::string summaryOf(const Vorlanrecord& record) {
            ", Coord = " + std::string(coordinateName(record.coordSys));
 }
 
-// One ephemeris pass: the working record and what becomes of it. The record goes on from block to block: a
-// later block adds its points behind the earlier ones.
+// Why a record was not stored; `key` is the result of AddRecToMem.
+std::string reasonAgainst(std::int64_t key, std::int32_t satNum, double epoch) {
+    const std::int64_t ordinaryKey = createsatkey(satNum, kVorlanElsetType, epoch);
+    if (key != kNoKey) return "duplicate of " + std::to_string(ordinaryKey);
+    return ordinaryKey == kNoKey ? "number or first time out of range" : "out of memory";
+}
+
+// One ephemeris pass: the working record and what becomes of it. The record goes on from block to block: a later block
+// appends its points to the earlier ones.
 class EphemerisPass {
 public:
     EphemerisPass(InputUnit& unit, std::string_view fileName, InputTag& tag, std::int64_t* satKeyOut)
@@ -37,58 +50,91 @@ public:
 
     std::int32_t run() { return fileisdotdce(fileName_) ? readDceBinary() : readBlocks(); }
 
+    // Was there anything to read?
+    bool foundBlock() const noexcept { return foundBlock_; }
+
+    // Could the file not be read to its end, whatever it holds?
+    bool readFailed() const noexcept { return readFailed_; }
+
 private:
     std::int32_t readBlocks() {
         std::string summary = summaryOf(record_);
         std::string_view line;
-        while (unit_.readLine(kEphemerisColumns, line) == ReadOutcome::Success) {
+        ReadOutcome outcome = ReadOutcome::Success;
+        while ((outcome = unit_.readLine(kEphemerisColumns, line)) == ReadOutcome::Success) {
             if (isComment(line) || isBlank(line)) continue;
             const FormatRow* const row = recognise(line);
             if (row == nullptr) continue;
             if (row->code == kTagCard) record_.inputTag = getinputfilename(line);
             if (row->reader == nullptr) continue;
-            observeRead(VORLAN_READ_FORMAT, fileName_, unit_.lineNumber(), row->name);
-            BlockInput block(unit_, line, fileName_);
-            if (row->reader(block, record_) == kBlockFailed) return kFailure;
-            if (record_.numberOfPoints() == 0) return noData();
+            if (!readBlock(*row, line)) return kFailure;
             summary = summaryOf(record_);
-            // While lines are left, a further block would go on from this record.
-            const bool isLast = unit_.atEnd();
-            if (isLast) trimvorlanempts(record_);
-            const Vorlanbintree* stored = nullptr;
-            const std::int64_t key = AddRecToMem(isLast ? std::move(record_) : shareOf(record_), &stored);
-            keep(key, stored, unit_.lineNumber());
-            tag_ = std::string_view{};
+            store();
+        }
+        // One that ended a block has been reported by its reader.
+        if (outcome == ReadOutcome::Error && !readFailed_) {
+            readFailed_ = true;
+            blockFailed({fileName_, unit_.lineNumber() + 1, {}}, "ReadOnlyVorlans", kFileReadError);
         }
         traceloginfo(summary);
         return kSuccess;
     }
 
-    // The whole file, opened anew as bytes, which a pipe can't be. What was read before an error is stored
-    // all the same.
+    // False if the block failed or the record has no points after it.
+    bool readBlock(const FormatRow& row, std::string_view line) {
+        found(row.name, unit_.lineNumber());
+        BlockInput block(unit_, line, fileName_);
+        const std::int32_t status = row.reader(block, record_);
+        readFailed_ = unit_.failed();
+        return status != kBlockFailed && hasData(block.headerLine());
+    }
+
+    void store() {
+        // While lines are left, a further block would go on from this record.
+        const bool isLast = unit_.atEnd();
+        if (isLast) trimvorlanempts(record_);
+        add(isLast ? std::move(record_) : shareOf(record_), unit_.lineNumber());
+        tag_ = std::string_view{};
+    }
+
+    // Reads the file as a whole, opened again as bytes, which is not possible for a pipe. What was read before an error
+    // is stored.
     std::int32_t readDceBinary() {
         std::unique_ptr<ByteSource> source;
         openByteSource(replacestring(fileName_, '\\', '/'), source, FileKind::Regular);
-        RecordPlace place{fileName_};
-        if (source) observeRead(VORLAN_READ_FORMAT, fileName_, 1, kDceBinaryName);
-        const std::int32_t status = ReadDCEBinary(source.get(), record_, place);
-        if (record_.numberOfPoints() == 0) return noData();
+        if (source) found(kDceBinaryName, 1);
+        BinaryInput input{source.get(), {fileName_, 0, {}}};
+        const std::int32_t status = ReadDCEBinary(input, record_);
+        readFailed_ = input.failed || !source;
+        if (!hasData({})) return kFailure;
         trimvorlanempts(record_);
-        const Vorlanbintree* stored = nullptr;
-        const std::int64_t key = AddRecToMem(std::move(record_), &stored);
-        keep(key, stored, place.number);
+        add(std::move(record_), input.place.number);
         return status;
     }
 
-    std::int32_t noData() const {
-        tracelogerror(kNoData);
-        return kFailure;
+    void found(std::string_view format, std::int64_t line) {
+        foundBlock_ = true;
+        header_ = line;
+        observeRead(VORLAN_READ_FORMAT, fileName_, line, format);
     }
 
-    // Hands out the key of a record; `stored` is null if it was refused.
-    void keep(std::int64_t key, const Vorlanbintree* stored, std::int64_t line) {
+    bool hasData(std::string_view headerLine) const {
+        if (record_.numberOfPoints() > 0) return true;
+        observeRead(VORLAN_READ_BAD, {fileName_, header_, headerLine});
+        tracelogerror(kNoData);
+        return false;
+    }
+
+    void add(Vorlanrecord&& record, std::int64_t line) {
+        const auto [satNum, epoch] = std::pair(record.satNum, record.epoch);
+        const Vorlanbintree* stored = nullptr;
+        const std::int64_t key = AddRecToMem(std::move(record), &stored);
         if (satKeyOut_ != nullptr) *satKeyOut_ = key;
-        if (stored != nullptr) observeRead(VORLAN_READ_STORED, fileName_, line, std::to_string(key));
+        if (stored != nullptr) {
+            observeRead(VORLAN_READ_STORED, fileName_, line, std::to_string(key));
+        } else {
+            observeRead(VORLAN_READ_REFUSED, fileName_, header_, reasonAgainst(key, satNum, epoch));
+        }
     }
 
     InputUnit& unit_;
@@ -96,18 +142,79 @@ private:
     InputTag& tag_;
     std::int64_t* satKeyOut_;
     Vorlanrecord record_;
+    std::int64_t header_ = 1;  // line of the block's header
+    bool foundBlock_ = false;
+    bool readFailed_ = false;
 };
 
-// A line without them is no tag card, and if it is an input-file card, it names no file.
+// A line without these characters is not a tag card, and if it is an input-file card, it doesn't name a file.
 constexpr std::string_view kCardMarks = "#=";
 
-// Follows an input-file card; a file that can't be opened is passed over. Only regular files are: a card must
-// not make the library wait for a pipe or read a device without end.
-void readNestedFile(std::string_view card, InputTag& tag) {
-    const PaddedText<512> name(getinputfilename(card));
-    InputUnit nested;
-    if (fileopenmt(name.view(), nested, FileKind::Regular) == 0) ReadOnlyVorlans(nested, name.view(), tag);
-}
+class CardPass {
+public:
+    CardPass(InputUnit& unit, std::string_view fileName, InputTag& tag)
+        : unit_(unit), fileName_(fileName), tag_(tag) {}
+
+    // Returns the number of the line that could not be read, 0 if there is none.
+    std::int64_t run() {
+        std::string_view line;
+        ReadOutcome outcome = ReadOutcome::Success;
+        while ((outcome = unit_.readLine(kCardColumns, line)) == ReadOutcome::Success) {
+            const std::int32_t code = mayBeCard(line) ? vorlancardtype(line) : kUnknownFormat;
+            if (code == kTagCard) tag_ = getinputfilename(line);
+            if (code == kInputFileCard) follow(line);
+            unit_.passOverLinesWithout(kCardMarks, readObserver().call != nullptr);
+        }
+        return outcome == ReadOutcome::Error ? unit_.lineNumber() + 1 : 0;
+    }
+
+private:
+    // Device, inode, size and time of the last change: what tells an unchanged file from any other.
+    using Identity = std::tuple<dev_t, ino_t, off_t, time_t, long>;
+
+    static std::optional<Identity> identityOf(std::string_view name) {
+        struct stat status {};
+        if (::stat(std::string(name).c_str(), &status) != 0) return std::nullopt;
+        return Identity(status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec,
+                        status.st_mtim.tv_nsec);
+    }
+
+    void follow(std::string_view card) {
+        const PaddedText<512> name(getinputfilename(card));
+        if (name.blank()) return;
+        if (isKnownAsEmpty(name.view())) return traceloginfo(summaryOf(Vorlanrecord{}));
+        if (!read(name.view())) {
+            observeRead(VORLAN_READ_MISSING, fileName_, unit_.lineNumber(), name.view());
+        }
+    }
+
+    // Reads a file; false if it can't be read, or not to its end. Only regular files are opened: a card must not make
+    // the library wait for a pipe or read a device without end.
+    bool read(std::string_view name) {
+        InputUnit unit;
+        if (fileopenmt(name, unit, FileKind::Regular) != 0) return false;
+        EphemerisPass pass(unit, name, tag_, nullptr);
+        pass.run();
+        if (pass.readFailed()) return false;
+        if (!pass.foundBlock()) {
+            if (const auto identity = identityOf(name)) empty_.insert(*identity);
+        }
+        return true;
+    }
+
+    // Has this file been read already, and no block been found in it? Then it has none now. A name that makes a binary
+    // file of it is another matter.
+    bool isKnownAsEmpty(std::string_view name) const {
+        if (empty_.empty() || fileisdotdce(name)) return false;
+        const auto identity = identityOf(name);
+        return identity && empty_.contains(*identity);
+    }
+
+    InputUnit& unit_;
+    std::string_view fileName_;
+    InputTag& tag_;
+    std::set<Identity> empty_;  // files without a block: a card file may name itself on every line
+};
 
 }  // namespace
 
@@ -119,22 +226,23 @@ std::int32_t readvorlansfrfile(std::string_view fileName) noexcept {
                                   : readvorlansfrfileunit(unit, fileName);
 }
 
-void followCards(InputUnit& unit, InputTag& tag) {
+std::int64_t followCards(InputUnit& unit, std::string_view fileName, InputTag& tag) {
     unit.rewind();
-    std::string_view line;
-    while (unit.readLine(kCardColumns, line) == ReadOutcome::Success) {
-        const std::int32_t code = mayBeCard(line) ? vorlancardtype(line) : kUnknownFormat;
-        if (code == kTagCard) tag = getinputfilename(line);
-        if (code == kInputFileCard) readNestedFile(line, tag);
-        unit.passOverLinesWithout(kCardMarks);
-    }
+    const std::int64_t unreadable = CardPass(unit, fileName, tag).run();
     unit.rewind();
+    return unreadable;
 }
 
 std::int32_t readvorlansfrfileunit(InputUnit& unit, std::string_view fileName) {
     InputTag tag;
-    followCards(unit, tag);
-    return ReadOnlyVorlans(unit, fileName, tag);
+    const std::int64_t unreadable = followCards(unit, fileName, tag);
+    EphemerisPass pass(unit, fileName, tag, nullptr);
+    const std::int32_t status = pass.run();
+    // An error that is still there is reported by the pass.
+    if (unreadable > 0 && !pass.readFailed()) {
+        blockFailed({fileName, unreadable, {}}, "readvorlansfrfileunit", kFileReadError);
+    }
+    return status;
 }
 
 std::int64_t addvorlanfile(std::string_view fileName) noexcept {

@@ -8,31 +8,36 @@
 
 namespace vorlandi {
 
-// Appends a point, with its covariance if one is given. The first point sets the record's epoch. A point that
-// is not later than the last one is dropped: false, and nothing has changed.
+// Appends a point, with its covariance if one is given. The first point sets the record's epoch. A point that is not
+// later than the last one, or whose time is not a number, is dropped: false, and nothing has changed. An infinite time
+// is stored like any other.
 inline bool addoneeppoint(const Vorlanstate& point, Vorlanrecord& record,
                           const PointCovariance* covariance = nullptr) {
     PointArray& points = record.points;
-    // Written so that a time that is not a number is dropped, too.
-    if (points.count() > 0 && !(points.lastTime() < point.time)) return false;
-    if (points.count() == 0) record.epoch = point.time;
+    // Written so that a NaN, for which no comparison holds, is dropped.
+    if (points.count() > 0) [[likely]] {
+        if (!(points.lastTime() < point.time)) return false;
+    } else {
+        if (!(point.time == point.time)) return false;
+        record.epoch = point.time;
+    }
     points.append(point, covariance);
     return true;
 }
 
-// Gives the spare space behind the points back.
+// Releases the spare space after the points.
 inline void trimvorlanempts(Vorlanrecord& record) { record.points.trim(); }
 
 // Coordinate-system codes beyond those of coordstr.
 constexpr std::int32_t kLlh = 15;
 constexpr std::int32_t kSen = 16;
 
-// Code of a coordinate-system name, kUnknownCoordinates if it is none. A field of exactly three characters
-// holds one of the three-letter names; of any other length it begins with one of the five-letter names, which
-// have the codes 17 to 20. A three-letter name in a longer field is unknown.
+// Code of a coordinate-system name, kUnknownCoordinates for any other text. A field of exactly three characters holds
+// one of the three-letter names; one of any other length begins with one of the five-letter names, which have the codes
+// 17 to 20. A three-letter name in a longer field is unknown.
 std::int32_t coord(std::string_view field) noexcept;
 
-// The same for a field of three columns, of which the last may lie behind the end of the line.
+// The same for a field of three columns, of which the last may be after the end of the line.
 std::int32_t coordOfThree(std::string_view field) noexcept;
 
 }  // namespace vorlandi

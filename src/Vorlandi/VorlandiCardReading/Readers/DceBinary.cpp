@@ -1,8 +1,8 @@
-// Reads DCE binary files: records framed by their byte count, three of a header and then one a point. Numbers
-// are big-endian; values are stored as they stand.
+// Reads DCE binary files: records framed by their byte count, three of a header and then one a point. Numbers are
+// big-endian; values are stored as they are.
 //
-// No count in the file is trusted: it is compared with what is asked for, and what it says beyond that is
-// passed over as it comes, without room being made for it.
+// No count in the file is trusted: it is compared with the size that is needed, and a surplus is skipped piece by piece,
+// without memory being taken for it.
 #include <bit>
 #include <cstring>
 #include <memory>
@@ -16,15 +16,13 @@ namespace {
 constexpr std::string_view kName = "ReadDCEBinary";
 constexpr double kDayZeroOf1970 = clocka(0.0, 1970);  // Ds50UTC of day 0.0 of the file's times
 
-constexpr std::int64_t kHeaderRecords = 3;
-
 // Bytes of the payloads
 constexpr std::size_t kTitleSize = 24;
 constexpr std::size_t kSatNumSize = 4;
 constexpr std::size_t kDescriptionSize = 76;
 constexpr std::size_t kPointSize = 104;
 
-// Where they stand in the payload of a point
+// Offsets in the payload of a point
 constexpr std::size_t kTimeAt = 16;
 constexpr std::size_t kPositionAt = 24;  // km
 constexpr std::size_t kVelocityAt = 48;  // km/s
@@ -49,29 +47,34 @@ void realsAt(const char* bytes, std::span<double> values) noexcept {
     }
 }
 
-// Takes framed records from a source through a buffer of fixed size.
+// Takes framed records from a file through a buffer of fixed size, and counts them.
 class FramedRecords {
 public:
-    explicit FramedRecords(ByteSource& source)
-        : source_(source), buffer_(std::make_unique_for_overwrite<char[]>(kBufferSize)) {}
+    explicit FramedRecords(BinaryInput& input)
+        : input_(input), buffer_(std::make_unique_for_overwrite<char[]>(kBufferSize)) {}
 
-    // The beginning of the next record's payload, which fills `payload`. EndOfData if the file ends where a
-    // record would begin; Error if it ends elsewhere, if the record is shorter, if its two counts differ.
+    // Fills `payload` with the beginning of the next record's payload. EndOfData if the file ends where a record would
+    // begin; Error if it ends elsewhere, if the record is shorter, or if its two counts differ.
     ReadOutcome next(std::span<char> payload) {
-        if (!require(kCountSize)) return left_ == 0 && !failed_ ? ReadOutcome::EndOfData : ReadOutcome::Error;
+        if (!require(kCountSize)) {
+            return left_ == 0 && !input_.failed ? ReadOutcome::EndOfData : ReadOutcome::Error;
+        }
         const auto size = countAt(take(kCountSize));
         if (size < payload.size() || !require(payload.size())) return ReadOutcome::Error;
         std::memcpy(payload.data(), take(payload.size()), payload.size());
-        if (!passOver(size - payload.size()) || !require(kCountSize)) return ReadOutcome::Error;
-        return countAt(take(kCountSize)) == size ? ReadOutcome::Success : ReadOutcome::Error;
+        if (!skip(size - payload.size()) || !require(kCountSize)) return ReadOutcome::Error;
+        if (countAt(take(kCountSize)) != size) return ReadOutcome::Error;
+        ++input_.place.number;
+        return ReadOutcome::Success;
     }
 
-    // The payload of the next record if it has exactly this size and is sound, else null: `next` then says
-    // what it is. It stays valid until the next record is taken.
+    // The payload of the next record if it has exactly this size and is sound, valid until the next record is taken.
+    // Else null, and `next` says what is wrong.
     const char* nextOfSize(std::size_t size) {
         const std::size_t framed = size + 2 * kCountSize;
         if (left_ < framed && !require(framed)) return nullptr;
         if (countAt(next_) != size || countAt(next_ + kCountSize + size) != size) return nullptr;
+        ++input_.place.number;
         return take(framed) + kCountSize;
     }
 
@@ -79,20 +82,20 @@ private:
     static constexpr std::size_t kBufferSize = 65536;
     static constexpr std::size_t kCountSize = 4;
 
-    // Sees to it that `size` bytes, far fewer than the buffer holds, are left in it.
+    // Reads until `size` bytes, far fewer than fit the buffer, are left in it. False if the file has no more.
     bool require(std::size_t size) {
         while (left_ < size) {
             std::memmove(buffer_.get(), next_, left_);
             next_ = buffer_.get();
-            const std::int64_t count = source_.read(buffer_.get() + left_, kBufferSize - left_);
-            failed_ = failed_ || count < 0;
+            const std::int64_t count = input_.source->read(buffer_.get() + left_, kBufferSize - left_);
+            input_.failed = input_.failed || count < 0;
             if (count <= 0) return false;
             left_ += static_cast<std::size_t>(count);
         }
         return true;
     }
 
-    // Hands out bytes that are left.
+    // Takes bytes that are left.
     const char* take(std::size_t size) noexcept {
         const char* const bytes = next_;
         next_ += size;
@@ -100,24 +103,23 @@ private:
         return bytes;
     }
 
-    bool passOver(std::size_t size) {
+    bool skip(std::size_t size) {
         while (size > 0) {
             if (!require(1)) return false;
-            const std::size_t passed = std::min(size, left_);
-            take(passed);
-            size -= passed;
+            const std::size_t skipped = std::min(size, left_);
+            take(skipped);
+            size -= skipped;
         }
         return true;
     }
 
-    ByteSource& source_;
+    BinaryInput& input_;
     std::unique_ptr<char[]> buffer_;
     const char* next_ = buffer_.get();
     std::size_t left_ = 0;
-    bool failed_ = false;
 };
 
-// The header. Its end of file is left to the points, which then meet it, too.
+// The header. An end of file here is reported by the first point.
 bool readHeader(FramedRecords& records, Vorlanrecord& record) {
     std::array<char, kTitleSize> title{};
     std::array<char, kSatNumSize> satNum{};
@@ -139,25 +141,30 @@ Vorlanstate pointOf(const char* payload) noexcept {
     return point;
 }
 
+// The record to blame is the one after the last that was read.
+std::int32_t readFailed(const BinaryInput& input) {
+    ReadPlace place = input.place;
+    ++place.number;
+    return blockFailed(place, kName, kFileReadError);
+}
+
 }  // namespace
 
-std::int32_t ReadDCEBinary(ByteSource* source, Vorlanrecord& record, RecordPlace& place) {
+std::int32_t ReadDCEBinary(BinaryInput& input, Vorlanrecord& record) {
     record.coordSys = kEci;
-    if (source == nullptr) return blockFailed(kName, kFileReadError);
-    FramedRecords records(*source);
-    if (!readHeader(records, record)) return blockFailed(kName, kFileReadError);
+    if (input.source == nullptr) return readFailed(input);
+    FramedRecords records(input);
+    if (!readHeader(records, record)) return readFailed(input);
     std::array<char, kPointSize> payload{};
-    for (place.number = kHeaderRecords;; ++place.number) {
+    for (;;) {
         const char* bytes = records.nextOfSize(kPointSize);
         if (bytes == nullptr) {
             const ReadOutcome outcome = records.next(payload);
-            if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
+            if (outcome == ReadOutcome::Error) return readFailed(input);
             if (outcome == ReadOutcome::EndOfData) return blockRead(record);
             bytes = payload.data();
         }
-        if (!addoneeppoint(pointOf(bytes), record)) {
-            observeRead(VORLAN_READ_DROPPED, place.fileName, place.number + 1, "");
-        }
+        if (!addoneeppoint(pointOf(bytes), record)) observeRead(VORLAN_READ_DROPPED, input.place);
     }
 }
 

@@ -36,7 +36,7 @@ std::int32_t ReadDCEText(BlockInput& input, Vorlanrecord& record) {
         Vorlanstate point;
         ReadOutcome outcome = input.readLine(line);
         if (outcome == ReadOutcome::Success) outcome = readPoint(line, point);
-        if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
+        if (outcome == ReadOutcome::Error) return blockFailed(input, kName, kFileReadError);
         if (outcome == ReadOutcome::EndOfData) return blockRead(record);
         input.append(point, record);
     }

@@ -62,7 +62,7 @@ std::int32_t ReadECR(BlockInput& input, Vorlanrecord& record) {
     LineGroup lines(velocities ? 2 : 1);
     for (;;) {
         const ReadOutcome outcome = lines.read(input);
-        if (outcome == ReadOutcome::Error) blockFailed(kName, kFileReadError);
+        if (outcome == ReadOutcome::Error) blockFailed(input, kName, kFileReadError);
         if (outcome != ReadOutcome::Success) return blockRead(record);
         readPoint(lines, velocities, input, record);
     }

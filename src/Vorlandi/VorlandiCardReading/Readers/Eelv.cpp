@@ -49,7 +49,7 @@ void readPoint(std::string_view line, double referenceEpoch, const BlockInput& i
 std::int32_t ReadEELV(BlockInput& input, Vorlanrecord& record) {
     double referenceEpoch = 0.0;
     if (!readReferenceEpoch(input.headerLine(), referenceEpoch)) {
-        return blockFailed(kName, "Invalid EELV first line.", input.headerLine());
+        return blockFailedWithLine(input, kName, "Invalid EELV first line.");
     }
     record.satNum = kUncataloguedSatNum;
     record.coordSys = kEci;

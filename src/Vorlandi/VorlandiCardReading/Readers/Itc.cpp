@@ -58,7 +58,7 @@ std::int32_t ReadITC(BlockInput& input, Vorlanrecord& record) {
     LineGroup lines(1 + covarianceLines);
     for (;;) {
         const ReadOutcome outcome = lines.read(input);
-        if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
+        if (outcome == ReadOutcome::Error) return blockFailed(input, kName, kFileReadError);
         if (outcome == ReadOutcome::EndOfData) return blockRead(record);
         readPoint(lines, covarianceLines, input, record);
     }

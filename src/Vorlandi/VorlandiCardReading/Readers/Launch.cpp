@@ -10,8 +10,8 @@ constexpr std::string_view kName = "ReadLaunchFormat";
 constexpr int kHeaderLines = 16;
 constexpr double kKmPerMeter = 0.001;
 
-// Values taken one after the other, over as many lines as they need. The first of these lines is the one at
-// which they stand.
+// Values taken one after the other, over as many lines as they need. The first of these lines is the one to blame for
+// a bad value.
 class ListOverLines {
 public:
     explicit ListOverLines(BlockInput& input) noexcept : input_(input) {}
@@ -29,8 +29,8 @@ public:
         return nextOverLines([&] { return list_.nextWord(word); });
     }
 
-    void standAtFirstLine() const noexcept {
-        if (firstNumber_ > 0) input_.standAt(firstLine_, firstNumber_);
+    void blameFirstLine() const noexcept {
+        if (firstLine_.number > 0) input_.blame(firstLine_);
     }
 
 private:
@@ -40,12 +40,10 @@ private:
         for (;;) {
             const ReadOutcome outcome = take();
             begun_ = begun_ || outcome == ReadOutcome::Success;
+            if (outcome == ReadOutcome::Error) blameFirstLine();
             if (outcome != ReadOutcome::EndOfData) return outcome;
-            // The next read takes the line away.
-            if (begun_ && firstNumber_ == 0) {
-                firstLine_ = line_;
-                firstNumber_ = input_.lineNumber();
-            }
+            // The next read invalidates the line.
+            if (begun_ && firstLine_.number == 0) firstLine_ = input_.keep();
             const ReadOutcome lineOutcome = input_.readLine(line_);
             if (lineOutcome != ReadOutcome::Success) return lineOutcome;
             list_.goOn(line_);
@@ -56,8 +54,7 @@ private:
     FreeFormList list_{{}};
     std::string_view line_;
     bool begun_ = false;
-    std::string firstLine_;  // kept once a further line is needed
-    std::int64_t firstNumber_ = 0;
+    KeptLine firstLine_;  // once a second line is needed
 };
 
 // One data record: the time in seconds, three values not used, the state, five more and a label. What follows
@@ -83,7 +80,8 @@ double dayOfReading() noexcept {
 
 std::int32_t ReadLaunchFormat(BlockInput& input, Vorlanrecord& record) {
     record.coordSys = kEcr;
-    if (input.skipLines(kHeaderLines) != ReadOutcome::Success) return blockFailed(kName, kFileReadError);
+    if (input.skipLines(kHeaderLines) != ReadOutcome::Success)
+        return blockFailed(input, kName, kFileReadError);
     record.satNum = kUncataloguedSatNum;
     const double referenceDay = dayOfReading();
     record.epoch = referenceDay;
@@ -93,11 +91,11 @@ std::int32_t ReadLaunchFormat(BlockInput& input, Vorlanrecord& record) {
         Vorlanstate point;
         ListOverLines list(input);
         const ReadOutcome outcome = readRecord(list, seconds, point);
-        if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
+        if (outcome == ReadOutcome::Error) return blockFailed(input, kName, kFileReadError);
         if (outcome == ReadOutcome::EndOfData) return blockRead(record);
         point.time = referenceDay + seconds / kSecondsPerDay;
         scaleState(point, kKmPerMeter);
-        list.standAtFirstLine();
+        list.blameFirstLine();
         input.append(point, record);
     }
 }

@@ -46,7 +46,7 @@ void readPoint(std::string_view line, const BlockInput& input, Vorlanrecord& rec
 
 std::int32_t ReadLCH(BlockInput& input, Vorlanrecord& record) {
     record.coordSys = kEci;
-    if (!readHeader(input, record)) return blockFailed(kName, kFileReadError);
+    if (!readHeader(input, record)) return blockFailed(input, kName, kFileReadError);
     return useLinesToEnd(input, kName, record,
                          [&](std::string_view line) { readPoint(line, input, record); });
 }

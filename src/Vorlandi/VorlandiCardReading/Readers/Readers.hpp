@@ -1,6 +1,6 @@
-// The readers, one for each format and one file each. A reader fills the record from the lines behind the one
-// that was recognised and gives kBlockRead, or kBlockFailed after its message. It knows neither the store nor
-// another reader.
+// The readers, one for each format and one file each. A reader fills the record from the lines that follow the
+// recognised one and returns kBlockRead, or kBlockFailed after its message. It knows neither the store nor another
+// reader.
 #pragma once
 
 #include <algorithm>
@@ -28,18 +28,16 @@ std::int32_t ReadJ2K(BlockInput& input, Vorlanrecord& record);
 std::int32_t ReadVecEph(BlockInput& input, Vorlanrecord& record);
 std::int32_t ReadSimObs(BlockInput& input, Vorlanrecord& record);
 
-// Where a binary file stands: its name, and the number of the record read last.
-struct RecordPlace {
-    std::string_view fileName;
-    std::int64_t number = 0;
+// The input of the reader of binary files: a file from its first byte on, and what has become of reading it.
+struct BinaryInput {
+    ByteSource* source = nullptr;  // null for a file that can't be opened: a read error like any other
+    ReadPlace place{};             // the record read last
+    bool failed = false;           // a read has failed, which says nothing of what the file holds
 };
-
-// Reads a binary file as a whole, from its first byte, and moves `place` along. No source stands for a file
-// that could not be opened: a read error like any other.
-std::int32_t ReadDCEBinary(ByteSource* source, Vorlanrecord& record, RecordPlace& place);
+std::int32_t ReadDCEBinary(BinaryInput& input, Vorlanrecord& record);
 inline std::int32_t ReadDCEBinary(ByteSource* source, Vorlanrecord& record) {
-    RecordPlace place;
-    return ReadDCEBinary(source, record, place);
+    BinaryInput input{source};
+    return ReadDCEBinary(input, record);
 }
 
 }  // namespace vorlandi

@@ -1,5 +1,5 @@
 // Reads the keyword-based STK ephemeris format: epoch, central body, coordinate system and distance unit in a
-// header, then lines of a time offset and a state. Leaves accelerations.
+// header, then lines of a time offset and a state. Accelerations are not read.
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
 
@@ -17,10 +17,10 @@ bool contains(std::string_view text, std::string_view part) noexcept {
     return text.find(part) != std::string_view::npos;
 }
 
-// What the header says. `problem` is set by a line that can't be accepted.
+// What the header says. `problem` is set by a line that can't be used.
 struct Header {
-    double epoch = 0.0;  // Ds50UTC
-    bool epochSeen = false;
+    double epoch = 0.0;  // Ds50UTC, 0.0 for a date that can't be read
+    KeptLine epochLine;
     std::int32_t coordSys = kJ2k;
     bool meters = true;
     std::size_t numbersPerLine = 0;  // 0 until the line that ends the header
@@ -39,7 +39,6 @@ void readEpoch(std::string_view line, Header& header) {
     std::string date(oneDigitDay ? "0" : "");
     date += line.substr(first, kDateWidth - date.size());
     header.epoch = dtg2ds50utc(date);
-    header.epochSeen = true;
 }
 
 void readCoordinateSystem(std::string_view line, Header& header) {
@@ -72,8 +71,11 @@ void readDataType(std::string_view line, Header& header) {
     }
 }
 
-void readHeaderLine(std::string_view line, Header& header) {
-    if (!header.epochSeen && contains(line, "ScenarioEpoch")) return readEpoch(line, header);
+void readHeaderLine(std::string_view line, const BlockInput& input, Header& header) {
+    if (header.epochLine.number == 0 && contains(line, "ScenarioEpoch")) {
+        header.epochLine = input.keep();
+        return readEpoch(line, header);
+    }
     if (contains(line, "CentralBody")) {
         if (!contains(line, "Earth")) header.problem = "Invalid file. CentralBody is not Earth.";
     } else if (contains(line, "CoordinateSystem")) {
@@ -93,10 +95,8 @@ Header readHeader(BlockInput& input) {
         const ReadOutcome outcome = input.readLine(line);
         if (outcome == ReadOutcome::Error) header.problem = kFileReadError;
         if (outcome != ReadOutcome::Success) break;
-        readHeaderLine(leftAdjusted(line), header);
+        readHeaderLine(leftAdjusted(line), input, header);
     }
-    if (header.problem.empty() && header.epoch == 0.0)
-        header.problem = "Unable to read reference epoch time.";
     return header;
 }
 
@@ -122,7 +122,7 @@ bool readDataLine(std::string_view line, const Header& header, const BlockInput&
     std::array<double, 7> numbers{};
     FreeFormList list(line);
     const bool good = list.next(std::span(numbers).first(header.numbersPerLine)) == ReadOutcome::Success;
-    // The mark that ends the data holds no number: it can only stand in what has not been read as one.
+    // The mark that ends the data has no number in it: it can only be in what was not read as numbers.
     if (contains(good ? list.rest() : line, kEnd)) return true;
     if (good) {
         input.append(pointOf(numbers, header), record);
@@ -140,12 +140,16 @@ std::int32_t ReadDotE(BlockInput& input, Vorlanrecord& record) {
     record.satNum = satNumFromFileName(input.fileName());
     const Header header = readHeader(input);
     record.coordSys = header.coordSys;
-    if (!header.problem.empty()) return blockFailed(kName, header.problem);
+    if (!header.problem.empty()) return blockFailed(input, kName, header.problem);
+    if (header.epoch == 0.0) {
+        if (header.epochLine.number > 0) input.blame(header.epochLine);
+        return blockFailed(input, kName, "Unable to read reference epoch time.");
+    }
 
     std::string_view line;
     for (;;) {
         const ReadOutcome outcome = input.readLine(line);
-        if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
+        if (outcome == ReadOutcome::Error) return blockFailed(input, kName, kFileReadError);
         if (outcome == ReadOutcome::EndOfData) return blockRead(record);
         if (readDataLine(line, header, input, record)) return blockRead(record);
     }

@@ -72,16 +72,16 @@ std::string padded(std::string_view line, Columns where) {
 std::int32_t ReadKQUniversalVorlan(BlockInput& input, Vorlanrecord& record) {
     const std::string_view header = input.headerLine();
     const std::int32_t coordSys = coord(padded(header, kCoordinateSystem));
-    if (coordSys == kUnknownCoordinates) return blockFailed(kName, "Invalid coordinate system.");
+    if (coordSys == kUnknownCoordinates) return blockFailed(input, kName, "Invalid coordinate system.");
     record.coordSys = coordSys;
     record.satNum = strtoint(textIn(header, kSatNum));
-    if (record.satNum == kNoInteger) return blockFailed(kName, "Invalid satellite number.");
+    if (record.satNum == kNoInteger) return blockFailed(input, kName, "Invalid satellite number.");
     const auto readPoint = padded(header, kLayout) == kCommaSeparated ? readCommas : readFixedColumns;
 
     std::string_view line;
     for (;;) {
         const ReadOutcome outcome = input.readLine(line);
-        if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
+        if (outcome == ReadOutcome::Error) return blockFailed(input, kName, kFileReadError);
         if (outcome == ReadOutcome::EndOfData) return blockRead(record);
         if (!isComment(line) && !isBlank(line)) readPoint(line, input, record);
     }

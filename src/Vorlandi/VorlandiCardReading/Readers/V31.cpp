@@ -55,13 +55,13 @@ void readPoint(std::string_view line, const BlockInput& input, Vorlanrecord& rec
 
 std::int32_t ReadV31(BlockInput& input, Vorlanrecord& record) {
     if (readColumns(input.headerLine(), kSatNum, record.satNum) != ReadOutcome::Success) {
-        return blockFailed(kName, "Invalid satellite number.", input.headerLine());
+        return blockFailedWithLine(input, kName, "Invalid satellite number.");
     }
     bool inData = false;
     std::string_view line;
     for (;;) {
         const ReadOutcome outcome = input.readLine(line);
-        if (outcome == ReadOutcome::Error) return blockFailed(kName, kFileReadError);
+        if (outcome == ReadOutcome::Error) return blockFailed(input, kName, kFileReadError);
         if (outcome == ReadOutcome::EndOfData) return blockRead(record);
         if (inData) {
             inData = !isMark(line, 'E');
@@ -71,7 +71,7 @@ std::int32_t ReadV31(BlockInput& input, Vorlanrecord& record) {
         } else if (isMark(line, '=')) {
             inData = true;
         } else if (line.starts_with(kCoordinateLine) && !readCoordinates(line, record)) {
-            return blockFailed(kName, "Unrecognized Coordinates.", line);
+            return blockFailedWithLine(input, kName, "Unrecognized Coordinates.");
         }
     }
 }

@@ -21,11 +21,11 @@ bool readHeader(std::string_view line, Vorlanrecord& record) noexcept {
 }  // namespace
 
 std::int32_t readVectorGroups(const VectorFormat& format, BlockInput& input, Vorlanrecord& record) {
-    if (!readHeader(input.headerLine(), record)) return blockFailed(format.reader, kFileReadError);
+    if (!readHeader(input.headerLine(), record)) return blockFailed(input, format.reader, kFileReadError);
     LineGroup lines(format.linesPerPoint);
     for (bool first = true;; first = false) {
         const ReadOutcome outcome = lines.read(input);
-        if (outcome == ReadOutcome::Error) return blockFailed(format.reader, kFileReadError);
+        if (outcome == ReadOutcome::Error) return blockFailed(input, format.reader, kFileReadError);
         if (outcome == ReadOutcome::EndOfData) return blockRead(record);
         if (first) {
             if (readColumns(lines[0], format.satNum, record.satNum) != ReadOutcome::Success) {
@@ -35,7 +35,7 @@ std::int32_t readVectorGroups(const VectorFormat& format, BlockInput& input, Vor
             record.coordSys =
                 coordOfThree(columns(lines[0], format.coordinates.first, format.coordinates.last));
             if (record.coordSys == kUnknownCoordinates) {
-                return blockFailed(format.reader, "Invalid Coordinate system.", lines[0]);
+                return blockFailedWithLine(input, format.reader, "Invalid Coordinate system.");
             }
         }
         format.readPoint(lines, input, record);
