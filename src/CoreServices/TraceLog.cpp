@@ -1,7 +1,5 @@
 #include "CoreServices/TraceLog.hpp"
 
-#include <pthread.h>
-
 #include <array>
 #include <atomic>
 #include <cstdio>
@@ -9,6 +7,7 @@
 #include <mutex>
 #include <type_traits>
 
+#include "CoreServices/HeldAcrossFork.hpp"
 #include "CoreServices/TraceFile.hpp"
 
 namespace vorlandi {
@@ -39,18 +38,19 @@ constexpr TraceFile& traceFile = traceFileSlot.object;
 constinit thread_local InlineText<512> lastError;
 static_assert(std::is_trivially_destructible_v<decltype(lastError)>);
 
-void lockForFork() {
-    handlerSlot.mutex.lock();
-    traceFile.mutex().lock();
-}
+struct LogLocks {
+    void lock() const {
+        handlerSlot.mutex.lock();
+        traceFile.mutex().lock();
+    }
+    void unlock() const {
+        traceFile.mutex().unlock();
+        handlerSlot.mutex.unlock();
+    }
+};
 
-void unlockAfterFork() {
-    traceFile.mutex().unlock();
-    handlerSlot.mutex.unlock();
-}
-
-// A child of fork may log whatever the other threads of its parent were doing.
-[[maybe_unused]] const int kLogsOverFork = ::pthread_atfork(lockForFork, unlockAfterFork, unlockAfterFork);
+constexpr LogLocks kLogLocks;
+[[maybe_unused]] const HeldAcrossFork<kLogLocks> logHeldAcrossFork;
 
 void deliver(std::int32_t severity, std::string_view text) {
     if (text.data() == nullptr) text = "";  // handlers get no null pointer
