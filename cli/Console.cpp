@@ -29,8 +29,8 @@ std::size_t terminalColumns() {
     return size.ws_col;
 }
 
-// A message leaves in one piece, so that it never mixes with those of other programs on the terminal. When
-// standard error cannot be written to there is nobody left to tell.
+// A message leaves in one piece, so that it never mixes with the output of other programs on the terminal. If standard
+// error can't be written to, nobody is left to tell.
 void toStandardError(const std::string& text) {
     std::fwrite(text.data(), 1, text.size(), stderr);
     std::fflush(stderr);
@@ -43,8 +43,12 @@ Console::Console()
       coloured_(terminal_ && !isSet("NO_COLOR") && !isDumbTerminal()) {}
 
 void Console::error(std::string_view subject, std::string_view text) {
-    error_reported_ = true;
+    errorReported_ = true;
     print(subject, coloured_ ? "\x1b[1;31merror:\x1b[0m " : "error: ", text);
+}
+
+void Console::warning(std::string_view subject, std::string_view text) {
+    print(subject, coloured_ ? "\x1b[1;33mwarning:\x1b[0m " : "warning: ", text);
 }
 
 void Console::information(std::string_view subject, std::string_view text) {
@@ -63,14 +67,14 @@ void Console::print(std::string_view subject, std::string_view severity, std::st
 void Console::progress(const std::string& text) {
     if (!terminal_) return;
     // A line that wraps could not be cleared again.
-    const std::string line = printable(text).substr(0, terminalColumns() - 1);
-    toStandardError("\r\x1b[K" + line);
-    progress_shown_ = true;
+    const std::string line = printable(text);
+    toStandardError("\r\x1b[K" + std::string(cutToWidth(line, terminalColumns() - 1)));
+    progressShown_ = true;
 }
 
 void Console::clearProgress() {
-    if (progress_shown_) toStandardError("\r\x1b[K");
-    progress_shown_ = false;
+    if (progressShown_) toStandardError("\r\x1b[K");
+    progressShown_ = false;
 }
 
 }  // namespace vorlandi::cli

@@ -1,6 +1,7 @@
 // What the tool says beside its output: messages and progress on standard error.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -10,14 +11,17 @@ class Console {
 public:
     Console();
 
-    // Information is shown only when asked for; errors always.
+    // Information is shown only if asked for; errors and warnings always.
     void setVerbose(bool verbose) { verbose_ = verbose; }
+    bool isVerbose() const { return verbose_; }
 
-    // The subject is the file or satellite that the message is about; it may be empty.
+    // The subject is the file, place or satellite that the message is about; it may be empty. A warning does not
+    // change the exit status.
     void error(std::string_view subject, std::string_view text);
+    void warning(std::string_view subject, std::string_view text);
     void information(std::string_view subject, std::string_view text);
 
-    bool hasReportedError() const { return error_reported_; }
+    bool hasReportedError() const { return errorReported_; }
 
     // One line that the next one replaces; nothing unless standard error is a terminal.
     void progress(const std::string& text);
@@ -29,8 +33,26 @@ private:
     bool terminal_;
     bool coloured_;
     bool verbose_ = false;
-    bool error_reported_ = false;
-    bool progress_shown_ = false;
+    bool errorReported_ = false;
+    bool progressShown_ = false;
+};
+
+// Lets the first ten messages of a kind pass and counts the others, so that none floods the terminal; with --verbose
+// all pass.
+class Quota {
+public:
+    explicit Quota(const Console& console) : unlimited_(console.isVerbose()) {}
+
+    // Counts a message. True if it may be shown.
+    bool admits() { return ++count_ <= kMostShown || unlimited_; }
+
+    std::int64_t heldBack() const { return unlimited_ || count_ <= kMostShown ? 0 : count_ - kMostShown; }
+
+private:
+    static constexpr std::int64_t kMostShown = 10;
+
+    bool unlimited_;
+    std::int64_t count_ = 0;
 };
 
 }  // namespace vorlandi::cli

@@ -7,8 +7,8 @@ namespace vorlandi::cli {
 namespace {
 
 struct FormatLine {
-    const char* name;  // as the read observer tells it
-    const char* recognised_by;
+    const char* name;  // as the read observer hears it
+    const char* recognisedBy;
     const char* content;
 };
 
@@ -32,21 +32,21 @@ constexpr FormatLine kFormats[] = {
 };
 
 constexpr const char* kFooter =
-    R"(A file's format is found out by its first lines, only that of DCE binary by its name. docs/formats.md
-tells what a producer has to write. CCSDS_OEM is known, but not read.
+    R"(A file's format is recognised by its lines, DCE_BINARY by the file name. docs/formats.md says what a producer
+has to write. CCSDS_OEM is recognised but not read.
 
 Examples:
   vorlandi formats
   vorlandi info FILE      shows the format of a file)";
 
 ExitStatus listFormats() {
-    TextTable table({Align::kLeft, Align::kLeft, Align::kLeft}, {"format", "recognised by", "content"});
+    TextTable table({Align::Left, Align::Left, Align::Left}, {"format", "recognised by", "content"});
     for (const FormatLine& line : kFormats)
-        table.addRow({line.name, line.recognised_by, line.content});
+        table.addRow({line.name, line.recognisedBy, line.content});
     Output output{std::string(kStandardOutput)};
     table.print(output);
     output.close();
-    return ExitStatus::kSuccess;
+    return ExitStatus::Success;
 }
 
 }  // namespace

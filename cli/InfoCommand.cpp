@@ -1,9 +1,13 @@
 #include "InfoCommand.hpp"
 
+#include <algorithm>
+#include <cmath>
 #include <memory>
+#include <optional>
 
 #include "Loading.hpp"
 #include "Output.hpp"
+#include "Spacing.hpp"
 #include "Store.hpp"
 #include "TextTable.hpp"
 #include "Texts.hpp"
@@ -12,9 +16,16 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kFooter =
-    R"(The mean spacing is in seconds. The tag is the text that a card file gives the satellite it names next. A
-second satellite of the same number, frame and first time is refused as a duplicate. Names in a card file are relative
-to the current directory; files that can't be opened are passed over.
+    R"(least, median and largest are the seconds between neighbouring points, to the microsecond. A gap is a step that is
+longer than three times the median of the 31 steps around it: states within it can be far off. velocities and
+covariances say whether all points have them, some or none; between points without velocities (all zero) states are
+far off, too. The tag is the text that a card file gives the satellite it names next.
+
+A second satellite with the same number, frame and first time is refused as a duplicate. Names in a card file are
+relative to the current directory; a file that can't be read is an error, and the others are loaded.
+
+csv and json also have the mean spacing. In csv a text that begins with = + - @, a tab or a carriage return gets an
+apostrophe in front, so that no spreadsheet takes it for a formula.
 
 Examples:
   vorlandi info 81001_stk.e
@@ -24,90 +35,161 @@ Examples:
 struct InfoOptions {
     std::vector<std::string> files;
     std::string output{kStandardOutput};
-    Format format = Format::kTable;
+    Format format = Format::Table;
+};
+
+// Seconds; none of them if there are fewer than two points.
+struct Spacing {
+    std::optional<double> mean_s;
+    std::optional<double> least_s;
+    std::optional<double> median_s;
+    std::optional<double> largest_s;
+    std::size_t gaps = 0;
 };
 
 struct Row {
     Satellite satellite;
     std::string format;
+    Spacing spacing;
+    Contents contents;
 };
 
-std::string timeText(const Satellite& satellite, double ds50_utc) {
-    return satellite.point_count > 0 ? isoTime(ds50_utc) : "";
+Spacing spacingOf(const Satellite& satellite) {
+    const std::vector<double> steps = stepsBetween(storedTimes(satellite));
+    if (steps.empty()) return {};
+    const auto [least, largest] = std::minmax_element(steps.begin(), steps.end());
+    return {satellite.meanSpacing_s(), *least / kMicrosecondsPerSecond,
+            medianOf(steps) / kMicrosecondsPerSecond, *largest / kMicrosecondsPerSecond,
+            gapsIn(steps).size()};
+}
+
+const char* nameOf(Share share) {
+    constexpr const char* kNames[] = {"none", "some", "all"};
+    return kNames[static_cast<std::size_t>(share)];
+}
+
+std::string timeText(const Satellite& satellite, double ds50UTC) {
+    return satellite.pointCount > 0 ? isoTime(ds50UTC) : "";
 }
 
 void printTable(const std::vector<Row>& rows, Output& output) {
     if (rows.empty()) return;
     using enum Align;
-    TextTable table({kRight, kRight, kLeft, kRight, kLeft, kLeft, kRight, kLeft, kLeft, kLeft, kLeft},
-                    {"satellite", "key", "frame", "points", "first (UTC)", "last (UTC)", "spacing (s)",
-                     "covariance", "format", "file", "tag"});
-    for (const auto& [satellite, format] : rows) {
-        const auto spacing = satellite.meanSpacing_s();
+    TextTable table(
+        {Right, Right, Left, Right, Left, Left, Right, Right, Right, Right, Left, Left, Left, Left, Left},
+        {"satellite", "key", "frame", "points", "first (UTC)", "last (UTC)", "least spacing (s)",
+         "median (s)", "largest (s)", "gaps", "velocities", "covariances", "format", "file", "tag"});
+    const auto seconds = [](std::optional<double> value) {
+        return value ? fmt::format("{:.3f}", *value) : "-";
+    };
+    for (const auto& [satellite, format, spacing, contents] : rows)
         table.addRow({std::to_string(satellite.number), std::to_string(satellite.key), satellite.frame(),
-                      std::to_string(satellite.point_count), timeText(satellite, satellite.span.start),
-                      timeText(satellite, satellite.span.end),
-                      spacing ? fmt::format("{:.3f}", *spacing) : "-",
-                      carriesCovariance(satellite) ? "yes" : "no", format, satellite.file, satellite.tag});
-    }
+                      std::to_string(satellite.pointCount), timeText(satellite, satellite.span.start),
+                      timeText(satellite, satellite.span.end), seconds(spacing.least_s),
+                      seconds(spacing.median_s), seconds(spacing.largest_s), std::to_string(spacing.gaps),
+                      nameOf(contents.velocities), nameOf(contents.covariances), format, satellite.file,
+                      satellite.tag});
     table.print(output);
 }
 
-void printCsv(const std::vector<Row>& rows, Output& output) {
-    output.write("satellite,key,frame,points,first_utc,last_utc,mean_spacing_s,covariance,format,file,tag\n");
-    for (const auto& [satellite, format] : rows) {
-        const auto spacing = satellite.meanSpacing_s();
-        output.print("{},{},{},{},{},{},{},{},{},{},{}\n", satellite.number, satellite.key, satellite.frame(),
-                     satellite.point_count, timeText(satellite, satellite.span.start),
-                     timeText(satellite, satellite.span.end), spacing ? fmt::format("{}", *spacing) : "",
-                     carriesCovariance(satellite) ? "yes" : "no", format, csvField(satellite.file),
-                     csvField(satellite.tag));
-    }
+// A value under the name that it has in csv and json.
+struct Field {
+    const char* name;
+    std::string csv;
+    std::string json;
+};
+
+Field number(const char* name, std::int64_t value) {
+    return {name, std::to_string(value), std::to_string(value)};
 }
 
-// A satellite without points has no times; one outside of 1900 to 2199 has no text.
-std::string jsonTime(const Satellite& satellite, double ds50_utc) {
-    const std::string text = timeText(satellite, ds50_utc);
-    return text.empty() ? "null" : jsonText(text);
+// JSON has neither infinities nor NaN.
+Field seconds(const char* name, std::optional<double> value) {
+    if (!value || !std::isfinite(*value)) return {name, "", "null"};
+    return {name, fmt::format("{}", *value), fmt::format("{}", *value)};
+}
+
+Field text(const char* name, const std::string& value) { return {name, csvField(value), jsonText(value)}; }
+
+// A satellite without points has no times; a time outside of the years 1900 to 2199 has no text.
+Field time(const char* name, const Satellite& satellite, double ds50UTC) {
+    const std::string iso = timeText(satellite, ds50UTC);
+    return {name, iso, iso.empty() ? "null" : jsonText(iso)};
+}
+
+Field flag(const char* name, bool value) { return {name, value ? "yes" : "no", value ? "true" : "false"}; }
+
+// New fields come last, so that those before them keep their columns.
+std::vector<Field> fieldsOf(const Row& row) {
+    const auto& [satellite, format, spacing, contents] = row;
+    return {number("satellite", satellite.number),
+            text("key", std::to_string(satellite.key)),
+            text("frame", satellite.frame()),
+            number("points", satellite.pointCount),
+            time("first_utc", satellite, satellite.span.start),
+            time("last_utc", satellite, satellite.span.end),
+            seconds("mean_spacing_s", spacing.mean_s),
+            flag("covariance", contents.covariances != Share::None),
+            text("format", format),
+            text("file", satellite.file),
+            text("tag", satellite.tag),
+            seconds("spacing_least_s", spacing.least_s),
+            seconds("spacing_median_s", spacing.median_s),
+            seconds("spacing_largest_s", spacing.largest_s),
+            number("gaps", static_cast<std::int64_t>(spacing.gaps)),
+            text("velocities", nameOf(contents.velocities)),
+            text("covariances", nameOf(contents.covariances))};
+}
+
+// A line of csv with one part of each field.
+template <typename Part>
+void printLine(const std::vector<Field>& fields, Part Field::*part, Output& output) {
+    const char* separator = "";
+    for (const Field& field : fields)
+        output.print("{}{}", std::exchange(separator, ","), field.*part);
+    output.write("\n");
+}
+
+void printCsv(const std::vector<Row>& rows, Output& output) {
+    printLine(fieldsOf({}), &Field::name, output);
+    for (const Row& row : rows)
+        printLine(fieldsOf(row), &Field::csv, output);
 }
 
 void printJson(const std::vector<Row>& rows, Output& output) {
-    const char* separator = "\n";
     output.write("{\"satellites\":[");
-    for (const auto& [satellite, format] : rows) {
-        const auto spacing = satellite.meanSpacing_s();
-        output.print(
-            "{}{{\"satellite\":{},\"key\":\"{}\",\"frame\":{},\"points\":{},\"first_utc\":{},"
-            "\"last_utc\":{},\"mean_spacing_s\":{},\"covariance\":{},\"format\":{},\"file\":{},\"tag\":{}}}",
-            separator, satellite.number, satellite.key, jsonText(satellite.frame()), satellite.point_count,
-            jsonTime(satellite, satellite.span.start), jsonTime(satellite, satellite.span.end),
-            spacing ? fmt::format("{}", *spacing) : "null", carriesCovariance(satellite), jsonText(format),
-            jsonText(satellite.file), jsonText(satellite.tag));
-        separator = ",\n";
+    const char* rowSeparator = "\n";
+    for (const Row& row : rows) {
+        const char* separator = "{";
+        output.write(std::exchange(rowSeparator, ",\n"));
+        for (const Field& field : fieldsOf(row))
+            output.print("{}\"{}\":{}", std::exchange(separator, ","), field.name, field.json);
+        output.write("}");
     }
     output.write("\n]}\n");
 }
 
 ExitStatus runInfo(const InfoOptions& options, Console& console) {
     Formats formats;
-    const bool all_loaded = loadFiles(options.files, options.output, console, &formats);
+    const bool allLoaded = loadFiles(options.files, options.output, console, &formats);
     std::vector<Row> rows;
     for (const Satellite& satellite : loadedSatellites())
-        rows.push_back({satellite, formats[std::to_string(satellite.key)]});
+        rows.push_back({satellite, formats[satellite.key], spacingOf(satellite), contentsOf(satellite)});
+    if (rows.empty() && refusesEmptyFile(options.output, console)) return ExitStatus::Failure;
     Output output(options.output);
     switch (options.format) {
-        case Format::kTable:
+        case Format::Table:
             printTable(rows, output);
             break;
-        case Format::kCsv:
+        case Format::Csv:
             printCsv(rows, output);
             break;
-        case Format::kJson:
+        case Format::Json:
             printJson(rows, output);
             break;
     }
     output.close();
-    return statusOf(all_loaded);
+    return statusOf(allLoaded);
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kFooter =
-    R"(Exit status: 0 all well; 1 something could not be loaded, answered or written; 2 wrong usage.
+    R"(Exit status: 0 all is well; 1 something could not be loaded, answered or written; 2 wrong usage.
 
 Examples:
   vorlandi info 81001_stk.e
@@ -25,8 +25,8 @@ Examples:
   vorlandi save my.card *.e
   vorlandi states --help)";
 
-// A file opened while standard error is closed would get its number, and the messages would go into that
-// file. Standard output gets a stand-in that can't be written to, so that its absence is noticed.
+// A file opened while standard error is closed would get its number, and the messages would go into that file. A closed
+// standard output is replaced by a file that can't be written to, so that the first write notices it.
 void occupyStandardStreams() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (fcntl(descriptor, F_GETFD) == -1)
@@ -55,18 +55,18 @@ std::string usageMessage(const CLI::ParseError& error, const CLI::App& applicati
     return fmt::format("{} (see vorlandi --help)", error.what());
 }
 
-// Help and version come as exceptions of status 0, everything else is wrong usage.
+// Help and version come as exceptions of status 0; everything else is wrong usage.
 ExitStatus report(const CLI::ParseError& error, const CLI::App& application, Console& console) {
     if (error.get_exit_code() != 0) {
         console.error("", usageMessage(error, application));
-        return ExitStatus::kUsage;
+        return ExitStatus::Usage;
     }
     std::ostringstream text;
     application.exit(error, text, text);
     Output output{std::string(kStandardOutput)};
     output.write(text.str());
     output.close();
-    return ExitStatus::kSuccess;
+    return ExitStatus::Success;
 }
 
 ExitStatus parseAndRun(int argc, const char* const* argv, Session& session) {
@@ -88,9 +88,12 @@ ExitStatus run(int argc, const char* const* argv) {
         return parseAndRun(argc, argv, session);
     } catch (const OutputClosed&) {
         return statusOf(!session.console.hasReportedError());
+    } catch (const OutputError& error) {
+        session.console.error(error.name(), error.what());
+        return ExitStatus::Failure;
     } catch (const std::exception& error) {
         session.console.error("", error.what());
-        return ExitStatus::kFailure;
+        return ExitStatus::Failure;
     }
 }
 
@@ -98,8 +101,9 @@ ExitStatus run(int argc, const char* const* argv) {
 }  // namespace vorlandi::cli
 
 int main(int argc, char* argv[]) {
-    // A reader that has seen enough is noticed by the write that fails.
+    // A reader that has seen enough, and a file that has reached its largest size, are noticed by the write that fails.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
     vorlandi::cli::occupyStandardStreams();
     return static_cast<int>(vorlandi::cli::run(argc, argv));
 }

@@ -2,16 +2,24 @@
 
 #include <map>
 
+#include "Output.hpp"
+
 namespace vorlandi::cli {
 namespace {
 
 const std::map<std::string, Format>& formatsByName() {
     static const std::map<std::string, Format> formats = {
-        {"table", Format::kTable}, {"csv", Format::kCsv}, {"json", Format::kJson}};
+        {"table", Format::Table}, {"csv", Format::Csv}, {"json", Format::Json}};
     return formats;
 }
 
 }  // namespace
+
+bool refusesEmptyFile(const std::string& output, Console& console) {
+    if (output == kStandardOutput) return false;
+    console.error(output, "not written: there is nothing to write");
+    return true;
+}
 
 void addInputFiles(CLI::App& command, std::vector<std::string>& files) {
     command.add_option("FILE", files, "Ephemeris files, or card files that name ephemeris files")
@@ -20,7 +28,9 @@ void addInputFiles(CLI::App& command, std::vector<std::string>& files) {
 }
 
 void addOutput(CLI::App& command, std::string& output) {
-    command.add_option("-o,--output", output, "Write to FILE; - is standard output")
+    command
+        .add_option("-o,--output", output,
+                    "Write to FILE, which is replaced only when the output is complete; - is standard output")
         ->type_name("FILE")
         ->capture_default_str();
 }
@@ -38,7 +48,7 @@ void addFormat(CLI::App& command, Format& format) {
 void addVerbose(CLI::App& command, Console& console) {
     command.add_flag_callback(
         "-v,--verbose", [&console] { console.setVerbose(true); },
-        "Show what the library reports while loading");
+        "Show what the library reports while loading, and every error instead of the first ten of a kind");
 }
 
 }  // namespace vorlandi::cli

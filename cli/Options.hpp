@@ -9,20 +9,23 @@
 
 namespace vorlandi::cli {
 
-enum class ExitStatus { kSuccess = 0, kFailure = 1, kUsage = 2 };
+enum class ExitStatus { Success = 0, Failure = 1, Usage = 2 };
 
-// Anything that went wrong makes the whole run a failure.
-inline ExitStatus statusOf(bool all_well) { return all_well ? ExitStatus::kSuccess : ExitStatus::kFailure; }
+// If anything went wrong, the whole run is a failure.
+inline ExitStatus statusOf(bool allWell) { return allWell ? ExitStatus::Success : ExitStatus::Failure; }
 
 struct Session {
     Console console;
-    ExitStatus status = ExitStatus::kSuccess;
+    ExitStatus status = ExitStatus::Success;
 };
 
-// Thrown by a command for what only it can find wrong with its arguments: option and reason.
+// Thrown for a fault in the arguments that only the command itself can find: option and reason.
 using UsageError = CLI::ValidationError;
 
-enum class Format { kTable, kCsv, kJson };
+enum class Format { Table, Csv, Json };
+
+// A file is not replaced by an output that holds nothing: reports it and returns true if the output is a file.
+bool refusesEmptyFile(const std::string& output, Console& console);
 
 void addInputFiles(CLI::App& command, std::vector<std::string>& files);
 void addOutput(CLI::App& command, std::string& output);

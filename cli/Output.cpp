@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 #include <utility>
 
 namespace vorlandi::cli {
@@ -13,19 +12,24 @@ namespace {
 constexpr int kClosed = -1;
 constexpr mode_t kReadAndWriteForAll = 0666;
 
-int openOutput(const std::string& name) {
-    if (name == kStandardOutput) return STDOUT_FILENO;
+bool isFile(const std::string& name) { return name != kStandardOutput; }
+
+int openStraight(const std::string& name) {
+    if (!isFile(name)) return STDOUT_FILENO;
     return open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kReadAndWriteForAll);
 }
 
 }  // namespace
 
-Output::Output(const std::string& name) : name_(name), descriptor_(openOutput(name)) {
+Output::Output(const std::string& name)
+    : name_(name),
+      pending_(isFile(name) ? PendingFile::beside(name) : nullptr),
+      descriptor_(pending_ ? pending_->descriptor() : openStraight(name)) {
     if (descriptor_ == kClosed) fail(errno);
 }
 
 Output::~Output() {
-    if (descriptor_ > STDERR_FILENO) ::close(descriptor_);
+    if (!pending_ && descriptor_ > STDERR_FILENO) ::close(descriptor_);
 }
 
 void Output::write(std::string_view text) {
@@ -35,9 +39,12 @@ void Output::write(std::string_view text) {
 
 void Output::close() {
     flush();
-    // Some file systems report a full disk here and not before. Standard output is closed too: nothing
-    // follows.
     const int descriptor = std::exchange(descriptor_, kClosed);
+    if (pending_) {
+        if (const int error = pending_->commit(); error != 0) fail(error);
+        return;
+    }
+    // Some file systems report a full disk here and not before. Standard output is closed too: nothing follows.
     if (::close(descriptor) != 0) fail(errno);
 }
 
@@ -58,8 +65,7 @@ void Output::writeThrough(const char* data, std::size_t size) {
 
 void Output::fail(int error) const {
     if (error == EPIPE) throw OutputClosed();
-    const std::string_view name = name_ == kStandardOutput ? "standard output" : std::string_view(name_);
-    throw OutputError(fmt::format("{}: {}", name, std::strerror(error)));
+    throw OutputError(isFile(name_) ? std::string_view(name_) : "standard output", error);
 }
 
 }  // namespace vorlandi::cli

@@ -4,27 +4,22 @@
 #include <fmt/format.h>
 
 #include <iterator>
-#include <stdexcept>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "OutputError.hpp"
+#include "PendingFile.hpp"
+
 namespace vorlandi::cli {
-
-// The reader of the output has gone, as `head` does when it has seen enough: no error, but nothing more to
-// do.
-class OutputClosed {};
-
-class OutputError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 inline constexpr std::string_view kStandardOutput = "-";
 
+// A file that exists keeps its content until close().
 class Output {
 public:
-    // Opens a file, replacing it, or takes standard output for "-".
+    // Opens a file, or takes standard output for "-". Throws an OutputError, as all members do.
     explicit Output(const std::string& name);
     ~Output();
 
@@ -39,7 +34,8 @@ public:
 
     void write(std::string_view text);
 
-    // Writes what is still buffered. Only after it has returned is the output known to be complete.
+    // Writes what is still buffered and replaces the file. Only after it has returned is the output known to be
+    // complete.
     void close();
 
 private:
@@ -50,6 +46,7 @@ private:
     [[noreturn]] void fail(int error) const;
 
     std::string name_;
+    std::unique_ptr<PendingFile> pending_;  // null if the output is written straight
     int descriptor_;
     fmt::memory_buffer buffer_;
 };

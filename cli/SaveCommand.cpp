@@ -1,11 +1,9 @@
 #include "SaveCommand.hpp"
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <sstream>
@@ -19,8 +17,8 @@ namespace {
 
 constexpr const char* kFooter =
     R"(A card file names the input file of every satellite; loading it loads them again. The names stay as they were
-given, so load it from the same directory, or give absolute names. An existing file is replaced. The satellites stand
-in the order of the store, not of loading.
+given, so load it from the same directory, or give absolute names. An existing file is replaced once the new one is
+complete. The satellites are in the order of the store, not of loading.
 
 Examples:
   vorlandi save my.card 81001_stk.e 81001_universal.txt
@@ -32,22 +30,21 @@ struct SaveOptions {
     std::vector<std::string> files;
 };
 
-class TemporaryFile {
+// A file in memory that the library can open by a name.
+class MemoryFile {
 public:
-    TemporaryFile() : name_((std::filesystem::temp_directory_path() / "vorlandi-XXXXXX").string()) {
-        const int descriptor = mkstemp(name_.data());
-        if (descriptor < 0) throw OutputError(fmt::format("{}: {}", name_, std::strerror(errno)));
-        close(descriptor);
+    MemoryFile() : descriptor_(memfd_create("cards", MFD_CLOEXEC)) {
+        if (descriptor_ < 0) throw OutputError("memory for the cards", errno);
     }
-    ~TemporaryFile() { unlink(name_.c_str()); }
+    ~MemoryFile() { close(descriptor_); }
 
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    MemoryFile(const MemoryFile&) = delete;
+    MemoryFile& operator=(const MemoryFile&) = delete;
 
-    const std::string& name() const { return name_; }
+    std::string name() const { return fmt::format("/proc/self/fd/{}", descriptor_); }
 
 private:
-    std::string name_;
+    int descriptor_;
 };
 
 std::string contentsOf(const std::string& name) {
@@ -64,29 +61,28 @@ std::ptrdiff_t countFileCards(const std::string& cards) {
     return count;
 }
 
-// The library does not notice a write that fails, so it writes to a file of ours, which is checked and then
-// copied with every failure noticed.
+// The library does not notice a write that fails. So it writes into memory, where little can fail, and the cards are
+// counted.
 std::string cardsOfStore() {
-    const TemporaryFile file;
-    if (const int status = saveCards(file.name()); status != 0)
-        throw OutputError(fmt::format("{}: {}", file.name(), std::strerror(status)));
+    const MemoryFile file;
+    if (const int status = saveCards(file.name()); status != 0) throw OutputError(file.name(), status);
     std::string cards = contentsOf(file.name());
     if (!cards.ends_with('\n') || countFileCards(cards) != satelliteCount())
-        throw OutputError(file.name() + ": the cards could not be written whole");
+        throw OutputError("memory for the cards", "the cards could not be written completely");
     return cards;
 }
 
 ExitStatus runSave(const SaveOptions& options, Console& console) {
-    const bool all_loaded = loadFiles(options.files, options.output, console);
+    const bool allLoaded = loadFiles(options.files, options.output, console);
     if (satelliteCount() == 0) {
-        console.error(options.output, "not written, there is nothing to save");
-        return ExitStatus::kFailure;
+        console.error(options.output, "not written: there is nothing to write");
+        return ExitStatus::Failure;
     }
     const std::string cards = cardsOfStore();
     Output output(options.output);
     output.write(cards);
     output.close();
-    return statusOf(all_loaded);
+    return statusOf(allLoaded);
 }
 
 }  // namespace

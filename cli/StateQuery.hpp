@@ -10,17 +10,17 @@
 
 namespace vorlandi::cli {
 
-// Times are days since 1950, UTC. Either single times, or a range: with a step its times from the beginning
-// on, without one the points that are stored within it. A missing limit is that of the satellite.
+// Times are days since 1950, UTC. Either single times, or a range: with a step, its times from its beginning on;
+// without, the points that are stored within it. A missing limit is the satellite's own.
 struct StateRequest {
     std::vector<double> at;
     std::optional<double> from;
     std::optional<double> to;
     std::optional<double> step_s;
-    Covariance covariance = Covariance::kLeftOut;
+    Covariance covariance = Covariance::LeftOut;
 };
 
-// Writes what can be answered and reports the rest. True if all was answered.
+// Writes the states that can be answered and reports the others. True if all were answered.
 bool answer(const StateRequest& request, const Satellite& satellite, StateWriter& writer, Console& console);
 
 }  // namespace vorlandi::cli

@@ -22,13 +22,13 @@ public:
         frame_ = satellite.frame();
     }
 
-    void state(const State& state) override {
+    void write(const State& state) override {
         const auto& [x, y, z] = state.position_km;
         const auto& [vx, vy, vz] = state.velocity_km_s;
         output_.print(
             "{:>9}  {:<5}  {:<26}  {:>16.6f} {:>16.6f} {:>16.6f}  {:>14.9f} {:>14.9f} {:>14.9f}  {:>10}\n",
-            number_, frame_, isoTime(state.ds50_utc), x, y, z, vx, vy, vz, state.revolution);
-        if (covariance_ == Covariance::kWanted) covariance(state.covariance);
+            number_, frame_, isoTime(state.ds50UTC), x, y, z, vx, vy, vz, state.revolution);
+        if (covariance_ == Covariance::Wanted) covariance(state.covariance);
     }
 
 private:
@@ -53,7 +53,7 @@ public:
     CsvWriter(Covariance covariance, Output& output) : covariance_(covariance), output_(output) {
         output_.write(
             "satellite,key,frame,time_utc,ds50_utc,x_km,y_km,z_km,vx_km_s,vy_km_s,vz_km_s,revolution");
-        if (covariance_ == Covariance::kWanted) covarianceTitles();
+        if (covariance_ == Covariance::Wanted) covarianceTitles();
         output_.write("\n");
     }
 
@@ -61,11 +61,11 @@ public:
         head_ = fmt::format("{},{},{}", satellite.number, satellite.key, csvField(satellite.frame()));
     }
 
-    void state(const State& state) override {
-        output_.print("{},{},{},{},{},{}", head_, isoTime(state.ds50_utc), state.ds50_utc,
+    void write(const State& state) override {
+        output_.print("{},{},{},{},{},{}", head_, isoTime(state.ds50UTC), state.ds50UTC,
                       fmt::join(state.position_km, ","), fmt::join(state.velocity_km_s, ","),
                       state.revolution);
-        if (covariance_ == Covariance::kWanted) covariance(state.covariance);
+        if (covariance_ == Covariance::Wanted) covariance(state.covariance);
         output_.write("\n");
     }
 
@@ -97,34 +97,34 @@ public:
         output_.write("{\"satellites\":[");
     }
 
-    // The key is a text because many readers of JSON hold whole numbers to 53 bits only.
+    // The key is a text because many readers of JSON keep only 53 bits of a whole number.
     void beginSatellite(const Satellite& satellite) override {
         output_.print("{}\n{{\"satellite\":{},\"key\":\"{}\",\"frame\":{},\"file\":{},\"states\":[",
-                      first_satellite_ ? "" : ",", satellite.number, satellite.key,
+                      firstSatellite_ ? "" : ",", satellite.number, satellite.key,
                       jsonText(satellite.frame()), jsonText(satellite.file));
-        first_satellite_ = false;
-        first_state_ = true;
+        firstSatellite_ = false;
+        firstState_ = true;
     }
 
-    void state(const State& state) override {
-        output_.print("{}\n{{\"time_utc\":\"{}\",\"ds50_utc\":", first_state_ ? "" : ",",
-                      isoTime(state.ds50_utc));
-        number(state.ds50_utc);
+    void write(const State& state) override {
+        output_.print("{}\n{{\"time_utc\":\"{}\",\"ds50_utc\":", firstState_ ? "" : ",",
+                      isoTime(state.ds50UTC));
+        number(state.ds50UTC);
         output_.write(",\"position_km\":");
         array(state.position_km);
         output_.write(",\"velocity_km_s\":");
         array(state.velocity_km_s);
         output_.print(",\"revolution\":{}", state.revolution);
-        if (covariance_ == Covariance::kWanted) covariance(state.covariance);
+        if (covariance_ == Covariance::Wanted) covariance(state.covariance);
         output_.write("}");
-        first_state_ = false;
+        firstState_ = false;
     }
 
     void endSatellite() override { output_.write("]}"); }
     void finish() override { output_.write("\n]}\n"); }
 
 private:
-    // JSON knows no infinities and no NaN.
+    // JSON has neither infinities nor NaN.
     void number(double value) {
         if (!std::isfinite(value)) return output_.write("null");
         output_.print("{}", value);
@@ -151,19 +151,19 @@ private:
 
     Covariance covariance_;
     Output& output_;
-    bool first_satellite_ = true;
-    bool first_state_ = true;
+    bool firstSatellite_ = true;
+    bool firstState_ = true;
 };
 
 }  // namespace
 
 std::unique_ptr<StateWriter> makeStateWriter(Format format, Covariance covariance, Output& output) {
     switch (format) {
-        case Format::kCsv:
+        case Format::Csv:
             return std::make_unique<CsvWriter>(covariance, output);
-        case Format::kJson:
+        case Format::Json:
             return std::make_unique<JsonWriter>(covariance, output);
-        case Format::kTable:
+        case Format::Table:
             break;
     }
     return std::make_unique<TableWriter>(covariance, output);

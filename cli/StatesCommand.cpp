@@ -15,18 +15,19 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kFooter =
-    R"(Positions are km, velocities km/s, in the frame of the ephemeris. Without any times all stored points are printed;
-with --from or --to alone, the stored points in that range; with --step, states at from, from + step, ... up to the
-end, which is included. A step counts seconds of the UTC clock. A time that misses the first or last point by less
-than a microsecond means that point.
+    R"(Positions are km, velocities km/s, in the frame of the ephemeris. Without times all stored points are printed; with
+--from or --to alone, the stored points in that range; with --step, states at from, from + step, ... up to and
+including the end. A step counts seconds of the UTC clock. A time that misses the first or last point by less than a
+microsecond means that point. States in gaps between the points (see vorlandi info --help) can be far off: a warning
+says how many there are.
 
 TIME is UTC in any of these forms; seconds are needed, their fraction is not:
   2024-03-01T12:00:30.5   2024-061T12:00:30.5   2024/03/01 12:00:30.5   "01 Mar 2024 12:00:30.5"
   24061120030.5   2024061120030.5   24061.50035301   2024061.50035301   2024Mar01120030.5
 
-Covariances (--cov) are those of x, y, z, vx, vy, vz in km and km/s. The table shows the lower triangle below each
-state; csv has its 21 values row by row, cov_x_x, cov_y_x, cov_y_y, ..., empty where there is none; json has the
-whole 6x6 matrix, or null. Numbers in csv and json are exact: reading them gives the same doubles again.
+Covariances (--cov) are of x, y, z, vx, vy, vz in km and km/s. The table shows the lower triangle below each state; csv
+has its 21 values row by row, cov_x_x, cov_y_x, cov_y_y, ..., empty if there is none; json has the whole 6x6 matrix, or
+null. Numbers in csv and json are exact: read back, they are the same doubles.
 
 Examples:
   vorlandi states 81001_stk.e --at 2026-01-31T01:30:00
@@ -42,12 +43,12 @@ struct StatesOptions {
     std::vector<std::int32_t> satellites;
     bool covariance = false;
     std::string output{kStandardOutput};
-    Format format = Format::kTable;
+    Format format = Format::Table;
 };
 
 double timeOf(const std::string& option, const std::string& text) {
     if (const auto time = timeFromText(text)) return *time;
-    throw UsageError(option, fmt::format("\"{}\" is no time", text));
+    throw UsageError(option, fmt::format("\"{}\" is not a time", text));
 }
 
 std::optional<double> optionalTime(const std::string& option, const std::string& text, bool given) {
@@ -70,7 +71,7 @@ StateRequest requestOf(const StatesOptions& options, const CLI::App& command) {
             throw UsageError("--step", "must be a finite number of seconds, a microsecond or more");
         request.step_s = options.step_s;
     }
-    if (options.covariance) request.covariance = Covariance::kWanted;
+    if (options.covariance) request.covariance = Covariance::Wanted;
     return request;
 }
 
@@ -78,33 +79,38 @@ bool isWanted(const Satellite& satellite, const std::vector<std::int32_t>& numbe
     return numbers.empty() || std::find(numbers.begin(), numbers.end(), satellite.number) != numbers.end();
 }
 
-// Reports the numbers that were asked for and are in no file. True if there are none.
+// Reports the numbers that were asked for and are not in any of the files. True if there are none.
 bool reportUnknown(const std::vector<std::int32_t>& numbers, const std::vector<Satellite>& satellites,
                    Console& console) {
-    bool all_known = true;
+    Quota unknown(console);
+    bool allKnown = true;
     for (const std::int32_t number : numbers) {
-        const auto has_number = [number](const Satellite& satellite) { return satellite.number == number; };
-        if (std::any_of(satellites.begin(), satellites.end(), has_number)) continue;
-        console.error(fmt::format("satellite {}", number), "is in none of the files");
-        all_known = false;
+        const auto hasNumber = [number](const Satellite& satellite) { return satellite.number == number; };
+        if (std::any_of(satellites.begin(), satellites.end(), hasNumber)) continue;
+        allKnown = false;
+        if (unknown.admits())
+            console.error("", fmt::format("satellite {} is not in any of the files", number));
     }
-    return all_known;
+    if (unknown.heldBack() > 0)
+        console.error("", fmt::format("{} more satellites are not in any of the files", unknown.heldBack()));
+    return allKnown;
 }
 
 ExitStatus runStates(const StatesOptions& options, const StateRequest& request, Console& console) {
-    bool all_well = loadFiles(options.files, options.output, console);
+    bool allWell = loadFiles(options.files, options.output, console);
     const std::vector<Satellite> satellites = loadedSatellites();
-    all_well = reportUnknown(options.satellites, satellites, console) && all_well;
+    allWell = reportUnknown(options.satellites, satellites, console) && allWell;
 
     Output output(options.output);
     const auto writer = makeStateWriter(options.format, request.covariance, output);
     for (const Satellite& satellite : satellites) {
         if (isWanted(satellite, options.satellites))
-            all_well = answer(request, satellite, *writer, console) && all_well;
+            allWell = answer(request, satellite, *writer, console) && allWell;
     }
     writer->finish();
+    if (writer->count() == 0 && refusesEmptyFile(options.output, console)) return ExitStatus::Failure;
     output.close();
-    return statusOf(all_well);
+    return statusOf(allWell);
 }
 
 void addTimes(CLI::App& command, StatesOptions& options) {

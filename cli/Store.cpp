@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <memory>
 #include <string_view>
 
 #include "PaddedText.hpp"
@@ -15,22 +16,30 @@ namespace {
 
 constexpr std::int32_t kLoadOrder = 2;
 constexpr std::int32_t kReplaceFile = 0;
-constexpr double kTolerance_days = kTimeTolerance_s / kSecondsPerDay;
 
 using RawMatrix = double[6][6];
 
-// Some formats keep other numbers in the place of a covariance. They are told apart by this: where a variance
-// is zero, the covariances of its row must be zero too.
+// Some formats keep other numbers in the place of a covariance. What tells them apart: where a variance is zero, the
+// covariances of its row must be zero too.
 bool isCovariance(const RawMatrix& matrix) {
     bool any = false;
     for (int row = 0; row < 6; ++row) {
         any = any || matrix[row][row] != 0.0;
         for (int column = 0; column < row; ++column) {
-            const bool has_variances = matrix[row][row] != 0.0 && matrix[column][column] != 0.0;
-            if (matrix[row][column] != 0.0 && !has_variances) return false;
+            const bool hasVariances = matrix[row][row] != 0.0 && matrix[column][column] != 0.0;
+            if (matrix[row][column] != 0.0 && !hasVariances) return false;
         }
     }
     return any;
+}
+
+bool hasVelocity(const double (&state)[6]) {
+    return std::any_of(state + 3, state + 6, [](double component) { return component != 0.0; });
+}
+
+Share shareOf(std::int64_t count, std::int64_t all) {
+    if (count == 0) return Share::None;
+    return count == all ? Share::All : Share::Some;
 }
 
 std::optional<Matrix6> covarianceOf(const RawMatrix& matrix) {
@@ -41,25 +50,12 @@ std::optional<Matrix6> covarianceOf(const RawMatrix& matrix) {
     return result;
 }
 
-Satellite describe(std::int64_t key) {
-    Satellite satellite;
-    satellite.key = key;
-    PaddedText<128> tag;
-    PaddedText<kFileNameLength> file;
-    VorlanGetAllFields(key, &satellite.number, nullptr, tag.data(), nullptr, nullptr, nullptr, nullptr,
-                       nullptr, &satellite.frame_code, &satellite.point_count, file.data());
-    VorlanStartEndTime(key, &satellite.span.start, &satellite.span.end);
-    satellite.tag = trimmed(tag);
-    satellite.file = trimmed(file);
-    return satellite;
-}
-
-void passOn(std::int32_t event, const char* file, std::int32_t file_length, std::int64_t line,
-            const char* text, std::int32_t text_length, void* listener) {
+void passOn(std::int32_t event, const char* file, std::int32_t fileLength, std::int64_t line,
+            const char* text, std::int32_t textLength, void* listener) {
     static_cast<ReadListener*>(listener)->hear({static_cast<ReadEvent::Kind>(event),
-                                                {file, static_cast<std::size_t>(file_length)},
+                                                {file, static_cast<std::size_t>(fileLength)},
                                                 line,
-                                                {text, static_cast<std::size_t>(text_length)}});
+                                                {text, static_cast<std::size_t>(textLength)}});
 }
 
 }  // namespace
@@ -67,49 +63,62 @@ void passOn(std::int32_t event, const char* file, std::int32_t file_length, std:
 ReadListener::ReadListener() { VorlanSetReadObserver(passOn, this); }
 ReadListener::~ReadListener() { VorlanSetReadObserver(nullptr, nullptr); }
 
-double TimeSpan::snapped(double ds50_utc) const {
-    if (ds50_utc < start && start - ds50_utc <= kTolerance_days) return start;
-    if (ds50_utc > end && ds50_utc - end <= kTolerance_days) return end;
-    return ds50_utc;
+double TimeSpan::snapped(double ds50UTC) const {
+    if (ds50UTC < start && start - ds50UTC <= kTimeTolerance_days) return start;
+    if (ds50UTC > end && ds50UTC - end <= kTimeTolerance_days) return end;
+    return ds50UTC;
 }
 
 std::string Satellite::frame() const {
     static const std::map<std::int32_t, const char*> names{
         {1, "ECI"},  {2, "J2K"},    {3, "EFG"},    {4, "ECR"},    {15, "LLH"},
         {16, "SEN"}, {17, "HCSRL"}, {18, "WPTRL"}, {19, "HCSGC"}, {20, "WPTGC"}};
-    const auto found = names.find(frame_code);
-    return found != names.end() ? found->second : std::to_string(frame_code);
+    const auto found = names.find(frameCode);
+    return found != names.end() ? found->second : std::to_string(frameCode);
 }
 
 std::optional<double> Satellite::meanSpacing_s() const {
-    const double spacing_s = (span.end - span.start) * kSecondsPerDay / (point_count - 1);
-    if (point_count < 2 || !std::isfinite(spacing_s)) return std::nullopt;
+    const double spacing_s = (span.end - span.start) * kSecondsPerDay / (pointCount - 1);
+    if (pointCount < 2 || !std::isfinite(spacing_s)) return std::nullopt;
     return spacing_s;
+}
+
+Satellite satelliteOf(std::int64_t key) {
+    Satellite satellite;
+    satellite.key = key;
+    PaddedText<128> tag;
+    PaddedText<kFileNameLength> file;
+    VorlanGetAllFields(key, &satellite.number, nullptr, tag.data(), nullptr, nullptr, nullptr, nullptr,
+                       nullptr, &satellite.frameCode, &satellite.pointCount, file.data());
+    VorlanStartEndTime(key, &satellite.span.start, &satellite.span.end);
+    satellite.tag = trimmed(tag);
+    satellite.file = trimmed(file);
+    return satellite;
 }
 
 std::vector<Satellite> loadedSatellites() {
     std::vector<std::int64_t> keys(static_cast<std::size_t>(satelliteCount()));
     if (!keys.empty()) VorlanGetLoaded(kLoadOrder, keys.data());
     std::vector<Satellite> satellites(keys.size());
-    std::transform(keys.begin(), keys.end(), satellites.begin(), describe);
+    std::transform(keys.begin(), keys.end(), satellites.begin(), satelliteOf);
     return satellites;
 }
 
 std::int32_t satelliteCount() { return VorlanGetCount(); }
 
-std::optional<State> stateAt(const Satellite& satellite, double ds50_utc, Covariance covariance) {
+std::optional<State> stateAt(const Satellite& satellite, double ds50UTC, Covariance covariance) {
     State state;
-    state.ds50_utc = ds50_utc;
+    state.ds50UTC = ds50UTC;
     double* const position = state.position_km.data();
     double* const velocity = state.velocity_km_s.data();
-    if (covariance == Covariance::kLeftOut) {
-        if (VorlanDs50UTC(satellite.key, ds50_utc, nullptr, position, velocity, &state.revolution) != 0)
+    if (covariance == Covariance::LeftOut) {
+        if (VorlanDs50UTC(satellite.key, ds50UTC, nullptr, position, velocity, &state.revolution) != 0)
             return {};
         return state;
     }
     RawMatrix matrix;
-    if (VorlanDs50UTCCovMtx(satellite.key, ds50_utc, nullptr, position, velocity, &state.revolution,
-                            matrix) != 0)
+    if (VorlanDs50UTCCovMtx(satellite.key, ds50UTC, nullptr, position, velocity, &state.revolution, matrix) !=
+        0)
         return {};
     state.covariance = covarianceOf(matrix);
     return state;
@@ -120,26 +129,41 @@ std::optional<State> storedState(const Satellite& satellite, std::int32_t index,
     double* const position = state.position_km.data();
     double* const velocity = state.velocity_km_s.data();
     const std::int64_t key = satellite.key;
-    if (covariance == Covariance::kLeftOut) {
-        if (VorlanGetEphemeris(key, index, &state.ds50_utc, position, velocity, &state.revolution) != 0)
+    if (covariance == Covariance::LeftOut) {
+        if (VorlanGetEphemeris(key, index, &state.ds50UTC, position, velocity, &state.revolution) != 0)
             return {};
         return state;
     }
     RawMatrix matrix;
-    if (VorlanGetCovMtx(key, index, &state.ds50_utc, position, velocity, &state.revolution, matrix) != 0)
+    if (VorlanGetCovMtx(key, index, &state.ds50UTC, position, velocity, &state.revolution, matrix) != 0)
         return {};
     state.covariance = covarianceOf(matrix);
     return state;
 }
 
-// Only some points of a satellite may have one, so every point is looked at until the first that has.
-bool carriesCovariance(const Satellite& satellite) {
-    RawMatrix matrix;
-    for (std::int32_t index = 1; index <= satellite.point_count; ++index) {
-        VorlanGetCovMtx(satellite.key, index, nullptr, nullptr, nullptr, nullptr, matrix);
-        if (isCovariance(matrix)) return true;
+std::vector<double> storedTimes(const Satellite& satellite) {
+    std::vector<double> times(static_cast<std::size_t>(satellite.pointCount));
+    VorlanGetEphemerisArr(satellite.key, 1, satellite.pointCount, times.data(), nullptr, nullptr, nullptr,
+                          nullptr);
+    return times;
+}
+
+Contents contentsOf(const Satellite& satellite) {
+    constexpr std::int64_t kPointsAtOnce = 1024;
+    const auto states = std::make_unique<double[][6]>(kPointsAtOnce);
+    const auto matrices = std::make_unique<RawMatrix[]>(kPointsAtOnce);
+    std::int64_t velocities = 0;
+    std::int64_t covariances = 0;
+    for (std::int64_t read = 0; read < satellite.pointCount; read += kPointsAtOnce) {
+        const std::int64_t count = std::min(kPointsAtOnce, satellite.pointCount - read);
+        VorlanGetEphemerisArr(satellite.key, read + 1, count, nullptr, states.get(), nullptr, matrices.get(),
+                              nullptr);
+        for (std::int64_t i = 0; i < count; ++i) {
+            velocities += hasVelocity(states[i]) ? 1 : 0;
+            covariances += isCovariance(matrices[i]) ? 1 : 0;
+        }
     }
-    return false;
+    return {shareOf(velocities, satellite.pointCount), shareOf(covariances, satellite.pointCount)};
 }
 
 std::int32_t loadFile(const std::string& name) {
@@ -154,14 +178,19 @@ std::optional<double> timeFromText(const std::string& text) {
     // No date is longer than this, and a length beyond the range of the interface must not wrap.
     constexpr std::size_t kLongestDate = 512;
     if (text.size() > kLongestDate) return std::nullopt;
-    const double ds50_utc = VorlanTimeFromText(text.data(), static_cast<std::int32_t>(text.size()));
-    return ds50_utc == 0.0 ? std::nullopt : std::optional(ds50_utc);
+    const double ds50UTC = VorlanTimeFromText(text.data(), static_cast<std::int32_t>(text.size()));
+    return ds50UTC == 0.0 ? std::nullopt : std::optional(ds50UTC);
 }
 
-std::string isoTime(double ds50_utc) {
+std::string isoTime(double ds50UTC) {
     PaddedText<26> text;
-    VorlanTimeToIso(ds50_utc, text.data());
+    VorlanTimeToIso(ds50UTC, text.data());
     return trimmed(text);
+}
+
+double taiMinusUtc_s(double ds50UTC) {
+    const double difference_s = std::round((VorlanTimeUtcToTai(ds50UTC) - ds50UTC) * kSecondsPerDay);
+    return std::isfinite(difference_s) ? difference_s : 0.0;
 }
 
 std::string lastLibraryError() {

@@ -11,9 +11,11 @@
 namespace vorlandi::cli {
 
 inline constexpr double kSecondsPerDay = 86400.0;
+inline constexpr double kMicrosecondsPerSecond = 1e6;
 
 // Times are printed to the microsecond, so what is closer than that counts as the same time.
 inline constexpr double kTimeTolerance_s = 1e-6;
+inline constexpr double kTimeTolerance_days = kTimeTolerance_s / kSecondsPerDay;
 
 using Vector3 = std::array<double, 3>;
 using Matrix6 = std::array<std::array<double, 6>, 6>;
@@ -23,16 +25,16 @@ struct TimeSpan {
     double start = 0.0;
     double end = 0.0;
 
-    // A time that misses the span by rounding only is moved onto its end: the first and last times that this
-    // tool prints can be asked for again.
-    double snapped(double ds50_utc) const;
+    // Moves a time that misses the span by rounding only onto its end: the first and last times that this tool prints
+    // can be asked for again.
+    double snapped(double ds50UTC) const;
 };
 
 struct Satellite {
     std::int64_t key = 0;
     std::int32_t number = 0;
-    std::int32_t frame_code = 0;
-    std::int32_t point_count = 0;
+    std::int32_t frameCode = 0;
+    std::int32_t pointCount = 0;
     TimeSpan span;
     std::string file;
     std::string tag;
@@ -44,24 +46,38 @@ struct Satellite {
 };
 
 struct State {
-    double ds50_utc = 0.0;
+    double ds50UTC = 0.0;
     Vector3 position_km{};
     Vector3 velocity_km_s{};
     std::int32_t revolution = 0;
     std::optional<Matrix6> covariance;
 };
 
-enum class Covariance { kLeftOut, kWanted };
+enum class Covariance { LeftOut, Wanted };
 
 // All satellites in the order of loading.
 std::vector<Satellite> loadedSatellites();
 std::int32_t satelliteCount();
 
 // The state at a time, or a stored point by its index from 1; none on failure, see lastLibraryError.
-std::optional<State> stateAt(const Satellite& satellite, double ds50_utc, Covariance covariance);
+std::optional<State> stateAt(const Satellite& satellite, double ds50UTC, Covariance covariance);
 std::optional<State> storedState(const Satellite& satellite, std::int32_t index, Covariance covariance);
 
-bool carriesCovariance(const Satellite& satellite);
+// The times of all stored points.
+std::vector<double> storedTimes(const Satellite& satellite);
+
+// How many of a satellite's points have something.
+enum class Share { None, Some, All };
+
+// Points with a velocity other than zero, and points with a covariance.
+struct Contents {
+    Share velocities = Share::None;
+    Share covariances = Share::None;
+};
+Contents contentsOf(const Satellite& satellite);
+
+// The satellite of a key; number 0 and no points if there is none.
+Satellite satelliteOf(std::int64_t key);
 
 // The longest file name that the library takes.
 inline constexpr std::size_t kFileNameLength = 512;
@@ -71,15 +87,19 @@ std::int32_t loadFile(const std::string& name);
 std::int32_t saveCards(const std::string& name);
 
 std::optional<double> timeFromText(const std::string& text);
-std::string isoTime(double ds50_utc);
+std::string isoTime(double ds50UTC);
 
-// What loading met on this thread, told while the object lives.
+// Whole seconds from 1972 on, 10 before; 0 for a time that is not finite.
+double taiMinusUtc_s(double ds50UTC);
+
+// What loading encounters on this thread while a listener lives.
 struct ReadEvent {
-    enum class Kind { kFormat = 1, kBad, kDropped, kStored };
+    enum class Kind { Format = 1, Bad, Dropped, Stored, Missing, Refused };
     Kind kind;
     std::string_view file;
-    std::int64_t line;      // from 1; of a binary file the record
-    std::string_view text;  // the format's name, the line, or the key
+    std::int64_t line;  // from 1; of a binary file the record
+    // The format's name, the line, the line, the key, the name on the card, or the reason.
+    std::string_view text;
 };
 class ReadListener {
 public:

@@ -29,7 +29,7 @@ std::string TextTable::lineOf(const Row& row) const {
     for (std::size_t i = 0; i < row.size(); ++i) {
         const std::string blanks(widths_[i] - displayWidth(row[i]), ' ');
         if (i > 0) line += "  ";
-        line += alignments_[i] == Align::kRight ? blanks + row[i] : row[i] + blanks;
+        line += alignments_[i] == Align::Right ? blanks + row[i] : row[i] + blanks;
     }
     return line.substr(0, line.find_last_not_of(' ') + 1);
 }

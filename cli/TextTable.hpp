@@ -8,7 +8,7 @@
 
 namespace vorlandi::cli {
 
-enum class Align { kLeft, kRight };
+enum class Align { Left, Right };
 
 class TextTable {
 public:

@@ -30,17 +30,48 @@ bool isScalarValue(unsigned code, std::size_t length) {
     return code >= kLeastOfLength[length] && code <= 0x10FFFFU && !surrogate;
 }
 
-// Length of the UTF-8 character that the text begins with; 0 if it begins with none.
-std::size_t leadingCharacter(std::string_view text) {
+// A UTF-8 character, or a byte that does not begin one.
+struct Character {
+    std::string_view bytes;
+    bool valid;
+    unsigned code;
+};
+
+Character leadingCharacter(std::string_view text) {
+    const Character invalid = {text.substr(0, 1), false, 0};
     const std::size_t length = sequenceLength(byteOf(text.front()));
-    if (length <= 1) return length;
-    if (text.size() < length) return 0;
-    if (!std::all_of(text.begin() + 1, text.begin() + static_cast<std::ptrdiff_t>(length), isContinuation))
-        return 0;
-    unsigned code = byteOf(text.front()) & (0xFFU >> (length + 1));
+    if (length == 0 || text.size() < length) return invalid;
+    const std::string_view bytes = text.substr(0, length);
+    if (!std::all_of(bytes.begin() + 1, bytes.end(), isContinuation)) return invalid;
+    unsigned code = length == 1 ? byteOf(text.front()) : byteOf(text.front()) & (0xFFU >> (length + 1));
     for (std::size_t i = 1; i < length; ++i)
         code = (code << 6U) | (byteOf(text[i]) & 0x3FU);
-    return isScalarValue(code, length) ? length : 0;
+    return isScalarValue(code, length) ? Character{bytes, true, code} : invalid;
+}
+
+template <typename Use>
+void forEachCharacter(std::string_view text, Use use) {
+    while (!text.empty()) {
+        const Character character = leadingCharacter(text);
+        use(character);
+        text.remove_prefix(character.bytes.size());
+    }
+}
+
+// What a terminal obeys instead of showing it.
+struct CodeRange {
+    unsigned first, last;
+};
+constexpr CodeRange kSteering[] = {
+    {0x00, 0x1F},      // C0
+    {0x7F, 0x9F},      // delete, C1
+    {0x061C, 0x061C},  // the others: marks, embeddings, overrides and isolates of bidirectional text
+    {0x200E, 0x200F}, {0x202A, 0x202E}, {0x2066, 0x2069},
+};
+
+bool isSteering(unsigned code) {
+    return std::any_of(std::begin(kSteering), std::end(kSteering),
+                       [=](const CodeRange& range) { return code >= range.first && code <= range.last; });
 }
 
 void appendJsonCharacter(std::string& out, std::string_view character) {
@@ -58,37 +89,49 @@ void appendJsonCharacter(std::string& out, std::string_view character) {
 }  // namespace
 
 std::string printable(std::string_view text) {
-    std::string result(text);
-    std::replace_if(
-        result.begin(), result.end(), [](char c) { return byteOf(c) < 0x20U || c == 0x7F; }, '?');
+    std::string result;
+    forEachCharacter(text, [&](const Character& character) {
+        result += character.valid && !isSteering(character.code) ? character.bytes : "?";
+    });
     return result;
 }
 
 std::string csvField(std::string_view text) {
-    if (text.find_first_of(",\"\r\n") == std::string_view::npos) return std::string(text);
-    std::string result = "\"";
-    for (const char c : text)
-        result.append(c == '"' ? 2 : 1, c);
-    return result + '"';
+    constexpr std::string_view kFormulaStarts = "=+-@\t\r";
+    std::string field(text);
+    if (!text.empty() && kFormulaStarts.find(text.front()) != std::string_view::npos)
+        field.insert(0, 1, '\'');
+    if (field.find_first_of(",\"\r\n") == std::string::npos) return field;
+    std::string quoted = "\"";
+    for (const char c : field)
+        quoted.append(c == '"' ? 2 : 1, c);
+    return quoted + '"';
 }
 
 std::string jsonText(std::string_view text) {
     std::string result = "\"";
-    while (!text.empty()) {
-        const std::size_t length = leadingCharacter(text);
-        if (length == 0) {
-            result += kReplacement;
+    forEachCharacter(text, [&](const Character& character) {
+        if (character.valid) {
+            appendJsonCharacter(result, character.bytes);
         } else {
-            appendJsonCharacter(result, text.substr(0, length));
+            result += kReplacement;
         }
-        text.remove_prefix(std::max<std::size_t>(length, 1));
-    }
+    });
     return result + '"';
 }
 
 std::size_t displayWidth(std::string_view text) {
     return static_cast<std::size_t>(
         std::count_if(text.begin(), text.end(), [](char c) { return !isContinuation(c); }));
+}
+
+std::string_view cutToWidth(std::string_view text, std::size_t columns) {
+    std::size_t size = 0;
+    while (size < text.size() && (columns > 0 || isContinuation(text[size]))) {
+        if (!isContinuation(text[size])) --columns;
+        ++size;
+    }
+    return text.substr(0, size);
 }
 
 }  // namespace vorlandi::cli

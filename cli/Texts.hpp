@@ -6,16 +6,21 @@
 
 namespace vorlandi::cli {
 
-// For a terminal: control characters, which could steer it, become question marks.
+// For a terminal: control characters (C0 and C1), marks that change the direction of the text, and bytes that are not
+// UTF-8 become question marks, since they could steer the terminal or disguise what is shown.
 std::string printable(std::string_view text);
 
-// A CSV field, in quotes where it needs them.
+// A CSV field, in quotes where it needs them. A text that a spreadsheet would take for a formula gets an apostrophe in
+// front: quotes do not stop it.
 std::string csvField(std::string_view text);
 
-// A JSON string with its quotes. Bytes that are no UTF-8 become U+FFFD, so that the document stays valid.
+// A JSON string with its quotes. Bytes that are not UTF-8 become U+FFFD, so that the document stays valid.
 std::string jsonText(std::string_view text);
 
-// Number of characters of a UTF-8 text, as far as the width of a column is concerned.
+// The width of a UTF-8 text, taking each character for one column.
 std::size_t displayWidth(std::string_view text);
+
+// The beginning of a UTF-8 text that fits in so many columns.
+std::string_view cutToWidth(std::string_view text, std::size_t columns);
 
 }  // namespace vorlandi::cli

@@ -8,13 +8,12 @@ namespace vorlandi::cli {
 // Shorter steps would vanish in the rounding of a time counted in days.
 inline constexpr double kShortestStep_s = 1e-6;
 
-// The times from + i * step up to an end that belongs to them, to within a microsecond. Each is worked out on
-// its own, so that no error adds up however long the grid is. A step counts seconds of the UTC clock, 86400
-// to the day.
+// The times from + i * step up to and including the end, to within a microsecond. Each is calculated on its own, so that
+// errors do not add up however long the grid is. A step counts seconds of the UTC clock, 86400 to the day.
 class TimeGrid {
 public:
     // from <= to, step_s >= kShortestStep_s.
-    TimeGrid(double from_ds50, double to_ds50, double step_s);
+    TimeGrid(double fromDs50, double toDs50, double step_s);
 
     std::int64_t size() const { return size_; }
     double operator[](std::int64_t i) const;

@@ -1,0 +1,27 @@
+// What can go wrong with an output.
+#pragma once
+
+#include <cstring>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace vorlandi::cli {
+
+// The reader of the output has gone, as `head` does when it has seen enough. That is not an error, but there is nothing
+// more to do.
+class OutputClosed {};
+
+// The name of the output, and as what() the reason.
+class OutputError : public std::runtime_error {
+public:
+    OutputError(std::string_view name, int error) : OutputError(name, std::strerror(error)) {}
+    OutputError(std::string_view name, const char* reason) : std::runtime_error(reason), name_(name) {}
+
+    const std::string& name() const { return name_; }
+
+private:
+    std::string name_;
+};
+
+}  // namespace vorlandi::cli

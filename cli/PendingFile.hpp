@@ -1,0 +1,34 @@
+// A file that takes the place of another one only when it is complete.
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace vorlandi::cli {
+
+// Written under a temporary name beside its target. Unless it is committed, the target stays as it was and the temporary
+// file is removed, also when a signal ends the program. One at a time.
+class PendingFile {
+public:
+    // Null if the target has to be written straight: a device, a pipe or a directory, a file that may not be written,
+    // or a folder in which no file can be made. Symbolic links are followed, so that they stay. The mode and owner of an
+    // existing target are kept. Throws an OutputError.
+    static std::unique_ptr<PendingFile> beside(const std::string& target);
+
+    ~PendingFile();
+    PendingFile(const PendingFile&) = delete;
+    PendingFile& operator=(const PendingFile&) = delete;
+
+    int descriptor() const { return descriptor_; }
+
+    // Closes the file and puts it in the target's place. Returns 0 or an errno.
+    int commit();
+
+private:
+    PendingFile(int descriptor, std::string target);
+
+    int descriptor_;
+    std::string target_;
+};
+
+}  // namespace vorlandi::cli

@@ -1,0 +1,173 @@
+// What becomes of the output, and of the file that it replaces, when all goes well and when it doesn't.
+#include <unistd.h>
+
+#include "CommandLine.hpp"
+
+namespace vorlandi::cli_tests {
+namespace {
+
+// Runs a program as a user whom no permission is waived for.
+std::string unprivileged() {
+    return geteuid() == 0 ? "setpriv --reuid=65534 --regid=65534 --clear-groups " : "";
+}
+
+class Output : public CommandLine {
+protected:
+    // Each begins with this file.
+    Output() { write("kept", "as it was\n"); }
+
+    void expectKept(const std::string& what) const {
+        EXPECT_EQ(contentsOf(file("kept")), "as it was\n") << what;
+        EXPECT_EQ(temporaryFiles(), Texts{}) << what;
+    }
+};
+
+TEST_F(Output, ThatCannotBeWrittenIsReported) {
+    for (const char* const arguments :
+         {"info 81001.e", "states 81001.e", "save - 81001.e", "formats", "--help"}) {
+        EXPECT_EQ(run(std::string(arguments) + " >/dev/full; [ $? = 1 ]").messages,
+                  "vorlandi: standard output: error: No space left on device\n");
+        EXPECT_EQ(run(std::string(arguments) + " >&-; [ $? = 1 ]").messages,
+                  "vorlandi: standard output: error: Bad file descriptor\n");
+    }
+    // clang-format off
+    for (const auto& [arguments, message] : std::initializer_list<std::pair<std::string, std::string>>{
+        {"save /dev/full 81001.e", "/dev/full: error: No space left on device"},
+        {"states 81001.e -o /dev/full", "/dev/full: error: No space left on device"},
+        {"states 81001.e -o missing/states", "missing/states: error: No such file or directory"},
+        {"states 81001.e -o ''", "error: No such file or directory"},
+        {"info 81001.e -o folder", "folder: error: Is a directory"}}) {
+        // clang-format on
+        const Outcome failed = run(arguments);
+        EXPECT_EQ(failed.status, 1) << arguments;
+        EXPECT_EQ(failed.messages, "vorlandi: " + message + "\n");
+    }
+    // 540 million states: whoever collects them before writing does not live to see the pipe closed.
+    for (const std::string format : {"table", "csv", "json"}) {
+        const Outcome closed = shell("(vorlandi states 81001.e --step 1e-6 --cov --format " + format +
+                                     "; echo $? >&2) | head -c 100");
+        EXPECT_EQ(closed.output.size(), 100U);
+        EXPECT_EQ(closed.messages, "0\n");
+    }
+}
+
+TEST_F(Output, DoesNotMixWithMessagesIfStandardErrorIsClosed) {
+    EXPECT_EQ(run("info 81001.e missing.e -o info 2>&-").status, 1);
+    EXPECT_EQ(contentsOf(file("info")), run("info 81001.e").output);
+}
+
+TEST_F(Output, ReplacesAFileWithTheSameModeAlsoThroughALink) {
+    const std::string states = run("states 81001.e").output;
+    fs::permissions(file("kept"), fs::perms(0640));
+    fs::create_symlink("../kept", file("folder/link"));
+    fs::create_symlink("folder/link", file("link"));
+    for (const std::string name : {"kept", "link", "folder/link"}) {
+        write("kept", "as it was\n");
+        EXPECT_EQ(run("states 81001.e -o " + name).status, 0);
+        EXPECT_EQ(contentsOf(file("kept")), states) << name;
+        EXPECT_EQ(fs::status(file("kept")).permissions(), fs::perms(0640));
+        EXPECT_TRUE(fs::is_symlink(file("link")) && fs::is_symlink(file("folder/link")));
+    }
+    fs::remove(file("kept"));
+    EXPECT_EQ(shell("umask 027; vorlandi states 81001.e -o link").status, 0) << "a link to no file yet";
+    EXPECT_EQ(contentsOf(file("kept")), states);
+    EXPECT_EQ(fs::status(file("kept")).permissions(), fs::perms(0640));
+    EXPECT_EQ(temporaryFiles(), Texts{});
+}
+
+TEST_F(Output, GoesStraightToWhatCannotBeReplaced) {
+    const std::string info = run("info 81001.e").output;
+    EXPECT_EQ(shell("mkfifo pipe; cat pipe & vorlandi info 81001.e -o pipe; wait").output, info);
+    EXPECT_EQ(shell("echo x >open; ls -i open >before; vorlandi info 81001.e -o /dev/stdout >open; ls -i "
+                    "open | cmp - before && cat open")
+                  .output,
+              info);
+    // A file of another user, or in a folder of another user, is written like any other.
+    if (shell(unprivileged() + "vorlandi --version").status != 0)
+        GTEST_SKIP() << "another user can't run the program";
+    shell("cp kept folder; chmod 666 kept folder/kept; chmod 555 folder; chmod 777 .");
+    for (const std::string name : {"kept", "folder/kept"}) {
+        const std::string owner =
+            shell("stat -c '%U %i' " + name + " | cut -d ' ' -f " + (name == "kept" ? "1" : "1,2")).output;
+        EXPECT_EQ(shell(unprivileged() + "vorlandi info 81001.e -o " + name).messages, "");
+        EXPECT_EQ(contentsOf(file(name)), info);
+        EXPECT_EQ(
+            shell("stat -c '%U %i' " + name + " | cut -d ' ' -f " + (name == "kept" ? "1" : "1,2")).output,
+            owner);
+    }
+    write("kept", "as it was\n");
+    shell("chmod 444 kept");
+    EXPECT_EQ(shell(unprivileged() + "vorlandi info 81001.e -o kept").messages,
+              "vorlandi: kept: error: Permission denied\n");
+    expectKept("a file that may not be written");
+}
+
+TEST_F(Output, LeavesAFileAsItWasIfItCannotBeCompleted) {
+    // clang-format off
+    for (const auto& [command, message] : std::initializer_list<std::pair<std::string, std::string>>{
+        {"ulimit -f 1; vorlandi states 81001.e --step 1 -o kept", "kept: error: File too large\n"},
+        {"ulimit -f 1; vorlandi save kept 81001.e", "memory for the cards: error: the cards could not be written completely\n"},
+        {"vorlandi states missing.e -o kept", "kept: error: not written: there is nothing to write\n"},
+        {"vorlandi info missing.e -o kept", "kept: error: not written: there is nothing to write\n"},
+        {"vorlandi save kept missing.e", "kept: error: not written: there is nothing to write\n"},
+        {"vorlandi states 81001.e --at 2025-01-01T00:00:00 -o kept", "kept: error: not written: there is nothing to write\n"}}) {
+        // clang-format on
+        const Outcome failed = shell(command);
+        EXPECT_EQ(failed.status, 1) << command;
+        EXPECT_THAT(failed.messages, testing::EndsWith("vorlandi: " + message));
+        expectKept(command);
+    }
+    EXPECT_EQ(run("info missing.e --format csv").output.substr(0, 14), "satellite,key,")
+        << "standard output has its header";
+}
+
+TEST_F(Output, LeavesAFileAsItWasAfterASignal) {
+    struct Case {
+        const char *signals, *before;
+        int status;
+    };
+    for (const auto& [signals, before, status] :
+         {Case{"INT", "", 130}, Case{"TERM", "", 143}, Case{"HUP", "", 129}, Case{"QUIT", "", 131},
+          Case{"HUP TERM", "trap '' HUP; ", 143}}) {  // an ignored signal stays ignored
+        const std::string program =
+            *before != '\0' ? "vorlandi" : "env --default-signal=INT,QUIT,HUP,TERM vorlandi";
+        const Outcome ended =
+            shell("ulimit -c 0; ulimit -t 20; " + std::string(before) + program +
+                  " states 81001.e --step 1e-6 -o kept & program=$!; "
+                  "while ! ls -A | grep -q '^[.]vorlandi'; do kill -0 $program || break; sleep 0.01; done; "
+                  "for signal in " +
+                  signals + "; do kill -s $signal $program; done; wait $program; echo $?");
+        EXPECT_EQ(ended.output, std::to_string(status) + "\n") << signals;
+        expectKept(signals);
+    }
+}
+
+TEST_F(Output, NeverReplacesAnInputFile) {
+    write("one.card", "EPHFIL = 81001.e\nEPHFIL = 81004.e\n");
+    write("81004.e", "stk.v.4.3\nCentralBody Moon\n");
+    fs::create_symlink("81001.e", file("link"));
+    const std::string inputs[] = {contentsOf(file("81001.e")), contentsOf(file("81004.e"))};
+    for (const char* const arguments :
+         {"states 81001.e -o ./81001.e", "states 81001.e -o link", "save 81001.e 81001.e",
+          "save 81001.e one.card", "info one.card -o 81004.e"}) {
+        const Outcome refused = run(arguments);
+        EXPECT_EQ(refused.status, 2) << arguments;
+        EXPECT_THAT(refused.messages, HasSubstr("is an input file and would be overwritten (see vorlandi "));
+        EXPECT_EQ(contentsOf(file("81001.e")), inputs[0]);
+        EXPECT_EQ(contentsOf(file("81004.e")), inputs[1]);
+    }
+}
+
+TEST_F(Output, OfSaveLoadsTheSameSatellites) {
+    write("one.card", "#VORLANDI = first\nEPHFIL = 81001.e\n");
+    EXPECT_EQ(run("save out.card one.card 81002.itc").status, 0);
+    EXPECT_EQ(run("info out.card").output, run("info one.card 81002.itc").output);
+    EXPECT_EQ(run("save - one.card 81002.itc").output, contentsOf(file("out.card")));
+    EXPECT_EQ(run("save partly.card 81001.e missing.e").status, 1);
+    EXPECT_EQ(run("info partly.card").status, 0);
+    EXPECT_EQ(run("save none.card missing.e").status, 1);
+    EXPECT_FALSE(fs::exists(file("none.card")));
+}
+
+}  // namespace
+}  // namespace vorlandi::cli_tests
