@@ -72,9 +72,10 @@ double VorlanTimeTaiToUtc(double ds50TAI);
  *
  *   fileName  in  name of the file
  *
- * Returns 0; the errno if the file can't be opened; 2 if any of it is bad. On failure the old table stays
- * whole. Messages: "VorlanTimeLoadLeapSeconds: ..." with file and line, where the content is bad. Threads:
- * may run beside any other call; each conversion uses the old table or the new one.
+ * Returns 0; the errno if the file can't be opened; 2 if any of it is bad, or if memory is short. On failure the old
+ * table stays whole.
+ * Messages: "VorlanTimeLoadLeapSeconds: ..." with file and line, where the content is bad, or "Out of memory.".
+ * Threads: may run beside any other call; each conversion uses the old table or the new one.
  */
 int32_t VorlanTimeLoadLeapSeconds(const char* fileName);
 

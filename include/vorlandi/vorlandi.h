@@ -19,6 +19,13 @@
  * stands in the trace log (see vorlandi/services.h); a failed open is not logged. A function that fails leaves zeros,
  * or blanks, in its outputs.
  *
+ * Memory: a function that runs out of memory fails as said above, logs "VorlanXxx: Out of memory." with its own name, and
+ * leaves the store as it was; a load keeps what it has stored. It can be called again once there is memory. Queries,
+ * fields, removing and logging allocate nothing. Three allocations end the process if they fail, with "Error allocating
+ * N bytes" on standard error and in the trace log: that of points, by the functions that add points or load files; that
+ * of the record of a satellite with an ordinary key, by VorlanAddSat and loading; and that of the list that
+ * VorlanGetLoaded sorts, instead of which VorlanGetLoadedExt can be called.
+ *
  * Threads: every function may be called from any thread. What may run beside what depends on the guard mode, which
  * the process chooses (VorlanSetGuardMode in vorlandi/services.h; docs/threads.md).
  *
@@ -70,7 +77,9 @@ void VorlanGetInfo(char infoStr[128]);
  *
  * Returns the key; 0 if an equal satellite (number, coordinate system and epoch) is refused as a duplicate;
  * -1 on failure. A different satellite of the same number and epoch gets the next free key.
- * Messages: "AddRecToMem: Duplicated record/key ... found." and those of failed allocations.
+ * Messages: "AddRecToMem: Duplicated record/key ... found."; when memory is short, "AddRecToMem: Cannot allocate memory
+ * for a new dma.", "AddRecToMem: Cannot allocate memory for a new rec." and "AddRecToMem: Unable to allocate memory for
+ * key ....".
  * Cost: O(log satellites); waits for the queries in progress.
  */
 int64_t VorlanAddSat(int32_t satNum, int32_t combinedCode, double epochDs50UTC, double earthRadius,
@@ -113,7 +122,8 @@ void VorlanGetLoaded(int32_t order, int64_t satKeys[]);
  *   satKeys   out  [capacity] the first of the keys, as many as there are and fit; the rest is untouched
  *   count     out  number of satellites at the moment of the listing
  *
- * Returns 0; 2 for a negative capacity.
+ * Returns 0; 2 for a negative capacity, or if memory is short: satKeys is then untouched.
+ * Messages: "VorlanGetLoadedExt: Out of memory.".
  */
 int32_t VorlanGetLoadedExt(int32_t order, int64_t capacity, int64_t satKeys[], int64_t* count);
 
@@ -359,7 +369,8 @@ int32_t VorlanGetAllFields(int64_t satKey, int32_t* satNum, char text8[8], char 
  * that failed has logged an error, a failed open none. A file named by a card that can't be opened, or is no regular
  * file, is passed over; a satellite with a number or an epoch outside the range of keys is not stored and not reported.
  * Messages: "VorlanLoadFile: Reading VORLANs from file ...", "Total ephemeris points = ...", bad lines in
- * pairs "*** Read... : Bad ephemeris data. ***" and the line, and what ended a load, "*** Read...: ... ***".
+ * pairs "*** Read... : Bad ephemeris data. ***" and the line, and what ended a load, "*** Read...: ... ***" or
+ * "VorlanLoadFile: Out of memory."; those of VorlanAddSat for a satellite that is not stored.
  * Threads: several threads may load files at once; nothing is locked while a file is read.
  */
 int32_t VorlanLoadFile(const char* fileName);
@@ -386,7 +397,8 @@ int32_t VorlanSaveFile(const char* fileName, int32_t saveMode);
  * Loads one ephemeris file; cards in it are not followed.
  *
  * Returns the key of the satellite stored last, 0 if that was refused as a duplicate; -1 if the file can't be opened,
- * reading failed or nothing was stored.
+ * reading failed, memory is short or nothing was stored.
+ * Messages: those of VorlanLoadFile, but for the first; "VorlanAddSatFrFile: Out of memory.".
  */
 int64_t VorlanAddSatFrFile(const char* fileName);
 

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <new>
 #include <vector>
 
 #include "CoreServices/Descriptors.hpp"
@@ -111,7 +110,24 @@ bool yieldsBytes(const Descriptor& file) noexcept {
     return readBytes(file, &byte, 1) != 0;
 }
 
-int openSource(std::string_view name, std::unique_ptr<ByteSource>& source, FileKind kind) {
+// The number of line ends in a text. The blocks are as short as a count in a byte allows, so that many bytes are
+// counted at once.
+std::int64_t countLines(std::string_view text) noexcept {
+    constexpr std::size_t kBlock = 255;
+    std::int64_t lines = 0;
+    while (!text.empty()) {
+        std::uint8_t inBlock = 0;
+        for (const char c : text.substr(0, kBlock))
+            inBlock = static_cast<std::uint8_t>(inBlock + (c == '\n' ? 1 : 0));
+        lines += inBlock;
+        text.remove_prefix(std::min(kBlock, text.size()));
+    }
+    return lines;
+}
+
+}  // namespace
+
+int openByteSource(std::string_view name, std::unique_ptr<ByteSource>& source, FileKind kind) {
     // Without O_NONBLOCK, pipes without a writer and some devices block here, and some files of /proc in their first
     // read, before they can be refused.
     Descriptor file;
@@ -130,23 +146,6 @@ int openSource(std::string_view name, std::unique_ptr<ByteSource>& source, FileK
     source = std::move(opened);
     return 0;
 }
-
-// The number of line ends in a text. The blocks are as short as a count in a byte allows, so that many bytes are
-// counted at once.
-std::int64_t countLines(std::string_view text) noexcept {
-    constexpr std::size_t kBlock = 255;
-    std::int64_t lines = 0;
-    while (!text.empty()) {
-        std::uint8_t inBlock = 0;
-        for (const char c : text.substr(0, kBlock))
-            inBlock = static_cast<std::uint8_t>(inBlock + (c == '\n' ? 1 : 0));
-        lines += inBlock;
-        text.remove_prefix(std::min(kBlock, text.size()));
-    }
-    return lines;
-}
-
-}  // namespace
 
 std::unique_ptr<ByteSource> memorySource(std::string_view bytes) {
     return std::make_unique<MemorySource>(bytes);
@@ -272,23 +271,11 @@ void InputUnit::passOverLinesWithout(std::string_view marks, bool count) {
 
 bool InputUnit::atEnd() { return next_ == end_ && !refill() && !failed_; }
 
-int openByteSource(std::string_view name, std::unique_ptr<ByteSource>& source, FileKind kind) noexcept {
-    try {
-        return openSource(name, source, kind);
-    } catch (const std::bad_alloc&) {
-        return ENOMEM;
-    }
-}
-
-int fileopenmt(std::string_view name, InputUnit& unit, FileKind kind) noexcept {
-    try {
-        std::unique_ptr<ByteSource> source;
-        const int error = openSource(name, source, kind);
-        if (error == 0) unit = InputUnit(std::move(source));
-        return error;
-    } catch (const std::bad_alloc&) {
-        return ENOMEM;
-    }
+int fileopenmt(std::string_view name, InputUnit& unit, FileKind kind) {
+    std::unique_ptr<ByteSource> source;
+    const int error = openByteSource(name, source, kind);
+    if (error == 0) unit = InputUnit(std::move(source));
+    return error;
 }
 
 }  // namespace vorlandi

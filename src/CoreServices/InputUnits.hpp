@@ -87,15 +87,13 @@ private:
 enum class FileKind { Any, Regular };
 
 // Opens a file for reading. Returns 0 or the errno of the failure: ENOENT for a blank name, EISDIR for a directory;
-// EINVAL for a device, a socket, or a file that the system calls empty but that yields bytes (as in /proc); ENOMEM when
-// memory is short.
+// EINVAL for a device, a socket, or a file that the system calls empty but that yields bytes (as in /proc).
 //
 // A pipe is read to its end into memory, at most 4 GiB (EFBIG), so that it can be rewound. This waits, without a limit,
 // until somebody has opened the pipe for writing, and until its writers have closed it.
-int fileopenmt(std::string_view name, InputUnit& unit, FileKind kind = FileKind::Any) noexcept;
+int fileopenmt(std::string_view name, InputUnit& unit, FileKind kind = FileKind::Any);
 
 // The same for a source of bytes.
-int openByteSource(std::string_view name, std::unique_ptr<ByteSource>& source,
-                   FileKind kind = FileKind::Any) noexcept;
+int openByteSource(std::string_view name, std::unique_ptr<ByteSource>& source, FileKind kind = FileKind::Any);
 
 }  // namespace vorlandi

@@ -283,19 +283,30 @@ ReadOutcome FreeFormList::nextWord(std::string_view& word) noexcept {
     return ReadOutcome::Success;
 }
 
-std::string integerField(std::int64_t value, int width, int leastDigits) {
-    std::string digits = std::to_string(value);
-    const std::size_t sign = value < 0 ? 1 : 0;
-    const auto least = static_cast<std::size_t>(leastDigits) + sign;
-    if (digits.size() < least) digits.insert(sign, least - digits.size(), '0');
+namespace {
+
+// Right-aligned in `width` columns; `sign` characters at the front come before leading zeros.
+FieldText rightAligned(std::string_view text, int width, std::size_t leastSize = 0,
+                       std::size_t sign = 0) noexcept {
     const auto columns = static_cast<std::size_t>(width);
-    if (digits.size() > columns) return std::string(columns, '*');
-    return std::string(columns - digits.size(), ' ') + digits;
+    const std::size_t zeros = leastSize > text.size() ? leastSize - text.size() : 0;
+    FieldText field;
+    if (text.size() + zeros > columns) return field.append(columns, '*');
+    field.append(columns - zeros - text.size(), ' ') << text.substr(0, sign);
+    return field.append(zeros, '0') << text.substr(sign);
 }
 
-std::string fixedField(double value, int width, int decimals) {
-    const auto columns = static_cast<std::size_t>(width);
-    std::array<char, 400> chars{};  // the largest double has 309 digits before the point
+}  // namespace
+
+FieldText integerField(std::int64_t value, int width, int leastDigits) noexcept {
+    BoundedText<20> digits;
+    digits << value;
+    const std::size_t sign = value < 0 ? 1 : 0;
+    return rightAligned(digits, width, static_cast<std::size_t>(leastDigits) + sign, sign);
+}
+
+FieldText fixedField(double value, int width, int decimals) noexcept {
+    std::array<char, 400> chars;  // the largest double has 309 digits before the point
     std::string_view text;
     if (std::isnan(value)) {
         text = "NaN";
@@ -306,8 +317,7 @@ std::string fixedField(double value, int width, int decimals) {
                                                 std::chars_format::fixed, decimals);
         text = {chars.data(), static_cast<std::size_t>(end - chars.data())};
     }
-    if (text.size() > columns) return std::string(columns, '*');
-    return std::string(columns - text.size(), ' ').append(text);
+    return rightAligned(text, width);
 }
 
 }  // namespace vorlandi

@@ -9,8 +9,9 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <string>
 #include <string_view>
+
+#include "CoreServices/BoundedText.hpp"
 
 namespace vorlandi {
 
@@ -99,9 +100,11 @@ inline ReadOutcome readFreeForm(std::string_view text, std::span<double> values)
     return FreeFormList(text).next(values);
 }
 
-// Integer and fixed-point output fields: right-aligned in `width` columns, all "*" when the value doesn't
-// fit. Every digit of the double is printed exactly.
-std::string integerField(std::int64_t value, int width, int leastDigits = 1);
-std::string fixedField(double value, int width, int decimals);
+// Integer and fixed-point output fields: right-aligned in `width` columns, at most kWidestField, and all "*" when the
+// value doesn't fit. Every digit of the double is printed exactly.
+constexpr int kWidestField = 40;
+using FieldText = BoundedText<kWidestField>;
+FieldText integerField(std::int64_t value, int width, int leastDigits = 1) noexcept;
+FieldText fixedField(double value, int width, int decimals) noexcept;
 
 }  // namespace vorlandi

@@ -11,45 +11,68 @@ using namespace vorlandi;
 
 extern "C" {
 
-int32_t VorlanTraceOpen(const char* fileName) { return openTraceFile(fileNameOf(fileName)); }
+int32_t VorlanTraceOpen(const char* fileName) {
+    return catchAll(__func__, [&] { return openTraceFile(fileNameOf(fileName)); });
+}
 
-void VorlanTraceClose(void) { closeTraceFile(); }
+void VorlanTraceClose(void) { catchAll(__func__, closeTraceFile); }
 
-void VorlanTraceSetHandler(VorlanTraceHandler handler, void* userData) { setTraceHandler(handler, userData); }
+void VorlanTraceSetHandler(VorlanTraceHandler handler, void* userData) {
+    catchAll(__func__, [&] { setTraceHandler(handler, userData); });
+}
 
 void VorlanTraceGetHandler(VorlanTraceHandler* handler, void** userData) {
-    const TraceHandler set = traceHandler();
-    give(handler, set.call);
-    give(userData, set.userData);
+    catchAll(__func__, [&] {
+        const TraceHandler set = traceHandler();
+        give(handler, set.call);
+        give(userData, set.userData);
+    });
 }
 
-void VorlanTraceLastError(char message[512]) { lastTraceError().copyTo(message); }
+void VorlanTraceLastError(char message[512]) {
+    catchAll(__func__, [&] { lastTraceError().copyTo(message); });
+}
 
-void VorlanSetAllKeyMode(int32_t use, int32_t mode) { setAllKeyMode(use, mode); }
+void VorlanSetAllKeyMode(int32_t use, int32_t mode) {
+    catchAll(__func__, [&] { setAllKeyMode(use, mode); });
+}
 
-void VorlanSetElsetKeyMode(int32_t mode) { setElsetKeyMode(mode); }
+void VorlanSetElsetKeyMode(int32_t mode) {
+    catchAll(__func__, [&] { setElsetKeyMode(mode); });
+}
 
-void VorlanSetDupKeyMode(int32_t mode) { setDupKeyMode(mode); }
+void VorlanSetDupKeyMode(int32_t mode) {
+    catchAll(__func__, [&] { setDupKeyMode(mode); });
+}
 
 void VorlanGetKeyModes(int32_t* useAll, int32_t* allMode, int32_t* elsetMode, int32_t* dupMode) {
-    give(useAll, useallkeymode());
-    give(allMode, allkeymodeget());
-    give(elsetMode, elsetkeymodeget());
-    give(dupMode, dupkeymodeget());
+    catchAll(__func__, [&] {
+        give(useAll, useallkeymode());
+        give(allMode, allkeymodeget());
+        give(elsetMode, elsetkeymodeget());
+        give(dupMode, dupkeymodeget());
+    });
 }
 
-int32_t VorlanSetGuardMode(int32_t mode) { return setGuardMode(mode) ? kSuccess : kFailure; }
+int32_t VorlanSetGuardMode(int32_t mode) {
+    return catchAll(__func__, [&]() -> int32_t { return setGuardMode(mode) ? kSuccess : kFailure; });
+}
 
-int32_t VorlanGetGuardMode(void) { return isGuardSafe() ? VORLAN_GUARD_SAFE : VORLAN_GUARD_FIXED; }
+int32_t VorlanGetGuardMode(void) {
+    return catchAll(__func__,
+                    []() -> int32_t { return isGuardSafe() ? VORLAN_GUARD_SAFE : VORLAN_GUARD_FIXED; });
+}
 
 void VorlanSetReadObserver(VorlanReadObserver observer, void* userData) {
-    setReadObserver(observer, userData);
+    catchAll(__func__, [&] { setReadObserver(observer, userData); });
 }
 
 void VorlanGetReadObserver(VorlanReadObserver* observer, void** userData) {
-    const ReadObserver set = readObserver();
-    give(observer, set.call);
-    give(userData, set.userData);
+    catchAll(__func__, [&] {
+        const ReadObserver set = readObserver();
+        give(observer, set.call);
+        give(userData, set.userData);
+    });
 }
 
 }  // extern "C"

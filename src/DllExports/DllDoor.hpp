@@ -1,15 +1,43 @@
-// The C door: what every exported function shares. Outputs are zeroed before any work, null ones skipped;
-// texts are taken from and put into fixed-length character arrays; nothing is thrown through it.
+// The C door: what every exported function shares. Outputs are zeroed before any work, null ones skipped; texts are taken
+// from and put into fixed-length character arrays; no exception leaves it.
 #pragma once
 
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <string_view>
 #include <type_traits>
 
+#include "CoreServices/Status.hpp"
 #include "CoreServices/Texts.hpp"
+#include "TimeLibrary/SatelliteKeys.hpp"
+#include "Vorlandi/StorageFailure.hpp"
 
 namespace vorlandi {
+
+// Handles the exception that is being caught: logs "function: Out of memory.", or ends the process if points, a record or
+// the strings of a sort could not be stored.
+[[gnu::cold]] void reportException(std::string_view function) noexcept;
+
+// Runs the work of an exported function, whose name is `function`. After an exception the result is that of a failure:
+// status 2, no key, or 0. Costs nothing while nothing is thrown.
+template <class Work>
+auto catchAll(const char* function, Work&& work) noexcept -> decltype(work()) {
+    using Result = decltype(work());
+    try {
+        return work();
+    } catch (...) {
+        reportException(function);
+    }
+    if constexpr (std::is_same_v<Result, std::int32_t>) {
+        return kFailure;
+    } else if constexpr (std::is_same_v<Result, std::int64_t>) {
+        return kNoKey;
+    } else {
+        static_assert(std::is_same_v<Result, double> || std::is_void_v<Result>);
+        return Result();
+    }
+}
 
 // Sets a scalar output.
 template <class T>

@@ -9,23 +9,35 @@ using namespace vorlandi;
 extern "C" {
 
 double VorlanTimeFromText(const char* text, int32_t textLen) {
-    return dtg2ds50utc(chararrtostr(text, static_cast<std::size_t>(std::max(textLen, 0))));
+    return catchAll(__func__, [&] {
+        return dtg2ds50utc(chararrtostr(text, static_cast<std::size_t>(std::max(textLen, 0))));
+    });
 }
 
 void VorlanTimeToText15(double ds50UTC, char text[15]) {
-    const auto date = ds50todate15(ds50UTC);
-    give(text, date.data(), date.size());
+    catchAll(__func__, [&] {
+        const auto date = ds50todate15(ds50UTC);
+        give(text, date.data(), date.size());
+    });
 }
 
 void VorlanTimeToIso(double ds50UTC, char text[26]) {
-    const auto date = ds50toiso(ds50UTC);
-    give(text, date.data(), date.size());
+    catchAll(__func__, [&] {
+        const auto date = ds50toiso(ds50UTC);
+        give(text, date.data(), date.size());
+    });
 }
 
-double VorlanTimeUtcToTai(double ds50UTC) { return utc2tai(ds50UTC); }
+double VorlanTimeUtcToTai(double ds50UTC) {
+    return catchAll(__func__, [&] { return utc2tai(ds50UTC); });
+}
 
-double VorlanTimeTaiToUtc(double ds50TAI) { return tai2utc(ds50TAI); }
+double VorlanTimeTaiToUtc(double ds50TAI) {
+    return catchAll(__func__, [&] { return tai2utc(ds50TAI); });
+}
 
-int32_t VorlanTimeLoadLeapSeconds(const char* fileName) { return loadLeapSeconds(fileNameOf(fileName)); }
+int32_t VorlanTimeLoadLeapSeconds(const char* fileName) {
+    return catchAll(__func__, [&] { return loadLeapSeconds(fileNameOf(fileName)); });
+}
 
 }  // extern "C"

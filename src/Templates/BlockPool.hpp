@@ -64,7 +64,14 @@ private:
         std::byte bytes[Size];
     };
 
+    // When memory is short, a block as small as the first one may still be had.
     bool addBlock() noexcept {
+        if (addBlockOfSlots()) return true;
+        slots_ = kFirstSlots;
+        return addBlockOfSlots();
+    }
+
+    bool addBlockOfSlots() noexcept {
         if (blocks_ == kMostBlocks) return false;
         std::size_t size = slots_ * sizeof(Slot);
         const bool isLarge = size >= kLargePage;

@@ -106,7 +106,7 @@ bool LeapTable::endsWithLeapSecond(double day) const noexcept {
 
 std::atomic<const LeapTable*> currentLeapTable{builtInTable()};
 
-const LeapTable* parseLeapSeconds(std::string_view text, std::string& problem) {
+const LeapTable* parseLeapSeconds(std::string_view text, MessageText& problem) {
     std::vector<LeapStep> steps;
     InputUnit unit(memorySource(text));
     std::string_view line;
@@ -114,7 +114,7 @@ const LeapTable* parseLeapSeconds(std::string_view text, std::string& problem) {
         const auto first = line.find_first_not_of(kBlanks);
         if (first == std::string_view::npos || line[first] == '#') continue;
         if (const auto why = readStep(line.substr(first), steps); !why.empty()) {
-            problem = "line " + std::to_string(unit.lineNumber()) + ": " + std::string(why);
+            problem = MessageText("line ") << unit.lineNumber() << ": " << why;
             return nullptr;
         }
     }
@@ -130,7 +130,7 @@ void freeLeapTables() noexcept {
         delete std::exchange(lastKept, lastKept->before);
 }
 
-int loadLeapSeconds(std::string_view fileName) noexcept {
+int loadLeapSeconds(std::string_view fileName) {
     constexpr std::size_t kLongestList = 1 << 20;
     std::unique_ptr<ByteSource> source;
     if (const int error = openByteSource(fileName, source); error != 0) return error;
@@ -139,7 +139,7 @@ int loadLeapSeconds(std::string_view fileName) noexcept {
     std::int64_t count = 0;
     while ((count = source->read(text.data() + size, text.size() - size)) > 0)
         size += static_cast<std::size_t>(count);
-    std::string problem;
+    MessageText problem;
     const LeapTable* table = nullptr;
     if (count < 0) {
         problem = "the file can't be read";
@@ -149,7 +149,8 @@ int loadLeapSeconds(std::string_view fileName) noexcept {
         table = parseLeapSeconds(std::string_view(text).substr(0, size), problem);
     }
     if (table == nullptr) {
-        tracelogerror("VorlanTimeLoadLeapSeconds: " + std::string(trimmed(fileName)) + ": " + problem + ".");
+        tracelogerror(MessageText("VorlanTimeLoadLeapSeconds: ")
+                      << trimmed(fileName) << ": " << problem << ".");
         return 2;
     }
     currentLeapTable.store(table, std::memory_order_release);

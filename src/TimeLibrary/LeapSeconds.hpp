@@ -6,9 +6,10 @@
 #pragma once
 
 #include <atomic>
-#include <string>
 #include <string_view>
 #include <vector>
+
+#include "CoreServices/BoundedText.hpp"
 
 namespace vorlandi {
 
@@ -56,10 +57,10 @@ extern std::atomic<const LeapTable*> currentLeapTable;
 inline const LeapTable& leapTable() noexcept { return *currentLeapTable.load(std::memory_order_acquire); }
 
 // Reads the text of a leap-seconds.list; the table, or null with `problem` saying where and why it is bad.
-const LeapTable* parseLeapSeconds(std::string_view text, std::string& problem);
+const LeapTable* parseLeapSeconds(std::string_view text, MessageText& problem);
 
 // Replaces the table in force by a file's. 0, the errno of a failed open, or 2 with a logged message.
-int loadLeapSeconds(std::string_view fileName) noexcept;
+int loadLeapSeconds(std::string_view fileName);
 
 // Deletes all tables, that in force included: for unloading.
 void freeLeapTables() noexcept;

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <new>
 
-#include "CoreServices/TraceLog.hpp"
+#include "Vorlandi/StorageFailure.hpp"
 
 namespace vorlandi {
 namespace {
@@ -62,7 +62,7 @@ char* GrowingBlock::allocate(std::size_t size, std::size_t least) {
     size = roundedUp(size, kCacheLine);
     void* const space = std::aligned_alloc(kCacheLine, size);
     if (space == nullptr && size > least + sizeof(Header) + kCacheLine) return allocate(least, least);
-    if (space == nullptr) stopOnAllocationFailure(size);
+    if (space == nullptr) throw StorageFailure(size);
     return furnish(space, size, false);
 }
 

@@ -14,11 +14,12 @@ constexpr std::int32_t kReversed = 1;
 constexpr std::int32_t kByInsertion = 2;
 constexpr std::int32_t kByKey = 3;  // and above
 
-std::string sortString(const Vorlanbintree& node, std::int32_t order) {
+BoundedText<32> sortString(const Vorlanbintree& node, std::int32_t order) noexcept {
     if (order == kByInsertion) return integerField(node.sequenceNumber, 12, 12);
     if (order < 0) return {};
     const Vorlanrecord* const record = recordOf(node);
-    return fieldstostr(record != nullptr ? *record : Vorlanrecord{});
+    const Vorlanrecord none;  // named, so that no record is copied below
+    return fieldstostr(record != nullptr ? *record : none);
 }
 
 // The sort entries of all satellites. Requires the reader side.

@@ -4,7 +4,7 @@
 #include <bit>
 #include <limits>
 
-#include "CoreServices/TraceLog.hpp"
+#include "Vorlandi/StorageFailure.hpp"
 
 namespace vorlandi {
 namespace {
@@ -52,18 +52,19 @@ void PointArray::clear() {
 
 void PointArray::growByStep() {
     if (capacity_ > std::numeric_limits<std::int32_t>::max() - kGrowth) {
-        stopOnAllocationFailure(bytesOf<Vorlanpoint>(capacity_));
+        throw StorageFailure(bytesOf<Vorlanpoint>(capacity_));
     }
-    capacity_ += kGrowth;
+    const std::int32_t capacity = capacity_ + kGrowth;
     if (isShare_) {
         states_.unshare(bytesOf<Vorlanstate>(count_));
         covariances_.unshare(bytesOf<PointCovariance>(count_));
         isShare_ = false;
     }
-    states_.grow(bytesOf<Vorlanstate>(capacity_), bytesOf<Vorlanstate>(count_));
+    states_.grow(bytesOf<Vorlanstate>(capacity), bytesOf<Vorlanstate>(count_));
     if (covariances() != nullptr) {
-        covariances_.grow(bytesOf<PointCovariance>(capacity_), bytesOf<PointCovariance>(count_));
+        covariances_.grow(bytesOf<PointCovariance>(capacity), bytesOf<PointCovariance>(count_));
     }
+    capacity_ = capacity;
 }
 
 void PointArray::putCovariance(const PointCovariance* covariance) {

@@ -96,7 +96,8 @@ public:
         return {state(index), covariances() == nullptr ? PointCovariance{} : covariances()[index]};
     }
 
-    // Appends a point, with zeros where no covariance is given.
+    // Appends a point, with zeros where no covariance is given. Throws StorageFailure, and appends nothing, when memory
+    // is short.
     void append(const Vorlanstate& state, const PointCovariance* covariance = nullptr) {
         if (count_ == capacity_) growByStep();
         std::memcpy(states_.bytes() + bytesOf<Vorlanstate>(count_), &state, sizeof state);

@@ -6,6 +6,7 @@
 #include "CoreServices/NumberFields.hpp"
 #include "CoreServices/TraceLog.hpp"
 #include "TimeLibrary/SatelliteKeys.hpp"
+#include "Vorlandi/StorageFailure.hpp"
 
 namespace vorlandi {
 
@@ -55,11 +56,11 @@ AddStatus vorlanaddnode(Vorlanbintree& node, bool dmaMode, std::int64_t& key) {
 
 }  // namespace
 
-std::string keyMessage(std::string_view text, std::int64_t key, std::string_view tail) {
-    return std::string(text).append(integerField(key, 19)).append(tail);
+MessageText keyMessage(std::string_view text, std::int64_t key, std::string_view tail) noexcept {
+    return MessageText(text) << integerField(key, 19) << tail;
 }
 
-std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored) noexcept {
+std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored) {
     if (stored != nullptr) *stored = nullptr;
     const std::int32_t mode = effectiveKeyMode();
     const bool dmaMode = mode == kDmaKeyMode;
@@ -69,6 +70,7 @@ std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored) noex
 
     std::unique_ptr<Vorlanbintree> node(new (std::nothrow) Vorlanbintree);
     if (!node) {
+        if (dmaMode) RemoveDMA(key);
         tracelogerror(keyMessage("AddRecToMem: Unable to allocate memory for key ", key, "."));
         return kNoKey;
     }
@@ -76,7 +78,7 @@ std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored) noex
     if (mode == kSatKeyMode) {
         // NOLINTNEXTLINE(bugprone-use-after-move): it was moved in the DMA mode alone
         node->record.reset(new (std::nothrow) Vorlanrecord(std::move(record)));
-        if (!node->record) stopOnAllocationFailure(sizeof(Vorlanrecord));
+        if (!node->record) throw StorageFailure(sizeof(Vorlanrecord));
     }
 
     std::int64_t storedKey = key;
@@ -117,7 +119,7 @@ std::int32_t RemoveNode(std::int64_t key) noexcept {
     if (removed) return kSuccess;
     tracelogerror(dma.problem.empty()
                       ? keyMessage("RemoveNode: Unable to locate this key ", key, " in its binary tree.")
-                      : std::string(dma.problem));
+                      : MessageText(dma.problem));
     return kFailure;
 }
 

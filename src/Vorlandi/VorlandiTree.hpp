@@ -9,6 +9,7 @@
 #include <memory>
 #include <string_view>
 
+#include "CoreServices/BoundedText.hpp"
 #include "CoreServices/DmaObjects.hpp"
 #include "CoreServices/Status.hpp"
 #include "Templates/TreeTemplate.hpp"
@@ -32,8 +33,9 @@ inline const Vorlanbintree* vorlantreeroot() noexcept { return vorlantree.root()
 inline bool vorlantreeisempty() noexcept { return vorlantreeroot() == nullptr; }
 
 // Stores a record under the key that the key mode in force gives it. The key; 0 for a refused duplicate; -1
-// on failure. `stored`, when given, receives the node, null if there is none.
-std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored = nullptr) noexcept;
+// on failure. `stored`, when given, receives the node, null if there is none. Throws StorageFailure if there is no memory
+// for a record with an ordinary key.
+std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored = nullptr);
 
 // Removes a satellite: kSuccess, or kFailure with a message.
 std::int32_t RemoveNode(std::int64_t key) noexcept;
@@ -130,6 +132,6 @@ private:
 };
 
 // "text", the key right-aligned in 19 columns, "tail".
-std::string keyMessage(std::string_view text, std::int64_t key, std::string_view tail);
+MessageText keyMessage(std::string_view text, std::int64_t key, std::string_view tail) noexcept;
 
 }  // namespace vorlandi

@@ -6,9 +6,9 @@
 
 namespace vorlandi {
 
-std::string fieldstostr(const Vorlanrecord& record) {
-    return integerField(record.satNum, 9, 9) + integerField(record.coordSys, 2) +
-           fixedField(record.epoch, 16, 9);
+BoundedText<32> fieldstostr(const Vorlanrecord& record) noexcept {
+    return BoundedText<32>() << integerField(record.satNum, 9, 9) << integerField(record.coordSys, 2)
+                             << fixedField(record.epoch, 16, 9);
 }
 
 Vorlanrecord shareOf(Vorlanrecord& record) {

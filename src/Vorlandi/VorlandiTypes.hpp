@@ -3,8 +3,8 @@
 
 #include <cstdint>
 #include <memory>
-#include <string>
 
+#include "CoreServices/BoundedText.hpp"
 #include "CoreServices/Texts.hpp"
 #include "Vorlandi/PointArray.hpp"
 
@@ -57,7 +57,7 @@ inline bool equal(const Vorlanrecord& a, const Vorlanrecord& b) noexcept {
 }
 
 // The sort string of a record, "(I9.9, I2, F16.9)": number, coordinate system, epoch.
-std::string fieldstostr(const Vorlanrecord& record);
+BoundedText<32> fieldstostr(const Vorlanrecord& record) noexcept;
 
 // A node of the store. Its record is null when it lives in a DMA object.
 struct Vorlanbintree {

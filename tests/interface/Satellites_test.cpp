@@ -46,7 +46,7 @@ TEST_F(Satellites, AreListedFromTheFirstElementOnAndFoundByTheirNumber) {
         EXPECT_EQ(count, 2);
         EXPECT_EQ(VorlanGetLoadedExt(3, capacity, listed, nullptr), 0);
         EXPECT_EQ(listed[0], capacity > 0 ? std::min(a, c) : -7);
-        EXPECT_EQ(listed[std::min<std::size_t>(capacity, 2)], -7);
+        EXPECT_EQ(listed[std::min<std::int64_t>(capacity, 2)], -7);
         EXPECT_EQ(VorlanGetLoadedExt(0, capacity, nullptr, &count), 0);
         EXPECT_EQ(VorlanGetLoadedExt(0, -1 - capacity, listed, &count), 2);
         EXPECT_EQ(count, 0);

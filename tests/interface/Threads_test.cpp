@@ -17,7 +17,7 @@ TEST_F(Threads, AQueryTakesTheTableOfLeapSecondsOnce) {
     const std::int64_t key = addSatellite(5);
     addLine(key, 9);
     const LeapTable* const before = &leapTable();
-    std::string problem;
+    MessageText problem;
     const LeapTable* const other = parseLeapSeconds("2272060800 10", problem);  // 27 s less today
     std::atomic<bool> done{false};
     std::jthread exchanger([&] {

@@ -25,7 +25,9 @@ struct Answer {
 Answer ask(const Vorlanrecord& record, double ds50UTC) {
     Answer answer{};
     answer.point.rev = 77;
-    answer.status = InterpolateEP(record, utc2tai(ds50UTC), answer.point, answer.message);
+    MessageText message;
+    answer.status = InterpolateEP(record, utc2tai(ds50UTC), answer.point, message);
+    answer.message = message.view();
     return answer;
 }
 
@@ -104,7 +106,9 @@ TEST(InterpolateEP, AnswersAsTheRulesSayInAnyOrderOfRequests) {
             const Answer expected = plainAnswer(record.points, request);
             expectEqual(ask(record, request), expected);
             Answer next{};
-            next.status = interpolator.at(utc2tai(request), next.point, next.message, Covariance::Wanted);
+            MessageText message;
+            next.status = interpolator.at(utc2tai(request), next.point, message, Covariance::Wanted);
+            next.message = message.view();
             expectEqual(next, expected);
         }
     }

@@ -1,4 +1,5 @@
 // What loading tells the read observer: each event with its file, its line and its text.
+#include <stdexcept>
 #include <thread>
 
 #include "scanning/ReadEvents.hpp"
@@ -104,6 +105,17 @@ TEST_F(ReadObserver, IsToldTheRecordOfABinaryFile) {
     const std::string file = readFile(VORLANDI_EXAMPLES "/81001.dce"), points = file.substr(128, 224);
     EXPECT_EQ(heardIn("a.dce", file.substr(0, 128) + points + points.substr(0, 112)),
               (Lines{"1|a.dce:1|DCE_BINARY", "3|a.dce:6|", "4|a.dce:6|key"}));
+}
+
+TEST_F(ReadObserver, ThatThrowsEndsTheLoadAndNothingElse) {
+    VorlanSetReadObserver(
+        [](auto event, auto...) {
+            if (event == VORLAN_READ_DROPPED) throw std::runtime_error("not allowed");
+        },
+        nullptr);
+    EXPECT_EQ(VorlanLoadFile(folder.write("u", kText).c_str()), 2);
+    EXPECT_EQ(log.errors().back(), "VorlanLoadFile: Unexpected exception.");
+    EXPECT_EQ(VorlanGetCount(), 0);
 }
 
 TEST_F(ReadObserver, HearsItsOwnThreadAloneAndNothingOnceTakenAway) {

@@ -5,7 +5,6 @@
 #include <array>
 #include <optional>
 #include <span>
-#include <string>
 
 #include "CoreServices/TraceLog.hpp"
 #include "DllExports/DllDoor.hpp"
@@ -66,7 +65,7 @@ private:
     std::int32_t* revNums_;
     double (*covMtx_)[6][6];
     std::int32_t* errCodes_;
-    std::optional<std::string> firstFailure_;
+    std::optional<MessageText> firstFailure_;
 };
 
 // Calls `work(begin, end)` for one stretch of answers after another.
@@ -97,7 +96,7 @@ private:
     const Vorlanrecord& record_;
     PointInterpolator interpolator_;
     Vorlanpoint point_;
-    std::string message_;
+    MessageText message_;
 };
 
 // The records of some satellites of a batch, looked up together, so that the ways to their points don't wait for each
@@ -151,56 +150,62 @@ extern "C" {
 
 int32_t VorlanDs50UTCArr(int64_t satKey, int64_t n, const double ds50UTC[], double posVel[][6],
                          int32_t revNums[], double covMtx[][6][6], int32_t errCodes[]) {
-    Answers answers(posVel, revNums, covMtx, errCodes);
-    if (n < 0 || (n > 0 && ds50UTC == nullptr)) return answers.refuse(n);
-    inStretches(n, [&](std::int64_t begin, std::int64_t end) {
-        const RecordAccess record(satKey);
-        if (!record) return failAll(answers, begin, end, record.message());
-        if (record->numberOfPoints() == 0)
-            return failAll(answers, begin, end, noDataMessage("GetEphem", satKey));
-        RecordQuery query(*record);
-        for (std::int64_t at = begin; at < end; ++at)
-            query.answer(ds50UTC[at], at, answers);
+    return catchAll(__func__, [&]() -> int32_t {
+        Answers answers(posVel, revNums, covMtx, errCodes);
+        if (n < 0 || (n > 0 && ds50UTC == nullptr)) return answers.refuse(n);
+        inStretches(n, [&](std::int64_t begin, std::int64_t end) {
+            const RecordAccess record(satKey);
+            if (!record) return failAll(answers, begin, end, record.message());
+            if (record->numberOfPoints() == 0)
+                return failAll(answers, begin, end, noDataMessage("GetEphem", satKey));
+            RecordQuery query(*record);
+            for (std::int64_t at = begin; at < end; ++at)
+                query.answer(ds50UTC[at], at, answers);
+        });
+        return answers.finish();
     });
-    return answers.finish();
 }
 
 int32_t VorlanSatsDs50UTC(int64_t n, const int64_t satKeys[], double ds50UTC, double posVel[][6],
                           int32_t revNums[], double covMtx[][6][6], int32_t errCodes[]) {
-    Answers answers(posVel, revNums, covMtx, errCodes);
-    if (n < 0 || (n > 0 && satKeys == nullptr)) return answers.refuse(n);
-    inStretches(n, [&](std::int64_t begin, std::int64_t end) {
-        const ReadGuard guard;
-        for (std::int64_t at = begin; at < end; at += RecordGroup::kSize) {
-            const auto size = static_cast<std::size_t>(std::min(RecordGroup::kSize, end - at));
-            RecordGroup(std::span(satKeys + at, size)).answer(ds50UTC, at, answers);
-        }
+    return catchAll(__func__, [&]() -> int32_t {
+        Answers answers(posVel, revNums, covMtx, errCodes);
+        if (n < 0 || (n > 0 && satKeys == nullptr)) return answers.refuse(n);
+        inStretches(n, [&](std::int64_t begin, std::int64_t end) {
+            const ReadGuard guard;
+            for (std::int64_t at = begin; at < end; at += RecordGroup::kSize) {
+                const auto size = static_cast<std::size_t>(std::min(RecordGroup::kSize, end - at));
+                RecordGroup(std::span(satKeys + at, size)).answer(ds50UTC, at, answers);
+            }
+        });
+        return answers.finish();
     });
-    return answers.finish();
 }
 
 int32_t VorlanGetEphemerisArr(int64_t satKey, int64_t first, int64_t n, double ds50UTC[], double posVel[][6],
                               int32_t revNums[], double covMtx[][6][6], int32_t errCodes[]) {
-    if (n < 0) return kFailure;
-    Answers answers(posVel, revNums, covMtx, errCodes);
-    inStretches(n, [&](std::int64_t begin, std::int64_t end) {
-        if (ds50UTC != nullptr) std::fill(ds50UTC + begin, ds50UTC + end, 0.0);
-        const RecordAccess record(satKey);
-        if (!record) return failAll(answers, begin, end, record.message());
-        const PointArray& points = record->points;
-        if (points.count() == 0) return failAll(answers, begin, end, noDataMessage("GetEphem", satKey));
-        for (std::int64_t at = begin; at < end; ++at) {
-            // Compared so that no sum overflows, whatever `first` is.
-            if (first < 1 - at || first > points.count() - at) {
-                answers.fail(at, kIndexOutOfRange);
-                continue;
+    return catchAll(__func__, [&]() -> int32_t {
+        if (n < 0) return kFailure;
+        Answers answers(posVel, revNums, covMtx, errCodes);
+        inStretches(n, [&](std::int64_t begin, std::int64_t end) {
+            if (ds50UTC != nullptr) std::fill(ds50UTC + begin, ds50UTC + end, 0.0);
+            const RecordAccess record(satKey);
+            if (!record) return failAll(answers, begin, end, record.message());
+            const PointArray& points = record->points;
+            if (points.count() == 0) return failAll(answers, begin, end, noDataMessage("GetEphem", satKey));
+            for (std::int64_t at = begin; at < end; ++at) {
+                // Compared so that no sum overflows, whatever `first` is.
+                if (first < 1 - at || first > points.count() - at) {
+                    answers.fail(at, kIndexOutOfRange);
+                    continue;
+                }
+                const Vorlanpoint point = points[static_cast<std::int32_t>(first + at - 1)];
+                if (ds50UTC != nullptr) ds50UTC[at] = point.time;
+                answers.give(at, point);
             }
-            const Vorlanpoint point = points[static_cast<std::int32_t>(first + at - 1)];
-            if (ds50UTC != nullptr) ds50UTC[at] = point.time;
-            answers.give(at, point);
-        }
+        });
+        return answers.finish();
     });
-    return answers.finish();
 }
 
 }  // extern "C"

@@ -29,18 +29,16 @@ enum Field : std::int32_t {
     kInputTag
 };
 
-std::string lengthField(double value) { return fixedField(value, 35, 15); }
+FieldText lengthField(double value) noexcept { return fixedField(value, 35, 15); }
 
 // A field as it is printed; empty for a number that names none. The record has points.
-std::string fieldText(const Vorlanrecord& record, std::int32_t field) noexcept {
+BoundedText<512> fieldText(const Vorlanrecord& record, std::int32_t field) noexcept {
     const Vorlanstate& first = record.points.front();
     switch (field) {
         case kSatNum:
             return integerField(record.satNum, 9);
-        case kEpoch: {
-            const auto date = ds50todate15(record.epoch);
-            return std::string(date.data(), date.size());
-        }
+        case kEpoch:
+            return ds50todate15(record.epoch);
         case kEarthRadius:
             return lengthField(record.earthRadius);
         case kKe:
@@ -58,11 +56,11 @@ std::string fieldText(const Vorlanrecord& record, std::int32_t field) noexcept {
         case kNumPts:
             return integerField(record.numberOfPoints(), 10);
         case kFileName:
-            return std::string(record.fileName.view());
+            return record.fileName.view();
         case kText8:
-            return std::string(record.text8.view());
+            return record.text8.view();
         case kInputTag:
-            return std::string(record.inputTag.view());
+            return record.inputTag.view();
         default:
             return {};
     }
@@ -73,49 +71,55 @@ std::string fieldText(const Vorlanrecord& record, std::int32_t field) noexcept {
 extern "C" {
 
 int32_t VorlanSetField(int64_t satKey, int32_t fieldIdx, const char* valueStr) {
-    const std::string_view value = leftAdjusted(chararrtostr(valueStr, 512));
-    RecordAccess record(satKey, Access::Change);
-    if (!record) return record.fail();
-    if (fieldIdx == kText8) record->text8 = value;
-    if (fieldIdx == kInputTag) record->inputTag = value;
-    if (fieldIdx == kCoordSys) record->coordSys = strtoint(value);
-    return kSuccess;
+    return catchAll(__func__, [&]() -> int32_t {
+        const std::string_view value = leftAdjusted(chararrtostr(valueStr, 512));
+        RecordAccess record(satKey, Access::Change);
+        if (!record) return record.fail();
+        if (fieldIdx == kText8) record->text8 = value;
+        if (fieldIdx == kInputTag) record->inputTag = value;
+        if (fieldIdx == kCoordSys) record->coordSys = strtoint(value);
+        return kSuccess;
+    });
 }
 
 int32_t VorlanGetField(int64_t satKey, int32_t fieldIdx, char valueStr[512]) {
-    strtochararr({}, valueStr, 512);
-    RecordAccess record(satKey);
-    if (!record) return record.fail();
-    if (record->numberOfPoints() == 0) return record.fail(noDataMessage("VorlanGetField", satKey));
-    strtochararr(leftAdjusted(fieldText(*record, fieldIdx)), valueStr, 512);
-    return kSuccess;
+    return catchAll(__func__, [&]() -> int32_t {
+        strtochararr({}, valueStr, 512);
+        RecordAccess record(satKey);
+        if (!record) return record.fail();
+        if (record->numberOfPoints() == 0) return failWithoutData(record, "VorlanGetField", satKey);
+        strtochararr(leftAdjusted(fieldText(*record, fieldIdx)), valueStr, 512);
+        return kSuccess;
+    });
 }
 
 int32_t VorlanGetAllFields(int64_t satKey, int32_t* satNum, char text8[8], char text128[128],
                            double* epochDs50UTC, double* earthRadius, double* ke, double pos[3],
                            double vel[3], int32_t* coordSys, int32_t* numPts, char fileName[512]) {
-    zero(satNum, coordSys, numPts);
-    zero(epochDs50UTC, earthRadius, ke);
-    zeroArray(pos, 3);
-    zeroArray(vel, 3);
-    strtochararr({}, text8, 8);
-    strtochararr({}, text128, 128);
-    strtochararr({}, fileName, 512);
-    RecordAccess record(satKey);
-    if (!record) return record.fail();
-    give(satNum, record->satNum);
-    record->text8.copyTo(text8);
-    record->inputTag.copyTo(text128);
-    give(coordSys, record->coordSys);
-    give(numPts, record->numberOfPoints());
-    give(epochDs50UTC, record->epoch);
-    give(earthRadius, record->earthRadius);
-    give(ke, record->ke);
-    record->fileName.copyTo(fileName);
-    if (record->numberOfPoints() == 0) return kSuccess;
-    give(pos, record->points.front().pos, 3);
-    give(vel, record->points.front().vel, 3);
-    return kSuccess;
+    return catchAll(__func__, [&]() -> int32_t {
+        zero(satNum, coordSys, numPts);
+        zero(epochDs50UTC, earthRadius, ke);
+        zeroArray(pos, 3);
+        zeroArray(vel, 3);
+        strtochararr({}, text8, 8);
+        strtochararr({}, text128, 128);
+        strtochararr({}, fileName, 512);
+        RecordAccess record(satKey);
+        if (!record) return record.fail();
+        give(satNum, record->satNum);
+        record->text8.copyTo(text8);
+        record->inputTag.copyTo(text128);
+        give(coordSys, record->coordSys);
+        give(numPts, record->numberOfPoints());
+        give(epochDs50UTC, record->epoch);
+        give(earthRadius, record->earthRadius);
+        give(ke, record->ke);
+        record->fileName.copyTo(fileName);
+        if (record->numberOfPoints() == 0) return kSuccess;
+        give(pos, record->points.front().pos, 3);
+        give(vel, record->points.front().vel, 3);
+        return kSuccess;
+    });
 }
 
 }  // extern "C"

@@ -71,7 +71,7 @@ std::int32_t addPoint(std::int64_t satKey, double ds50UTC, const double* pos, co
 }
 
 void announceLoading(std::string_view name) noexcept {
-    traceloginfo("VorlanLoadFile: Reading VORLANs from file \"" + std::string(name) + "\".");
+    traceloginfo(MessageText("VorlanLoadFile: Reading VORLANs from file \"") << name << "\".");
 }
 
 }  // namespace
@@ -80,62 +80,81 @@ extern "C" {
 
 // ---- Library and satellites ----
 
-int32_t VorlanInit(void) { return 0; }
+int32_t VorlanInit(void) { return kSuccess; }
 
-void VorlanGetInfo(char infoStr[128]) { strtochararr(getsoftwareinfo("Vorlandi"), infoStr, 128); }
+void VorlanGetInfo(char infoStr[128]) {
+    catchAll(__func__, [&] { strtochararr(getsoftwareinfo("Vorlandi"), infoStr, 128); });
+}
 
 int64_t VorlanAddSat(int32_t satNum, int32_t combinedCode, double epochDs50UTC, double earthRadius,
                      double ke) {
-    return createnewsatentry(satNum, epochDs50UTC, earthRadius, ke, combinedCode);
+    return catchAll(__func__,
+                    [&] { return createnewsatentry(satNum, epochDs50UTC, earthRadius, ke, combinedCode); });
 }
 
-int32_t VorlanRemoveSat(int64_t satKey) { return RemoveNode(satKey); }
+int32_t VorlanRemoveSat(int64_t satKey) {
+    return catchAll(__func__, [&] { return RemoveNode(satKey); });
+}
 
 int32_t VorlanRemoveAllSats(void) {
-    vorlanemptytree();
-    return kSuccess;
+    return catchAll(__func__, []() -> int32_t {
+        vorlanemptytree();
+        return kSuccess;
+    });
 }
 
-int32_t VorlanGetCount(void) { return vorlangetnumoftreenodes(); }
+int32_t VorlanGetCount(void) {
+    return catchAll(__func__, [] { return vorlangetnumoftreenodes(); });
+}
 
 void VorlanGetLoaded(int32_t order, int64_t satKeys[]) {
-    std::int32_t count = 0;
-    try {
-        vorlangettreekeys(count, satKeys, order, satKeys != nullptr ? INT64_MAX : 0);
-    } catch (const std::bad_alloc&) {
-        stopOnAllocationFailure(static_cast<std::size_t>(vorlangetnumoftreenodes()) * sizeof(SortEntry));
-    }
-    if (count == 0) traceloginfo("Warning-VorlanGetLoaded: The binary tree is empty. No satKey returns.");
+    catchAll(__func__, [&] {
+        std::int32_t count = 0;
+        try {
+            vorlangettreekeys(count, satKeys, order, satKeys != nullptr ? INT64_MAX : 0);
+        } catch (const std::bad_alloc&) {
+            throw StorageFailure(static_cast<std::size_t>(vorlangetnumoftreenodes()) * sizeof(SortEntry));
+        }
+        if (count == 0) traceloginfo("Warning-VorlanGetLoaded: The binary tree is empty. No satKey returns.");
+    });
 }
 
 int32_t VorlanGetLoadedExt(int32_t order, int64_t capacity, int64_t satKeys[], int64_t* count) {
-    zero(count);
-    if (capacity < 0) return kFailure;
-    std::int32_t satellites = 0;
-    vorlangettreekeys(satellites, satKeys, order, satKeys != nullptr ? capacity : 0);
-    give(count, std::int64_t{satellites});
-    return kSuccess;
+    return catchAll(__func__, [&]() -> int32_t {
+        zero(count);
+        if (capacity < 0) return kFailure;
+        std::int32_t satellites = 0;
+        vorlangettreekeys(satellites, satKeys, order, satKeys != nullptr ? capacity : 0);
+        give(count, std::int64_t{satellites});
+        return kSuccess;
+    });
 }
 
-int64_t VorlanGetSatKey(int32_t satNum) { return GetSatKey(satNum); }
+int64_t VorlanGetSatKey(int32_t satNum) {
+    return catchAll(__func__, [&] { return GetSatKey(satNum); });
+}
 
 int64_t VorlanFieldsToSatKey(int32_t satNum, const char* epochDtg) {
-    std::array<char, 20> epoch{};
-    strtochararr(leftAdjusted(chararrtostr(epochDtg, epoch.size())), epoch.data(), epoch.size());
-    std::replace(epoch.begin() + 2, epoch.end(), ' ', '0');
-    return createsatkey(satNum, kVorlanElsetType, std::string_view(epoch.data(), epoch.size()));
+    return catchAll(__func__, [&] {
+        std::array<char, 20> epoch{};
+        strtochararr(leftAdjusted(chararrtostr(epochDtg, epoch.size())), epoch.data(), epoch.size());
+        std::replace(epoch.begin() + 2, epoch.end(), ' ', '0');
+        return createsatkey(satNum, kVorlanElsetType, std::string_view(epoch.data(), epoch.size()));
+    });
 }
 
 // ---- Data entry ----
 
 int32_t VorlanAddSatEphem(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3],
                           int32_t revNum) {
-    return addPoint(satKey, ds50UTC, pos, vel, revNum, nullptr);
+    return catchAll(__func__, [&] { return addPoint(satKey, ds50UTC, pos, vel, revNum, nullptr); });
 }
 
 int32_t VorlanAddSatEphemCovMtx(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3],
                                 int32_t revNum, const double cov[21]) {
-    return cov != nullptr ? addPoint(satKey, ds50UTC, pos, vel, revNum, cov) : kFailure;
+    return catchAll(__func__, [&]() -> int32_t {
+        return cov != nullptr ? addPoint(satKey, ds50UTC, pos, vel, revNum, cov) : kFailure;
+    });
 }
 
 int32_t VorlanAddSatEphemExt(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3],
@@ -147,83 +166,102 @@ int32_t VorlanAddSatEphemExt(int64_t satKey, double ds50UTC, const double pos[3]
 
 int32_t VorlanMse(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3],
                   int32_t* revNum) {
-    return answerState(satKey, mse, kByMse, ds50UTC, pos, vel, revNum);
+    return catchAll(__func__, [&] { return answerState(satKey, mse, kByMse, ds50UTC, pos, vel, revNum); });
 }
 
 int32_t VorlanMseCovMtx(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3],
                         int32_t* revNum, double covMtx[6][6]) {
-    return answerCovariance(satKey, mse, kByMse, ds50UTC, pos, vel, revNum, covMtx);
+    return catchAll(__func__,
+                    [&] { return answerCovariance(satKey, mse, kByMse, ds50UTC, pos, vel, revNum, covMtx); });
 }
 
 int32_t VorlanDs50UTC(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3],
                       int32_t* revNum) {
-    return answerState(satKey, ds50UTC, kByDs50UTC, mse, pos, vel, revNum);
+    return catchAll(__func__,
+                    [&] { return answerState(satKey, ds50UTC, kByDs50UTC, mse, pos, vel, revNum); });
 }
 
 int32_t VorlanDs50UTCCovMtx(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3],
                             int32_t* revNum, double covMtx[6][6]) {
-    return answerCovariance(satKey, ds50UTC, kByDs50UTC, mse, pos, vel, revNum, covMtx);
+    return catchAll(__func__, [&] {
+        return answerCovariance(satKey, ds50UTC, kByDs50UTC, mse, pos, vel, revNum, covMtx);
+    });
 }
 
 int32_t VorlanGetEphemeris(int64_t satKey, int32_t index, double* ds50UTC, double pos[3], double vel[3],
                            int32_t* revNum) {
-    return answerState(satKey, index, kByIndex, ds50UTC, pos, vel, revNum);
+    return catchAll(__func__,
+                    [&] { return answerState(satKey, index, kByIndex, ds50UTC, pos, vel, revNum); });
 }
 
 int32_t VorlanGetCovMtx(int64_t satKey, int32_t index, double* ds50UTC, double pos[3], double vel[3],
                         int32_t* revNum, double covMtx[6][6]) {
-    return answerCovariance(satKey, index, kByIndex, ds50UTC, pos, vel, revNum, covMtx);
+    return catchAll(__func__, [&] {
+        return answerCovariance(satKey, index, kByIndex, ds50UTC, pos, vel, revNum, covMtx);
+    });
 }
 
 int32_t VorlanXten(int64_t satKey, int32_t ephType, double inVal, double extState[128]) {
-    zeroArray(extState, 128);
-    if (ephType < kByMse || ephType > kByIndex) {
-        tracelogerror("VorlanXten: Invalid ephemeris type. Valid values are 1, 2, and 3.");
-        return kFailure;
-    }
-    EphemAnswer answer;
-    if (const std::int32_t status = GetEphem(satKey, inVal, ephType, answer); status != kSuccess)
-        return status;
-    if (extState == nullptr) return kSuccess;
-    extState[0] = ephType == kByMse ? inVal : ephType == kByDs50UTC ? answer.time : answer.mse;
-    extState[1] = ephType == kByDs50UTC ? inVal : answer.time;
-    std::copy_n(answer.point.pos, 3, extState + 2);
-    std::copy_n(answer.point.vel, 3, extState + 5);
-    extState[8] = answer.point.rev;
-    std::copy_n(answer.point.cov, kCovarianceSize, extState + 9);
-    return kSuccess;
+    return catchAll(__func__, [&]() -> int32_t {
+        zeroArray(extState, 128);
+        if (ephType < kByMse || ephType > kByIndex) {
+            tracelogerror("VorlanXten: Invalid ephemeris type. Valid values are 1, 2, and 3.");
+            return kFailure;
+        }
+        EphemAnswer answer;
+        if (const std::int32_t status = GetEphem(satKey, inVal, ephType, answer); status != kSuccess)
+            return status;
+        if (extState == nullptr) return kSuccess;
+        extState[0] = ephType == kByMse ? inVal : ephType == kByDs50UTC ? answer.time : answer.mse;
+        extState[1] = ephType == kByDs50UTC ? inVal : answer.time;
+        std::copy_n(answer.point.pos, 3, extState + 2);
+        std::copy_n(answer.point.vel, 3, extState + 5);
+        extState[8] = answer.point.rev;
+        std::copy_n(answer.point.cov, kCovarianceSize, extState + 9);
+        return kSuccess;
+    });
 }
 
 int32_t VorlanStartEndTime(int64_t satKey, double* startDs50UTC, double* endDs50UTC) {
-    zero(startDs50UTC, endDs50UTC);
-    RecordAccess record(satKey);
-    if (!record) return record.fail();
-    if (record->numberOfPoints() == 0) return record.fail(noDataMessage("VorlanStartEndTime", satKey));
-    give(startDs50UTC, record->points.firstTime());
-    give(endDs50UTC, record->points.lastTime());
-    return kSuccess;
+    return catchAll(__func__, [&]() -> int32_t {
+        zero(startDs50UTC, endDs50UTC);
+        RecordAccess record(satKey);
+        if (!record) return record.fail();
+        if (record->numberOfPoints() == 0) return failWithoutData(record, "VorlanStartEndTime", satKey);
+        give(startDs50UTC, record->points.firstTime());
+        give(endDs50UTC, record->points.lastTime());
+        return kSuccess;
+    });
 }
 
 int32_t VorlanGetLine(int64_t satKey, char line[512]) {
-    strtochararr({}, line, 512);
-    RecordAccess record(satKey);
-    if (!record) return record.fail();
-    strtochararr(fileCard(*record), line, 512);
-    return kSuccess;
+    return catchAll(__func__, [&]() -> int32_t {
+        strtochararr({}, line, 512);
+        RecordAccess record(satKey);
+        if (!record) return record.fail();
+        strtochararr(fileCard(*record), line, 512);
+        return kSuccess;
+    });
 }
 
 // ---- Files ----
 
 int32_t VorlanLoadFile(const char* fileName) {
-    const std::string_view name = fileNameOf(fileName);
-    announceLoading(name);
-    return readvorlansfrfile(name);
+    return catchAll(__func__, [&] {
+        const std::string_view name = fileNameOf(fileName);
+        announceLoading(name);
+        return readvorlansfrfile(name);
+    });
 }
 
 int32_t VorlanSaveFile(const char* fileName, int32_t saveMode) {
-    return savevorlans(fileNameOf(fileName), saveMode != 0 ? FileMode::Append : FileMode::Replace);
+    return catchAll(__func__, [&] {
+        return savevorlans(fileNameOf(fileName), saveMode != 0 ? FileMode::Append : FileMode::Replace);
+    });
 }
 
-int64_t VorlanAddSatFrFile(const char* fileName) { return addvorlanfile(fileNameOf(fileName)); }
+int64_t VorlanAddSatFrFile(const char* fileName) {
+    return catchAll(__func__, [&] { return addvorlanfile(fileNameOf(fileName)); });
+}
 
 }  // extern "C"

@@ -27,14 +27,18 @@ std::int32_t storedPoint(RecordAccess& record, double index, EphemAnswer& answer
 std::int64_t GetSatKey(std::int32_t satNum) noexcept {
     const std::int64_t key = vorlansatkeyget(satNum);
     if (key == kNoKey) {
-        tracelogerror("GetSatKey: Unable to locate satellite number " + integerField(satNum, 9) +
-                      " in the Vorlan binary tree.");
+        tracelogerror(MessageText("GetSatKey: Unable to locate satellite number ")
+                      << integerField(satNum, 9) << " in the Vorlan binary tree.");
     }
     return key;
 }
 
-std::string noDataMessage(std::string_view procedure, std::int64_t satKey) noexcept {
-    return keyMessage(std::string(procedure) + ": satKey ", satKey, " does not contain any ephemeris data.");
+MessageText noDataMessage(std::string_view procedure, std::int64_t satKey) noexcept {
+    return keyMessage(MessageText(procedure) << ": satKey ", satKey, " does not contain any ephemeris data.");
+}
+
+std::int32_t failWithoutData(RecordAccess& record, std::string_view procedure, std::int64_t satKey) noexcept {
+    return record.fail(noDataMessage(procedure, satKey));
 }
 
 std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, EphemAnswer& answer,
@@ -43,7 +47,7 @@ std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, Ep
     RecordAccess record(satKey);
     if (!record) return record.fail();
     const PointArray& points = record->points;
-    if (points.count() == 0) return record.fail(noDataMessage("GetEphem", satKey));
+    if (points.count() == 0) return failWithoutData(record, "GetEphem", satKey);
     if (inType == kByIndex) return storedPoint(record, inVal, answer);
 
     const double first = points.firstTime();
@@ -55,14 +59,14 @@ std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, Ep
         time = inVal;
         answer.time = mseOf(inVal, first);
     }
-    std::string message;
+    MessageText message;
     PointInterpolator interpolator(*record);
     const std::int32_t status = stateAt(*record, interpolator, time, answer.point, message, covariance);
     return status == kSuccess ? kSuccess : record.fail(message);
 }
 
 std::int32_t stateAt(const Vorlanrecord& record, PointInterpolator& interpolator, double ds50UTC,
-                     Vorlanpoint& point, std::string& message, Covariance covariance) noexcept {
+                     Vorlanpoint& point, MessageText& message, Covariance covariance) noexcept {
     if (record.points.firstTime() <= ds50UTC && ds50UTC <= record.points.lastTime()) {
         return interpolator.at(utc2tai(ds50UTC, interpolator.leapTable()), point, message, covariance);
     }

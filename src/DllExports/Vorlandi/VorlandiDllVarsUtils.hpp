@@ -33,7 +33,7 @@ std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, Ep
 // reason in `message`, which the caller logs, and a point of zeros. The record has points, and is the
 // interpolator's.
 std::int32_t stateAt(const Vorlanrecord& record, PointInterpolator& interpolator, double ds50UTC,
-                     Vorlanpoint& point, std::string& message, Covariance covariance) noexcept;
+                     Vorlanpoint& point, MessageText& message, Covariance covariance) noexcept;
 
 // The 21 values of a lower triangle as the full symmetric matrix.
 void to6x6covmtx(double matrix[6][6], const double cov[kCovarianceSize]) noexcept;
@@ -44,7 +44,9 @@ inline double mseOf(double time, double first) noexcept { return (time - first) 
 
 constexpr std::string_view kIndexOutOfRange = "GetEphem: Input index is out of valid range.";
 
-// The message of a record without points; `procedure` names who was asked.
-std::string noDataMessage(std::string_view procedure, std::int64_t satKey) noexcept;
+// The message of a record without points, `procedure` naming who was asked; and the failure with that message, out of
+// line, so that nobody makes room for the message in vain.
+MessageText noDataMessage(std::string_view procedure, std::int64_t satKey) noexcept;
+std::int32_t failWithoutData(RecordAccess& record, std::string_view procedure, std::int64_t satKey) noexcept;
 
 }  // namespace vorlandi

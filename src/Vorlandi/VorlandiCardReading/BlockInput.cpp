@@ -6,7 +6,7 @@ namespace vorlandi {
 
 void BlockInput::skipbadephempoint(std::string_view reader, std::string_view text) const {
     observeRead(VORLAN_READ_BAD, place_);
-    tracelogerror("*** " + std::string(reader) + " : Bad ephemeris data. ***");
+    tracelogerror(MessageText("*** ") << reader << " : Bad ephemeris data. ***");
     tracelogerror(text);
 }
 
@@ -35,7 +35,7 @@ ReadOutcome LineGroup::read(BlockInput& input) {
 namespace {
 
 std::int32_t logProblem(std::string_view reader, std::string_view problem) {
-    tracelogerror("*** " + std::string(reader) + ": " + std::string(problem) + " ***");
+    tracelogerror(MessageText("*** ") << reader << ": " << problem << " ***");
     return kBlockFailed;
 }
 

@@ -50,7 +50,10 @@ struct KeptLine {
 class BlockInput {
 public:
     BlockInput(InputUnit& unit, std::string_view headerLine, std::string_view fileName)
-        : unit_(unit), headerLine_(headerLine), place_{fileName, unit.lineNumber(), headerLine_} {}
+        : unit_(unit), place_{fileName, unit.lineNumber(), {}} {
+        headerLine_ = headerLine;
+        place_.line = headerLine_;
+    }
     BlockInput(const BlockInput&) = delete;
     BlockInput& operator=(const BlockInput&) = delete;
 
@@ -94,7 +97,7 @@ public:
 
 private:
     InputUnit& unit_;
-    std::string headerLine_;
+    InlineChars<kEphemerisColumns> headerLine_;
     ReadPlace place_;
 };
 

@@ -18,24 +18,20 @@ namespace {
 constexpr std::string_view kNoData =
     "ReadOnlyVorlans: Input ephemeris does not contain any ephemeris data. It will not be stored.";
 
-std::string dateText(double ds50UTC) {
-    const auto date = ds50todate15(ds50UTC);
-    return std::string(date.data(), date.size());
-}
-
-std::string summaryOf(const Vorlanrecord& record) {
-    if (record.numberOfPoints() == 0) return "Total ephemeris points = 0";
-    return "Total ephemeris points = " + std::to_string(record.numberOfPoints()) +
-           ", Start = " + dateText(record.points.firstTime()) +
-           ", End = " + dateText(record.points.lastTime()) +
-           ", Coord = " + std::string(coordinateName(record.coordSys));
+MessageText summaryOf(const Vorlanrecord& record) noexcept {
+    MessageText summary("Total ephemeris points = ");
+    summary << record.numberOfPoints();
+    if (record.numberOfPoints() == 0) return summary;
+    return summary << ", Start = " << ds50todate15(record.points.firstTime())
+                   << ", End = " << ds50todate15(record.points.lastTime())
+                   << ", Coord = " << coordinateName(record.coordSys);
 }
 
 // Why a record was not stored; `key` is the result of AddRecToMem.
-std::string reasonAgainst(std::int64_t key, std::int32_t satNum, double epoch) {
+MessageText reasonAgainst(std::int64_t key, std::int32_t satNum, double epoch) noexcept {
     const std::int64_t ordinaryKey = createsatkey(satNum, kVorlanElsetType, epoch);
-    if (key != kNoKey) return "duplicate of " + std::to_string(ordinaryKey);
-    return ordinaryKey == kNoKey ? "number or first time out of range" : "out of memory";
+    if (key != kNoKey) return MessageText("duplicate of ") << ordinaryKey;
+    return MessageText(ordinaryKey == kNoKey ? "number or first time out of range" : "out of memory");
 }
 
 // One ephemeris pass: the working record and what becomes of it. The record goes on from block to block: a later block
@@ -58,7 +54,7 @@ public:
 
 private:
     std::int32_t readBlocks() {
-        std::string summary = summaryOf(record_);
+        MessageText summary = summaryOf(record_);
         std::string_view line;
         ReadOutcome outcome = ReadOutcome::Success;
         while ((outcome = unit_.readLine(kEphemerisColumns, line)) == ReadOutcome::Success) {
@@ -131,7 +127,7 @@ private:
         const std::int64_t key = AddRecToMem(std::move(record), &stored);
         if (satKeyOut_ != nullptr) *satKeyOut_ = key;
         if (stored != nullptr) {
-            observeRead(VORLAN_READ_STORED, fileName_, line, std::to_string(key));
+            observeRead(VORLAN_READ_STORED, fileName_, line, MessageText() << key);
         } else {
             observeRead(VORLAN_READ_REFUSED, fileName_, header_, reasonAgainst(key, satNum, epoch));
         }
@@ -218,7 +214,7 @@ private:
 
 }  // namespace
 
-std::int32_t readvorlansfrfile(std::string_view fileName) noexcept {
+std::int32_t readvorlansfrfile(std::string_view fileName) {
     InputUnit unit;
     if (const int error = fileopenmt(fileName, unit); error != 0) return error;
     InputTag tag;
@@ -245,7 +241,7 @@ std::int32_t readvorlansfrfileunit(InputUnit& unit, std::string_view fileName) {
     return status;
 }
 
-std::int64_t addvorlanfile(std::string_view fileName) noexcept {
+std::int64_t addvorlanfile(std::string_view fileName) {
     InputUnit unit;
     if (fileopenmt(fileName, unit) != 0) return kNoKey;
     InputTag tag;

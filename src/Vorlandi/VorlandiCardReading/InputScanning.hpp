@@ -19,7 +19,7 @@ namespace vorlandi {
 using InputTag = PaddedText<128>;
 
 // Reads a file: one whose name ends in .DCE as DCE binary, any other in a card pass and an ephemeris pass.
-std::int32_t readvorlansfrfile(std::string_view fileName) noexcept;
+std::int32_t readvorlansfrfile(std::string_view fileName);
 
 // The card pass: reads the files that cards name, and goes back to the unit's first line. `tag` receives the text of the
 // last tag card if no record has taken it. Returns the number of the line that could not be read, 0 if there is none:
@@ -33,7 +33,7 @@ std::int32_t readvorlansfrfileunit(InputUnit& unit, std::string_view fileName);
 
 // Reads a file in an ephemeris pass alone. Returns the key of the record stored last, -1 if there is none or reading
 // failed.
-std::int64_t addvorlanfile(std::string_view fileName) noexcept;
+std::int64_t addvorlanfile(std::string_view fileName);
 
 // An ephemeris pass. The tag labels the records stored, and the first one of a text file blanks it;
 // `satKeyOut`, when given, receives the key of each.

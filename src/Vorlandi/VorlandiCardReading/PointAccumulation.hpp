@@ -15,13 +15,9 @@ inline bool addoneeppoint(const Vorlanstate& point, Vorlanrecord& record,
                           const PointCovariance* covariance = nullptr) {
     PointArray& points = record.points;
     // Written so that a NaN, for which no comparison holds, is dropped.
-    if (points.count() > 0) [[likely]] {
-        if (!(points.lastTime() < point.time)) return false;
-    } else {
-        if (!(point.time == point.time)) return false;
-        record.epoch = point.time;
-    }
+    if (points.count() > 0 ? !(points.lastTime() < point.time) : !(point.time == point.time)) return false;
     points.append(point, covariance);
+    if (points.count() == 1) record.epoch = point.time;
     return true;
 }
 

@@ -5,7 +5,7 @@
 namespace vorlandi {
 
 std::int64_t createnewsatentry(std::int32_t satNum, double epoch, double earthRadius, double ke,
-                               std::int32_t typeCode) noexcept {
+                               std::int32_t typeCode) {
     Vorlanrecord record;
     record.satNum = satNum;
     record.epoch = epoch;

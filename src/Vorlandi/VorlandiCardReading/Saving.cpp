@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <new>
 
-#include "CoreServices/TraceLog.hpp"
 #include "Vorlandi/VorlandiTree.hpp"
 
 namespace vorlandi {
@@ -46,15 +44,9 @@ void vorlanwritelines(std::string& text) {
     });
 }
 
-std::int32_t savevorlans(std::string_view fileName, FileMode mode) noexcept {
-    std::string text;
-    try {
-        text = kTitle;
-        vorlanwritelines(text);
-    } catch (const std::bad_alloc&) {
-        tracelogerror("VorlanSaveFile: Out of memory.");
-        return kFailure;
-    }
+std::int32_t savevorlans(std::string_view fileName, FileMode mode) {
+    std::string text(kTitle);
+    vorlanwritelines(text);
     OutputUnit unit;
     if (const int error = fileopen(fileName, mode, unit); error != 0) return error;
     const OutputTurn turn(unit);

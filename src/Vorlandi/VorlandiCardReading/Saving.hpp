@@ -22,8 +22,8 @@ FileCard fileCard(const Vorlanrecord& record) noexcept;
 void vorlanwritelines(std::string& text);
 
 // Writes title and cards to a file. The store is free meanwhile, however long the file makes the thread wait; threads
-// that save to the same file do so one after the other. Returns 0, the errno of the failed open, or 2 when memory is
-// short; the file is then untouched.
-std::int32_t savevorlans(std::string_view fileName, FileMode mode) noexcept;
+// that save to the same file do so one after the other. Returns 0 or the errno of the failed open. When memory is short
+// it throws, and the file is untouched.
+std::int32_t savevorlans(std::string_view fileName, FileMode mode);
 
 }  // namespace vorlandi

@@ -30,19 +30,14 @@ std::int32_t lastProbed(std::int32_t n, std::int32_t lo) noexcept {
     return mid;
 }
 
-std::string gapMessage(const Vorlanstate& first, const Vorlanstate& last) {
-    const auto from = ds50todate15(first.time);
-    const auto to = ds50todate15(last.time);
-    return std::string("InterpolateEP: Data points too far apart due to spacing or data gap. (")
-        .append(from.data(), from.size())
-        .append(", ")
-        .append(to.data(), to.size())
-        .append(")");
+MessageText gapMessage(const Vorlanstate& first, const Vorlanstate& last) noexcept {
+    return MessageText("InterpolateEP: Data points too far apart due to spacing or data gap. (")
+           << ds50todate15(first.time) << ", " << ds50todate15(last.time) << ")";
 }
 
-std::int32_t notFound(std::string&& why, Vorlanpoint& point, std::string& message) {
+std::int32_t notFound(std::string_view why, Vorlanpoint& point, MessageText& message) noexcept {
     point = Vorlanpoint{};
-    message = std::move(why);
+    message = why;
     return kNotFound;
 }
 
@@ -120,7 +115,7 @@ std::int32_t PointInterpolator::revolutionOf(const Vorlanstate& interpolated) co
     return updaterev(interpolated, reference, reference.rev);
 }
 
-std::int32_t PointInterpolator::interpolate(double t, Vorlanpoint& result, std::string& message,
+std::int32_t PointInterpolator::interpolate(double t, Vorlanpoint& result, MessageText& message,
                                             Covariance covariance) {
     const std::int32_t lo = lastEarlier(t);
     const std::int32_t last = std::min(std::max(lo - 1, 1) + kWindow - 1, points_.count());
@@ -144,7 +139,7 @@ std::int32_t PointInterpolator::interpolate(double t, Vorlanpoint& result, std::
     return kFound;
 }
 
-std::int32_t PointInterpolator::at(double ds50TAI, Vorlanpoint& result, std::string& message,
+std::int32_t PointInterpolator::at(double ds50TAI, Vorlanpoint& result, MessageText& message,
                                    Covariance covariance) {
     const double t = tai2utc(ds50TAI, leapTable_);
     const std::int32_t n = points_.count();
@@ -167,7 +162,7 @@ std::int32_t PointInterpolator::at(double ds50TAI, Vorlanpoint& result, std::str
 }
 
 std::int32_t InterpolateEP(const Vorlanrecord& record, double ds50TAI, Vorlanpoint& point,
-                           std::string& message, Covariance covariance) {
+                           MessageText& message, Covariance covariance) {
     point = Vorlanpoint{};
     return PointInterpolator(record).at(ds50TAI, point, message, covariance);
 }

@@ -3,8 +3,8 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 
+#include "CoreServices/BoundedText.hpp"
 #include "Vorlandi/VorlandiProcessing/InterpolationKernels.hpp"
 #include "Vorlandi/VorlandiTypes.hpp"
 
@@ -22,10 +22,10 @@ public:
     // The state at a time on the TAI scale (days since 1950). 0; or 2 with the reason in `message`, which the
     // caller logs, and a point of zeros. A record with one point answers every time with it; one with two or
     // three answers only their times. Where no covariance is wanted, that of the point is not specified.
-    std::int32_t at(double ds50TAI, Vorlanpoint& point, std::string& message, Covariance covariance);
+    std::int32_t at(double ds50TAI, Vorlanpoint& point, MessageText& message, Covariance covariance);
 
 private:
-    std::int32_t interpolate(double t, Vorlanpoint& point, std::string& message, Covariance covariance);
+    std::int32_t interpolate(double t, Vorlanpoint& point, MessageText& message, Covariance covariance);
     std::int32_t lastEarlier(double t) const noexcept;
     bool isLastEarlier(std::int32_t lo, double t) const noexcept;
     std::int32_t revolutionOf(const Vorlanstate& interpolated) const noexcept;
@@ -44,7 +44,7 @@ private:
 
 // One request; the point's covariance is zero where none is wanted.
 std::int32_t InterpolateEP(const Vorlanrecord& record, double ds50TAI, Vorlanpoint& point,
-                           std::string& message, Covariance covariance = Covariance::Wanted);
+                           MessageText& message, Covariance covariance = Covariance::Wanted);
 
 // A request to come: begins to bring the points around it into the cache. For evenly spaced points it is the right ones.
 void expectRequest(const Vorlanrecord& record, double ds50UTC, Covariance covariance) noexcept;
