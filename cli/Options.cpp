@@ -48,7 +48,7 @@ void addFormat(CLI::App& command, Format& format) {
 void addVerbose(CLI::App& command, Console& console) {
     command.add_flag_callback(
         "-v,--verbose", [&console] { console.setVerbose(true); },
-        "Show what the library reports while loading, and every error instead of the first ten of a kind");
+        "Show what the library reports while loading, and all errors, not only ten of a kind");
 }
 
 }  // namespace vorlandi::cli

@@ -83,11 +83,11 @@ std::optional<fs::path> behindLinks(fs::path path) {
     return std::nullopt;
 }
 
-// Mode and owner of the file to be replaced; of a new file those that open() would give it.
+// Mode and owner of the file to be replaced. A new file gets the mode that open() would give it, and keeps its owner.
 struct Ownership {
     mode_t mode;
-    uid_t user;
-    gid_t group;
+    uid_t user = static_cast<uid_t>(-1);
+    gid_t group = static_cast<gid_t>(-1);
 };
 
 // None if the target can't be replaced.
@@ -101,16 +101,13 @@ std::optional<Ownership> ownershipOf(const fs::path& target) {
     if (errno != ENOENT) return std::nullopt;
     const mode_t mask = umask(0);
     umask(mask);
-    return Ownership{kReadAndWriteForAll & ~mask, geteuid(), getegid()};
+    return Ownership{kReadAndWriteForAll & ~mask};
 }
 
-// False if the owner can't be kept. The mode comes last, since a change of owner clears some of its bits.
+// False if they can't be kept. The mode comes last, since a change of owner clears some of its bits.
 bool takeOver(int descriptor, const Ownership& ownership) {
-    struct stat status {};
-    if (fstat(descriptor, &status) != 0) return false;
-    const bool sameOwner = status.st_uid == ownership.user && status.st_gid == ownership.group;
-    if (!sameOwner && fchown(descriptor, ownership.user, ownership.group) != 0) return false;
-    return fchmod(descriptor, ownership.mode) == 0;
+    return fchown(descriptor, ownership.user, ownership.group) == 0 &&
+           fchmod(descriptor, ownership.mode) == 0;
 }
 
 bool forbidden(int error) { return error == EACCES || error == EPERM || error == EROFS; }

@@ -17,12 +17,13 @@ bool isContinuation(char c) { return (byteOf(c) & 0xC0U) == 0x80U; }
 // The least code point that needs so many bytes; anything smaller is an overlong form.
 constexpr std::array<unsigned, 5> kLeastOfLength = {0, 0, 0x80, 0x800, 0x10000};
 
+// 0 for a byte that does not begin a character.
 std::size_t sequenceLength(unsigned lead) {
     if (lead < 0x80U) return 1;
-    if (lead >= 0xC2U && lead <= 0xDFU) return 2;
-    if (lead >= 0xE0U && lead <= 0xEFU) return 3;
-    if (lead >= 0xF0U && lead <= 0xF4U) return 4;
-    return 0;
+    if (lead < 0xC0U) return 0;
+    if (lead < 0xE0U) return 2;
+    if (lead < 0xF0U) return 3;
+    return lead < 0xF8U ? 4 : 0;
 }
 
 bool isScalarValue(unsigned code, std::size_t length) {

@@ -37,6 +37,7 @@ TEST_F(Loading, SaysOfEveryFaultInWhichFileAndLineItIs) {
     // clang-format off
     for (const auto& [name, messages] : std::initializer_list<std::pair<std::string, Texts>>{
         {"missing.e", {"missing.e: error: No such file or directory"}},
+        {"'\x1b]0;\x9B.e'", {"?]0;?.e: error: No such file or directory"}},
         {"folder", {"folder: error: Is a directory"}},
         {"prose.txt", {"prose.txt: error: no ephemeris recognised in this file, nor in any that its cards name"}},
         {"''", {"error: a file name that is empty or ends with a blank can't be loaded"}},

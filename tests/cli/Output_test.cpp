@@ -13,8 +13,11 @@ std::string unprivileged() {
 
 class Output : public CommandLine {
 protected:
-    // Each begins with this file.
-    Output() { write("kept", "as it was\n"); }
+    // Each begins with a file, and a link that is like /dev/stdout but may come to harm.
+    Output() {
+        write("kept", "as it was\n");
+        fs::create_symlink("/proc/self/fd/1", file("stdout"));
+    }
 
     void expectKept(const std::string& what) const {
         EXPECT_EQ(contentsOf(file("kept")), "as it was\n") << what;
@@ -32,8 +35,8 @@ TEST_F(Output, ThatCannotBeWrittenIsReported) {
     }
     // clang-format off
     for (const auto& [arguments, message] : std::initializer_list<std::pair<std::string, std::string>>{
-        {"save /dev/full 81001.e", "/dev/full: error: No space left on device"},
-        {"states 81001.e -o /dev/full", "/dev/full: error: No space left on device"},
+        {"save stdout 81001.e >/dev/full", "stdout: error: No space left on device"},
+        {"states 81001.e -o stdout >/dev/full", "stdout: error: No space left on device"},
         {"states 81001.e -o missing/states", "missing/states: error: No such file or directory"},
         {"states 81001.e -o ''", "error: No such file or directory"},
         {"info 81001.e -o folder", "folder: error: Is a directory"}}) {
@@ -44,16 +47,19 @@ TEST_F(Output, ThatCannotBeWrittenIsReported) {
     }
     // 540 million states: whoever collects them before writing does not live to see the pipe closed.
     for (const std::string format : {"table", "csv", "json"}) {
-        const Outcome closed = shell("(vorlandi states 81001.e --step 1e-6 --cov --format " + format +
-                                     "; echo $? >&2) | head -c 100");
+        const Outcome closed = shell("ulimit -t 10; (vorlandi states 81001.e --step 1e-6 --cov --format " +
+                                     format + "; echo $? >&2) | head -c 100");
         EXPECT_EQ(closed.output.size(), 100U);
         EXPECT_EQ(closed.messages, "0\n");
     }
+    EXPECT_THAT(shell("(vorlandi states missing.e 81001.e --step 1e-6; echo $? >&2) | head -c 100").messages,
+                testing::EndsWith("1\n"));
 }
 
 TEST_F(Output, DoesNotMixWithMessagesIfStandardErrorIsClosed) {
-    EXPECT_EQ(run("info 81001.e missing.e -o info 2>&-").status, 1);
-    EXPECT_EQ(contentsOf(file("info")), run("info 81001.e").output);
+    const std::string states = "states 81001.e --at 2026-01-31T00:10:00 --at 2026-01-31T00:01:00";
+    EXPECT_EQ(run(states + " -o states 2>&-").status, 1);
+    EXPECT_EQ(contentsOf(file("states")), run(states).output);
 }
 
 TEST_F(Output, ReplacesAFileWithTheSameModeAlsoThroughALink) {
@@ -73,12 +79,17 @@ TEST_F(Output, ReplacesAFileWithTheSameModeAlsoThroughALink) {
     EXPECT_EQ(contentsOf(file("kept")), states);
     EXPECT_EQ(fs::status(file("kept")).permissions(), fs::perms(0640));
     EXPECT_EQ(temporaryFiles(), Texts{});
+    // Only root can give the folder another group; for others this holds anyway.
+    const Outcome groups = shell(
+        "chgrp 65534 folder; chmod g+s folder; vorlandi info 81001.e -o folder/new; stat -c %g folder "
+        "folder/new | uniq");
+    EXPECT_EQ(split(groups.output).size(), 1U) << "a new file has the group of its folder";
 }
 
 TEST_F(Output, GoesStraightToWhatCannotBeReplaced) {
     const std::string info = run("info 81001.e").output;
     EXPECT_EQ(shell("mkfifo pipe; cat pipe & vorlandi info 81001.e -o pipe; wait").output, info);
-    EXPECT_EQ(shell("echo x >open; ls -i open >before; vorlandi info 81001.e -o /dev/stdout >open; ls -i "
+    EXPECT_EQ(shell("echo x >open; ls -i open >before; vorlandi info 81001.e -o stdout >open; ls -i "
                     "open | cmp - before && cat open")
                   .output,
               info);

@@ -27,6 +27,7 @@
 #include <filesystem>
 #include <fstream>
 #include <regex>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -67,17 +68,16 @@ constexpr bool isDma(std::int64_t key) { return key > 0 && key % 10 == 0; }
 View view() {
     View seen{VorlanGetCount(), {}, 0xCBF29CE484222325, VorlanTimeTaiToUtc(40000.0), 0};
     VorlanMse(control, 2.5, nullptr, seen.stateOfControl, seen.stateOfControl + 3, nullptr);
-    std::array<std::int64_t, 2 * kFirstPoolBlock> keys{};
+    std::array<std::int64_t, kMostKeys> keys{};
     VorlanGetLoadedExt(3, keys.size(), keys.data(), nullptr);
-    for (int k = 0; k < seen.satellites; ++k) {
+    for (const std::int64_t key : std::span(keys).first(static_cast<std::size_t>(seen.satellites))) {
         double start = 0.0, end = 0.0;
         std::int32_t points = 0;
-        VorlanGetAllFields(keys[k], nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+        VorlanGetAllFields(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                            nullptr, &points, nullptr);
-        if (points > 0) VorlanStartEndTime(keys[k], &start, &end);
+        if (points > 0) VorlanStartEndTime(key, &start, &end);
         // DMA keys are addresses.
-        for (const double value :
-             {isDma(keys[k]) ? 0.0 : static_cast<double>(keys[k]), start, end, points * 1.0})
+        for (const double value : {isDma(key) ? 0.0 : static_cast<double>(key), start, end, points * 1.0})
             addToHash(seen.hashOfStore, value);
     }
     struct stat status {};

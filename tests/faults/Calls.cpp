@@ -185,7 +185,7 @@ std::vector<std::string> messagesOfLoads() {
 
 Call listing(int order, Ending ending) {
     return {"VorlanGetLoadedExt, order " + std::to_string(order), ending, fillPools, [=](Outputs& out) {
-                return VorlanGetLoadedExt(order, std::size(out.keys), out.keys, out.keys + kFirstPoolBlock);
+                return VorlanGetLoadedExt(order, kFirstPoolBlock, out.keys, out.keys + kFirstPoolBlock);
             }};
 }
 
@@ -234,7 +234,7 @@ std::string savedFile(const std::string& folder) { return folder + "/saved.card"
 std::vector<Call> allCalls(const std::string& examples, const std::string& folder) {
     using enum Ending;
     const auto written = [&](const std::string& name, const std::string& text) {
-        const std::string path = folder + "/" + name;
+        std::string path = folder + "/" + name;
         std::ofstream(path) << text;
         return path;
     };

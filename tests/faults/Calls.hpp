@@ -2,6 +2,7 @@
 // allocate.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -16,6 +17,7 @@ constexpr std::int64_t kUnknownKey = 11;
 
 // Nodes and records come from pools. Their first blocks, which are kept, hold so many.
 constexpr int kFirstPoolBlock = 64;
+constexpr std::size_t kMostKeys = 128;  // more than any call stores
 
 // A satellite with points a minute apart and a gap, which no call touches but by queries.
 extern std::int64_t control;
@@ -25,7 +27,7 @@ void addControlSatellite();
 struct Outputs {
     double numbers[160];
     std::int32_t integers[8];
-    std::int64_t keys[2 * kFirstPoolBlock];
+    std::int64_t keys[kMostKeys];
     char text[512];
 };
 
