@@ -12,6 +12,7 @@
 #include "SaveCommand.hpp"
 #include "StatesCommand.hpp"
 #include "Store.hpp"
+#include "vorlandi/services.h"
 
 namespace vorlandi::cli {
 namespace {
@@ -105,5 +106,6 @@ int main(int argc, char* argv[]) {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     vorlandi::cli::occupyStandardStreams();
+    VorlanSetGuardMode(VORLAN_GUARD_SAFE);
     return static_cast<int>(vorlandi::cli::run(argc, argv));
 }

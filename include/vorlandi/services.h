@@ -124,7 +124,8 @@ enum { VORLAN_GUARD_FIXED = 0, VORLAN_GUARD_SAFE = 1 };
  *
  * In the safe mode every function may run beside every other, on any satellite. Each call sees the store as it is
  * before or after any change, never in between; of two calls that overlap either may come first. A key that was
- * removed gives "not found", not another satellite's data, as long as nobody adds the same satellite again.
+ * removed gives "not found", not another satellite's data, as long as nobody adds the same satellite again. A batch is
+ * several calls in this sense, and so is a load; a DMA key is used again after 4,096 further removals (docs/threads.md).
  *
  * In the fixed mode a query that begins in the same instant in which the tree changes can be refused, be answered with
  * another satellite's data, or, if its satellite is being removed, read released memory and crash the process. Whoever

@@ -31,7 +31,8 @@
  *
  * In the safe mode every function may run beside every other, on any satellite. Each call sees the store as it is
  * before or after any change, never in between; of two calls that overlap either may come first. A key that was
- * removed gives "not found", not another satellite's data, as long as nobody adds the same satellite again.
+ * removed gives "not found", not another satellite's data, as long as nobody adds the same satellite again. A batch is
+ * several calls in this sense, and so is a load; a DMA key is used again after 4,096 further removals.
  *
  * In the fixed mode, which holds at the start, queries run together without limit, and adding and removing satellites
  * waits for the queries that run. A query that begins in the same instant in which the tree changes can be refused, be

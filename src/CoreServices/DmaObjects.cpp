@@ -112,9 +112,8 @@ DmaObject* newdmaobject() noexcept { return registry.take(); }
 std::int64_t publishdmaobject(DmaObject& object, std::int32_t type, void* record) noexcept {
     object.type = type;
     object.record = record;
-    const auto address = static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(&object));
-    object.self = address;
-    return address * 10;
+    object.self = dmaaddress(object);
+    return dmakey(object);
 }
 
 void releasedmaobject(DmaObject& object) noexcept { registry.release(object); }

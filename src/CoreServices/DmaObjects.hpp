@@ -2,8 +2,8 @@
 //
 // 1. Objects are slots of blocks that stay until the library is unloaded, so that the memory that a key names stays
 //    readable; a key is checked against the blocks before anything is read through it.
-// 2. A released object has the self-address 0. Its slot is used again only after kQuarantine further
-//    releases, so that a stale key is recognised rather than answered with somebody else's record.
+// 2. A released object has the self-address 0. Its slot is used again only after kQuarantine further releases. Until
+//    then a stale key is recognised; later it names another object.
 // 3. Finding an object takes no lock. Making and releasing take one.
 // 4. A new object can't be found until it is published.
 #pragma once
@@ -35,7 +35,13 @@ DmaObject& keytocptr(std::int64_t key) noexcept;
 // A new object, to be published or released; null if memory has run out.
 DmaObject* newdmaobject() noexcept;
 
-// Sets type, record and self-address of a new object; its key, by which it can be found from now on.
+// The key of an object, and the address in it.
+inline std::int64_t dmaaddress(const DmaObject& object) noexcept {
+    return static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(&object));
+}
+inline std::int64_t dmakey(const DmaObject& object) noexcept { return dmaaddress(object) * 10; }
+
+// Sets type, record and self-address of a new object, which can be found by its key from now on. Returns the key.
 std::int64_t publishdmaobject(DmaObject& object, std::int32_t type, void* record) noexcept;
 
 void releasedmaobject(DmaObject& object) noexcept;

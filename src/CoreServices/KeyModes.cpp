@@ -1,27 +1,37 @@
 #include "CoreServices/KeyModes.hpp"
 
-#include <atomic>
+#include <mutex>
+
+#include "CoreServices/HeldAcrossFork.hpp"
 
 namespace vorlandi {
 namespace {
 
-std::atomic<std::int32_t> useAll{0};
-std::atomic<std::int32_t> allMode{0};
-std::atomic<std::int32_t> elsetMode{0};
-std::atomic<std::int32_t> dupMode{0};
+constinit std::mutex mutex;
+constinit KeyModes modes;
+[[maybe_unused]] const HeldAcrossFork<mutex> heldAcrossFork;
 
 }  // namespace
 
-std::int32_t useallkeymode() noexcept { return useAll.load(); }
-std::int32_t allkeymodeget() noexcept { return allMode.load(); }
-std::int32_t elsetkeymodeget() noexcept { return elsetMode.load(); }
-std::int32_t dupkeymodeget() noexcept { return dupMode.load(); }
+KeyModes keyModes() noexcept {
+    const std::lock_guard lock(mutex);
+    return modes;
+}
 
 void setAllKeyMode(std::int32_t use, std::int32_t mode) noexcept {
-    allMode.store(mode);
-    useAll.store(use);
+    const std::lock_guard lock(mutex);
+    modes.useAll = use;
+    modes.all = mode;
 }
-void setElsetKeyMode(std::int32_t mode) noexcept { elsetMode.store(mode); }
-void setDupKeyMode(std::int32_t mode) noexcept { dupMode.store(mode); }
+
+void setElsetKeyMode(std::int32_t mode) noexcept {
+    const std::lock_guard lock(mutex);
+    modes.elset = mode;
+}
+
+void setDupKeyMode(std::int32_t mode) noexcept {
+    const std::lock_guard lock(mutex);
+    modes.dup = mode;
+}
 
 }  // namespace vorlandi

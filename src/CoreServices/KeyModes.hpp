@@ -9,10 +9,20 @@ namespace vorlandi {
 constexpr std::int32_t kSatKeyMode = 0;  // ordinary keys, made from satellite number and epoch
 constexpr std::int32_t kDmaKeyMode = 1;  // DMA keys, which name an object in memory
 
-std::int32_t useallkeymode() noexcept;
-std::int32_t allkeymodeget() noexcept;
-std::int32_t elsetkeymodeget() noexcept;
-std::int32_t dupkeymodeget() noexcept;
+struct KeyModes {
+    std::int32_t useAll = 0;  // not 0: `all` is in force, else `elset`
+    std::int32_t all = 0;
+    std::int32_t elset = 0;
+    std::int32_t dup = 0;
+};
+
+// All modes as they are at one moment: a change of two of them is seen whole.
+KeyModes keyModes() noexcept;
+
+inline std::int32_t useallkeymode() noexcept { return keyModes().useAll; }
+inline std::int32_t allkeymodeget() noexcept { return keyModes().all; }
+inline std::int32_t elsetkeymodeget() noexcept { return keyModes().elset; }
+inline std::int32_t dupkeymodeget() noexcept { return keyModes().dup; }
 
 void setAllKeyMode(std::int32_t use, std::int32_t mode) noexcept;
 void setElsetKeyMode(std::int32_t mode) noexcept;
@@ -20,7 +30,8 @@ void setDupKeyMode(std::int32_t mode) noexcept;
 
 // The mode in force.
 inline std::int32_t effectiveKeyMode() noexcept {
-    return useallkeymode() != 0 ? allkeymodeget() : elsetkeymodeget();
+    const KeyModes modes = keyModes();
+    return modes.useAll != 0 ? modes.all : modes.elset;
 }
 
 }  // namespace vorlandi

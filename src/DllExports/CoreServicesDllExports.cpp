@@ -47,10 +47,11 @@ void VorlanSetDupKeyMode(int32_t mode) {
 
 void VorlanGetKeyModes(int32_t* useAll, int32_t* allMode, int32_t* elsetMode, int32_t* dupMode) {
     catchAll(__func__, [&] {
-        give(useAll, useallkeymode());
-        give(allMode, allkeymodeget());
-        give(elsetMode, elsetkeymodeget());
-        give(dupMode, dupkeymodeget());
+        const KeyModes modes = keyModes();
+        give(useAll, modes.useAll);
+        give(allMode, modes.all);
+        give(elsetMode, modes.elset);
+        give(dupMode, modes.dup);
     });
 }
 

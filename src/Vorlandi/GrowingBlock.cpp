@@ -120,8 +120,8 @@ bool GrowingBlock::isShared() const noexcept {
     return bytes_ != nullptr && header().owners.load(std::memory_order_acquire) > 1;
 }
 
-void GrowingBlock::unshare(std::size_t used) {
-    if (isShared()) moveTo(allocate(used, used), used);
+void GrowingBlock::unshare(std::size_t used, std::size_t size) {
+    if (isShared()) moveTo(allocate(size, size), used);
 }
 
 void GrowingBlock::release() noexcept {

@@ -37,8 +37,8 @@ public:
     void shareWith(GrowingBlock& other) const noexcept;
     bool isShared() const noexcept;
 
-    // Goes on with a copy of `used` bytes if there are other owners.
-    void unshare(std::size_t used);
+    // Goes on with a copy if there are other owners: a block of `size` bytes, no larger, with the first `used` bytes.
+    void unshare(std::size_t used, std::size_t size);
 
     void swap(GrowingBlock& other) noexcept { std::swap(bytes_, other.bytes_); }
 

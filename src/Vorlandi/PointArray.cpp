@@ -56,8 +56,8 @@ void PointArray::growByStep() {
     }
     const std::int32_t capacity = capacity_ + kGrowth;
     if (isShare_) {
-        states_.unshare(bytesOf<Vorlanstate>(count_));
-        covariances_.unshare(bytesOf<PointCovariance>(count_));
+        states_.unshare(bytesOf<Vorlanstate>(count_), bytesOf<Vorlanstate>(capacity));
+        covariances_.unshare(bytesOf<PointCovariance>(count_), bytesOf<PointCovariance>(capacity));
         isShare_ = false;
     }
     states_.grow(bytesOf<Vorlanstate>(capacity), bytesOf<Vorlanstate>(count_));

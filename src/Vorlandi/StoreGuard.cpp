@@ -13,9 +13,12 @@ namespace {
 // each, so that whoever is waited for can run.
 template <class Look>
 void waitUntil(Look&& look) noexcept {
-    constexpr int kSpins = 100;
-    for (int spins = 0; !look(); ++spins) {
-        if (spins >= kSpins) std::this_thread::yield();
+    for (int spins = 100; !look();) {
+        if (spins > 0) {
+            --spins;
+        } else {
+            std::this_thread::yield();
+        }
     }
 }
 
@@ -24,17 +27,20 @@ void leaveAfterFork() noexcept {
     endUpdate();
 }
 
-// DMA objects are made and released inside the writer side and outside, so their lock is taken with it.
-[[maybe_unused]] const int forkHandlers = ::pthread_atfork(
-    [] {
-        beginUpdate();
-        lockdmaobjects();
-    },
-    leaveAfterFork,
-    [] {
-        numreads.store(0);
-        leaveAfterFork();
-    });
+// DMA objects are made and released inside the writer side and outside, so their lock is taken with it. Installed before
+// all other fork handlers, and so called after them: fork holds up the store only once it waits for nothing else.
+__attribute__((constructor(101))) void installForkHandlers() {
+    ::pthread_atfork(
+        [] {
+            beginUpdate();
+            lockdmaobjects();
+        },
+        leaveAfterFork,
+        [] {
+            numreads.store(0);
+            leaveAfterFork();
+        });
+}
 
 }  // namespace
 

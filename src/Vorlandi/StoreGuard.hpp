@@ -16,7 +16,7 @@
 // 5. Both modes use the same flag, counter and mutex, so the mode may be switched at any time. Whoever has entered
 //    leaves in the way it entered.
 // 6. Fork takes the writer side. The readers of the parent don't exist in the child, whose counter starts at 0.
-// 7. Whoever is inside waits for no lock but that of the DMA objects.
+// 7. Whoever is inside waits for no lock of the library but that of the DMA objects.
 #pragma once
 
 #include <atomic>

@@ -1,6 +1,7 @@
 #include "Vorlandi/VorlandiTree.hpp"
 
 #include <new>
+#include <utility>
 
 #include "CoreServices/KeyModes.hpp"
 #include "CoreServices/NumberFields.hpp"
@@ -25,28 +26,49 @@ Vorlanrecord* recordIn(const DmaObject& object) noexcept {
     return static_cast<Vorlanrecord*>(object.record.load());
 }
 
-// Keeps a record in a DMA object of its own; the object's key, or -1 with a message.
-std::int64_t keepInDmaObject(Vorlanrecord&& record) {
-    DmaObject* const object = newdmaobject();
-    if (object == nullptr) {
-        tracelogerror("AddRecToMem: Cannot allocate memory for a new dma.");
-        return kNoKey;
+// A DMA object and the record that it will hold, which nobody can find before they are published. Gives both back if
+// they never are.
+class NewDma {
+public:
+    NewDma() = default;
+    ~NewDma() {
+        if (object_ != nullptr) releasedmaobject(*object_);
     }
-    auto* const kept = new (std::nothrow) Vorlanrecord(std::move(record));
-    if (kept == nullptr) {
-        releasedmaobject(*object);
-        tracelogerror("AddRecToMem: Cannot allocate memory for a new rec.");
-        return kNoKey;
+    NewDma(const NewDma&) = delete;
+    NewDma& operator=(const NewDma&) = delete;
+
+    // False, with a message, if memory is short.
+    bool take(Vorlanrecord&& record) {
+        object_ = newdmaobject();
+        if (object_ == nullptr) {
+            tracelogerror("AddRecToMem: Cannot allocate memory for a new dma.");
+            return false;
+        }
+        record_.reset(new (std::nothrow) Vorlanrecord(std::move(record)));
+        if (!record_) tracelogerror("AddRecToMem: Cannot allocate memory for a new rec.");
+        return record_ != nullptr;
     }
-    return publishdmaobject(*object, kVorlanElsetType, kept);
-}
+
+    std::int64_t key() const noexcept { return dmakey(*object_); }
+
+    // Inside the guard, together with the node: a key that can be found is in the tree.
+    void publish() noexcept {
+        if (object_ != nullptr)
+            publishdmaobject(*std::exchange(object_, nullptr), kVorlanElsetType, record_.release());
+    }
+
+private:
+    DmaObject* object_ = nullptr;
+    std::unique_ptr<Vorlanrecord> record_;
+};
 
 // Links a node under its key or, in every mode but the DMA mode, the next free one of the same satellite. `key` receives
 // it: once the guard is left, a linked node may be gone already.
-AddStatus vorlanaddnode(Vorlanbintree& node, bool dmaMode, std::int64_t& key) {
+AddStatus vorlanaddnode(Vorlanbintree& node, NewDma& dma, std::int64_t& key) {
     const WriteGuard guard;
+    dma.publish();
     AddStatus status = vorlantree.addNode(&node);
-    for (int tried = 1; !dmaMode && status == AddStatus::SameKey; ++tried) {
+    for (int tried = 1; !isdma(node.key) && status == AddStatus::SameKey; ++tried) {
         node.key = nextsatkey(node.key);
         status = tried < kMostKeysTried ? vorlantree.addNode(&node) : AddStatus::SameThing;
     }
@@ -63,14 +85,15 @@ MessageText keyMessage(std::string_view text, std::int64_t key, std::string_view
 std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored) {
     if (stored != nullptr) *stored = nullptr;
     const std::int32_t mode = effectiveKeyMode();
-    const bool dmaMode = mode == kDmaKeyMode;
-    const std::int64_t key = dmaMode ? keepInDmaObject(std::move(record))
-                                     : createsatkey(record.satNum, kVorlanElsetType, record.epoch);
+    NewDma dma;
+    if (mode == kDmaKeyMode && !dma.take(std::move(record))) return kNoKey;
+    // NOLINTNEXTLINE(bugprone-use-after-move): it was moved in the DMA mode alone
+    const std::int64_t key =
+        mode == kDmaKeyMode ? dma.key() : createsatkey(record.satNum, kVorlanElsetType, record.epoch);
     if (key == kNoKey) return kNoKey;
 
     std::unique_ptr<Vorlanbintree> node(new (std::nothrow) Vorlanbintree);
     if (!node) {
-        if (dmaMode) RemoveDMA(key);
         tracelogerror(keyMessage("AddRecToMem: Unable to allocate memory for key ", key, "."));
         return kNoKey;
     }
@@ -82,7 +105,7 @@ std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored) {
     }
 
     std::int64_t storedKey = key;
-    const AddStatus status = vorlanaddnode(*node, dmaMode, storedKey);
+    const AddStatus status = vorlanaddnode(*node, dma, storedKey);
     if (mode == kSatKeyMode && status == AddStatus::SameThing) {
         if (dupkeymodeget() != 0) return key;
         tracelogerror(keyMessage("AddRecToMem: Duplicated record/key ", key, " found."));

@@ -93,6 +93,48 @@ TEST_F(SafeStoreGuard, ChangesOfPointsAndFieldsAndDmaKeysTakePart) {
         EXPECT_EQ(waitsFor<ReadGuard>([=] { return VorlanRemoveSat(key); }), 0);
     }
     EXPECT_EQ(waitsFor<WriteGuard>([] { return VorlanGetSatKey(5); }), -1);
+    EXPECT_EQ(waitsFor<WriteGuard>([] { return VorlanGetCount(); }), 0);
+    const TemporaryFolder folder;
+    std::int64_t count = -1;
+    for (const std::int32_t order : {0, 3})
+        EXPECT_EQ(waitsFor<WriteGuard>([&] { return VorlanGetLoadedExt(order, 0, nullptr, &count); }), 0);
+    EXPECT_EQ(waitsFor<WriteGuard>([&] { return VorlanSaveFile(folder.path("cards").c_str(), 0); }), 0);
+    EXPECT_EQ(waitsFor<WriteGuard>([&] { return VorlanSatsDs50UTC(1, &count, kEpoch, {}, {}, {}, {}); }), 2);
+}
+
+TEST_F(SafeStoreGuard, ADmaKeyIsFoundOnlyOnceItsNodeIsInTheTree) {
+    // The key that the next DMA satellite gets: that of a slot beside the last one's.
+    const std::int64_t last = addDmaSatellite(5), apart = addDmaSatellite(5) - last, next = last + 2 * apart;
+    auto guard = std::make_unique<WriteGuard>();
+    VorlanSetAllKeyMode(1, 1);
+    auto adder = std::async(std::launch::async, [] { return addSatellite(6); });
+    EXPECT_FALSE(finished(adder, 20ms));
+    std::string_view message;
+    EXPECT_EQ(FindRecPtr(next, message), nullptr);
+    guard.reset();
+    EXPECT_EQ(adder.get(), next);
+    VorlanSetAllKeyMode(0, 0);
+}
+
+TEST_F(SafeStoreGuard, ChangesOfTheKeyModesAreSeenWhole) {
+    VorlanSetElsetKeyMode(1);
+    VorlanSetAllKeyMode(1, 1);
+    std::atomic<bool> done{false};
+    const std::jthread changer([&] {
+        while (!done) {
+            VorlanSetAllKeyMode(0, 0);
+            VorlanSetAllKeyMode(1, 1);
+        }
+    });
+    for (int k = 0; k < 20'000; ++k) {
+        std::int32_t use = -1, mode = -1;
+        VorlanGetKeyModes(&use, &mode, nullptr, nullptr);
+        EXPECT_EQ(use, mode);
+        const std::int64_t key = addSatellite(5);
+        ASSERT_TRUE(isdma(key)) << "the DMA mode is in force before and after each change";
+        VorlanRemoveSat(key);
+    }
+    done = true;
 }
 
 TEST_F(SafeStoreGuard, WhoeverEnteredInOneModeLeavesInThatWayAfterASwitch) {
