@@ -52,7 +52,8 @@ void resetStore() {
 StoreTest::StoreTest() {
     resetStore();
     const char* const mode = std::getenv("VORLANDI_TEST_GUARD");
-    VorlanSetGuardMode(mode != nullptr && mode == std::string_view("safe") ? VORLAN_GUARD_SAFE : VORLAN_GUARD_FIXED);
+    VorlanSetGuardMode(mode != nullptr && mode == std::string_view("safe") ? VORLAN_GUARD_SAFE
+                                                                           : VORLAN_GUARD_FIXED);
 }
 StoreTest::~StoreTest() { resetStore(); }
 
