@@ -190,7 +190,10 @@ void LoadListener::takeMessageOfBadLine(std::string_view message) {
 std::string LoadListener::reasonOfReadError() const {
     const auto& [place, text, awaitsDetail] = *badLine_;
     if (place.format == kBinaryFormat) return "not a readable record of DCE_BINARY data";
-    if (text.empty()) return "reading failed";
+    if (text.empty()) {
+        return fmt::format("reading failed, or the file ends too early: recognised as {} data at line {}",
+                           place.format, block_.line);
+    }
     return fmt::format("unreadable as {} data, the format recognised at line {}: {}", place.format,
                        block_.line, text);
 }

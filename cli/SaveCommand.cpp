@@ -18,7 +18,8 @@ namespace {
 constexpr const char* kFooter =
     R"(A card file names the input file of every satellite; loading it loads them again. The names stay as they were
 given, so load it from the same directory, or give absolute names. An existing file is replaced once the new one is
-complete. The satellites are in the order of the store, not of loading.
+complete: also if some of the files could not be loaded, which makes the exit status 1, but not if nothing could. The
+satellites are in the order of the store, not of loading.
 
 Examples:
   vorlandi save my.card 81001_stk.e 81001_universal.txt

@@ -159,8 +159,9 @@ Contents contentsOf(const Satellite& satellite) {
         VorlanGetEphemerisArr(satellite.key, read + 1, count, nullptr, states.get(), nullptr, matrices.get(),
                               nullptr);
         for (std::int64_t i = 0; i < count; ++i) {
-            velocities += hasVelocity(states[i]) ? 1 : 0;
-            covariances += isCovariance(matrices[i]) ? 1 : 0;
+            const auto at = static_cast<std::size_t>(i);
+            velocities += hasVelocity(states[at]) ? 1 : 0;
+            covariances += isCovariance(matrices[at]) ? 1 : 0;
         }
     }
     return {shareOf(velocities, satellite.pointCount), shareOf(covariances, satellite.pointCount)};

@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <cstring>
 #include <optional>
 #include <set>
 #include <tuple>
@@ -102,7 +104,15 @@ private:
         BinaryInput input{source.get(), {fileName_, 0, {}}};
         const std::int32_t status = ReadDCEBinary(input, record_);
         readFailed_ = input.failed || !source;
-        if (!hasData({})) return kFailure;
+        if (record_.numberOfPoints() == 0) {
+            // A block that failed has been reported, with the record to blame.
+            if (status == kBlockFailed) {
+                tracelogerror(kNoData);
+            } else {
+                hasData({});
+            }
+            return kFailure;
+        }
         trimvorlanempts(record_);
         add(std::move(record_), input.place.number);
         return status;
@@ -146,6 +156,11 @@ private:
 // A line without these characters is not a tag card, and if it is an input-file card, it doesn't name a file.
 constexpr std::string_view kCardMarks = "#=";
 
+// A fault of the system, which may be gone at the next try, and not one of the name or the file.
+constexpr bool isShortage(int error) noexcept {
+    return error == EMFILE || error == ENFILE || error == ENOMEM || error == EIO;
+}
+
 class CardPass {
 public:
     CardPass(InputUnit& unit, std::string_view fileName, InputTag& tag)
@@ -188,7 +203,13 @@ private:
     // the library wait for a pipe or read a device without end.
     bool read(std::string_view name) {
         InputUnit unit;
-        if (fileopenmt(name, unit, FileKind::Regular) != 0) return false;
+        if (const int error = fileopenmt(name, unit, FileKind::Regular); error != 0) {
+            if (isShortage(error)) {
+                tracelogerror(MessageText("*** readvorlansfrfileunit: ")
+                              << name << ": " << ::strerrordesc_np(error) << ". ***");
+            }
+            return false;
+        }
         EphemerisPass pass(unit, name, tag_, nullptr);
         pass.run();
         if (pass.readFailed()) return false;

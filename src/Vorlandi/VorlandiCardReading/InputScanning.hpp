@@ -25,7 +25,8 @@ std::int32_t readvorlansfrfile(std::string_view fileName);
 // last tag card if no record has taken it. Returns the number of the line that could not be read, 0 if there is none:
 // nothing has been said of it yet.
 //
-// A file that can't be read is skipped without a message; the read observer is told.
+// A file that can't be read is skipped, and the read observer is told. There is a message only if the system is short of
+// something, such as descriptors.
 std::int64_t followCards(InputUnit& unit, std::string_view fileName, InputTag& tag);
 
 // The two passes over an open unit.
