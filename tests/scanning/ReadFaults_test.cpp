@@ -8,6 +8,7 @@
 
 #include <cerrno>
 
+#include "CoreServices/Sanitized.hpp"
 #include "Vorlandi/VorlandiCardReading/InputScanning.hpp"
 #include "scanning/ReadEvents.hpp"
 
@@ -187,6 +188,8 @@ private:
 };
 
 TEST_F(ReadFaults, FilesForWhichNoDescriptorIsLeftAreTold) {
+    if (VORLANDI_SANITIZED)
+        GTEST_SKIP() << "the check of virtual calls looks at memory through a pipe of its own";
     const std::string text = folder.write("a", dceText(5)),
                       dce = folder.write("b.dce", readFile(VORLANDI_EXAMPLES "/81001.dce"));
     const std::string fleet = folder.write("fleet", card(text) + card(dce));
