@@ -105,6 +105,7 @@ void addBesideReaders(benchmark::State& state, std::int32_t mode) {
     const InMode inMode(mode);
     std::atomic<bool> done{false};
     std::vector<std::jthread> readers;
+    readers.reserve(kReaders);
     for (int k = 0; k < kReaders; ++k) {
         readers.emplace_back([&] {
             double start = 0.0;
