@@ -33,9 +33,9 @@ void writeEphemeris(const tools::EphemerisFormat& format, std::int64_t points, s
     constexpr double kStep_s = 60.0;  // an orbit of no great accuracy does
     const tools::UtcTime epoch{std::chrono::sys_days{std::chrono::year{2026} / 1 / 31}};
     const tools::State initial{{-2380.0, 6050.0, 2510.0}, {-4.845, -3.747, 4.437}};
-    format.write(tools::integrateEphemeris(
-                     {satellite, epoch, initial, points, std::chrono::milliseconds(60000)}, kStep_s),
-                 stream);
+    format.write(
+        tools::integrateEphemeris({satellite, epoch, initial, points, std::chrono::milliseconds(60000)}, kStep_s),
+        stream);
 }
 
 // What fillStore left.
@@ -91,8 +91,7 @@ void emptyStore() {
     filledKeys.clear();
 }
 
-const std::vector<std::int64_t>& fillStore(std::int32_t satellites, std::int32_t points,
-                                           bool withCovariance) {
+const std::vector<std::int64_t>& fillStore(std::int32_t satellites, std::int32_t points, bool withCovariance) {
     const Filling wanted{satellites, points, withCovariance};
     if (filling == wanted) return filledKeys;
     emptyStore();
@@ -119,8 +118,8 @@ std::int64_t pointsInStore() {
     std::int64_t sum = 0;
     for (const std::int64_t key : keys) {
         std::int32_t points = 0;
-        VorlanGetAllFields(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                           nullptr, &points, nullptr);
+        VorlanGetAllFields(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                           &points, nullptr);
         sum += points;
     }
     return sum;
@@ -140,8 +139,7 @@ const std::filesystem::path& temporaryFolder() {
     return folder.path;
 }
 
-const std::filesystem::path& ephemerisFile(std::string_view format, std::int64_t points,
-                                           std::int32_t satellite) {
+const std::filesystem::path& ephemerisFile(std::string_view format, std::int64_t points, std::int32_t satellite) {
     static std::set<std::filesystem::path> files;
     const tools::EphemerisFormat& writer = *tools::findEphemerisFormat(format);
     const auto folder = temporaryFolder() / std::to_string(points);
@@ -149,8 +147,7 @@ const std::filesystem::path& ephemerisFile(std::string_view format, std::int64_t
     const auto [place, isNew] = files.insert(name);
     if (isNew) {
         std::filesystem::create_directories(folder);
-        tools::writeFile(name,
-                         [&](std::ostream& stream) { writeEphemeris(writer, points, satellite, stream); });
+        tools::writeFile(name, [&](std::ostream& stream) { writeEphemeris(writer, points, satellite, stream); });
     }
     return *place;
 }

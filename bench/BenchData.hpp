@@ -33,8 +33,7 @@ void emptyStore();
 // Satellites of `points` points each, one a minute, and nothing else in the store; their keys in the order of
 // adding. The store stays filled, so that repetitions find it so; the keys stand until it is emptied or
 // filled otherwise.
-const std::vector<std::int64_t>& fillStore(std::int32_t satellites, std::int32_t points,
-                                           bool withCovariance = true);
+const std::vector<std::int64_t>& fillStore(std::int32_t satellites, std::int32_t points, bool withCovariance = true);
 
 // How many points all satellites have together.
 std::int64_t pointsInStore();

@@ -22,8 +22,8 @@ const Constellation& constellation() {
     static const Constellation made = [] {
         const auto folder = temporaryFolder() / "constellation";
         const std::string command = "'" VORLANDI_CONSTELLATION_PROGRAM "' --format ITC --count " +
-                                    std::to_string(kFiles) + " --points " + std::to_string(kPoints) +
-                                    " --out '" + folder.string() + "'";
+                                    std::to_string(kFiles) + " --points " + std::to_string(kPoints) + " --out '" +
+                                    folder.string() + "'";
         Constellation result{folder / "constellation.card", 0};
         if (std::system(command.c_str()) != 0) return result;
         for (const auto& file : std::filesystem::directory_iterator(folder)) {

@@ -14,8 +14,7 @@ namespace {
 constexpr std::size_t kRequests = std::size_t{1} << 20;
 
 // A query of the next of the keys at the next of the times, over and over; as many times as a power of two.
-void queryInTurn(benchmark::State& state, const std::vector<std::int64_t>& keys,
-                 const std::vector<double>& times) {
+void queryInTurn(benchmark::State& state, const std::vector<std::int64_t>& keys, const std::vector<double>& times) {
     double mse, pos[3], vel[3];
     std::int32_t revNum;
     std::int32_t failures = 0;

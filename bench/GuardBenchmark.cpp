@@ -73,8 +73,8 @@ void queryInThreads(benchmark::State& state, std::int32_t mode) {
     std::int32_t revNum = 0;
     std::size_t next = 0;
     for (auto _ : state) {
-        VorlanDs50UTC(keys[static_cast<std::size_t>(state.thread_index())], times[next++ & 65535], &mse, pos,
-                      vel, &revNum);
+        VorlanDs50UTC(keys[static_cast<std::size_t>(state.thread_index())], times[next++ & 65535], &mse, pos, vel,
+                      &revNum);
         benchmark::DoNotOptimize(pos);
     }
     state.SetItemsProcessed(state.iterations());
@@ -117,8 +117,7 @@ void addBesideReaders(benchmark::State& state, std::int32_t mode) {
         const std::int64_t added = VorlanAddSat(1'000'000, 1, kEpoch, 6378.135, 0.07);
         state.PauseTiming();
         VorlanRemoveSat(added);
-        std::this_thread::sleep_for(
-            std::chrono::milliseconds(1));  // the readers get into the middle of their work
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));  // the readers get into the middle of their work
         state.ResumeTiming();
     }
     done = true;
@@ -138,14 +137,8 @@ BENCHMARK_CAPTURE(queryInThreads, fixed, kFixed)->Threads(1)->Threads(2)->UseRea
 BENCHMARK_CAPTURE(queryInThreads, safe, kSafe)->Threads(1)->Threads(2)->UseRealTime();
 BENCHMARK_CAPTURE(appendByKey, fixed, kFixed)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(appendByKey, safe, kSafe)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(addBesideReaders, fixed, kFixed)
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime()
-    ->Iterations(20);
-BENCHMARK_CAPTURE(addBesideReaders, safe, kSafe)
-    ->Unit(benchmark::kMillisecond)
-    ->UseRealTime()
-    ->Iterations(100);
+BENCHMARK_CAPTURE(addBesideReaders, fixed, kFixed)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(20);
+BENCHMARK_CAPTURE(addBesideReaders, safe, kSafe)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(100);
 
 }  // namespace
 }  // namespace vorlandi::bench

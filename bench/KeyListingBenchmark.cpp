@@ -63,9 +63,7 @@ void sortPairs(benchmark::State& state, Compared (*comparedOf)(std::int64_t numb
 }
 
 using NumberFrameEpoch = std::tuple<std::int32_t, std::int32_t, double>;
-NumberFrameEpoch byNumber(std::int64_t number, std::int64_t) {
-    return {static_cast<std::int32_t>(number), 1, kEpoch};
-}
+NumberFrameEpoch byNumber(std::int64_t number, std::int64_t) { return {static_cast<std::int32_t>(number), 1, kEpoch}; }
 std::int32_t bySequence(std::int64_t, std::int64_t sequence) { return static_cast<std::int32_t>(sequence); }
 
 BENCHMARK(listKeys)->DenseRange(0, 3)->Unit(benchmark::kMicrosecond);

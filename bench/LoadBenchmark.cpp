@@ -143,8 +143,7 @@ void add(const char* name, Pass pass, std::string_view format, std::int64_t poin
     benchmark::RegisterBenchmark(title.c_str(), [=](benchmark::State& state) {
         const Path& path = ephemerisFile(format, points);
         pass(state, path, points);
-        state.SetBytesProcessed(state.iterations() *
-                                static_cast<std::int64_t>(std::filesystem::file_size(path)));
+        state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(std::filesystem::file_size(path)));
         state.SetItemsProcessed(state.iterations() * points);
     })->Unit(benchmark::kMillisecond);
 }

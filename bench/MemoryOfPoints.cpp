@@ -56,8 +56,8 @@ int main(int argc, char** argv) {
     std::int64_t key = 0;
     std::int32_t points = 0;
     if (VorlanGetCount() == 1) VorlanGetLoaded(3, &key);
-    VorlanGetAllFields(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                       &points, nullptr);
+    VorlanGetAllFields(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &points,
+                       nullptr);
     std::printf("%.0f %.0f %d\n", held, most, points);
     return 0;
 }

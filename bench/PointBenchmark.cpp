@@ -65,8 +65,7 @@ Memory memoryOf(const std::string& arguments) {
     return memory;
 }
 
-void measureMemory(benchmark::State& state, const std::string& arguments, std::int64_t points,
-                   bool withCovariance) {
+void measureMemory(benchmark::State& state, const std::string& arguments, std::int64_t points, bool withCovariance) {
     Memory memory;
     for (auto _ : state) {
         memory = memoryOf(arguments);

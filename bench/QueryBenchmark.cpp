@@ -66,9 +66,9 @@ void query(benchmark::State& state, bool withCovariance, std::int32_t satellites
     for (auto _ : state) {
         const double time = times[next++ & 65535];
         if (++key == keys.size()) key = 0;
-        failures += withCovariance ? VorlanDs50UTCCovMtx(keys[key], time, &out.mse, out.pos, out.vel,
-                                                         &out.revNum, out.covMtx)
-                                   : VorlanDs50UTC(keys[key], time, &out.mse, out.pos, out.vel, &out.revNum);
+        failures += withCovariance
+                        ? VorlanDs50UTCCovMtx(keys[key], time, &out.mse, out.pos, out.vel, &out.revNum, out.covMtx)
+                        : VorlanDs50UTC(keys[key], time, &out.mse, out.pos, out.vel, &out.revNum);
         benchmark::DoNotOptimize(out);
     }
     if (failures != 0) state.SkipWithError("a query failed");
@@ -83,9 +83,7 @@ struct BatchOutputs {
         : posVel(n * 6), revNums(n), covMtx(withCovariance ? n * 36 : 0), errCodes(n) {}
 
     auto* posVels() { return reinterpret_cast<double(*)[6]>(posVel.data()); }
-    auto* covariances() {
-        return covMtx.empty() ? nullptr : reinterpret_cast<double(*)[6][6]>(covMtx.data());
-    }
+    auto* covariances() { return covMtx.empty() ? nullptr : reinterpret_cast<double(*)[6][6]>(covMtx.data()); }
 
     std::vector<double> posVel;
     std::vector<std::int32_t> revNums;
@@ -118,8 +116,8 @@ void manySatellites(benchmark::State& state, bool inOrder, bool withCovariance) 
     const std::vector<double> times = randomTimes(1440);
     std::size_t next = 0;
     for (auto _ : state) {
-        if (VorlanSatsDs50UTC(kSatellites, keys.data(), times[next++ & 65535], out.posVels(),
-                              out.revNums.data(), out.covariances(), out.errCodes.data()) != 0) {
+        if (VorlanSatsDs50UTC(kSatellites, keys.data(), times[next++ & 65535], out.posVels(), out.revNums.data(),
+                              out.covariances(), out.errCodes.data()) != 0) {
             state.SkipWithError("a query failed");
             break;
         }

@@ -39,8 +39,7 @@ void toStandardError(const std::string& text) {
 }  // namespace
 
 Console::Console()
-    : terminal_(isatty(STDERR_FILENO) != 0),
-      coloured_(terminal_ && !isSet("NO_COLOR") && !isDumbTerminal()) {}
+    : terminal_(isatty(STDERR_FILENO) != 0), coloured_(terminal_ && !isSet("NO_COLOR") && !isDumbTerminal()) {}
 
 void Console::error(std::string_view subject, std::string_view text) {
     errorReported_ = true;

@@ -13,8 +13,7 @@ struct FormatLine {
 };
 
 constexpr FormatLine kFormats[] = {
-    {"UNIVERSAL", "KQ_UNIVERSAL_VORLANDI_V",
-     "the library's own text format, in fixed columns or with commas"},
+    {"UNIVERSAL", "KQ_UNIVERSAL_VORLANDI_V", "the library's own text format, in fixed columns or with commas"},
     {"STK", "stk.v", "keywords, then time offsets with position and velocity; earth-centred frames"},
     {"V31", "EPHEMERIS FILE FOR SATELLITE", "fixed columns, km and m/s; ECI or EFG"},
     {"ECR", "CLASSIFICATION: UNCLASSIFIED", "earth-fixed positions, with or without velocities"},

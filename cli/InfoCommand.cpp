@@ -58,9 +58,8 @@ Spacing spacingOf(const Satellite& satellite) {
     const std::vector<double> steps = stepsBetween(storedTimes(satellite));
     if (steps.empty()) return {};
     const auto [least, largest] = std::minmax_element(steps.begin(), steps.end());
-    return {satellite.meanSpacing_s(), *least / kMicrosecondsPerSecond,
-            medianOf(steps) / kMicrosecondsPerSecond, *largest / kMicrosecondsPerSecond,
-            gapsIn(steps).size()};
+    return {satellite.meanSpacing_s(), *least / kMicrosecondsPerSecond, medianOf(steps) / kMicrosecondsPerSecond,
+            *largest / kMicrosecondsPerSecond, gapsIn(steps).size()};
 }
 
 const char* nameOf(Share share) {
@@ -75,20 +74,16 @@ std::string timeText(const Satellite& satellite, double ds50UTC) {
 void printTable(const std::vector<Row>& rows, Output& output) {
     if (rows.empty()) return;
     using enum Align;
-    TextTable table(
-        {Right, Right, Left, Right, Left, Left, Right, Right, Right, Right, Left, Left, Left, Left, Left},
-        {"satellite", "key", "frame", "points", "first (UTC)", "last (UTC)", "least spacing (s)",
-         "median (s)", "largest (s)", "gaps", "velocities", "covariances", "format", "file", "tag"});
-    const auto seconds = [](std::optional<double> value) {
-        return value ? fmt::format("{:.3f}", *value) : "-";
-    };
+    TextTable table({Right, Right, Left, Right, Left, Left, Right, Right, Right, Right, Left, Left, Left, Left, Left},
+                    {"satellite", "key", "frame", "points", "first (UTC)", "last (UTC)", "least spacing (s)",
+                     "median (s)", "largest (s)", "gaps", "velocities", "covariances", "format", "file", "tag"});
+    const auto seconds = [](std::optional<double> value) { return value ? fmt::format("{:.3f}", *value) : "-"; };
     for (const auto& [satellite, format, spacing, contents] : rows)
         table.addRow({std::to_string(satellite.number), std::to_string(satellite.key), satellite.frame(),
                       std::to_string(satellite.pointCount), timeText(satellite, satellite.span.start),
-                      timeText(satellite, satellite.span.end), seconds(spacing.least_s),
-                      seconds(spacing.median_s), seconds(spacing.largest_s), std::to_string(spacing.gaps),
-                      nameOf(contents.velocities), nameOf(contents.covariances), format, satellite.file,
-                      satellite.tag});
+                      timeText(satellite, satellite.span.end), seconds(spacing.least_s), seconds(spacing.median_s),
+                      seconds(spacing.largest_s), std::to_string(spacing.gaps), nameOf(contents.velocities),
+                      nameOf(contents.covariances), format, satellite.file, satellite.tag});
     table.print(output);
 }
 
@@ -99,9 +94,7 @@ struct Field {
     std::string json;
 };
 
-Field number(const char* name, std::int64_t value) {
-    return {name, std::to_string(value), std::to_string(value)};
-}
+Field number(const char* name, std::int64_t value) { return {name, std::to_string(value), std::to_string(value)}; }
 
 // JSON has neither infinities nor NaN.
 Field seconds(const char* name, std::optional<double> value) {

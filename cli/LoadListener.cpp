@@ -86,8 +86,7 @@ std::string hintAt(const std::string& name, const std::string& card) {
     std::error_code error;
     const auto besideCard = std::filesystem::path(card).parent_path() / name;
     if (std::filesystem::exists(name, error) || !std::filesystem::exists(besideCard, error)) return "";
-    return fmt::format(" (there is {}, but names on cards are relative to the current directory)",
-                       besideCard.string());
+    return fmt::format(" (there is {}, but names on cards are relative to the current directory)", besideCard.string());
 }
 
 std::int64_t keyIn(std::string_view text) {
@@ -113,15 +112,13 @@ void LoadListener::finish() {
     for (std::size_t i = 0; i < tallies_.size(); ++i) {
         const auto& [quota, last] = tallies_[i];
         if (quota.heldBack() == 0) continue;
-        const std::string text =
-            fmt::format("{} more {}, the last at {}", quota.heldBack(), kPlurals[i], last);
+        const std::string text = fmt::format("{} more {}, the last at {}", quota.heldBack(), kPlurals[i], last);
         static_cast<Problem>(i) == Problem::DroppedPoints ? console_.warning(argument_, text)
                                                           : console_.error(argument_, text);
     }
 }
 
-void LoadListener::hearMessage(std::int32_t severity, const char* text, std::int32_t length,
-                               void* self) noexcept {
+void LoadListener::hearMessage(std::int32_t severity, const char* text, std::int32_t length, void* self) noexcept {
     static_cast<LoadListener*>(self)->takeMessage(severity, {text, static_cast<std::size_t>(length)});
 }
 
@@ -164,8 +161,7 @@ void LoadListener::takeMessage(std::int32_t severity, std::string_view message) 
     if (severity != VORLAN_TRACE_ERROR) return console_.information(argument_, message);
     if (message.starts_with(kDuplicate)) return;
     if (badLine_) return takeMessageOfBadLine(message);
-    report(Problem::Other, block_.file.empty() ? argument_ : block_.file,
-           problemIn(message).value_or(message));
+    report(Problem::Other, block_.file.empty() ? argument_ : block_.file, problemIn(message).value_or(message));
 }
 
 // Some readers log the line itself before the problem; it is known already.
@@ -177,8 +173,7 @@ void LoadListener::takeMessageOfBadLine(std::string_view message) {
     } else if (problem == kBadData) {
         badLine_->awaitsDetail = true;
     } else if (message == kNoData) {
-        reportBadLine(Problem::EndedBlock,
-                      fmt::format("recognised as {} data, but without points", place.format));
+        reportBadLine(Problem::EndedBlock, fmt::format("recognised as {} data, but without points", place.format));
     } else if (problem == kReadError) {
         reportBadLine(Problem::EndedBlock, reasonOfReadError());
     } else if (problem && message != text) {
@@ -191,11 +186,10 @@ std::string LoadListener::reasonOfReadError() const {
     const auto& [place, text, awaitsDetail] = *badLine_;
     if (place.format == kBinaryFormat) return "not a readable record of DCE_BINARY data";
     if (text.empty()) {
-        return fmt::format("reading failed, or the file ends too early: recognised as {} data at line {}",
-                           place.format, block_.line);
+        return fmt::format("reading failed, or the file ends too early: recognised as {} data at line {}", place.format,
+                           block_.line);
     }
-    return fmt::format("unreadable as {} data, the format recognised at line {}: {}", place.format,
-                       block_.line, text);
+    return fmt::format("unreadable as {} data, the format recognised at line {}: {}", place.format, block_.line, text);
 }
 
 void LoadListener::reportUnreadable(std::string_view detail) {
@@ -219,12 +213,10 @@ void LoadListener::takeDropped(const Place& place) {
 void LoadListener::endBlock() {
     if (badLine_) reportUnreadable("");
     if (dropped_ == 1)
-        report(Problem::DroppedPoints, nameOf(firstDropped_),
-               "point dropped: not later than the point before it");
+        report(Problem::DroppedPoints, nameOf(firstDropped_), "point dropped: not later than the point before it");
     if (dropped_ > 1)
         report(Problem::DroppedPoints, nameOf(firstDropped_),
-               fmt::format("{} points dropped, this one first: not later than the points before them",
-                           dropped_));
+               fmt::format("{} points dropped, this one first: not later than the points before them", dropped_));
     dropped_ = 0;
     block_ = {};
 }
@@ -259,8 +251,7 @@ std::vector<Satellite> LoadListener::originalsOf(std::int64_t duplicate) const {
     constexpr double kSharedKey_days = 10.0 / kSecondsPerDay;  // times of one key are closer to each other
     std::vector<Satellite> originals = {satelliteOf(duplicate)};
     const auto isAlike = [first = originals[0]](const Satellite& other) {
-        return other.number == first.number &&
-               std::abs(other.span.start - first.span.start) < kSharedKey_days;
+        return other.number == first.number && std::abs(other.span.start - first.span.start) < kSharedKey_days;
     };
     for (auto next = formats_.upper_bound(duplicate); next != formats_.end(); ++next) {
         const Satellite other = satelliteOf(next->first);
@@ -274,13 +265,12 @@ std::string LoadListener::originOfNumber(const Satellite& original) const {
     if (isOneOf(kFormatsWithoutNumber, block_.format))
         return fmt::format("; {} data have no satellite number, so that all count as {}", block_.format,
                            original.number);
-    const bool bothByName = isOneOf(kFormatsNumberedByName, block_.format) &&
-                            isOneOf(kFormatsNumberedByName, formats_[original.key]);
+    const bool bothByName =
+        isOneOf(kFormatsNumberedByName, block_.format) && isOneOf(kFormatsNumberedByName, formats_[original.key]);
     if (original.number != kUncatalogued || !bothByName || beginsWithNumber(block_.file) ||
         beginsWithNumber(original.file))
         return "";
-    return fmt::format("; both are {} because neither file name begins with a satellite number",
-                       kUncatalogued);
+    return fmt::format("; both are {} because neither file name begins with a satellite number", kUncatalogued);
 }
 
 std::string LoadListener::nameOf(const Place& place) {

@@ -51,8 +51,7 @@ private:
     };
 
     // The library calls these. No exception may leave them.
-    static void hearMessage(std::int32_t severity, const char* text, std::int32_t length,
-                            void* self) noexcept;
+    static void hearMessage(std::int32_t severity, const char* text, std::int32_t length, void* self) noexcept;
     void hear(const ReadEvent& event) noexcept override;
 
     void takeMessage(std::int32_t severity, std::string_view message);
@@ -75,7 +74,7 @@ private:
     Formats& formats_;
     Console& console_;
     std::set<std::string> files_;
-    Place block_;  // the header of the block that is being read; without a file if there is none
+    Place block_;                     // the header of the block that is being read; without a file if there is none
     std::optional<BadLine> badLine_;  // whose messages are still to come
     std::int64_t dropped_ = 0;        // points of this block
     Place firstDropped_;

@@ -18,8 +18,7 @@ std::string libraryName(const std::string& file) { return file.starts_with(' ') 
 
 const char* reasonAgainst(const std::string& name) {
     if (name.size() > kFileNameLength) return "the file name is too long";
-    if (name.empty() || name.ends_with(' '))
-        return "a file name that is empty or ends with a blank can't be loaded";
+    if (name.empty() || name.ends_with(' ')) return "a file name that is empty or ends with a blank can't be loaded";
     return nullptr;
 }
 
@@ -64,15 +63,13 @@ bool loadOne(const std::string& file, const std::string& output, Formats& format
 
 }  // namespace
 
-bool loadFiles(const std::vector<std::string>& files, const std::string& output, Console& console,
-               Formats* formats) {
+bool loadFiles(const std::vector<std::string>& files, const std::string& output, Console& console, Formats* formats) {
     Formats unused;
     for (const std::string& file : files)
         refuseOverwriting(output, file);
     bool allWell = true;
     for (std::size_t i = 0; i < files.size(); ++i) {
-        if (files.size() > 1)
-            console.progress(fmt::format("loading file {} of {}: {}", i + 1, files.size(), files[i]));
+        if (files.size() > 1) console.progress(fmt::format("loading file {} of {}: {}", i + 1, files.size(), files[i]));
         allWell = loadOne(files[i], output, formats != nullptr ? *formats : unused, console) && allWell;
     }
     console.clearProgress();

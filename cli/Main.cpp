@@ -30,8 +30,7 @@ Examples:
 // standard output is replaced by a file that can't be written to, so that the first write notices it.
 void occupyStandardStreams() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
-        if (fcntl(descriptor, F_GETFD) == -1)
-            open("/dev/null", descriptor == STDERR_FILENO ? O_WRONLY : O_RDONLY);
+        if (fcntl(descriptor, F_GETFD) == -1) open("/dev/null", descriptor == STDERR_FILENO ? O_WRONLY : O_RDONLY);
     }
 }
 
@@ -51,8 +50,7 @@ std::string usageMessage(const CLI::ParseError& error, const CLI::App& applicati
     const auto remaining = application.remaining();
     if (!commands.empty())
         return fmt::format("{} (see vorlandi {} --help)", error.what(), commands.front()->get_name());
-    if (!remaining.empty())
-        return fmt::format("unknown command or option {} (see vorlandi --help)", remaining.front());
+    if (!remaining.empty()) return fmt::format("unknown command or option {} (see vorlandi --help)", remaining.front());
     return fmt::format("{} (see vorlandi --help)", error.what());
 }
 

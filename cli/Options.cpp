@@ -38,8 +38,7 @@ void addOutput(CLI::App& command, std::string& output) {
 void addFormat(CLI::App& command, Format& format) {
     command
         .add_option_function<std::string>(
-            "--format", [&format](const std::string& name) { format = formatsByName().at(name); },
-            "table, csv or json")
+            "--format", [&format](const std::string& name) { format = formatsByName().at(name); }, "table, csv or json")
         ->type_name("FORMAT")
         ->default_str("table")
         ->check(CLI::IsMember(&formatsByName()).description(""));

@@ -106,8 +106,7 @@ std::optional<Ownership> ownershipOf(const fs::path& target) {
 
 // False if they can't be kept. The mode comes last, since a change of owner clears some of its bits.
 bool takeOver(int descriptor, const Ownership& ownership) {
-    return fchown(descriptor, ownership.user, ownership.group) == 0 &&
-           fchmod(descriptor, ownership.mode) == 0;
+    return fchown(descriptor, ownership.user, ownership.group) == 0 && fchmod(descriptor, ownership.mode) == 0;
 }
 
 bool forbidden(int error) { return error == EACCES || error == EPERM || error == EROFS; }
@@ -134,8 +133,7 @@ std::unique_ptr<PendingFile> PendingFile::beside(const std::string& name) {
     return file;
 }
 
-PendingFile::PendingFile(int descriptor, std::string target)
-    : descriptor_(descriptor), target_(std::move(target)) {}
+PendingFile::PendingFile(int descriptor, std::string target) : descriptor_(descriptor), target_(std::move(target)) {}
 
 PendingFile::~PendingFile() {
     if (descriptor_ != kNone) close(descriptor_);

@@ -89,8 +89,7 @@ ExitStatus runSave(const SaveOptions& options, Console& console) {
 }  // namespace
 
 void addSaveCommand(CLI::App& application, Session& session) {
-    CLI::App* const command =
-        application.add_subcommand("save", "Write a card file that names ephemeris files");
+    CLI::App* const command = application.add_subcommand("save", "Write a card file that names ephemeris files");
     const auto options = std::make_shared<SaveOptions>();
     command->add_option("OUT.card", options->output, "The card file to write; - is standard output")
         ->type_name("")

@@ -53,8 +53,8 @@ Gaps::Gaps(std::span<const double> times) {
 }
 
 bool Gaps::contains(double ds50UTC) const {
-    const auto gap = std::partition_point(spans_.begin(), spans_.end(),
-                                          [=](const TimeSpan& span) { return span.end < ds50UTC; });
+    const auto gap =
+        std::partition_point(spans_.begin(), spans_.end(), [=](const TimeSpan& span) { return span.end < ds50UTC; });
     return gap != spans_.end() && ds50UTC - gap->start > kTimeTolerance_days &&
            gap->end - ds50UTC > kTimeTolerance_days;
 }

@@ -16,13 +16,10 @@ std::string timeName(double ds50UTC) {
 
 std::string nameOf(const Satellite& satellite) { return fmt::format("satellite {}", satellite.number); }
 
-std::string nameOf(const TimeSpan& span) {
-    return fmt::format("{} to {}", timeName(span.start), timeName(span.end));
-}
+std::string nameOf(const TimeSpan& span) { return fmt::format("{} to {}", timeName(span.start), timeName(span.end)); }
 
 std::string reasonAgainst(double ds50UTC, const TimeSpan& span) {
-    if (ds50UTC < span.start || ds50UTC > span.end)
-        return fmt::format("outside of its span, {}", nameOf(span));
+    if (ds50UTC < span.start || ds50UTC > span.end) return fmt::format("outside of its span, {}", nameOf(span));
     return lastLibraryError();
 }
 
@@ -65,8 +62,8 @@ private:
         allAnswered_ = false;
         lastFailure_ = ds50UTC;
         if (!failures_.admits()) return;
-        console_.error(nameOf(satellite_), fmt::format("no state at {}: {}", timeName(ds50UTC),
-                                                       reasonAgainst(ds50UTC, satellite_.span)));
+        console_.error(nameOf(satellite_),
+                       fmt::format("no state at {}: {}", timeName(ds50UTC), reasonAgainst(ds50UTC, satellite_.span)));
     }
 
     const Satellite& satellite_;
@@ -82,16 +79,15 @@ private:
     double firstInGap_ = 0.0;
 };
 
-bool answerTimes(const StateRequest& request, const Satellite& satellite, StateWriter& writer,
-                 Console& console) {
+bool answerTimes(const StateRequest& request, const Satellite& satellite, StateWriter& writer, Console& console) {
     Inquiry inquiry(satellite, request.covariance, writer, console);
     for (const double time : request.at)
         inquiry.ask(satellite.span.snapped(time));
     return inquiry.finish();
 }
 
-bool answerGrid(const StateRequest& request, const TimeSpan& range, const Satellite& satellite,
-                StateWriter& writer, Console& console) {
+bool answerGrid(const StateRequest& request, const TimeSpan& range, const Satellite& satellite, StateWriter& writer,
+                Console& console) {
     Inquiry inquiry(satellite, request.covariance, writer, console);
     const TimeGrid grid(range.start, range.end, *request.step_s);
     for (std::int64_t i = 0; i < grid.size(); ++i)
@@ -115,8 +111,8 @@ std::int32_t firstPointFrom(double ds50UTC, const Satellite& satellite) {
     return first;
 }
 
-bool answerStored(const StateRequest& request, const TimeSpan& range, const Satellite& satellite,
-                  StateWriter& writer, Console& console) {
+bool answerStored(const StateRequest& request, const TimeSpan& range, const Satellite& satellite, StateWriter& writer,
+                  Console& console) {
     const std::int32_t first = firstPointFrom(range.start - kTimeTolerance_days, satellite);
     std::int32_t index = first;
     for (; index <= satellite.pointCount; ++index) {
@@ -133,14 +129,12 @@ bool answerStored(const StateRequest& request, const TimeSpan& range, const Sate
     return false;
 }
 
-bool answerRange(const StateRequest& request, const Satellite& satellite, StateWriter& writer,
-                 Console& console) {
+bool answerRange(const StateRequest& request, const Satellite& satellite, StateWriter& writer, Console& console) {
     const TimeSpan& span = satellite.span;
     const TimeSpan range = {span.snapped(request.from.value_or(span.start)),
                             span.snapped(request.to.value_or(span.end))};
     if (range.start > range.end) {
-        console.error(nameOf(satellite),
-                      fmt::format("the requested range is outside of its span, {}", nameOf(span)));
+        console.error(nameOf(satellite), fmt::format("the requested range is outside of its span, {}", nameOf(span)));
         return false;
     }
     return request.step_s ? answerGrid(request, range, satellite, writer, console)

@@ -12,9 +12,9 @@ constexpr std::array<std::string_view, 6> kComponents = {"x", "y", "z", "vx", "v
 class TableWriter : public StateWriter {
 public:
     TableWriter(Covariance covariance, Output& output) : covariance_(covariance), output_(output) {
-        output_.print("{:>9}  {:<5}  {:<26}  {:>16} {:>16} {:>16}  {:>14} {:>14} {:>14}  {:>10}\n",
-                      "satellite", "frame", "time (UTC)", "x (km)", "y (km)", "z (km)", "vx (km/s)",
-                      "vy (km/s)", "vz (km/s)", "revolution");
+        output_.print("{:>9}  {:<5}  {:<26}  {:>16} {:>16} {:>16}  {:>14} {:>14} {:>14}  {:>10}\n", "satellite",
+                      "frame", "time (UTC)", "x (km)", "y (km)", "z (km)", "vx (km/s)", "vy (km/s)", "vz (km/s)",
+                      "revolution");
     }
 
     void beginSatellite(const Satellite& satellite) override {
@@ -25,9 +25,8 @@ public:
     void write(const State& state) override {
         const auto& [x, y, z] = state.position_km;
         const auto& [vx, vy, vz] = state.velocity_km_s;
-        output_.print(
-            "{:>9}  {:<5}  {:<26}  {:>16.6f} {:>16.6f} {:>16.6f}  {:>14.9f} {:>14.9f} {:>14.9f}  {:>10}\n",
-            number_, frame_, isoTime(state.ds50UTC), x, y, z, vx, vy, vz, state.revolution);
+        output_.print("{:>9}  {:<5}  {:<26}  {:>16.6f} {:>16.6f} {:>16.6f}  {:>14.9f} {:>14.9f} {:>14.9f}  {:>10}\n",
+                      number_, frame_, isoTime(state.ds50UTC), x, y, z, vx, vy, vz, state.revolution);
         if (covariance_ == Covariance::Wanted) covariance(state.covariance);
     }
 
@@ -51,8 +50,7 @@ private:
 class CsvWriter : public StateWriter {
 public:
     CsvWriter(Covariance covariance, Output& output) : covariance_(covariance), output_(output) {
-        output_.write(
-            "satellite,key,frame,time_utc,ds50_utc,x_km,y_km,z_km,vx_km_s,vy_km_s,vz_km_s,revolution");
+        output_.write("satellite,key,frame,time_utc,ds50_utc,x_km,y_km,z_km,vx_km_s,vy_km_s,vz_km_s,revolution");
         if (covariance_ == Covariance::Wanted) covarianceTitles();
         output_.write("\n");
     }
@@ -63,8 +61,7 @@ public:
 
     void write(const State& state) override {
         output_.print("{},{},{},{},{},{}", head_, isoTime(state.ds50UTC), state.ds50UTC,
-                      fmt::join(state.position_km, ","), fmt::join(state.velocity_km_s, ","),
-                      state.revolution);
+                      fmt::join(state.position_km, ","), fmt::join(state.velocity_km_s, ","), state.revolution);
         if (covariance_ == Covariance::Wanted) covariance(state.covariance);
         output_.write("\n");
     }
@@ -100,15 +97,14 @@ public:
     // The key is a text because many readers of JSON keep only 53 bits of a whole number.
     void beginSatellite(const Satellite& satellite) override {
         output_.print("{}\n{{\"satellite\":{},\"key\":\"{}\",\"frame\":{},\"file\":{},\"states\":[",
-                      firstSatellite_ ? "" : ",", satellite.number, satellite.key,
-                      jsonText(satellite.frame()), jsonText(satellite.file));
+                      firstSatellite_ ? "" : ",", satellite.number, satellite.key, jsonText(satellite.frame()),
+                      jsonText(satellite.file));
         firstSatellite_ = false;
         firstState_ = true;
     }
 
     void write(const State& state) override {
-        output_.print("{}\n{{\"time_utc\":\"{}\",\"ds50_utc\":", firstState_ ? "" : ",",
-                      isoTime(state.ds50UTC));
+        output_.print("{}\n{{\"time_utc\":\"{}\",\"ds50_utc\":", firstState_ ? "" : ",", isoTime(state.ds50UTC));
         number(state.ds50UTC);
         output_.write(",\"position_km\":");
         array(state.position_km);

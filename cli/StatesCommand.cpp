@@ -57,15 +57,13 @@ std::optional<double> optionalTime(const std::string& option, const std::string&
 
 StateRequest requestOf(const StatesOptions& options, const CLI::App& command) {
     StateRequest request;
-    if (command.count("--at") > 0 &&
-        command.count("--from") + command.count("--to") + command.count("--step") > 0)
+    if (command.count("--at") > 0 && command.count("--from") + command.count("--to") + command.count("--step") > 0)
         throw UsageError("--at", "can't be combined with --from, --to or --step");
     for (const std::string& text : options.at)
         request.at.push_back(timeOf("--at", text));
     request.from = optionalTime("--from", options.from, command.count("--from") > 0);
     request.to = optionalTime("--to", options.to, command.count("--to") > 0);
-    if (request.from && request.to && *request.from > *request.to)
-        throw UsageError("--to", "is earlier than --from");
+    if (request.from && request.to && *request.from > *request.to) throw UsageError("--to", "is earlier than --from");
     if (command.count("--step") > 0) {
         if (!std::isfinite(options.step_s) || options.step_s < kShortestStep_s)
             throw UsageError("--step", "must be a finite number of seconds, a microsecond or more");
@@ -88,8 +86,7 @@ bool reportUnknown(const std::vector<std::int32_t>& numbers, const std::vector<S
         const auto hasNumber = [number](const Satellite& satellite) { return satellite.number == number; };
         if (std::any_of(satellites.begin(), satellites.end(), hasNumber)) continue;
         allKnown = false;
-        if (unknown.admits())
-            console.error("", fmt::format("satellite {} is not in any of the files", number));
+        if (unknown.admits()) console.error("", fmt::format("satellite {} is not in any of the files", number));
     }
     if (unknown.heldBack() > 0)
         console.error("", fmt::format("{} more satellites are not in any of the files", unknown.heldBack()));
@@ -104,8 +101,7 @@ ExitStatus runStates(const StatesOptions& options, const StateRequest& request, 
     Output output(options.output);
     const auto writer = makeStateWriter(options.format, request.covariance, output);
     for (const Satellite& satellite : satellites) {
-        if (isWanted(satellite, options.satellites))
-            allWell = answer(request, satellite, *writer, console) && allWell;
+        if (isWanted(satellite, options.satellites)) allWell = answer(request, satellite, *writer, console) && allWell;
     }
     writer->finish();
     if (writer->count() == 0 && refusesEmptyFile(options.output, console)) return ExitStatus::Failure;
@@ -117,10 +113,8 @@ void addTimes(CLI::App& command, StatesOptions& options) {
     command.add_option("--at", options.at, "State at this time; may be repeated")
         ->type_name("TIME")
         ->allow_extra_args(false);
-    command.add_option("--from", options.from, "Start of the range; the first point if not given")
-        ->type_name("TIME");
-    command.add_option("--to", options.to, "End of the range; the last point if not given")
-        ->type_name("TIME");
+    command.add_option("--from", options.from, "Start of the range; the first point if not given")->type_name("TIME");
+    command.add_option("--to", options.to, "End of the range; the last point if not given")->type_name("TIME");
     command.add_option("--step", options.step_s, "Seconds between the states; stored points if not given")
         ->type_name("SECONDS");
 }

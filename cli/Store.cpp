@@ -50,8 +50,8 @@ std::optional<Matrix6> covarianceOf(const RawMatrix& matrix) {
     return result;
 }
 
-void passOn(std::int32_t event, const char* file, std::int32_t fileLength, std::int64_t line,
-            const char* text, std::int32_t textLength, void* listener) {
+void passOn(std::int32_t event, const char* file, std::int32_t fileLength, std::int64_t line, const char* text,
+            std::int32_t textLength, void* listener) {
     static_cast<ReadListener*>(listener)->hear({static_cast<ReadEvent::Kind>(event),
                                                 {file, static_cast<std::size_t>(fileLength)},
                                                 line,
@@ -70,9 +70,9 @@ double TimeSpan::snapped(double ds50UTC) const {
 }
 
 std::string Satellite::frame() const {
-    static const std::map<std::int32_t, const char*> names{
-        {1, "ECI"},  {2, "J2K"},    {3, "EFG"},    {4, "ECR"},    {15, "LLH"},
-        {16, "SEN"}, {17, "HCSRL"}, {18, "WPTRL"}, {19, "HCSGC"}, {20, "WPTGC"}};
+    static const std::map<std::int32_t, const char*> names{{1, "ECI"},    {2, "J2K"},   {3, "EFG"},    {4, "ECR"},
+                                                           {15, "LLH"},   {16, "SEN"},  {17, "HCSRL"}, {18, "WPTRL"},
+                                                           {19, "HCSGC"}, {20, "WPTGC"}};
     const auto found = names.find(frameCode);
     return found != names.end() ? found->second : std::to_string(frameCode);
 }
@@ -88,8 +88,8 @@ Satellite satelliteOf(std::int64_t key) {
     satellite.key = key;
     PaddedText<128> tag;
     PaddedText<kFileNameLength> file;
-    VorlanGetAllFields(key, &satellite.number, nullptr, tag.data(), nullptr, nullptr, nullptr, nullptr,
-                       nullptr, &satellite.frameCode, &satellite.pointCount, file.data());
+    VorlanGetAllFields(key, &satellite.number, nullptr, tag.data(), nullptr, nullptr, nullptr, nullptr, nullptr,
+                       &satellite.frameCode, &satellite.pointCount, file.data());
     VorlanStartEndTime(key, &satellite.span.start, &satellite.span.end);
     satellite.tag = trimmed(tag);
     satellite.file = trimmed(file);
@@ -112,13 +112,11 @@ std::optional<State> stateAt(const Satellite& satellite, double ds50UTC, Covaria
     double* const position = state.position_km.data();
     double* const velocity = state.velocity_km_s.data();
     if (covariance == Covariance::LeftOut) {
-        if (VorlanDs50UTC(satellite.key, ds50UTC, nullptr, position, velocity, &state.revolution) != 0)
-            return {};
+        if (VorlanDs50UTC(satellite.key, ds50UTC, nullptr, position, velocity, &state.revolution) != 0) return {};
         return state;
     }
     RawMatrix matrix;
-    if (VorlanDs50UTCCovMtx(satellite.key, ds50UTC, nullptr, position, velocity, &state.revolution, matrix) !=
-        0)
+    if (VorlanDs50UTCCovMtx(satellite.key, ds50UTC, nullptr, position, velocity, &state.revolution, matrix) != 0)
         return {};
     state.covariance = covarianceOf(matrix);
     return state;
@@ -130,21 +128,18 @@ std::optional<State> storedState(const Satellite& satellite, std::int32_t index,
     double* const velocity = state.velocity_km_s.data();
     const std::int64_t key = satellite.key;
     if (covariance == Covariance::LeftOut) {
-        if (VorlanGetEphemeris(key, index, &state.ds50UTC, position, velocity, &state.revolution) != 0)
-            return {};
+        if (VorlanGetEphemeris(key, index, &state.ds50UTC, position, velocity, &state.revolution) != 0) return {};
         return state;
     }
     RawMatrix matrix;
-    if (VorlanGetCovMtx(key, index, &state.ds50UTC, position, velocity, &state.revolution, matrix) != 0)
-        return {};
+    if (VorlanGetCovMtx(key, index, &state.ds50UTC, position, velocity, &state.revolution, matrix) != 0) return {};
     state.covariance = covarianceOf(matrix);
     return state;
 }
 
 std::vector<double> storedTimes(const Satellite& satellite) {
     std::vector<double> times(static_cast<std::size_t>(satellite.pointCount));
-    VorlanGetEphemerisArr(satellite.key, 1, satellite.pointCount, times.data(), nullptr, nullptr, nullptr,
-                          nullptr);
+    VorlanGetEphemerisArr(satellite.key, 1, satellite.pointCount, times.data(), nullptr, nullptr, nullptr, nullptr);
     return times;
 }
 
@@ -156,8 +151,7 @@ Contents contentsOf(const Satellite& satellite) {
     std::int64_t covariances = 0;
     for (std::int64_t read = 0; read < satellite.pointCount; read += kPointsAtOnce) {
         const std::int64_t count = std::min(kPointsAtOnce, satellite.pointCount - read);
-        VorlanGetEphemerisArr(satellite.key, read + 1, count, nullptr, states.get(), nullptr, matrices.get(),
-                              nullptr);
+        VorlanGetEphemerisArr(satellite.key, read + 1, count, nullptr, states.get(), nullptr, matrices.get(), nullptr);
         for (std::int64_t i = 0; i < count; ++i) {
             const auto at = static_cast<std::size_t>(i);
             velocities += hasVelocity(states[at]) ? 1 : 0;
@@ -167,9 +161,7 @@ Contents contentsOf(const Satellite& satellite) {
     return {shareOf(velocities, satellite.pointCount), shareOf(covariances, satellite.pointCount)};
 }
 
-std::int32_t loadFile(const std::string& name) {
-    return VorlanLoadFile(padded<kFileNameLength>(name).data());
-}
+std::int32_t loadFile(const std::string& name) { return VorlanLoadFile(padded<kFileNameLength>(name).data()); }
 
 std::int32_t saveCards(const std::string& name) {
     return VorlanSaveFile(padded<kFileNameLength>(name).data(), kReplaceFile);

@@ -100,8 +100,7 @@ std::string printable(std::string_view text) {
 std::string csvField(std::string_view text) {
     constexpr std::string_view kFormulaStarts = "=+-@\t\r";
     std::string field(text);
-    if (!text.empty() && kFormulaStarts.find(text.front()) != std::string_view::npos)
-        field.insert(0, 1, '\'');
+    if (!text.empty() && kFormulaStarts.find(text.front()) != std::string_view::npos) field.insert(0, 1, '\'');
     if (field.find_first_of(",\"\r\n") == std::string::npos) return field;
     std::string quoted = "\"";
     for (const char c : field)
@@ -122,8 +121,7 @@ std::string jsonText(std::string_view text) {
 }
 
 std::size_t displayWidth(std::string_view text) {
-    return static_cast<std::size_t>(
-        std::count_if(text.begin(), text.end(), [](char c) { return !isContinuation(c); }));
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return !isContinuation(c); }));
 }
 
 std::string_view cutToWidth(std::string_view text, std::size_t columns) {

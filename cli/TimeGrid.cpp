@@ -13,8 +13,7 @@ TimeGrid::TimeGrid(double fromDs50, double toDs50, double step_s)
       to_(toDs50),
       step_s_(step_s),
       tolerance_s_(std::min(kTimeTolerance_s, step_s / 2.0)),
-      size_(static_cast<std::int64_t>(std::floor(((to_ - from_) * kSecondsPerDay + tolerance_s_) / step_s)) +
-            1) {}
+      size_(static_cast<std::int64_t>(std::floor(((to_ - from_) * kSecondsPerDay + tolerance_s_) / step_s)) + 1) {}
 
 double TimeGrid::operator[](std::int64_t i) const {
     if (i == 0) return from_;

@@ -88,7 +88,6 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "%s: no states to compare with\n", argv[2]);
         return 1;
     }
-    std::printf("largest of %-15d %16.6f %18.9f\n", compared, worstPosition_km * 1000.0,
-                worstVelocity_km_s * 1000.0);
+    std::printf("largest of %-15d %16.6f %18.9f\n", compared, worstPosition_km * 1000.0, worstVelocity_km_s * 1000.0);
     return 0;
 }

@@ -21,7 +21,6 @@ void read(std::unique_ptr<ByteSource> source, Outcome& outcome, std::size_t inpu
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace vorlandi::fuzzing;
-    readTwice(textOf(data, size),
-              [=](auto source, Outcome& outcome) { read(std::move(source), outcome, size); });
+    readTwice(textOf(data, size), [=](auto source, Outcome& outcome) { read(std::move(source), outcome, size); });
     return 0;
 }

@@ -57,9 +57,7 @@ FirstLine splitFirstLine(std::string_view text) {
     return {std::string(line), text.substr(std::min(lineEnd + 1, text.size()))};
 }
 
-std::unique_ptr<ByteSource> piecewiseSource(std::string_view bytes) {
-    return std::make_unique<PiecewiseSource>(bytes);
-}
+std::unique_ptr<ByteSource> piecewiseSource(std::string_view bytes) { return std::make_unique<PiecewiseSource>(bytes); }
 
 Messages::Messages() { setTraceHandler(receive, this); }
 Messages::~Messages() { setTraceHandler(nullptr, nullptr); }

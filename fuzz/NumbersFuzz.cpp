@@ -23,8 +23,7 @@ std::optional<Model> parse(const std::string& text) {
     static const std::regex grammar("([+-]?(?:[0-9]+([.]?)[0-9]*|([.])[0-9]+))(?:[eEdD]([+-]?[0-9]+))?");
     std::smatch parts;
     if (!std::regex_match(text, parts, grammar)) return std::nullopt;
-    return Model{parts[1], std::strtol(parts.str(4).c_str(), nullptr, 10),
-                 parts.length(2) + parts.length(3) > 0};
+    return Model{parts[1], std::strtol(parts.str(4).c_str(), nullptr, 10), parts.length(2) + parts.length(3) > 0};
 }
 
 // The value of a field with implied decimals; nothing for a number past any double.

@@ -40,8 +40,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const vorlandi::Reader reader = readerOf(kHeader);
     require(reader != nullptr, "the example's first line selects a reader");
     const std::string text = fileText(textOf(data, size));
-    const Outcome outcome = readTwice(
-        text, [&](auto source, Outcome& made) { read(std::move(source), made, reader, text.size()); });
+    const Outcome outcome =
+        readTwice(text, [&](auto source, Outcome& made) { read(std::move(source), made, reader, text.size()); });
     require(outcome.status == vorlandi::kBlockRead || outcome.status == vorlandi::kBlockFailed,
             "a block is read or has failed");
     require(outcome.status == vorlandi::kBlockRead || !outcome.messages.empty(), "a failure is logged");

@@ -19,8 +19,7 @@ struct NestedFile {
 };
 constexpr NestedFile kNestedFiles[] = {
     {"a", "81001\n1 1 0 20485.0 7000 0 0 0 7.5 0 0 0 0 0\n1 1 0 20485.1 0 7000 0 -7.5 0 0 0 0 0 0\n"},
-    {"b",
-     "#VORLANDI = inner\n26031000000.000  1.0 2.0 3.0 4.0 5.0 6.0\n26031000001.000  1. 2. 3. 4. 5. 6.\n"},
+    {"b", "#VORLANDI = inner\n26031000000.000  1.0 2.0 3.0 4.0 5.0 6.0\n26031000001.000  1. 2. 3. 4. 5. 6.\n"},
     {"c", "EPHFIL = a\nVORLAN = c\n"},
     {"d.dce", ""},
 };
@@ -34,8 +33,7 @@ public:
         require(mkdtemp(name.data()) != nullptr, "there is a temporary folder");
         folder_ = name;
         for (const NestedFile& nested : kNestedFiles)
-            require((std::ofstream(folder_ / nested.name) << nested.text).good(),
-                    "the nested files can be written");
+            require((std::ofstream(folder_ / nested.name) << nested.text).good(), "the nested files can be written");
     }
     ~NestedFolder() { std::filesystem::remove_all(folder_); }
     NestedFolder(const NestedFolder&) = delete;

@@ -22,8 +22,7 @@ LogCapture::LogCapture() { setTraceHandler(receive, this); }
 LogCapture::~LogCapture() { setTraceHandler(nullptr, nullptr); }
 
 void LogCapture::receive(std::int32_t severity, const char* text, std::int32_t size, void* self) {
-    static_cast<LogCapture*>(self)->entries_.push_back(
-        {severity, std::string(text, static_cast<std::size_t>(size))});
+    static_cast<LogCapture*>(self)->entries_.push_back({severity, std::string(text, static_cast<std::size_t>(size))});
 }
 
 std::vector<std::string> LogCapture::ofSeverity(std::int32_t severity) const {
@@ -52,8 +51,7 @@ void resetStore() {
 StoreTest::StoreTest() {
     resetStore();
     const char* const mode = std::getenv("VORLANDI_TEST_GUARD");
-    VorlanSetGuardMode(mode != nullptr && mode == std::string_view("safe") ? VORLAN_GUARD_SAFE
-                                                                           : VORLAN_GUARD_FIXED);
+    VorlanSetGuardMode(mode != nullptr && mode == std::string_view("safe") ? VORLAN_GUARD_SAFE : VORLAN_GUARD_FIXED);
 }
 StoreTest::~StoreTest() { resetStore(); }
 
@@ -96,9 +94,7 @@ std::string Pipe::take() const {
     return bytes;
 }
 
-std::ptrdiff_t openDescriptors() {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-}
+std::ptrdiff_t openDescriptors() { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); }
 
 Loaded load(std::string_view text, std::string_view fileName) {
     resetStore();

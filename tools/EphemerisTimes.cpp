@@ -47,28 +47,25 @@ std::string dayOfYearText17(UtcTime time) {
 
 std::string isoText26(UtcTime time) {
     const auto t = calendarTime(time);
-    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:09.6f}", t.year, t.month, t.day, t.hour, t.minute,
-                       t.second);
+    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:09.6f}", t.year, t.month, t.day, t.hour, t.minute, t.second);
 }
 
 std::string slashText23(UtcTime time) {
     const auto t = calendarTime(time);
-    return fmt::format("{:04}/{:02}/{:02} {:02}:{:02}:{:06.3f}", t.year, t.month, t.day, t.hour, t.minute,
-                       t.second);
+    return fmt::format("{:04}/{:02}/{:02} {:02}:{:02}:{:06.3f}", t.year, t.month, t.day, t.hour, t.minute, t.second);
 }
 
 std::string monthNameText24(UtcTime time) {
     constexpr std::array<std::string_view, 12> kMonths{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                        "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
     const auto t = calendarTime(time);
-    return fmt::format("{:02} {} {:04} {:02}:{:02}:{:06.3f}", t.day, kMonths.at(t.month - 1), t.year, t.hour,
-                       t.minute, t.second);
+    return fmt::format("{:02} {} {:04} {:02}:{:02}:{:06.3f}", t.day, kMonths.at(t.month - 1), t.year, t.hour, t.minute,
+                       t.second);
 }
 
 std::string spacedGroupsText19(UtcTime time) {
     const auto t = calendarTime(time);
-    return fmt::format("{:02} {:03} {:02} {:02} {:06.3f}", t.year % 100, t.dayOfYear, t.hour, t.minute,
-                       t.second);
+    return fmt::format("{:02} {:03} {:02} {:02} {:06.3f}", t.year % 100, t.dayOfYear, t.hour, t.minute, t.second);
 }
 
 }  // namespace vorlandi::tools

@@ -30,8 +30,8 @@ void writeItcState(LineOutput& out, const EphemerisPoint& point, const StateFiel
 void writeItcCovariance(LineOutput& out, double hours) {
     const Covariance21 c = covarianceAt(hours);
     for (std::size_t i = 0; i < c.size(); i += 7)
-        out.line("{: .16e} {: .16e} {: .16e} {: .16e} {: .16e} {: .16e} {: .16e}", c[i], c[i + 1], c[i + 2],
-                 c[i + 3], c[i + 4], c[i + 5], c[i + 6]);
+        out.line("{: .16e} {: .16e} {: .16e} {: .16e} {: .16e} {: .16e} {: .16e}", c[i], c[i + 1], c[i + 2], c[i + 3],
+                 c[i + 4], c[i + 5], c[i + 6]);
 }
 
 // Header of both layouts.

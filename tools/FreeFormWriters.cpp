@@ -96,8 +96,8 @@ void writeLch(const Ephemeris& ephemeris, std::ostream& stream) {
     out.line("{:<43}{:5}", "SATELLITE NUMBER", ephemeris.satelliteNumber);
     out.line("UNITS                           KM, KM/S");
     out.line("");
-    out.line("{:<18}{:>12}{:>24}{:>24}{:>25}{:>24}{:>24}{:>18}", "YYYYDDDHHMMSS.SSS", "X", "Y", "Z", "VX",
-             "VY", "VZ", "EXTRA");
+    out.line("{:<18}{:>12}{:>24}{:>24}{:>25}{:>24}{:>24}{:>18}", "YYYYDDDHHMMSS.SSS", "X", "Y", "Z", "VX", "VY", "VZ",
+             "EXTRA");
     out.line("");
     for (const auto& point : ephemeris.points) {
         // 1-17 time, from 19 on x, y, z (km), vx, vy, vz (km/s) and a seventh number
@@ -131,8 +131,7 @@ void writeJ2k(const Ephemeris& ephemeris, std::ostream& stream) {
     for (const auto& point : ephemeris.points) {
         // 3-7 satellite number, 12-30 year, day, hour, minute, seconds with a blank between them, from 32 on
         // the state
-        out.line("  {:5}    {} {}", ephemeris.satelliteNumber, spacedGroupsText19(point.time),
-                 stateList(point.state));
+        out.line("  {:5}    {} {}", ephemeris.satelliteNumber, spacedGroupsText19(point.time), stateList(point.state));
     }
 }
 

@@ -61,8 +61,8 @@ std::chrono::milliseconds spacing(const Options& options) {
 std::string writeSatellite(const Options& options, const EphemerisFormat& format, std::int64_t index) {
     const auto number = static_cast<std::int32_t>(options.firstSatellite + index);
     const auto path = options.directory / ephemerisFileName(format, number);
-    const Ephemeris ephemeris = integrateEphemeris(
-        {number, kEpoch, initialState(index), options.points, spacing(options)}, kIntegrationStep_s);
+    const Ephemeris ephemeris =
+        integrateEphemeris({number, kEpoch, initialState(index), options.points, spacing(options)}, kIntegrationStep_s);
     writeFile(path, [&](std::ostream& stream) { format.write(ephemeris, stream); });
     return path.string();
 }
@@ -82,9 +82,8 @@ void writeConstellation(const Options& options) {
 void checkTogether(const Options& options) {
     const EphemerisFormat& format = *findEphemerisFormat(options.format);
     if (options.firstSatellite + options.count - 1 > format.largestSatelliteNumber) {
-        throw CLI::ValidationError("--first-satellite",
-                                   fmt::format("{} files hold satellite numbers up to {}", format.name,
-                                               format.largestSatelliteNumber));
+        throw CLI::ValidationError("--first-satellite", fmt::format("{} files hold satellite numbers up to {}",
+                                                                    format.name, format.largestSatelliteNumber));
     }
     // Written so that a NaN, which passes every range check, fails here.
     if (!(std::abs(options.step_s * 1000.0 - std::round(options.step_s * 1000.0)) <= 1e-6))

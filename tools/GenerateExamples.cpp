@@ -42,8 +42,8 @@ void writeTruth(std::ostream& stream) {
         const State state = orbit.at(secondsBetween(kEpoch, time));
         const auto& [x, y, z] = state.position_km;
         const auto& [vx, vy, vz] = state.velocity_km_s;
-        out.line("{},{:.12f},{:.16e},{:.16e},{:.16e},{:.16e},{:.16e},{:.16e}", isoText26(time),
-                 daysSince1950(time), x, y, z, vx, vy, vz);
+        out.line("{},{:.12f},{:.16e},{:.16e},{:.16e},{:.16e},{:.16e},{:.16e}", isoText26(time), daysSince1950(time), x,
+                 y, z, vx, vy, vz);
     }
 }
 
@@ -52,16 +52,15 @@ std::string exampleName(std::string_view formatName) {
 }
 
 void writeFleet(std::ostream& stream) {
-    const std::vector<CardGroup> groups{
-        {"keyword file", {exampleName("STK")}},
-        {"universal files", {exampleName("UNIVERSAL"), exampleName("UNIVERSAL_CSV")}}};
+    const std::vector<CardGroup> groups{{"keyword file", {exampleName("STK")}},
+                                        {"universal files", {exampleName("UNIVERSAL"), exampleName("UNIVERSAL_CSV")}}};
     writeCards("Names are relative to the directory in which this file is loaded.", groups, stream);
 }
 
 void writeExamples(const std::filesystem::path& directory) {
     std::filesystem::create_directories(directory);
-    const Ephemeris ephemeris = integrateEphemeris(
-        {kSatelliteNumber, kEpoch, kInitialState, kPointCount, kSpacing}, OrbitIntegration::kAccurateStep_s);
+    const Ephemeris ephemeris = integrateEphemeris({kSatelliteNumber, kEpoch, kInitialState, kPointCount, kSpacing},
+                                                   OrbitIntegration::kAccurateStep_s);
     for (const auto& format : ephemerisFormats()) {
         if (format.isVariant) continue;
         writeFile(directory / ephemerisFileName(format, kSatelliteNumber),

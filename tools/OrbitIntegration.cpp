@@ -9,8 +9,7 @@ namespace {
 
 // The terms of J3, J4 and so on: GM / r^2 Jn (R / r)^n (P'(n + 1) * unit position - P'(n) * unit pole), where P'(n) is
 // the derivative of the Legendre polynomial of degree n at the sine of the latitude.
-void addHigherZonals(const Vector3& position_km, std::span<const double> zonals,
-                     Vector3& acceleration_km_s2) {
+void addHigherZonals(const Vector3& position_km, std::span<const double> zonals, Vector3& acceleration_km_s2) {
     const auto& [x, y, z] = position_km;
     const double r2 = x * x + y * y + z * z;
     const double r_km = std::sqrt(r2);
@@ -98,10 +97,10 @@ State OrbitIntegration::meanRate(double step_s) const {
     const State fourth = rateOf(moved(state_, third, step_s));
     State mean;
     for (std::size_t i = 0; i < 3; ++i) {
-        mean.position_km[i] = weighted(first.position_km[i], second.position_km[i], third.position_km[i],
-                                       fourth.position_km[i]);
-        mean.velocity_km_s[i] = weighted(first.velocity_km_s[i], second.velocity_km_s[i],
-                                         third.velocity_km_s[i], fourth.velocity_km_s[i]);
+        mean.position_km[i] =
+            weighted(first.position_km[i], second.position_km[i], third.position_km[i], fourth.position_km[i]);
+        mean.velocity_km_s[i] =
+            weighted(first.velocity_km_s[i], second.velocity_km_s[i], third.velocity_km_s[i], fourth.velocity_km_s[i]);
     }
     return mean;
 }

@@ -52,13 +52,12 @@ void writeEelv(const Ephemeris& ephemeris, std::ostream& stream) {
     // Year, month, day, hour, minute, seconds in 23 columns each: their points in columns 2, 25, 48, 71, 94
     // and 117 are the mark of the format.
     out.line("{:.16e} {:.16e} {:.16e} {:.16e} {:.16e} {:.16e}", static_cast<double>(start.year),
-             static_cast<double>(start.month), static_cast<double>(start.day),
-             static_cast<double>(start.hour), static_cast<double>(start.minute), start.second);
+             static_cast<double>(start.month), static_cast<double>(start.day), static_cast<double>(start.hour),
+             static_cast<double>(start.minute), start.second);
     for (const auto& point : ephemeris.points) {
         // seconds since that time, x, y, z (ft), vx, vy, vz (ft/s)
         out.line("{:.3f} {} {}", secondsBetween(ephemeris.epoch(), point.time),
-                 list(point.state.position_km, kFeetPerKilometer),
-                 list(point.state.velocity_km_s, kFeetPerKilometer));
+                 list(point.state.position_km, kFeetPerKilometer), list(point.state.velocity_km_s, kFeetPerKilometer));
     }
 }
 

@@ -13,9 +13,7 @@ double largestComponent(const Vector3& vector) {
 }
 
 // Counted on the value rounded up, so that rounding to the decimals shown can't need one digit more.
-int wholeDigits(double largest) {
-    return static_cast<int>(fmt::formatted_size("{:.0f}", std::ceil(largest)));
-}
+int wholeDigits(double largest) { return static_cast<int>(fmt::formatted_size("{:.0f}", std::ceil(largest))); }
 
 FixedField fitted(int width, double largest) {
     const int whole = wholeDigits(largest);
@@ -36,8 +34,8 @@ StateFields fittedFields(const Ephemeris& ephemeris, int width, double velocityS
 }
 
 std::string columns(const Vector3& vector, FixedField field, double scale, std::string_view gap) {
-    return fmt::format("{0}{1:{4}.{5}f}{0}{2:{4}.{5}f}{0}{3:{4}.{5}f}", gap, vector[0] * scale,
-                       vector[1] * scale, vector[2] * scale, field.width, field.decimals);
+    return fmt::format("{0}{1:{4}.{5}f}{0}{2:{4}.{5}f}{0}{3:{4}.{5}f}", gap, vector[0] * scale, vector[1] * scale,
+                       vector[2] * scale, field.width, field.decimals);
 }
 
 std::string list(const Vector3& vector, double scale, std::string_view separator) {

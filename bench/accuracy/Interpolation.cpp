@@ -9,8 +9,7 @@
 namespace vorlandi::accuracy {
 namespace {
 
-constexpr int kSpacings_s[] = {10,  20,  30,  45,  60,   90,   120,  180, 240,
-                               300, 450, 600, 900, 1200, 1800, 2700, 3600};
+constexpr int kSpacings_s[] = {10, 20, 30, 45, 60, 90, 120, 180, 240, 300, 450, 600, 900, 1200, 1800, 2700, 3600};
 constexpr int kHoles_min[] = {5, 10, 30, 60, 120, 180, 182};
 constexpr int kSpacingsOfPositions_s[] = {10, 30, 60, 120, 300, 600};
 constexpr int kWindows = 720;  // of each kind, over a day

@@ -15,8 +15,7 @@ namespace vorlandi::accuracy {
 namespace {
 
 double distance(const tools::Vector3& a, const tools::Vector3& b) {
-    return std::sqrt((a[0] - b[0]) * (a[0] - b[0]) + (a[1] - b[1]) * (a[1] - b[1]) +
-                     (a[2] - b[2]) * (a[2] - b[2]));
+    return std::sqrt((a[0] - b[0]) * (a[0] - b[0]) + (a[1] - b[1]) * (a[1] - b[1]) + (a[2] - b[2]) * (a[2] - b[2]));
 }
 
 void addPoint(std::int64_t key, const Node& node) {
@@ -26,8 +25,8 @@ void addPoint(std::int64_t key, const Node& node) {
         for (std::size_t column = 0; column <= row; ++column)
             lowerTriangle[next++] = node.covariance[row][column];
     }
-    if (VorlanAddSatEphemCovMtx(key, node.time, node.state.position_km.data(),
-                                node.state.velocity_km_s.data(), 0, lowerTriangle.data()) != 0)
+    if (VorlanAddSatEphemCovMtx(key, node.time, node.state.position_km.data(), node.state.velocity_km_s.data(), 0,
+                                lowerTriangle.data()) != 0)
         throw std::runtime_error("a point was not stored");
 }
 
@@ -45,8 +44,8 @@ Satellite::~Satellite() { VorlanRemoveSat(key_); }
 std::optional<Answer> Satellite::at(double ds50UTC) const {
     Answer answer;
     double covariance[6][6];
-    if (VorlanDs50UTCCovMtx(key_, ds50UTC, nullptr, answer.state.position_km.data(),
-                            answer.state.velocity_km_s.data(), nullptr, covariance) != 0)
+    if (VorlanDs50UTCCovMtx(key_, ds50UTC, nullptr, answer.state.position_km.data(), answer.state.velocity_km_s.data(),
+                            nullptr, covariance) != 0)
         return std::nullopt;
     for (std::size_t row = 0; row < 6; ++row)
         std::copy_n(covariance[row], 6, answer.covariance[row].begin());
@@ -86,8 +85,7 @@ void report(std::string_view measure, std::string_view row, std::string_view col
 
 void report(std::string_view measure, std::string_view row, std::string_view column, Errors errors) {
     const auto figure = [&](std::string_view quantity, std::string_view kind, Sample& sample, double share) {
-        const double value =
-            errors.refused ? std::numeric_limits<double>::quiet_NaN() : sample.quantile(share);
+        const double value = errors.refused ? std::numeric_limits<double>::quiet_NaN() : sample.quantile(share);
         report(fmt::format("{} {}", measure, quantity), row, fmt::format("{} {}", column, kind), value);
     };
     figure("position", "largest", errors.position_m, 1.0);

@@ -39,8 +39,7 @@ ValueAndDerivative hermite(const Window& window, std::size_t axis, double time) 
     for (std::size_t order = 1; order < kTerms; ++order) {
         for (std::size_t k = kTerms - 1; k >= order; --k) {
             const Long step_s = node_s[k] - node_s[k - order];
-            column[k] =
-                step_s == 0 ? window[k / 2].state.velocity_km_s[axis] : (column[k] - column[k - 1]) / step_s;
+            column[k] = step_s == 0 ? window[k / 2].state.velocity_km_s[axis] : (column[k] - column[k - 1]) / step_s;
         }
     }
     ValueAndDerivative result;
@@ -72,8 +71,7 @@ struct Roundings {
         for (std::size_t axis = 0; axis < 3; ++axis) {
             const ValueAndDerivative exact = hermite(window, axis, time);
             position_km = std::max(position_km, std::abs(answer->state.position_km[axis] - exact.value));
-            velocity_km_s =
-                std::max(velocity_km_s, std::abs(answer->state.velocity_km_s[axis] - exact.derivative));
+            velocity_km_s = std::max(velocity_km_s, std::abs(answer->state.velocity_km_s[axis] - exact.derivative));
         }
         position.add(static_cast<double>(position_km) / lastPlace(window, &tools::State::position_km));
         velocity.add(static_cast<double>(velocity_km_s) / lastPlace(window, &tools::State::velocity_km_s));

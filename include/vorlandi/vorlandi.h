@@ -83,8 +83,7 @@ void VorlanGetInfo(char infoStr[128]);
  * key ....".
  * Cost: O(log satellites); waits for the queries in progress.
  */
-int64_t VorlanAddSat(int32_t satNum, int32_t combinedCode, double epochDs50UTC, double earthRadius,
-                     double ke);
+int64_t VorlanAddSat(int32_t satNum, int32_t combinedCode, double epochDs50UTC, double earthRadius, double ke);
 
 /*
  * Removes a satellite and its points.
@@ -165,8 +164,7 @@ int64_t VorlanFieldsToSatKey(int32_t satNum, const char* epochDtg);
  * Returns 0; 2 if the key is unknown or an array is null.
  * Messages: those of an unknown key ("FindRecPtr: ...").
  */
-int32_t VorlanAddSatEphem(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3],
-                          int32_t revNum);
+int32_t VorlanAddSatEphem(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3], int32_t revNum);
 
 /*
  * Appends a point with covariance; otherwise as VorlanAddSatEphem.
@@ -178,8 +176,8 @@ int32_t VorlanAddSatEphemCovMtx(int64_t satKey, double ds50UTC, const double pos
                                 int32_t revNum, const double cov[21]);
 
 /* The same as VorlanAddSatEphemCovMtx. */
-int32_t VorlanAddSatEphemExt(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3],
-                             int32_t revNum, const double cov[21]);
+int32_t VorlanAddSatEphemExt(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3], int32_t revNum,
+                             const double cov[21]);
 
 /* ---- Queries ---- */
 
@@ -219,8 +217,8 @@ int32_t VorlanMse(int64_t satKey, double mse, double* ds50UTC, double pos[3], do
  * negative: where points are far apart, or where a variance changes by a factor above 16 from one point to the
  * next. A point without covariance counts as one with zeros. See docs/accuracy.md.
  */
-int32_t VorlanMseCovMtx(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3],
-                        int32_t* revNum, double covMtx[6][6]);
+int32_t VorlanMseCovMtx(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3], int32_t* revNum,
+                        double covMtx[6][6]);
 
 /*
  * State of a satellite at a time; otherwise as VorlanMse.
@@ -228,12 +226,11 @@ int32_t VorlanMseCovMtx(int64_t satKey, double mse, double* ds50UTC, double pos[
  *   ds50UTC  in   days since 1950, UTC
  *   mse      out  the same time in minutes since the first stored point
  */
-int32_t VorlanDs50UTC(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3],
-                      int32_t* revNum);
+int32_t VorlanDs50UTC(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3], int32_t* revNum);
 
 /* As VorlanDs50UTC, with the covariance as in VorlanMseCovMtx. */
-int32_t VorlanDs50UTCCovMtx(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3],
-                            int32_t* revNum, double covMtx[6][6]);
+int32_t VorlanDs50UTCCovMtx(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3], int32_t* revNum,
+                            double covMtx[6][6]);
 
 /*
  * A stored point.
@@ -248,8 +245,8 @@ int32_t VorlanGetEphemeris(int64_t satKey, int32_t index, double* ds50UTC, doubl
                            int32_t* revNum);
 
 /* As VorlanGetEphemeris, with the stored covariance as in VorlanMseCovMtx. */
-int32_t VorlanGetCovMtx(int64_t satKey, int32_t index, double* ds50UTC, double pos[3], double vel[3],
-                        int32_t* revNum, double covMtx[6][6]);
+int32_t VorlanGetCovMtx(int64_t satKey, int32_t index, double* ds50UTC, double pos[3], double vel[3], int32_t* revNum,
+                        double covMtx[6][6]);
 
 /*
  * State and covariance in one array.
@@ -300,8 +297,8 @@ int32_t VorlanGetLine(int64_t satKey, char line[512]);
  * Messages: that of the first failure alone.
  * Threads: as a query; the store can be changed by others between every few thousand answers.
  */
-int32_t VorlanDs50UTCArr(int64_t satKey, int64_t n, const double ds50UTC[], double posVel[][6],
-                         int32_t revNums[], double covMtx[][6][6], int32_t errCodes[]);
+int32_t VorlanDs50UTCArr(int64_t satKey, int64_t n, const double ds50UTC[], double posVel[][6], int32_t revNums[],
+                         double covMtx[][6][6], int32_t errCodes[]);
 
 /*
  * States of many satellites at one time; otherwise as VorlanDs50UTCArr.
@@ -309,8 +306,8 @@ int32_t VorlanDs50UTCArr(int64_t satKey, int64_t n, const double ds50UTC[], doub
  *   satKeys  in  [n] keys
  *   ds50UTC  in  days since 1950, UTC
  */
-int32_t VorlanSatsDs50UTC(int64_t n, const int64_t satKeys[], double ds50UTC, double posVel[][6],
-                          int32_t revNums[], double covMtx[][6][6], int32_t errCodes[]);
+int32_t VorlanSatsDs50UTC(int64_t n, const int64_t satKeys[], double ds50UTC, double posVel[][6], int32_t revNums[],
+                          double covMtx[][6][6], int32_t errCodes[]);
 
 /*
  * Stored points of a satellite; otherwise as VorlanDs50UTCArr, each answer as VorlanGetCovMtx gives it.
@@ -353,9 +350,9 @@ int32_t VorlanGetField(int64_t satKey, int32_t fieldIdx, char valueStr[512]);
  *
  * Returns 0; 2 if the key is unknown. Messages: "FindRecPtr: ...".
  */
-int32_t VorlanGetAllFields(int64_t satKey, int32_t* satNum, char text8[8], char text128[128],
-                           double* epochDs50UTC, double* earthRadius, double* ke, double pos[3],
-                           double vel[3], int32_t* coordSys, int32_t* numPts, char fileName[512]);
+int32_t VorlanGetAllFields(int64_t satKey, int32_t* satNum, char text8[8], char text128[128], double* epochDs50UTC,
+                           double* earthRadius, double* ke, double pos[3], double vel[3], int32_t* coordSys,
+                           int32_t* numPts, char fileName[512]);
 
 /* ---- Files ---- */
 

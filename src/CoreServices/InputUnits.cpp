@@ -29,9 +29,7 @@ class FileSource : public ByteSource {
 public:
     explicit FileSource(Descriptor&& file) noexcept : file_(std::move(file)) {}
 
-    std::int64_t read(char* bytes, std::size_t capacity) override {
-        return readBytes(file_, bytes, capacity);
-    }
+    std::int64_t read(char* bytes, std::size_t capacity) override { return readBytes(file_, bytes, capacity); }
 
     bool rewind() override { return ::lseek(file_.number(), 0, SEEK_SET) == 0; }
 
@@ -147,9 +145,7 @@ int openByteSource(std::string_view name, std::unique_ptr<ByteSource>& source, F
     return 0;
 }
 
-std::unique_ptr<ByteSource> memorySource(std::string_view bytes) {
-    return std::make_unique<MemorySource>(bytes);
-}
+std::unique_ptr<ByteSource> memorySource(std::string_view bytes) { return std::make_unique<MemorySource>(bytes); }
 
 int spoolSource(ByteSource& source, std::int64_t most, std::unique_ptr<ByteSource>& spooled) {
     auto bytes = std::make_unique<SpooledSource>();

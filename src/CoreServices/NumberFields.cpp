@@ -113,8 +113,7 @@ std::optional<double> oddReal(std::string_view text, int decimals) noexcept {
     const std::optional<int> exponent = exponentAt ? exponentOf(text.substr(*exponentAt), decimals >= 0) : 0;
     if (!exponent) return std::nullopt;
     std::array<char, 16> written{};
-    const auto [end, error] =
-        std::to_chars(written.data(), written.data() + written.size(), *exponent + shift);
+    const auto [end, error] = std::to_chars(written.data(), written.data() + written.size(), *exponent + shift);
     number.add('e');
     std::for_each(written.data(), end, [&](char c) { number.add(c); });
     return number.fits() ? plainReal(number.view()) : std::nullopt;
@@ -286,8 +285,7 @@ ReadOutcome FreeFormList::nextWord(std::string_view& word) noexcept {
 namespace {
 
 // Right-aligned in `width` columns; `sign` characters at the front come before leading zeros.
-FieldText rightAligned(std::string_view text, int width, std::size_t leastSize = 0,
-                       std::size_t sign = 0) noexcept {
+FieldText rightAligned(std::string_view text, int width, std::size_t leastSize = 0, std::size_t sign = 0) noexcept {
     const auto columns = static_cast<std::size_t>(width);
     const std::size_t zeros = leastSize > text.size() ? leastSize - text.size() : 0;
     FieldText field;
@@ -313,8 +311,8 @@ FieldText fixedField(double value, int width, int decimals) noexcept {
     } else if (std::isinf(value)) {
         text = value < 0 ? "-Infinity" : "Infinity";
     } else {
-        const auto [end, error] = std::to_chars(chars.data(), chars.data() + chars.size(), value,
-                                                std::chars_format::fixed, decimals);
+        const auto [end, error] =
+            std::to_chars(chars.data(), chars.data() + chars.size(), value, std::chars_format::fixed, decimals);
         text = {chars.data(), static_cast<std::size_t>(end - chars.data())};
     }
     return rightAligned(text, width);

@@ -56,8 +56,7 @@ ReadOutcome readColumns(std::string_view line, RealColumns where, std::span<doub
 // nothing between give 0; a slash ends the list, and the rest are 0.
 class FreeFormList {
 public:
-    explicit FreeFormList(std::string_view text) noexcept
-        : position_(text.data()), end_(text.data() + text.size()) {}
+    explicit FreeFormList(std::string_view text) noexcept : position_(text.data()), end_(text.data() + text.size()) {}
 
     // The next number. EndOfData when the text holds no further one.
     ReadOutcome next(double& value) noexcept;

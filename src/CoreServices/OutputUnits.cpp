@@ -75,8 +75,7 @@ std::size_t writeAll(int descriptor, std::string_view bytes, std::chrono::millis
             written += static_cast<std::size_t>(count);
             continue;
         }
-        const bool mayGoOn =
-            count < 0 && (errno == EINTR || (errno == EAGAIN && waitForRoom(descriptor, deadline)));
+        const bool mayGoOn = count < 0 && (errno == EINTR || (errno == EAGAIN && waitForRoom(descriptor, deadline)));
         if (!mayGoOn) break;
     }
     return written;
@@ -89,12 +88,11 @@ constinit OutputTurn* turns = nullptr;
 constinit std::atomic<int> turnsEnded{0};
 
 // A child of fork has none of the threads that had a turn.
-[[maybe_unused]] const int kTurnsOverFork =
-    ::pthread_atfork([] { turnsMutex.lock(); }, [] { turnsMutex.unlock(); },
-                     [] {
-                         turns = nullptr;
-                         turnsMutex.unlock();
-                     });
+[[maybe_unused]] const int kTurnsOverFork = ::pthread_atfork([] { turnsMutex.lock(); }, [] { turnsMutex.unlock(); },
+                                                             [] {
+                                                                 turns = nullptr;
+                                                                 turnsMutex.unlock();
+                                                             });
 
 }  // namespace
 

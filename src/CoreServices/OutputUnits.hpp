@@ -53,8 +53,7 @@ private:
 
 // Opens a file for writing and creates it if it does not exist. A file to be replaced keeps its bytes until empty().
 // Returns 0 or the errno of the failure: ENOENT for a blank name, EISDIR for a directory.
-int fileopen(std::string_view name, FileMode mode, OutputUnit& unit,
-             WhenFull whenFull = WhenFull::Wait) noexcept;
+int fileopen(std::string_view name, FileMode mode, OutputUnit& unit, WhenFull whenFull = WhenFull::Wait) noexcept;
 
 // A thread's turn to write to a file. The constructor waits until no other thread of the process has a turn for the
 // same file; other files are not waited for, however long a write to them takes.

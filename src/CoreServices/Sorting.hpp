@@ -17,8 +17,7 @@ struct SortEntry {
 
 // Ascending by text, compared as bytes. Ties are left in no particular order.
 inline void quicksortiterative(std::span<SortEntry> entries) {
-    std::sort(entries.begin(), entries.end(),
-              [](const SortEntry& a, const SortEntry& b) { return a.text < b.text; });
+    std::sort(entries.begin(), entries.end(), [](const SortEntry& a, const SortEntry& b) { return a.text < b.text; });
 }
 
 }  // namespace vorlandi

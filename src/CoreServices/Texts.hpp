@@ -14,12 +14,8 @@ namespace vorlandi {
 // What strtoint returns for a text without an integer.
 constexpr std::int32_t kNoInteger = -123;
 
-constexpr char upperCase(char c) noexcept {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
-constexpr char lowerCase(char c) noexcept {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
+constexpr char upperCase(char c) noexcept { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+constexpr char lowerCase(char c) noexcept { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 constexpr bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 
 // Text without its leading, or trailing, blanks.

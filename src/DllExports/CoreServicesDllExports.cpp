@@ -60,8 +60,7 @@ int32_t VorlanSetGuardMode(int32_t mode) {
 }
 
 int32_t VorlanGetGuardMode(void) {
-    return catchAll(__func__,
-                    []() -> int32_t { return isGuardSafe() ? VORLAN_GUARD_SAFE : VORLAN_GUARD_FIXED; });
+    return catchAll(__func__, []() -> int32_t { return isGuardSafe() ? VORLAN_GUARD_SAFE : VORLAN_GUARD_FIXED; });
 }
 
 void VorlanSetReadObserver(VorlanReadObserver observer, void* userData) {

@@ -9,9 +9,8 @@ using namespace vorlandi;
 extern "C" {
 
 double VorlanTimeFromText(const char* text, int32_t textLen) {
-    return catchAll(__func__, [&] {
-        return dtg2ds50utc(chararrtostr(text, static_cast<std::size_t>(std::max(textLen, 0))));
-    });
+    return catchAll(__func__,
+                    [&] { return dtg2ds50utc(chararrtostr(text, static_cast<std::size_t>(std::max(textLen, 0)))); });
 }
 
 void VorlanTimeToText15(double ds50UTC, char text[15]) {

@@ -301,8 +301,7 @@ private:
         }
         const int left = heightOf(node->left, lower, &node->key, broken);
         const int right = heightOf(node->right, &node->key, upper, broken);
-        if (right - left != node->balance || node->balance < -1 || node->balance > 1)
-            breaks("balance is wrong");
+        if (right - left != node->balance || node->balance < -1 || node->balance > 1) breaks("balance is wrong");
         if (node->sequenceNumber > seqnum_) breaks("a sequence number is ahead of the counter");
         return 1 + (left > right ? left : right);
     }

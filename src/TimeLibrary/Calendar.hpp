@@ -5,9 +5,7 @@
 
 namespace vorlandi {
 
-constexpr bool isLeapYear(std::int64_t year) noexcept {
-    return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-}
+constexpr bool isLeapYear(std::int64_t year) noexcept { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
 
 constexpr int daysInYear(std::int64_t year) noexcept { return isLeapYear(year) ? 366 : 365; }
 

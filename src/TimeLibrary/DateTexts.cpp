@@ -27,13 +27,11 @@ struct DateParts {
 };
 
 std::optional<double> ds50Of(const DateParts& parts) noexcept {
-    if (parts.year < kFirstYear || parts.dayOfYear < 1 || parts.dayOfYear > daysInYear(parts.year))
-        return std::nullopt;
+    if (parts.year < kFirstYear || parts.dayOfYear < 1 || parts.dayOfYear > daysInYear(parts.year)) return std::nullopt;
     if (parts.hour > 23 || parts.minute > 59 || parts.second >= 61.0) return std::nullopt;
     if (parts.second >= 60.0) {
         const bool lastMinute = parts.hour == 23 && parts.minute == 59;
-        if (!lastMinute || !leapTable().endsWithLeapSecond(clocka(parts.dayOfYear, parts.year)))
-            return std::nullopt;
+        if (!lastMinute || !leapTable().endsWithLeapSecond(clocka(parts.dayOfYear, parts.year))) return std::nullopt;
     }
     const auto day = static_cast<double>(dayZeroOfYear(parts.year) + parts.dayOfYear);
     return day + (parts.hour * 3600.0 + parts.minute * 60.0 + parts.second) / 86400.0;
@@ -95,8 +93,7 @@ struct CompactText {
 };
 
 // HHMMSS before the point.
-bool readTimeOfDay(std::string_view text, std::size_t hourAt, std::size_t secondAt,
-                   DateParts& parts) noexcept {
+bool readTimeOfDay(std::string_view text, std::size_t hourAt, std::size_t secondAt, DateParts& parts) noexcept {
     parts.hour = paddedDigits(text.substr(hourAt, 2));
     parts.minute = paddedDigits(text.substr(hourAt + 2, 2));
     parts.second = secondsOf(text.substr(secondAt, 2), text.substr(secondAt + 3));
@@ -132,8 +129,7 @@ std::optional<double> compactDay(const CompactText& date) noexcept {
     const std::string_view fraction = date.text.substr(yearWidth + 3);
     if (!std::all_of(fraction.begin() + 1, fraction.end(), isDigit)) return std::nullopt;
     double dayFraction = 0.0;
-    if (fraction.size() > 1 && readReal(fraction, 0, dayFraction) != ReadOutcome::Success)
-        return std::nullopt;
+    if (fraction.size() > 1 && readReal(fraction, 0, dayFraction) != ReadOutcome::Success) return std::nullopt;
     const auto day = ds50Of(parts);
     return day ? std::optional(*day + dayFraction) : std::nullopt;
 }
@@ -215,8 +211,7 @@ public:
 
 private:
     std::string_view takeDigits() noexcept {
-        return take(
-            static_cast<std::size_t>(std::find_if_not(rest_.begin(), rest_.end(), isDigit) - rest_.begin()));
+        return take(static_cast<std::size_t>(std::find_if_not(rest_.begin(), rest_.end(), isDigit) - rest_.begin()));
     }
 
     std::string_view rest_;
@@ -323,9 +318,7 @@ double dtg2ds50utc(std::string_view text) noexcept {
     return time.value_or(0.0);
 }
 
-std::optional<double> epochTextToDs50(std::string_view text) noexcept {
-    return compactForms(CompactText(text), true);
-}
+std::optional<double> epochTextToDs50(std::string_view text) noexcept { return compactForms(CompactText(text), true); }
 
 std::array<char, 15> ds50todate15(double ds50UTC) noexcept {
     std::array<char, 15> text;

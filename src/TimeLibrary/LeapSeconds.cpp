@@ -81,8 +81,7 @@ std::string_view readStep(std::string_view line, std::vector<LeapStep>& steps) {
     if (!readWord(rest.substr(0, rest.find_first_of(" \t#")), taiMinusUtc)) return "TAI - UTC is no integer";
     if (seconds % 86400 != 0) return "a step begins at 0h UTC";
     const std::int64_t days = seconds / 86400;
-    const LeapStep step =
-        stepAt(kDayNumberOf1900 + static_cast<double>(days), static_cast<double>(taiMinusUtc));
+    const LeapStep step = stepAt(kDayNumberOf1900 + static_cast<double>(days), static_cast<double>(taiMinusUtc));
     if (!steps.empty()) {
         if (step.day <= steps.back().day) return "times must rise";
         if (std::abs(step.taiMinusUtc - steps.back().taiMinusUtc) != 1.0) return "a step is one second";
@@ -149,8 +148,7 @@ int loadLeapSeconds(std::string_view fileName) {
         table = parseLeapSeconds(std::string_view(text).substr(0, size), problem);
     }
     if (table == nullptr) {
-        tracelogerror(MessageText("VorlanTimeLoadLeapSeconds: ")
-                      << trimmed(fileName) << ": " << problem << ".");
+        tracelogerror(MessageText("VorlanTimeLoadLeapSeconds: ") << trimmed(fileName) << ": " << problem << ".");
         return 2;
     }
     currentLeapTable.store(table, std::memory_order_release);

@@ -13,8 +13,7 @@ constexpr double kUnitOffset = 0.43212345678;
 constexpr auto kFirstDayNumberAfter2199 = static_cast<double>(dayZeroOfYear(2200) + 1);
 
 // Every unit of the last day, and the keys that collisions advance to, fit below the next satellite's.
-static_assert((kFirstDayNumberAfter2199 * kUnitsPerDay + 1000.0) * 10.0 <
-              static_cast<double>(kKeysPerSatellite));
+static_assert((kFirstDayNumberAfter2199 * kUnitsPerDay + 1000.0) * 10.0 < static_cast<double>(kKeysPerSatellite));
 static_assert(kKeysPerSatellite % 10 == 0 && INT64_MAX / kKeysPerSatellite > kLargestSatNum);
 
 }  // namespace

@@ -39,8 +39,8 @@ inline SplitTai splitTai(double ds50UTC, double taiMinusUtc) noexcept {
     const double fraction = ds50UTC - days;
     // From day 512 on the fraction has at most 43 bits and 86400 = 2^7 x 675, so that the product is exact
     // and the sum rounds once, if at all. Earlier the fused operation is needed for that.
-    const double seconds = std::abs(ds50UTC) >= 512.0 ? fraction * 86400.0 + taiMinusUtc
-                                                      : std::fma(fraction, 86400.0, taiMinusUtc);
+    const double seconds =
+        std::abs(ds50UTC) >= 512.0 ? fraction * 86400.0 + taiMinusUtc : std::fma(fraction, 86400.0, taiMinusUtc);
     if (seconds >= 86400.0) return {days + 1.0, seconds - 86400.0};
     return {days, seconds};
 }

@@ -22,9 +22,7 @@ constexpr std::size_t kFirstMapping = std::size_t{16} << 20;
 constexpr std::size_t kLargePage = std::size_t{2} << 20;
 constexpr std::size_t kPage = 4096;
 
-constexpr std::size_t roundedUp(std::size_t size, std::size_t unit) noexcept {
-    return (size + unit - 1) / unit * unit;
-}
+constexpr std::size_t roundedUp(std::size_t size, std::size_t unit) noexcept { return (size + unit - 1) / unit * unit; }
 
 // Address space that begins at a large page; null when the system gives no further mapping.
 char* mapped(std::size_t size) noexcept {

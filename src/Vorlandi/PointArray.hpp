@@ -42,8 +42,7 @@ struct PointCovariance {
 
 // Is any of its values other than zero?
 inline bool hasCovariance(const PointCovariance& covariance) noexcept {
-    return std::any_of(covariance.cov, covariance.cov + kCovarianceSize,
-                       [](double value) { return value != 0.0; });
+    return std::any_of(covariance.cov, covariance.cov + kCovarianceSize, [](double value) { return value != 0.0; });
 }
 
 // One time-tagged state with its covariance: 29 slots of 64 bits.
@@ -78,9 +77,7 @@ public:
     std::int32_t capacity() const noexcept { return capacity_; }
 
     // All states; all covariances, null if no point has one.
-    const Vorlanstate* states() const noexcept {
-        return reinterpret_cast<const Vorlanstate*>(states_.bytes());
-    }
+    const Vorlanstate* states() const noexcept { return reinterpret_cast<const Vorlanstate*>(states_.bytes()); }
     const PointCovariance* covariances() const noexcept {
         return reinterpret_cast<const PointCovariance*>(covariances_.bytes());
     }

@@ -22,9 +22,7 @@ bool isAlive(const DmaObject& object, std::int64_t key) noexcept {
     return object.self != 0 && object.self == satkeytoaddr(key);
 }
 
-Vorlanrecord* recordIn(const DmaObject& object) noexcept {
-    return static_cast<Vorlanrecord*>(object.record.load());
-}
+Vorlanrecord* recordIn(const DmaObject& object) noexcept { return static_cast<Vorlanrecord*>(object.record.load()); }
 
 // A DMA object and the record that it will hold, which nobody can find before they are published. Gives both back if
 // they never are.
@@ -53,8 +51,7 @@ public:
 
     // Inside the guard, together with the node: a key that can be found is in the tree.
     void publish() noexcept {
-        if (object_ != nullptr)
-            publishdmaobject(*std::exchange(object_, nullptr), kVorlanElsetType, record_.release());
+        if (object_ != nullptr) publishdmaobject(*std::exchange(object_, nullptr), kVorlanElsetType, record_.release());
     }
 
 private:

@@ -16,8 +16,8 @@ static void countMessages(int32_t severity, const char* text, int32_t textLen, v
     if (severity == VORLAN_TRACE_ERROR && textLen > 0 && text[0] != ' ') ++*(int*)userData;
 }
 
-static void countEvents(int32_t event, const char* fileName, int32_t fileNameLen, int64_t line,
-                        const char* text, int32_t textLen, void* userData) {
+static void countEvents(int32_t event, const char* fileName, int32_t fileNameLen, int64_t line, const char* text,
+                        int32_t textLen, void* userData) {
     if (event == VORLAN_READ_FORMAT && line == 1) CHECK(textLen == 9 && memcmp(text, "UNIVERSAL", 9) == 0);
     if (fileNameLen > 0 && fileName[0] == 'v') ++((int*)userData)[event];
 }
@@ -90,8 +90,8 @@ static void checkSatellite(int64_t key) {
     CHECK(VorlanStartEndTime(key, &time, state) == 0 && time == times[0] && state[0] == 27001.0);
     CHECK(VorlanSetField(key, 14, "eight and more") == 0 && VorlanSetField(key, 15, "tag") == 0);
     CHECK(VorlanGetField(key, 14, value) == 0 && memcmp(value, "eight an  ", 10) == 0);
-    CHECK(VorlanGetAllFields(key, &satNum, text8, text128, &time, p, v, state, states[0], &coordSys, &points,
-                             value) == 0);
+    CHECK(VorlanGetAllFields(key, &satNum, text8, text128, &time, p, v, state, states[0], &coordSys, &points, value) ==
+          0);
     CHECK(points == 3 && state[0] == 7000.0 && text8[7] == 'n' && memcmp(text128, "tag ", 4) == 0);
     CHECK(VorlanGetLine(key, value) == 0 && memcmp(value, "EPHFIL = ", 9) == 0);
 }
@@ -104,8 +104,7 @@ int main(void) {
     CHECK(memcmp(text, "24061120030.500", 15) == 0);
     VorlanTimeToIso(time, text);
     CHECK(memcmp(text, "2024-03-01T12:00:30.500000", 26) == 0);
-    CHECK(VorlanTimeUtcToTai(27000.0) > 27000.0 &&
-          VorlanTimeTaiToUtc(VorlanTimeUtcToTai(27000.0)) == 27000.0);
+    CHECK(VorlanTimeUtcToTai(27000.0) > 27000.0 && VorlanTimeTaiToUtc(VorlanTimeUtcToTai(27000.0)) == 27000.0);
     CHECK(VorlanInit() == 0);
     VorlanGetInfo(text);
     CHECK(memcmp(text, "Vorlandi ", 9) == 0 && text[127] == ' ');

@@ -46,8 +46,8 @@ std::string covarianceEphemeris(const std::string& covariance) {
     head.replace(1, 5, "81002").replace(51, 17, "2026031000000.000").replace(106, 8, "WICOV SP");
     const std::string state =
         "     7000.500000    -1234.250000        0.125000     1.500000000     7.250000000    -0.125000000\n";
-    return head + "\n   26031000000.000" + state +
-           "0 0 0 0 0 0 0\n0 0 0 0 0 0 0\n0 0 0 0 0 0 0\n   26031002230.000" + state + covariance;
+    return head + "\n   26031000000.000" + state + "0 0 0 0 0 0 0\n0 0 0 0 0 0 0\n0 0 0 0 0 0 0\n   26031002230.000" +
+           state + covariance;
 }
 
 CommandLine::CommandLine() {
@@ -68,11 +68,10 @@ void CommandLine::write(const std::string& name, const std::string& text) const 
 
 Outcome CommandLine::shell(const std::string& line) const {
     const std::string path = fs::path(VORLANDI_CLI).parent_path().string(), home = home_.string();
-    const std::string script = "PATH='" + path + "':$PATH; unset NO_COLOR; cd '" + home + "/files'; (" +
-                               line + ") >../output 2>../messages";
+    const std::string script =
+        "PATH='" + path + "':$PATH; unset NO_COLOR; cd '" + home + "/files'; (" + line + ") >../output 2>../messages";
     const int status = std::system(script.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contentsOf(home_ / "output"),
-            contentsOf(home_ / "messages")};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contentsOf(home_ / "output"), contentsOf(home_ / "messages")};
 }
 
 Texts CommandLine::temporaryFiles() const {

@@ -20,8 +20,7 @@ Texts split(const std::string& text, char separator = '\n');
 
 // An STK file with a satellite that moves along x at 1 km/s, with a point at each of these seconds after
 // 2026-01-31T00:00:00, or after another epoch.
-std::string ephemerisAt(const std::vector<double>& times_s,
-                        const std::string& epoch = "31 Jan 2026 00:00:00.000");
+std::string ephemerisAt(const std::vector<double>& times_s, const std::string& epoch = "31 Jan 2026 00:00:00.000");
 std::string ephemeris(int points, double first_s = 0.0, double spacing_s = 60.0);
 
 // An ITC file with two points 22.5 minutes apart, the second one with this covariance.

@@ -34,25 +34,22 @@ TEST_F(Info, DescribesEverySatelliteInTheOrderOfLoading) {
     const Texts lines = split(table);
     ASSERT_EQ(lines.size(), 3U);
     EXPECT_TRUE(std::regex_match(
-        lines[1],
-        std::regex(" +81002 +[0-9]+  ECI +2  2026-01-31T00:00:00.000000  2026-01-31T00:22:30.000000"
-                   " +1350.000 +1350.000 +1350.000 +0  all +some +ITC +81002.itc  a \"quoted\", tag")))
+        lines[1], std::regex(" +81002 +[0-9]+  ECI +2  2026-01-31T00:00:00.000000  2026-01-31T00:22:30.000000"
+                             " +1350.000 +1350.000 +1350.000 +0  all +some +ITC +81002.itc  a \"quoted\", tag")))
         << lines[1];
     const Outcome csv = run("info --format csv fleet.card");
-    EXPECT_THAT(csv.output,
-                HasSubstr(",1350,yes,ITC,81002.itc,\"a \"\"quoted\"\", tag\",1350,1350,1350,0,all,some\n"
-                          "81001,"));
+    EXPECT_THAT(csv.output, HasSubstr(",1350,yes,ITC,81002.itc,\"a \"\"quoted\"\", tag\",1350,1350,1350,0,all,some\n"
+                                      "81001,"));
     EXPECT_EQ(split(split(csv.output).at(0), ',').size(), kVelocities + 2);
     const std::string json = run("info --format json fleet.card").output;
     EXPECT_THAT(
         std::regex_replace(json, std::regex("\"key\":\"[0-9]+\""), "\"key\":K"),
-        testing::StartsWith(
-            "{\"satellites\":[\n{\"satellite\":81002,\"key\":K,\"frame\":\"ECI\",\"points\":2,"
-            "\"first_utc\":\"2026-01-31T00:00:00.000000\",\"last_utc\":\"2026-01-31T00:22:30.000000\","
-            "\"mean_spacing_s\":1350,\"covariance\":true,\"format\":\"ITC\",\"file\":\"81002.itc\","
-            "\"tag\":\"a \\\"quoted\\\", tag\",\"spacing_least_s\":1350,\"spacing_median_s\":1350,"
-            "\"spacing_largest_s\":1350,\"gaps\":0,\"velocities\":\"all\",\"covariances\":\"some\"},\n"
-            "{\"satellite\":81001,\"key\":K,"));
+        testing::StartsWith("{\"satellites\":[\n{\"satellite\":81002,\"key\":K,\"frame\":\"ECI\",\"points\":2,"
+                            "\"first_utc\":\"2026-01-31T00:00:00.000000\",\"last_utc\":\"2026-01-31T00:22:30.000000\","
+                            "\"mean_spacing_s\":1350,\"covariance\":true,\"format\":\"ITC\",\"file\":\"81002.itc\","
+                            "\"tag\":\"a \\\"quoted\\\", tag\",\"spacing_least_s\":1350,\"spacing_median_s\":1350,"
+                            "\"spacing_largest_s\":1350,\"gaps\":0,\"velocities\":\"all\",\"covariances\":\"some\"},\n"
+                            "{\"satellite\":81001,\"key\":K,"));
     EXPECT_THAT(json, testing::EndsWith("\"covariances\":\"none\"}\n]}\n"));
     write("81001.e", ephemeris(1));
     EXPECT_EQ(columns("81001.e", kLeast, kLeast + 3), ",,,0");
@@ -102,10 +99,8 @@ TEST_F(Info, FindsGapsByTheMedianOfTheThirtyOneStepsAroundThem) {
         {"another rate", run(40, 10) + run(40, 60), "10,35,60,0"},
         // Sixteen of 31 steps are 10 s, two of them fifteen steps away: no other window holds as many.
         {"just enough short steps",
-         run(20, 90) + run(8, 10) + run(7, 90) + run(1, 31) + run(7, 90) + run(8, 10) + run(20, 90),
-         "10,90,90,1"},
-        {"one too few",
-         run(20, 90) + run(8, 10) + run(7, 90) + run(1, 31) + run(8, 90) + run(8, 10) + run(20, 90),
+         run(20, 90) + run(8, 10) + run(7, 90) + run(1, 31) + run(7, 90) + run(8, 10) + run(20, 90), "10,90,90,1"},
+        {"one too few", run(20, 90) + run(8, 10) + run(7, 90) + run(1, 31) + run(8, 90) + run(8, 10) + run(20, 90),
          "10,90,90,0"},
     };
     for (const Case& c : cases) {
@@ -134,8 +129,7 @@ TEST_F(Info, TellsWhetherAllPointsHaveVelocitiesAndCovariances) {
     EXPECT_EQ(columns("81002.itc", kVelocities, kVelocities + 1), "all,all");
     // Some formats keep other numbers there: a covariance of x and y without a variance of y.
     write("81002.itc", covarianceEphemeris("5.5 12345 0 0 0 0 0\n0 0 0 0 0 0 0\n0 0 0 0 0 0 0\n"));
-    EXPECT_EQ(columns("81002.itc", kCovariance, kCovariance) +
-                  columns("81002.itc", kVelocities + 1, kVelocities + 1),
+    EXPECT_EQ(columns("81002.itc", kCovariance, kCovariance) + columns("81002.itc", kVelocities + 1, kVelocities + 1),
               "nonone");
 }
 
@@ -157,8 +151,7 @@ TEST_F(Info, MakesForeignTextsSafeToShow) {
          "overlong " + bad + bad + bad + bad + "|" + bad + bad + bad + "|" + bad + bad + bad + bad},
         {"surrogate \xED\xA0\x80|\xED\xBF\xBF", "surrogate ???|???",
          "surrogate " + bad + bad + bad + "|" + bad + bad + bad},
-        {"beyond \xF4\x90\x80\x80|\xF5\x80", "beyond ????|??",
-         "beyond " + bad + bad + bad + bad + "|" + bad + bad},
+        {"beyond \xF4\x90\x80\x80|\xF5\x80", "beyond ????|??", "beyond " + bad + bad + bad + bad + "|" + bad + bad},
         {"cut \xE2\x82|\xE2\x82\xAC\xE2\x82", "cut ??|\xE2\x82\xAC??",
          "cut " + bad + bad + "|\xE2\x82\xAC" + bad + bad},
     };
@@ -184,10 +177,8 @@ TEST_F(Info, KeepsSpreadsheetsFromTakingATextForAFormula) {
         write("tag.card", "#VORLANDI = " + tag + "\nEPHFIL = 81001.e\n");
         EXPECT_THAT(lineOf("tag.card"), HasSubstr(",81001.e," + field + ",60,"));
     }
-    for (const auto& [name, field] :
-         std::initializer_list<std::pair<std::string, std::string>>{{"\t81001.e", ",'\t81001.e,"},
-                                                                    {"\r81001.e", ",\"'\r81001.e\","},
-                                                                    {"a\n81001.e", ",\"a\n81001.e\","}}) {
+    for (const auto& [name, field] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"\t81001.e", ",'\t81001.e,"}, {"\r81001.e", ",\"'\r81001.e\","}, {"a\n81001.e", ",\"a\n81001.e\","}}) {
         fs::rename(file("81001.e"), file(name));
         EXPECT_THAT(run("info --format csv *81001.e").output, HasSubstr(field));
         fs::rename(file(name), file("81001.e"));
@@ -197,11 +188,11 @@ TEST_F(Info, KeepsSpreadsheetsFromTakingATextForAFormula) {
 TEST_F(Info, ListsTheFormatsOfTheExamples) {
     const std::string listed = shell("vorlandi formats | tail -n +2 | cut -d' ' -f1 | sort").output;
     EXPECT_EQ(split(listed).size(), 15U);
-    EXPECT_EQ(shell("cd '" VORLANDI_EXAMPLES
-                    "'; for file in 81001*[!v]; do vorlandi info $file --format csv | tail -n 1; "
-                    "done | cut -d, -f9 | sort -u")
-                  .output,
-              listed);
+    EXPECT_EQ(
+        shell("cd '" VORLANDI_EXAMPLES "'; for file in 81001*[!v]; do vorlandi info $file --format csv | tail -n 1; "
+              "done | cut -d, -f9 | sort -u")
+            .output,
+        listed);
 }
 
 }  // namespace

@@ -82,15 +82,14 @@ TEST_F(Loading, TellsWhyASatelliteIsADuplicate) {
     write("old.e", ephemeris(2));
     write("new.e", ephemeris(3));
     write("99999.e", ephemeris(4));
-    const std::string launch =
-        "Time(sec): Time\n" + std::string(16, '\n') + "0 0 0 0 1 2 3 4 5 6 0 0 0 0 0 a\n";
+    const std::string launch = "Time(sec): Time\n" + std::string(16, '\n') + "0 0 0 0 1 2 3 4 5 6 0 0 0 0 0 a\n";
     write("one.txt", launch);
     write("two.txt", launch);
     const std::string refused =
         ":1: error: not stored: old.e already has satellite 99999 with the same frame and first time";
-    EXPECT_EQ(run("info old.e new.e").messages,
-              "vorlandi: new.e" + refused +
-                  "; both are 99999 because neither file name begins with a satellite number\n");
+    EXPECT_EQ(
+        run("info old.e new.e").messages,
+        "vorlandi: new.e" + refused + "; both are 99999 because neither file name begins with a satellite number\n");
     EXPECT_EQ(run("info old.e 99999.e").messages, "vorlandi: 99999.e" + refused + "\n");
     EXPECT_THAT(run("info one.txt two.txt").messages,
                 testing::EndsWith("; LAUNCH data have no satellite number, so that all count as 99999\n"));
@@ -128,9 +127,8 @@ TEST_F(Loading, TellsOfMoreThanTenFaultsOfAKindOnlyTheNumber) {
     const Outcome brief = run("info 81003.e");
     EXPECT_EQ(brief.status, 1);
     EXPECT_EQ(split(brief.messages).size(), 11U);
-    EXPECT_THAT(
-        brief.messages,
-        testing::EndsWith("vorlandi: 81003.e: error: 3 more unreadable lines, the last at 81003.e:18\n"));
+    EXPECT_THAT(brief.messages,
+                testing::EndsWith("vorlandi: 81003.e: error: 3 more unreadable lines, the last at 81003.e:18\n"));
     EXPECT_EQ(split(run("info 81004.e").messages).size(), 10U);
     EXPECT_EQ(split(run("info -v 81003.e 2>&1 >/dev/null | grep error:").output).size(), 13U);
     const Texts kinds = split(run("info fleet.card").messages);

@@ -7,9 +7,7 @@ namespace vorlandi::cli_tests {
 namespace {
 
 // Runs a program as a user whom no permission is waived for.
-std::string unprivileged() {
-    return geteuid() == 0 ? "setpriv --reuid=65534 --regid=65534 --clear-groups " : "";
-}
+std::string unprivileged() { return geteuid() == 0 ? "setpriv --reuid=65534 --regid=65534 --clear-groups " : ""; }
 
 class Output : public CommandLine {
 protected:
@@ -26,8 +24,7 @@ protected:
 };
 
 TEST_F(Output, ThatCannotBeWrittenIsReported) {
-    for (const char* const arguments :
-         {"info 81001.e", "states 81001.e", "save - 81001.e", "formats", "--help"}) {
+    for (const char* const arguments : {"info 81001.e", "states 81001.e", "save - 81001.e", "formats", "--help"}) {
         EXPECT_EQ(run(std::string(arguments) + " >/dev/full; [ $? = 1 ]").messages,
                   "vorlandi: standard output: error: No space left on device\n");
         EXPECT_EQ(run(std::string(arguments) + " >&-; [ $? = 1 ]").messages,
@@ -47,8 +44,8 @@ TEST_F(Output, ThatCannotBeWrittenIsReported) {
     }
     // 540 million states: whoever collects them before writing does not live to see the pipe closed.
     for (const std::string format : {"table", "csv", "json"}) {
-        const Outcome closed = shell("ulimit -t 10; (vorlandi states 81001.e --step 1e-6 --cov --format " +
-                                     format + "; echo $? >&2) | head -c 100");
+        const Outcome closed = shell("ulimit -t 10; (vorlandi states 81001.e --step 1e-6 --cov --format " + format +
+                                     "; echo $? >&2) | head -c 100");
         EXPECT_EQ(closed.output.size(), 100U);
         EXPECT_EQ(closed.messages, "0\n");
     }
@@ -94,17 +91,15 @@ TEST_F(Output, GoesStraightToWhatCannotBeReplaced) {
                   .output,
               info);
     // A file of another user, or in a folder of another user, is written like any other.
-    if (shell(unprivileged() + "vorlandi --version").status != 0)
-        GTEST_SKIP() << "another user can't run the program";
+    if (shell(unprivileged() + "vorlandi --version").status != 0) GTEST_SKIP() << "another user can't run the program";
     shell("cp kept folder; chmod 666 kept folder/kept; chmod 555 folder; chmod 777 .");
     for (const std::string name : {"kept", "folder/kept"}) {
         const std::string owner =
             shell("stat -c '%U %i' " + name + " | cut -d ' ' -f " + (name == "kept" ? "1" : "1,2")).output;
         EXPECT_EQ(shell(unprivileged() + "vorlandi info 81001.e -o " + name).messages, "");
         EXPECT_EQ(contentsOf(file(name)), info);
-        EXPECT_EQ(
-            shell("stat -c '%U %i' " + name + " | cut -d ' ' -f " + (name == "kept" ? "1" : "1,2")).output,
-            owner);
+        EXPECT_EQ(shell("stat -c '%U %i' " + name + " | cut -d ' ' -f " + (name == "kept" ? "1" : "1,2")).output,
+                  owner);
     }
     write("kept", "as it was\n");
     shell("chmod 444 kept");
@@ -140,8 +135,7 @@ TEST_F(Output, LeavesAFileAsItWasAfterASignal) {
     for (const auto& [signals, before, status] :
          {Case{"INT", "", 130}, Case{"TERM", "", 143}, Case{"HUP", "", 129}, Case{"QUIT", "", 131},
           Case{"HUP TERM", "trap '' HUP; ", 143}}) {  // an ignored signal stays ignored
-        const std::string program =
-            *before != '\0' ? "vorlandi" : "env --default-signal=INT,QUIT,HUP,TERM vorlandi";
+        const std::string program = *before != '\0' ? "vorlandi" : "env --default-signal=INT,QUIT,HUP,TERM vorlandi";
         const Outcome ended =
             shell("ulimit -c 0; ulimit -t 20; " + std::string(before) + program +
                   " states 81001.e --step 1e-6 -o kept & program=$!; "
@@ -158,9 +152,8 @@ TEST_F(Output, NeverReplacesAnInputFile) {
     write("81004.e", "stk.v.4.3\nCentralBody Moon\n");
     fs::create_symlink("81001.e", file("link"));
     const std::string inputs[] = {contentsOf(file("81001.e")), contentsOf(file("81004.e"))};
-    for (const char* const arguments :
-         {"states 81001.e -o ./81001.e", "states 81001.e -o link", "save 81001.e 81001.e",
-          "save 81001.e one.card", "info one.card -o 81004.e"}) {
+    for (const char* const arguments : {"states 81001.e -o ./81001.e", "states 81001.e -o link", "save 81001.e 81001.e",
+                                        "save 81001.e one.card", "info one.card -o 81004.e"}) {
         const Outcome refused = run(arguments);
         EXPECT_EQ(refused.status, 2) << arguments;
         EXPECT_THAT(refused.messages, HasSubstr("is an input file and would be overwritten (see vorlandi "));

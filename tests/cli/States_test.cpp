@@ -22,9 +22,8 @@ TEST_F(States, AreTheStoredPointsExactlyWithTheirCovariance) {
     const Texts lines = split(run("states 81002.itc --cov --format csv").output);
     ASSERT_EQ(lines.size(), 3U);
     EXPECT_THAT(lines[0], HasSubstr(",vz_km_s,revolution,cov_x_x,cov_y_x,cov_y_y,cov_z_x,"));
-    EXPECT_THAT(
-        lines[1],
-        HasSubstr(",ECI,2026-01-31T00:00:00.000000,27790,7000.5,-1234.25,0.125,1.5,7.25,-0.125,0,,,"));
+    EXPECT_THAT(lines[1],
+                HasSubstr(",ECI,2026-01-31T00:00:00.000000,27790,7000.5,-1234.25,0.125,1.5,7.25,-0.125,0,,,"));
     EXPECT_THAT(lines[2], HasSubstr(",27790.015625,7000.5,-1234.25,0.125,1.5,7.25,-0.125,0,1,2,3,4,5,6,7,8,9,"
                                     "10,11,12,13,14,15,16,17,18,19,20,21"));
     EXPECT_THAT(run("states 81002.itc --cov --format json").output,
@@ -54,8 +53,7 @@ TEST_F(States, StartAtTheBeginAndReachTheEnd) {
         {"--from " + day + "08:59.999997 --step 1e-6", {539.999997, 539.999998, 539.999999, 540}},
         {"--to " + day + "00:00.0000005", {0}}, {"--from " + day + "09:00.0000005", {540}}}) {
         // clang-format on
-        EXPECT_THAT(secondsOf("81001.e " + range), testing::Pointwise(testing::DoubleNear(1e-6), seconds))
-            << range;
+        EXPECT_THAT(secondsOf("81001.e " + range), testing::Pointwise(testing::DoubleNear(1e-6), seconds)) << range;
     }
 }
 
@@ -91,12 +89,11 @@ TEST_F(States, ThatCannotBeGivenAreReportedAndTheOthersArePrinted) {
     const Outcome range = run("states 81001.e --to 2026-01-31T01:00:00 --step 1");
     EXPECT_EQ(range.status, 1);
     EXPECT_EQ(split(range.messages).size(), 11U) << "a long range must not flood the terminal";
-    EXPECT_THAT(range.messages, HasSubstr(outside(81001, "00:09:10") +
-                                          "vorlandi: satellite 81001: error: 3050 more times without a "
-                                          "state, the last 2026-01-31T01:00:00.000000\n"));
+    EXPECT_THAT(range.messages,
+                HasSubstr(outside(81001, "00:09:10") + "vorlandi: satellite 81001: error: 3050 more times without a "
+                                                       "state, the last 2026-01-31T01:00:00.000000\n"));
     EXPECT_EQ(
-        split(run("states -v 81001.e --to 2026-01-31T01:00:00 --step 1 2>&1 >/dev/null | grep error:").output)
-            .size(),
+        split(run("states -v 81001.e --to 2026-01-31T01:00:00 --step 1 2>&1 >/dev/null | grep error:").output).size(),
         3060U);
     EXPECT_EQ(split(run("states 81001.e --to 2026-01-31T00:09:10 --step 1").messages).size(), 10U);
 
@@ -112,16 +109,14 @@ TEST_F(States, ThatCannotBeGivenAreReportedAndTheOthersArePrinted) {
              {"--from 2026-01-31T00:00:10 --to 2026-01-31T00:00:50",
               "no stored point from 2026-01-31T00:00:10.000000 to 2026-01-31T00:00:50.000000"},
              {"--from 2026-01-31T00:10:00", "the requested range is outside of its span, " + spans[0]},
-             {"--to 2026-01-30T00:10:00 --step 1",
-              "the requested range is outside of its span, " + spans[0]}}) {
+             {"--to 2026-01-30T00:10:00 --step 1", "the requested range is outside of its span, " + spans[0]}}) {
         const Outcome none = run("states 81001.e " + arguments);
         EXPECT_EQ(none.status, 1) << arguments;
         EXPECT_EQ(none.messages, "vorlandi: satellite 81001: error: " + message + "\n");
     }
     write("81001.e", ephemeris(10, 0.0, 7200.0));
-    EXPECT_THAT(
-        run("states 81001.e --at 2026-01-31T01:00:00").messages,
-        HasSubstr("no state at 2026-01-31T01:00:00.000000: InterpolateEP: Data points too far apart"));
+    EXPECT_THAT(run("states 81001.e --at 2026-01-31T01:00:00").messages,
+                HasSubstr("no state at 2026-01-31T01:00:00.000000: InterpolateEP: Data points too far apart"));
 }
 
 TEST_F(States, InAGapAreCountedOnceASatellite) {
@@ -132,13 +127,11 @@ TEST_F(States, InAGapAreCountedOnceASatellite) {
     write("81001.e", ephemerisAt(times_s));
     const Outcome grid = run("states 81001.e --step 30");
     EXPECT_EQ(grid.status, 0) << "a warning is not a failure";
-    EXPECT_EQ(
-        grid.messages,
-        "vorlandi: satellite 81001: warning: interpolated across gaps between its points, and possibly far "
-        "off: 82 of 139 states, the first at 2026-01-31T00:09:30.000000\n");
-    EXPECT_THAT(
-        run("states 81001.e --at 2026-01-31T00:29:59.999998 --at 2026-01-31T00:09:00.000002").messages,
-        HasSubstr("2 of 2 states, the first at 2026-01-31T00:29:59.999998"));
+    EXPECT_EQ(grid.messages,
+              "vorlandi: satellite 81001: warning: interpolated across gaps between its points, and possibly far "
+              "off: 82 of 139 states, the first at 2026-01-31T00:09:30.000000\n");
+    EXPECT_THAT(run("states 81001.e --at 2026-01-31T00:29:59.999998 --at 2026-01-31T00:09:00.000002").messages,
+                HasSubstr("2 of 2 states, the first at 2026-01-31T00:29:59.999998"));
     for (const char* const arguments : {"", "--at 2026-01-31T00:08:30", "--at 2026-01-31T00:09:00.0000005",
                                         "--at 2026-01-31T00:29:59.9999995", "--at 2026-01-31T01:05:30"})
         EXPECT_EQ(run("states 81001.e " + std::string(arguments)).messages, "") << arguments;

@@ -33,8 +33,8 @@ TEST_F(Usage, IsCheckedBeforeAnythingIsLoaded) {
         const Outcome refused = run(line);
         EXPECT_EQ(refused.status, 2) << arguments;
         EXPECT_EQ(refused.output, "");
-        EXPECT_THAT(refused.messages, testing::AllOf(testing::StartsWith("vorlandi: error: "),
-                                                     HasSubstr(message), HasSubstr("--help)\n")));
+        EXPECT_THAT(refused.messages, testing::AllOf(testing::StartsWith("vorlandi: error: "), HasSubstr(message),
+                                                     HasSubstr("--help)\n")));
         EXPECT_EQ(split(refused.messages).size(), 1U);
     }
 }
@@ -49,10 +49,8 @@ TEST_F(Usage, IsShownWithExamples) {
 
 TEST_F(Usage, InformationComesOnlyIfAskedForAndColourOnlyOnATerminal) {
     EXPECT_EQ(run("info 81001.e").messages, "");
-    EXPECT_THAT(run("info -v 81001.e").messages,
-                HasSubstr("vorlandi: 81001.e: Total ephemeris points = 10,"));
-    const std::string red = "\x1b[1;31merror:\x1b[0m", yellow = "\x1b[1;33mwarning:\x1b[0m",
-                      clear = "\r\x1b[K";
+    EXPECT_THAT(run("info -v 81001.e").messages, HasSubstr("vorlandi: 81001.e: Total ephemeris points = 10,"));
+    const std::string red = "\x1b[1;31merror:\x1b[0m", yellow = "\x1b[1;33mwarning:\x1b[0m", clear = "\r\x1b[K";
     EXPECT_THAT(run("info missing.e").messages, Not(HasSubstr("\x1b")));
     write("81003.e", ephemerisAt({0, 60, 60, 120, 180}));
     const auto onTerminal = [&](const std::string& files, const std::string& variables = "",

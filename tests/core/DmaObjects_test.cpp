@@ -12,8 +12,7 @@ TEST(DmaObjects, AreFoundByTheirOwnKeysAloneAndRestBeforeTheyAreUsedAgain) {
     DmaObject* const first = newdmaobject();
     EXPECT_EQ(first->self, 0) << "not to be found before it is published";
     const std::int64_t key = publishdmaobject(*first, 6, first);
-    for (const std::int64_t wrong :
-         {0L, -10L, -key, 10L, key + 1, key + 10, key + 80, INT64_MAX - 7, INT64_MIN + 8})
+    for (const std::int64_t wrong : {0L, -10L, -key, 10L, key + 1, key + 10, key + 80, INT64_MAX - 7, INT64_MIN + 8})
         EXPECT_EQ(keytocptr(wrong).self, 0) << wrong;
     releasedmaobject(*first);
     releasedmaobject(*first);  // twice does no harm

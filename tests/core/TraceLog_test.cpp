@@ -24,8 +24,7 @@ std::string lastError() { return lastTraceError().padded(); }
 const std::string kTime = "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}[.][0-9]{3}Z ";
 
 std::string dropped(std::size_t count) {
-    return kTime +
-           "INFO  Messages dropped because the trace file could not be written: " + std::to_string(count) +
+    return kTime + "INFO  Messages dropped because the trace file could not be written: " + std::to_string(count) +
            "\n";
 }
 
@@ -68,8 +67,7 @@ TEST(TraceLog, NeverMixesLinesAndKeepsTheLastErrorOfEachThreadPaddedAndCut) {
     std::istringstream file(readFile(folder.path("trace.log")));
     std::map<char, std::size_t> written;
     for (std::string line; std::getline(file, line);)
-        ASSERT_EQ(line.substr(31),
-                  line.back() == 'e' ? "mine" : std::string(++written[line.back()], line.back()));
+        ASSERT_EQ(line.substr(31), line.back() == 'e' ? "mine" : std::string(++written[line.back()], line.back()));
     EXPECT_EQ(written['a'] + written['b'], 1200u);
 }
 
@@ -81,8 +79,8 @@ TEST(TraceLog, TellsTheTimeOfDayInUtc) {
     traceloginfo("now");
     closeTraceFile();
     int year, month, day, hour, minute, second, milli;
-    ASSERT_EQ(std::sscanf(readFile(folder.path("trace.log")).c_str(), "%d-%d-%dT%d:%d:%d.%dZ", &year, &month,
-                          &day, &hour, &minute, &second, &milli),
+    ASSERT_EQ(std::sscanf(readFile(folder.path("trace.log")).c_str(), "%d-%d-%dT%d:%d:%d.%dZ", &year, &month, &day,
+                          &hour, &minute, &second, &milli),
               7);
     std::tm date{};
     date.tm_year = year - 1900, date.tm_mon = month - 1, date.tm_mday = day;
@@ -101,8 +99,7 @@ TEST(TraceLog, WritesControlCharactersAsBlanksIntoTheFileAlone) {
     closeTraceFile();
     EXPECT_EQ(log.errors(), std::vector{text});
     EXPECT_EQ(lastError(), text.substr(0, 512));
-    EXPECT_EQ(readFile(folder.path("trace.log")).substr(31),
-              "a b \tc   \xC4\x9B" + std::string(9000, 'x') + " y\n");
+    EXPECT_EQ(readFile(folder.path("trace.log")).substr(31), "a b \tc   \xC4\x9B" + std::string(9000, 'x') + " y\n");
 }
 
 TEST(TraceLog, DropsAndCountsWhatAFullPipeDoesNotTakeAndWaitsOnce) {

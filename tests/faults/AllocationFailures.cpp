@@ -73,8 +73,8 @@ View view() {
     for (const std::int64_t key : std::span(keys).first(static_cast<std::size_t>(seen.satellites))) {
         double start = 0.0, end = 0.0;
         std::int32_t points = 0;
-        VorlanGetAllFields(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                           nullptr, &points, nullptr);
+        VorlanGetAllFields(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                           &points, nullptr);
         if (points > 0) VorlanStartEndTime(key, &start, &end);
         // DMA keys are addresses.
         for (const double value : {isDma(key) ? 0.0 : static_cast<double>(key), start, end, points * 1.0})
@@ -151,8 +151,8 @@ struct Child {
                std::regex_match(errorText, std::regex("Error allocating [0-9]+ bytes\n"));
     }
     std::string ending() const {
-        return (WIFSIGNALED(status) ? strsignal(WTERMSIG(status)) : "status " + std::to_string(status)) +
-               " " + errorText;
+        return (WIFSIGNALED(status) ? strsignal(WTERMSIG(status)) : "status " + std::to_string(status)) + " " +
+               errorText;
     }
 };
 
@@ -207,12 +207,10 @@ std::string problemOf(const Call& call, const Round& round, const Round& good) {
     if (!call.isMessage(message)) return "message: " + message;
     // A load goes on after a record that can't be stored.
     const bool isSkipped = call.loads && call.failed == 2 && message.starts_with("AddRecToMem");
-    if (round.result != (isSkipped ? good.result : call.failed))
-        return "result " + std::to_string(round.result);
+    if (round.result != (isSkipped ? good.result : call.failed)) return "result " + std::to_string(round.result);
     if (!areBlank(round.outputs, good.outputs)) return "outputs";
     if (!call.loads && after != round.before) return "what can be seen has changed";
-    if (!std::equal(std::begin(after.stateOfControl), std::end(after.stateOfControl),
-                    round.before.stateOfControl))
+    if (!std::equal(std::begin(after.stateOfControl), std::end(after.stateOfControl), round.before.stateOfControl))
         return "another satellite's state";
     if (after.satellites < round.before.satellites || after.satellites > good.after.satellites)
         return std::to_string(after.satellites) + " satellites";
@@ -225,8 +223,7 @@ struct Tally {
 };
 
 // Counts how a child ended. Returns what is wrong with it, or nothing.
-std::string judge(const Call& call, const Child& child, const Report& report, const Report& good,
-                  Tally& tally) {
+std::string judge(const Call& call, const Child& child, const Report& report, const Report& good, Tally& tally) {
     if (child.stopped() && call.ending == Ending::MayStop) {
         ++tally.stopped;
         return {};
@@ -254,16 +251,14 @@ int check(const Call& call, Report& report, Report& good, bool verbose) {
         ++faults;
     };
     const Child reference = runChild(call, 0, Failing::Once, good);
-    if (!reference.finished() || !good.rounds[1].gives(good.rounds[0]))
-        fault("without failures", reference.ending());
+    if (!reference.finished() || !good.rounds[1].gives(good.rounds[0])) fault("without failures", reference.ending());
     Tally tally;
     for (const Failing failing : {Failing::Once, Failing::Lasting}) {
         for (int n = 1; faults < kMostFaults; ++n) {
             const Child child = runChild(call, n, failing, report);
             if (child.finished() && !report.isReached) break;
             if (const std::string problem = judge(call, child, report, good, tally); !problem.empty())
-                fault((failing == Failing::Once ? "allocation " : "allocations from ") + std::to_string(n),
-                      problem);
+                fault((failing == Failing::Once ? "allocation " : "allocations from ") + std::to_string(n), problem);
         }
     }
     if ((call.ending == Ending::AllocatesNothing) != (tally.all() == 0))
@@ -271,8 +266,7 @@ int check(const Call& call, Report& report, Report& good, bool verbose) {
     const bool stores = !call.loads || good.rounds[0].after.satellites > good.rounds[0].before.satellites;
     if (stores && (call.ending == Ending::MayStop) != (tally.stopped > 0))
         fault("ends of the process", std::to_string(tally.stopped));
-    if (verbose)
-        std::printf("%8d %8d %8d   %s\n", tally.absorbed, tally.failed, tally.stopped, call.what.c_str());
+    if (verbose) std::printf("%8d %8d %8d   %s\n", tally.absorbed, tally.failed, tally.stopped, call.what.c_str());
     return faults;
 }
 
@@ -296,8 +290,7 @@ int checkAllAreCalled(const std::vector<Call>& calls, const std::string& include
 }
 
 Report& sharedReport() {
-    void* const memory =
-        ::mmap(nullptr, sizeof(Report), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+    void* const memory = ::mmap(nullptr, sizeof(Report), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) std::abort();
     return *static_cast<Report*>(memory);
 }

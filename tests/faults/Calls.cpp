@@ -35,8 +35,7 @@ std::int64_t addSatellite(int satNum) { return VorlanAddSat(satNum, 1, kEpoch, 6
 std::int32_t addPoints(std::int64_t key, int points) {
     std::int32_t status = 0;
     for (int i = 0; i < points && status == 0; ++i)
-        status =
-            VorlanAddSatEphemCovMtx(key, kEpoch + i * kMinute, kPosition, kVelocity, i, kCovariance.data());
+        status = VorlanAddSatEphemCovMtx(key, kEpoch + i * kMinute, kPosition, kVelocity, i, kCovariance.data());
     return status;
 }
 
@@ -124,9 +123,8 @@ std::int64_t runFields(Outputs& out) {
 }
 
 std::int64_t runTimes(Outputs& out) {
-    for (const char* const text :
-         {"24061120030.500", "2024061.50035301", "2024/061 1200 30.500", "1 Jan 2018 0:00:00",
-          "2024-03-01T12:00:30.5Z", "2024-061T12:00:30.5", "24 61120030.5", "no date"})
+    for (const char* const text : {"24061120030.500", "2024061.50035301", "2024/061 1200 30.500", "1 Jan 2018 0:00:00",
+                                   "2024-03-01T12:00:30.5Z", "2024-061T12:00:30.5", "24 61120030.5", "no date"})
         out.numbers[0] += VorlanTimeFromText(text, 40);
     VorlanTimeToText15(kEpoch, out.text);
     VorlanTimeToIso(kEpoch, out.text + 20);
@@ -149,13 +147,12 @@ std::int64_t runServices(const std::string& log, Outputs& out) {
     VorlanSetReadObserver(observer, nullptr);
     VorlanTraceLastError(out.text);
     VorlanTraceClose();
-    return VorlanTraceOpen(log.c_str()) + VorlanTraceOpen("no/such/folder") +
-           VorlanSetGuardMode(VorlanGetGuardMode());
+    return VorlanTraceOpen(log.c_str()) + VorlanTraceOpen("no/such/folder") + VorlanSetGuardMode(VorlanGetGuardMode());
 }
 
 std::int64_t runRemoving(Outputs&) {
-    const std::int64_t failed = VorlanRemoveSat(other) + VorlanRemoveSat(other) +
-                                VorlanRemoveSat(kUnknownKey) + VorlanRemoveSat(-10) + VorlanRemoveSat(123450);
+    const std::int64_t failed = VorlanRemoveSat(other) + VorlanRemoveSat(other) + VorlanRemoveSat(kUnknownKey) +
+                                VorlanRemoveSat(-10) + VorlanRemoveSat(123450);
     return failed * 10 + VorlanRemoveAllSats();
 }
 
@@ -261,29 +258,21 @@ std::vector<Call> allCalls(const std::string& examples, const std::string& folde
          "VorlanSetGuardMode "
          "VorlanGetGuardMode VorlanSetReadObserver VorlanGetReadObserver",
          AllocatesNothing, nothing, [=](Outputs& out) { return runServices(log, out); }},
-        {"VorlanRemoveSat VorlanRemoveAllSats VorlanGetCount VorlanSetAllKeyMode", AllocatesNothing,
-         addDmaSatellite, runRemoving},
-        {"VorlanAddSat",
-         MayStop,
-         fillPools,
-         [](Outputs&) { return addSatellite(7); },
-         -1,
-         {kNotStored.back()}},
-        {"VorlanAddSat, DMA keys", Survives, fillPoolsAndUseDmaKeys, [](Outputs&) { return addSatellite(7); },
-         -1, kNotStored},
+        {"VorlanRemoveSat VorlanRemoveAllSats VorlanGetCount VorlanSetAllKeyMode", AllocatesNothing, addDmaSatellite,
+         runRemoving},
+        {"VorlanAddSat", MayStop, fillPools, [](Outputs&) { return addSatellite(7); }, -1, {kNotStored.back()}},
+        {"VorlanAddSat, DMA keys", Survives, fillPoolsAndUseDmaKeys, [](Outputs&) { return addSatellite(7); }, -1,
+         kNotStored},
         {"VorlanAddSatEphem", MayStop, addEmptySatellite,
          [](Outputs&) { return VorlanAddSatEphem(other, kEpoch, kPosition, kVelocity, 1); }},
-        {"VorlanAddSatEphemCovMtx", MayStop, addEmptySatellite,
-         [](Outputs&) { return addPoints(other, kManyPoints); }},
+        {"VorlanAddSatEphemCovMtx", MayStop, addEmptySatellite, [](Outputs&) { return addPoints(other, kManyPoints); }},
         {"VorlanAddSatEphemExt, a DMA key in the fixed mode", MayStop,
          [] {
              VorlanSetAllKeyMode(1, 1);
              VorlanSetGuardMode(VORLAN_GUARD_FIXED);
              addEmptySatellite();
          },
-         [](Outputs&) {
-             return VorlanAddSatEphemExt(other, kEpoch, kPosition, kVelocity, 1, kCovariance.data());
-         }},
+         [](Outputs&) { return VorlanAddSatEphemExt(other, kEpoch, kPosition, kVelocity, 1, kCovariance.data()); }},
         {"VorlanGetLoaded", MayStop, fillPools,
          [](Outputs& out) {
              VorlanGetLoaded(0, out.keys);
@@ -298,10 +287,9 @@ std::vector<Call> allCalls(const std::string& examples, const std::string& folde
         loading("many points", large),
         loading("a card file", written("two.card", card + bad + "\nVORLAN = " + large + "\n"), fillPools),
         loading("DMA keys", bad, fillPoolsAndUseDmaKeys),
-        {"VorlanLoadFile, a pipe", MayStop, nothing, [=](Outputs&) { return loadFromPipe(few); }, 2,
-         messagesOfLoads(), true},
-        {"VorlanSaveFile", Survives, addDmaSatellite,
-         [=](Outputs&) { return VorlanSaveFile(saved.c_str(), 0); }},
+        {"VorlanLoadFile, a pipe", MayStop, nothing, [=](Outputs&) { return loadFromPipe(few); }, 2, messagesOfLoads(),
+         true},
+        {"VorlanSaveFile", Survives, addDmaSatellite, [=](Outputs&) { return VorlanSaveFile(saved.c_str(), 0); }},
         leapSeconds("a list", written("leap.list", "2272060800 10\n2287785600 11\n")),
         leapSeconds("a bad list", written("bad.list", "2272060800 10\n2287785600 13\n")),
     };

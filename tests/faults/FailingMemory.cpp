@@ -102,8 +102,7 @@ void free(void* block) noexcept {
 
 void* mmap(void* address, std::size_t size, int protection, int flags, int file, off_t offset) noexcept {
     if (fails()) return MAP_FAILED;
-    void* const mapping =
-        reinterpret_cast<void*>(::syscall(SYS_mmap, address, size, protection, flags, file, offset));
+    void* const mapping = reinterpret_cast<void*>(::syscall(SYS_mmap, address, size, protection, flags, file, offset));
     if (mapping != MAP_FAILED) live.mappedBytes += static_cast<std::int64_t>(size);
     return mapping;
 }
@@ -120,8 +119,7 @@ void* mremap(void* address, std::size_t size, std::size_t newSize, int flags, ..
     va_start(arguments, flags);
     void* const wanted = (flags & MREMAP_FIXED) != 0 ? va_arg(arguments, void*) : nullptr;
     va_end(arguments);
-    void* const mapping =
-        reinterpret_cast<void*>(::syscall(SYS_mremap, address, size, newSize, flags, wanted));
+    void* const mapping = reinterpret_cast<void*>(::syscall(SYS_mremap, address, size, newSize, flags, wanted));
     if (mapping == MAP_FAILED) return mapping;
     live.mappedBytes -= static_cast<std::int64_t>(size);
     if (wanted == nullptr) live.mappedBytes += static_cast<std::int64_t>(newSize);

@@ -66,8 +66,8 @@ TEST_F(Fields, AreGivenAllAtOnce) {
     double epoch = 9.9, earthRadius = 9.9, ke = 9.9, pos[3], vel[3];
     std::string texts(652, '#');
     const auto getAll = [&](std::int64_t key) {
-        return VorlanGetAllFields(key, &satNum, &texts[0], &texts[9], &epoch, &earthRadius, &ke, pos, vel,
-                                  &coordSys, &numPts, &texts[138]);
+        return VorlanGetAllFields(key, &satNum, &texts[0], &texts[9], &epoch, &earthRadius, &ke, pos, vel, &coordSys,
+                                  &numPts, &texts[138]);
     };
     EXPECT_EQ(getAll(addFull()), 0);
     EXPECT_EQ(std::tuple(satNum, coordSys, numPts), std::tuple(25544, 1, 2));

@@ -34,8 +34,8 @@ Answers singles(const Keys& keys, const Times& times) {
     Answers all(std::max(keys.size(), times.size()));
     for (std::size_t k = 0; k < all.errCodes.size(); ++k) {
         double mse, *const state = all.posVels(k)[0];
-        all.errCodes[k] = VorlanDs50UTCCovMtx(keys[k % keys.size()], times[k % times.size()], &mse, state,
-                                              state + 3, &all.revNums[k], all.covMtxs(k)[0]);
+        all.errCodes[k] = VorlanDs50UTCCovMtx(keys[k % keys.size()], times[k % times.size()], &mse, state, state + 3,
+                                              &all.revNums[k], all.covMtxs(k)[0]);
     }
     return all;
 }
@@ -44,8 +44,7 @@ Answers batches(std::int64_t key, const Times& times, std::size_t batch) {
     Answers all(times.size());
     for (std::size_t k = 0; k < times.size(); k += batch) {
         const auto n = static_cast<std::int64_t>(std::min(batch, times.size() - k));
-        VorlanDs50UTCArr(key, n, &times[k], all.posVels(k), &all.revNums[k], all.covMtxs(k),
-                         &all.errCodes[k]);
+        VorlanDs50UTCArr(key, n, &times[k], all.posVels(k), &all.revNums[k], all.covMtxs(k), &all.errCodes[k]);
     }
     return all;
 }
@@ -106,8 +105,8 @@ TEST_F(ManyAtOnce, SatellitesAnswerOneTimeAndOneBadKeyStopsNothing) {
     addLine(keys[5], 7);
     const double time = lineTime(3) + 1e-4;
     Answers all(6);
-    EXPECT_EQ(errorOf(VorlanSatsDs50UTC(6, keys.data(), time, all.posVels(), all.revNums.data(),
-                                        all.covMtxs(), all.errCodes.data())),
+    EXPECT_EQ(errorOf(VorlanSatsDs50UTC(6, keys.data(), time, all.posVels(), all.revNums.data(), all.covMtxs(),
+                                        all.errCodes.data())),
               "FindRecPtr: search key doens't exist.");
     EXPECT_TRUE(all == singles(keys, {time}));
     EXPECT_THAT(all.errCodes, ::testing::ElementsAre(0, 2, 2, 2, 2, 0));

@@ -64,8 +64,7 @@ TEST_F(Satellites, AreListedFromTheFirstElementOnAndFoundByTheirNumber) {
 
 TEST_F(Satellites, HaveTheKeyThatIsMadeFromAnEpochText) {
     const std::int64_t key = addSatellite(25544, VorlanTimeFromText("24061120030.500", 15));
-    for (const char* const text :
-         {"24061120030.500", "  24061120030.500", "2024/061 1200 30.500", "24 61120030.500"})
+    for (const char* const text : {"24061120030.500", "  24061120030.500", "2024/061 1200 30.500", "24 61120030.500"})
         EXPECT_EQ(VorlanFieldsToSatKey(25544, text), key) << text;
     for (const char* const text : {"", "                    ", "24000120030.500", "no date"})
         EXPECT_EQ(VorlanFieldsToSatKey(25544, text), -1) << text;

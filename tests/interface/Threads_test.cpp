@@ -67,8 +67,7 @@ TEST_F(Threads, AChildOfForkUsesTheStoreAtOnceWhateverOtherThreadsWereDoing) {
             alarm(20);  // a lock that nobody will ever release
             const std::int64_t mine = addSatellite(6);
             const bool good = mine > 0 && VorlanDs50UTC(key, lineTime(3), {}, {}, {}, {}) == 0 &&
-                              VorlanRemoveSat(mine) == 0 && VorlanRemoveSat(mine) == 2 &&
-                              VorlanGetCount() >= 1;
+                              VorlanRemoveSat(mine) == 0 && VorlanRemoveSat(mine) == 2 && VorlanGetCount() >= 1;
             _exit(good ? 0 : 1);
         }
         int status = -1;

@@ -58,8 +58,7 @@ Vorlanpoint plainHermite(const Points& p, double t, int& vanished) {
             s2 += 1.0 / dt[j];
         }
         if (s1 == 0.0) ++vanished;
-        const double c =
-            s1 == 0.0 ? 2.0 * std::fabs(dt[i]) * std::ldexp(1.0, 52 - std::ilogb(dt[i])) : -(0.5 / s1);
+        const double c = s1 == 0.0 ? 2.0 * std::fabs(dt[i]) * std::ldexp(1.0, 52 - std::ilogb(dt[i])) : -(0.5 / s1);
         const double a = l * l, b = d * d;
         for (int k = 0; k < 3; ++k) {
             result.pos[k] += (dt[i] + c) * a / (c * b) * p[i].pos[k];
@@ -92,8 +91,7 @@ TEST(Hermitevorlan, HasTheBitsOfTheFormulasOnRandomWindowsAndOfTheNodesAtTheirTi
     const Doubles vanishing[] = {{0, 2, 4}, {0, 1, 3, 5, 6}, {0, 6, 13, 48}};
     int vanished = 0;
     for (std::size_t round = 0; round < 30000; ++round) {
-        const double starts[] = {27000.25, any(random), 24473.0 - 0.5 * spacing(random) / 86400.0,
-                                 8036.0 - 0.001};
+        const double starts[] = {27000.25, any(random), 24473.0 - 0.5 * spacing(random) / 86400.0, 8036.0 - 0.001};
         SCOPED_TRACE(round);
         const bool vanishes = round % 50 == 49;
         const Doubles& units = vanishing[round / 50 % 3];

@@ -88,8 +88,7 @@ TEST(InterpolateEP, AnswersAsTheRulesSayInAnyOrderOfRequests) {
         // Even, irregular around 61 minutes, in bursts, ever wider.
         std::vector<double> minutes{0.0};
         for (int k = 1; k < n; ++k) {
-            const double steps[] = {22.5, 60.5 + share(random), k % 40 < 35 ? 0.01 : 100.0,
-                                    0.02 + 0.01 * k * k};
+            const double steps[] = {22.5, 60.5 + share(random), k % 40 < 35 ? 0.01 : 100.0, 0.02 + 0.01 * k * k};
             minutes.push_back(minutes.back() + steps[n % 4]);
         }
         const Vorlanrecord record = recordAt(minutes, random);
@@ -98,9 +97,8 @@ TEST(InterpolateEP, AnswersAsTheRulesSayInAnyOrderOfRequests) {
         std::vector<double> requests{kStart - 1.2 * kHalfMillisecond, kStart - 0.8 * kHalfMillisecond,
                                      last + 0.8 * kHalfMillisecond, last + 1.2 * kHalfMillisecond};
         for (int k = 0; k < n; ++k)
-            requests.insert(requests.end(),
-                            {record.points[k].time, record.points[k].time + 1e-9,
-                             std::lerp(kStart, last, share(random)), requests.back() + near(random)});
+            requests.insert(requests.end(), {record.points[k].time, record.points[k].time + 1e-9,
+                                             std::lerp(kStart, last, share(random)), requests.back() + near(random)});
         for (const double request : requests) {
             SCOPED_TRACE(request);
             const Answer expected = plainAnswer(record.points, request);

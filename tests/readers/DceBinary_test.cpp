@@ -28,8 +28,7 @@ std::string point(double time, std::size_t size = 104) {
     return framed(payload);
 }
 
-const std::string kHeader =
-    framed(std::string(24, 't')) + framed(bigEndian(25544, 4)) + framed(std::string(76, 'd'));
+const std::string kHeader = framed(std::string(24, 't')) + framed(bigEndian(25544, 4)) + framed(std::string(76, 'd'));
 const std::string kGood = kHeader + point(1.0) + point(2.0), kThird = point(3.0);
 const Lines kFailed = {"*** ReadDCEBinary: File read error. ***"};
 

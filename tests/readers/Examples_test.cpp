@@ -27,8 +27,7 @@ struct Precision {
 constexpr Precision k17Digits{0.0, 0.0, "17 digits: every bit"};
 constexpr Precision k13Decimals{1.0e-10, 1.0e-10, "half of the 13th decimal of km and of the 16th of km/s"};
 constexpr Precision k10Decimals{9.0e-8, 9.0e-8, "half of the 10th decimal of km and of the 13th of km/s"};
-constexpr Precision kMeters{2.0e-9, 2.0e-9,
-                            "every bit in meters, the last one rounded twice on the way to km"};
+constexpr Precision kMeters{2.0e-9, 2.0e-9, "every bit in meters, the last one rounded twice on the way to km"};
 constexpr Precision kFeet{2.0e-9, 2.0e-9, "every bit in feet, the last one rounded twice on the way to km"};
 constexpr Precision kMixed{1.0e-10, 2.0e-9, "half of the 13th decimal of km, and every bit of m/s"};
 
@@ -98,12 +97,10 @@ protected:
         return state;
     }
 
-    static void expectNear(const State& a, const State& b, const Precision& stored,
-                           const Precision& times = {}) {
+    static void expectNear(const State& a, const State& b, const Precision& stored, const Precision& times = {}) {
         EXPECT_EQ(a[0], b[0]);
         EXPECT_LE(1.0e3 * std::hypot(a[1] - b[1], a[2] - b[2], a[3] - b[3]), stored.m + times.m) << a[0];
-        EXPECT_LE(1.0e6 * std::hypot(a[4] - b[4], a[5] - b[5], a[6] - b[6]), stored.mm_s + times.mm_s)
-            << a[0];
+        EXPECT_LE(1.0e6 * std::hypot(a[4] - b[4], a[5] - b[5], a[6] - b[6]), stored.mm_s + times.mm_s) << a[0];
     }
 };
 
@@ -130,8 +127,8 @@ TEST_F(Examples, AnswerTheIntegratedStatesToThePrecisionOfTheirLayout) {
 // Behind another block, of which nothing but the points may stay.
 TEST_F(Examples, HaveTheirOwnNumberAndFrameAndAllTheirPoints) {
     const std::string earlier = "EPHEMERIS FILE FOR SATELLITE 77777\nPropagation by" + at(52, "EFG\n") +
-                                std::string(48, '=') + "\n24001000000.000" + at(115, "\n") +
-                                std::string(48, 'E') + "\n" + std::string(48, 'Z') + "\n";
+                                std::string(48, '=') + "\n24001000000.000" + at(115, "\n") + std::string(48, 'E') +
+                                "\n" + std::string(48, 'Z') + "\n";
     for (const auto& [fileName, satNum, coordSys, precision, reader] : kExamples) {
         SCOPED_TRACE(fileName);
         const std::string path = examplePath(fileName);

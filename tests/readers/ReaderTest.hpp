@@ -26,9 +26,7 @@ inline std::string fields(std::size_t width, std::initializer_list<std::string_v
 }
 
 // The text so that it begins at a 1-based column.
-inline std::string at(std::size_t column, const std::string& text) {
-    return std::string(column - 1, ' ') + text;
-}
+inline std::string at(std::size_t column, const std::string& text) { return std::string(column - 1, ' ') + text; }
 
 // The lines with a text written over one of them from a column on, or in its place; lines and columns are
 // 1-based.

@@ -45,23 +45,20 @@ std::vector<Header> documentedHeaders() {
         forEachMatch(row.str(4) + "; or ", "(.*?); or ", [&](const std::smatch& way) {
             // Whoever has an owner's columns and no numbers behind them is of no format.
             Header header{inCode.decides ? kUnknownFormat : inCode.code, {}};
-            forEachMatch(
-                way[1], "columns? (\\d+)(-\\d+)? (blank|\"([^\"]*)\")", [&](const std::smatch& text) {
-                    const std::size_t first = std::stoul(text[1]);
-                    for (std::size_t column = first;
-                         column <= (text[2].matched ? std::stoul(text.str(2).substr(1)) : first); ++column)
-                        header.needed[column] = text[4].matched ? text.str(4).at(column - first) : ' ';
-                });
+            forEachMatch(way[1], "columns? (\\d+)(-\\d+)? (blank|\"([^\"]*)\")", [&](const std::smatch& text) {
+                const std::size_t first = std::stoul(text[1]);
+                for (std::size_t column = first;
+                     column <= (text[2].matched ? std::stoul(text.str(2).substr(1)) : first); ++column)
+                    header.needed[column] = text[4].matched ? text.str(4).at(column - first) : ' ';
+            });
             EXPECT_NE(way.str(1).find(test->description), way.str(1).npos);
             if (test->further == nullptr || inCode.decides) headers.push_back(header);
             ++test;
         });
-        EXPECT_TRUE(test == std::end(inCode.alternatives) ||
-                    (test->texts[0].column == 0 && test->further == nullptr))
+        EXPECT_TRUE(test == std::end(inCode.alternatives) || (test->texts[0].column == 0 && test->further == nullptr))
             << "one more way";
     };
-    forEachMatch(readFile(VORLANDI_DOCS "/formats.md"), "\\| (\\d+) \\| (\\d+) \\| ([^|]+) \\| ([^|]+) \\|",
-                 addRow);
+    forEachMatch(readFile(VORLANDI_DOCS "/formats.md"), "\\| (\\d+) \\| (\\d+) \\| ([^|]+) \\| ([^|]+) \\|", addRow);
     EXPECT_EQ(rows, formatTable().size());
     return headers;
 }

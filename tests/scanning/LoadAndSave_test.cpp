@@ -27,8 +27,8 @@ std::string universal(std::int32_t satNum, int points = 2) {
 
 // An STK block with points at the given seconds of the day.
 std::string stk(const std::string& system, std::initializer_list<int> seconds) {
-    std::string text = "stk.v.11\nScenarioEpoch 31 Jan 2026 00:00:00\nCoordinateSystem " + system +
-                       "\nEphemerisTimePosVel\n";
+    std::string text =
+        "stk.v.11\nScenarioEpoch 31 Jan 2026 00:00:00\nCoordinateSystem " + system + "\nEphemerisTimePosVel\n";
     for (const int second : seconds)
         text += std::to_string(second) + " 7000 1 2 3 4 5\n";
     return text + "end Ephemeris\n";
@@ -44,9 +44,7 @@ const std::string kNothing = "Total ephemeris points = 0", kTwo = summary(2, "26
 const std::string kNoData =
     "ReadOnlyVorlans: Input ephemeris does not contain any ephemeris data. It will not be stored.";
 
-std::string reading(const std::string& name) {
-    return "VorlanLoadFile: Reading VORLANs from file \"" + name + "\".";
-}
+std::string reading(const std::string& name) { return "VorlanLoadFile: Reading VORLANs from file \"" + name + "\"."; }
 
 // What is stored, in the order of loading or by key: satellite number, tag, base name and number of points.
 Texts stored(std::int32_t order = 2) {
@@ -57,8 +55,8 @@ Texts stored(std::int32_t order = 2) {
         std::string_view message;
         const Vorlanrecord record = FindRec(key, message);
         const std::string file(record.fileName.view()), tag(record.inputTag.view());
-        lines.push_back(std::to_string(record.satNum) + "|" + tag + "|" + file.substr(file.rfind('/') + 1) +
-                        "|" + std::to_string(record.numberOfPoints()));
+        lines.push_back(std::to_string(record.satNum) + "|" + tag + "|" + file.substr(file.rfind('/') + 1) + "|" +
+                        std::to_string(record.numberOfPoints()));
     }
     return lines;
 }
@@ -86,8 +84,7 @@ TEST_F(LoadAndSave, FollowsCardsOneLevelDeepAndThenReadsTheCardFileItself) {
     EXPECT_GT(add("b", card(first) + "#VORLANDI = tag\n" + universal(2)), 0);
     EXPECT_THAT(stored(), ElementsAre("2|tag|b|2")) << "a single file is read without its cards";
     log.clear();
-    EXPECT_EQ(load("loop", card(folder.path("loop")) + "5\n"), 2)
-        << "a block without points, which ends each pass";
+    EXPECT_EQ(load("loop", card(folder.path("loop")) + "5\n"), 2) << "a block without points, which ends each pass";
     EXPECT_THAT(log.errors(), ElementsAre(kNoData, kNoData)) << "once by its card, once as itself";
 }
 
@@ -95,9 +92,8 @@ TEST_F(LoadAndSave, KnowsEveryInputFileCardAndPassesOverThoseThatNameNoEphemeris
     const std::string bad = folder.write("bad", "stk.v.11\nCentralBody Moon\n"),
                       none = folder.write("none", universal(9));
     std::string cards = "\xEF\xBB\xBF";
-    for (std::int32_t satNum = 0;
-         const char* const name : {"EPHFIL", "EXTERNAL_EPHEMERIS", "SATFIL", "EPHINP", "VORLAN", "EPHEMFILE",
-                                   "ephfil", "Vorlandi_any"}) {
+    for (std::int32_t satNum = 0; const char* const name : {"EPHFIL", "EXTERNAL_EPHEMERIS", "SATFIL", "EPHINP",
+                                                            "VORLAN", "EPHEMFILE", "ephfil", "Vorlandi_any"}) {
         ++satNum;
         const std::string file = folder.write("f" + std::to_string(satNum), universal(satNum));
         cards += std::string(name) + " \t=" + std::string(satNum == 1 ? 900 : 1, ' ') + "\t" + file + " \r\n";
@@ -124,15 +120,14 @@ TEST_F(LoadAndSave, LabelsOnlyTheFirstRecordBehindATagCard) {
 }
 
 TEST_F(LoadAndSave, GoesOnFromTheFirstBlockOfAFileInTheSecondAndRefusesADuplicate) {
-    const std::int64_t key = add("12345_a.e", stk("Fixed", {0, 60, 120}) + "between\n" +
-                                                  stk("J2000", {60, 120, 180, 240}) + "\nbehind\n");
+    const std::int64_t key =
+        add("12345_a.e", stk("Fixed", {0, 60, 120}) + "between\n" + stk("J2000", {60, 120, 180, 240}) + "\nbehind\n");
     EXPECT_THAT(stored(), ElementsAre("12345||12345_a.e|3", "12345||12345_a.e|5"));
     EXPECT_THAT(log.infos(), ElementsAre(summary(5, "26031000400.000", " J2K")));
     std::string_view message;
     EXPECT_EQ(FindRec(key, message).points.lastTime(), 27790.0 + 240.0 / 86400.0);
     VorlanRemoveAllSats();
-    EXPECT_EQ(load("12345_a.e", stk("Fixed", {0, 60}) + stk("Fixed", {120})), 0)
-        << "a duplicate fails no load";
+    EXPECT_EQ(load("12345_a.e", stk("Fixed", {0, 60}) + stk("Fixed", {120})), 0) << "a duplicate fails no load";
     EXPECT_THAT(stored(), ElementsAre("12345||12345_a.e|2"));
     EXPECT_EQ(add("12345_a.e", stk("Fixed", {0, 60})), 0);
     EXPECT_EQ(log.errors().size(), 2U);
@@ -150,8 +145,7 @@ TEST_F(LoadAndSave, LetsTheBlocksOfAFileShareTheirPointsUntilOneChanges) {
     const auto points = [&](std::int32_t satNum) -> const PointArray& {
         return FindRecPtr(VorlanGetSatKey(satNum), message, true)->points;
     };
-    EXPECT_EQ(points(1).states(), points(2).states())
-        << "a copy each would be four and a half million points";
+    EXPECT_EQ(points(1).states(), points(2).states()) << "a copy each would be four and a half million points";
     const double pos[3] = {1, 2, 3};
     EXPECT_EQ(VorlanAddSatEphem(VorlanGetSatKey(2), points(2).lastTime() + 0.5, pos, pos, 0), 0);
     EXPECT_EQ(points(2).count(), 3);
@@ -195,9 +189,7 @@ TEST_F(LoadAndSave, GivesTheErrorOfAFileThatCannotBeOpened) {
 }
 
 TEST_F(LoadAndSave, SavesTagsAndNamesInPreOrderAndAppendsOnDemand) {
-    const auto padded = [](std::string text, std::size_t size) {
-        return text.append(size - text.size(), ' ') + "\n";
-    };
+    const auto padded = [](std::string text, std::size_t size) { return text.append(size - text.size(), ' ') + "\n"; };
     const std::string title = "\n\n\n*** External Ephemeris Input Files ***\n", saved = folder.path("saved");
     EXPECT_EQ(VorlanSaveFile(saved.c_str(), 0), 0);
     EXPECT_EQ(readFile(saved), title) << "an empty store";

@@ -28,8 +28,8 @@ public:
     std::vector<std::size_t> errorsBefore;  // error messages that were logged before each event
 
 private:
-    static void hear(std::int32_t event, const char* file, std::int32_t fileSize, std::int64_t line,
-                     const char* text, std::int32_t textSize, void* self) {
+    static void hear(std::int32_t event, const char* file, std::int32_t fileSize, std::int64_t line, const char* text,
+                     std::int32_t textSize, void* self) {
         const std::string path(file, static_cast<std::size_t>(fileSize));
         std::string told(text, static_cast<std::size_t>(textSize));
         std::int64_t key = 0;

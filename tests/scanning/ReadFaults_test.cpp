@@ -81,8 +81,8 @@ TEST_F(ReadFaults, AFileThatACardNamesAndThatCannotBeReadIsToldWithTheLineOfTheC
         text += std::string(99, 'x') + "\n";
     text += card(missing) + card("") + "EPHFIL\n" + card(folder.path("")) + card(good) + card("/dev/null");
     EXPECT_EQ(load("fleet", text), 0);
-    EXPECT_EQ(events.heard, (Lines{"5|fleet:41001|" + missing, "5|fleet:41004|" + folder.path(""),
-                                   "1|good:1|DCE_TEXT", "4|good:4|key", "5|fleet:41006|/dev/null"}));
+    EXPECT_EQ(events.heard, (Lines{"5|fleet:41001|" + missing, "5|fleet:41004|" + folder.path(""), "1|good:1|DCE_TEXT",
+                                   "4|good:4|key", "5|fleet:41006|/dev/null"}));
     EXPECT_EQ(log.errors(), Lines{});
 }
 
@@ -188,8 +188,7 @@ private:
 };
 
 TEST_F(ReadFaults, FilesForWhichNoDescriptorIsLeftAreTold) {
-    if (VORLANDI_SANITIZED)
-        GTEST_SKIP() << "the check of virtual calls looks at memory through a pipe of its own";
+    if (VORLANDI_SANITIZED) GTEST_SKIP() << "the check of virtual calls looks at memory through a pipe of its own";
     const std::string text = folder.write("a", dceText(5)),
                       dce = folder.write("b.dce", readFile(VORLANDI_EXAMPLES "/81001.dce"));
     const std::string fleet = folder.write("fleet", card(text) + card(dce));
@@ -214,8 +213,7 @@ TEST_F(ReadFaults, FilesForWhichNoDescriptorIsLeftAreTold) {
 }
 
 TEST_F(ReadFaults, AFileWithoutABlockIsReadOnceHoweverOftenCardsNameIt) {
-    const std::string path = folder.path("loop"), other = folder.path("./loop"),
-                      dce = folder.path("loop.dce");
+    const std::string path = folder.path("loop"), other = folder.path("./loop"), dce = folder.path("loop.dce");
     std::string cards;
     for (int k = 0; k < 500; ++k)
         cards += card(path) + card(other);

@@ -33,15 +33,13 @@ TEST_F(ReadObserver, HearsOfFormatBadLineDroppedPointAndRecord) {
                         "3|u:7|26031000000.000,1,2,3,4,5,6", "4|u:7|key"};
     EXPECT_EQ(heardIn("u", kText), told);
     EXPECT_EQ(heardIn("card", "EPHFIL = " + folder.path("u") + "\n"), told);
-    const std::string stk =
-        "stk.v.1\nScenarioEpoch 31 Jan 2026 0:00:00\nEphemerisTimePos\n0 1 2 3\nend Ephemeris\n";
+    const std::string stk = "stk.v.1\nScenarioEpoch 31 Jan 2026 0:00:00\nEphemerisTimePos\n0 1 2 3\nend Ephemeris\n";
     for (const std::int32_t dupMode : {0, 1}) {
         VorlanSetDupKeyMode(dupMode);
         EXPECT_EQ(heardIn("s", stk + stk),
                   (Lines{"1|s:1|STK", "4|s:5|key", "1|s:6|STK", "3|s:9|0 1 2 3", "6|s:6|duplicate of key"}));
     }
-    EXPECT_EQ(heardIn("x", "1x\n1 1 0 20485/\n"),
-              (Lines{"1|x:1|DCE_TEXT", "6|x:1|number or first time out of range"}));
+    EXPECT_EQ(heardIn("x", "1x\n1 1 0 20485/\n"), (Lines{"1|x:1|DCE_TEXT", "6|x:1|number or first time out of range"}));
 }
 
 TEST_F(ReadObserver, HearsOfTheLineThatEndsABlockBeforeTheMessage) {
@@ -88,17 +86,17 @@ TEST_F(ReadObserver, IsToldTheFirstLineOfAGroup) {
     std::string head(114, ' ');
     head.replace(64, 1, ".").replace(112, 2, "SP");
     const std::string point = "   26031000000.000" + std::string(96, '0'), numbers = "\n0 0 0 0 0 0 0";
-    EXPECT_EQ(heardIn("itc", head + "\n" + point + numbers + numbers + numbers + "\n" + point + numbers +
-                                 numbers + "\nx\n" + point + numbers + numbers + numbers + "\n"),
+    EXPECT_EQ(heardIn("itc", head + "\n" + point + numbers + numbers + numbers + "\n" + point + numbers + numbers +
+                                 "\nx\n" + point + numbers + numbers + numbers + "\n"),
               (Lines{"1|itc:1|ITC", "2|itc:6|" + point, "3|itc:10|" + point, "4|itc:13|key"}));
 }
 
 TEST_F(ReadObserver, IsToldTheFirstLineOfARecordOverLines) {
     const std::string head = "Time(sec): Time\n" + std::string(16, '\n'), late = "\n9 0 0 0 1 2 3\n4 5 6";
-    EXPECT_EQ(heardIn("launch", head + "9 0 0 0 1 2 3 4 5 6 0 0 0 0 0 a\n" + late + "\n0 0 0 0 0 b c\n" +
-                                    late + " 0 0 0 0 0 d\n"),
-              (Lines{"1|launch:1|LAUNCH", "3|launch:20|9 0 0 0 1 2 3", "3|launch:24|9 0 0 0 1 2 3",
-                     "4|launch:25|key"}));
+    EXPECT_EQ(
+        heardIn("launch",
+                head + "9 0 0 0 1 2 3 4 5 6 0 0 0 0 0 a\n" + late + "\n0 0 0 0 0 b c\n" + late + " 0 0 0 0 0 d\n"),
+        (Lines{"1|launch:1|LAUNCH", "3|launch:20|9 0 0 0 1 2 3", "3|launch:24|9 0 0 0 1 2 3", "4|launch:25|key"}));
 }
 
 TEST_F(ReadObserver, IsToldTheRecordOfABinaryFile) {

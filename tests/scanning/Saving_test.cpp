@@ -74,8 +74,7 @@ TEST_F(Saving, KeepsNobodyWaitingForAPipeThatNobodyReadsButThoseThatSaveToIt) {
     auto alsoSaved = save(folder.path("./pipe"));
     EXPECT_EQ(alsoSaved.wait_for(50ms), std::future_status::timeout);
     std::string taken;
-    while (saved.wait_for(0s) != std::future_status::ready ||
-           alsoSaved.wait_for(0s) != std::future_status::ready)
+    while (saved.wait_for(0s) != std::future_status::ready || alsoSaved.wait_for(0s) != std::future_status::ready)
         taken += pipe.take();
     taken += pipe.take();
     EXPECT_TRUE(taken == first + second) << "mixed";

@@ -56,8 +56,7 @@ TEST(PointArray, HoldsWhatIsAppendedWhoeverSharesCopiesTrimsOrClearsIt) {
                     arrays[which].append(time, time >= firstCovariance && random() % 2 == 0 ? -time : 0.0);
                 }
             } else if (what < 12 && arrays.size() < 6) {
-                arrays.push_back(
-                    {what == 9 ? arrays[which].array : arrays[which].array.share(), arrays[which].model});
+                arrays.push_back({what == 9 ? arrays[which].array : arrays[which].array.share(), arrays[which].model});
             } else if (what == 12) {
                 arrays[which].array.trim();
             } else if (what == 13) {

@@ -66,8 +66,7 @@ bool isResidentAnswer(const World& world, std::size_t resident, std::size_t time
 void queryResident(World& world, Random& random) {
     const std::size_t k = below(random, World::kResidents), at = below(random, world.times.size());
     double state[6] = {};
-    const auto status =
-        VorlanDs50UTC(world.residents[k], world.times[at], nullptr, state, state + 3, nullptr);
+    const auto status = VorlanDs50UTC(world.residents[k], world.times[at], nullptr, state, state + 3, nullptr);
     world.expect(status == 0 && isResidentAnswer(world, k, at, state), "a resident answers with its bits");
 }
 
@@ -78,8 +77,7 @@ void batchOfTimes(World& world, Random& random) {
     const auto count = static_cast<std::int64_t>(n);
     const auto status = VorlanDs50UTCArr(world.residents[k], count, world.times.data(), rows, {}, {}, {});
     for (std::size_t at = 0; at < n; ++at)
-        world.expect(status == 0 && isResidentAnswer(world, k, at, rows[at]),
-                     "a batch has the bits of single queries");
+        world.expect(status == 0 && isResidentAnswer(world, k, at, rows[at]), "a batch has the bits of single queries");
 }
 
 void batchOfSatellites(World& world, Random& random) {
@@ -89,8 +87,7 @@ void batchOfSatellites(World& world, Random& random) {
     std::vector<double> states(6 * keys.size());
     std::vector<std::int32_t> codes(keys.size());
     auto* const rows = reinterpret_cast<double(*)[6]>(states.data());
-    VorlanSatsDs50UTC(static_cast<std::int64_t>(keys.size()), keys.data(), world.times[at], rows, {}, {},
-                      codes.data());
+    VorlanSatsDs50UTC(static_cast<std::int64_t>(keys.size()), keys.data(), world.times[at], rows, {}, {}, codes.data());
     for (std::size_t k = 0; k < World::kResidents; ++k)
         world.expect(codes[k] == 0 && isResidentAnswer(world, k, at, rows[k]), "residents answer in a batch");
     for (std::size_t k = World::kResidents; k < keys.size(); ++k) {
@@ -111,9 +108,8 @@ void queryGrowing(World& world, Random& random) {
     const bool found = VorlanGetEphemeris(key, points, &last.time, last.pos, last.vel, &last.rev) == 0 &&
                        VorlanStartEndTime(key, &start, &end) == 0;
     if ((world.growing[k].state >> 32) != (before >> 32)) return;  // begun again meanwhile
-    world.expect(
-        found && isPointOf(World::kFirstGrowing + static_cast<std::int32_t>(k), last) && end >= last.time,
-        "a stored point stays while others are appended");
+    world.expect(found && isPointOf(World::kFirstGrowing + static_cast<std::int32_t>(k), last) && end >= last.time,
+                 "a stored point stays while others are appended");
 }
 
 void list(World& world, Random& random) {
@@ -150,8 +146,7 @@ void save(World& world, Random& random) {
         whole = whole && (line.empty() || line.starts_with("EPHFIL = ") || line.starts_with("#VORLANDI = ") ||
                           line.starts_with("*** "));
     }
-    world.expect(whole && cards >= World::kResidents,
-                 "a saved file has whole lines and a card for each satellite");
+    world.expect(whole && cards >= World::kResidents, "a saved file has whole lines and a card for each satellite");
     std::filesystem::remove(path);
 }
 
@@ -161,8 +156,7 @@ void readFields(World& world, Random& random) {
     const auto uniform = [](const char* text, std::size_t size) {
         return std::count(text, text + size, *text) == static_cast<std::ptrdiff_t>(size);
     };
-    world.expect(uniform(text8, sizeof text8) && uniform(tag, sizeof tag),
-                 "a field is read as it was written");
+    world.expect(uniform(text8, sizeof text8) && uniform(tag, sizeof tag), "a field is read as it was written");
 }
 
 // ---- Changes ----
@@ -192,8 +186,7 @@ void changeMover(World& world, Random& random) {
     world.expect(key == world.moverKeys[k] || isDmaKey(key), "a mover gets its own key, or a DMA key");
     for (std::int32_t index = 0; index < 6; ++index) {
         const std::int32_t status = append(key, number, index);
-        world.expect(status == 0 || !isDmaKey(key),
-                     "points can be appended to a satellite that nobody knows");
+        world.expect(status == 0 || !isDmaKey(key), "points can be appended to a satellite that nobody knows");
     }
     if (isDmaKey(key)) keepDma(world, random, key);
 }
@@ -244,8 +237,7 @@ void switchModes(World&, Random& random) {
 
 std::string universalFile(std::int32_t number) {
     char header[80];
-    std::snprintf(header, sizeof header, "%-29s%10d%-10sCSV \n", "KQ_UNIVERSAL_VORLANDI_V1.0", number,
-                  "HCSRL");
+    std::snprintf(header, sizeof header, "%-29s%10d%-10sCSV \n", "KQ_UNIVERSAL_VORLANDI_V1.0", number, "HCSRL");
     std::string text = header;
     for (std::int32_t index = 0; index < 5; ++index) {
         const Point point = pointOf(number, index);
@@ -259,8 +251,8 @@ std::string universalFile(std::int32_t number) {
 }
 
 // Hears the keys of what a load stores.
-void hearKey(std::int32_t event, const char*, std::int32_t, std::int64_t, const char* text,
-             std::int32_t length, void* keys) {
+void hearKey(std::int32_t event, const char*, std::int32_t, std::int64_t, const char* text, std::int32_t length,
+             void* keys) {
     if (event != VORLAN_READ_STORED) return;
     static_cast<std::vector<std::int64_t>*>(keys)->push_back(
         std::stoll(std::string(text, static_cast<std::size_t>(length))));
@@ -290,8 +282,7 @@ void load(World& world, Random& random) {
         Answer last;
         const auto found = VorlanGetEphemeris(keys[k], 5, &last.time, last.pos, last.vel, &last.rev);
         const double z_km = 1000.0 * (own + static_cast<double>(k));
-        world.expect(found == 0 && last.pos[2] == z_km && last.pos[1] == -4.0,
-                     "a loaded file holds its points");
+        world.expect(found == 0 && last.pos[2] == z_km && last.pos[1] == -4.0, "a loaded file holds its points");
         world.expect(VorlanRemoveSat(keys[k]) == 0, "a loaded satellite can be removed");
     }
     VorlanSetReadObserver(nullptr, nullptr);

@@ -17,10 +17,8 @@ constexpr double kMinute_days = 1.0 / 1440.0;
 
 Point pointOf(std::int32_t number, std::int32_t index) {
     const double i = index;
-    return {kEpoch + i * kMinute_days,
-            {number + 0.25 * i, -i, 1000.0 * number},
-            {0.25 / 60.0, -1.0 / 60.0, 0.0},
-            index};
+    return {
+        kEpoch + i * kMinute_days, {number + 0.25 * i, -i, 1000.0 * number}, {0.25 / 60.0, -1.0 / 60.0, 0.0}, index};
 }
 
 bool isPointOf(std::int32_t number, const Answer& answer) {
@@ -29,13 +27,9 @@ bool isPointOf(std::int32_t number, const Answer& answer) {
            answer.pos[2] == point.pos[2] && answer.vel[0] == point.vel[0] && answer.vel[1] == point.vel[1];
 }
 
-bool isPointOfAny(const Answer& answer) {
-    return isPointOf(static_cast<std::int32_t>(answer.pos[2] / 1000.0), answer);
-}
+bool isPointOfAny(const Answer& answer) { return isPointOf(static_cast<std::int32_t>(answer.pos[2] / 1000.0), answer); }
 
-std::int64_t addSatellite(std::int32_t number) {
-    return VorlanAddSat(number, 1, kEpoch, 6378.135, 0.0743669161);
-}
+std::int64_t addSatellite(std::int32_t number) { return VorlanAddSat(number, 1, kEpoch, 6378.135, 0.0743669161); }
 
 std::int32_t append(std::int64_t key, std::int32_t number, std::int32_t index) {
     const Point point = pointOf(number, index);
@@ -75,8 +69,7 @@ void World::addResidents() {
             auto& answers = residentAnswers[k].emplace_back();
             for (const double time : times) {
                 std::array<double, 6>& state = answers.emplace_back();
-                const auto status =
-                    VorlanDs50UTC(residents[k], time, nullptr, state.data(), state.data() + 3, nullptr);
+                const auto status = VorlanDs50UTC(residents[k], time, nullptr, state.data(), state.data() + 3, nullptr);
                 const double minutes = (time - kEpoch) * 1440.0;
                 const double expected_km = kFirstResident + static_cast<double>(k) + 0.25 * minutes;
                 expect(status == 0 && std::abs(state[0] - expected_km) < 1e-6,
@@ -97,8 +90,7 @@ void World::checkWhatIsLeft() {
     std::int64_t expected = kResidents + kGrowing;
     for (const std::int64_t key : residents) {
         Answer last;
-        expect(VorlanGetEphemeris(key, kPoints, &last.time, last.pos, last.vel, &last.rev) == 0 &&
-                   isPointOfAny(last),
+        expect(VorlanGetEphemeris(key, kPoints, &last.time, last.pos, last.vel, &last.rev) == 0 && isPointOfAny(last),
                "a resident is whole at the end");
     }
     for (const std::int64_t key : moverKeys)

@@ -11,9 +11,7 @@
 namespace vorlandi::testing {
 namespace {
 
-std::int64_t keyOf(std::int32_t satNum, double epoch) {
-    return createsatkey(satNum, kVorlanElsetType, epoch);
-}
+std::int64_t keyOf(std::int32_t satNum, double epoch) { return createsatkey(satNum, kVorlanElsetType, epoch); }
 
 TEST(SatelliteKeys, GoFromZeroToTheEndOf2199AndAreOrdinaryKeysBelowTheNextSatellites) {
     constexpr double kBehind2199 = 91312.0;
@@ -22,8 +20,7 @@ TEST(SatelliteKeys, GoFromZeroToTheEndOf2199AndAreOrdinaryKeysBelowTheNextSatell
     EXPECT_EQ(keyOf(-1, 27000.0), kNoKey);
     EXPECT_EQ(keyOf(1'000'000'000, 27000.0), kNoKey);
     for (const std::int32_t satNum : {0, 12345, 999'999'998}) {
-        for (std::int64_t k = 0, key = keyOf(satNum, std::nextafter(kBehind2199, 0.0)), next = 0; k < 1000;
-             ++k) {
+        for (std::int64_t k = 0, key = keyOf(satNum, std::nextafter(kBehind2199, 0.0)), next = 0; k < 1000; ++k) {
             next = nextsatkey(key);
             ASSERT_TRUE(key > 0 && next > key && !isdma(next) && next < keyOf(satNum + 1, 0.0)) << key;
             key = next;
@@ -40,8 +37,7 @@ TEST(SatelliteKeys, TellTenSecondsApartAndAreTheSameFromATextOfTheEpoch) {
         const double unit = k % 3 == 0 ? 10.0 : k % 3 == 1 ? 1.0 : 0.001;
         const double epoch = std::floor(day(random)) + std::floor(second(random) / unit) * unit / 86400.0;
         const auto text = ds50todate15(epoch);
-        const std::int64_t key =
-            createsatkey(5, kVorlanElsetType, std::string_view(text.data(), text.size()));
+        const std::int64_t key = createsatkey(5, kVorlanElsetType, std::string_view(text.data(), text.size()));
         for (const double near : {epoch, std::nextafter(epoch, 0.0), std::nextafter(epoch, 1e9)})
             ASSERT_EQ(keyOf(5, near), key) << std::hexfloat << epoch;
         ASSERT_LE(key, keyOf(5, epoch + 1e-5)) << std::hexfloat << epoch;

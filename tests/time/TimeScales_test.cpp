@@ -55,15 +55,12 @@ TEST_F(TimeScales, ComeBackToTheSameTimeAndKeepSplitDifferencesExact) {
     std::mt19937_64 random(testSeed());
     std::uniform_real_distribution<double> any(513.0, 73000.0), early(2.0, 511.0), apart(-1.0, 1.0);
     for (int k = 0; k < 300000; ++k) {
-        const double a = k % 3 == 0   ? early(random)
-                         : k % 3 == 1 ? kDay2017 + apart(random) / 1000.0
-                                      : any(random);
+        const double a = k % 3 == 0 ? early(random) : k % 3 == 1 ? kDay2017 + apart(random) / 1000.0 : any(random);
         const double b = a + std::pow(apart(random), 3), tai = utc2tai(a);
         ASSERT_LE(std::abs(tai2utc(tai) - a), tai - below(tai)) << std::hexfloat << a;
         const long double days = static_cast<long double>(a) - static_cast<long double>(b);
         const auto leap = static_cast<long double>(taiMinusUtc(a) - taiMinusUtc(b));
-        const double error =
-            minus(tosplittai(a), tosplittai(b)) - static_cast<double>(days * 86400.0L + leap);
+        const double error = minus(tosplittai(a), tosplittai(b)) - static_cast<double>(days * 86400.0L + leap);
         // Early, each of the two is rounded once, to half of 1.46e-11 s at the most.
         ASSERT_LE(std::abs(error), k % 3 == 0 ? 2e-11 : 0.0) << std::hexfloat << a << " " << b;
     }

@@ -21,13 +21,11 @@ Function* symbol(void* library, const char* name) {
 bool use(void* library, const char* file) {
     auto* const load = symbol<std::int64_t(const char*)>(library, "VorlanAddSatFrFile");
     auto* const setMode = symbol<void(std::int32_t)>(library, "VorlanSetElsetKeyMode");
-    auto* const startEnd =
-        symbol<std::int32_t(std::int64_t, double*, double*)>(library, "VorlanStartEndTime");
+    auto* const startEnd = symbol<std::int32_t(std::int64_t, double*, double*)>(library, "VorlanStartEndTime");
     const std::int64_t ordinary = load(file);
     setMode(1);
     const std::int64_t dma = load(file);
-    return ordinary > 0 && dma > 0 && startEnd(ordinary, nullptr, nullptr) == 0 &&
-           startEnd(11, nullptr, nullptr) == 2;
+    return ordinary > 0 && dma > 0 && startEnd(ordinary, nullptr, nullptr) == 0 && startEnd(11, nullptr, nullptr) == 2;
 }
 
 bool isMapped(const std::string& library) {

@@ -21,13 +21,10 @@ constexpr std::int64_t kAnswersPerEntry = 4096;
 // The outputs of a batch, filled one answer at a time, and what has gone wrong first.
 class Answers {
 public:
-    Answers(double (*posVel)[6], std::int32_t* revNums, double (*covMtx)[6][6],
-            std::int32_t* errCodes) noexcept
+    Answers(double (*posVel)[6], std::int32_t* revNums, double (*covMtx)[6][6], std::int32_t* errCodes) noexcept
         : posVel_(posVel), revNums_(revNums), covMtx_(covMtx), errCodes_(errCodes) {}
 
-    Covariance covariance() const noexcept {
-        return covMtx_ != nullptr ? Covariance::Wanted : Covariance::NotWanted;
-    }
+    Covariance covariance() const noexcept { return covMtx_ != nullptr ? Covariance::Wanted : Covariance::NotWanted; }
 
     void give(std::int64_t at, const Vorlanpoint& point) noexcept { put(at, point, kSuccess); }
 
@@ -87,8 +84,7 @@ public:
     explicit RecordQuery(const Vorlanrecord& record) noexcept : record_(record), interpolator_(record) {}
 
     void answer(double ds50UTC, std::int64_t at, Answers& answers) noexcept {
-        const bool found =
-            stateAt(record_, interpolator_, ds50UTC, point_, message_, answers.covariance()) == kSuccess;
+        const bool found = stateAt(record_, interpolator_, ds50UTC, point_, message_, answers.covariance()) == kSuccess;
         found ? answers.give(at, point_) : answers.fail(at, message_);
     }
 
@@ -148,16 +144,15 @@ private:
 
 extern "C" {
 
-int32_t VorlanDs50UTCArr(int64_t satKey, int64_t n, const double ds50UTC[], double posVel[][6],
-                         int32_t revNums[], double covMtx[][6][6], int32_t errCodes[]) {
+int32_t VorlanDs50UTCArr(int64_t satKey, int64_t n, const double ds50UTC[], double posVel[][6], int32_t revNums[],
+                         double covMtx[][6][6], int32_t errCodes[]) {
     return catchAll(__func__, [&]() -> int32_t {
         Answers answers(posVel, revNums, covMtx, errCodes);
         if (n < 0 || (n > 0 && ds50UTC == nullptr)) return answers.refuse(n);
         inStretches(n, [&](std::int64_t begin, std::int64_t end) {
             const RecordAccess record(satKey);
             if (!record) return failAll(answers, begin, end, record.message());
-            if (record->numberOfPoints() == 0)
-                return failAll(answers, begin, end, noDataMessage("GetEphem", satKey));
+            if (record->numberOfPoints() == 0) return failAll(answers, begin, end, noDataMessage("GetEphem", satKey));
             RecordQuery query(*record);
             for (std::int64_t at = begin; at < end; ++at)
                 query.answer(ds50UTC[at], at, answers);
@@ -166,8 +161,8 @@ int32_t VorlanDs50UTCArr(int64_t satKey, int64_t n, const double ds50UTC[], doub
     });
 }
 
-int32_t VorlanSatsDs50UTC(int64_t n, const int64_t satKeys[], double ds50UTC, double posVel[][6],
-                          int32_t revNums[], double covMtx[][6][6], int32_t errCodes[]) {
+int32_t VorlanSatsDs50UTC(int64_t n, const int64_t satKeys[], double ds50UTC, double posVel[][6], int32_t revNums[],
+                          double covMtx[][6][6], int32_t errCodes[]) {
     return catchAll(__func__, [&]() -> int32_t {
         Answers answers(posVel, revNums, covMtx, errCodes);
         if (n < 0 || (n > 0 && satKeys == nullptr)) return answers.refuse(n);

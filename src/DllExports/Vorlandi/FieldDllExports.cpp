@@ -93,9 +93,9 @@ int32_t VorlanGetField(int64_t satKey, int32_t fieldIdx, char valueStr[512]) {
     });
 }
 
-int32_t VorlanGetAllFields(int64_t satKey, int32_t* satNum, char text8[8], char text128[128],
-                           double* epochDs50UTC, double* earthRadius, double* ke, double pos[3],
-                           double vel[3], int32_t* coordSys, int32_t* numPts, char fileName[512]) {
+int32_t VorlanGetAllFields(int64_t satKey, int32_t* satNum, char text8[8], char text128[128], double* epochDs50UTC,
+                           double* earthRadius, double* ke, double pos[3], double vel[3], int32_t* coordSys,
+                           int32_t* numPts, char fileName[512]) {
     return catchAll(__func__, [&]() -> int32_t {
         zero(satNum, coordSys, numPts);
         zero(epochDs50UTC, earthRadius, ke);

@@ -44,8 +44,8 @@ std::int32_t answerQuery(std::int64_t satKey, double value, std::int32_t kind, c
     return kSuccess;
 }
 
-std::int32_t answerState(std::int64_t satKey, double value, std::int32_t kind, double* time, double* pos,
-                         double* vel, std::int32_t* revNum) {
+std::int32_t answerState(std::int64_t satKey, double value, std::int32_t kind, double* time, double* pos, double* vel,
+                         std::int32_t* revNum) {
     return answerQuery(satKey, value, kind, {time, pos, vel, revNum}, Covariance::NotWanted);
 }
 
@@ -54,8 +54,8 @@ std::int32_t answerCovariance(std::int64_t satKey, double value, std::int32_t ki
     return answerQuery(satKey, value, kind, {time, pos, vel, revNum, covMtx}, Covariance::Wanted);
 }
 
-std::int32_t addPoint(std::int64_t satKey, double ds50UTC, const double* pos, const double* vel,
-                      std::int32_t revNum, const double* cov) {
+std::int32_t addPoint(std::int64_t satKey, double ds50UTC, const double* pos, const double* vel, std::int32_t revNum,
+                      const double* cov) {
     if (pos == nullptr || vel == nullptr) return kFailure;
     Vorlanstate point;
     PointCovariance covariance;
@@ -86,10 +86,8 @@ void VorlanGetInfo(char infoStr[128]) {
     catchAll(__func__, [&] { strtochararr(getsoftwareinfo("Vorlandi"), infoStr, 128); });
 }
 
-int64_t VorlanAddSat(int32_t satNum, int32_t combinedCode, double epochDs50UTC, double earthRadius,
-                     double ke) {
-    return catchAll(__func__,
-                    [&] { return createnewsatentry(satNum, epochDs50UTC, earthRadius, ke, combinedCode); });
+int64_t VorlanAddSat(int32_t satNum, int32_t combinedCode, double epochDs50UTC, double earthRadius, double ke) {
+    return catchAll(__func__, [&] { return createnewsatentry(satNum, epochDs50UTC, earthRadius, ke, combinedCode); });
 }
 
 int32_t VorlanRemoveSat(int64_t satKey) {
@@ -145,8 +143,7 @@ int64_t VorlanFieldsToSatKey(int32_t satNum, const char* epochDtg) {
 
 // ---- Data entry ----
 
-int32_t VorlanAddSatEphem(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3],
-                          int32_t revNum) {
+int32_t VorlanAddSatEphem(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3], int32_t revNum) {
     return catchAll(__func__, [&] { return addPoint(satKey, ds50UTC, pos, vel, revNum, nullptr); });
 }
 
@@ -157,48 +154,41 @@ int32_t VorlanAddSatEphemCovMtx(int64_t satKey, double ds50UTC, const double pos
     });
 }
 
-int32_t VorlanAddSatEphemExt(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3],
-                             int32_t revNum, const double cov[21]) {
+int32_t VorlanAddSatEphemExt(int64_t satKey, double ds50UTC, const double pos[3], const double vel[3], int32_t revNum,
+                             const double cov[21]) {
     return VorlanAddSatEphemCovMtx(satKey, ds50UTC, pos, vel, revNum, cov);
 }
 
 // ---- Queries ----
 
-int32_t VorlanMse(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3],
-                  int32_t* revNum) {
+int32_t VorlanMse(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3], int32_t* revNum) {
     return catchAll(__func__, [&] { return answerState(satKey, mse, kByMse, ds50UTC, pos, vel, revNum); });
 }
 
-int32_t VorlanMseCovMtx(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3],
-                        int32_t* revNum, double covMtx[6][6]) {
-    return catchAll(__func__,
-                    [&] { return answerCovariance(satKey, mse, kByMse, ds50UTC, pos, vel, revNum, covMtx); });
+int32_t VorlanMseCovMtx(int64_t satKey, double mse, double* ds50UTC, double pos[3], double vel[3], int32_t* revNum,
+                        double covMtx[6][6]) {
+    return catchAll(__func__, [&] { return answerCovariance(satKey, mse, kByMse, ds50UTC, pos, vel, revNum, covMtx); });
 }
 
-int32_t VorlanDs50UTC(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3],
-                      int32_t* revNum) {
-    return catchAll(__func__,
-                    [&] { return answerState(satKey, ds50UTC, kByDs50UTC, mse, pos, vel, revNum); });
+int32_t VorlanDs50UTC(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3], int32_t* revNum) {
+    return catchAll(__func__, [&] { return answerState(satKey, ds50UTC, kByDs50UTC, mse, pos, vel, revNum); });
 }
 
-int32_t VorlanDs50UTCCovMtx(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3],
-                            int32_t* revNum, double covMtx[6][6]) {
-    return catchAll(__func__, [&] {
-        return answerCovariance(satKey, ds50UTC, kByDs50UTC, mse, pos, vel, revNum, covMtx);
-    });
+int32_t VorlanDs50UTCCovMtx(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3], int32_t* revNum,
+                            double covMtx[6][6]) {
+    return catchAll(__func__,
+                    [&] { return answerCovariance(satKey, ds50UTC, kByDs50UTC, mse, pos, vel, revNum, covMtx); });
 }
 
 int32_t VorlanGetEphemeris(int64_t satKey, int32_t index, double* ds50UTC, double pos[3], double vel[3],
                            int32_t* revNum) {
-    return catchAll(__func__,
-                    [&] { return answerState(satKey, index, kByIndex, ds50UTC, pos, vel, revNum); });
+    return catchAll(__func__, [&] { return answerState(satKey, index, kByIndex, ds50UTC, pos, vel, revNum); });
 }
 
-int32_t VorlanGetCovMtx(int64_t satKey, int32_t index, double* ds50UTC, double pos[3], double vel[3],
-                        int32_t* revNum, double covMtx[6][6]) {
-    return catchAll(__func__, [&] {
-        return answerCovariance(satKey, index, kByIndex, ds50UTC, pos, vel, revNum, covMtx);
-    });
+int32_t VorlanGetCovMtx(int64_t satKey, int32_t index, double* ds50UTC, double pos[3], double vel[3], int32_t* revNum,
+                        double covMtx[6][6]) {
+    return catchAll(__func__,
+                    [&] { return answerCovariance(satKey, index, kByIndex, ds50UTC, pos, vel, revNum, covMtx); });
 }
 
 int32_t VorlanXten(int64_t satKey, int32_t ephType, double inVal, double extState[128]) {
@@ -209,8 +199,7 @@ int32_t VorlanXten(int64_t satKey, int32_t ephType, double inVal, double extStat
             return kFailure;
         }
         EphemAnswer answer;
-        if (const std::int32_t status = GetEphem(satKey, inVal, ephType, answer); status != kSuccess)
-            return status;
+        if (const std::int32_t status = GetEphem(satKey, inVal, ephType, answer); status != kSuccess) return status;
         if (extState == nullptr) return kSuccess;
         extState[0] = ephType == kByMse ? inVal : ephType == kByDs50UTC ? answer.time : answer.mse;
         extState[1] = ephType == kByDs50UTC ? inVal : answer.time;

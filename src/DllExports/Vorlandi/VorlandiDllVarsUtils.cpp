@@ -65,8 +65,8 @@ std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, Ep
     return status == kSuccess ? kSuccess : record.fail(message);
 }
 
-std::int32_t stateAt(const Vorlanrecord& record, PointInterpolator& interpolator, double ds50UTC,
-                     Vorlanpoint& point, MessageText& message, Covariance covariance) noexcept {
+std::int32_t stateAt(const Vorlanrecord& record, PointInterpolator& interpolator, double ds50UTC, Vorlanpoint& point,
+                     MessageText& message, Covariance covariance) noexcept {
     if (record.points.firstTime() <= ds50UTC && ds50UTC <= record.points.lastTime()) {
         return interpolator.at(utc2tai(ds50UTC, interpolator.leapTable()), point, message, covariance);
     }

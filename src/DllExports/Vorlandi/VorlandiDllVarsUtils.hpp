@@ -32,8 +32,8 @@ std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, Ep
 // The state of a record at a time, for GetEphem and for many times at once: kSuccess; or kFailure with the
 // reason in `message`, which the caller logs, and a point of zeros. The record has points, and is the
 // interpolator's.
-std::int32_t stateAt(const Vorlanrecord& record, PointInterpolator& interpolator, double ds50UTC,
-                     Vorlanpoint& point, MessageText& message, Covariance covariance) noexcept;
+std::int32_t stateAt(const Vorlanrecord& record, PointInterpolator& interpolator, double ds50UTC, Vorlanpoint& point,
+                     MessageText& message, Covariance covariance) noexcept;
 
 // The 21 values of a lower triangle as the full symmetric matrix.
 void to6x6covmtx(double matrix[6][6], const double cov[kCovarianceSize]) noexcept;

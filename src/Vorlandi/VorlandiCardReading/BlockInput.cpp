@@ -59,8 +59,7 @@ std::int32_t blockRead(Vorlanrecord& record) noexcept {
 
 std::int32_t satNumFromFileName(std::string_view fileName) noexcept {
     const auto separator = fileName.find_last_of("\\/");
-    const std::string_view base =
-        separator == std::string_view::npos ? fileName : fileName.substr(separator + 1);
+    const std::string_view base = separator == std::string_view::npos ? fileName : fileName.substr(separator + 1);
     std::int32_t satNum = 0;
     return readInteger(base.substr(0, 5), satNum) == ReadOutcome::Success ? satNum : kUncataloguedSatNum;
 }

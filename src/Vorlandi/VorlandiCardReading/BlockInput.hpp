@@ -23,9 +23,7 @@ constexpr std::int32_t kBlockFailed = 2;
 // A line that begins with "*".
 constexpr bool isComment(std::string_view line) noexcept { return line.starts_with('*'); }
 
-constexpr bool isBlank(std::string_view line) noexcept {
-    return line.find_first_not_of(' ') == std::string_view::npos;
-}
+constexpr bool isBlank(std::string_view line) noexcept { return line.find_first_not_of(' ') == std::string_view::npos; }
 
 constexpr double kSecondsPerDay = 86400.0;
 
@@ -85,8 +83,7 @@ public:
     void rewind() { unit_.rewind(); }
 
     // Appends a point of revolution number 0; one that is not later than the last is dropped.
-    void append(const Vorlanstate& point, Vorlanrecord& record,
-                const PointCovariance* covariance = nullptr) const {
+    void append(const Vorlanstate& point, Vorlanrecord& record, const PointCovariance* covariance = nullptr) const {
         if (!addoneeppoint(point, record, covariance)) [[unlikely]] {
             observeRead(VORLAN_READ_DROPPED, place_);
         }

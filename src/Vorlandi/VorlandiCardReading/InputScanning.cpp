@@ -163,8 +163,7 @@ constexpr bool isShortage(int error) noexcept {
 
 class CardPass {
 public:
-    CardPass(InputUnit& unit, std::string_view fileName, InputTag& tag)
-        : unit_(unit), fileName_(fileName), tag_(tag) {}
+    CardPass(InputUnit& unit, std::string_view fileName, InputTag& tag) : unit_(unit), fileName_(fileName), tag_(tag) {}
 
     // Returns the number of the line that could not be read, 0 if there is none.
     std::int64_t run() {
@@ -186,8 +185,7 @@ private:
     static std::optional<Identity> identityOf(std::string_view name) {
         struct stat status {};
         if (::stat(std::string(name).c_str(), &status) != 0) return std::nullopt;
-        return Identity(status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec,
-                        status.st_mtim.tv_nsec);
+        return Identity(status.st_dev, status.st_ino, status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec);
     }
 
     void follow(std::string_view card) {
@@ -239,8 +237,7 @@ std::int32_t readvorlansfrfile(std::string_view fileName) {
     InputUnit unit;
     if (const int error = fileopenmt(fileName, unit); error != 0) return error;
     InputTag tag;
-    return fileisdotdce(fileName) ? ReadOnlyVorlans(unit, fileName, tag)
-                                  : readvorlansfrfileunit(unit, fileName);
+    return fileisdotdce(fileName) ? ReadOnlyVorlans(unit, fileName, tag) : readvorlansfrfileunit(unit, fileName);
 }
 
 std::int64_t followCards(InputUnit& unit, std::string_view fileName, InputTag& tag) {
@@ -270,8 +267,7 @@ std::int64_t addvorlanfile(std::string_view fileName) {
     return ReadOnlyVorlans(unit, fileName, tag, &key) == kSuccess ? key : kNoKey;
 }
 
-std::int32_t ReadOnlyVorlans(InputUnit& unit, std::string_view fileName, InputTag& tag,
-                             std::int64_t* satKeyOut) {
+std::int32_t ReadOnlyVorlans(InputUnit& unit, std::string_view fileName, InputTag& tag, std::int64_t* satKeyOut) {
     return EphemerisPass(unit, fileName, tag, satKeyOut).run();
 }
 

@@ -11,8 +11,7 @@ namespace vorlandi {
 // Appends a point, with its covariance if one is given. The first point sets the record's epoch. A point that is not
 // later than the last one, or whose time is not a number, is dropped: false, and nothing has changed. An infinite time
 // is stored like any other.
-inline bool addoneeppoint(const Vorlanstate& point, Vorlanrecord& record,
-                          const PointCovariance* covariance = nullptr) {
+inline bool addoneeppoint(const Vorlanstate& point, Vorlanrecord& record, const PointCovariance* covariance = nullptr) {
     PointArray& points = record.points;
     // Written so that a NaN, for which no comparison holds, is dropped.
     if (points.count() > 0 ? !(points.lastTime() < point.time) : !(point.time == point.time)) return false;

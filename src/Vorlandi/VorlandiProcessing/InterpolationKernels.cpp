@@ -41,8 +41,7 @@ struct Weights {
 // The weights of a node. dt is the request minus the node (s), sum2 the sum of 1/dt over the other nodes,
 // product that of all dt.
 template <class T>
-void weigh(const NodeTerms<T>& node, const T& dt, const T& sum2, double product,
-           Weights<T>& weights) noexcept {
+void weigh(const NodeTerms<T>& node, const T& dt, const T& sum2, double product, Weights<T>& weights) noexcept {
     const T numerator = product / dt;
     const T a = numerator * numerator;
     weights.positionValue = (dt + node.c) * a / node.cTimesSquare;
@@ -110,8 +109,7 @@ void separate(const double (&days)[4], const double (&seconds)[4], Lanes& produc
 }
 
 // addState for the four nodes, the axes side by side.
-void addStates(const Vorlanstate* nodes, const Weights<Lanes>& weights, double t,
-               Vorlanstate& result) noexcept {
+void addStates(const Vorlanstate* nodes, const Weights<Lanes>& weights, double t, Vorlanstate& result) noexcept {
     Lanes position{}, velocity{};
     for (int i = 0; i < 4; ++i) {
         // Lane 0 isn't used: the time stands before the position, and its z before the velocity.
@@ -165,8 +163,7 @@ FOR_EACH_INSTRUCTION_SET void HermiteWindow::answer(double t, Vorlanpoint& resul
         if (dt[i] == 0.0) {
             static_cast<Vorlanstate&>(result) = nodes_[i];
             if (covariance == Covariance::Wanted) {
-                static_cast<PointCovariance&>(result) =
-                    covariances_ != nullptr ? covariances_[i] : PointCovariance{};
+                static_cast<PointCovariance&>(result) = covariances_ != nullptr ? covariances_[i] : PointCovariance{};
             }
             return;
         }
@@ -202,10 +199,7 @@ void HermiteWindow::covarianceAt(double t, const Lanes& weights, PointCovariance
 
 HermiteWindow::HermiteWindow(const Vorlanstate* nodes, const PointCovariance* covariances,
                              const LeapTable& leapTable) noexcept
-    : nodes_(nodes),
-      covariances_(covariances),
-      leapTable_(&leapTable),
-      leap_(&leapTable.atUtc(nodes[0].time)) {
+    : nodes_(nodes), covariances_(covariances), leapTable_(&leapTable), leap_(&leapTable.atUtc(nodes[0].time)) {
     prepare();
 }
 
@@ -217,8 +211,7 @@ void HermiteWindow::at(double t, Vorlanpoint& result, Covariance covariance) con
 
 namespace {
 
-void hermiteOfFour(std::span<const Vorlanpoint> points, double t, Vorlanpoint& result,
-                   Covariance covariance) {
+void hermiteOfFour(std::span<const Vorlanpoint> points, double t, Vorlanpoint& result, Covariance covariance) {
     Vorlanstate nodes[HermiteWindow::kNodes];
     PointCovariance covariances[HermiteWindow::kNodes];
     std::copy(points.begin(), points.end(), nodes);
@@ -228,8 +221,7 @@ void hermiteOfFour(std::span<const Vorlanpoint> points, double t, Vorlanpoint& r
 
 }  // namespace
 
-void hermitevorlan(std::span<const Vorlanpoint> points, double t, Vorlanpoint& result,
-                   Covariance covariance) {
+void hermitevorlan(std::span<const Vorlanpoint> points, double t, Vorlanpoint& result, Covariance covariance) {
     const std::size_t n = points.size();
     result = Vorlanpoint{};
     if (n == HermiteWindow::kNodes) return hermiteOfFour(points, t, result, covariance);

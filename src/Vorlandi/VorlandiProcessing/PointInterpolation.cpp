@@ -107,8 +107,7 @@ std::int32_t PointInterpolator::revolutionOf(const Vorlanstate& interpolated) co
     if (lo_ >= 1 && lo_ < n) {
         const Vorlanstate& before = state(lo_);
         const Vorlanstate& after = state(lo_ + 1);
-        const bool crossing =
-            interpolated.pos[2] * before.pos[2] < 0.0 || interpolated.pos[2] * after.pos[2] < 0.0;
+        const bool crossing = interpolated.pos[2] * before.pos[2] < 0.0 || interpolated.pos[2] * after.pos[2] < 0.0;
         if (!crossing && before.rev == after.rev) return before.rev % kRevolutionModulus;
     }
     const Vorlanstate& reference = state(lastProbed(n, lo_));
@@ -130,8 +129,7 @@ std::int32_t PointInterpolator::interpolate(double t, Vorlanpoint& result, Messa
             return notFound(gapMessage(state(first), state(last)), result, message);
         }
         const PointCovariance* const covariances = points_.covariances();
-        window_.emplace(&state(first), covariances == nullptr ? nullptr : covariances + (first - 1),
-                        leapTable_);
+        window_.emplace(&state(first), covariances == nullptr ? nullptr : covariances + (first - 1), leapTable_);
         first_ = first;
     }
     window_->at(t, result, covariance);
@@ -139,8 +137,7 @@ std::int32_t PointInterpolator::interpolate(double t, Vorlanpoint& result, Messa
     return kFound;
 }
 
-std::int32_t PointInterpolator::at(double ds50TAI, Vorlanpoint& result, MessageText& message,
-                                   Covariance covariance) {
+std::int32_t PointInterpolator::at(double ds50TAI, Vorlanpoint& result, MessageText& message, Covariance covariance) {
     const double t = tai2utc(ds50TAI, leapTable_);
     const std::int32_t n = points_.count();
     if (n == 1) {
@@ -157,12 +154,11 @@ std::int32_t PointInterpolator::at(double ds50TAI, Vorlanpoint& result, MessageT
         result = points_[stored - 1];
         return kFound;
     }
-    return notFound("InterpolateEP: Can not interpolate with less than 4 ephemeris data points", result,
-                    message);
+    return notFound("InterpolateEP: Can not interpolate with less than 4 ephemeris data points", result, message);
 }
 
-std::int32_t InterpolateEP(const Vorlanrecord& record, double ds50TAI, Vorlanpoint& point,
-                           MessageText& message, Covariance covariance) {
+std::int32_t InterpolateEP(const Vorlanrecord& record, double ds50TAI, Vorlanpoint& point, MessageText& message,
+                           Covariance covariance) {
     point = Vorlanpoint{};
     return PointInterpolator(record).at(ds50TAI, point, message, covariance);
 }

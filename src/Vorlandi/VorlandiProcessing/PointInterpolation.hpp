@@ -43,8 +43,8 @@ private:
 };
 
 // One request; the point's covariance is zero where none is wanted.
-std::int32_t InterpolateEP(const Vorlanrecord& record, double ds50TAI, Vorlanpoint& point,
-                           MessageText& message, Covariance covariance = Covariance::Wanted);
+std::int32_t InterpolateEP(const Vorlanrecord& record, double ds50TAI, Vorlanpoint& point, MessageText& message,
+                           Covariance covariance = Covariance::Wanted);
 
 // A request to come: begins to bring the points around it into the cache. For evenly spaced points it is the right ones.
 void expectRequest(const Vorlanrecord& record, double ds50UTC, Covariance covariance) noexcept;

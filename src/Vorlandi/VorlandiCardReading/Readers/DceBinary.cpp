@@ -36,8 +36,7 @@ std::uint32_t countAt(const char* bytes) noexcept {
 double realAt(const char* bytes) noexcept {
     std::uint64_t value = 0;
     std::memcpy(&value, bytes, sizeof value);
-    return std::bit_cast<double>(std::endian::native == std::endian::little ? __builtin_bswap64(value)
-                                                                            : value);
+    return std::bit_cast<double>(std::endian::native == std::endian::little ? __builtin_bswap64(value) : value);
 }
 
 void realsAt(const char* bytes, std::span<double> values) noexcept {

@@ -23,8 +23,7 @@ constexpr RealColumns kVelocity{67, 82, 9};  // F16.9, km/s
 constexpr std::size_t kCovarianceLines = 3;
 constexpr std::size_t kNumbersPerLine = kCovarianceSize / kCovarianceLines;
 
-void readPoint(const LineGroup& lines, std::size_t covarianceLines, const BlockInput& input,
-               Vorlanrecord& record) {
+void readPoint(const LineGroup& lines, std::size_t covarianceLines, const BlockInput& input, Vorlanrecord& record) {
     const std::string_view time = columns(lines[0], kTime.first, kTime.last);
     Vorlanstate point;
     point.time = date_in(time);

@@ -43,8 +43,7 @@ void readPoint(std::string_view line, const BlockInput& input, Vorlanrecord& rec
 std::int32_t ReadJ2K(BlockInput& input, Vorlanrecord& record) {
     record.satNum = 0;
     record.coordSys = kJ2k;
-    return useLinesToEnd(input, kName, record,
-                         [&](std::string_view line) { readPoint(line, input, record); });
+    return useLinesToEnd(input, kName, record, [&](std::string_view line) { readPoint(line, input, record); });
 }
 
 }  // namespace vorlandi

@@ -80,8 +80,7 @@ double dayOfReading() noexcept {
 
 std::int32_t ReadLaunchFormat(BlockInput& input, Vorlanrecord& record) {
     record.coordSys = kEcr;
-    if (input.skipLines(kHeaderLines) != ReadOutcome::Success)
-        return blockFailed(input, kName, kFileReadError);
+    if (input.skipLines(kHeaderLines) != ReadOutcome::Success) return blockFailed(input, kName, kFileReadError);
     record.satNum = kUncataloguedSatNum;
     const double referenceDay = dayOfReading();
     record.epoch = referenceDay;

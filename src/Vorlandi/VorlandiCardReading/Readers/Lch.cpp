@@ -21,8 +21,7 @@ constexpr std::size_t kReportedColumns = 128;  // of a bad line
 // False if the file ends before the points. A number that can't be read is left out.
 bool readHeader(BlockInput& input, Vorlanrecord& record) {
     std::string_view line;
-    if (input.skipLines(kLinesBeforeSatNum) != ReadOutcome::Success ||
-        input.readLine(line) != ReadOutcome::Success) {
+    if (input.skipLines(kLinesBeforeSatNum) != ReadOutcome::Success || input.readLine(line) != ReadOutcome::Success) {
         return false;
     }
     readColumns(line, kSatNum, record.satNum);
@@ -47,8 +46,7 @@ void readPoint(std::string_view line, const BlockInput& input, Vorlanrecord& rec
 std::int32_t ReadLCH(BlockInput& input, Vorlanrecord& record) {
     record.coordSys = kEci;
     if (!readHeader(input, record)) return blockFailed(input, kName, kFileReadError);
-    return useLinesToEnd(input, kName, record,
-                         [&](std::string_view line) { readPoint(line, input, record); });
+    return useLinesToEnd(input, kName, record, [&](std::string_view line) { readPoint(line, input, record); });
 }
 
 }  // namespace vorlandi

@@ -29,8 +29,7 @@ std::int32_t ReadOwner(BlockInput& input, Vorlanrecord& record) {
     record.epoch = timeOf(input.headerLine());
     record.satNum = satNumFromFileName(input.fileName());
     input.rewind();
-    return useLinesToEnd(input, kName, record,
-                         [&](std::string_view line) { readPoint(line, input, record); });
+    return useLinesToEnd(input, kName, record, [&](std::string_view line) { readPoint(line, input, record); });
 }
 
 }  // namespace vorlandi

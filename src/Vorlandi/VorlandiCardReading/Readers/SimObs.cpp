@@ -40,8 +40,6 @@ constexpr VectorFormat kFormat{kName, 3, kSatNum, kCoordinates, readPoint};
 
 }  // namespace
 
-std::int32_t ReadSimObs(BlockInput& input, Vorlanrecord& record) {
-    return readVectorGroups(kFormat, input, record);
-}
+std::int32_t ReadSimObs(BlockInput& input, Vorlanrecord& record) { return readVectorGroups(kFormat, input, record); }
 
 }  // namespace vorlandi

@@ -116,8 +116,7 @@ Vorlanstate pointOf(const std::array<double, 7>& numbers, const Header& header) 
 }
 
 // One data line. True for the line that ends the data.
-bool readDataLine(std::string_view line, const Header& header, const BlockInput& input,
-                  Vorlanrecord& record) {
+bool readDataLine(std::string_view line, const Header& header, const BlockInput& input, Vorlanrecord& record) {
     if (isComment(line) || isBlank(line)) return false;
     std::array<double, 7> numbers{};
     FreeFormList list(line);

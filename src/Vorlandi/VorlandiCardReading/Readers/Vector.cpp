@@ -36,8 +36,6 @@ constexpr VectorFormat kFormat{kName, 2, kSatNum, kCoordinates, readPoint};
 
 }  // namespace
 
-std::int32_t ReadVecEph(BlockInput& input, Vorlanrecord& record) {
-    return readVectorGroups(kFormat, input, record);
-}
+std::int32_t ReadVecEph(BlockInput& input, Vorlanrecord& record) { return readVectorGroups(kFormat, input, record); }
 
 }  // namespace vorlandi

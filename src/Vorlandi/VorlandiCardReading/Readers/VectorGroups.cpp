@@ -32,8 +32,7 @@ std::int32_t readVectorGroups(const VectorFormat& format, BlockInput& input, Vor
                 input.skipbadephempoint(format.reader, lines[0]);
                 continue;
             }
-            record.coordSys =
-                coordOfThree(columns(lines[0], format.coordinates.first, format.coordinates.last));
+            record.coordSys = coordOfThree(columns(lines[0], format.coordinates.first, format.coordinates.last));
             if (record.coordSys == kUnknownCoordinates) {
                 return blockFailedWithLine(input, format.reader, "Invalid Coordinate system.");
             }
