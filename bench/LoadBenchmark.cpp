@@ -9,7 +9,7 @@
 
 #include "BenchData.hpp"
 #include "EphemerisWriters.hpp"
-#include "Vorlandi/VorlandiCardReading/InputScanning.hpp"
+#include "Vorlandi/VorlandiCardReading/CardPass.hpp"
 
 namespace vorlandi::bench {
 namespace {
@@ -37,7 +37,8 @@ void cardPass(benchmark::State& state, const Path& path, std::int64_t) {
         InputUnit unit;
         if (fileopenmt(path.native(), unit) != 0) state.SkipWithError("not opened");
         InputTag tag;
-        followCards(unit, path.native(), tag);
+        Load load;
+        CardPass(unit, {path.native()}, tag, load).run();
     }
 }
 

@@ -67,7 +67,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::filesystem::current_path(nested.path());
     const Outcome outcome = readTwice(text, [=](auto source, Outcome& made) {
         vorlandi::InputUnit unit(std::move(source));
-        made.status = readvorlansfrfileunit(unit, "fuzz.txt");
+        vorlandi::Load load;
+        made.status = readvorlansfrfileunit(unit, {"fuzz.txt"}, load);
         takeStore(made, size + kNestedSize);
     });
     std::filesystem::current_path(outside);

@@ -102,7 +102,8 @@ Loaded load(std::string_view text, std::string_view fileName) {
     InputUnit unit(memorySource(text));
     InputTag tag;
     Loaded loaded;
-    loaded.status = ReadOnlyVorlans(unit, fileName, tag);
+    Load load;
+    loaded.status = ReadOnlyVorlans(unit, {fileName}, tag, load);
     loaded.keys.resize(static_cast<std::size_t>(vorlangetnumoftreenodes()));
     std::int32_t count = 0;
     vorlangettreekeys(count, loaded.keys.data(), 2);

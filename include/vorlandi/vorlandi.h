@@ -373,9 +373,58 @@ int32_t VorlanGetAllFields(int64_t satKey, int32_t* satNum, char text8[8], char 
  */
 int32_t VorlanLoadFile(const char* fileName);
 
+/* How VorlanLoadFileExt and VorlanLoadBytes load: the options are added up. */
+enum {
+    VORLAN_LOAD_PRACTICAL = 1, /* by the practical rules instead of the fixed ones (docs/formats.md has both) */
+    VORLAN_LOAD_DMA_KEYS = 2,  /* DMA keys for these records, whatever the key modes of the process are */
+    VORLAN_LOAD_NO_CARDS = 4,  /* cards that name files are reported (VORLAN_READ_MISSING), not followed */
+    VORLAN_LOAD_THREADS = 8    /* allows several threads for one large file; today one thread reads it */
+};
+
+/*
+ * Loads a file and tells what it stored. With options 0 it reads as VorlanLoadFile does, with the same messages.
+ *
+ *   fileName  in   [512] leading blanks don't count
+ *   options   in   sum of VORLAN_LOAD_...; they also hold for the files that cards name
+ *   capacity  in   number of elements of satKeys, 0 or more
+ *   satKeys   out  [capacity] keys of the records that this call stored, in the order of storing: first those of the
+ *                  files that cards name, then those of the file's own blocks. Elements from count on stay as they are.
+ *                  May be null.
+ *   count     out  number of records stored, which may be larger than capacity; set to 0 first. May be null.
+ *
+ * Returns 0; 2 if a block failed, memory is short, an option is unknown or capacity is negative; the errno if the file
+ * can't be opened (ENOENT is 2 as well: a failed open has no message). By the practical rules it also returns 2 if no
+ * format was recognised, a record was refused or a card names a file that can't be read: a message tells what, and what
+ * could be read is stored. When it fails, count and satKeys say what was stored, and that stays in the store.
+ * A refused record, such as a duplicate, is not counted; the read observer hears VORLAN_READ_REFUSED.
+ * Messages: those of VorlanLoadFile; by the practical rules also "VorlanLoadFileExt: file:line: ...", and of the readers
+ * "ReadOEM: file:line: reason" between "*** ReadOEM : Bad ephemeris data. ***" and the line;
+ * "VorlanLoadFileExt: Out of memory.".
+ * Memory: with VORLAN_LOAD_PRACTICAL a failed allocation never ends the process.
+ * Threads: as VorlanLoadFile. Loads with different options may run at the same time.
+ */
+int32_t VorlanLoadFileExt(const char* fileName, int32_t options, int64_t capacity, int64_t satKeys[], int64_t* count);
+
+/*
+ * The same for the content of a file that is in memory.
+ *
+ *   bytes     in   [size] the content, which may be released after the call; null with size 0 is an empty file
+ *   size      in   bytes, 0 or more
+ *   fileName  in   [512] the name that messages, the satellite number and the record's input file are made from; one that
+ *                  ends in ".DCE" says that the content is binary. It is not opened.
+ *   the rest       as in VorlanLoadFileExt
+ *
+ * Returns as VorlanLoadFileExt; 2 also for a negative size, or null bytes with a size.
+ * A satellite loaded so can't be loaded again from the card that VorlanSaveFile writes for it, unless a file of that name
+ * holds the same content.
+ */
+int32_t VorlanLoadBytes(const void* bytes, int64_t size, const char* fileName, int32_t options, int64_t capacity,
+                        int64_t satKeys[], int64_t* count);
+
 /*
  * Writes a card file that names the input file of every satellite, so that loading it loads them again. Points are not
- * written.
+ * written. A card does not say by which rules its file was loaded: load the card file with the same options. Satellites
+ * that came from memory (VorlanLoadBytes) get a card, too, but their name may not be that of a file.
  *
  *   fileName  in  [512] leading blanks don't count
  *   saveMode  in  0 replaces the file, any other number appends to it

@@ -82,9 +82,14 @@ std::optional<int> exponentOf(std::string_view text, bool blanksInside) noexcept
     return negative ? -exponent : exponent;
 }
 
+// Does a number end so that a sign can begin its exponent?
+bool isDigitOrPoint(std::string_view number) noexcept {
+    return !number.empty() && (isDigit(number.back()) || number.back() == '.');
+}
+
 // The odd forms: a plus sign, a D exponent, blanks inside, implied decimals. `decimals` below 0 stands for
 // none.
-std::optional<double> oddReal(std::string_view text, int decimals) noexcept {
+std::optional<double> oddReal(std::string_view text, int decimals, Exponents exponents) noexcept {
     NumberText number;
     bool sign = false;
     bool point = false;
@@ -94,6 +99,10 @@ std::optional<double> oddReal(std::string_view text, int decimals) noexcept {
         const char c = text[at];
         if (c == ' ' && decimals >= 0) continue;
         if (c == '+' || c == '-') {
+            if (exponents == Exponents::AlsoWithoutLetter && isDigitOrPoint(number.view())) {
+                exponentAt = at;
+                break;
+            }
             if (sign || !number.view().empty()) return std::nullopt;
             sign = true;
             if (c == '+') continue;
@@ -121,9 +130,9 @@ std::optional<double> oddReal(std::string_view text, int decimals) noexcept {
 
 }  // namespace
 
-std::optional<double> realOf(std::string_view text) noexcept {
+std::optional<double> realOf(std::string_view text, Exponents exponents) noexcept {
     if (const auto value = plainReal(text)) return value;
-    return oddReal(text, -1);
+    return oddReal(text, -1, exponents);
 }
 
 ReadOutcome readInteger(std::string_view field, std::int32_t& value) noexcept {
@@ -173,7 +182,7 @@ bool readUsualReal(std::string_view field, int decimals, double& value) noexcept
 
 }  // namespace
 
-ReadOutcome readReal(std::string_view field, int decimals, double& value) noexcept {
+ReadOutcome readReal(std::string_view field, int decimals, double& value, Exponents exponents) noexcept {
     if (readUsualReal(field, decimals, value)) [[likely]]
         return ReadOutcome::Success;
     field = trimmed(leftAdjusted(field));
@@ -183,7 +192,7 @@ ReadOutcome readReal(std::string_view field, int decimals, double& value) noexce
     }
     std::optional<double> read;
     if (decimals == 0 || field.find('.') != std::string_view::npos) read = plainReal(field);
-    if (!read) read = oddReal(field, decimals);
+    if (!read) read = oddReal(field, decimals, exponents);
     if (!read) return ReadOutcome::Error;
     value = *read;
     return ReadOutcome::Success;
@@ -193,11 +202,12 @@ ReadOutcome readColumns(std::string_view line, Columns where, std::int32_t& valu
     return readInteger(columns(line, where.first, where.last), value);
 }
 
-ReadOutcome readColumns(std::string_view line, RealColumns where, std::span<double> values) noexcept {
+ReadOutcome readColumns(std::string_view line, RealColumns where, std::span<double> values,
+                        Exponents exponents) noexcept {
     const std::size_t width = where.last - where.first + 1;
     std::size_t first = where.first;
     for (double& value : values) {
-        const auto outcome = readReal(columns(line, first, first + width - 1), where.decimals, value);
+        const auto outcome = readReal(columns(line, first, first + width - 1), where.decimals, value, exponents);
         if (outcome != ReadOutcome::Success) return outcome;
         first += width + where.gap;
     }
@@ -251,7 +261,7 @@ ReadOutcome FreeFormList::next(double& value) noexcept {
         position_ = end;
         return ReadOutcome::Success;
     }
-    const auto odd = realOf(takeWord());
+    const auto odd = realOf(takeWord(), exponents_);
     if (!odd) return ReadOutcome::Error;
     value = *odd;
     return ReadOutcome::Success;

@@ -28,14 +28,18 @@ constexpr std::string_view columnsFrom(std::string_view line, std::size_t first)
     return columns(line, first, line.size());
 }
 
+// How an exponent may be written: with its letter, or also without one, as in 1.5-101.
+enum class Exponents { WithLetter, AlsoWithoutLetter };
+
 // The whole text as a real; nothing when any of it is not part of the number.
-std::optional<double> realOf(std::string_view text) noexcept;
+std::optional<double> realOf(std::string_view text, Exponents exponents = Exponents::WithLetter) noexcept;
 
 // A field of an integer (Iw) or of a real with `decimals` implied decimals (Fw.d, Ew.d), which count only
 // when no decimal point is written. Blanks inside are ignored; an all-blank field is 0. Success or Error; on
 // Error the value stays as it was.
 ReadOutcome readInteger(std::string_view field, std::int32_t& value) noexcept;
-ReadOutcome readReal(std::string_view field, int decimals, double& value) noexcept;
+ReadOutcome readReal(std::string_view field, int decimals, double& value,
+                     Exponents exponents = Exponents::WithLetter) noexcept;
 
 // Where something stands in a line: 1-based columns, both included.
 struct Columns {
@@ -50,13 +54,15 @@ struct RealColumns {
 ReadOutcome readColumns(std::string_view line, Columns where, std::int32_t& value) noexcept;
 
 // `values.size()` real fields of equal width, the first one at `where`. Stops at the first bad field.
-ReadOutcome readColumns(std::string_view line, RealColumns where, std::span<double> values) noexcept;
+ReadOutcome readColumns(std::string_view line, RealColumns where, std::span<double> values,
+                        Exponents exponents = Exponents::WithLetter) noexcept;
 
 // Takes numbers separated by blanks, tabs or commas from one text, from left to right. Two commas with
 // nothing between give 0; a slash ends the list, and the rest are 0.
 class FreeFormList {
 public:
-    explicit FreeFormList(std::string_view text) noexcept : position_(text.data()), end_(text.data() + text.size()) {}
+    explicit FreeFormList(std::string_view text, Exponents exponents = Exponents::WithLetter) noexcept
+        : position_(text.data()), end_(text.data() + text.size()), exponents_(exponents) {}
 
     // The next number. EndOfData when the text holds no further one.
     ReadOutcome next(double& value) noexcept;
@@ -90,13 +96,15 @@ private:
 
     const char* position_;
     const char* end_;
+    Exponents exponents_;
     bool afterValue_ = false;  // the next comma belongs to the value before it
     bool slash_ = false;
 };
 
 // `values.size()` numbers from the beginning of a text; what follows them is ignored.
-inline ReadOutcome readFreeForm(std::string_view text, std::span<double> values) noexcept {
-    return FreeFormList(text).next(values);
+inline ReadOutcome readFreeForm(std::string_view text, std::span<double> values,
+                                Exponents exponents = Exponents::WithLetter) noexcept {
+    return FreeFormList(text, exponents).next(values);
 }
 
 // Integer and fixed-point output fields: right-aligned in `width` columns, at most kWidestField, and all "*" when the

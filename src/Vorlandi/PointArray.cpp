@@ -67,12 +67,23 @@ void PointArray::growByStep() {
     capacity_ = capacity;
 }
 
+void PointArray::makeRoomForCovariances() {
+    covariances_.grow(bytesOf<PointCovariance>(capacity_), 0);
+    std::memset(covariances_.bytes(), 0, bytesOf<PointCovariance>(count_));
+}
+
+void PointArray::setCovariance(std::int32_t index, const PointCovariance& covariance) {
+    if (covariances() == nullptr) {
+        if (isZero(covariance)) return;
+        makeRoomForCovariances();
+    }
+    std::memcpy(covariances_.bytes() + bytesOf<PointCovariance>(index), &covariance, sizeof covariance);
+}
+
 void PointArray::putCovariance(const PointCovariance* covariance) {
     if (covariances() == nullptr) {
         if (isZero(*covariance)) return;
-        // The first one: the points before it have zeros.
-        covariances_.grow(bytesOf<PointCovariance>(capacity_), 0);
-        std::memset(covariances_.bytes(), 0, bytesOf<PointCovariance>(count_));
+        makeRoomForCovariances();
     }
     std::memcpy(covariances_.bytes() + bytesOf<PointCovariance>(count_),
                 covariance != nullptr ? covariance : &kNoCovariance, sizeof(PointCovariance));

@@ -104,6 +104,9 @@ public:
         ++count_;
     }
 
+    // Gives a stored point its covariance. Not for an array that is shared. Throws StorageFailure if memory is short.
+    void setCovariance(std::int32_t index, const PointCovariance& covariance);
+
     // Gives the spare tail back.
     void trim();
 
@@ -127,6 +130,8 @@ private:
     }
 
     void growByStep();
+    // For the first covariance: the points so far get zeros.
+    void makeRoomForCovariances();
     void putCovariance(const PointCovariance* covariance);
 
     GrowingBlock states_;

@@ -3,7 +3,6 @@
 #include <new>
 #include <utility>
 
-#include "CoreServices/KeyModes.hpp"
 #include "CoreServices/NumberFields.hpp"
 #include "CoreServices/TraceLog.hpp"
 #include "TimeLibrary/SatelliteKeys.hpp"
@@ -79,9 +78,8 @@ MessageText keyMessage(std::string_view text, std::int64_t key, std::string_view
     return MessageText(text) << integerField(key, 19) << tail;
 }
 
-std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored) {
+std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored, std::int32_t mode) {
     if (stored != nullptr) *stored = nullptr;
-    const std::int32_t mode = effectiveKeyMode();
     NewDma dma;
     if (mode == kDmaKeyMode && !dma.take(std::move(record))) return kNoKey;
     // NOLINTNEXTLINE(bugprone-use-after-move): it was moved in the DMA mode alone

@@ -11,6 +11,7 @@
 
 #include "CoreServices/BoundedText.hpp"
 #include "CoreServices/DmaObjects.hpp"
+#include "CoreServices/KeyModes.hpp"
 #include "CoreServices/Status.hpp"
 #include "Templates/TreeTemplate.hpp"
 #include "Vorlandi/StoreGuard.hpp"
@@ -32,10 +33,11 @@ extern VorlanTree vorlantree;
 inline const Vorlanbintree* vorlantreeroot() noexcept { return vorlantree.root(); }
 inline bool vorlantreeisempty() noexcept { return vorlantreeroot() == nullptr; }
 
-// Stores a record under the key that the key mode in force gives it. The key; 0 for a refused duplicate; -1
+// Stores a record under the key that a key mode gives it. The key; 0 for a refused duplicate; -1
 // on failure. `stored`, when given, receives the node, null if there is none. Throws StorageFailure if there is no memory
 // for a record with an ordinary key.
-std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored = nullptr);
+std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored = nullptr,
+                         std::int32_t mode = effectiveKeyMode());
 
 // Removes a satellite: kSuccess, or kFailure with a message.
 std::int32_t RemoveNode(std::int64_t key) noexcept;

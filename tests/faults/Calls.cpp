@@ -196,6 +196,19 @@ Call loading(const std::string& what, const std::string& path, void (*prepare)()
             true};
 }
 
+Call loadingPractically(const std::string& what, const std::string& path, const Prepare& prepare = nothing) {
+    return {"VorlanLoadFileExt, " + what,
+            Ending::Survives,
+            prepare,
+            [=](Outputs&) {
+                return VorlanLoadFileExt(path.c_str(), VORLAN_LOAD_PRACTICAL | VORLAN_LOAD_DMA_KEYS, 0, nullptr,
+                                         nullptr);
+            },
+            2,
+            messagesOfLoads(),
+            true};
+}
+
 Call addingFrom(const std::string& what, const std::string& path) {
     return {"VorlanAddSatFrFile, " + what,
             Ending::MayStop,
@@ -286,7 +299,13 @@ std::vector<Call> allCalls(const std::string& examples, const std::string& folde
         loading("two blocks", written("two.txt", block + block)),
         loading("many points", large),
         loading("a card file", written("two.card", card + bad + "\nVORLAN = " + large + "\n"), fillPools),
+        loading("a card file that names itself",
+                written("self.card", card + folder + "/self.card\nVORLAN = " + folder + "/self.card\n")),
         loading("DMA keys", bad, fillPoolsAndUseDmaKeys),
+        loadingPractically("a card file", written("three.card", card + few + "\nVORLAN = " + large + "\n"), fillPools),
+        {"VorlanLoadBytes", MayStop, nothing,
+         [=](Outputs&) { return VorlanLoadBytes(block.data(), int64_t(block.size()), "b", 0, 0, nullptr, nullptr); }, 2,
+         messagesOfLoads(), true},
         {"VorlanLoadFile, a pipe", MayStop, nothing, [=](Outputs&) { return loadFromPipe(few); }, 2, messagesOfLoads(),
          true},
         {"VorlanSaveFile", Survives, addDmaSatellite, [=](Outputs&) { return VorlanSaveFile(saved.c_str(), 0); }},

@@ -57,7 +57,7 @@ TEST(ReadDCEBinary, TrustsNoCount) {
         SCOPED_TRACE(c.what);
         const LogCapture log;
         Vorlanrecord record;
-        EXPECT_EQ(ReadDCEBinary(memorySource(c.bytes).get(), record), c.read ? kBlockRead : kBlockFailed);
+        EXPECT_EQ(ReadDCEBinary(memorySource(c.bytes).get(), record), c.read ? kSuccess : kFailure);
         EXPECT_EQ(log.errors(), c.read ? Lines{} : kFailed);
         ASSERT_EQ(record.numberOfPoints(), c.points);
         if (c.points == 0) continue;
@@ -78,9 +78,10 @@ TEST_F(DceBinaryFile, IsStoredWithWhatWasReadBeforeAnErrorAndMayBeNamedWithBacks
     VorlanRemoveAllSats();
     InputUnit unit;
     InputTag tag;
-    EXPECT_EQ(ReadOnlyVorlans(unit, name.replace(name.rfind('/'), 1, "\\"), tag), 2);
+    Load load;
+    EXPECT_EQ(ReadOnlyVorlans(unit, {name.replace(name.rfind('/'), 1, "\\")}, tag, load), 2);
     EXPECT_EQ(VorlanGetCount(), 1);
-    EXPECT_EQ(ReadOnlyVorlans(unit, folder.path("missing.dce"), tag), 2);
+    EXPECT_EQ(ReadOnlyVorlans(unit, {folder.path("missing.dce")}, tag, load), 2);
     EXPECT_EQ(log.errors().back(), kNoData);
 }
 

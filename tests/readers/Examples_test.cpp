@@ -159,8 +159,9 @@ TEST_F(Examples, ReportAFailedReadByTheNameOfTheirReader) {
         const std::string bytes = readFile(examplePath(fileName)), read = bytes.substr(0, size);
         InputUnit unit = slowUnit(bytes, bytes.size(), read.size());
         InputTag tag;
+        Load load;
         const ReadEvents events(log);
-        EXPECT_EQ(ReadOnlyVorlans(unit, fileName, tag), stored == 0 ? 2 : 0);
+        EXPECT_EQ(ReadOnlyVorlans(unit, {fileName}, tag, load), stored == 0 ? 2 : 0);
         EXPECT_EQ(log.errors(), Lines{"*** " + reader + ": File read error. ***"});
         const auto unread = std::count(read.begin(), read.end(), '\n') + 1;
         EXPECT_THAT(events.heard, ::testing::Contains("2|" + fileName + ":" + std::to_string(unread) + "|"));

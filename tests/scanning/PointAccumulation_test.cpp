@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "TestSupport.hpp"
-#include "Vorlandi/VorlandiCardReading/BlockInput.hpp"
+#include "Vorlandi/VorlandiCardReading/ReaderSupport.hpp"
 
 namespace vorlandi::testing {
 namespace {

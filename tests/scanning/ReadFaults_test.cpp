@@ -160,8 +160,9 @@ TEST_F(ReadFaults, AnErrorInEitherPassOverACardFileIsReportedOnce) {
         auto source = std::make_unique<Passes>();
         source->bytes = cards;
         source->passes = {{0, true}, first, second};
+        Load load;
         InputUnit unit(std::move(source));
-        EXPECT_EQ(readvorlansfrfileunit(unit, "fleet"), 0);
+        EXPECT_EQ(readvorlansfrfileunit(unit, {"fleet"}, load), 0);
         EXPECT_EQ(VorlanGetCount(), satellites);
         EXPECT_EQ(log.errors(), messages);
         std::erase_if(events.heard, [](const std::string& event) { return !event.starts_with("2|"); });

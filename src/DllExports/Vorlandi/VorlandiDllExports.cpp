@@ -1,4 +1,4 @@
-// The exported functions of vorlandi/vorlandi.h, but for the fields. Each is a thin door: it zeroes the
+// The exported functions of vorlandi/vorlandi.h, but for the fields and the files. Each is a thin door: it zeroes the
 // outputs, asks, and hands out the answer.
 #include "vorlandi/vorlandi.h"
 
@@ -8,7 +8,6 @@
 #include "DllExports/DllDoor.hpp"
 #include "DllExports/Vorlandi/VorlandiDllVarsUtils.hpp"
 #include "TimeLibrary/SatelliteKeys.hpp"
-#include "Vorlandi/VorlandiCardReading/InputScanning.hpp"
 #include "Vorlandi/VorlandiCardReading/PointAccumulation.hpp"
 #include "Vorlandi/VorlandiCardReading/SatelliteEntry.hpp"
 #include "Vorlandi/VorlandiCardReading/Saving.hpp"
@@ -68,10 +67,6 @@ std::int32_t addPoint(std::int64_t satKey, double ds50UTC, const double* pos, co
     if (!record) return record.fail();
     addoneeppoint(point, *record, hasCovariance(covariance) ? &covariance : nullptr);
     return kSuccess;
-}
-
-void announceLoading(std::string_view name) noexcept {
-    traceloginfo(MessageText("VorlanLoadFile: Reading VORLANs from file \"") << name << "\".");
 }
 
 }  // namespace
@@ -231,26 +226,6 @@ int32_t VorlanGetLine(int64_t satKey, char line[512]) {
         strtochararr(fileCard(*record), line, 512);
         return kSuccess;
     });
-}
-
-// ---- Files ----
-
-int32_t VorlanLoadFile(const char* fileName) {
-    return catchAll(__func__, [&] {
-        const std::string_view name = fileNameOf(fileName);
-        announceLoading(name);
-        return readvorlansfrfile(name);
-    });
-}
-
-int32_t VorlanSaveFile(const char* fileName, int32_t saveMode) {
-    return catchAll(__func__, [&] {
-        return savevorlans(fileNameOf(fileName), saveMode != 0 ? FileMode::Append : FileMode::Replace);
-    });
-}
-
-int64_t VorlanAddSatFrFile(const char* fileName) {
-    return catchAll(__func__, [&] { return addvorlanfile(fileNameOf(fileName)); });
 }
 
 }  // extern "C"

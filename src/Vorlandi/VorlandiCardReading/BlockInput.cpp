@@ -1,14 +1,9 @@
 #include "Vorlandi/VorlandiCardReading/BlockInput.hpp"
 
 #include "CoreServices/TraceLog.hpp"
+#include "Vorlandi/VorlandiCardReading/ReaderSupport.hpp"
 
 namespace vorlandi {
-
-void BlockInput::skipbadephempoint(std::string_view reader, std::string_view text) const {
-    observeRead(VORLAN_READ_BAD, place_);
-    tracelogerror(MessageText("*** ") << reader << " : Bad ephemeris data. ***");
-    tracelogerror(text);
-}
 
 ReadOutcome BlockInput::skipLines(int count) {
     std::string_view line;
@@ -18,50 +13,39 @@ ReadOutcome BlockInput::skipLines(int count) {
     return ReadOutcome::Success;
 }
 
-ReadOutcome LineGroup::read(BlockInput& input) {
-    std::int64_t firstNumber = 0;
-    for (std::size_t k = 0; k < size_; ++k) {
-        if (const ReadOutcome outcome = input.readLine(last_); outcome != ReadOutcome::Success) {
-            return outcome;
-        }
-        if (k == 0) firstNumber = input.place().number;
-        // The next read invalidates the line.
-        if (k + 1 < size_) kept_[k] = last_;
+void BlockInput::appendLate(const Vorlanstate& point, const Vorlanrecord& record, const PointCovariance* covariance) {
+    if (rules_.has(Rule::SeamBeginsRecord) && record.numberOfPoints() > 0) {
+        records_.takeLate(point, covariance, record, place_);
+    } else {
+        observeRead(VORLAN_READ_DROPPED, place_);
     }
-    input.blame((*this)[0], firstNumber);
-    return ReadOutcome::Success;
 }
 
-namespace {
-
-std::int32_t logProblem(std::string_view reader, std::string_view problem) {
-    tracelogerror(MessageText("*** ") << reader << ": " << problem << " ***");
-    return kBlockFailed;
+void BlockInput::storeSegment(Vorlanrecord& record, std::int64_t header) {
+    Vorlanrecord segment = record;
+    segment.points = std::move(record.points);
+    record.points = {};
+    if (segment.numberOfPoints() > 0) sink_->store(takeRecords(std::move(segment)), header);
+    records_ = {};
 }
 
-}  // namespace
-
-std::int32_t blockFailed(const ReadPlace& place, std::string_view reader, std::string_view problem) {
-    observeRead(VORLAN_READ_BAD, place);
-    return logProblem(reader, problem);
+void BlockInput::refuseSegment(Vorlanrecord& record) {
+    record.points = {};
+    records_ = {};
+    sink_->refuse();
 }
 
-std::int32_t blockFailedWithLine(const BlockInput& input, std::string_view reader, std::string_view problem) {
-    observeRead(VORLAN_READ_BAD, input.place());
-    tracelogerror(input.place().line);
-    return logProblem(reader, problem);
+void BlockInput::skipbadephempoint(std::string_view reader, std::string_view text) const {
+    observeRead(VORLAN_READ_BAD, place_);
+    tracelogerror(MessageText("*** ") << reader << " : Bad ephemeris data. ***");
+    tracelogerror(text);
 }
 
-std::int32_t blockRead(Vorlanrecord& record) noexcept {
-    if (record.numberOfPoints() > 0) record.epoch = record.points.firstTime();
-    return kBlockRead;
-}
-
-std::int32_t satNumFromFileName(std::string_view fileName) noexcept {
-    const auto separator = fileName.find_last_of("\\/");
-    const std::string_view base = separator == std::string_view::npos ? fileName : fileName.substr(separator + 1);
-    std::int32_t satNum = 0;
-    return readInteger(base.substr(0, 5), satNum) == ReadOutcome::Success ? satNum : kUncataloguedSatNum;
+void BlockInput::skipBadLine(std::string_view reader, std::string_view reason) const {
+    observeRead(VORLAN_READ_BAD, place_);
+    tracelogerror(MessageText("*** ") << reader << " : Bad ephemeris data. ***");
+    tracelogerror(reasonAt(place_, reader, reason));
+    tracelogerror(place_.line);
 }
 
 }  // namespace vorlandi

@@ -10,49 +10,55 @@ namespace {
 
 bool isLoneComment(std::string_view line) noexcept { return isblankornull(line.substr(1)); }
 
-constexpr FormatRow kFormats[] = {
-    {1, "V31", {{{{1, "EPHEMERIS FILE FOR SATELLITE"}}}}, ReadV31},
-    {17, "UNIVERSAL", {{{{1, "KQ_UNIVERSAL_VORLANDI_V"}}}}, ReadKQUniversalVorlan},
-    {9, "CCSDS_OEM", {{{{1, " CCSDS_OEM_VERS"}}}}},
-    {2, "SIMOBS", {{{{57, "."}, {75, "     Z"}}}}, ReadSimObs},
-    {3, "VECTOR", {{{{57, "."}, {75, "SP "}}}, {{{57, "."}, {75, "GP "}}}}, ReadVecEph},
-    {4,
-     "ITC",
-     {{{{65, "."}, {29, " "}, {51, " "}, {113, "SP"}}}, {{{65, "."}, {29, " "}, {51, " "}, {113, "GP"}}}},
-     ReadITC},
-    {6, "ECR", {{{{1, "CLASSIFICATION: UNCLASSIFIED"}}}}, ReadECR},
-    {7, "J2K", {{{{1, " SPEPH PREDICTION EPHEMERIS"}}}}, ReadJ2K},
-    {kInputFileCard,
-     "input-file card",
-     {{{{1, "EPHFIL"}}},
-      {{{1, "EXTERNAL_EPHEMERIS"}}},
-      {{{1, "SATFIL"}}},
-      {{{1, "EPHINP"}}},
-      {{{1, "VORLAN"}}},
-      {{{1, "EPHEMFILE"}}}}},
-    {kTagCard, "tag card", {{{{1, "#VORLANDI"}}}}},
-    {12, "STK", {{{{1, "STK.V"}}}}, ReadDotE},
-    {10,
-     "OWNER",
-     {{{{12, "."}, {16, " "}}, isowneroperatorfile, "six numbers with decimal points behind it, blanks between them"}},
-     ReadOwner,
-     true},
-    {13,
-     "OASYS",
-     {{{{13, "VERSION:"}}},
-      {{{1, "*"}}, isLoneComment, "nothing else on the line"},
-      {{{5, "/"}, {8, "/"}, {14, ":"}, {17, ":"}, {20, "."}}}},
-     ReadOASYS},
-    {15, "LCH", {{{{1, "CLASSIFICATION:                 UNCLASSIFIED"}}}}, ReadLCH},
-    {16, "EELV", {{{{2, "."}, {25, "."}, {48, "."}, {71, "."}, {94, "."}, {117, "."}}}}, ReadEELV},
-    {18,
-     "DCE_TEXT",
-     {{{}, issatnumonly, "one to nine digits from column 1 on, no other digit on the line"}},
-     ReadDCEText},
-    {19, "LAUNCH", {{{{1, "TIME(SEC): TIME"}}}}, ReadLaunchFormat},
-};
+bool isOemVersion(std::string_view line) noexcept;
 
-bool standsAt(std::string_view line, const TextAt& wanted) noexcept {
+constexpr TextAt at(std::size_t column, std::string_view text) noexcept { return {column, text}; }
+
+// clang-format off
+constexpr FormatRow kFormats[] = {
+    FormatRow(1, "V31", ReadV31).when(at(1, "EPHEMERIS FILE FOR SATELLITE")),
+    FormatRow(17, "UNIVERSAL", ReadKQUniversalVorlan).when(at(1, "KQ_UNIVERSAL_VORLANDI_V")),
+    FormatRow(9, "CCSDS_OEM").when(at(1, " CCSDS_OEM_VERS")).only(RowRules::Fixed),
+    FormatRow(9, "OEM", nullptr, ReadOEM)
+        .further(isOemVersion, "`CCSDS_OEM_VERS` with or without blanks before it").only(RowRules::Practical),
+    FormatRow(2, "SIMOBS", ReadSimObs).when(at(57, "."), at(75, "     Z")),
+    FormatRow(3, "VECTOR", ReadVecEph).when(at(57, "."), at(75, "SP ")).when(at(57, "."), at(75, "GP ")),
+    FormatRow(4, "ITC", ReadITC)
+        .when(at(65, "."), at(29, " "), at(51, " "), at(113, "SP"))
+        .when(at(65, "."), at(29, " "), at(51, " "), at(113, "GP")),
+    FormatRow(6, "ECR", ReadECR).when(at(1, "CLASSIFICATION: UNCLASSIFIED")),
+    FormatRow(7, "J2K", ReadJ2K).when(at(1, " SPEPH PREDICTION EPHEMERIS")),
+    FormatRow(kInputFileCard, "input-file card")
+        .when(at(1, "EPHFIL"))
+        .when(at(1, "EXTERNAL_EPHEMERIS"))
+        .when(at(1, "SATFIL"))
+        .when(at(1, "EPHINP"))
+        .when(at(1, "VORLAN"))
+        .when(at(1, "EPHEMFILE")),
+    FormatRow(kTagCard, "tag card").when(at(1, "#VORLANDI")),
+    FormatRow(12, "STK", ReadDotE, ReadSTK).when(at(1, "STK.V")),
+    FormatRow(10, "OWNER", ReadOwner)
+        .when(at(12, "."), at(16, " "))
+        .further(isowneroperatorfile, "six numbers with decimal points behind it, blanks between them")
+        .deciding().knownByShape(),
+    FormatRow(13, "OASYS", ReadOASYS)
+        .when(at(13, "VERSION:"))
+        .when(at(1, "*")).further(isLoneComment, "nothing else on the line")
+        .when(at(5, "/"), at(8, "/"), at(14, ":"), at(17, ":"), at(20, "."))
+        .knownByShape(),
+    FormatRow(15, "LCH", ReadLCH).when(at(1, "CLASSIFICATION:                 UNCLASSIFIED")),
+    FormatRow(16, "EELV", ReadEELV)
+        .when(at(2, "."), at(25, "."), at(48, "."), at(71, "."), at(94, "."), at(117, "."))
+        .knownByShape(),
+    FormatRow(18, "DCE_TEXT", ReadDCEText)
+        .further(issatnumonly, "one to nine digits from column 1 on, no other digit on the line")
+        .knownByShape(),
+    FormatRow(19, "LAUNCH", ReadLaunchFormat).when(at(1, "TIME(SEC): TIME")),
+    FormatRow(20, "MODIFIED_ITC", nullptr, ReadModifiedITC).when(at(1, "CREATED:")).only(RowRules::Practical),
+};
+// clang-format on
+
+bool hasText(std::string_view line, const TextAt& wanted) noexcept {
     for (std::size_t k = 0; k < wanted.text.size(); ++k) {
         const std::size_t at = wanted.column - 1 + k;
         if ((at < line.size() ? upperCase(line[at]) : ' ') != wanted.text[k]) return false;
@@ -60,18 +66,18 @@ bool standsAt(std::string_view line, const TextAt& wanted) noexcept {
     return true;
 }
 
-bool isEmpty(const LineTest& test) noexcept { return test.texts[0].column == 0 && test.further == nullptr; }
+bool isOemVersion(std::string_view line) noexcept { return hasText(leftAdjusted(line), at(1, "CCSDS_OEM_VERS")); }
 
 bool hasTexts(std::string_view line, const LineTest& test) noexcept {
-    return std::all_of(std::begin(test.texts), std::end(test.texts),
-                       [=](const TextAt& wanted) { return wanted.column == 0 || standsAt(line, wanted); });
+    return std::all_of(test.texts.begin(), test.texts.end(),
+                       [=](const TextAt& wanted) { return wanted.column == 0 || hasText(line, wanted); });
 }
 
 enum class Verdict { Passed, Failed, Settled };
 
 Verdict verdictOf(std::string_view line, const FormatRow& row) noexcept {
     for (const LineTest& test : row.alternatives) {
-        if (isEmpty(test)) break;
+        if (test.empty()) break;
         if (!hasTexts(line, test)) continue;
         if (test.further == nullptr || test.further(line)) return Verdict::Passed;
         if (row.decides) return Verdict::Settled;
@@ -83,8 +89,9 @@ Verdict verdictOf(std::string_view line, const FormatRow& row) noexcept {
 
 std::span<const FormatRow> formatTable() noexcept { return kFormats; }
 
-const FormatRow* recognise(std::string_view line) noexcept {
+const FormatRow* recognise(std::string_view line, ReadingRules rules) noexcept {
     for (const FormatRow& row : kFormats) {
+        if (!row.countsBy(rules)) continue;
         const Verdict verdict = verdictOf(line, row);
         if (verdict == Verdict::Passed) return &row;
         if (verdict == Verdict::Settled) return nullptr;
@@ -106,7 +113,7 @@ bool mayBeCard(std::string_view line) noexcept {
 bool isowneroperatorfile(std::string_view line) noexcept {
     constexpr int kNumbers = 6;
     constexpr std::size_t kTimeEnd = 16;  // column
-    // Columns are 1-based; what lies behind the line is one run of blanks up to the full width.
+    // Columns are 1-based; what follows the line is one run of blanks up to the full width.
     const auto blankAt = [=](std::size_t column) { return column > line.size() || line[column - 1] == ' '; };
     const auto runEnd = [&](std::size_t column) {
         while (column < kEphemerisColumns && blankAt(column + 1))
@@ -140,7 +147,18 @@ bool issatnumonly(std::string_view line) noexcept {
 
 bool fileisdotdce(std::string_view name) noexcept {
     const auto point = name.rfind('.');
-    return point != std::string_view::npos && standsAt(name, {point + 1, ".DCE"});
+    return point != std::string_view::npos && hasText(name, {point + 1, ".DCE"});
+}
+
+std::string_view foreignFormat(std::string_view line) noexcept {
+    const std::string_view text = leftAdjusted(line);
+    if (hasText(text, at(1, "<?XML")) || hasText(text, at(1, "<OEM"))) return "OEM or another message in XML";
+    const bool isVersion = text.size() > 2 && text[0] == '#' && text[1] >= 'a' && text[1] <= 'd';
+    if (isVersion && (text[2] == 'P' || text[2] == 'V')) return "SP3";
+    constexpr std::size_t kElementColumns = 69;
+    const bool isElementLine = trimmed(line).size() == kElementColumns && hasText(line, at(1, "1 ")) &&
+                               hasText(line, at(24, ".")) && hasText(line, at(35, "."));
+    return isElementLine ? "element sets" : "";
 }
 
 }  // namespace vorlandi

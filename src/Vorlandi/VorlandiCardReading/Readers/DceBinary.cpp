@@ -3,10 +3,13 @@
 //
 // No count in the file is trusted: it is compared with the size that is needed, and a surplus is skipped piece by piece,
 // without memory being taken for it.
+#include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstring>
 #include <memory>
 
+#include "CoreServices/TraceLog.hpp"
 #include "TimeLibrary/Calendar.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
 
@@ -147,6 +150,27 @@ std::int32_t readFailed(const BinaryInput& input) {
     return blockFailed(place, kName, kFileReadError);
 }
 
+bool isFinite(const Vorlanstate& point) noexcept {
+    const auto finite = [](double value) { return std::isfinite(value); };
+    return std::all_of(point.pos, point.pos + 3, finite) && std::all_of(point.vel, point.vel + 3, finite);
+}
+
+void append(const Vorlanstate& point, Vorlanrecord& record, BinaryInput& input) {
+    const bool good = (!input.rules.has(Rule::TimesAreFinite) || std::isfinite(point.time)) &&
+                      (!input.rules.has(Rule::ValuesAreFinite) || isFinite(point));
+    if (!good) {
+        observeRead(VORLAN_READ_BAD, input.place);
+        tracelogerror(MessageText("*** ") << kName << " : Bad ephemeris data. ***");
+        tracelogerror(reasonAt(input.place, kName, "a number in this record is not finite"));
+    } else if (addoneeppoint(point, record)) {
+        return;
+    } else if (input.rules.has(Rule::SeamBeginsRecord)) {
+        input.records.takeLate(point, nullptr, record, input.place);
+    } else {
+        observeRead(VORLAN_READ_DROPPED, input.place);
+    }
+}
+
 }  // namespace
 
 std::int32_t ReadDCEBinary(BinaryInput& input, Vorlanrecord& record) {
@@ -163,7 +187,7 @@ std::int32_t ReadDCEBinary(BinaryInput& input, Vorlanrecord& record) {
             if (outcome == ReadOutcome::EndOfData) return blockRead(record);
             bytes = payload.data();
         }
-        if (!addoneeppoint(pointOf(bytes), record)) observeRead(VORLAN_READ_DROPPED, input.place);
+        append(pointOf(bytes), record, input);
     }
 }
 

@@ -11,8 +11,7 @@ constexpr double kDayZeroOf1970 = clocka(0.0, 1970);  // Ds50UTC of day 0.0 of t
 
 // Two integers, a real, the time, the state (km, km/s), four reals. All must be numbers; time and state are
 // used.
-ReadOutcome readPoint(std::string_view line, Vorlanstate& point) noexcept {
-    FreeFormList list(line);
+ReadOutcome readPoint(FreeFormList list, Vorlanstate& point) noexcept {
     std::int32_t integer = 0;
     for (int k = 0; k < 2; ++k) {
         if (const auto outcome = list.nextInteger(integer); outcome != ReadOutcome::Success) return outcome;
@@ -27,7 +26,7 @@ ReadOutcome readPoint(std::string_view line, Vorlanstate& point) noexcept {
 
 }  // namespace
 
-// A line that can't be read ends the block: one that is too short in peace, any other with an error.
+// A line that can't be read ends the block: one that is too short ends it normally, any other fails it.
 std::int32_t ReadDCEText(BlockInput& input, Vorlanrecord& record) {
     record.satNum = strtoint(input.headerLine());
     record.coordSys = kEci;
@@ -35,7 +34,7 @@ std::int32_t ReadDCEText(BlockInput& input, Vorlanrecord& record) {
         std::string_view line;
         Vorlanstate point;
         ReadOutcome outcome = input.readLine(line);
-        if (outcome == ReadOutcome::Success) outcome = readPoint(line, point);
+        if (outcome == ReadOutcome::Success) outcome = readPoint(input.list(line), point);
         if (outcome == ReadOutcome::Error) return blockFailed(input, kName, kFileReadError);
         if (outcome == ReadOutcome::EndOfData) return blockRead(record);
         input.append(point, record);

@@ -20,19 +20,19 @@ constexpr int kLinesBehindOtherLabel = 2;
 constexpr Columns kTime{1, 15};
 constexpr std::size_t kNumbersFrom = 17;
 
-ReadOutcome readThree(std::string_view line, std::span<double> values) noexcept {
-    return readFreeForm(columnsFrom(line, kNumbersFrom), values);
+ReadOutcome readThree(const BlockInput& input, std::string_view line, std::span<double> values) noexcept {
+    return input.readFreeForm(columnsFrom(line, kNumbersFrom), values);
 }
 
-void readPoint(const LineGroup& lines, bool velocities, const BlockInput& input, Vorlanrecord& record) {
+void readPoint(const LineGroup& lines, bool velocities, BlockInput& input, Vorlanrecord& record) {
     const std::string_view time = columns(lines[0], kTime.first, kTime.last);
     Vorlanstate point;
     point.time = date_in(time);
     if (!(point.time > 0.0)) return input.skipbadephempoint(kName, time);
-    if (readThree(lines[0], point.pos) != ReadOutcome::Success) {
+    if (readThree(input, lines[0], point.pos) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, lines[0]);
     }
-    if (velocities && readThree(lines[1], point.vel) != ReadOutcome::Success) {
+    if (velocities && readThree(input, lines[1], point.vel) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, lines[1]);
     }
     input.append(point, record);

@@ -19,21 +19,29 @@ bool truncate(double value, std::int32_t& integer) noexcept {
     return true;
 }
 
+// Is there such a date and time, leap seconds left out?
+bool exists(const std::array<std::int32_t, 5>& parts, double seconds) noexcept {
+    const auto [year, month, day, hour, minute] = parts;
+    return mmdd2jul(year, month, day) != 0 && hour >= 0 && hour < 24 && minute >= 0 && minute < 60 && seconds >= 0.0 &&
+           seconds < 60.0;
+}
+
 // Ds50UTC of year, month, day, hour, minute and seconds. False if they can't be read.
-bool readReferenceEpoch(std::string_view line, double& epoch) noexcept {
+bool readReferenceEpoch(const BlockInput& input, double& epoch) noexcept {
     std::array<double, 6> numbers{};
-    if (readFreeForm(line, numbers) != ReadOutcome::Success) return false;
+    if (input.readFreeForm(input.headerLine(), numbers) != ReadOutcome::Success) return false;
     std::array<std::int32_t, 5> parts{};
     for (std::size_t k = 0; k < parts.size(); ++k) {
         if (!truncate(numbers[k], parts[k])) return false;
     }
     const auto [year, month, day, hour, minute] = parts;
+    if (input.has(Rule::DatesExist) && !exists(parts, numbers[5])) return false;
     epoch = tcomps2utc(mmdd2jul(year, month, day), hour, minute, numbers[5], year);
     return true;
 }
 
-void readPoint(std::string_view line, double referenceEpoch, const BlockInput& input, Vorlanrecord& record) {
-    FreeFormList list(line);
+void readPoint(std::string_view line, double referenceEpoch, BlockInput& input, Vorlanrecord& record) {
+    FreeFormList list = input.list(line);
     double seconds = 0.0;
     Vorlanstate point;
     if (list.next(seconds) != ReadOutcome::Success || readState(list, point) != ReadOutcome::Success) {
@@ -48,7 +56,7 @@ void readPoint(std::string_view line, double referenceEpoch, const BlockInput& i
 
 std::int32_t ReadEELV(BlockInput& input, Vorlanrecord& record) {
     double referenceEpoch = 0.0;
-    if (!readReferenceEpoch(input.headerLine(), referenceEpoch)) {
+    if (!readReferenceEpoch(input, referenceEpoch)) {
         return blockFailedWithLine(input, kName, "Invalid EELV first line.");
     }
     record.satNum = kUncataloguedSatNum;

@@ -23,20 +23,20 @@ constexpr RealColumns kVelocity{67, 82, 9};  // F16.9, km/s
 constexpr std::size_t kCovarianceLines = 3;
 constexpr std::size_t kNumbersPerLine = kCovarianceSize / kCovarianceLines;
 
-void readPoint(const LineGroup& lines, std::size_t covarianceLines, const BlockInput& input, Vorlanrecord& record) {
+void readPoint(const LineGroup& lines, std::size_t covarianceLines, BlockInput& input, Vorlanrecord& record) {
     const std::string_view time = columns(lines[0], kTime.first, kTime.last);
     Vorlanstate point;
     point.time = date_in(time);
     if (!(point.time > 0.0)) return input.skipbadephempoint(kName, time);
-    if (readColumns(lines[0], kPosition, point.pos) != ReadOutcome::Success ||
-        readColumns(lines[0], kVelocity, point.vel) != ReadOutcome::Success) {
+    if (input.readColumns(lines[0], kPosition, point.pos) != ReadOutcome::Success ||
+        input.readColumns(lines[0], kVelocity, point.vel) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, lines[0]);
     }
     if (covarianceLines == 0) return input.append(point, record);
     PointCovariance covariance;
     for (std::size_t k = 0; k < covarianceLines; ++k) {
         const auto values = std::span(covariance.cov).subspan(k * kNumbersPerLine, kNumbersPerLine);
-        if (readFreeForm(lines[k + 1], values) != ReadOutcome::Success) {
+        if (input.readFreeForm(lines[k + 1], values) != ReadOutcome::Success) {
             return input.skipbadephempoint(kName, lines[k + 1]);
         }
     }

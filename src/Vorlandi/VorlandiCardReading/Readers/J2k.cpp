@@ -26,13 +26,13 @@ double timeOf(std::string_view line) {
     return date_in(blanktozerochar({date.data(), date.size()}));
 }
 
-void readPoint(std::string_view line, const BlockInput& input, Vorlanrecord& record) {
+void readPoint(std::string_view line, BlockInput& input, Vorlanrecord& record) {
     Vorlanstate point;
     point.time = timeOf(line);
     if (!(point.time > 0.0)) {
         return input.skipbadephempoint(kName, columns(line, kReportedDate.first, kReportedDate.last));
     }
-    if (readState(columnsFrom(line, kNumbersFrom), point) != ReadOutcome::Success) {
+    if (input.readState(columnsFrom(line, kNumbersFrom), point) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, line);
     }
     input.append(point, record);

@@ -8,13 +8,12 @@ namespace {
 
 constexpr std::string_view kName = "ReadLaunchFormat";
 constexpr int kHeaderLines = 16;
-constexpr double kKmPerMeter = 0.001;
 
 // Values taken one after the other, over as many lines as they need. The first of these lines is the one to blame for
 // a bad value.
 class ListOverLines {
 public:
-    explicit ListOverLines(BlockInput& input) noexcept : input_(input) {}
+    explicit ListOverLines(BlockInput& input) noexcept : input_(input), list_(input.list({})) {}
 
     ReadOutcome next(std::span<double> values) {
         for (double& value : values) {
@@ -51,7 +50,7 @@ private:
     }
 
     BlockInput& input_;
-    FreeFormList list_{{}};
+    FreeFormList list_;
     std::string_view line_;
     bool begun_ = false;
     KeptLine firstLine_;  // once a second line is needed

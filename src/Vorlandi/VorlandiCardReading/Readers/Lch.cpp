@@ -28,12 +28,13 @@ bool readHeader(BlockInput& input, Vorlanrecord& record) {
     return input.skipLines(kLinesBehindSatNum) == ReadOutcome::Success;
 }
 
-void readPoint(std::string_view line, const BlockInput& input, Vorlanrecord& record) {
+void readPoint(std::string_view line, BlockInput& input, Vorlanrecord& record) {
     if (isComment(line) || isBlank(line)) return;
     Vorlanstate point;
     PointCovariance scalar;  // the seventh number, in place of a covariance
     point.time = datestr2ds50(columns(line, kTime.first, kTime.last));
-    FreeFormList list(columnsFrom(line, kNumbersFrom));
+    if (input.has(Rule::DatesExist) && !(point.time > 0.0)) return input.skipBadLine(kName, kNoSuchDate);
+    FreeFormList list = input.list(columnsFrom(line, kNumbersFrom));
     if (readState(list, point) != ReadOutcome::Success || list.next(scalar.cov[0]) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, line.substr(0, kReportedColumns));
     }

@@ -29,7 +29,7 @@ bool beginsWithDate(std::string_view line) noexcept {
     });
 }
 
-void useLine(std::string_view line, const BlockInput& input, Vorlanrecord& record) {
+void useLine(std::string_view line, BlockInput& input, Vorlanrecord& record) {
     if (isComment(line) || isBlank(line)) return;
     if (columns(line, kSatelliteMark.first, kSatelliteMark.last) == kSatelliteText) {
         record.satNum = strtoint(columnsFrom(line, kSatNumFrom));
@@ -37,7 +37,8 @@ void useLine(std::string_view line, const BlockInput& input, Vorlanrecord& recor
     if (!beginsWithDate(line)) return;
     Vorlanstate point;
     point.time = dtg2ds50utc(columns(line, kTime.first, kTime.last));
-    if (readState(columnsFrom(line, kNumbersFrom), point) != ReadOutcome::Success) {
+    if (input.has(Rule::DatesExist) && !(point.time > 0.0)) return input.skipBadLine(kName, kNoSuchDate);
+    if (input.readState(columnsFrom(line, kNumbersFrom), point) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, line);
     }
     input.append(point, record);
@@ -47,7 +48,7 @@ void useLine(std::string_view line, const BlockInput& input, Vorlanrecord& recor
 
 std::int32_t ReadOASYS(BlockInput& input, Vorlanrecord& record) {
     record.coordSys = kJ2k;
-    record.satNum = satNumFromFileName(input.fileName());
+    record.satNum = satNumFromFileName(input.fileName(), input.rules());
     input.rewind();
     return useLinesToEnd(input, kName, record, [&](std::string_view line) { useLine(line, input, record); });
 }

@@ -12,11 +12,11 @@ constexpr std::size_t kNumbersFrom = 16;
 
 double timeOf(std::string_view line) noexcept { return date_in(columns(line, kTime.first, kTime.last)); }
 
-void readPoint(std::string_view line, const BlockInput& input, Vorlanrecord& record) {
+void readPoint(std::string_view line, BlockInput& input, Vorlanrecord& record) {
     if (isComment(line) || isBlank(line)) return;
     Vorlanstate point;
     point.time = timeOf(line);
-    if (!(point.time > 0.0) || readState(columnsFrom(line, kNumbersFrom), point) != ReadOutcome::Success) {
+    if (!(point.time > 0.0) || input.readState(columnsFrom(line, kNumbersFrom), point) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, line);
     }
     input.append(point, record);
@@ -27,7 +27,7 @@ void readPoint(std::string_view line, const BlockInput& input, Vorlanrecord& rec
 std::int32_t ReadOwner(BlockInput& input, Vorlanrecord& record) {
     record.coordSys = kJ2k;
     record.epoch = timeOf(input.headerLine());
-    record.satNum = satNumFromFileName(input.fileName());
+    record.satNum = satNumFromFileName(input.fileName(), input.rules());
     input.rewind();
     return useLinesToEnd(input, kName, record, [&](std::string_view line) { readPoint(line, input, record); });
 }

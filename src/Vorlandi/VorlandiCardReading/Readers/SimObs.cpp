@@ -18,7 +18,7 @@ constexpr Columns kCoordinates{76, 78};
 // Position line, km, and velocity line, km/s
 constexpr RealColumns kVector{1, 22, 0};  // F22.0
 
-void readPoint(const LineGroup& lines, const BlockInput& input, Vorlanrecord& record) {
+void readPoint(const LineGroup& lines, BlockInput& input, Vorlanrecord& record) {
     const std::string_view time = columns(lines[0], kTime.first, kTime.last);
     Vorlanstate point;
     point.time = date_in(time);
@@ -27,10 +27,10 @@ void readPoint(const LineGroup& lines, const BlockInput& input, Vorlanrecord& re
     if (readColumns(lines[0], kUnused, unused) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, lines[0]);
     }
-    if (readColumns(lines[1], kVector, point.pos) != ReadOutcome::Success) {
+    if (input.readColumns(lines[1], kVector, point.pos) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, lines[1]);
     }
-    if (readColumns(lines[2], kVector, point.vel) != ReadOutcome::Success) {
+    if (input.readColumns(lines[2], kVector, point.vel) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, lines[2]);
     }
     input.append(point, record);

@@ -8,7 +8,6 @@ namespace {
 
 constexpr std::string_view kName = "ReadDotE";
 constexpr std::string_view kEnd = "end Ephemeris";
-constexpr double kKmPerMeter = 0.001;
 
 constexpr std::size_t kTimeAndPosition = 4;
 constexpr std::size_t kTimePositionVelocity = 7;
@@ -106,20 +105,15 @@ Vorlanstate pointOf(const std::array<double, 7>& numbers, const Header& header) 
     point.time = header.epoch + numbers[0] / kSecondsPerDay;
     std::copy_n(numbers.begin() + 1, 3, point.pos);
     std::copy_n(numbers.begin() + 4, 3, point.vel);
-    if (header.meters) {
-        for (double& value : point.pos)
-            value *= kKmPerMeter;
-        for (double& value : point.vel)
-            value *= kKmPerMeter;
-    }
+    if (header.meters) scaleState(point, kKmPerMeter);
     return point;
 }
 
 // One data line. True for the line that ends the data.
-bool readDataLine(std::string_view line, const Header& header, const BlockInput& input, Vorlanrecord& record) {
+bool readDataLine(std::string_view line, const Header& header, BlockInput& input, Vorlanrecord& record) {
     if (isComment(line) || isBlank(line)) return false;
     std::array<double, 7> numbers{};
-    FreeFormList list(line);
+    FreeFormList list = input.list(line);
     const bool good = list.next(std::span(numbers).first(header.numbersPerLine)) == ReadOutcome::Success;
     // The mark that ends the data has no number in it: it can only be in what was not read as numbers.
     if (contains(good ? list.rest() : line, kEnd)) return true;
@@ -136,7 +130,7 @@ bool readDataLine(std::string_view line, const Header& header, const BlockInput&
 std::int32_t ReadDotE(BlockInput& input, Vorlanrecord& record) {
     record.epoch = 0.0;
     record.coordSys = kJ2k;
-    record.satNum = satNumFromFileName(input.fileName());
+    record.satNum = satNumFromFileName(input.fileName(), input.rules());
     const Header header = readHeader(input);
     record.coordSys = header.coordSys;
     if (!header.problem.empty()) return blockFailed(input, kName, header.problem);

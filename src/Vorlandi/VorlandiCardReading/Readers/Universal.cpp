@@ -38,23 +38,23 @@ struct State {
     }
 };
 
-void readFixedColumns(std::string_view line, const BlockInput& input, Vorlanrecord& record) {
+void readFixedColumns(std::string_view line, BlockInput& input, Vorlanrecord& record) {
     const double time = dtg2ds50utc(textIn(line, kTime));
     if (!(time > 0.0)) return input.skipbadephempoint(kName, textIn(line, kTime));
     State state;
-    if (readColumns(line, kState, state.values) != ReadOutcome::Success) {
+    if (input.readColumns(line, kState, state.values) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, line);
     }
     input.append(state.at(time), record);
 }
 
-void readCommas(std::string_view line, const BlockInput& input, Vorlanrecord& record) {
+void readCommas(std::string_view line, BlockInput& input, Vorlanrecord& record) {
     const auto comma = line.substr(0, kLastFirstComma).find(',');
     if (comma == std::string_view::npos) return input.skipbadephempoint(kName, {});
     const double time = dtg2ds50utc(line.substr(0, comma));
     if (!(time > 0.0)) return input.skipbadephempoint(kName, line.substr(0, comma));
     State state;
-    if (readFreeForm(line.substr(comma + 1), state.values) != ReadOutcome::Success) {
+    if (input.readFreeForm(line.substr(comma + 1), state.values) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, line);
     }
     input.append(state.at(time), record);
@@ -78,13 +78,9 @@ std::int32_t ReadKQUniversalVorlan(BlockInput& input, Vorlanrecord& record) {
     if (record.satNum == kNoInteger) return blockFailed(input, kName, "Invalid satellite number.");
     const auto readPoint = padded(header, kLayout) == kCommaSeparated ? readCommas : readFixedColumns;
 
-    std::string_view line;
-    for (;;) {
-        const ReadOutcome outcome = input.readLine(line);
-        if (outcome == ReadOutcome::Error) return blockFailed(input, kName, kFileReadError);
-        if (outcome == ReadOutcome::EndOfData) return blockRead(record);
+    return useLinesToEnd(input, kName, record, [&](std::string_view line) {
         if (!isComment(line) && !isBlank(line)) readPoint(line, input, record);
-    }
+    });
 }
 
 }  // namespace vorlandi

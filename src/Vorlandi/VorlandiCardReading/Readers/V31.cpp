@@ -8,7 +8,6 @@ namespace {
 
 constexpr std::string_view kName = "ReadV31";
 constexpr std::string_view kNameOfBadTime = "ReadV31-Invalid ephemeris time format";
-constexpr double kKmPerMeter = 0.001;
 
 // Header
 constexpr Columns kSatNum{30, 34};
@@ -36,14 +35,14 @@ bool readCoordinates(std::string_view line, Vorlanrecord& record) noexcept {
     return true;
 }
 
-void readPoint(std::string_view line, const BlockInput& input, Vorlanrecord& record) {
+void readPoint(std::string_view line, BlockInput& input, Vorlanrecord& record) {
     if (isComment(line) || isBlank(line)) return;
     const std::string_view time = columns(line, kTime.first, kTime.last);
     Vorlanstate point;
     point.time = date_in(time);
     if (!(point.time > 0.0)) return input.skipbadephempoint(kNameOfBadTime, time);
-    if (readColumns(line, kPosition, point.pos) != ReadOutcome::Success ||
-        readColumns(line, kVelocity, point.vel) != ReadOutcome::Success) {
+    if (input.readColumns(line, kPosition, point.pos) != ReadOutcome::Success ||
+        input.readColumns(line, kVelocity, point.vel) != ReadOutcome::Success) {
         return input.skipbadephempoint(kName, columnsFrom(line, kStateFrom));
     }
     for (double& value : point.vel)

@@ -18,15 +18,15 @@ constexpr Columns kCoordinates{78, 80};
 constexpr Columns kTime{3, 17};
 constexpr RealColumns kVelocity{18, 33, 9};  // F16.9, km/s
 
-void readPoint(const LineGroup& lines, const BlockInput& input, Vorlanrecord& record) {
+void readPoint(const LineGroup& lines, BlockInput& input, Vorlanrecord& record) {
     const std::string_view time = columns(lines[1], kTime.first, kTime.last);
     Vorlanstate point;
     point.time = date_in(time);
     if (!(point.time > 0.0)) return input.skipbadephempoint(kName, time);
-    if (readColumns(lines[0], kPosition, point.pos) != ReadOutcome::Success) {
+    if (input.readColumns(lines[0], kPosition, point.pos) != ReadOutcome::Success) {
         return input.skipbadephempoint("ReadVecEph-InvalidPosition", lines[0]);
     }
-    if (readColumns(lines[1], kVelocity, point.vel) != ReadOutcome::Success) {
+    if (input.readColumns(lines[1], kVelocity, point.vel) != ReadOutcome::Success) {
         return input.skipbadephempoint("ReadVecEph-InvalidVelocity", lines[1]);
     }
     input.append(point, record);

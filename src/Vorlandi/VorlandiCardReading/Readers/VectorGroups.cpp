@@ -9,9 +9,10 @@ namespace {
 constexpr RealColumns kGravityModel{1, 22, 15};  // E22.15 each: ke, then the earth radius in km
 constexpr Columns kEpoch{46, 60};
 
-bool readHeader(std::string_view line, Vorlanrecord& record) noexcept {
+bool readHeader(const BlockInput& input, Vorlanrecord& record) noexcept {
+    const std::string_view line = input.headerLine();
     std::array<double, 2> gravityModel{};
-    if (readColumns(line, kGravityModel, gravityModel) != ReadOutcome::Success) return false;
+    if (input.readColumns(line, kGravityModel, gravityModel) != ReadOutcome::Success) return false;
     record.ke = gravityModel[0];
     record.earthRadius = gravityModel[1];
     record.epoch = date_in(columns(line, kEpoch.first, kEpoch.last));
@@ -21,7 +22,7 @@ bool readHeader(std::string_view line, Vorlanrecord& record) noexcept {
 }  // namespace
 
 std::int32_t readVectorGroups(const VectorFormat& format, BlockInput& input, Vorlanrecord& record) {
-    if (!readHeader(input.headerLine(), record)) return blockFailed(input, format.reader, kFileReadError);
+    if (!readHeader(input, record)) return blockFailed(input, format.reader, kFileReadError);
     LineGroup lines(format.linesPerPoint);
     for (bool first = true;; first = false) {
         const ReadOutcome outcome = lines.read(input);
@@ -35,6 +36,10 @@ std::int32_t readVectorGroups(const VectorFormat& format, BlockInput& input, Vor
             record.coordSys = coordOfThree(columns(lines[0], format.coordinates.first, format.coordinates.last));
             if (record.coordSys == kUnknownCoordinates) {
                 return blockFailedWithLine(input, format.reader, "Invalid Coordinate system.");
+            }
+            if (input.has(Rule::FramesAreCartesian) && (record.coordSys == kLlh || record.coordSys == kSen)) {
+                return blockRefused(input, format.reader, "Invalid Coordinate system.",
+                                    "LLH and SEN are not cartesian coordinates");
             }
         }
         format.readPoint(lines, input, record);

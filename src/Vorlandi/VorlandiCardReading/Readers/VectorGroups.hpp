@@ -5,7 +5,7 @@
 
 #include <string_view>
 
-#include "Vorlandi/VorlandiCardReading/BlockInput.hpp"
+#include "Vorlandi/VorlandiCardReading/ReaderSupport.hpp"
 
 namespace vorlandi {
 
@@ -14,7 +14,7 @@ struct VectorFormat {
     std::size_t linesPerPoint;
     Columns satNum;       // in a group's first line
     Columns coordinates;  // in the same line, three columns
-    void (*readPoint)(const LineGroup& lines, const BlockInput& input, Vorlanrecord& record);
+    void (*readPoint)(const LineGroup& lines, BlockInput& input, Vorlanrecord& record);
 };
 
 // Reads header and groups up to the end of the file. Satellite and coordinates are looked for in the first

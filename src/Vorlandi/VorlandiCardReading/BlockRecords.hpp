@@ -1,0 +1,83 @@
+// The records that the points of one block make by the practical rules. Points are appended to the block's record one
+// by one; this remembers what may divide it, and divides it when the block has been read.
+//
+// 1. A point that is not later than the last one is dropped, unless it could be a seam: the same time, another state,
+//    after at least four points. A seam begins the next record if the next point is later.
+// 2. A boundary, a time that the file names, divides the record in any case. A point there closes one record and opens
+//    the next; if there are two, the first closes and the second opens.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "CoreServices/Units.hpp"
+#include "Vorlandi/VorlandiCardReading/ReadPlace.hpp"
+#include "Vorlandi/VorlandiTypes.hpp"
+
+namespace vorlandi {
+
+// Times of a file that differ by no more than this, in days, are equal: a microsecond.
+constexpr double kSameTime = 1e-6 / kSecondsPerDay;
+
+class BlockRecords {
+public:
+    static constexpr std::int32_t kFewestPointsBeforeSeam = 4;
+
+    // Takes a point that the record could not take since it is not later than the last one.
+    void takeLate(const Vorlanstate& state, const PointCovariance* covariance, const Vorlanrecord& record,
+                  const ReadPlace& place);
+
+    void addBoundary(double time, const ReadPlace& place) { boundaries_.push_back({time, KeptLine(place)}); }
+
+    // Gives the points at a time their covariance: `covarianceOf(state, covariance)` sets it, or returns false if that
+    // state can have none. False if there is no point at that time, or none that can have one.
+    template <class CovarianceOf>
+    bool cover(Vorlanrecord& record, double time, CovarianceOf covarianceOf) {
+        PointCovariance covariance;
+        bool covered = false;
+        if (const std::int32_t index = indexAt(record.points, time); index >= 0) {
+            covered = covarianceOf(record.points.state(index), covariance);
+            if (covered) record.points.setCovariance(index, covariance);
+        }
+        for (Seam& seam : seams_) {
+            if (!isAt(seam.point.time, time) || !covarianceOf(seam.point, covariance)) continue;
+            static_cast<PointCovariance&>(seam.point) = covariance;
+            covered = true;
+        }
+        return covered;
+    }
+
+    // The records, in the order of time, once the block has been read: one if nothing divides it. A message says how
+    // many points were dropped. The object is then empty.
+    std::vector<Vorlanrecord> take(Vorlanrecord&& record, std::string_view fileName);
+
+private:
+    struct Seam {
+        std::int32_t after;  // number of points in the record when it came
+        Vorlanpoint point;
+        KeptLine line;
+    };
+    struct Boundary {
+        double time;
+        KeptLine line;
+    };
+    struct Part;
+
+    static bool isAt(double a, double b) noexcept { return a - b <= kSameTime && b - a <= kSameTime; }
+
+    // The index of the point at a time, -1 if there is none. Times are usually asked for in ascending order.
+    std::int32_t indexAt(const PointArray& points, double time) noexcept;
+
+    void drop(const ReadPlace& place);
+    const Seam* seamAfter(std::int32_t count) const noexcept;
+    std::vector<Part> divide(const PointArray& points, std::string_view fileName);
+
+    std::vector<Seam> seams_;
+    std::vector<Boundary> boundaries_;
+    std::int64_t dropped_ = 0;
+    std::int64_t firstDropped_ = 0;  // its line
+    std::int32_t nextCovered_ = 0;   // index after the point that was covered last
+};
+
+}  // namespace vorlandi

@@ -1,0 +1,192 @@
+#include "Vorlandi/VorlandiCardReading/EphemerisPass.hpp"
+
+#include "CoreServices/KeyModes.hpp"
+#include "CoreServices/TraceLog.hpp"
+#include "TimeLibrary/DateTexts.hpp"
+#include "TimeLibrary/SatelliteKeys.hpp"
+#include "Vorlandi/VorlandiCardReading/FormatDetection.hpp"
+#include "Vorlandi/VorlandiTree.hpp"
+
+namespace vorlandi {
+namespace {
+
+constexpr std::string_view kNoData =
+    "ReadOnlyVorlans: Input ephemeris does not contain any ephemeris data. It will not be stored.";
+
+// Why a record was not stored; `key` is the result of AddRecToMem.
+MessageText reasonAgainst(std::int64_t key, std::int32_t satNum, double epoch) noexcept {
+    const std::int64_t ordinaryKey = createsatkey(satNum, kVorlanElsetType, epoch);
+    if (key != kNoKey) return MessageText("duplicate of ") << ordinaryKey;
+    return MessageText(ordinaryKey == kNoKey ? "number or first time out of range" : "out of memory");
+}
+
+}  // namespace
+
+MessageText summaryOf(const Vorlanrecord& record) noexcept {
+    MessageText summary("Total ephemeris points = ");
+    summary << record.numberOfPoints();
+    if (record.numberOfPoints() == 0) return summary;
+    return summary << ", Start = " << ds50todate15(record.points.firstTime())
+                   << ", End = " << ds50todate15(record.points.lastTime())
+                   << ", Coord = " << coordinateName(record.coordSys);
+}
+
+EphemerisPass::EphemerisPass(InputUnit& unit, const InputFile& file, InputTag& tag, Load& load)
+    : unit_(unit), file_(file), tag_(tag), load_(load) {
+    record_.fileName = file_.name;
+    cardTag_ = tag.view();
+    record_.inputTag = cardTag_.view();
+}
+
+std::int32_t EphemerisPass::run() { return fileisdotdce(file_.name) ? readDceBinary() : readBlocks(); }
+
+std::int32_t EphemerisPass::readBlocks() {
+    const ReadingRules rules = load_.request.rules;
+    MessageText summary = summaryOf(record_);
+    std::string_view line;
+    ReadOutcome outcome = ReadOutcome::Success;
+    while ((outcome = unit_.readLine(kEphemerisColumns, line)) == ReadOutcome::Success) {
+        if (isComment(line) || isBlank(line)) continue;
+        const FormatRow* const row = recognise(line, rules);
+        if (row == nullptr) lookForForeignFormat(line);
+        if (row != nullptr && row->code == kTagCard) record_.inputTag = (cardTag_ = getinputfilename(line)).view();
+        if (row == nullptr || row->readerBy(rules) == nullptr || (afterRefused_ && row->byShape)) continue;
+        if (rules.has(Rule::BlockIsRecord)) {
+            afterRefused_ = !readOwnRecords(*row, line);
+            if (afterRefused_) load_.miss();
+            continue;
+        }
+        if (!readOnWorkingRecord(*row, line)) return kFailure;
+        summary = summaryOf(record_);
+        storeWorkingRecord();
+    }
+    // One that ended a block has been reported by its reader.
+    if (outcome == ReadOutcome::Error && !readFailed_) {
+        readFailed_ = true;
+        blockFailed({file_.name, unit_.lineNumber() + 1, {}}, "ReadOnlyVorlans", kFileReadError);
+        if (rules.arePractical()) load_.miss();
+    }
+    if (!rules.arePractical()) traceloginfo(summary);
+    return kSuccess;
+}
+
+// False if the block failed or the record has no points after it.
+bool EphemerisPass::readOnWorkingRecord(const FormatRow& row, std::string_view line) {
+    found(row.name, unit_.lineNumber());
+    BlockInput block(unit_, line, file_.name);
+    const std::int32_t status = row.reader(block, record_);
+    readFailed_ = unit_.failed();
+    return status != kFailure && hasData(block.headerLine());
+}
+
+void EphemerisPass::storeWorkingRecord() {
+    // While lines are left, a further block would go on from this record.
+    const bool isLast = unit_.atEnd();
+    if (isLast) trimvorlanempts(record_);
+    add(isLast ? std::move(record_) : shareOf(record_), unit_.lineNumber(), header_);
+    tag_ = std::string_view{};
+}
+
+// False if the block failed or has no points.
+bool EphemerisPass::readOwnRecords(const FormatRow& row, std::string_view line) {
+    found(row.name, unit_.lineNumber());
+    beginRecord();
+    hasSegments_ = false;
+    BlockInput block(unit_, line, file_.name, load_.request.rules, this);
+    const std::int32_t status = row.practicalReader(block, record_);
+    readFailed_ = unit_.failed();
+    if (status == kFailure) return false;
+    if (record_.numberOfPoints() == 0) return hasSegments_ || hasData(block.headerLine());
+    store(block.takeRecords(std::move(record_)), header_);
+    return true;
+}
+
+void EphemerisPass::beginRecord() {
+    record_ = Vorlanrecord{};
+    record_.fileName = file_.name;
+    record_.inputTag = cardTag_.view();
+}
+
+void EphemerisPass::store(std::vector<Vorlanrecord> records, std::int64_t header) {
+    hasSegments_ = true;
+    for (Vorlanrecord& record : records) {
+        trimvorlanempts(record);
+        const MessageText summary = summaryOf(record);
+        add(std::move(record), unit_.lineNumber(), header);
+        traceloginfo(summary);
+    }
+    tag_ = std::string_view{};
+}
+
+void EphemerisPass::refuse() {
+    hasSegments_ = true;
+    load_.miss();
+}
+
+// Reads the file as a whole, opened again as bytes, which is not possible for a pipe. What was read before an error is
+// stored.
+std::int32_t EphemerisPass::readDceBinary() {
+    std::unique_ptr<ByteSource> source;
+    file_.openBytes(source);
+    if (source) found(kDceBinaryName, 1);
+    BinaryInput input{source.get(), {file_.name, 0, {}}, false, load_.request.rules};
+    const std::int32_t status = ReadDCEBinary(input, record_);
+    readFailed_ = input.failed || !source;
+    if (record_.numberOfPoints() == 0) {
+        // A block that failed has been reported, with the record to blame.
+        if (status == kFailure) {
+            tracelogerror(kNoData);
+        } else {
+            hasData({});
+        }
+        return kFailure;
+    }
+    if (load_.request.rules.arePractical()) {
+        store(input.records.take(std::move(record_), file_.name), 1);
+        return status;
+    }
+    trimvorlanempts(record_);
+    add(std::move(record_), input.place.number, header_);
+    return status;
+}
+
+void EphemerisPass::found(std::string_view format, std::int64_t line) {
+    foundBlock_ = true;
+    header_ = line;
+    observeRead(VORLAN_READ_FORMAT, file_.name, line, format);
+}
+
+bool EphemerisPass::hasData(std::string_view headerLine) const {
+    if (record_.numberOfPoints() > 0) return true;
+    observeRead(VORLAN_READ_BAD, {file_.name, header_, headerLine});
+    tracelogerror(kNoData);
+    return false;
+}
+
+void EphemerisPass::add(Vorlanrecord&& record, std::int64_t line, std::int64_t header) {
+    const auto [satNum, epoch] = std::pair(record.satNum, record.epoch);
+    const Vorlanbintree* stored = nullptr;
+    const std::int64_t key =
+        AddRecToMem(std::move(record), &stored, load_.request.keyMode.value_or(effectiveKeyMode()));
+    load_.lastKey = key;
+    if (stored != nullptr) {
+        load_.stored.add(key);
+        observeRead(VORLAN_READ_STORED, file_.name, line, MessageText() << key);
+        return;
+    }
+    const MessageText reason = reasonAgainst(key, satNum, epoch);
+    observeRead(VORLAN_READ_REFUSED, file_.name, header, reason);
+    if (!load_.request.rules.arePractical()) return;
+    tracelogerror(MessageText(kPracticalLoader) << ": " << file_.name << ":" << header << ": satellite " << satNum
+                                                << " is not stored: " << reason << ".");
+    load_.miss();
+}
+
+void EphemerisPass::lookForForeignFormat(std::string_view line) {
+    constexpr int kLinesLookedAt = 3;
+    if (foundBlock_ || !foreign_.empty() || linesLookedAt_ == kLinesLookedAt) return;
+    ++linesLookedAt_;
+    foreign_ = vorlandi::foreignFormat(line);
+}
+
+}  // namespace vorlandi
