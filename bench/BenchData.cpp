@@ -10,7 +10,7 @@
 namespace vorlandi::bench {
 namespace {
 
-// A folder that goes away at the end.
+// A temporary folder, removed at the end.
 class Folder {
 public:
     Folder() {
@@ -30,7 +30,7 @@ public:
 
 void writeEphemeris(const tools::EphemerisFormat& format, std::int64_t points, std::int32_t satellite,
                     std::ostream& stream) {
-    constexpr double kStep_s = 60.0;  // an orbit of no great accuracy does
+    constexpr double kStep_s = 60.0;  // a benchmark needs no accurate orbit
     const tools::UtcTime epoch{std::chrono::sys_days{std::chrono::year{2026} / 1 / 31}};
     const tools::State initial{{-2380.0, 6050.0, 2510.0}, {-4.845, -3.747, 4.437}};
     format.write(
@@ -38,7 +38,7 @@ void writeEphemeris(const tools::EphemerisFormat& format, std::int64_t points, s
         stream);
 }
 
-// What fillStore left.
+// What fillStore left in the store.
 struct Filling {
     std::int32_t satellites = 0;
     std::int32_t points = 0;
@@ -48,7 +48,7 @@ struct Filling {
 Filling filling;
 std::vector<std::int64_t> filledKeys;
 
-// Says with the results what they were measured on.
+// Adds the machine and the compiler to the results.
 const bool contextAdded = [] {
     std::ifstream file("/proc/cpuinfo");
     std::string line;

@@ -21,7 +21,7 @@ constexpr double kSpacing_days = 60.0 / 86400.0;
 // A point of a low circular orbit, with a covariance.
 Vorlanpoint orbitPoint(std::int64_t index);
 
-// What the store keeps of so many points.
+// The bytes that the store keeps for this many points.
 constexpr double storedBytes(std::int64_t points, bool withCovariance) {
     return static_cast<double>(points) *
            static_cast<double>(sizeof(Vorlanstate) + (withCovariance ? sizeof(PointCovariance) : 0));
@@ -30,12 +30,11 @@ constexpr double storedBytes(std::int64_t points, bool withCovariance) {
 // Empties the store, whatever filled it.
 void emptyStore();
 
-// Satellites of `points` points each, one a minute, and nothing else in the store; their keys in the order of
-// adding. The store stays filled, so that repetitions find it so; the keys stand until it is emptied or
-// filled otherwise.
+// Fills the store with satellites of `points` points each, one a minute, and nothing else. Returns their keys in the
+// order of adding. The store stays filled for repetitions; the keys are valid until it is emptied or filled otherwise.
 const std::vector<std::int64_t>& fillStore(std::int32_t satellites, std::int32_t points, bool withCovariance = true);
 
-// How many points all satellites have together.
+// The number of points of all satellites.
 std::int64_t pointsInStore();
 
 // Times inside the span of `points` points, in random order; always the same ones.
@@ -49,10 +48,10 @@ const std::filesystem::path& temporaryFolder();
 const std::filesystem::path& ephemerisFile(std::string_view format, std::int64_t points,
                                            std::int32_t satellite = 81001);
 
-// All of a file.
+// The contents of a file.
 std::string contentOf(const std::filesystem::path& path);
 
-// A counter of the nanoseconds that each of the things took that every round does so many of.
+// Adds a counter: nanoseconds per item.
 void countNanoseconds(benchmark::State& state, const char* name, double thingsPerRound);
 
 }  // namespace vorlandi::bench

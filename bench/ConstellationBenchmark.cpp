@@ -1,5 +1,5 @@
-// A constellation: a day of many satellites with covariance, loaded through one card file and asked for one
-// time.
+// A constellation: a day of many satellites with covariance, loaded through one card file and queried at
+// one time.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -49,7 +49,7 @@ void loadConstellation(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * kFiles * kPoints);
 }
 
-// Positions, velocities and, when wanted, covariances of all at one time in the middle of the day.
+// Positions, velocities and optionally covariances of all satellites at one time in the middle of the day.
 void statesOfConstellation(benchmark::State& state, bool withCovariance) {
     if (!allLoaded()) {
         emptyStore();

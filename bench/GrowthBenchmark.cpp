@@ -1,5 +1,4 @@
-// Single queries as the store grows: over the points of one satellite, and over satellites of a few points
-// each.
+// Single queries as the store grows: over the points of one satellite, and over satellites of a few points each.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -9,11 +8,10 @@
 namespace vorlandi::bench {
 namespace {
 
-// So many that the requests alone reach nearly all points of the largest store, and no cache holds what they
-// touch.
+// So many that the requests reach nearly all points of the largest store, and no cache holds what they touch.
 constexpr std::size_t kRequests = std::size_t{1} << 20;
 
-// A query of the next of the keys at the next of the times, over and over; as many times as a power of two.
+// Queries the next key at the next time, over and over. The number of times is a power of two.
 void queryInTurn(benchmark::State& state, const std::vector<std::int64_t>& keys, const std::vector<double>& times) {
     double mse, pos[3], vel[3];
     std::int32_t revNum;

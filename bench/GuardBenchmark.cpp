@@ -1,4 +1,4 @@
-// The store's guard in its two modes: what entering and leaving costs a call, what several threads get out of single
+// The store's guard in its two modes: the cost of entering and leaving, the gain of several threads with single
 // queries, and how long a change waits for many readers.
 #include <benchmark/benchmark.h>
 
@@ -35,7 +35,7 @@ std::int64_t storedSatellite(Keys kind) {
     return key;
 }
 
-// Enter, look at two times, leave.
+// Enters, reads two times, leaves.
 void startEndTime(benchmark::State& state, std::int32_t mode, Keys kind) {
     const std::int64_t key = storedSatellite(kind);
     const InMode inMode(mode);
@@ -117,7 +117,7 @@ void addBesideReaders(benchmark::State& state, std::int32_t mode) {
         const std::int64_t added = VorlanAddSat(1'000'000, 1, kEpoch, 6378.135, 0.07);
         state.PauseTiming();
         VorlanRemoveSat(added);
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));  // the readers get into the middle of their work
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));  // let the readers start
         state.ResumeTiming();
     }
     done = true;

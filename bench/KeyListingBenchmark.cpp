@@ -1,4 +1,4 @@
-// Listing the keys in each order, beside copying or sorting as many.
+// Listing the keys in each order, compared with copying or sorting as many.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::int32_t kListed = 10'000;
 
-// Fills the store with satellites in a random order of numbers; the numbers.
+// Fills the store with satellites in a random order of numbers. Returns the numbers.
 std::vector<std::int64_t> addInRandomOrder() {
     std::vector<std::int64_t> numbers(kListed);
     for (std::size_t k = 0; k < numbers.size(); ++k)
@@ -45,8 +45,8 @@ void copyKeys(benchmark::State& state) {
     }
 }
 
-// The limit of a listing that has to be sorted: taking the numbers that are compared and the keys from an
-// array, where they stand as the tree gives them, and sorting them.
+// The limit of a listing that has to be sorted: copying the compared numbers and the keys from an array in the order of
+// the tree, and sorting them.
 template <typename Compared>
 void sortPairs(benchmark::State& state, Compared (*comparedOf)(std::int64_t number, std::int64_t sequence)) {
     const std::vector<std::int64_t> numbers = addInRandomOrder();

@@ -1,4 +1,4 @@
-// Loading a file of every format, beside just reading its bytes and just turning its numbers into doubles;
+// Loading a file of every format, compared with only reading its bytes and with only parsing its numbers;
 // and loading in two threads at once.
 #include <benchmark/benchmark.h>
 #include <sys/mman.h>
@@ -55,7 +55,7 @@ void readBytes(benchmark::State& state, const Path& path, std::int64_t) {
     }
 }
 
-// The same into memory that is as large as the file and new to the process, as that of loaded points is.
+// The same into memory as large as the file that is new to the process, like the memory of loaded points.
 void readIntoMemory(benchmark::State& state, const Path& path, std::int64_t) {
     const std::size_t size = std::filesystem::file_size(path);
     for (auto _ : state) {
@@ -75,7 +75,7 @@ void readIntoMemory(benchmark::State& state, const Path& path, std::int64_t) {
     }
 }
 
-// Every number of a text that is in memory already; what can't begin one is passed over.
+// Parses every number of a text in memory and skips what can't begin one.
 void sumOfNumbers(const std::string& text) {
     double sum = 0.0;
     const char* at = text.data();
@@ -98,7 +98,7 @@ void fromChars(benchmark::State& state, const Path& path, std::int64_t) {
         sumOfNumbers(text);
 }
 
-// A thread for each of some files, from the start of the first to the end of the last.
+// One thread for each file, timed from the start of the first to the end of the last.
 void loadInThreads(benchmark::State& state) {
     constexpr std::int64_t kPoints = 200'000;
     const std::int64_t count = state.range(0);
@@ -126,7 +126,7 @@ void loadInThreads(benchmark::State& state) {
                             static_cast<std::int64_t>(std::filesystem::file_size(paths[0])));
 }
 
-// What two threads gain on this machine at best: nothing that is shared, and no memory taken.
+// The most that two threads can gain on this machine: they share nothing and allocate nothing.
 void fromCharsInThreads(benchmark::State& state) {
     const std::string text = contentOf(ephemerisFile("STK", 200'000));
     for (auto _ : state) {

@@ -1,8 +1,8 @@
-// What points cost in memory, in a process that does nothing else, so that nothing earlier counts:
+// The memory of points, in a process that does nothing else, so that nothing earlier counts:
 //   vorlandi_memory state N | covariance N | load FILE
-// prints how many bytes the process came to hold (VmRSS) and held at most (VmHWM) beyond what it had before,
-// and the number of points stored. The kernel counts whole pages. ru_maxrss would not do: it keeps what the
-// starting process held before exec.
+// prints the growth of the process in bytes, at the end (VmRSS) and at its peak (VmHWM), and the number of points
+// stored. The kernel counts whole pages. ru_maxrss would not do: it includes the memory of the starting process before
+// exec.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

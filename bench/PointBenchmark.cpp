@@ -10,7 +10,7 @@
 namespace vorlandi::bench {
 namespace {
 
-// The time per point is flat when growth costs no more than the points themselves.
+// The time per point is constant if growth costs no more than the points themselves.
 void appendPoints(benchmark::State& state, bool withCovariance) {
     const std::int64_t points = state.range(0);
     const Vorlanpoint point = orbitPoint(0);
@@ -34,8 +34,8 @@ void appendPoints(benchmark::State& state, bool withCovariance) {
     countNanoseconds(state, "ns_per_point", static_cast<double>(points));
 }
 
-// The limit of appending: copying the stored bytes, point by point, to a place that was written before. A new
-// satellite also has to take memory from the system.
+// The limit of appending: copying the stored bytes, point by point, to memory that was written before. A new satellite
+// also has to take memory from the system.
 void copyPoints(benchmark::State& state, bool withCovariance) {
     const auto size = static_cast<std::size_t>(storedBytes(1, withCovariance));
     const auto points = static_cast<std::size_t>(state.range(0));
@@ -50,8 +50,7 @@ void copyPoints(benchmark::State& state, bool withCovariance) {
     countNanoseconds(state, "ns_per_point", static_cast<double>(points));
 }
 
-// Runs vorlandi_memory, which says in bytes how much memory it came to hold, and held at most, for how many
-// points.
+// Runs vorlandi_memory, which prints its growth in bytes at the end and at its peak, and the number of points.
 struct Memory {
     double held = 0.0, most = 0.0;
     std::int64_t points = -1;

@@ -1,5 +1,4 @@
-// State queries: one at a time, from one satellite or from many, beside the bare kernel on a window that is
-// given.
+// State queries: one at a time, of one satellite or of many, compared with the bare kernel on a given window.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -35,7 +34,7 @@ void kernel(benchmark::State& state, Covariance covariance) {
     }
 }
 
-// The window's own part done once: what each of many requests inside it costs.
+// The cost of each of many requests inside a window whose own part is done once.
 void kernelInSharedWindow(benchmark::State& state, Covariance covariance) {
     const Window nodes;
     std::vector<double> times = randomTimes(2);
@@ -77,7 +76,7 @@ void query(benchmark::State& state, bool withCovariance, std::int32_t satellites
 constexpr std::int32_t kDay = 1441;
 constexpr std::size_t kBatch = 65536;
 
-// Answers of a batch, all outputs wanted or the covariance left out.
+// The answers of a batch, with or without covariance.
 struct BatchOutputs {
     explicit BatchOutputs(std::size_t n, bool withCovariance)
         : posVel(n * 6), revNums(n), covMtx(withCovariance ? n * 36 : 0), errCodes(n) {}

@@ -1,4 +1,4 @@
-// The store: satellites added, removed and saved, each beside the least that it could cost.
+// The store: satellites added, removed and saved, each compared with a lower limit of its cost.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -60,8 +60,8 @@ void removeSatellites(benchmark::State& state) {
     countNanoseconds(state, kPerSatellite, static_cast<double>(keys.size()));
 }
 
-// The limit of adding and removing: the same keys in the same orders as keys of a map that holds nothing but
-// one integer for each: no record, no lock, no check of what is given.
+// The limit of adding and removing: a map with the same keys in the same orders and one integer for each; no record, no
+// lock, no check of the arguments.
 using KeyMap = std::map<std::int64_t, std::int64_t>;
 
 std::vector<std::int64_t> satelliteKeys(std::int64_t count) {
@@ -114,7 +114,7 @@ void saveFile(benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(file_size(path)));
 }
 
-// The limit of saving: the same lines, ready in memory, through a stream of the same kind.
+// The limit of saving: the same lines, ready in memory, written through a stream of the same kind.
 void writeLines(benchmark::State& state) {
     fillStore(10000, 1);
     const auto path = temporaryFolder() / "saved.card";

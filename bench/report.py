@@ -27,7 +27,7 @@ SHARED = ("the kernel, window ready", "kernelInSharedWindow/state", "time")
 SHARED_COVARIANCE = ("the kernel, window ready", "kernelInSharedWindow/covariance", "time")
 NONE = (None, None, None)
 
-# Where columns touch, from_chars reads runs of digits as one number and is no lower limit.
+# If columns touch, from_chars reads runs of digits as one number and is not a lower limit.
 TOUCHING_COLUMNS = ("VECTOR", "SIMOBS")
 TEXT_FORMATS = ("UNIVERSAL", "UNIVERSAL_CSV", "STK", "V31", "ECR", "ECR_POSITIONS", "ITC", "ITC_WOCOV",
                 "DCE_TEXT", "LAUNCH", "EELV", "LCH", "OASYS", "OWNER", "J2K", "VECTOR", "SIMOBS")
@@ -129,7 +129,7 @@ def read_benchmarks(document):
 
 
 def value_of(run, field):
-    """In ns, bytes per second or bytes. A time is the processor's: what others take of it doesn't count."""
+    """In ns, bytes per second or bytes. A time is processor time: other processes don't count."""
     if field == "time":
         return run["cpu_time"] * NANOSECONDS[run["time_unit"]]
     if field == "wall":
@@ -159,7 +159,7 @@ def verdict(target, ratio, value):
 
 
 def row(results, title, name, field, limit_title, limit_name, limit_field, target):
-    """A row of the table; nothing if its benchmark is missing, and no verdict if that of its limit is."""
+    """A row of the table: nothing if its benchmark is missing, and no verdict if the benchmark of its limit is."""
     if name not in results:
         return None
     if limit_name not in results:
@@ -200,7 +200,7 @@ def table(rows, markdown):
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("results", type=pathlib.Path, help="what --benchmark_out wrote")
-    parser.add_argument("--json", type=pathlib.Path, help="where the rows go: report.json beside the results")
+    parser.add_argument("--json", type=pathlib.Path, help="file for the rows; report.json next to the results by default")
     parser.add_argument("--docs", type=pathlib.Path, help="a page whose marked block gets the table")
     arguments = parser.parse_args()
     document = json.loads(arguments.results.read_text())

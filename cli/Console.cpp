@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "Texts.hpp"
+#include "ForeignTexts.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -29,8 +29,8 @@ std::size_t terminalColumns() {
     return size.ws_col;
 }
 
-// A message leaves in one piece, so that it never mixes with the output of other programs on the terminal. If standard
-// error can't be written to, nobody is left to tell.
+// Writes a message in one piece, so that it never mixes with the output of other programs on the terminal. If standard
+// error can't be written to, there is nowhere to report it.
 void toStandardError(const std::string& text) {
     std::fwrite(text.data(), 1, text.size(), stderr);
     std::fflush(stderr);

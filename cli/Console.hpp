@@ -1,4 +1,4 @@
-// What the tool says beside its output: messages and progress on standard error.
+// Messages and progress, on standard error.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ class Console {
 public:
     Console();
 
-    // Information is shown only if asked for; errors and warnings always.
+    // Information is shown only when verbose; errors and warnings always.
     void setVerbose(bool verbose) { verbose_ = verbose; }
     bool isVerbose() const { return verbose_; }
 
@@ -23,7 +23,7 @@ public:
 
     bool hasReportedError() const { return errorReported_; }
 
-    // One line that the next one replaces; nothing unless standard error is a terminal.
+    // Shows a line that the next one replaces. Does nothing unless standard error is a terminal.
     void progress(const std::string& text);
     void clearProgress();
 
@@ -37,8 +37,7 @@ private:
     bool progressShown_ = false;
 };
 
-// Lets the first ten messages of a kind pass and counts the others, so that none floods the terminal; with --verbose
-// all pass.
+// Limits the messages of a kind: admits the first ten and counts the others. With --verbose it admits all.
 class Quota {
 public:
     explicit Quota(const Console& console) : unlimited_(console.isVerbose()) {}

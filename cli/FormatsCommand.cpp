@@ -7,7 +7,7 @@ namespace vorlandi::cli {
 namespace {
 
 struct FormatLine {
-    const char* name;  // as the read observer hears it
+    const char* name;  // as the read observer receives it
     const char* recognisedBy;
     const char* content;
 };
@@ -26,8 +26,8 @@ constexpr FormatLine kFormats[] = {
     {"OASYS", "a date with slashes and colons, or VERSION:", "dates with J2000 states"},
     {"OWNER", "a date and six decimal numbers", "dates with J2000 states, no header"},
     {"J2K", "SPEPH PREDICTION EPHEMERIS", "dates in groups with J2000 states"},
-    {"VECTOR", "constants and SP or GP in its columns", "two lines a point, the frame by name"},
-    {"SIMOBS", "constants and Z in column 80", "three lines a point, the frame by name"},
+    {"VECTOR", "constants and SP or GP in its columns", "two lines per point, the frame by name"},
+    {"SIMOBS", "constants and Z in column 80", "three lines per point, the frame by name"},
 };
 
 constexpr const char* kFooter =

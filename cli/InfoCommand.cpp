@@ -5,12 +5,12 @@
 #include <memory>
 #include <optional>
 
+#include "ForeignTexts.hpp"
+#include "Library.hpp"
 #include "Loading.hpp"
 #include "Output.hpp"
 #include "Spacing.hpp"
-#include "Store.hpp"
 #include "TextTable.hpp"
-#include "Texts.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -19,7 +19,7 @@ constexpr const char* kFooter =
     R"(least, median and largest are the seconds between neighbouring points, to the microsecond. A gap is a step that is
 longer than three times the median of the 31 steps around it: states within it can be far off. velocities and
 covariances say whether all points have them, some or none; between points without velocities (all zero) states are
-far off, too. The tag is the text that a card file gives the satellite it names next.
+also far off. The tag is the text that a card file gives the satellite it names next.
 
 A second satellite with the same number, frame and first time is refused as a duplicate. Names in a card file are
 relative to the current directory; a file that can't be read is an error, and the others are loaded.
@@ -87,7 +87,7 @@ void printTable(const std::vector<Row>& rows, Output& output) {
     table.print(output);
 }
 
-// A value under the name that it has in csv and json.
+// A value and its name in csv and json.
 struct Field {
     const char* name;
     std::string csv;
@@ -104,7 +104,7 @@ Field seconds(const char* name, std::optional<double> value) {
 
 Field text(const char* name, const std::string& value) { return {name, csvField(value), jsonText(value)}; }
 
-// A satellite without points has no times; a time outside of the years 1900 to 2199 has no text.
+// A satellite without points has no times; a time outside the years 1900 to 2199 has no text.
 Field time(const char* name, const Satellite& satellite, double ds50UTC) {
     const std::string iso = timeText(satellite, ds50UTC);
     return {name, iso, iso.empty() ? "null" : jsonText(iso)};

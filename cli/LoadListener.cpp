@@ -38,7 +38,7 @@ std::optional<std::string_view> problemIn(std::string_view message) {
     return message.substr(separator + kSeparator.size());
 }
 
-// What follows a message about a bad line: the part of the line that is to blame.
+// After this problem the next message is the unreadable part of the line.
 constexpr std::string_view kBadData = "Bad ephemeris data.";
 // A problem whose cause is the line itself.
 constexpr std::string_view kReadError = "File read error.";
@@ -69,7 +69,7 @@ bool beginsWithNumber(const std::string& file) {
     return std::filesystem::path(file).filename().string().starts_with(std::to_string(kUncatalogued));
 }
 
-// Why a file that a card names could not be read: the library doesn't tell.
+// Why a file that a card names could not be read. The library doesn't say.
 std::string reasonAgainst(const std::string& name) {
     struct stat status {};
     if (stat(name.c_str(), &status) != 0) return std::strerror(errno);
@@ -102,7 +102,7 @@ LoadListener::LoadListener(std::string argument, Formats& formats, Console& cons
       formats_(formats),
       console_(console),
       tallies_(std::size(kPlurals), Tally{Quota(console), ""}) {
-    VorlanTraceSetHandler(hearMessage, this);
+    VorlanTraceSetHandler(onMessage, this);
 }
 
 LoadListener::~LoadListener() { VorlanTraceSetHandler(nullptr, nullptr); }
@@ -118,11 +118,11 @@ void LoadListener::finish() {
     }
 }
 
-void LoadListener::hearMessage(std::int32_t severity, const char* text, std::int32_t length, void* self) noexcept {
-    static_cast<LoadListener*>(self)->takeMessage(severity, {text, static_cast<std::size_t>(length)});
+void LoadListener::onMessage(std::int32_t severity, const char* text, std::int32_t length, void* self) noexcept {
+    static_cast<LoadListener*>(self)->handleMessage(severity, {text, static_cast<std::size_t>(length)});
 }
 
-void LoadListener::hear(const ReadEvent& event) noexcept {
+void LoadListener::onEvent(const ReadEvent& event) noexcept {
     using enum ReadEvent::Kind;
     const std::string file(event.file);
     const std::string text(event.text);
@@ -139,7 +139,7 @@ void LoadListener::hear(const ReadEvent& event) noexcept {
             badLine_ = {place, text, false};
             break;
         case Dropped:
-            takeDropped(place);
+            handleDropped(place);
             break;
         case Stored:
             formats_[keyIn(text)] = block_.format;
@@ -157,15 +157,15 @@ void LoadListener::hear(const ReadEvent& event) noexcept {
     }
 }
 
-void LoadListener::takeMessage(std::int32_t severity, std::string_view message) {
+void LoadListener::handleMessage(std::int32_t severity, std::string_view message) {
     if (severity != VORLAN_TRACE_ERROR) return console_.information(argument_, message);
     if (message.starts_with(kDuplicate)) return;
-    if (badLine_) return takeMessageOfBadLine(message);
+    if (badLine_) return handleMessageAboutBadLine(message);
     report(Problem::Other, block_.file.empty() ? argument_ : block_.file, problemIn(message).value_or(message));
 }
 
 // Some readers log the line itself before the problem; it is known already.
-void LoadListener::takeMessageOfBadLine(std::string_view message) {
+void LoadListener::handleMessageAboutBadLine(std::string_view message) {
     const auto& [place, text, awaitsDetail] = *badLine_;
     const auto problem = problemIn(message);
     if (awaitsDetail) {
@@ -181,7 +181,7 @@ void LoadListener::takeMessageOfBadLine(std::string_view message) {
     }
 }
 
-// A line that could not be read as numbers; if there is none, the file could not be read.
+// Names the line that could not be read as numbers, or the file if there is no such line.
 std::string LoadListener::reasonOfReadError() const {
     const auto& [place, text, awaitsDetail] = *badLine_;
     if (place.format == kBinaryFormat) return "not a readable record of DCE_BINARY data";
@@ -202,7 +202,7 @@ void LoadListener::reportBadLine(Problem problem, const std::string& text) {
     badLine_.reset();
 }
 
-void LoadListener::takeDropped(const Place& place) {
+void LoadListener::handleDropped(const Place& place) {
     if (console_.isVerbose()) {
         console_.warning(nameOf(place), "point dropped: not later than the point before it");
     } else if (dropped_++ == 0) {
@@ -223,7 +223,7 @@ void LoadListener::endBlock() {
 
 void LoadListener::report(Problem problem, const std::string& where, std::string_view text) {
     const bool isWarning = problem == Problem::DroppedPoints;
-    heardError_ = heardError_ || !isWarning;
+    errorSeen_ = errorSeen_ || !isWarning;
     auto& [quota, last] = tallies_[static_cast<std::size_t>(problem)];
     last = where;
     if (!quota.admits()) return;
@@ -245,10 +245,10 @@ std::string LoadListener::reasonOfRefusal(std::string_view reason) const {
     return fmt::format("the satellite number {}, or the first time is not in the years 1950 to 2199", fault);
 }
 
-// A duplicate has the key that its number and first time give. Satellites with the same number and nearly the same first
-// time share that key, so the later ones have the keys after it: one of them is the original.
+// The key of a duplicate is made from its number and first time. Satellites with the same number and nearly the same
+// first time would share that key, so the later ones get the next keys: one of them is the original.
 std::vector<Satellite> LoadListener::originalsOf(std::int64_t duplicate) const {
-    constexpr double kSharedKey_days = 10.0 / kSecondsPerDay;  // times of one key are closer to each other
+    constexpr double kSharedKey_days = 10.0 / kSecondsPerDay;  // only closer times can share a key
     std::vector<Satellite> originals = {satelliteOf(duplicate)};
     const auto isAlike = [first = originals[0]](const Satellite& other) {
         return other.number == first.number && std::abs(other.span.start - first.span.start) < kSharedKey_days;

@@ -1,4 +1,4 @@
-// What the library says and encounters while it loads one file, turned into messages that name file and line.
+// Turns what the library reports while it loads a file into messages that name file and line.
 #pragma once
 
 #include <cstdint>
@@ -10,11 +10,11 @@
 #include <vector>
 
 #include "Console.hpp"
-#include "Store.hpp"
+#include "Library.hpp"
 
 namespace vorlandi::cli {
 
-// Name of the format of each satellite that was loaded, by its key.
+// The format of each loaded satellite, by its key.
 using Formats = std::map<std::int64_t, std::string>;
 
 class LoadListener : public ReadListener {
@@ -23,11 +23,11 @@ public:
     LoadListener(std::string argument, Formats& formats, Console& console);
     ~LoadListener() override;
 
-    // Reports what has been held back. To be called after the load.
+    // Reports what has been held back. Call it after the load.
     void finish();
 
-    bool hasHeardError() const { return heardError_; }
-    bool hasHeardFormat() const { return !files_.empty(); }
+    bool hasSeenError() const { return errorSeen_; }
+    bool hasSeenFormat() const { return !files_.empty(); }
 
     // The files in which a format was recognised.
     const std::set<std::string>& files() const { return files_; }
@@ -50,13 +50,13 @@ private:
         std::string last;
     };
 
-    // The library calls these. No exception may leave them.
-    static void hearMessage(std::int32_t severity, const char* text, std::int32_t length, void* self) noexcept;
-    void hear(const ReadEvent& event) noexcept override;
+    // Called by the library: no exception may leave them.
+    static void onMessage(std::int32_t severity, const char* text, std::int32_t length, void* self) noexcept;
+    void onEvent(const ReadEvent& event) noexcept override;
 
-    void takeMessage(std::int32_t severity, std::string_view message);
-    void takeMessageOfBadLine(std::string_view message);
-    void takeDropped(const Place& place);
+    void handleMessage(std::int32_t severity, std::string_view message);
+    void handleMessageAboutBadLine(std::string_view message);
+    void handleDropped(const Place& place);
     void endBlock();
 
     void reportBadLine(Problem problem, const std::string& text);
@@ -79,7 +79,7 @@ private:
     std::int64_t dropped_ = 0;        // points of this block
     Place firstDropped_;
     std::vector<Tally> tallies_;  // one for each problem
-    bool heardError_ = false;
+    bool errorSeen_ = false;
 };
 
 }  // namespace vorlandi::cli

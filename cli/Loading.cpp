@@ -6,9 +6,9 @@
 #include <cstring>
 #include <filesystem>
 
+#include "Library.hpp"
 #include "Options.hpp"
 #include "Output.hpp"
-#include "Store.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -29,13 +29,13 @@ std::string describeStatus(int status, const std::string& name) {
     return std::strerror(status);
 }
 
-// What is wrong with a load of which the library said nothing; empty if nothing is.
-std::string verdict(int status, bool storedAny, const LoadListener& listener, const std::string& name) {
-    if (listener.hasHeardError()) return "";
+// The fault of a load about which the library reported no error; empty if there is none.
+std::string unreportedFault(int status, bool storedAny, const LoadListener& listener, const std::string& name) {
+    if (listener.hasSeenError()) return "";
     if (status != 0) return describeStatus(status, name);
     if (storedAny) return "";
-    return listener.hasHeardFormat() ? "nothing was loaded"
-                                     : "no ephemeris recognised in this file, nor in any that its cards name";
+    return listener.hasSeenFormat() ? "nothing was loaded"
+                                    : "no ephemeris recognised in this file, nor in any that its cards name";
 }
 
 void refuseOverwriting(const std::string& output, const std::string& input) {
@@ -56,9 +56,9 @@ bool loadOne(const std::string& file, const std::string& output, Formats& format
     listener.finish();
     for (const std::string& named : listener.files())
         refuseOverwriting(output, named);
-    const std::string fault = verdict(status, satelliteCount() > countBefore, listener, name);
+    const std::string fault = unreportedFault(status, satelliteCount() > countBefore, listener, name);
     if (!fault.empty()) console.error(file, fault);
-    return fault.empty() && !listener.hasHeardError();
+    return fault.empty() && !listener.hasSeenError();
 }
 
 }  // namespace

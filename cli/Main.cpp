@@ -7,11 +7,11 @@
 
 #include "FormatsCommand.hpp"
 #include "InfoCommand.hpp"
+#include "Library.hpp"
 #include "Options.hpp"
 #include "Output.hpp"
 #include "SaveCommand.hpp"
 #include "StatesCommand.hpp"
-#include "Store.hpp"
 #include "vorlandi/services.h"
 
 namespace vorlandi::cli {
@@ -26,8 +26,8 @@ Examples:
   vorlandi save my.card *.e
   vorlandi states --help)";
 
-// A file opened while standard error is closed would get its number, and the messages would go into that file. A closed
-// standard output is replaced by a file that can't be written to, so that the first write notices it.
+// Replaces closed standard streams. A file opened while standard error is closed would get its descriptor, and the
+// messages would go into that file. Standard output is replaced by a file that can't be written to: the first write fails.
 void occupyStandardStreams() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (fcntl(descriptor, F_GETFD) == -1) open("/dev/null", descriptor == STDERR_FILENO ? O_WRONLY : O_RDONLY);
@@ -71,7 +71,7 @@ ExitStatus report(const CLI::ParseError& error, const CLI::App& application, Con
 ExitStatus parseAndRun(int argc, const char* const* argv, Session& session) {
     CLI::App application("Satellite states from ephemeris files.");
     addCommands(application, session);
-    const bool helpAsked = argc == 2 && std::string_view(argv[1]) == "help";  // as many programs take it
+    const bool helpAsked = argc == 2 && std::string_view(argv[1]) == "help";  // many programs have it
     const char* const help[] = {"vorlandi", "--help"};
     try {
         application.parse(argc, helpAsked ? help : argv);
@@ -100,7 +100,7 @@ ExitStatus run(int argc, const char* const* argv) {
 }  // namespace vorlandi::cli
 
 int main(int argc, char* argv[]) {
-    // A reader that has seen enough, and a file that has reached its largest size, are noticed by the write that fails.
+    // A closed pipe and a file at its size limit then make a write fail instead of ending the program.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     vorlandi::cli::occupyStandardStreams();

@@ -15,9 +15,13 @@ const std::map<std::string, Format>& formatsByName() {
 
 }  // namespace
 
+void reportNothingToWrite(const std::string& output, Console& console) {
+    console.error(output, "not written: there is nothing to write");
+}
+
 bool refusesEmptyFile(const std::string& output, Console& console) {
     if (output == kStandardOutput) return false;
-    console.error(output, "not written: there is nothing to write");
+    reportNothingToWrite(output, console);
     return true;
 }
 

@@ -1,4 +1,4 @@
-// What the commands have in common: exit statuses, shared options and the session that a command runs in.
+// Shared by the commands: exit statuses, options and the session that a command runs in.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -11,7 +11,6 @@ namespace vorlandi::cli {
 
 enum class ExitStatus { Success = 0, Failure = 1, Usage = 2 };
 
-// If anything went wrong, the whole run is a failure.
 inline ExitStatus statusOf(bool allWell) { return allWell ? ExitStatus::Success : ExitStatus::Failure; }
 
 struct Session {
@@ -19,12 +18,14 @@ struct Session {
     ExitStatus status = ExitStatus::Success;
 };
 
-// Thrown for a fault in the arguments that only the command itself can find: option and reason.
+// Thrown for a fault in the arguments that only the command itself can detect: option and reason.
 using UsageError = CLI::ValidationError;
 
 enum class Format { Table, Csv, Json };
 
-// A file is not replaced by an output that holds nothing: reports it and returns true if the output is a file.
+void reportNothingToWrite(const std::string& output, Console& console);
+
+// An empty output does not replace a file: reports it and returns true, unless the output is standard output.
 bool refusesEmptyFile(const std::string& output, Console& console);
 
 void addInputFiles(CLI::App& command, std::vector<std::string>& files);

@@ -14,7 +14,7 @@ constexpr mode_t kReadAndWriteForAll = 0666;
 
 bool isFile(const std::string& name) { return name != kStandardOutput; }
 
-int openStraight(const std::string& name) {
+int openDirectly(const std::string& name) {
     if (!isFile(name)) return STDOUT_FILENO;
     return open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, kReadAndWriteForAll);
 }
@@ -24,7 +24,7 @@ int openStraight(const std::string& name) {
 Output::Output(const std::string& name)
     : name_(name),
       pending_(isFile(name) ? PendingFile::beside(name) : nullptr),
-      descriptor_(pending_ ? pending_->descriptor() : openStraight(name)) {
+      descriptor_(pending_ ? pending_->descriptor() : openDirectly(name)) {
     if (descriptor_ == kClosed) fail(errno);
 }
 
@@ -44,7 +44,7 @@ void Output::close() {
         if (const int error = pending_->commit(); error != 0) fail(error);
         return;
     }
-    // Some file systems report a full disk here and not before. Standard output is closed too: nothing follows.
+    // Some file systems report a full disk only here. Standard output is closed too: nothing follows.
     if (::close(descriptor) != 0) fail(errno);
 }
 

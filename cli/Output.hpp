@@ -1,4 +1,4 @@
-// The output of a command: standard output or a file, buffered, with every failure noticed.
+// The output of a command: standard output or a file, buffered. Every failure is reported.
 #pragma once
 
 #include <fmt/format.h>
@@ -19,7 +19,7 @@ inline constexpr std::string_view kStandardOutput = "-";
 // A file that exists keeps its content until close().
 class Output {
 public:
-    // Opens a file, or takes standard output for "-". Throws an OutputError, as all members do.
+    // Opens a file, or standard output for "-". All members throw an OutputError on failure.
     explicit Output(const std::string& name);
     ~Output();
 
@@ -34,8 +34,7 @@ public:
 
     void write(std::string_view text);
 
-    // Writes what is still buffered and replaces the file. Only after it has returned is the output known to be
-    // complete.
+    // Writes what is still buffered and replaces the file. The output is complete once this has returned.
     void close();
 
 private:
@@ -46,7 +45,7 @@ private:
     [[noreturn]] void fail(int error) const;
 
     std::string name_;
-    std::unique_ptr<PendingFile> pending_;  // null if the output is written straight
+    std::unique_ptr<PendingFile> pending_;  // null if the output is written directly
     int descriptor_;
     fmt::memory_buffer buffer_;
 };

@@ -1,4 +1,4 @@
-// What can go wrong with an output.
+// The failures of an output.
 #pragma once
 
 #include <cstring>
@@ -8,11 +8,10 @@
 
 namespace vorlandi::cli {
 
-// The reader of the output has gone, as `head` does when it has seen enough. That is not an error, but there is nothing
-// more to do.
+// The reader of the output has closed it, as `head` does. That is not an error, but there is nothing left to do.
 class OutputClosed {};
 
-// The name of the output, and as what() the reason.
+// name() is the output, what() the reason.
 class OutputError : public std::runtime_error {
 public:
     OutputError(std::string_view name, int error) : OutputError(name, std::strerror(error)) {}

@@ -18,7 +18,7 @@ std::string trimmed(const PaddedText<Length>& text) {
     return std::string(all.substr(0, all.find_last_not_of(' ') + 1));
 }
 
-// A text longer than Length is cut; whoever cannot live with that asks for its length first.
+// Cuts a text longer than Length.
 template <std::size_t Length>
 PaddedText<Length> padded(std::string_view text) {
     PaddedText<Length> result;

@@ -36,7 +36,7 @@ extern "C" void removeAndEnd(int signal) {
     std::raise(signal);
 }
 
-// Holds the signals back while a file and its temporary name come into being or go.
+// Blocks the signals while a file and its temporary name are created or removed.
 class SignalsBlocked {
 public:
     SignalsBlocked() {
@@ -70,9 +70,9 @@ bool isInProc(const fs::path& directory) {
     return statfs(directory.c_str(), &status) == 0 && status.f_type == PROC_SUPER_MAGIC;
 }
 
-// The file at the end of all symbolic links; it may be absent. None for /dev/stdout and the like, links to open files,
-// which are to be written and not replaced.
-std::optional<fs::path> behindLinks(fs::path path) {
+// The file at the end of all symbolic links; it may not exist yet. None for links to open files, such as /dev/stdout:
+// these are written, not replaced.
+std::optional<fs::path> targetOfLinks(fs::path path) {
     constexpr int kMostLinks = 40;  // as many as the kernel follows
     for (int links = 0; links <= kMostLinks; ++links) {
         std::error_code error;
@@ -104,8 +104,8 @@ std::optional<Ownership> ownershipOf(const fs::path& target) {
     return Ownership{kReadAndWriteForAll & ~mask};
 }
 
-// False if they can't be kept. The mode comes last, since a change of owner clears some of its bits.
-bool takeOver(int descriptor, const Ownership& ownership) {
+// False if mode and owner can't be set. The mode comes last, since a change of owner clears some of its bits.
+bool setOwnership(int descriptor, const Ownership& ownership) {
     return fchown(descriptor, ownership.user, ownership.group) == 0 && fchmod(descriptor, ownership.mode) == 0;
 }
 
@@ -114,7 +114,7 @@ bool forbidden(int error) { return error == EACCES || error == EPERM || error ==
 }  // namespace
 
 std::unique_ptr<PendingFile> PendingFile::beside(const std::string& name) {
-    const std::optional<fs::path> target = behindLinks(name);
+    const std::optional<fs::path> target = targetOfLinks(name);
     const std::optional<Ownership> ownership = target ? ownershipOf(*target) : std::nullopt;
     if (!ownership || !target->has_filename()) return nullptr;
     std::string temporary = (directoryOf(*target) / ".vorlandi-XXXXXX").string();
@@ -129,7 +129,7 @@ std::unique_ptr<PendingFile> PendingFile::beside(const std::string& name) {
     }
     std::copy_n(temporary.c_str(), temporary.size() + 1, temporaryName.begin());
     std::unique_ptr<PendingFile> file(new PendingFile(descriptor, target->string()));
-    if (!takeOver(descriptor, *ownership)) file.reset();
+    if (!setOwnership(descriptor, *ownership)) file.reset();
     return file;
 }
 
@@ -143,7 +143,7 @@ PendingFile::~PendingFile() {
 }
 
 int PendingFile::commit() {
-    // Some file systems report a full disk here and not before.
+    // Some file systems report a full disk only here.
     if (close(std::exchange(descriptor_, kNone)) != 0) return errno;
     const SignalsBlocked blocked;
     if (rename(temporaryName.data(), target_.c_str()) != 0) return errno;

@@ -1,4 +1,4 @@
-// A file that takes the place of another one only when it is complete.
+// A file that replaces another one only when it is complete.
 #pragma once
 
 #include <memory>
@@ -7,10 +7,10 @@
 namespace vorlandi::cli {
 
 // Written under a temporary name beside its target. Unless it is committed, the target stays as it was and the temporary
-// file is removed, also when a signal ends the program. One at a time.
+// file is removed, also when a signal ends the program. Only one may exist at a time.
 class PendingFile {
 public:
-    // Null if the target has to be written straight: a device, a pipe or a directory, a file that may not be written,
+    // Null if the target has to be written directly: a device, a pipe or a directory, a file that may not be written,
     // or a folder in which no file can be made. Symbolic links are followed, so that they stay. The mode and owner of an
     // existing target are kept. Throws an OutputError.
     static std::unique_ptr<PendingFile> beside(const std::string& target);

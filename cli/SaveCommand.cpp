@@ -8,18 +8,20 @@
 #include <memory>
 #include <sstream>
 
+#include "Library.hpp"
 #include "Loading.hpp"
 #include "Output.hpp"
-#include "Store.hpp"
 
 namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kFooter =
-    R"(A card file names the input file of every satellite; loading it loads them again. The names stay as they were
+    R"(A card file names the input file of every satellite; loading it loads them again. The names are written as they were
 given, so load it from the same directory, or give absolute names. An existing file is replaced once the new one is
-complete: also if some of the files could not be loaded, which makes the exit status 1, but not if nothing could. The
-satellites are in the order of the store, not of loading.
+complete. The satellites are in the order of the store, not of loading.
+
+If some of the files can't be loaded, or not completely, the card file is still written, with every satellite that was
+loaded, and the exit status is 1. If none was loaded, nothing is written and an existing card file stays as it is.
 
 Examples:
   vorlandi save my.card 81001_stk.e 81001_universal.txt
@@ -62,8 +64,7 @@ std::ptrdiff_t countFileCards(const std::string& cards) {
     return count;
 }
 
-// The library does not notice a write that fails. So it writes into memory, where little can fail, and the cards are
-// counted.
+// The library does not report a failed write. So it writes to memory, where little can fail, and the cards are counted.
 std::string cardsOfStore() {
     const MemoryFile file;
     if (const int status = saveCards(file.name()); status != 0) throw OutputError(file.name(), status);
@@ -76,7 +77,7 @@ std::string cardsOfStore() {
 ExitStatus runSave(const SaveOptions& options, Console& console) {
     const bool allLoaded = loadFiles(options.files, options.output, console);
     if (satelliteCount() == 0) {
-        console.error(options.output, "not written: there is nothing to write");
+        reportNothingToWrite(options.output, console);
         return ExitStatus::Failure;
     }
     const std::string cards = cardsOfStore();

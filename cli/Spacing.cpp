@@ -37,7 +37,7 @@ double medianOf(std::vector<double> values) {
 std::vector<std::size_t> gapsIn(std::span<const double> steps) {
     std::vector<std::size_t> gaps;
     if (steps.empty()) return gaps;
-    // No median is below the least step, which spares most files the medians.
+    // No median is below the least step, so most files need no medians.
     const double least = *std::min_element(steps.begin(), steps.end());
     for (std::size_t i = 0; i < steps.size(); ++i) {
         if (steps[i] <= kGapFactor * least) continue;

@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "Store.hpp"
+#include "Library.hpp"
 
 namespace vorlandi::cli {
 
@@ -25,7 +25,7 @@ class Gaps {
 public:
     explicit Gaps(std::span<const double> timesDs50UTC);
 
-    // True for a time within a gap. A time that misses a stored point by rounding only is that point's.
+    // True for a time within a gap. A time that misses a stored point only by rounding counts as that point.
     bool contains(double ds50UTC) const;
 
 private:

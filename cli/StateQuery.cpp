@@ -19,24 +19,23 @@ std::string nameOf(const Satellite& satellite) { return fmt::format("satellite {
 std::string nameOf(const TimeSpan& span) { return fmt::format("{} to {}", timeName(span.start), timeName(span.end)); }
 
 std::string reasonAgainst(double ds50UTC, const TimeSpan& span) {
-    if (ds50UTC < span.start || ds50UTC > span.end) return fmt::format("outside of its span, {}", nameOf(span));
+    if (ds50UTC < span.start || ds50UTC > span.end) return fmt::format("outside its span, {}", nameOf(span));
     return lastLibraryError();
 }
 
-// Asks for the states of one satellite at single times and passes the answers on. Counts the failures and the times in
-// gaps.
-class Inquiry {
+// Queries the states of one satellite at single times and writes them. Counts the failures and the times in gaps.
+class TimesQuery {
 public:
-    Inquiry(const Satellite& satellite, Covariance covariance, StateWriter& writer, Console& console)
+    TimesQuery(const Satellite& satellite, WithCovariance withCovariance, StateWriter& writer, Console& console)
         : satellite_(satellite),
-          covariance_(covariance),
+          withCovariance_(withCovariance),
           writer_(writer),
           console_(console),
           gaps_(storedTimes(satellite)),
           failures_(console) {}
 
-    void ask(double ds50UTC) {
-        const auto state = stateAt(satellite_, ds50UTC, covariance_);
+    void answer(double ds50UTC) {
+        const auto state = interpolatedState(satellite_, ds50UTC, withCovariance_);
         if (!state) return fail(ds50UTC);
         writer_.state(*state);
         ++answers_;
@@ -51,8 +50,8 @@ public:
                                                            failures_.heldBack(), timeName(lastFailure_)));
         if (answersInGaps_ > 0)
             console_.warning(nameOf(satellite_),
-                             fmt::format("interpolated across gaps between its points, and possibly far off: "
-                                         "{} of {} states, the first at {}",
+                             fmt::format("{} of {} states are interpolated across gaps between its points and can be "
+                                         "far off, the first at {}",
                                          answersInGaps_, answers_, timeName(firstInGap_)));
         return allAnswered_;
     }
@@ -67,7 +66,7 @@ private:
     }
 
     const Satellite& satellite_;
-    Covariance covariance_;
+    WithCovariance withCovariance_;
     StateWriter& writer_;
     Console& console_;
     Gaps gaps_;
@@ -80,28 +79,28 @@ private:
 };
 
 bool answerTimes(const StateRequest& request, const Satellite& satellite, StateWriter& writer, Console& console) {
-    Inquiry inquiry(satellite, request.covariance, writer, console);
+    TimesQuery query(satellite, request.withCovariance, writer, console);
     for (const double time : request.at)
-        inquiry.ask(satellite.span.snapped(time));
-    return inquiry.finish();
+        query.answer(satellite.span.snapped(time));
+    return query.finish();
 }
 
 bool answerGrid(const StateRequest& request, const TimeSpan& range, const Satellite& satellite, StateWriter& writer,
                 Console& console) {
-    Inquiry inquiry(satellite, request.covariance, writer, console);
+    TimesQuery query(satellite, request.withCovariance, writer, console);
     const TimeGrid grid(range.start, range.end, *request.step_s);
     for (std::int64_t i = 0; i < grid.size(); ++i)
-        inquiry.ask(grid[i]);
-    return inquiry.finish();
+        query.answer(grid[i]);
+    return query.finish();
 }
 
-// Index of the first stored point that is not earlier; one more than there are if all are.
+// Index of the first stored point that is not earlier; pointCount + 1 if all are.
 std::int32_t firstPointFrom(double ds50UTC, const Satellite& satellite) {
     std::int32_t first = 1;
     std::int32_t last = satellite.pointCount;
     while (first <= last) {
         const std::int32_t middle = first + (last - first) / 2;
-        const auto point = storedState(satellite, middle, Covariance::LeftOut);
+        const auto point = storedState(satellite, middle, WithCovariance::No);
         if (point && point->ds50UTC < ds50UTC) {
             first = middle + 1;
         } else {
@@ -116,7 +115,7 @@ bool answerStored(const StateRequest& request, const TimeSpan& range, const Sate
     const std::int32_t first = firstPointFrom(range.start - kTimeTolerance_days, satellite);
     std::int32_t index = first;
     for (; index <= satellite.pointCount; ++index) {
-        const auto point = storedState(satellite, index, request.covariance);
+        const auto point = storedState(satellite, index, request.withCovariance);
         if (!point) {
             console.error(nameOf(satellite), fmt::format("point {}: {}", index, lastLibraryError()));
             return false;
@@ -134,7 +133,7 @@ bool answerRange(const StateRequest& request, const Satellite& satellite, StateW
     const TimeSpan range = {span.snapped(request.from.value_or(span.start)),
                             span.snapped(request.to.value_or(span.end))};
     if (range.start > range.end) {
-        console.error(nameOf(satellite), fmt::format("the requested range is outside of its span, {}", nameOf(span)));
+        console.error(nameOf(satellite), fmt::format("the requested range is outside its span, {}", nameOf(span)));
         return false;
     }
     return request.step_s ? answerGrid(request, range, satellite, writer, console)

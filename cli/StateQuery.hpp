@@ -1,23 +1,23 @@
-// Which states of a satellite are wanted, and their answers.
+// Requests for states of a satellite, and their answers.
 #pragma once
 
 #include <optional>
 #include <vector>
 
 #include "Console.hpp"
+#include "Library.hpp"
 #include "StateWriter.hpp"
-#include "Store.hpp"
 
 namespace vorlandi::cli {
 
-// Times are days since 1950, UTC. Either single times, or a range: with a step, its times from its beginning on;
-// without, the points that are stored within it. A missing limit is the satellite's own.
+// Times are days since 1950, UTC. Either single times or a range. With a step, a range means the times from its start on;
+// without a step, the stored points within it. A missing limit is the first or last time of the satellite.
 struct StateRequest {
     std::vector<double> at;
     std::optional<double> from;
     std::optional<double> to;
     std::optional<double> step_s;
-    Covariance covariance = Covariance::LeftOut;
+    WithCovariance withCovariance = WithCovariance::No;
 };
 
 // Writes the states that can be answered and reports the others. True if all were answered.

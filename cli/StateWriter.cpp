@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "Texts.hpp"
+#include "ForeignTexts.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -11,7 +11,7 @@ constexpr std::array<std::string_view, 6> kComponents = {"x", "y", "z", "vx", "v
 
 class TableWriter : public StateWriter {
 public:
-    TableWriter(Covariance covariance, Output& output) : covariance_(covariance), output_(output) {
+    TableWriter(WithCovariance withCovariance, Output& output) : withCovariance_(withCovariance), output_(output) {
         output_.print("{:>9}  {:<5}  {:<26}  {:>16} {:>16} {:>16}  {:>14} {:>14} {:>14}  {:>10}\n", "satellite",
                       "frame", "time (UTC)", "x (km)", "y (km)", "z (km)", "vx (km/s)", "vy (km/s)", "vz (km/s)",
                       "revolution");
@@ -27,7 +27,7 @@ public:
         const auto& [vx, vy, vz] = state.velocity_km_s;
         output_.print("{:>9}  {:<5}  {:<26}  {:>16.6f} {:>16.6f} {:>16.6f}  {:>14.9f} {:>14.9f} {:>14.9f}  {:>10}\n",
                       number_, frame_, isoTime(state.ds50UTC), x, y, z, vx, vy, vz, state.revolution);
-        if (covariance_ == Covariance::Wanted) covariance(state.covariance);
+        if (withCovariance_ == WithCovariance::Yes) covariance(state.covariance);
     }
 
 private:
@@ -41,7 +41,7 @@ private:
         }
     }
 
-    Covariance covariance_;
+    WithCovariance withCovariance_;
     Output& output_;
     std::int32_t number_ = 0;
     std::string frame_;
@@ -49,9 +49,9 @@ private:
 
 class CsvWriter : public StateWriter {
 public:
-    CsvWriter(Covariance covariance, Output& output) : covariance_(covariance), output_(output) {
+    CsvWriter(WithCovariance withCovariance, Output& output) : withCovariance_(withCovariance), output_(output) {
         output_.write("satellite,key,frame,time_utc,ds50_utc,x_km,y_km,z_km,vx_km_s,vy_km_s,vz_km_s,revolution");
-        if (covariance_ == Covariance::Wanted) covarianceTitles();
+        if (withCovariance_ == WithCovariance::Yes) covarianceTitles();
         output_.write("\n");
     }
 
@@ -62,7 +62,7 @@ public:
     void write(const State& state) override {
         output_.print("{},{},{},{},{},{}", head_, isoTime(state.ds50UTC), state.ds50UTC,
                       fmt::join(state.position_km, ","), fmt::join(state.velocity_km_s, ","), state.revolution);
-        if (covariance_ == Covariance::Wanted) covariance(state.covariance);
+        if (withCovariance_ == WithCovariance::Yes) covariance(state.covariance);
         output_.write("\n");
     }
 
@@ -83,14 +83,14 @@ private:
         }
     }
 
-    Covariance covariance_;
+    WithCovariance withCovariance_;
     Output& output_;
     std::string head_;
 };
 
 class JsonWriter : public StateWriter {
 public:
-    JsonWriter(Covariance covariance, Output& output) : covariance_(covariance), output_(output) {
+    JsonWriter(WithCovariance withCovariance, Output& output) : withCovariance_(withCovariance), output_(output) {
         output_.write("{\"satellites\":[");
     }
 
@@ -111,7 +111,7 @@ public:
         output_.write(",\"velocity_km_s\":");
         array(state.velocity_km_s);
         output_.print(",\"revolution\":{}", state.revolution);
-        if (covariance_ == Covariance::Wanted) covariance(state.covariance);
+        if (withCovariance_ == WithCovariance::Yes) covariance(state.covariance);
         output_.write("}");
         firstState_ = false;
     }
@@ -145,7 +145,7 @@ private:
         output_.write("]");
     }
 
-    Covariance covariance_;
+    WithCovariance withCovariance_;
     Output& output_;
     bool firstSatellite_ = true;
     bool firstState_ = true;
@@ -153,16 +153,16 @@ private:
 
 }  // namespace
 
-std::unique_ptr<StateWriter> makeStateWriter(Format format, Covariance covariance, Output& output) {
+std::unique_ptr<StateWriter> makeStateWriter(Format format, WithCovariance withCovariance, Output& output) {
     switch (format) {
         case Format::Csv:
-            return std::make_unique<CsvWriter>(covariance, output);
+            return std::make_unique<CsvWriter>(withCovariance, output);
         case Format::Json:
-            return std::make_unique<JsonWriter>(covariance, output);
+            return std::make_unique<JsonWriter>(withCovariance, output);
         case Format::Table:
             break;
     }
-    return std::make_unique<TableWriter>(covariance, output);
+    return std::make_unique<TableWriter>(withCovariance, output);
 }
 
 }  // namespace vorlandi::cli

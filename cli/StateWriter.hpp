@@ -1,12 +1,12 @@
-// States in one of the output formats, written as they come: nothing is kept, so that there may be any number.
+// Writes states in one of the output formats. It keeps none of them, so there may be any number.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 
+#include "Library.hpp"
 #include "Options.hpp"
 #include "Output.hpp"
-#include "Store.hpp"
 
 namespace vorlandi::cli {
 
@@ -14,7 +14,7 @@ class StateWriter {
 public:
     virtual ~StateWriter() = default;
 
-    // Satellites come one after the other, the states of each between its begin and its end.
+    // The states of a satellite come between its begin and its end; satellites don't overlap.
     virtual void beginSatellite(const Satellite& satellite) = 0;
     void state(const State& state) {
         ++count_;
@@ -32,6 +32,6 @@ private:
     std::int64_t count_ = 0;
 };
 
-std::unique_ptr<StateWriter> makeStateWriter(Format format, Covariance covariance, Output& output);
+std::unique_ptr<StateWriter> makeStateWriter(Format format, WithCovariance withCovariance, Output& output);
 
 }  // namespace vorlandi::cli

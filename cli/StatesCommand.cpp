@@ -4,11 +4,11 @@
 #include <cmath>
 #include <memory>
 
+#include "Library.hpp"
 #include "Loading.hpp"
 #include "Output.hpp"
 #include "StateQuery.hpp"
 #include "StateWriter.hpp"
-#include "Store.hpp"
 #include "TimeGrid.hpp"
 
 namespace vorlandi::cli {
@@ -41,7 +41,7 @@ struct StatesOptions {
     std::string to;
     double step_s = 0.0;
     std::vector<std::int32_t> satellites;
-    bool covariance = false;
+    bool withCovariance = false;
     std::string output{kStandardOutput};
     Format format = Format::Table;
 };
@@ -69,7 +69,7 @@ StateRequest requestOf(const StatesOptions& options, const CLI::App& command) {
             throw UsageError("--step", "must be a finite number of seconds, a microsecond or more");
         request.step_s = options.step_s;
     }
-    if (options.covariance) request.covariance = Covariance::Wanted;
+    if (options.withCovariance) request.withCovariance = WithCovariance::Yes;
     return request;
 }
 
@@ -77,7 +77,7 @@ bool isWanted(const Satellite& satellite, const std::vector<std::int32_t>& numbe
     return numbers.empty() || std::find(numbers.begin(), numbers.end(), satellite.number) != numbers.end();
 }
 
-// Reports the numbers that were asked for and are not in any of the files. True if there are none.
+// Reports the requested numbers that are not in any of the files. True if there are none.
 bool reportUnknown(const std::vector<std::int32_t>& numbers, const std::vector<Satellite>& satellites,
                    Console& console) {
     Quota unknown(console);
@@ -99,7 +99,7 @@ ExitStatus runStates(const StatesOptions& options, const StateRequest& request, 
     allWell = reportUnknown(options.satellites, satellites, console) && allWell;
 
     Output output(options.output);
-    const auto writer = makeStateWriter(options.format, request.covariance, output);
+    const auto writer = makeStateWriter(options.format, request.withCovariance, output);
     for (const Satellite& satellite : satellites) {
         if (isWanted(satellite, options.satellites)) allWell = answer(request, satellite, *writer, console) && allWell;
     }
@@ -130,7 +130,7 @@ void addStatesCommand(CLI::App& application, Session& session) {
         ->type_name("N")
         ->allow_extra_args(false)
         ->check(CLI::Range(0, 999999999).description(""));
-    command->add_flag("--cov", options->covariance, "With covariances");
+    command->add_flag("--cov", options->withCovariance, "With covariances");
     addFormat(*command, options->format);
     addOutput(*command, options->output);
     addVerbose(*command, session.console);

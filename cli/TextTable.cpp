@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Texts.hpp"
+#include "ForeignTexts.hpp"
 
 namespace vorlandi::cli {
 

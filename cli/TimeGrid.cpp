@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "Store.hpp"
+#include "Library.hpp"
 
 namespace vorlandi::cli {
 
@@ -24,7 +24,7 @@ double TimeGrid::operator[](std::int64_t i) const {
     const double second = start_s + static_cast<double>(i) * step_s_;
     const double wholeDays = std::floor(second / kSecondsPerDay);
     const double time = day + wholeDays + (second - wholeDays * kSecondsPerDay) / kSecondsPerDay;
-    // The last time is exactly the end: rounded beyond it, it would be outside of the ephemeris.
+    // The last time is exactly the end: rounded beyond it, it would be outside the ephemeris.
     const bool reachesEnd = (to_ - time) * kSecondsPerDay <= tolerance_s_;
     return reachesEnd ? to_ : time;
 }

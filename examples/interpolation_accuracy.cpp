@@ -29,12 +29,12 @@ struct State {
     std::array<double, 3> velocity;  // km/s
 };
 
-// One row of the table; nothing if it isn't complete.
+// One row of the table; nothing if it is incomplete.
 std::optional<State> parse(const std::string& row) {
     std::istringstream fields(row);
     std::string field;
     std::array<double, 7> numbers{};
-    std::getline(fields, field, ',');  // the time in words
+    std::getline(fields, field, ',');  // the time as text
     for (double& number : numbers) {
         if (!std::getline(fields, field, ',')) return std::nullopt;
         number = std::strtod(field.c_str(), nullptr);

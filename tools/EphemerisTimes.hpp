@@ -6,7 +6,7 @@
 
 namespace vorlandi::tools {
 
-// Whole milliseconds are what every format can write exactly. Every day has 86400 s, so a span must not
+// Every format can write whole milliseconds exactly. Every day has 86400 s, so a span must not
 // contain a leap second.
 using UtcTime = std::chrono::sys_time<std::chrono::milliseconds>;
 

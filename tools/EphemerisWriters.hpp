@@ -45,7 +45,7 @@ void writeDceText(const Ephemeris& ephemeris, std::ostream& stream);
 
 struct EphemerisFormat {
     std::string_view name;
-    std::string_view fileSuffix;  // file name behind the satellite number
+    std::string_view fileSuffix;  // file name after the satellite number
     std::int32_t largestSatelliteNumber;
     bool isVariant;  // a second layout of the format named before it
     void (*write)(const Ephemeris&, std::ostream&);

@@ -16,7 +16,7 @@ namespace vorlandi::tools {
 namespace {
 
 constexpr UtcTime kEpoch{std::chrono::sys_days{std::chrono::year{2026} / 1 / 31}};
-constexpr double kIntegrationStep_s = 10.0;  // 0.3 m off after a day, which speed tests don't mind
+constexpr double kIntegrationStep_s = 10.0;  // 0.3 m off after a day: enough for speed tests
 
 // Two-digit years end in 2056.
 constexpr double kLongestSpan_s = 30.0 * 365.0 * 86400.0;
@@ -114,7 +114,7 @@ void declare(CLI::App& app, Options& options) {
     app.add_option("--step", options.step_s, "seconds between points, to the millisecond")
         ->check(CLI::Range(0.001, kLongestSpan_s))
         ->capture_default_str();
-    app.add_option("--out", options.directory, "directory for the files, made if missing")->required();
+    app.add_option("--out", options.directory, "directory for the files, created if missing")->required();
     app.add_option("--first-satellite", options.firstSatellite, "number of the first satellite")
         ->check(CLI::Range(std::int64_t{1}, kMost))
         ->capture_default_str();

@@ -1,5 +1,5 @@
 // Writes one example file of every format from one low orbit, the integrated truth between its points, and a
-// card file that names three of the files. The same files come out byte by byte wherever this runs.
+// card file that names three of the files. The files are the same, byte by byte, wherever this runs.
 #include <exception>
 #include <filesystem>
 #include <ostream>

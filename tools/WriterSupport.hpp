@@ -42,14 +42,14 @@ private:
     fmt::memory_buffer buffer_;
 };
 
-// A fixed column: an explicit decimal point, right-aligned, the first place kept for the sign.
+// A fixed column: an explicit decimal point, right-aligned, the first place reserved for the sign.
 struct FixedField {
     int width;
     int decimals;
 };
 
 // The fields that show the most decimals a column of that width can hold, up to 17 significant digits. They
-// are the same for a whole file, so that decimal points stand below each other.
+// are the same for a whole file, so that decimal points are aligned.
 struct StateFields {
     FixedField position;
     FixedField velocity;

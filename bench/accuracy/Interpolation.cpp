@@ -16,7 +16,7 @@ constexpr int kWindows = 720;  // of each kind, over a day
 
 enum class Velocities { True, Zero };
 
-// Windows of four points, these seconds after the start of the window. Each state is that of its stored time.
+// Windows of four points, these seconds after the start of the window. Each state belongs to its stored time.
 WindowErrors errorsOver(const Truth& truth, const std::array<int, 4>& offsets_s,
                         Velocities velocities = Velocities::True) {
     WindowErrors errors;

@@ -1,8 +1,8 @@
 #!/usr/bin/python3
 """Writes what measure_accuracy has measured into a page: the tables between its markers, and the plot.
 
-  write_page.py FIGURES PAGE            writes the tables and, beside the page, images/interpolation_error.svg
-  write_page.py --check FIGURES PAGE    fails if the tables of the page are not those of the figures
+  write_page.py FIGURES PAGE            writes the tables and, images/interpolation_error.svg next to the page
+  write_page.py --check FIGURES PAGE    fails if the tables of the page differ from the figures
 
 FIGURES is what measure_accuracy printed. The plot needs Debian's python3-matplotlib.
 """

@@ -16,9 +16,9 @@ std::string contentsOf(const fs::path& path) {
     return contents.str();
 }
 
-Texts split(const std::string& text, char separator) {
+Lines split(const std::string& text, char separator) {
     std::istringstream stream(text);
-    Texts parts;
+    Lines parts;
     for (std::string part; std::getline(stream, part, separator);)
         parts.push_back(part);
     return parts;
@@ -74,8 +74,8 @@ Outcome CommandLine::shell(const std::string& line) const {
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contentsOf(home_ / "output"), contentsOf(home_ / "messages")};
 }
 
-Texts CommandLine::temporaryFiles() const {
-    Texts names;
+Lines CommandLine::temporaryFiles() const {
+    Lines names;
     for (const auto& entry : fs::recursive_directory_iterator(file("")))
         if (entry.path().filename().string().starts_with('.')) names.push_back(entry.path().string());
     return names;

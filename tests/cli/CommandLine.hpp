@@ -13,10 +13,10 @@ namespace vorlandi::cli_tests {
 namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::Not;
-using Texts = std::vector<std::string>;
+using Lines = std::vector<std::string>;
 
 std::string contentsOf(const fs::path& path);
-Texts split(const std::string& text, char separator = '\n');
+Lines split(const std::string& text, char separator = '\n');
 
 // An STK file with a satellite that moves along x at 1 km/s, with a point at each of these seconds after
 // 2026-01-31T00:00:00, or after another epoch.
@@ -45,7 +45,7 @@ protected:
     Outcome run(const std::string& arguments) const { return shell("vorlandi " + arguments); }
 
     // Names of the files that a program left behind under a temporary name.
-    Texts temporaryFiles() const;
+    Lines temporaryFiles() const;
 
 private:
     fs::path home_;

@@ -13,13 +13,13 @@ class Info : public CommandLine {
 protected:
     // The line of csv with the first satellite of a file.
     std::string lineOf(const std::string& name) const {
-        const Texts lines = split(run("info --format csv " + name).output);
+        const Lines lines = split(run("info --format csv " + name).output);
         return lines.size() > 1 ? lines[1] : "";
     }
 
     // Its columns from one to another, if no text among them contains a comma.
     std::string columns(const std::string& name, std::size_t first, std::size_t last) const {
-        const Texts all = split(lineOf(name), ',');
+        const Lines all = split(lineOf(name), ',');
         std::string some;
         for (std::size_t i = first; i <= last && i < all.size(); ++i)
             some += (i > first ? "," : "") + all[i];
@@ -31,7 +31,7 @@ TEST_F(Info, DescribesEverySatelliteInTheOrderOfLoading) {
     write("fleet.card", "#VORLANDI = a \"quoted\", tag\nEPHFIL = 81002.itc\nEPHFIL = 81001.e\n");
     const std::string table = run("info fleet.card").output;
     EXPECT_THAT(table, Not(HasSubstr(" \n")));
-    const Texts lines = split(table);
+    const Lines lines = split(table);
     ASSERT_EQ(lines.size(), 3U);
     EXPECT_TRUE(std::regex_match(
         lines[1], std::regex(" +81002 +[0-9]+  ECI +2  2026-01-31T00:00:00.000000  2026-01-31T00:22:30.000000"

@@ -35,7 +35,7 @@ TEST_F(Loading, SaysOfEveryFaultInWhichFileAndLineItIs) {
     write("folder/near.e", ephemeris(2));
     write("folder/near.card", "EPHFIL = near.e\n");
     // clang-format off
-    for (const auto& [name, messages] : std::initializer_list<std::pair<std::string, Texts>>{
+    for (const auto& [name, messages] : std::initializer_list<std::pair<std::string, Lines>>{
         {"missing.e", {"missing.e: error: No such file or directory"}},
         {"'\x1b]0;\x9B.e'", {"?]0;?.e: error: No such file or directory"}},
         {"folder", {"folder: error: Is a directory"}},
@@ -131,7 +131,7 @@ TEST_F(Loading, TellsOfMoreThanTenFaultsOfAKindOnlyTheNumber) {
                 testing::EndsWith("vorlandi: 81003.e: error: 3 more unreadable lines, the last at 81003.e:18\n"));
     EXPECT_EQ(split(run("info 81004.e").messages).size(), 10U);
     EXPECT_EQ(split(run("info -v 81003.e 2>&1 >/dev/null | grep error:").output).size(), 13U);
-    const Texts kinds = split(run("info fleet.card").messages);
+    const Lines kinds = split(run("info fleet.card").messages);
     ASSERT_EQ(kinds.size(), 22U);
     EXPECT_EQ(kinds[20], "vorlandi: fleet.card: error: 3 more unreadable lines, the last at 81003.e:18");
     EXPECT_EQ(kinds[21], "vorlandi: fleet.card: error: 1 more unreadable files, the last at fleet.card:11");

@@ -19,7 +19,7 @@ protected:
 
     void expectKept(const std::string& what) const {
         EXPECT_EQ(contentsOf(file("kept")), "as it was\n") << what;
-        EXPECT_EQ(temporaryFiles(), Texts{}) << what;
+        EXPECT_EQ(temporaryFiles(), Lines{}) << what;
     }
 };
 
@@ -75,7 +75,7 @@ TEST_F(Output, ReplacesAFileWithTheSameModeAlsoThroughALink) {
     EXPECT_EQ(shell("umask 027; vorlandi states 81001.e -o link").status, 0) << "a link to no file yet";
     EXPECT_EQ(contentsOf(file("kept")), states);
     EXPECT_EQ(fs::status(file("kept")).permissions(), fs::perms(0640));
-    EXPECT_EQ(temporaryFiles(), Texts{});
+    EXPECT_EQ(temporaryFiles(), Lines{});
     // Only root can give the folder another group; for others this holds anyway.
     const Outcome groups = shell(
         "chgrp 65534 folder; chmod g+s folder; vorlandi info 81001.e -o folder/new; stat -c %g folder "

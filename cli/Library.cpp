@@ -1,4 +1,4 @@
-#include "Store.hpp"
+#include "Library.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -19,8 +19,8 @@ constexpr std::int32_t kReplaceFile = 0;
 
 using RawMatrix = double[6][6];
 
-// Some formats keep other numbers in the place of a covariance. What tells them apart: where a variance is zero, the
-// covariances of its row must be zero too.
+// Some formats store other numbers in place of a covariance. A matrix is a covariance only if the elements in the row
+// and column of a zero variance are zero too.
 bool isCovariance(const RawMatrix& matrix) {
     bool any = false;
     for (int row = 0; row < 6; ++row) {
@@ -50,17 +50,17 @@ std::optional<Matrix6> covarianceOf(const RawMatrix& matrix) {
     return result;
 }
 
-void passOn(std::int32_t event, const char* file, std::int32_t fileLength, std::int64_t line, const char* text,
-            std::int32_t textLength, void* listener) {
-    static_cast<ReadListener*>(listener)->hear({static_cast<ReadEvent::Kind>(event),
-                                                {file, static_cast<std::size_t>(fileLength)},
-                                                line,
-                                                {text, static_cast<std::size_t>(textLength)}});
+void forward(std::int32_t event, const char* file, std::int32_t fileLength, std::int64_t line, const char* text,
+             std::int32_t textLength, void* listener) {
+    static_cast<ReadListener*>(listener)->onEvent({static_cast<ReadEvent::Kind>(event),
+                                                   {file, static_cast<std::size_t>(fileLength)},
+                                                   line,
+                                                   {text, static_cast<std::size_t>(textLength)}});
 }
 
 }  // namespace
 
-ReadListener::ReadListener() { VorlanSetReadObserver(passOn, this); }
+ReadListener::ReadListener() { VorlanSetReadObserver(forward, this); }
 ReadListener::~ReadListener() { VorlanSetReadObserver(nullptr, nullptr); }
 
 double TimeSpan::snapped(double ds50UTC) const {
@@ -106,12 +106,12 @@ std::vector<Satellite> loadedSatellites() {
 
 std::int32_t satelliteCount() { return VorlanGetCount(); }
 
-std::optional<State> stateAt(const Satellite& satellite, double ds50UTC, Covariance covariance) {
+std::optional<State> interpolatedState(const Satellite& satellite, double ds50UTC, WithCovariance withCovariance) {
     State state;
     state.ds50UTC = ds50UTC;
     double* const position = state.position_km.data();
     double* const velocity = state.velocity_km_s.data();
-    if (covariance == Covariance::LeftOut) {
+    if (withCovariance == WithCovariance::No) {
         if (VorlanDs50UTC(satellite.key, ds50UTC, nullptr, position, velocity, &state.revolution) != 0) return {};
         return state;
     }
@@ -122,12 +122,12 @@ std::optional<State> stateAt(const Satellite& satellite, double ds50UTC, Covaria
     return state;
 }
 
-std::optional<State> storedState(const Satellite& satellite, std::int32_t index, Covariance covariance) {
+std::optional<State> storedState(const Satellite& satellite, std::int32_t index, WithCovariance withCovariance) {
     State state;
     double* const position = state.position_km.data();
     double* const velocity = state.velocity_km_s.data();
     const std::int64_t key = satellite.key;
-    if (covariance == Covariance::LeftOut) {
+    if (withCovariance == WithCovariance::No) {
         if (VorlanGetEphemeris(key, index, &state.ds50UTC, position, velocity, &state.revolution) != 0) return {};
         return state;
     }

@@ -13,7 +13,7 @@ namespace vorlandi::cli {
 inline constexpr double kSecondsPerDay = 86400.0;
 inline constexpr double kMicrosecondsPerSecond = 1e6;
 
-// Times are printed to the microsecond, so what is closer than that counts as the same time.
+// Times are printed to the microsecond: times closer than that count as the same.
 inline constexpr double kTimeTolerance_s = 1e-6;
 inline constexpr double kTimeTolerance_days = kTimeTolerance_s / kSecondsPerDay;
 
@@ -25,8 +25,8 @@ struct TimeSpan {
     double start = 0.0;
     double end = 0.0;
 
-    // Moves a time that misses the span by rounding only onto its end: the first and last times that this tool prints
-    // can be asked for again.
+    // Moves a time that misses the span only by rounding to the near end of the span, so that the first and last times
+    // that this tool prints can be used in a query.
     double snapped(double ds50UTC) const;
 };
 
@@ -53,15 +53,15 @@ struct State {
     std::optional<Matrix6> covariance;
 };
 
-enum class Covariance { LeftOut, Wanted };
+enum class WithCovariance { No, Yes };
 
 // All satellites in the order of loading.
 std::vector<Satellite> loadedSatellites();
 std::int32_t satelliteCount();
 
-// The state at a time, or a stored point by its index from 1; none on failure, see lastLibraryError.
-std::optional<State> stateAt(const Satellite& satellite, double ds50UTC, Covariance covariance);
-std::optional<State> storedState(const Satellite& satellite, std::int32_t index, Covariance covariance);
+// The interpolated state at a time, or a stored point by its index from 1. Nothing on failure: see lastLibraryError.
+std::optional<State> interpolatedState(const Satellite& satellite, double ds50UTC, WithCovariance withCovariance);
+std::optional<State> storedState(const Satellite& satellite, std::int32_t index, WithCovariance withCovariance);
 
 // The times of all stored points.
 std::vector<double> storedTimes(const Satellite& satellite);
@@ -92,7 +92,7 @@ std::string isoTime(double ds50UTC);
 // Whole seconds from 1972 on, 10 before; 0 for a time that is not finite.
 double taiMinusUtc_s(double ds50UTC);
 
-// What loading encounters on this thread while a listener lives.
+// An event of a load. A listener receives the events of loads on its thread for as long as it lives.
 struct ReadEvent {
     enum class Kind { Format = 1, Bad, Dropped, Stored, Missing, Refused };
     Kind kind;
@@ -108,7 +108,7 @@ public:
     ReadListener(const ReadListener&) = delete;
     ReadListener& operator=(const ReadListener&) = delete;
 
-    virtual void hear(const ReadEvent& event) noexcept = 0;
+    virtual void onEvent(const ReadEvent& event) noexcept = 0;
 };
 
 std::string lastLibraryError();

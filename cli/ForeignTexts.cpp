@@ -1,4 +1,4 @@
-#include "Texts.hpp"
+#include "ForeignTexts.hpp"
 
 #include <fmt/format.h>
 
@@ -14,7 +14,7 @@ unsigned byteOf(char c) { return static_cast<unsigned char>(c); }
 
 bool isContinuation(char c) { return (byteOf(c) & 0xC0U) == 0x80U; }
 
-// The least code point that needs so many bytes; anything smaller is an overlong form.
+// The smallest code point for each length in bytes; a smaller one is an overlong form.
 constexpr std::array<unsigned, 5> kLeastOfLength = {0, 0, 0x80, 0x800, 0x10000};
 
 // 0 for a byte that does not begin a character.
@@ -59,7 +59,7 @@ void forEachCharacter(std::string_view text, Use use) {
     }
 }
 
-// What a terminal obeys instead of showing it.
+// Code points that steer a terminal instead of being shown.
 struct CodeRange {
     unsigned first, last;
 };

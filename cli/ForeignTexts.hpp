@@ -1,4 +1,4 @@
-// Texts of foreign origin (file names, tags, lines of files) made fit for what they are printed in.
+// Makes texts from outside (file names, tags, lines of files) safe to print on a terminal, in CSV or in JSON.
 #pragma once
 
 #include <string>
@@ -17,10 +17,10 @@ std::string csvField(std::string_view text);
 // A JSON string with its quotes. Bytes that are not UTF-8 become U+FFFD, so that the document stays valid.
 std::string jsonText(std::string_view text);
 
-// The width of a UTF-8 text, taking each character for one column.
+// The width of a UTF-8 text; each character counts as one column.
 std::size_t displayWidth(std::string_view text);
 
-// The beginning of a UTF-8 text that fits in so many columns.
+// The longest beginning of a UTF-8 text that fits in `columns`.
 std::string_view cutToWidth(std::string_view text, std::size_t columns);
 
 }  // namespace vorlandi::cli
