@@ -196,7 +196,7 @@ Call loading(const std::string& what, const std::string& path, void (*prepare)()
             true};
 }
 
-Call loadingPractically(const std::string& what, const std::string& path, const Prepare& prepare = nothing) {
+Call loadingPractically(const std::string& what, const std::string& path, void (*prepare)() = nothing) {
     return {"VorlanLoadFileExt, " + what,
             Ending::Survives,
             prepare,
