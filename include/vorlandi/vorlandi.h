@@ -429,14 +429,14 @@ int32_t VorlanLoadBytes(const void* bytes, int64_t size, const char* fileName, i
  *   fileName  in  [512] leading blanks don't count
  *   saveMode  in  0 replaces the file, any other number appends to it
  *
- * Returns 0; the errno if the file can't be opened; 2 if memory is short, and the file is then untouched. A write that
- * fails is not reported: if the disk is full the result is 0 and the file is incomplete. To be sure, read the file back:
+ * Returns 0; the errno if the file can't be opened; 2 if memory is short: an existing file is then untouched, a new
+ * one empty. A failed write is not reported: if the disk is full the result is 0 and the file is incomplete. To be sure, read the file back:
  * a complete one has an "EPHFIL = " line of 521 characters for each satellite and ends with a line feed.
  * A line feed in a file name or a tag is written as a blank, so that it never begins another card.
  * Messages: "VorlanSaveFile: Out of memory.".
- * Threads: the store is read first and written to the file afterwards, so that a pipe that nobody reads, or a disk that
- * hangs, makes only this call wait. Threads that save to the same file do so one after the other, and each appends its
- * lines without a break. Writing to a pipe without a reader sends no SIGPIPE.
+ * Threads: the store is free while the file is written, so that a pipe that nobody reads, or a disk that hangs, makes
+ * only this call wait. Threads that save to the same file do so one after the other, each with the satellites that are
+ * stored when its turn begins, and each appends its lines without a break. Writing to a pipe without a reader sends no SIGPIPE.
  */
 int32_t VorlanSaveFile(const char* fileName, int32_t saveMode);
 

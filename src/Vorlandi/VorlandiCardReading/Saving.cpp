@@ -44,14 +44,16 @@ void vorlanwritelines(std::string& text) {
     });
 }
 
+// Takes the turn for the file before it reads the store: of two saves to one file, the one that writes last also
+// writes the newer content.
 std::int32_t savevorlans(std::string_view fileName, FileMode mode) {
-    std::string text(kTitle);
-    vorlanwritelines(text);
     OutputUnit unit;
     if (const int error = fileopen(fileName, mode, unit); error != 0) return error;
     const OutputTurn turn(unit);
+    std::string text(kTitle);
+    vorlanwritelines(text);
     if (const int error = mode == FileMode::Replace ? unit.empty() : 0; error != 0) return error;
-    unit.write(text);  // the status is that of the open: a write that fails is not reported
+    unit.write(text);  // a failed write is not reported: the status is that of the open
     return kSuccess;
 }
 

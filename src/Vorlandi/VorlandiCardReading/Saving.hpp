@@ -18,12 +18,13 @@ using FileCard = InlineChars<kFileKey.size() + kFileNameLength>;
 FileCard fileCard(const Vorlanrecord& record) noexcept;
 
 // Appends the cards of all records in pre-order of the tree, each on a line of its own: a line feed in a name or a tag
-// becomes a blank. Holds the reader side of the store inside.
+// becomes a blank. Holds the reader side of the store meanwhile.
 void vorlanwritelines(std::string& text);
 
-// Writes title and cards to a file. The store is free meanwhile, however long the file makes the thread wait; threads
-// that save to the same file do so one after the other. Returns 0 or the errno of the failed open. When memory is short
-// it throws, and the file is untouched.
+// Writes title and cards to a file. Threads that save to the same file do so one after the other, each with the store as
+// it is when its turn begins. The store is free while the file is written, however long that takes. Returns 0 or the
+// errno of the failed open. Throws std::bad_alloc when memory is short: an existing file is then untouched, a new one
+// empty.
 std::int32_t savevorlans(std::string_view fileName, FileMode mode);
 
 }  // namespace vorlandi
