@@ -11,12 +11,6 @@ namespace {
 
 constexpr PointCovariance kNoCovariance;
 
-// Compared by its bits: a negative zero is a value that must come back.
-bool isZero(const PointCovariance& covariance) noexcept {
-    return std::all_of(covariance.cov, covariance.cov + kCovarianceSize,
-                       [](double value) { return std::bit_cast<std::uint64_t>(value) == 0; });
-}
-
 }  // namespace
 
 PointArray::PointArray(const PointArray& other) {
@@ -68,14 +62,15 @@ void PointArray::growByStep() {
 }
 
 void PointArray::putCovariance(const PointCovariance* covariance) {
+    const bool has = covariance != nullptr && hasCovariance(*covariance);
     if (covariances() == nullptr) {
-        if (isZero(*covariance)) return;
+        if (!has) return;
         // The first one: the points before it have zeros.
         covariances_.grow(bytesOf<PointCovariance>(capacity_), 0);
         std::memset(covariances_.bytes(), 0, bytesOf<PointCovariance>(count_));
     }
-    std::memcpy(covariances_.bytes() + bytesOf<PointCovariance>(count_),
-                covariance != nullptr ? covariance : &kNoCovariance, sizeof(PointCovariance));
+    std::memcpy(covariances_.bytes() + bytesOf<PointCovariance>(count_), has ? covariance : &kNoCovariance,
+                sizeof(PointCovariance));
 }
 
 void PointArray::trim() {

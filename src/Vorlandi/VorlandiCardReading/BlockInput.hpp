@@ -10,6 +10,7 @@
 #include "CoreServices/InputUnits.hpp"
 #include "CoreServices/ReadObserver.hpp"
 #include "CoreServices/Texts.hpp"
+#include "CoreServices/Units.hpp"
 #include "Vorlandi/VorlandiCardReading/PointAccumulation.hpp"
 
 namespace vorlandi {
@@ -24,8 +25,6 @@ constexpr std::int32_t kBlockFailed = 2;
 constexpr bool isComment(std::string_view line) noexcept { return line.starts_with('*'); }
 
 constexpr bool isBlank(std::string_view line) noexcept { return line.find_first_not_of(' ') == std::string_view::npos; }
-
-constexpr double kSecondsPerDay = 86400.0;
 
 // A place in a file, for what is told about it.
 struct ReadPlace {

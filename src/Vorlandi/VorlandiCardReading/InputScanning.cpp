@@ -25,8 +25,7 @@ MessageText summaryOf(const Vorlanrecord& record) noexcept {
     summary << record.numberOfPoints();
     if (record.numberOfPoints() == 0) return summary;
     return summary << ", Start = " << ds50todate15(record.points.firstTime())
-                   << ", End = " << ds50todate15(record.points.lastTime())
-                   << ", Coord = " << coordinateName(record.coordSys);
+                   << ", End = " << ds50todate15(record.points.lastTime()) << ", Coord = " << coordstr(record.coordSys);
 }
 
 // Why a record was not stored; `key` is the result of AddRecToMem.

@@ -8,7 +8,6 @@ namespace {
 
 constexpr std::string_view kName = "ReadLaunchFormat";
 constexpr int kHeaderLines = 16;
-constexpr double kKmPerMeter = 0.001;
 
 // Values taken one after the other, over as many lines as they need. The first of these lines is the one to blame for
 // a bad value.

@@ -8,7 +8,6 @@ namespace {
 
 constexpr std::string_view kName = "ReadDotE";
 constexpr std::string_view kEnd = "end Ephemeris";
-constexpr double kKmPerMeter = 0.001;
 
 constexpr std::size_t kTimeAndPosition = 4;
 constexpr std::size_t kTimePositionVelocity = 7;

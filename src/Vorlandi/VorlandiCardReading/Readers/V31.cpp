@@ -8,7 +8,6 @@ namespace {
 
 constexpr std::string_view kName = "ReadV31";
 constexpr std::string_view kNameOfBadTime = "ReadV31-Invalid ephemeris time format";
-constexpr double kKmPerMeter = 0.001;
 
 // Header
 constexpr Columns kSatNum{30, 34};
