@@ -38,7 +38,6 @@ public:
         Slot* const slot = freeSlots_ > kQuarantine ? takeReleased() : takeFresh();
         if (slot == nullptr) return nullptr;
         slot->taken = true;
-        slot->object.reserved = 0;
         slot->object.attachments = {};
         return &slot->object;
     }

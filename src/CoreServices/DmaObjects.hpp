@@ -18,7 +18,6 @@ struct DmaObject {
     std::atomic<std::int64_t> self{0};  // the object's own address; 0 means that it is gone
     std::atomic<std::int32_t> type{0};
     std::atomic<void*> record{nullptr};  // owned by whoever made the object
-    std::int32_t reserved = 0;
     std::array<void*, 2> attachments{};  // the object is released only while both are null
 };
 

@@ -107,7 +107,7 @@ std::optional<double> oddReal(std::string_view text, int decimals, Exponents exp
             sign = true;
             if (c == '+') continue;
         }
-        const char upper = upperCase(c);
+        const char upper = touppercase(c);
         if (upper == 'E' || upper == 'D') {
             exponentAt = at + 1;
             break;

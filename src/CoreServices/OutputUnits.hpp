@@ -15,8 +15,8 @@
 
 namespace vorlandi {
 
-// Mode codes of the openers for writing; 1 is reading, see InputUnits.hpp.
-enum class FileMode : std::int32_t { Replace = 0, Append = 2 };
+// How an output file is opened.
+enum class FileMode { Replace, Append };
 
 // What happens when a pipe or a terminal takes nothing for a while. A unit that gives up can't be opened for a pipe
 // that has no reader (ENXIO); one that waits does so already while it is opened.

@@ -9,25 +9,12 @@ bool isblankornull(std::string_view text) noexcept {
     return std::all_of(text.begin(), text.end(), [](char c) { return c == ' ' || c == '\0'; });
 }
 
-namespace {
-
-template <class Change>
-std::string changed(std::string_view text, Change change) {
-    std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(), change);
-    return result;
-}
-
-}  // namespace
-
-std::string touppercase(std::string_view text) { return changed(text, upperCase); }
-
-std::string tolowercase(std::string_view text) { return changed(text, lowerCase); }
-
 std::string blanktozerochar(std::string_view text) { return replacestring(text, ' ', '0'); }
 
 std::string replacestring(std::string_view text, char from, char to) {
-    return changed(text, [=](char c) { return c == from ? to : c; });
+    std::string result(text);
+    std::replace(result.begin(), result.end(), from, to);
+    return result;
 }
 
 std::int32_t strtoint(std::string_view text) noexcept {

@@ -14,8 +14,8 @@ namespace vorlandi {
 // What strtoint returns for a text without an integer.
 constexpr std::int32_t kNoInteger = -123;
 
-constexpr char upperCase(char c) noexcept { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
-constexpr char lowerCase(char c) noexcept { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+constexpr char touppercase(char c) noexcept { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+constexpr char tolowercase(char c) noexcept { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 constexpr bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 
 // Text without its leading, or trailing, blanks.
@@ -40,9 +40,6 @@ constexpr std::string_view stripped(std::string_view text) noexcept {
 
 // True when the text holds nothing but blanks and NULs.
 bool isblankornull(std::string_view text) noexcept;
-
-std::string touppercase(std::string_view text);
-std::string tolowercase(std::string_view text);
 
 // The text with every blank replaced by the digit zero.
 std::string blanktozerochar(std::string_view text);

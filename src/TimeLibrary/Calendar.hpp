@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "CoreServices/Units.hpp"
+
 namespace vorlandi {
 
 constexpr bool isLeapYear(std::int64_t year) noexcept { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
@@ -65,7 +67,7 @@ constexpr double clocka(double dayOfYear, std::int64_t year) noexcept {
 // Ds50UTC of a day of the year and a time of day; the year as above.
 constexpr double tcomps2utc(int dayOfYear, int hour, int minute, double seconds, std::int64_t year) noexcept {
     const double secondOfDay = hour * 3600.0 + minute * 60.0 + seconds;
-    return clocka(dayOfYear, year) + secondOfDay / 86400.0;
+    return clocka(dayOfYear, year) + secondOfDay / kSecondsPerDay;
 }
 
 }  // namespace vorlandi

@@ -34,7 +34,7 @@ std::optional<double> ds50Of(const DateParts& parts) noexcept {
         if (!lastMinute || !leapTable().endsWithLeapSecond(clocka(parts.dayOfYear, parts.year))) return std::nullopt;
     }
     const auto day = static_cast<double>(dayZeroOfYear(parts.year) + parts.dayOfYear);
-    return day + (parts.hour * 3600.0 + parts.minute * 60.0 + parts.second) / 86400.0;
+    return day + (parts.hour * 3600.0 + parts.minute * 60.0 + parts.second) / kSecondsPerDay;
 }
 
 // Digits alone, at most nine; -1 if there is anything else, or nothing.
@@ -70,7 +70,7 @@ double secondsOf(std::string_view whole, std::string_view fraction) noexcept {
 int monthOf(std::string_view name) noexcept {
     constexpr std::string_view kMonths = "JANFEBMARAPRMAYJUNJULAUGSEPOCTNOVDEC";
     if (name.size() != 3) return 0;
-    const std::array<char, 3> upper{upperCase(name[0]), upperCase(name[1]), upperCase(name[2])};
+    const std::array<char, 3> upper{touppercase(name[0]), touppercase(name[1]), touppercase(name[2])};
     for (int month = 1; month <= 12; ++month) {
         if (kMonths.substr(static_cast<std::size_t>(month - 1) * 3, 3) == std::string_view(upper.data(), 3)) {
             return month;

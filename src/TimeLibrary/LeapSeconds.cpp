@@ -12,6 +12,7 @@
 #include "CoreServices/InputUnits.hpp"
 #include "CoreServices/Texts.hpp"
 #include "CoreServices/TraceLog.hpp"
+#include "CoreServices/Units.hpp"
 #include "TimeLibrary/Calendar.hpp"
 
 namespace vorlandi {
@@ -30,7 +31,7 @@ constexpr Announcement kAnnouncements[] = {
 };
 
 LeapStep stepAt(double day, double taiMinusUtc) {
-    const double daysOffset = taiMinusUtc / 86400.0;
+    const double daysOffset = taiMinusUtc / kSecondsPerDay;
     return {day, taiMinusUtc, daysOffset, day + daysOffset, std::numeric_limits<double>::infinity()};
 }
 
@@ -64,6 +65,7 @@ const LeapTable* builtInTable() {
 }
 
 // A list counts in seconds since 1900 Jan 1.
+constexpr auto kWholeSecondsPerDay = static_cast<std::int64_t>(kSecondsPerDay);
 constexpr auto kDayNumberOf1900 = static_cast<double>(dayZeroOfYear(1900) + 1);
 
 bool readWord(std::string_view word, std::int64_t& value) noexcept {
@@ -79,8 +81,8 @@ std::string_view readStep(std::string_view line, std::vector<LeapStep>& steps) {
     std::int64_t taiMinusUtc = 0;
     if (!readWord(line.substr(0, timeEnd), seconds)) return "the time is no number of seconds";
     if (!readWord(rest.substr(0, rest.find_first_of(" \t#")), taiMinusUtc)) return "TAI - UTC is no integer";
-    if (seconds % 86400 != 0) return "a step begins at 0h UTC";
-    const std::int64_t days = seconds / 86400;
+    if (seconds % kWholeSecondsPerDay != 0) return "a step begins at 0h UTC";
+    const std::int64_t days = seconds / kWholeSecondsPerDay;
     const LeapStep step = stepAt(kDayNumberOf1900 + static_cast<double>(days), static_cast<double>(taiMinusUtc));
     if (!steps.empty()) {
         if (step.day <= steps.back().day) return "times must rise";

@@ -1,7 +1,6 @@
 #include "Vorlandi/PointArray.hpp"
 
 #include <algorithm>
-#include <bit>
 #include <limits>
 
 #include "Vorlandi/StorageFailure.hpp"
@@ -10,12 +9,6 @@ namespace vorlandi {
 namespace {
 
 constexpr PointCovariance kNoCovariance;
-
-// Compared by its bits: a negative zero is a value that must come back.
-bool isZero(const PointCovariance& covariance) noexcept {
-    return std::all_of(covariance.cov, covariance.cov + kCovarianceSize,
-                       [](double value) { return std::bit_cast<std::uint64_t>(value) == 0; });
-}
 
 }  // namespace
 
@@ -74,19 +67,20 @@ void PointArray::makeRoomForCovariances() {
 
 void PointArray::setCovariance(std::int32_t index, const PointCovariance& covariance) {
     if (covariances() == nullptr) {
-        if (isZero(covariance)) return;
+        if (!hasCovariance(covariance)) return;
         makeRoomForCovariances();
     }
     std::memcpy(covariances_.bytes() + bytesOf<PointCovariance>(index), &covariance, sizeof covariance);
 }
 
 void PointArray::putCovariance(const PointCovariance* covariance) {
+    const bool has = covariance != nullptr && hasCovariance(*covariance);
     if (covariances() == nullptr) {
-        if (isZero(*covariance)) return;
+        if (!has) return;
         makeRoomForCovariances();
     }
-    std::memcpy(covariances_.bytes() + bytesOf<PointCovariance>(count_),
-                covariance != nullptr ? covariance : &kNoCovariance, sizeof(PointCovariance));
+    std::memcpy(covariances_.bytes() + bytesOf<PointCovariance>(count_), has ? covariance : &kNoCovariance,
+                sizeof(PointCovariance));
 }
 
 void PointArray::trim() {

@@ -40,7 +40,7 @@ struct PointCovariance {
     double cov[kCovarianceSize] = {};
 };
 
-// Is any of its values other than zero?
+// Does the point have a covariance: is any value other than zero? Negative zeros are zeros.
 inline bool hasCovariance(const PointCovariance& covariance) noexcept {
     return std::any_of(covariance.cov, covariance.cov + kCovarianceSize, [](double value) { return value != 0.0; });
 }

@@ -6,24 +6,10 @@
 
 #include "CoreServices/BoundedText.hpp"
 #include "CoreServices/Texts.hpp"
+#include "Vorlandi/CoordinateSystems.hpp"
 #include "Vorlandi/PointArray.hpp"
 
 namespace vorlandi {
-
-// Coordinate-system codes of a record.
-constexpr std::int32_t kEci = 1;
-constexpr std::int32_t kJ2k = 2;
-constexpr std::int32_t kEfg = 3;
-constexpr std::int32_t kEcr = 4;
-constexpr std::int32_t kUnknownCoordinates = 100;
-
-// Names of the codes 1 to 4, three letters each.
-constexpr std::string_view coordstr = "ECIJ2KEFGECR";
-
-// The three letters of a code; blanks for one outside 1 to 4.
-constexpr std::string_view coordinateName(std::int32_t code) noexcept {
-    return code >= kEci && code <= kEcr ? coordstr.substr(static_cast<std::size_t>(code - 1) * 3, 3) : "   ";
-}
 
 // One satellite's ephemeris. Copies are deep; whoever holds a record owns its points.
 struct Vorlanrecord {

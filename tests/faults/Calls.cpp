@@ -177,7 +177,7 @@ const std::vector<std::string> kNotStored = {"AddRecToMem: Cannot allocate memor
 std::vector<std::string> messagesOfLoads() {
     std::vector<std::string> messages = kNotStored;
     messages.emplace_back("Out of memory.");
-    messages.emplace_back("is not stored: out of memory.");
+    messages.emplace_back("VorlanLoadFileExt: /");  // of a refused record, its place
     return messages;
 }
 

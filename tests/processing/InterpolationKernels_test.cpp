@@ -73,10 +73,29 @@ Vorlanpoint plainHermite(const Points& p, double t, int& vanished) {
     return result;
 }
 
+template <std::size_t N>
+void interpolate(const Points& points, double t, Vorlanpoint& result, Covariance covariance) {
+    Vorlanstate states[N];
+    PointCovariance covariances[N];
+    std::copy(points.begin(), points.end(), states);
+    std::copy(points.begin(), points.end(), covariances);
+    if constexpr (N == HermiteWindow::kNodes) {
+        hermitevorlan(HermiteWindow(states, covariances), t, result, covariance);
+    } else {
+        HermiteNodes<N> nodes(states, covariances, leapTable());
+        nodes.prepare();
+        nodes.answer(t, result, covariance);
+    }
+}
+
+// By 2 to 6 points.
 Vorlanpoint interpolated(const Points& points, double t, Covariance covariance = Covariance::Wanted) {
+    constexpr decltype(&interpolate<2>) kKernels[] = {interpolate<2>, interpolate<3>, interpolate<4>, interpolate<5>,
+                                                      interpolate<6>};
     Vorlanpoint result;
     result.rev = 77;
-    hermitevorlan(points, t, result, covariance);
+    std::fill_n(result.cov, kCovarianceSize, 77.0);
+    kKernels[points.size() - 2](points, t, result, covariance);
     return result;
 }
 
@@ -109,7 +128,7 @@ TEST(Hermitevorlan, HasTheBitsOfTheFormulasOnRandomWindowsAndOfTheNodesAtTheirTi
         const double t = std::lerp(points.front().time, points.back().time, share(random));
         Vorlanpoint expected = plainHermite(points, t, vanished);
         ASSERT_EQ(bitsOf(interpolated(points, t)), bitsOf(expected));
-        std::fill_n(expected.cov, kCovarianceSize, 0.0);
+        std::fill_n(expected.cov, kCovarianceSize, 77.0);  // as it was
         ASSERT_EQ(bitsOf(interpolated(points, t, Covariance::NotWanted)), bitsOf(expected));
         const Vorlanpoint& node = points[random() % points.size()];
         ASSERT_EQ(bitsOf(interpolated(points, node.time)), bitsOf(node));

@@ -26,7 +26,8 @@ Answer ask(const Vorlanrecord& record, double ds50UTC) {
     Answer answer{};
     answer.point.rev = 77;
     MessageText message;
-    answer.status = InterpolateEP(record, utc2tai(ds50UTC), answer.point, message);
+    answer.status =
+        PointInterpolator(record).InterpolateEP(utc2tai(ds50UTC), answer.point, message, Covariance::Wanted);
     answer.message = message.view();
     return answer;
 }
@@ -74,8 +75,7 @@ Answer plainAnswer(const PointArray& points, double ds50UTC) {
                 "InterpolateEP: Data points too far apart due to spacing or data gap. (" + text(from) + ", " +
                     text(to) + ")"};
     Answer answer{0, {}, ""};
-    const std::array window{points[first], points[first + 1], points[first + 2], points[first + 3]};
-    hermitevorlan(window, t, answer.point);
+    hermitevorlan({points.states() + first, points.covariances() + first}, t, answer.point);
     answer.point.rev = updaterev(answer.point, points[mid - 1], points[mid - 1].rev);
     return answer;
 }
@@ -105,7 +105,7 @@ TEST(InterpolateEP, AnswersAsTheRulesSayInAnyOrderOfRequests) {
             expectEqual(ask(record, request), expected);
             Answer next{};
             MessageText message;
-            next.status = interpolator.at(utc2tai(request), next.point, message, Covariance::Wanted);
+            next.status = interpolator.InterpolateEP(utc2tai(request), next.point, message, Covariance::Wanted);
             next.message = message.view();
             expectEqual(next, expected);
         }

@@ -84,10 +84,14 @@ TEST(PointArray, GrowsByAThousandAndTakesNoRoomForCovariancesBeforeTheFirst) {
     EXPECT_EQ(points.array.capacity(), 2500);
     points.expectHeld();
 
-    PointArray negativeZero;
-    const PointCovariance covariance{{0.0, -0.0}};
-    negativeZero.append({}, &covariance);
-    EXPECT_TRUE(std::signbit(negativeZero[0].cov[1]));
+    PointArray negativeZeros;
+    const PointCovariance none{{0.0, -0.0}}, some{{1.0, -0.0}};
+    negativeZeros.append({}, &none);
+    EXPECT_EQ(negativeZeros.covariances(), nullptr) << "negative zeros alone are no covariance";
+    for (const PointCovariance* covariance : {&some, &none})
+        negativeZeros.append({}, covariance);
+    EXPECT_TRUE(std::signbit(negativeZeros[1].cov[1]));
+    EXPECT_FALSE(std::signbit(negativeZeros[2].cov[1]));
 }
 
 TEST(BlockPool, GivesEachObjectItsOwnPlaceAgainAndAgain) {

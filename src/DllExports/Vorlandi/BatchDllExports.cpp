@@ -115,7 +115,7 @@ public:
     void answer(double ds50UTC, std::int64_t at, Answers& answers) const noexcept {
         const auto members = std::span(members_).first(size_);
         for (const Member& member : members) {
-            if (member.record != nullptr) expectRequest(*member.record, ds50UTC, answers.covariance());
+            if (member.record != nullptr) prefetchPoints(*member.record, ds50UTC, answers.covariance());
         }
         for (const auto& [satKey, record, reason] : members) {
             if (record == nullptr) {

@@ -65,7 +65,7 @@ std::int32_t addPoint(std::int64_t satKey, double ds50UTC, const double* pos, co
     if (cov != nullptr) std::copy_n(cov, kCovarianceSize, covariance.cov);
     RecordAccess record(satKey, Access::Change);
     if (!record) return record.fail();
-    addoneeppoint(point, *record, hasCovariance(covariance) ? &covariance : nullptr);
+    addoneeppoint(point, *record, cov != nullptr ? &covariance : nullptr);
     return kSuccess;
 }
 

@@ -68,7 +68,7 @@ std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, Ep
 std::int32_t stateAt(const Vorlanrecord& record, PointInterpolator& interpolator, double ds50UTC, Vorlanpoint& point,
                      MessageText& message, Covariance covariance) noexcept {
     if (record.points.firstTime() <= ds50UTC && ds50UTC <= record.points.lastTime()) {
-        return interpolator.at(utc2tai(ds50UTC, interpolator.leapTable()), point, message, covariance);
+        return interpolator.InterpolateEP(utc2tai(ds50UTC, interpolator.leapTable()), point, message, covariance);
     }
     point = Vorlanpoint{};
     message = "GetEphem: Requested time is outside of ephemeris time span.";

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "CoreServices/Units.hpp"
 #include "Vorlandi/VorlandiProcessing/PointInterpolation.hpp"
 #include "Vorlandi/VorlandiTree.hpp"
 
@@ -39,7 +40,6 @@ std::int32_t stateAt(const Vorlanrecord& record, PointInterpolator& interpolator
 void to6x6covmtx(double matrix[6][6], const double cov[kCovarianceSize]) noexcept;
 
 // Minutes since the first point.
-constexpr double kMinutesPerDay = 1440.0;
 inline double mseOf(double time, double first) noexcept { return (time - first) * kMinutesPerDay; }
 
 constexpr std::string_view kIndexOutOfRange = "GetEphem: Input index is out of valid range.";

@@ -61,7 +61,7 @@ constexpr FormatRow kFormats[] = {
 bool hasText(std::string_view line, const TextAt& wanted) noexcept {
     for (std::size_t k = 0; k < wanted.text.size(); ++k) {
         const std::size_t at = wanted.column - 1 + k;
-        if ((at < line.size() ? upperCase(line[at]) : ' ') != wanted.text[k]) return false;
+        if ((at < line.size() ? touppercase(line[at]) : ' ') != wanted.text[k]) return false;
     }
     return true;
 }
@@ -106,7 +106,7 @@ std::int32_t vorlancardtype(std::string_view line) noexcept {
 
 bool mayBeCard(std::string_view line) noexcept {
     if (line.empty()) return false;
-    const char first = upperCase(line.front());
+    const char first = touppercase(line.front());
     return first == 'E' || first == 'S' || first == 'V' || first == '#';
 }
 

@@ -1,9 +1,6 @@
 // Point accumulation: how every reader, and the functions that add points one by one, build a record.
 #pragma once
 
-#include <cstdint>
-#include <string_view>
-
 #include "Vorlandi/VorlandiTypes.hpp"
 
 namespace vorlandi {
@@ -22,17 +19,5 @@ inline bool addoneeppoint(const Vorlanstate& point, Vorlanrecord& record, const 
 
 // Releases the spare space after the points.
 inline void trimvorlanempts(Vorlanrecord& record) { record.points.trim(); }
-
-// Coordinate-system codes beyond those of coordstr.
-constexpr std::int32_t kLlh = 15;
-constexpr std::int32_t kSen = 16;
-
-// Code of a coordinate-system name, kUnknownCoordinates for any other text. A field of exactly three characters holds
-// one of the three-letter names; one of any other length begins with one of the five-letter names, which have the codes
-// 17 to 20. A three-letter name in a longer field is unknown.
-std::int32_t coord(std::string_view field) noexcept;
-
-// The same for a field of three columns, of which the last may be after the end of the line.
-std::int32_t coordOfThree(std::string_view field) noexcept;
 
 }  // namespace vorlandi

@@ -3,22 +3,21 @@
 #include <algorithm>
 #include <cmath>
 
+#include "CoreServices/Status.hpp"
+#include "CoreServices/Units.hpp"
 #include "TimeLibrary/DateTexts.hpp"
 
 namespace vorlandi {
 namespace {
 
-constexpr std::int32_t kFound = 0;
-constexpr std::int32_t kNotFound = 2;
-
 constexpr double kSpanTolerance_s = 0.0005;
 constexpr double kCoincidence_days = 1e-12;
 constexpr double kLargestMeanSpacing_days = 0.04236111111111111;  // 61 minutes
-constexpr std::int32_t kWindow = 4;
+constexpr std::int32_t kWindow = HermiteWindow::kNodes;
 constexpr std::int32_t kRevolutionModulus = 100000;
 
-// The point that a bisection between 0 and n + 1 probes last when `lo` is the last one earlier than the
-// request: lo or lo + 1. It carries the revolution number that a request is counted from.
+// The last point that a bisection between 0 and n + 1 probes if `lo` is the last point earlier than the request: lo or
+// lo + 1. The revolution number of an answer is counted from it.
 std::int32_t lastProbed(std::int32_t n, std::int32_t lo) noexcept {
     std::int32_t below = 0;
     std::int32_t above = n + 1;
@@ -35,18 +34,18 @@ MessageText gapMessage(const Vorlanstate& first, const Vorlanstate& last) noexce
            << ds50todate15(first.time) << ", " << ds50todate15(last.time) << ")";
 }
 
-std::int32_t notFound(std::string_view why, Vorlanpoint& point, MessageText& message) noexcept {
+std::int32_t fail(std::string_view why, Vorlanpoint& point, MessageText& message) noexcept {
     point = Vorlanpoint{};
     message = why;
-    return kNotFound;
+    return kFailure;
 }
 
-void expectLines(const void* begin, std::size_t size) noexcept {
+void prefetchLines(const void* begin, std::size_t size) noexcept {
     for (std::size_t at = 0; at < size; at += kCacheLine)
         __builtin_prefetch(static_cast<const char*>(begin) + at);
 }
 
-// The point that would stand before t if all were evenly spaced, by the index from 1; 0 for a time far outside.
+// The index (from 1) of the point before t if all points were evenly spaced; 0 for a time far outside.
 std::int32_t evenlySpaced(const PointArray& points, double t) noexcept {
     const double first = points.firstTime();
     const double spacings = (t - first) / (points.lastTime() - first) * (points.count() - 1);
@@ -55,14 +54,14 @@ std::int32_t evenlySpaced(const PointArray& points, double t) noexcept {
 
 }  // namespace
 
-void expectRequest(const Vorlanrecord& record, double ds50UTC, Covariance covariance) noexcept {
+void prefetchPoints(const Vorlanrecord& record, double ds50UTC, Covariance covariance) noexcept {
     const PointArray& points = record.points;
     const std::int32_t n = points.count();
     if (n < kWindow) return;
     const std::int32_t first = std::clamp(evenlySpaced(points, ds50UTC), 2, n - 2) - 2;
-    expectLines(points.states() + first, kWindow * sizeof(Vorlanstate));
+    prefetchLines(points.states() + first, kWindow * sizeof(Vorlanstate));
     if (covariance == Covariance::Wanted && points.covariances() != nullptr) {
-        expectLines(points.covariances() + first, kWindow * sizeof(PointCovariance));
+        prefetchLines(points.covariances() + first, kWindow * sizeof(PointCovariance));
     }
 }
 
@@ -71,8 +70,8 @@ bool PointInterpolator::isLastEarlier(std::int32_t lo, double t) const noexcept 
     return (lo == 0 || t > time(lo)) && (lo == points_.count() || !(t > time(lo + 1)));
 }
 
-// The last point strictly earlier than t, 0 if none. That of the last request is tried first, then the one
-// that even spacing leads to; otherwise a bisection finds it.
+// The last point strictly earlier than t, 0 if none. Tries the last request's point, then the one that even spacing
+// suggests, then bisects.
 std::int32_t PointInterpolator::lastEarlier(double t) const noexcept {
     const std::int32_t n = points_.count();
     for (const std::int32_t lo : {lo_, lo_ + 1}) {
@@ -92,7 +91,7 @@ std::int32_t PointInterpolator::lastEarlier(double t) const noexcept {
     return lo;
 }
 
-// The first of the points first to last that stands at t, 0 if none does.
+// The first point at t among the points first to last, 0 if there is none.
 std::int32_t PointInterpolator::coincident(std::int32_t first, std::int32_t last, double t) const noexcept {
     for (std::int32_t i = first; i <= last; ++i) {
         if (std::abs(t - time(i)) < kCoincidence_days) return i;
@@ -100,8 +99,8 @@ std::int32_t PointInterpolator::coincident(std::int32_t first, std::int32_t last
     return 0;
 }
 
-// The revolution number of an interpolated point. Which of the two points around it is the reference only
-// matters near a crossing of the equator, or where their numbers differ.
+// The revolution number of an interpolated point. Which of the two points around it is the reference matters only near
+// an equator crossing, or where their numbers differ.
 std::int32_t PointInterpolator::revolutionOf(const Vorlanstate& interpolated) const noexcept {
     const std::int32_t n = points_.count();
     if (lo_ >= 1 && lo_ < n) {
@@ -122,45 +121,40 @@ std::int32_t PointInterpolator::interpolate(double t, Vorlanpoint& result, Messa
     lo_ = lo;
     if (const std::int32_t stored = coincident(first, last, t); stored != 0) {
         result = points_[stored - 1];
-        return kFound;
+        return kSuccess;
     }
     if (first != first_) {
         if ((time(last) - time(first)) / 3.0 > kLargestMeanSpacing_days) {
-            return notFound(gapMessage(state(first), state(last)), result, message);
+            return fail(gapMessage(state(first), state(last)), result, message);
         }
         const PointCovariance* const covariances = points_.covariances();
         window_.emplace(&state(first), covariances == nullptr ? nullptr : covariances + (first - 1), leapTable_);
         first_ = first;
     }
-    window_->at(t, result, covariance);
+    hermitevorlan(*window_, t, result, covariance);
     result.rev = revolutionOf(result);
-    return kFound;
+    return kSuccess;
 }
 
-std::int32_t PointInterpolator::at(double ds50TAI, Vorlanpoint& result, MessageText& message, Covariance covariance) {
+std::int32_t PointInterpolator::InterpolateEP(double ds50TAI, Vorlanpoint& result, MessageText& message,
+                                              Covariance covariance) {
     const double t = tai2utc(ds50TAI, leapTable_);
     const std::int32_t n = points_.count();
     if (n == 1) {
         result = points_[0];
-        return kFound;
+        return kSuccess;
     }
-    if (n < 1) return notFound("InterpolateEP: Buffer not initialized.", result, message);
-    if ((t - points_.firstTime()) * 86400.0 < -kSpanTolerance_s ||
-        (t - points_.lastTime()) * 86400.0 > kSpanTolerance_s) {
-        return notFound("InterpolateEP: Request time out of ephemeris range.", result, message);
+    if (n < 1) return fail("InterpolateEP: Buffer not initialized.", result, message);
+    if ((t - points_.firstTime()) * kSecondsPerDay < -kSpanTolerance_s ||
+        (t - points_.lastTime()) * kSecondsPerDay > kSpanTolerance_s) {
+        return fail("InterpolateEP: Request time out of ephemeris range.", result, message);
     }
     if (n >= kWindow) return interpolate(t, result, message, covariance);
     if (const std::int32_t stored = coincident(1, n, t); stored != 0) {
         result = points_[stored - 1];
-        return kFound;
+        return kSuccess;
     }
-    return notFound("InterpolateEP: Can not interpolate with less than 4 ephemeris data points", result, message);
-}
-
-std::int32_t InterpolateEP(const Vorlanrecord& record, double ds50TAI, Vorlanpoint& point, MessageText& message,
-                           Covariance covariance) {
-    point = Vorlanpoint{};
-    return PointInterpolator(record).at(ds50TAI, point, message, covariance);
+    return fail("InterpolateEP: Can not interpolate with less than 4 ephemeris data points", result, message);
 }
 
 std::int32_t updaterev(const Vorlanstate& a, const Vorlanstate& b, std::int32_t rev) noexcept {

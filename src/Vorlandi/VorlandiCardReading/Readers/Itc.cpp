@@ -40,7 +40,7 @@ void readPoint(const LineGroup& lines, std::size_t covarianceLines, BlockInput& 
             return input.skipbadephempoint(kName, lines[k + 1]);
         }
     }
-    input.append(point, record, hasCovariance(covariance) ? &covariance : nullptr);
+    input.append(point, record, &covariance);
 }
 
 }  // namespace
