@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Runs the built fuzz targets one after another and prints a line for each; fails if one of them finds something.
 #   fuzz/run.sh [SECONDS_EACH] [TARGET...]      60 seconds and all targets by default; a target is named without fuzz_
-# VORLANDI_FUZZ_BUILD is the build directory, build/fuzz by default. The corpus and the findings stay below it, in
+# VORLANDI_FUZZ_BUILD is the build directory, build/sanitizers by default. The corpus and the findings stay below it, in
 # fuzz-corpus and fuzz-findings. A finding is run again with: BUILD/bin/fuzz_TARGET FILE
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-build=$(cd "${VORLANDI_FUZZ_BUILD:-$root/build/fuzz}" && pwd)
+build=$(cd "${VORLANDI_FUZZ_BUILD:-$root/build/sanitizers}" && pwd)
 examples=$root/examples/data
 
 seconds=60

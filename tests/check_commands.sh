@@ -12,5 +12,6 @@ blocks() { awk -v kind="$1" '/^```/ { inside = $1 == "```" kind; next } inside' 
 blocks c >first.c
 { blocks sh | grep -v '^\./dev'; sed -n 's/^ \*   //p' examples/*.c examples/*.cpp; } >commands
 bash -euxo pipefail commands | tee printed
+# shellcheck disable=SC2016  # backquotes of Markdown
 said=$(sed -n 's/^It prints `\([^`]*\)`.*/\1/p' README.md)
 [ -n "$said" ] && grep -qxF -- "$said" printed

@@ -12,3 +12,10 @@
 #ifndef VORLANDI_SANITIZED
 #define VORLANDI_SANITIZED 0
 #endif
+
+// VORLANDI_POOLED: do pools keep objects side by side? Under the sanitizers only if the build asks for it.
+#if defined(VORLANDI_POOLS_ALWAYS) || !VORLANDI_SANITIZED
+#define VORLANDI_POOLED 1
+#else
+#define VORLANDI_POOLED 0
+#endif

@@ -23,7 +23,7 @@ public:
 
     // Null when there is no memory.
     void* take() noexcept {
-        if (VORLANDI_SANITIZED) return std::aligned_alloc(alignof(Slot), sizeof(Slot));
+        if (!VORLANDI_POOLED) return std::aligned_alloc(alignof(Slot), sizeof(Slot));
         const std::lock_guard lock(mutex_);
         if (free_ == nullptr && next_ == end_ && !addBlock()) return nullptr;
         ++taken_;
@@ -34,7 +34,7 @@ public:
     }
 
     void release(void* object) noexcept {
-        if (VORLANDI_SANITIZED) return std::free(object);
+        if (!VORLANDI_POOLED) return std::free(object);
         const std::lock_guard lock(mutex_);
         free_ = ::new (object) Slot{free_};
         if (--taken_ == 0) giveBack();

@@ -48,7 +48,7 @@ private:
         std::atomic<std::int32_t> owners{1};
         bool isMapped;
         std::size_t size;  // of the bytes
-        char restOfLine[48];
+        char restOfLine[kCacheLine - 8 - sizeof(std::size_t)];
     };
     static_assert(sizeof(Header) == kCacheLine);
 
