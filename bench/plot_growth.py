@@ -10,9 +10,9 @@ import sys
 import matplotlib
 
 matplotlib.use("svg")
-import matplotlib.pyplot as pyplot
+import matplotlib.pyplot as pyplot  # noqa: E402: after the choice of the backend
 
-from report import read_benchmarks, value_of
+from report import read_benchmarks, value_of  # noqa: E402
 
 PANELS = (("queryOverPoints", "points of one satellite"), ("queryOverSatellites", "satellites of 8 points"))
 

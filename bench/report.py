@@ -15,7 +15,8 @@ MARKS = ("<!-- figures: begin -->", "<!-- figures: end -->")
 
 # Fields of a benchmark: its time, its speed (compared as times over the same bytes), or one of its counters.
 UNITS = {
-    "time": "time", "wall": "time", "speed": "speed", "gain": "speed", "rate": "rate", "ns_per_state": "time", "ns_per_point": "time",
+    "time": "time", "wall": "time", "speed": "speed", "gain": "speed", "rate": "rate", "ns_per_state": "time",
+    "ns_per_point": "time",
     "ns_per_satellite": "time", "bytes_per_point": "size", "stored_bytes_per_point": "size",
     "most_bytes": "size", "stored_bytes": "size",
 }
@@ -200,7 +201,8 @@ def table(rows, markdown):
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("results", type=pathlib.Path, help="what --benchmark_out wrote")
-    parser.add_argument("--json", type=pathlib.Path, help="file for the rows; report.json next to the results by default")
+    parser.add_argument("--json", type=pathlib.Path,
+                        help="file for the rows, by default report.json next to the results")
     parser.add_argument("--docs", type=pathlib.Path, help="a page whose marked block gets the table")
     arguments = parser.parse_args()
     document = json.loads(arguments.results.read_text())

@@ -27,7 +27,8 @@ Examples:
   vorlandi states --help)";
 
 // Replaces closed standard streams. A file opened while standard error is closed would get its descriptor, and the
-// messages would go into that file. Standard output is replaced by a file that can't be written to: the first write fails.
+// messages would go into that file. Standard output is replaced by a file that can't be written to: the first write
+// fails.
 void occupyStandardStreams() {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
         if (fcntl(descriptor, F_GETFD) == -1) open("/dev/null", descriptor == STDERR_FILENO ? O_WRONLY : O_RDONLY);

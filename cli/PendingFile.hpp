@@ -6,13 +6,13 @@
 
 namespace vorlandi::cli {
 
-// Written under a temporary name beside its target. Unless it is committed, the target stays as it was and the temporary
-// file is removed, also when a signal ends the program. Only one may exist at a time.
+// Written under a temporary name beside its target. Unless it is committed, the target stays as it was and the
+// temporary file is removed, also when a signal ends the program. Only one may exist at a time.
 class PendingFile {
 public:
     // Null if the target has to be written directly: a device, a pipe or a directory, a file that may not be written,
-    // or a folder in which no file can be made. Symbolic links are followed, so that they stay. The mode and owner of an
-    // existing target are kept. Throws an OutputError.
+    // or a folder in which no file can be made. Symbolic links are followed, so that they stay. The mode and owner of
+    // an existing target are kept. Throws an OutputError.
     static std::unique_ptr<PendingFile> beside(const std::string& target);
 
     ~PendingFile();

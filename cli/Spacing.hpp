@@ -9,8 +9,8 @@
 
 namespace vorlandi::cli {
 
-// Elapsed microseconds from each time to the next, leap seconds counted. They are whole: a finer difference is due to the
-// rounding of the times.
+// Elapsed microseconds from each time to the next, leap seconds counted. They are whole: a finer difference is due to
+// the rounding of the times.
 std::vector<double> stepsBetween(std::span<const double> timesDs50UTC);
 
 // The mean of the middle two if their number is even.

@@ -10,8 +10,8 @@
 
 namespace vorlandi::cli {
 
-// Times are days since 1950, UTC. Either single times or a range. With a step, a range means the times from its start on;
-// without a step, the stored points within it. A missing limit is the first or last time of the satellite.
+// Times are days since 1950, UTC. Either single times or a range. With a step, a range means the times from its start
+// on; without a step, the stored points within it. A missing limit is the first or last time of the satellite.
 struct StateRequest {
     std::vector<double> at;
     std::optional<double> from;

@@ -17,8 +17,8 @@ TimeGrid::TimeGrid(double fromDs50, double toDs50, double step_s)
 
 double TimeGrid::operator[](std::int64_t i) const {
     if (i == 0) return from_;
-    // Counts seconds of the day from a start that is rounded to the microsecond, as a text has it, so that a time of the
-    // grid has the same bits as its text.
+    // Counts seconds of the day from a start that is rounded to the microsecond, as a text has it, so that a time of
+    // the grid has the same bits as its text.
     const double day = std::floor(from_);
     const double start_s = std::round((from_ - day) * kSecondsPerDay * 1e6) / 1e6;
     const double second = start_s + static_cast<double>(i) * step_s_;

@@ -8,8 +8,8 @@ namespace vorlandi::cli {
 // Shorter steps would vanish in the rounding of a time counted in days.
 inline constexpr double kShortestStep_s = 1e-6;
 
-// The times from + i * step up to and including the end, to within a microsecond. Each is calculated on its own, so that
-// errors do not add up however long the grid is. A step counts seconds of the UTC clock, 86400 to the day.
+// The times from + i * step up to and including the end, to within a microsecond. Each is calculated on its own, so
+// that errors do not add up however long the grid is. A step counts seconds of the UTC clock, 86400 to the day.
 class TimeGrid {
 public:
     // from <= to, step_s >= kShortestStep_s.

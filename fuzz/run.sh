@@ -74,8 +74,10 @@ for target in "${targets[@]}"; do
     [ -n "$dictionary" ] && options+=(-dict="$dictionary")
     log=$build/fuzz-findings/$target.log
     result="no finding"
-    if ! UBSAN_OPTIONS=print_stacktrace=1 "$build/bin/fuzz_$target" "${options[@]}" "$corpus" "$seeds" >"$log" 2>&1; then
-        result="FINDING: $(grep -m 1 -E 'Property does not hold|runtime error|ERROR: |error: ' "$log" || echo "see $log")"
+    if ! UBSAN_OPTIONS=print_stacktrace=1 "$build/bin/fuzz_$target" "${options[@]}" "$corpus" "$seeds" \
+        >"$log" 2>&1; then
+        result=$(grep -m 1 -E 'Property does not hold|runtime error|ERROR: |error: ' "$log" || echo "see $log")
+        result="FINDING: $result"
         status=1
     fi
     executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")

@@ -16,7 +16,8 @@ for file in "$cut"/*; do
     [ "$(wc -l <<<"$states")" -ge 3 ] || { echo "$name: $states"; exit 1; }
     if [ -e "$name" ]; then
         diff <(echo "$states"; format "$file") \
-            <("$vorlandi" states "$name" | sed -n "1,$(wc -l <<<"$states")p"; format "$name") || { echo "in $name"; exit 1; }
+            <("$vorlandi" states "$name" | sed -n "1,$(wc -l <<<"$states")p"; format "$name") ||
+            { echo "in $name"; exit 1; }
     fi
     count=$((count + 1))
 done

@@ -29,8 +29,8 @@ enum { VORLAN_TRACE_INFO = 1, VORLAN_TRACE_ERROR = 2 };
  *   userData  what was given to VorlanTraceSetHandler
  *
  * Runs on the thread that logs, outside every lock of the library, and may call the library. It must not throw and must
- * not leave by longjmp. Threads may run it at the same time. It also hears messages logged while a thread or the process
- * ends, for as long as it is set.
+ * not leave by longjmp. Threads may run it at the same time. It also hears messages logged while a thread or the
+ * process ends, for as long as it is set.
  */
 typedef void (*VorlanTraceHandler)(int32_t severity, const char* text, int32_t textLen, void* userData);
 
@@ -125,7 +125,8 @@ enum { VORLAN_GUARD_FIXED = 0, VORLAN_GUARD_SAFE = 1 };
  * In the safe mode every function may run beside every other, on any satellite. Each call sees the store as it is
  * before or after any change, never in between; of two calls that overlap either may come first. A key that was
  * removed gives "not found", not another satellite's data, as long as nobody adds the same satellite again. A batch is
- * several calls in this sense, and so is a load; a DMA key is used again after 4,096 further removals (docs/threads.md).
+ * several calls in this sense, and so is a load; a DMA key is used again after 4,096 further removals
+ * (docs/threads.md).
  *
  * In the fixed mode a query that begins in the same instant in which the tree changes can be refused, be answered with
  * another satellite's data, or, if its satellite is being removed, read released memory and crash the process. Whoever

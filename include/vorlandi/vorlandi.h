@@ -19,11 +19,11 @@
  * stands in the trace log (see vorlandi/services.h); a failed open is not logged. A function that fails leaves zeros,
  * or blanks, in its outputs.
  *
- * Memory: a function that runs out of memory fails as said above, logs "VorlanXxx: Out of memory." with its own name, and
- * leaves the store as it was; a load keeps what it has stored. It can be called again once there is memory. Queries,
- * fields, removing and logging allocate nothing. Three allocations end the process if they fail, with "Error allocating
- * N bytes" on standard error and in the trace log: that of points, by the functions that add points or load files; that
- * of the record of a satellite with an ordinary key, by VorlanAddSat and loading; and that of the list that
+ * Memory: a function that runs out of memory fails as said above, logs "VorlanXxx: Out of memory." with its own name,
+ * and leaves the store as it was; a load keeps what it has stored. It can be called again once there is memory.
+ * Queries, fields, removing and logging allocate nothing. Three allocations end the process if they fail, with "Error
+ * allocating N bytes" on standard error and in the trace log: that of points, by the functions that add points or load
+ * files; that of the record of a satellite with an ordinary key, by VorlanAddSat and loading; and that of the list that
  * VorlanGetLoaded sorts, instead of which VorlanGetLoadedExt can be called.
  *
  * Threads: every function may be called from any thread. What may run beside what depends on the guard mode, which
@@ -397,10 +397,9 @@ enum {
  * format was recognised, a record was refused or a card names a file that can't be read: a message tells what, and what
  * could be read is stored. When it fails, count and satKeys say what was stored, and that stays in the store.
  * A refused record, such as a duplicate, is not counted; the read observer hears VORLAN_READ_REFUSED.
- * Messages: those of VorlanLoadFile; by the practical rules also "VorlanLoadFileExt: file:line: ...", and of the readers
- * "ReadOEM: file:line: reason" between "*** ReadOEM : Bad ephemeris data. ***" and the line;
- * "VorlanLoadFileExt: Out of memory.".
- * Memory: with VORLAN_LOAD_PRACTICAL a failed allocation never ends the process.
+ * Messages: those of VorlanLoadFile; by the practical rules also "VorlanLoadFileExt: file:line: ...", and of the
+ * readers "ReadOEM: file:line: reason" between "*** ReadOEM : Bad ephemeris data. ***" and the line;
+ * "VorlanLoadFileExt: Out of memory.". Memory: with VORLAN_LOAD_PRACTICAL a failed allocation never ends the process.
  * Threads: as VorlanLoadFile. Loads with different options may run at the same time.
  */
 int32_t VorlanLoadFileExt(const char* fileName, int32_t options, int64_t capacity, int64_t satKeys[], int64_t* count);
@@ -410,13 +409,14 @@ int32_t VorlanLoadFileExt(const char* fileName, int32_t options, int64_t capacit
  *
  *   bytes     in   [size] the content, which may be released after the call; null with size 0 is an empty file
  *   size      in   bytes, 0 or more
- *   fileName  in   [512] the name that messages, the satellite number and the record's input file are made from; one that
+ *   fileName  in   [512] the name that messages, the satellite number and the record's input file are made from; one
+ *   that
  *                  ends in ".DCE" says that the content is binary. It is not opened.
  *   the rest       as in VorlanLoadFileExt
  *
  * Returns as VorlanLoadFileExt; 2 also for a negative size, or null bytes with a size.
- * A satellite loaded so can't be loaded again from the card that VorlanSaveFile writes for it, unless a file of that name
- * holds the same content.
+ * A satellite loaded so can't be loaded again from the card that VorlanSaveFile writes for it, unless a file of that
+ * name holds the same content.
  */
 int32_t VorlanLoadBytes(const void* bytes, int64_t size, const char* fileName, int32_t options, int64_t capacity,
                         int64_t satKeys[], int64_t* count);
@@ -430,13 +430,13 @@ int32_t VorlanLoadBytes(const void* bytes, int64_t size, const char* fileName, i
  *   saveMode  in  0 replaces the file, any other number appends to it
  *
  * Returns 0; the errno if the file can't be opened; 2 if memory is short: an existing file is then untouched, a new
- * one empty. A failed write is not reported: if the disk is full the result is 0 and the file is incomplete. To be sure, read the file back:
- * a complete one has an "EPHFIL = " line of 521 characters for each satellite and ends with a line feed.
- * A line feed in a file name or a tag is written as a blank, so that it never begins another card.
- * Messages: "VorlanSaveFile: Out of memory.".
- * Threads: the store is free while the file is written, so that a pipe that nobody reads, or a disk that hangs, makes
- * only this call wait. Threads that save to the same file do so one after the other, each with the satellites that are
- * stored when its turn begins, and each appends its lines without a break. Writing to a pipe without a reader sends no SIGPIPE.
+ * one empty. A failed write is not reported: if the disk is full the result is 0 and the file is incomplete. To be
+ * sure, read the file back: a complete one has an "EPHFIL = " line of 521 characters for each satellite and ends with a
+ * line feed. A line feed in a file name or a tag is written as a blank, so that it never begins another card. Messages:
+ * "VorlanSaveFile: Out of memory.". Threads: the store is free while the file is written, so that a pipe that nobody
+ * reads, or a disk that hangs, makes only this call wait. Threads that save to the same file do so one after the other,
+ * each with the satellites that are stored when its turn begins, and each appends its lines without a break. Writing to
+ * a pipe without a reader sends no SIGPIPE.
  */
 int32_t VorlanSaveFile(const char* fileName, int32_t saveMode);
 

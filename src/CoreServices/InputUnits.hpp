@@ -44,8 +44,8 @@ public:
     // Returns Error after a failed read or rewind, EndOfData at the end of the file; the line is then empty.
     ReadOutcome readLine(std::size_t maxColumns, std::string_view& line);
 
-    // Skips lines ahead in which none of the marks occurs. Cheap and approximate: checks each buffer once and skips nothing
-    // if a mark occurs in it. With `count` the lines count as read, which takes longer.
+    // Skips lines ahead in which none of the marks occurs. Cheap and approximate: checks each buffer once and skips
+    // nothing if a mark occurs in it. With `count` the lines count as read, which takes longer.
     void passOverLinesWithout(std::string_view marks, bool count = false);
 
     // Goes back to the first line. If that fails, the next read returns Error.

@@ -39,7 +39,7 @@ public:
         constexpr char kDelete = 0x7F;
         const std::size_t count = std::min(text.size(), room());
         std::transform(text.begin(), text.begin() + count, chars_.begin() + size_, [](char c) {
-            const bool isControl = (c >= '\0' && c < ' ' && c != '\t') || c == kDelete;
+            const bool isControl = (static_cast<unsigned char>(c) < ' ' && c != '\t') || c == kDelete;
             return isControl ? ' ' : c;
         });
         size_ += count;

@@ -1,5 +1,5 @@
-// The C door: what every exported function shares. Outputs are zeroed before any work, null ones skipped; texts are taken
-// from and put into fixed-length character arrays; no exception leaves it.
+// The C door: what every exported function shares. Outputs are zeroed before any work, null ones skipped; texts are
+// taken from and put into fixed-length character arrays; no exception leaves it.
 #pragma once
 
 #include <algorithm>
@@ -15,8 +15,8 @@
 
 namespace vorlandi {
 
-// Handles the exception that is being caught: logs "function: Out of memory.", or ends the process if points, a record or
-// the strings of a sort could not be stored.
+// Handles the exception that is being caught: logs "function: Out of memory.", or ends the process if points, a record
+// or the strings of a sort could not be stored.
 [[gnu::cold]] void reportException(std::string_view function) noexcept;
 
 // Runs the work of an exported function, whose name is `function`. After an exception the result is that of a failure:

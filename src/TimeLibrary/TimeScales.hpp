@@ -14,8 +14,8 @@ inline double utc2tai(double ds50UTC, const LeapTable& table = leapTable()) noex
     return ds50UTC + table.atUtc(ds50UTC).daysOffset;
 }
 
-// The inverse of utc2tai to within one unit in the last place of the TAI time. utc2tai is monotonic: only UTC times from
-// a step on reach the step's rounded TAI time. A time inside a leap second continues the old day.
+// The inverse of utc2tai to within one unit in the last place of the TAI time. utc2tai is monotonic: only UTC times
+// from a step on reach the step's rounded TAI time. A time inside a leap second continues the old day.
 inline double tai2utc(double ds50TAI, const LeapTable& table = leapTable()) noexcept {
     return ds50TAI - table.atTai(ds50TAI).daysOffset;
 }

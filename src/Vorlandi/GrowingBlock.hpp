@@ -28,8 +28,8 @@ public:
     char* bytes() const noexcept { return bytes_; }  // null before the first growth
 
     // To at least a size above, or to a size below, the present one; `used` bytes are kept. A shared block doesn't
-    // shrink, and grows into one of its own unless the size is there already. Growing and unsharing throw StorageFailure
-    // when memory is short, and the block is then as it was.
+    // shrink, and grows into one of its own unless the size is there already. Growing and unsharing throw
+    // StorageFailure when memory is short, and the block is then as it was.
     void grow(std::size_t size, std::size_t used);
     void shrink(std::size_t size);
 

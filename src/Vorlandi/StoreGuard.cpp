@@ -27,8 +27,9 @@ void leaveAfterFork() noexcept {
     endUpdate();
 }
 
-// DMA objects are made and released inside the writer side and outside, so their lock is taken with it. Installed before
-// all other fork handlers, and so called after them: fork holds up the store only once it waits for nothing else.
+// DMA objects are made and released inside the writer side and outside, so their lock is taken with it. Installed
+// before all other fork handlers, and so called after them: fork holds up the store only once it waits for nothing
+// else.
 __attribute__((constructor(101))) void installForkHandlers() {
     ::pthread_atfork(
         [] {

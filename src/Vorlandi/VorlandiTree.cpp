@@ -58,8 +58,8 @@ private:
     std::unique_ptr<Vorlanrecord> record_;
 };
 
-// Links a node under its key or, in every mode but the DMA mode, the next free one of the same satellite. `key` receives
-// it: once the guard is left, a linked node may be gone already.
+// Links a node under its key or, in every mode but the DMA mode, the next free one of the same satellite. `key`
+// receives it: once the guard is left, a linked node may be gone already.
 AddStatus vorlanaddnode(Vorlanbintree& node, NewDma& dma, std::int64_t& key) {
     const WriteGuard guard;
     dma.publish();

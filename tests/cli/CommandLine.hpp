@@ -1,5 +1,5 @@
-// What the tests of the command line tool share: they run the built program as a user does, in a folder with a few files,
-// and look at its output, its messages and its exit status.
+// What the tests of the command line tool share: they run the built program as a user does, in a folder with a few
+// files, and look at its output, its messages and its exit status.
 #pragma once
 
 #include <gmock/gmock.h>

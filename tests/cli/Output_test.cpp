@@ -112,7 +112,8 @@ TEST_F(Output, LeavesAFileAsItWasIfItCannotBeCompleted) {
     // clang-format off
     for (const auto& [command, message] : std::initializer_list<std::pair<std::string, std::string>>{
         {"ulimit -f 1; vorlandi states 81001.e --step 1 -o kept", "kept: error: File too large\n"},
-        {"ulimit -f 1; vorlandi save kept 81001.e", "memory for the cards: error: the cards could not be written completely\n"},
+        {"ulimit -f 1; vorlandi save kept 81001.e",
+         "memory for the cards: error: the cards could not be written completely\n"},
         {"vorlandi states missing.e -o kept", "kept: error: not written: there is nothing to write\n"},
         {"vorlandi info missing.e -o kept", "kept: error: not written: there is nothing to write\n"},
         {"vorlandi save kept missing.e", "kept: error: not written: there is nothing to write\n"},

@@ -2,12 +2,13 @@
 // that follow, each time in a child process. The call may then
 //
 // 1. succeed all the same, with the same outputs and the same store;
-// 2. fail: with its status, its message, blank outputs, and the store as it was, but that a load keeps what it has stored;
+// 2. fail: with its status, its message, blank outputs, and the store as it was, but that a load keeps what it has
+// stored;
 // 3. if it stores points or records, or is VorlanGetLoaded: end the process, and say so on standard error.
 //
-// After 1 and 2 the call works as ever, and once all satellites are removed as much memory is in use as after calls whose
-// allocations did not fail. The handler of the messages takes the writer side of the store's guard, so that a message that
-// is logged with the guard held blocks the child.
+// After 1 and 2 the call works as ever, and once all satellites are removed as much memory is in use as after calls
+// whose allocations did not fail. The handler of the messages takes the writer side of the store's guard, so that a
+// message that is logged with the guard held blocks the child.
 //
 //   vorlandi_allocation_failures EXAMPLES INCLUDE [--verbose]
 #include <signal.h>

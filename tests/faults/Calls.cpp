@@ -24,7 +24,8 @@ std::int64_t other = 0;  // a satellite for the calls
 constexpr double kMinute = 1.0 / 1440.0;
 constexpr std::array<double, 21> kCovariance{1.0, 2.0, 3.0};
 
-// So many points take a mapping of their own, with room to spare, which is cut; so many, with covariances, make it grow.
+// So many points take a mapping of their own, with room to spare, which is cut; so many, with covariances, make it
+// grow.
 constexpr int kMappedPoints = 33'500;
 constexpr int kManyPoints = 101'000;
 

@@ -44,7 +44,8 @@ TEST_F(Fields, AreSetFromTextsWithoutTheirLeadingBlanks) {
     const std::int64_t key = addFull();
     const std::tuple<std::int32_t, std::string, std::string> cases[] = {
         // clang-format off
-        {11, "  3", "3"}, {11, "+4", "4"}, {11, "3 x", "3"}, {11, "10", "*"}, {11, "-1", "*"}, {11, "2", "2"}, {11, "J2K", "*"},
+        {11, "  3", "3"}, {11, "+4", "4"}, {11, "3 x", "3"}, {11, "10", "*"}, {11, "-1", "*"}, {11, "2", "2"},
+        {11, "J2K", "*"},
         {14, "   abcdefghijklmnopqrst", "abcdefgh"}, {14, "  a b", "a b"}, {14, "x", "x"}, {14, "", ""},
         {15, "   " + std::string(200, 't'), std::string(128, 't')}, {15, "tag 2", "tag 2"},
         {14, std::string(508, ' ') + "77778", "7777"},  // no more than 512 characters are read

@@ -10,8 +10,8 @@
 
 namespace vorlandi::testing {
 
-// Listens on the thread that made it while it lives. An event is "event|file:line|text", without the folder of the file;
-// the key of the satellite that was stored first is written as "key".
+// Listens on the thread that made it while it lives. An event is "event|file:line|text", without the folder of the
+// file; the key of the satellite that was stored first is written as "key".
 class ReadEvents {
 public:
     explicit ReadEvents(const LogCapture& log) : log_(log) { VorlanSetReadObserver(hear, this); }

@@ -1,4 +1,5 @@
-// Loads the library, uses it and unloads it, again and again: nothing may be left of it, neither mapped nor on the heap.
+// Loads the library, uses it and unloads it, again and again: nothing may be left of it, neither mapped nor on the
+// heap.
 //
 //     vorlandi_unloading LIBRARY EPHEMERIS_FILE
 #include <dlfcn.h>

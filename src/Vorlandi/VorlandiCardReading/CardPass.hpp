@@ -1,5 +1,5 @@
-// The card pass over a file: finds the cards that name ephemeris files, and reads those files in an ephemeris pass each,
-// one level deep.
+// The card pass over a file: finds the cards that name ephemeris files, and reads those files in an ephemeris pass
+// each, one level deep.
 #pragma once
 
 #include <sys/stat.h>

@@ -1,8 +1,8 @@
 // One pass over a file in which each recognised block goes to its reader, and the record that it fills into the store.
 //
-// By the fixed rules there is one working record, which goes on from block to block: a later block appends its points to
-// the earlier ones, and a block that fails ends the pass. By the practical rules a block makes records of its own, and a
-// block that fails is skipped.
+// By the fixed rules there is one working record, which goes on from block to block: a later block appends its points
+// to the earlier ones, and a block that fails ends the pass. By the practical rules a block makes records of its own,
+// and a block that fails is skipped.
 #pragma once
 
 #include <cstdint>

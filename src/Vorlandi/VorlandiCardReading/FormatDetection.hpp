@@ -1,5 +1,5 @@
-// Format detection: what kind of line a line is, by texts in its leading columns. One table holds the tests in the order
-// in which they are made, with the format's name and reader; a further format is a further row.
+// Format detection: what kind of line a line is, by texts in its leading columns. One table holds the tests in the
+// order in which they are made, with the format's name and reader; a further format is a further row.
 #pragma once
 
 #include <array>

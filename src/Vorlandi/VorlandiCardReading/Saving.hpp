@@ -21,8 +21,8 @@ FileCard fileCard(const Vorlanrecord& record) noexcept;
 // becomes a blank. Holds the reader side of the store meanwhile.
 void vorlanwritelines(std::string& text);
 
-// Writes title and cards to a file. Threads that save to the same file do so one after the other, each with the store as
-// it is when its turn begins. The store is free while the file is written, however long that takes. Returns 0 or the
+// Writes title and cards to a file. Threads that save to the same file do so one after the other, each with the store
+// as it is when its turn begins. The store is free while the file is written, however long that takes. Returns 0 or the
 // errno of the failed open. Throws std::bad_alloc when memory is short: an existing file is then untouched, a new one
 // empty.
 std::int32_t savevorlans(std::string_view fileName, FileMode mode);

@@ -1,8 +1,8 @@
 // Reads DCE binary files: records framed by their byte count, three of a header and then one a point. Numbers are
 // big-endian; values are stored as they are.
 //
-// No count in the file is trusted: it is compared with the size that is needed, and a surplus is skipped piece by piece,
-// without memory being taken for it.
+// No count in the file is trusted: it is compared with the size that is needed, and a surplus is skipped piece by
+// piece, without memory being taken for it.
 #include <algorithm>
 #include <bit>
 #include <cmath>
