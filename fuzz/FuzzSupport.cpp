@@ -100,9 +100,9 @@ void takeStore(Outcome& outcome, std::size_t inputSize) {
     require(listed == nodes, "as many keys as satellites");
     require(vorlantree.check() == nullptr, "the store's tree keeps its invariants");
     for (const std::int64_t key : outcome.keys) {
-        std::string_view message;
-        const Vorlanrecord record = FindRec(key, message);
-        require(message.empty(), "a listed key finds its record");
+        const RecordAccess found(key);
+        require(static_cast<bool>(found), "a listed key finds its record");
+        const Vorlanrecord& record = *found;
         requireSoundRecord(record, inputSize);
         require(record.numberOfPoints() > 0, "a stored record has points");
         require(record.epoch == record.points.front().time, "the first point's time is the epoch");

@@ -96,6 +96,11 @@ std::string Pipe::take() const {
 
 std::ptrdiff_t openDescriptors() { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); }
 
+Vorlanrecord storedRecord(std::int64_t key) {
+    const RecordAccess record(key);
+    return record ? *record : Vorlanrecord{};
+}
+
 Loaded load(std::string_view text, std::string_view fileName) {
     resetStore();
     const LogCapture log;
@@ -107,10 +112,8 @@ Loaded load(std::string_view text, std::string_view fileName) {
     loaded.keys.resize(static_cast<std::size_t>(vorlangetnumoftreenodes()));
     std::int32_t count = 0;
     vorlangettreekeys(count, loaded.keys.data(), 2);
-    for (const std::int64_t key : loaded.keys) {
-        std::string_view message;
-        loaded.records.push_back(FindRec(key, message));
-    }
+    for (const std::int64_t key : loaded.keys)
+        loaded.records.push_back(storedRecord(key));
     loaded.errors = log.errors();
     loaded.infos = log.infos();
     resetStore();

@@ -90,6 +90,9 @@ private:
 // The number of descriptors that the process has open.
 std::ptrdiff_t openDescriptors();
 
+// A copy of the stored record of a key; an empty record, without a name, if there is none.
+Vorlanrecord storedRecord(std::int64_t key);
+
 // What an ephemeris pass over a text has stored.
 struct Loaded {
     std::int32_t status;

@@ -12,11 +12,11 @@
  *
  * Texts are fixed-length, blank-padded character arrays without terminator. Of a text that comes in at most
  * its length is read and a NUL ends it early, so that a string literal may be passed; a null pointer counts
- * as blanks. A text that goes out fills its whole length. A null output is skipped. A null input array gives
+ * as blanks. An output text fills its whole length. A null output is skipped. A null input array results in
  * status 2.
  *
  * Status: 0 success, 2 failure, or the errno of a failed open, of which ENOENT is 2 as well. Why something failed
- * stands in the trace log (see vorlandi/services.h); a failed open is not logged. A function that fails leaves zeros,
+ * is in the trace log (see vorlandi/services.h); a failed open is not logged. A function that fails leaves zeros,
  * or blanks, in its outputs.
  *
  * Memory: a function that runs out of memory fails as said above, logs "VorlanXxx: Out of memory." with its own name,
@@ -70,7 +70,7 @@ void VorlanGetInfo(char infoStr[128]);
  *
  *   satNum        in  satellite number, 0 to 999999999
  *   combinedCode  in  last digit: coordinate system, 1 ECI, 2 J2K, 3 EFG, 4 ECR. The rest, in tens, is the
- *                     caller's own: 21 is ECI with 20 kept beside it, which no function gives back or uses
+ *                     caller's own: 21 is ECI with 20 kept beside it, which no function returns or uses
  *   epochDs50UTC  in  epoch, days since 1950, UTC: from 0.0 to the end of 2199. The first point replaces it.
  *   earthRadius   in  earth radius of the ephemeris, km
  *   ke            in  gravitational constant in earth radii and minutes; both are only kept, as the fields 3 and
@@ -281,7 +281,7 @@ int32_t VorlanGetLine(int64_t satKey, char line[512]);
 /* ---- Many at once ---- */
 
 /*
- * States of one satellite at many times. Each answer has the bits that VorlanDs50UTCCovMtx gives, whatever the order
+ * States of one satellite at many times. Each answer has the bits of VorlanDs50UTCCovMtx, whatever the order
  * of the times; sorted times are the quickest.
  *
  *   satKey    in   key of the satellite
@@ -290,7 +290,7 @@ int32_t VorlanGetLine(int64_t satKey, char line[512]);
  *   posVel    out  [n][6] position (km) and velocity (km/s)
  *   revNums   out  [n] revolution numbers
  *   covMtx    out  [n][6][6] covariances, as in VorlanMseCovMtx; only worked out when asked for
- *   errCodes  out  [n] 0 or 2, as the single query gives
+ *   errCodes  out  [n] 0 or 2, as the single query returns
  *
  * Returns 0 if every code is 0; else 2, also for n below 0 and a null array of times. The other outputs of a failed
  * answer are zero.
@@ -310,7 +310,7 @@ int32_t VorlanSatsDs50UTC(int64_t n, const int64_t satKeys[], double ds50UTC, do
                           double covMtx[][6][6], int32_t errCodes[]);
 
 /*
- * Stored points of a satellite; otherwise as VorlanDs50UTCArr, each answer as VorlanGetCovMtx gives it.
+ * Stored points of a satellite; otherwise as VorlanDs50UTCArr, each answer that of VorlanGetCovMtx.
  *
  *   first    in   index of the first point wanted, from 1
  *   n        in   number of points
@@ -337,7 +337,7 @@ int32_t VorlanSetField(int64_t satKey, int32_t fieldIdx, const char* valueStr);
  *
  *   fieldIdx  in   1 satellite number; 2 epoch as YYDDDHHMMSS.SSS; 3 earth radius, km; 4 ke; 5 to 7 position,
  *                  km, and 8 to 10 velocity, km/s, of the first point; 11 coordinate system code; 12 number
- *                  of points; 13 file name; 14 text of 8; 15 input tag; any other number gives blanks
+ *                  of points; 13 file name; 14 text of 8; 15 input tag; any other number returns blanks
  *   valueStr  out  [512]
  *
  * Returns 0; 2 if the key is unknown or there are no points.
@@ -363,9 +363,9 @@ int32_t VorlanGetAllFields(int64_t satKey, int32_t* satNum, char text8[8], char 
  *   fileName  in  [512] leading blanks don't count
  *
  * Returns 0, also when nothing in the file was recognised; 2 if reading failed, and what was stored before
- * stays; the errno if the file can't be opened. A file that doesn't exist gives 2, too, the number of ENOENT: reading
- * that failed has logged an error, a failed open none. A file named by a card that can't be opened, or is no regular
- * file, is passed over; a satellite with a number or an epoch outside the range of keys is not stored and not reported.
+ * stays; the errno if the file can't be opened. Also 2 (ENOENT) if the file does not exist: a failed
+ * read has logged an error, a failed open has not. A file named by a card that can't be opened, or is not a regular
+ * file, is skipped; a satellite with a number or an epoch outside the range of keys is not stored and not reported.
  * Messages: "VorlanLoadFile: Reading VORLANs from file ...", "Total ephemeris points = ...", bad lines in
  * pairs "*** Read... : Bad ephemeris data. ***" and the line, and what ended a load, "*** Read...: ... ***" or
  * "VorlanLoadFile: Out of memory."; those of VorlanAddSat for a satellite that is not stored.

@@ -25,7 +25,7 @@ struct DmaObject {
 // object.
 constexpr bool isdma(std::int64_t key) noexcept { return key % 10 == 0; }
 
-// The address that the self field of the object behind a DMA key must hold.
+// The address that must be in the self field of the object that a DMA key names.
 constexpr std::int64_t satkeytoaddr(std::int64_t key) noexcept { return key / 10; }
 
 // The object that a key names; one with the self-address 0 if it names none that is alive.

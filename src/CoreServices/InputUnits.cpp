@@ -192,7 +192,7 @@ bool InputUnit::refill() {
 }
 
 // Drops the rest of a line whose beginning fills the buffer; the beginning stays.
-void InputUnit::passOverLongLine() {
+void InputUnit::skipLongLine() {
     char* const start = buffer_.get();
     for (;;) {
         end_ = start + kLongestLine;
@@ -209,49 +209,55 @@ void InputUnit::passOverLongLine() {
     }
 }
 
-ReadOutcome InputUnit::readLine(std::size_t maxColumns, std::string_view& line) {
-    line = {};
-    if (atStart_) {
-        while (static_cast<std::size_t>(end_ - next_) < kByteOrderMark.size() && refill()) {
-        }
-        if (std::string_view(next_, static_cast<std::size_t>(end_ - next_)).starts_with(kByteOrderMark)) {
-            next_ += kByteOrderMark.size();
-        }
-        atStart_ = false;
+void InputUnit::skipByteOrderMark() {
+    while (static_cast<std::size_t>(end_ - next_) < kByteOrderMark.size() && refill()) {
     }
+    if (std::string_view(next_, static_cast<std::size_t>(end_ - next_)).starts_with(kByteOrderMark)) {
+        next_ += kByteOrderMark.size();
+    }
+    atStart_ = false;
+}
+
+// Reads until the line's end is in the buffer, or the file ends. Of a line that is longer than the buffer only the
+// beginning stays there.
+InputUnit::LineEnd InputUnit::findLineEnd() {
     std::size_t searched = 0;
     bool isCut = false;
-    const char* lineEnd = nullptr;
     for (;;) {
         const auto available = static_cast<std::size_t>(end_ - next_);
-        lineEnd = available == searched
-                      ? nullptr
-                      : static_cast<const char*>(std::memchr(next_ + searched, '\n', available - searched));
-        if (lineEnd != nullptr) break;
-        if (available == kBufferBytes) {
-            passOverLongLine();
-            isCut = true;
-            searched = kLongestLine;
-            if (static_cast<std::size_t>(end_ - next_) == searched) break;
-            continue;
+        if (available > searched) {
+            const void* const feed = std::memchr(next_ + searched, '\n', available - searched);
+            if (feed != nullptr) return {static_cast<const char*>(feed), isCut};
         }
         searched = available;
-        if (!refill()) break;
+        if (available < kBufferBytes) {
+            if (!refill()) return {nullptr, isCut};
+            continue;
+        }
+        skipLongLine();
+        isCut = true;
+        searched = kLongestLine;
+        if (static_cast<std::size_t>(end_ - next_) == searched) return {nullptr, isCut};
     }
-    if (lineEnd == nullptr && (failed_ || next_ == end_)) {
-        return failed_ ? ReadOutcome::Error : ReadOutcome::EndOfData;
-    }
-    const char* const last = lineEnd != nullptr ? lineEnd : end_;
+}
+
+ReadOutcome InputUnit::readLine(std::size_t maxColumns, std::string_view& line) {
+    line = {};
+    if (atStart_) [[unlikely]]
+        skipByteOrderMark();
+    const auto [feed, isCut] = findLineEnd();
+    if (feed == nullptr && (failed_ || next_ == end_)) return failed_ ? ReadOutcome::Error : ReadOutcome::EndOfData;
+    const char* const last = feed != nullptr ? feed : end_;
     auto size = static_cast<std::size_t>(last - next_);
-    const bool endsWithReturn = lineEnd != nullptr && !isCut && size > 0 && next_[size - 1] == '\r';
+    const bool endsWithReturn = feed != nullptr && !isCut && size > 0 && next_[size - 1] == '\r';
     if (endsWithReturn) --size;
     line = {next_, std::min(size, maxColumns)};
-    next_ = lineEnd != nullptr ? lineEnd + 1 : end_;
+    next_ = feed != nullptr ? feed + 1 : end_;
     ++lineNumber_;
     return ReadOutcome::Success;
 }
 
-void InputUnit::passOverLinesWithout(std::string_view marks, bool count) {
+void InputUnit::skipLinesWithout(std::string_view marks, bool count) {
     if (!fresh_) return;
     fresh_ = false;
     const auto size = static_cast<std::size_t>(end_ - next_);

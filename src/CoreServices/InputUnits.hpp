@@ -46,7 +46,7 @@ public:
 
     // Skips lines ahead in which none of the marks occurs. Cheap and approximate: checks each buffer once and skips
     // nothing if a mark occurs in it. With `count` the lines count as read, which takes longer.
-    void passOverLinesWithout(std::string_view marks, bool count = false);
+    void skipLinesWithout(std::string_view marks, bool count = false);
 
     // Goes back to the first line. If that fails, the next read returns Error.
     void rewind();
@@ -66,8 +66,16 @@ public:
 private:
     static constexpr std::size_t kBufferBytes = 65536;
 
+    // Where a line ends: its line feed, null if the file ends first. `isCut` if the line was longer than the buffer.
+    struct LineEnd {
+        const char* feed;
+        bool isCut;
+    };
+
     bool refill();
-    void passOverLongLine();
+    void skipByteOrderMark();
+    LineEnd findLineEnd();
+    void skipLongLine();
 
     std::unique_ptr<ByteSource> source_;
     std::unique_ptr<char[]> buffer_;
@@ -90,7 +98,7 @@ enum class FileKind { Any, Regular };
 // EINVAL for a device, a socket, or a file that the system calls empty but that yields bytes (as in /proc).
 //
 // A pipe is read to its end into memory, at most 4 GiB (EFBIG), so that it can be rewound. This waits, without a limit,
-// until somebody has opened the pipe for writing, and until its writers have closed it.
+// until a writer has opened the pipe, and until its writers have closed it.
 int fileopenmt(std::string_view name, InputUnit& unit, FileKind kind = FileKind::Any);
 
 // The same for a source of bytes.

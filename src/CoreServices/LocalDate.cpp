@@ -17,7 +17,7 @@ std::time_t now() noexcept {
 LocalDate localDate() noexcept {
     const std::time_t seconds = now();
     std::tm parts{};
-    parts.tm_year = 70;  // what stands if a clock gives a time that no calendar holds
+    parts.tm_year = 70;  // kept if a clock returns a time that no calendar holds
     parts.tm_mday = 1;
     localtime_r(&seconds, &parts);
     return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday};

@@ -63,7 +63,7 @@ std::optional<double> plainReal(std::string_view text) noexcept {
     return value;
 }
 
-// The exponent of a number, blanks inside ignored where they may stand; one that no double reaches is as good
+// The exponent of a number, blanks inside ignored where they are allowed; one that no double reaches is as good
 // as any other such.
 std::optional<int> exponentOf(std::string_view text, bool blanksInside) noexcept {
     constexpr int kBeyondAnyDouble = 1'000'000;
@@ -87,7 +87,7 @@ bool isDigitOrPoint(std::string_view number) noexcept {
     return !number.empty() && (isDigit(number.back()) || number.back() == '.');
 }
 
-// The odd forms: a plus sign, a D exponent, blanks inside, implied decimals. `decimals` below 0 stands for
+// The odd forms: a plus sign, a D exponent, blanks inside, implied decimals. `decimals` below 0 means
 // none.
 std::optional<double> oddReal(std::string_view text, int decimals, Exponents exponents) noexcept {
     NumberText number;

@@ -2,7 +2,7 @@
 // fixed-point and integer fields that it writes.
 //
 // Every read reports one of three outcomes. Reading is independent of the locale and correctly rounded;
-// infinities, NaNs, hexadecimal numbers, repeat counts and numbers too large for a double are no numbers, one
+// infinities, NaNs, hexadecimal numbers, repeat counts and numbers too large for a double are not numbers; one
 // too small for a double is zero. Exponents may be written with E, e, D or d.
 #pragma once
 
@@ -17,7 +17,7 @@ namespace vorlandi {
 
 enum class ReadOutcome { Success, Error, EndOfData };
 
-// Columns first to last of a line, 1-based; what lies behind the end of the line are blanks, and cut here.
+// Columns first to last of a line, 1-based; columns after the end of the line are blank, and cut here.
 constexpr std::string_view columns(std::string_view line, std::size_t first, std::size_t last) noexcept {
     if (first > line.size()) return {};
     return line.substr(first - 1, last - first + 1);
@@ -41,7 +41,7 @@ ReadOutcome readInteger(std::string_view field, std::int32_t& value) noexcept;
 ReadOutcome readReal(std::string_view field, int decimals, double& value,
                      Exponents exponents = Exponents::WithLetter) noexcept;
 
-// Where something stands in a line: 1-based columns, both included.
+// A field of a line: 1-based columns, both included.
 struct Columns {
     std::size_t first, last;
 };

@@ -18,7 +18,7 @@ namespace vorlandi {
 // How an output file is opened.
 enum class FileMode { Replace, Append };
 
-// What happens when a pipe or a terminal takes nothing for a while. A unit that gives up can't be opened for a pipe
+// What to do when a pipe or a terminal accepts nothing for a while. A unit that gives up can't be opened for a pipe
 // that has no reader (ENXIO); one that waits does so already while it is opened.
 enum class WhenFull { Wait, GiveUp };
 

@@ -9,7 +9,7 @@
 
 namespace vorlandi {
 
-// A sort string of up to 32 characters, and what it stands for.
+// A sort string of up to 32 characters, and what it belongs to.
 struct SortEntry {
     std::array<char, 32> text;
     std::int64_t key;

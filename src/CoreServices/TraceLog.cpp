@@ -22,7 +22,7 @@ union NeverDestroyed {
     T object;
 };
 
-// `isSet` spares a log without a handler the lock.
+// `isSet` saves the lock if there is no handler.
 struct HandlerSlot {
     std::mutex mutex;
     TraceHandler handler;

@@ -24,8 +24,8 @@ void VorlanTraceSetHandler(VorlanTraceHandler handler, void* userData) {
 void VorlanTraceGetHandler(VorlanTraceHandler* handler, void** userData) {
     catchAll(__func__, [&] {
         const TraceHandler set = traceHandler();
-        give(handler, set.call);
-        give(userData, set.userData);
+        setOutput(handler, set.call);
+        setOutput(userData, set.userData);
     });
 }
 
@@ -48,10 +48,10 @@ void VorlanSetDupKeyMode(int32_t mode) {
 void VorlanGetKeyModes(int32_t* useAll, int32_t* allMode, int32_t* elsetMode, int32_t* dupMode) {
     catchAll(__func__, [&] {
         const KeyModes modes = keyModes();
-        give(useAll, modes.useAll);
-        give(allMode, modes.all);
-        give(elsetMode, modes.elset);
-        give(dupMode, modes.dup);
+        setOutput(useAll, modes.useAll);
+        setOutput(allMode, modes.all);
+        setOutput(elsetMode, modes.elset);
+        setOutput(dupMode, modes.dup);
     });
 }
 
@@ -70,8 +70,8 @@ void VorlanSetReadObserver(VorlanReadObserver observer, void* userData) {
 void VorlanGetReadObserver(VorlanReadObserver* observer, void** userData) {
     catchAll(__func__, [&] {
         const ReadObserver set = readObserver();
-        give(observer, set.call);
-        give(userData, set.userData);
+        setOutput(observer, set.call);
+        setOutput(userData, set.userData);
     });
 }
 

@@ -41,13 +41,13 @@ auto catchAll(const char* function, Work&& work) noexcept -> decltype(work()) {
 
 // Sets a scalar output.
 template <class T>
-void give(T* output, T value) noexcept {
+void setOutput(T* output, T value) noexcept {
     if (output != nullptr) *output = value;
 }
 
 // Sets an array output of known size.
 template <class T>
-void give(T* output, const T* values, std::size_t size) noexcept {
+void setOutput(T* output, const T* values, std::size_t size) noexcept {
     static_assert(std::is_trivially_copyable_v<T>);
     // Of a constant size it takes no call, as std::copy does.
     if (output != nullptr) std::memcpy(output, values, size * sizeof(T));
@@ -56,7 +56,7 @@ void give(T* output, const T* values, std::size_t size) noexcept {
 // Zeros outputs: scalars, or arrays with their sizes.
 template <class... T>
 void zero(T*... outputs) noexcept {
-    (give(outputs, T{}), ...);
+    (setOutput(outputs, T{}), ...);
 }
 template <class T>
 void zeroArray(T* output, std::size_t size) noexcept {

@@ -16,14 +16,14 @@ double VorlanTimeFromText(const char* text, int32_t textLen) {
 void VorlanTimeToText15(double ds50UTC, char text[15]) {
     catchAll(__func__, [&] {
         const auto date = ds50todate15(ds50UTC);
-        give(text, date.data(), date.size());
+        setOutput(text, date.data(), date.size());
     });
 }
 
 void VorlanTimeToIso(double ds50UTC, char text[26]) {
     catchAll(__func__, [&] {
         const auto date = ds50toiso(ds50UTC);
-        give(text, date.data(), date.size());
+        setOutput(text, date.data(), date.size());
     });
 }
 

@@ -21,7 +21,7 @@ public:
     BlockPool(const BlockPool&) = delete;
     BlockPool& operator=(const BlockPool&) = delete;
 
-    // Null when there is no memory.
+    // Null if memory is short.
     void* take() noexcept {
         if (!VORLANDI_POOLED) return std::aligned_alloc(alignof(Slot), sizeof(Slot));
         const std::lock_guard lock(mutex_);

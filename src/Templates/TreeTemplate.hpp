@@ -7,7 +7,7 @@
 //     // Exchanges all but key, number, balance and links.
 //     static void swapContents(Node& a, Node& b);
 //     // The contents will be released soon: a hint.
-//     static void expectRelease(const Node& node);
+//     static void prefetchForRelease(const Node& node);
 //
 // Invariants:
 // 1. Keys of the left subtree are smaller than the node's, those of the right subtree larger.
@@ -216,7 +216,7 @@ private:
             return removed;
         }
         Node* const found = slot;
-        Traits::expectRelease(*found);
+        Traits::prefetchForRelease(*found);
         if (found->left != nullptr && found->right != nullptr) {
             Node* const removed = swapnode(found->left, *found, shrank);
             if (shrank) balance_right_heavy(slot, shrank);
@@ -290,7 +290,7 @@ private:
         }
     }
 
-    // `lower` and `upper` are the keys between which those of the subtree must lie; null stands for no bound.
+    // `lower` and `upper` are the keys between which those of the subtree must lie; null means no bound.
     int heightOf(const Node* node, const Key* lower, const Key* upper, const char*& broken) const {
         if (node == nullptr) return 0;
         const auto breaks = [&](const char* what) {

@@ -104,7 +104,7 @@ bool readTimeOfDay(std::string_view text, std::size_t hourAt, std::size_t second
 // blank. Returns the width of the year, 0 if there is no such year.
 template <std::size_t kBetween>
 std::size_t readYearAndDay(const CompactText& date, DateParts& parts) noexcept {
-    // A point that is missing, or too early, gives a width that no year has.
+    // A point that is missing, or too early, results in a width that no year has.
     const std::size_t width = date.text.find('.') - 3 - kBetween;
     if (width != 2 && width != 4 && !(width == 1 && date.blankBefore())) return 0;
     const int year = paddedDigits(date.text.substr(0, width));

@@ -79,8 +79,8 @@ std::string_view readStep(std::string_view line, std::vector<LeapStep>& steps) {
     const auto rest = line.substr(std::min(line.find_first_not_of(kBlanks, timeEnd), line.size()));
     std::int64_t seconds = 0;
     std::int64_t taiMinusUtc = 0;
-    if (!readWord(line.substr(0, timeEnd), seconds)) return "the time is no number of seconds";
-    if (!readWord(rest.substr(0, rest.find_first_of(" \t#")), taiMinusUtc)) return "TAI - UTC is no integer";
+    if (!readWord(line.substr(0, timeEnd), seconds)) return "the time is not a whole number";
+    if (!readWord(rest.substr(0, rest.find_first_of(" \t#")), taiMinusUtc)) return "TAI - UTC is not a whole number";
     if (seconds % kWholeSecondsPerDay != 0) return "a step begins at 0h UTC";
     const std::int64_t days = seconds / kWholeSecondsPerDay;
     const LeapStep step = stepAt(kDayNumberOf1900 + static_cast<double>(days), static_cast<double>(taiMinusUtc));

@@ -33,7 +33,7 @@ std::int64_t createsatkey(std::int32_t satNum, std::int32_t type, std::string_vi
 std::int64_t nextsatkey(std::int64_t key) noexcept {
     const std::int64_t first = key - key % kKeysPerSatellite;
     const std::int64_t inside = key - first + 1;
-    // Behind the last key of the satellite its first one follows.
+    // After the last key of the satellite comes its first one.
     return first + (inside >= kKeysPerSatellite ? 1 : inside % 10 == 0 ? inside + 1 : inside);
 }
 

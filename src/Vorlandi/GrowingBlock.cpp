@@ -24,7 +24,7 @@ constexpr std::size_t kPage = 4096;
 
 constexpr std::size_t roundedUp(std::size_t size, std::size_t unit) noexcept { return (size + unit - 1) / unit * unit; }
 
-// Address space that begins at a large page; null when the system gives no further mapping.
+// Address space that begins at a large page; null if the system allows no further mapping.
 char* mapped(std::size_t size) noexcept {
     const std::size_t taken = size + kLargePage;
     void* const given =
@@ -41,8 +41,8 @@ char* mapped(std::size_t size) noexcept {
 
 }  // namespace
 
-// Puts a header before what becomes the bytes.
-char* GrowingBlock::furnish(void* space, std::size_t size, bool isMapped) noexcept {
+// Puts the header at the beginning of a space; returns the address of the bytes after it.
+char* GrowingBlock::putHeader(void* space, std::size_t size, bool isMapped) noexcept {
     auto* const header = ::new (space) Header;
     header->isMapped = isMapped;
     header->size = size - sizeof(Header);
@@ -55,13 +55,13 @@ char* GrowingBlock::allocate(std::size_t size, std::size_t least) {
     size += sizeof(Header);
     if (size >= kMappedFrom) {
         const std::size_t whole = roundedUp(std::max(size, kFirstMapping), kLargePage);
-        if (char* const space = mapped(whole); space != nullptr) return furnish(space, whole, true);
+        if (char* const space = mapped(whole); space != nullptr) return putHeader(space, whole, true);
     }
     size = roundedUp(size, kCacheLine);
     void* const space = std::aligned_alloc(kCacheLine, size);
     if (space == nullptr && size > least + sizeof(Header) + kCacheLine) return allocate(least, least);
     if (space == nullptr) throw StorageFailure(size);
-    return furnish(space, size, false);
+    return putHeader(space, size, false);
 }
 
 void GrowingBlock::grow(std::size_t size, std::size_t used) {
@@ -72,7 +72,7 @@ void GrowingBlock::grow(std::size_t size, std::size_t used) {
     moveTo(allocate(std::max(size, present + present / 2), size), used);
 }
 
-// False when the system gives no further mapping.
+// False if the system allows no further mapping.
 bool GrowingBlock::remap(std::size_t size) noexcept {
     const std::size_t whole = roundedUp(size + sizeof(Header), kLargePage);
     char* const space = mapped(whole);
@@ -82,7 +82,7 @@ bool GrowingBlock::remap(std::size_t size) noexcept {
         ::munmap(space, whole);
         return false;
     }
-    bytes_ = furnish(space, whole, true);
+    bytes_ = putHeader(space, whole, true);
     return true;
 }
 
@@ -104,7 +104,7 @@ void GrowingBlock::shrink(std::size_t size) {
         if (::mremap(&header(), whole, kept, 0) == MAP_FAILED) return;
         header().size = kept - sizeof(Header);
     } else if (void* const space = std::realloc(&header(), kept); space != nullptr) {
-        bytes_ = furnish(space, kept, false);
+        bytes_ = putHeader(space, kept, false);
     }
 }
 

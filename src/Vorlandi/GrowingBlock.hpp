@@ -4,7 +4,7 @@
 // 1. Bytes within a size asked for keep their values until the block shrinks below them; all others are not
 //    initialised.
 // 2. Growing, shrinking and unsharing invalidate this owner's pointers into the block, never those of others.
-// 3. A block begins at a line of cache, so that what fills lines doesn't straddle them. Only speed depends on it: a C
+// 3. A block begins at a cache line, so that what fills lines doesn't straddle them. Only speed depends on it: a C
 //    library may move a block that shrinks.
 // 4. Which bytes of a shared block may still be written is for the owners to agree upon.
 #pragma once
@@ -43,7 +43,7 @@ public:
     void swap(GrowingBlock& other) noexcept { std::swap(bytes_, other.bytes_); }
 
 private:
-    // Stands before the bytes, on a line of cache of its own.
+    // Precedes the bytes, on a cache line of its own.
     struct Header {
         std::atomic<std::int32_t> owners{1};
         bool isMapped;
@@ -53,7 +53,7 @@ private:
     static_assert(sizeof(Header) == kCacheLine);
 
     static char* allocate(std::size_t size, std::size_t least);
-    static char* furnish(void* space, std::size_t size, bool isMapped) noexcept;
+    static char* putHeader(void* space, std::size_t size, bool isMapped) noexcept;
     Header& header() const noexcept { return *reinterpret_cast<Header*>(bytes_ - sizeof(Header)); }
     bool remap(std::size_t size) noexcept;
     void moveTo(char* bytes, std::size_t used) noexcept;

@@ -17,7 +17,7 @@ constexpr std::int32_t kByKey = 3;  // and above
 BoundedText<32> sortString(const Vorlanbintree& node, std::int32_t order) noexcept {
     if (order == kByInsertion) return integerField(node.sequenceNumber, 12, 12);
     if (order < 0) return {};
-    const Vorlanrecord* const record = recordOf(node);
+    const Vorlanrecord* const record = vorlangetrec(node);
     const Vorlanrecord none;  // named, so that no record is copied below
     return fieldstostr(record != nullptr ? *record : none);
 }

@@ -1,17 +1,13 @@
 // PointArray: the points of one record, in space that grows by 1000 points at a time.
 //
-// 1. States and covariances stand apart: a state is a line of cache, and the covariances take no space before
-// the
-//    first point that has one. A request for a state reads nothing else.
-// 2. Capacity grows by kGrowth points and never by doubling; the memory behind it sees to it that growing
-// stays
-//    linear.
-// 3. count() points are in use; the spare ones behind them are not initialised.
+// 1. States and covariances are stored apart: a state is a cache line, and covariances take no space until a point has
+//    one. A request for a state reads nothing else.
+// 2. Capacity grows by kGrowth points and never by doubling; its memory block makes growing linear in time.
+// 3. count() points are in use; the spare ones after them are not initialised.
 // 4. An array is absent until the first point is appended. A copy is deep and keeps the capacity.
 // 5. Appending and trimming invalidate pointers to points.
-// 6. Arrays made by share() have the memory of another one in common with it. They only look at their own
-// points, behind
-//    which the other one may go on, and take memory of their own before they change.
+// 6. A share sees the points that existed when it was made; the original may append after them. It copies before its
+//    first change.
 #pragma once
 
 #include <algorithm>
@@ -50,7 +46,7 @@ struct Vorlanpoint : Vorlanstate, PointCovariance {};
 static_assert(sizeof(Vorlanstate) == 64 && sizeof(Vorlanpoint) == 29 * sizeof(double));
 static_assert(std::is_trivially_copyable_v<Vorlanpoint>);
 
-// The second covariance value of points whose first one is no covariance but an auxiliary scalar.
+// Marks, as the second covariance value, that the first one is an auxiliary scalar and not a covariance.
 constexpr double kScalarMarker = 12345.0;
 
 class PointArray {
@@ -107,7 +103,7 @@ public:
     // Gives a stored point its covariance. Not for an array that is shared. Throws StorageFailure if memory is short.
     void setCovariance(std::int32_t index, const PointCovariance& covariance);
 
-    // Gives the spare tail back.
+    // Releases the spare space.
     void trim();
 
     // Forgets the points, and keeps the space where nobody shares it.

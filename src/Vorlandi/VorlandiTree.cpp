@@ -188,45 +188,19 @@ Vorlanrecord* FindRecPtr(std::int64_t key, std::string_view& message, bool guard
     return nullptr;
 }
 
-Vorlanrecord FindRec(std::int64_t key, std::string_view& message) {
-    Vorlanrecord none;
-    none.satNum = kNoRecord;
-    message = {};
-    if (isdma(key)) {
-        if (key < 1) message = "FindRec: Invalid DMA key (<=0).";
-        const DmaObject& object = keytocptr(key);
-        const bool usable = key >= 1 && isAlive(object, key) && vorlanelsettype(object.type);
-        return usable && recordIn(object) != nullptr ? *recordIn(object) : none;
-    }
-    if (vorlantreeisempty()) {
-        message = "FindRec: Search tree is empty.";
-        return none;
-    }
-    const ReadGuard guard;
-    const Vorlanbintree* const node = vorlantree.find(key);
-    if (node != nullptr) return node->record ? *node->record : none;
-    message = "FindRec: search key doens't exist.";
-    return none;
-}
-
 std::int64_t vorlansatkeyget(std::int32_t satNum) noexcept {
     const ReadGuard guard;
     const Vorlanbintree* const found = VorlanTree::preOrder(vorlantreeroot(), [=](const Vorlanbintree& node) {
-        const Vorlanrecord* const record = recordOf(node);
+        const Vorlanrecord* const record = vorlangetrec(node);
         return record != nullptr && record->satNum == satNum;
     });
     return found != nullptr ? found->key : kNoKey;
 }
 
-const Vorlanrecord* recordOf(const Vorlanbintree& node) noexcept {
+const Vorlanrecord* vorlangetrec(const Vorlanbintree& node) noexcept {
     if (!isdma(node.key)) return node.record.get();
     const DmaObject& object = keytocptr(node.key);
     return isAlive(object, node.key) ? recordIn(object) : nullptr;
-}
-
-Vorlanrecord vorlangetrec(const Vorlanbintree& node) {
-    const Vorlanrecord* const record = recordOf(node);
-    return record != nullptr ? *record : Vorlanrecord{};
 }
 
 std::int32_t RecordAccess::fail(std::string_view message) noexcept {

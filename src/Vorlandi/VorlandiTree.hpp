@@ -24,7 +24,7 @@ struct VorlanTreeTraits {
         return stored.record && added.record && vorlandi::equal(*stored.record, *added.record);
     }
     static void swapContents(Vorlanbintree& a, Vorlanbintree& b) noexcept { a.record.swap(b.record); }
-    static void expectRelease(const Vorlanbintree& node) noexcept { __builtin_prefetch(node.record.get()); }
+    static void prefetchForRelease(const Vorlanbintree& node) noexcept { __builtin_prefetch(node.record.get()); }
 };
 using VorlanTree = TreeTemplate<Vorlanbintree, VorlanTreeTraits>;
 
@@ -58,20 +58,12 @@ void vorlanemptytree() noexcept;
 // side is entered here.
 Vorlanrecord* FindRecPtr(std::int64_t key, std::string_view& message, bool guardHeld = false) noexcept;
 
-// A deep copy of the record of a key; satellite number kNoRecord and the reason in `message` if there is
-// none. Holds the reader side only inside.
-constexpr std::int32_t kNoRecord = -123;
-Vorlanrecord FindRec(std::int64_t key, std::string_view& message);
-
 // The key of a satellite number, the first in pre-order; -1 if there is none. Holds the reader side only
 // inside.
 std::int64_t vorlansatkeyget(std::int32_t satNum) noexcept;
 
-// The record behind a node, in the node or in its DMA object; null if there is none. Takes no guard.
-const Vorlanrecord* recordOf(const Vorlanbintree& node) noexcept;
-
-// A deep copy of it.
-Vorlanrecord vorlangetrec(const Vorlanbintree& node);
+// The record of a node, in the node or in its DMA object; null if there is none. Takes no guard.
+const Vorlanrecord* vorlangetrec(const Vorlanbintree& node) noexcept;
 
 // The number of nodes; 0 for any selector but 0. Holds the reader side only inside.
 std::int32_t vorlangetnumoftreenodes(std::int32_t selector = 0) noexcept;

@@ -13,12 +13,12 @@ namespace vorlandi {
 
 // One satellite's ephemeris. Copies are deep; whoever holds a record owns its points.
 struct Vorlanrecord {
-    // On the heap, records stand in a pool of their own.
+    // Records on the heap come from a pool of their own.
     static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
     static void operator delete(void* record) noexcept;
     static void operator delete(void* record, const std::nothrow_t&) noexcept { operator delete(record); }
 
-    // What a query and the release need comes first, on one line of cache.
+    // What a query and the release need comes first, on one cache line.
     PointArray points;         // in strictly rising time order
     PaddedText<512> fileName;  // file the record was read from
     InlineText<128> inputTag;  // tag of the card that preceded the file
@@ -47,7 +47,7 @@ BoundedText<32> fieldstostr(const Vorlanrecord& record) noexcept;
 
 // A node of the store. Its record is null when it lives in a DMA object.
 struct Vorlanbintree {
-    // Nodes stand beside nodes: a walk down the tree meets few lines of cache.
+    // Nodes come from a pool of their own: a walk down the tree touches few cache lines.
     static void* operator new(std::size_t size, const std::nothrow_t&) noexcept;
     static void operator delete(void* node) noexcept;
     static void operator delete(void* node, const std::nothrow_t&) noexcept { operator delete(node); }

@@ -72,10 +72,7 @@ protected:
         return key;
     }
 
-    static Vorlanrecord stored(std::int64_t key) {
-        std::string_view message;
-        return FindRec(key, message);
-    }
+    static Vorlanrecord stored(std::int64_t key) { return storedRecord(key); }
 
     // Point i of a straight line from kEpoch on, one point a minute: i km along x, -2i along y, 60i along z.
     static double lineTime(int i) { return kEpoch + i / 1440.0; }

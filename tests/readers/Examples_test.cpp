@@ -133,8 +133,7 @@ TEST_F(Examples, HaveTheirOwnNumberAndFrameAndAllTheirPoints) {
         SCOPED_TRACE(fileName);
         const std::string path = examplePath(fileName);
         const bool binary = fileisdotdce(path);
-        std::string_view message;
-        const Vorlanrecord read = binary ? FindRec(VorlanAddSatFrFile(path.c_str()), message)
+        const Vorlanrecord read = binary ? storedRecord(VorlanAddSatFrFile(path.c_str()))
                                          : load(earlier + readFile(path), fileName).records.at(1);
         EXPECT_EQ(std::pair(read.satNum, read.coordSys), std::pair(satNum, coordSys));
         const bool alone = binary || reader == std::string("ReadLaunchFormat");

@@ -52,8 +52,7 @@ Texts stored(std::int32_t order = 2) {
     if (!keys.empty()) VorlanGetLoaded(order, keys.data());
     Texts lines;
     for (const std::int64_t key : keys) {
-        std::string_view message;
-        const Vorlanrecord record = FindRec(key, message);
+        const Vorlanrecord record = storedRecord(key);
         const std::string file(record.fileName.view()), tag(record.inputTag.view());
         lines.push_back(std::to_string(record.satNum) + "|" + tag + "|" + file.substr(file.rfind('/') + 1) + "|" +
                         std::to_string(record.numberOfPoints()));
@@ -124,8 +123,7 @@ TEST_F(LoadAndSave, GoesOnFromTheFirstBlockOfAFileInTheSecondAndRefusesADuplicat
         add("12345_a.e", stk("Fixed", {0, 60, 120}) + "between\n" + stk("J2000", {60, 120, 180, 240}) + "\nbehind\n");
     EXPECT_THAT(stored(), ElementsAre("12345||12345_a.e|3", "12345||12345_a.e|5"));
     EXPECT_THAT(log.infos(), ElementsAre(summary(5, "26031000400.000", " J2K")));
-    std::string_view message;
-    EXPECT_EQ(FindRec(key, message).points.lastTime(), 27790.0 + 240.0 / 86400.0);
+    EXPECT_EQ(storedRecord(key).points.lastTime(), 27790.0 + 240.0 / 86400.0);
     VorlanRemoveAllSats();
     EXPECT_EQ(load("12345_a.e", stk("Fixed", {0, 60}) + stk("Fixed", {120})), 0) << "a duplicate fails no load";
     EXPECT_THAT(stored(), ElementsAre("12345||12345_a.e|2"));
@@ -232,7 +230,7 @@ TEST(LoadingByThreads, GivesWhatLoadingOneByOneGives) {
             thread.join();
         Texts contents = stored(3);
         VorlanTree::ascending(vorlantreeroot(), [&](const Vorlanbintree& node) {
-            const PointArray& points = recordOf(node)->points;
+            const PointArray& points = vorlangetrec(node)->points;
             std::string& bytes = contents.emplace_back();
             for (std::int32_t k = 0; k < points.count(); ++k) {
                 const Vorlanpoint point = points[k];

@@ -19,7 +19,7 @@ struct Item {
 struct ItemTraits {
     static bool equal(const Item& stored, const Item& added) { return stored.content == added.content; }
     static void swapContents(Item& a, Item& b) { a.content.swap(b.content); }
-    static void expectRelease(const Item&) {}
+    static void prefetchForRelease(const Item&) {}
 };
 
 class Tree : public TreeTemplate<Item, ItemTraits> {

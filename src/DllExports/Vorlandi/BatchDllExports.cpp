@@ -1,6 +1,6 @@
 // The exported functions of vorlandi/vorlandi.h that give many answers at once.
 //
-// Each answer comes from the code that gives a single one. What a batch saves is the lookup of the record
+// Each answer comes from the code of a single query. What a batch saves is the lookup of the record
 // and, between requests to the same window, the part of the kernel that only depends on its nodes.
 #include <array>
 #include <optional>
@@ -26,14 +26,14 @@ public:
 
     Covariance covariance() const noexcept { return covMtx_ != nullptr ? Covariance::Wanted : Covariance::NotWanted; }
 
-    void give(std::int64_t at, const Vorlanpoint& point) noexcept { put(at, point, kSuccess); }
+    void succeed(std::int64_t at, const Vorlanpoint& point) noexcept { put(at, point, kSuccess); }
 
     void fail(std::int64_t at, std::string_view why) noexcept {
         if (!firstFailure_) firstFailure_ = why;
         put(at, Vorlanpoint{}, kFailure);
     }
 
-    // Every answer fails without a message, for an argument that is no request.
+    // Every answer fails without a message, for an argument that cannot be a request.
     std::int32_t refuse(std::int64_t n) noexcept {
         for (std::int64_t at = 0; at < n; ++at)
             put(at, Vorlanpoint{}, kFailure);
@@ -50,8 +50,8 @@ public:
 private:
     void put(std::int64_t at, const Vorlanpoint& point, std::int32_t code) noexcept {
         if (posVel_ != nullptr) {
-            vorlandi::give(posVel_[at], point.pos, 3);
-            vorlandi::give(posVel_[at] + 3, point.vel, 3);
+            vorlandi::setOutput(posVel_[at], point.pos, 3);
+            vorlandi::setOutput(posVel_[at] + 3, point.vel, 3);
         }
         if (revNums_ != nullptr) revNums_[at] = point.rev;
         if (covMtx_ != nullptr) to6x6covmtx(covMtx_[at], point.cov);
@@ -85,7 +85,7 @@ public:
 
     void answer(double ds50UTC, std::int64_t at, Answers& answers) noexcept {
         const bool found = stateAt(record_, interpolator_, ds50UTC, point_, message_, answers.covariance()) == kSuccess;
-        found ? answers.give(at, point_) : answers.fail(at, message_);
+        found ? answers.succeed(at, point_) : answers.fail(at, message_);
     }
 
 private:
@@ -196,7 +196,7 @@ int32_t VorlanGetEphemerisArr(int64_t satKey, int64_t first, int64_t n, double d
                 }
                 const Vorlanpoint point = points[static_cast<std::int32_t>(first + at - 1)];
                 if (ds50UTC != nullptr) ds50UTC[at] = point.time;
-                answers.give(at, point);
+                answers.succeed(at, point);
             }
         });
         return answers.finish();

@@ -106,18 +106,18 @@ int32_t VorlanGetAllFields(int64_t satKey, int32_t* satNum, char text8[8], char 
         strtochararr({}, fileName, 512);
         RecordAccess record(satKey);
         if (!record) return record.fail();
-        give(satNum, record->satNum);
+        setOutput(satNum, record->satNum);
         record->text8.copyTo(text8);
         record->inputTag.copyTo(text128);
-        give(coordSys, record->coordSys);
-        give(numPts, record->numberOfPoints());
-        give(epochDs50UTC, record->epoch);
-        give(earthRadius, record->earthRadius);
-        give(ke, record->ke);
+        setOutput(coordSys, record->coordSys);
+        setOutput(numPts, record->numberOfPoints());
+        setOutput(epochDs50UTC, record->epoch);
+        setOutput(earthRadius, record->earthRadius);
+        setOutput(ke, record->ke);
         record->fileName.copyTo(fileName);
         if (record->numberOfPoints() == 0) return kSuccess;
-        give(pos, record->points.front().pos, 3);
-        give(vel, record->points.front().vel, 3);
+        setOutput(pos, record->points.front().pos, 3);
+        setOutput(vel, record->points.front().vel, 3);
         return kSuccess;
     });
 }

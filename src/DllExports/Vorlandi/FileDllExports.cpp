@@ -30,7 +30,7 @@ std::int32_t announceAndRead(const InputFile& file, Load& load) {
 std::int32_t loadAndCount(const InputFile& file, std::int32_t options, const StoredKeys& keys, std::int64_t* count) {
     Load load(requestOf(options), keys);
     struct Count {
-        ~Count() { give(output, load.stored.count()); }
+        ~Count() { setOutput(output, load.stored.count()); }
         Load& load;
         std::int64_t* output;
     } const counting{load, count};

@@ -35,10 +35,10 @@ std::int32_t answerQuery(std::int64_t satKey, double value, std::int32_t kind, c
     if (const std::int32_t status = GetEphem(satKey, value, kind, answer, covariance); status != kSuccess) {
         return status;
     }
-    give(outputs.time, answer.time);
-    give(outputs.pos, answer.point.pos, 3);
-    give(outputs.vel, answer.point.vel, 3);
-    give(outputs.revNum, answer.point.rev);
+    setOutput(outputs.time, answer.time);
+    setOutput(outputs.pos, answer.point.pos, 3);
+    setOutput(outputs.vel, answer.point.vel, 3);
+    setOutput(outputs.revNum, answer.point.rev);
     if (outputs.covMtx != nullptr) to6x6covmtx(outputs.covMtx, answer.point.cov);
     return kSuccess;
 }
@@ -59,8 +59,8 @@ std::int32_t addPoint(std::int64_t satKey, double ds50UTC, const double* pos, co
     Vorlanstate point;
     PointCovariance covariance;
     point.time = ds50UTC;
-    give(point.pos, pos, 3);
-    give(point.vel, vel, 3);
+    std::copy_n(pos, 3, point.pos);
+    std::copy_n(vel, 3, point.vel);
     point.rev = revNum;
     if (cov != nullptr) std::copy_n(cov, kCovarianceSize, covariance.cov);
     RecordAccess record(satKey, Access::Change);
@@ -118,7 +118,7 @@ int32_t VorlanGetLoadedExt(int32_t order, int64_t capacity, int64_t satKeys[], i
         if (capacity < 0) return kFailure;
         std::int32_t satellites = 0;
         vorlangettreekeys(satellites, satKeys, order, satKeys != nullptr ? capacity : 0);
-        give(count, std::int64_t{satellites});
+        setOutput(count, std::int64_t{satellites});
         return kSuccess;
     });
 }
@@ -212,8 +212,8 @@ int32_t VorlanStartEndTime(int64_t satKey, double* startDs50UTC, double* endDs50
         RecordAccess record(satKey);
         if (!record) return record.fail();
         if (record->numberOfPoints() == 0) return failWithoutData(record, "VorlanStartEndTime", satKey);
-        give(startDs50UTC, record->points.firstTime());
-        give(endDs50UTC, record->points.lastTime());
+        setOutput(startDs50UTC, record->points.firstTime());
+        setOutput(endDs50UTC, record->points.lastTime());
         return kSuccess;
     });
 }

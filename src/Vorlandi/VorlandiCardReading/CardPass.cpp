@@ -36,7 +36,7 @@ std::int64_t CardPass::run() {
         const std::int32_t code = mayBeCard(line) ? vorlancardtype(line) : kUnknownFormat;
         if (code == kTagCard) tag_ = getinputfilename(line);
         if (code == kInputFileCard) follow(line);
-        unit_.passOverLinesWithout(kCardMarks, readObserver().call != nullptr || load_.request.rules.arePractical());
+        unit_.skipLinesWithout(kCardMarks, readObserver().call != nullptr || load_.request.rules.arePractical());
     }
     return outcome == ReadOutcome::Error ? unit_.lineNumber() + 1 : 0;
 }

@@ -39,7 +39,7 @@ constexpr FormatRow kFormats[] = {
     FormatRow(12, "STK", ReadDotE, ReadSTK).when(at(1, "STK.V")),
     FormatRow(10, "OWNER", ReadOwner)
         .when(at(12, "."), at(16, " "))
-        .further(isowneroperatorfile, "six numbers with decimal points behind it, blanks between them")
+        .further(isowneroperatorfile, "six numbers with decimal points after it, blanks between them")
         .deciding().knownByShape(),
     FormatRow(13, "OASYS", ReadOASYS)
         .when(at(13, "VERSION:"))

@@ -35,7 +35,7 @@ FileCard fileCard(const Vorlanrecord& record) noexcept {
 void vorlanwritelines(std::string& text) {
     const ReadGuard guard;
     VorlanTree::preOrder(vorlantreeroot(), [&](const Vorlanbintree& node) {
-        const Vorlanrecord* const record = recordOf(node);
+        const Vorlanrecord* const record = vorlangetrec(node);
         const bool hasTag = record != nullptr && !record->inputTag.blank();
         if (hasTag) appendCard(text, kTagKey, record->inputTag.view(), kTagLength);
         const std::string_view fileName = record != nullptr ? record->fileName.view() : std::string_view();

@@ -1,5 +1,5 @@
 // Reads DCE text files: a line with the satellite number, then fourteen free-form numbers a line, those of
-// the binary files. Values are stored as they stand.
+// the binary files. Values are stored unchanged.
 #include "TimeLibrary/Calendar.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
 

@@ -1,5 +1,5 @@
 // Reads the ECR text format: earth-fixed positions, one line a point, or positions and velocities, two lines
-// a point. Values are stored as they stand.
+// a point. Values are stored unchanged.
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
 
@@ -9,12 +9,12 @@ namespace {
 constexpr std::string_view kName = "ReadECR";
 
 // Header: the number in its first line, the label in its eighth. The label of a file without velocities
-// stands in place of two lines, so that the point lines begin one line earlier.
+// replaces two lines, so that the point lines begin one line earlier.
 constexpr Columns kSatNum{1, 5};
 constexpr int kLinesBeforeLabel = 6;
 constexpr std::string_view kPositionsOnly = "YYDDDHHMMSS.SSS      X(KM)          Y(KM)          Z(KM)";
-constexpr int kLinesBehindPositionsOnly = 1;
-constexpr int kLinesBehindOtherLabel = 2;
+constexpr int kLinesAfterPositionsOnly = 1;
+constexpr int kLinesAfterOtherLabel = 2;
 
 // Point lines
 constexpr Columns kTime{1, 15};
@@ -50,13 +50,13 @@ bool readHeader(BlockInput& input, Vorlanrecord& record) {
     input.skipLines(kLinesBeforeLabel);
     input.readLine(line);
     const bool velocities = !line.starts_with(kPositionsOnly);
-    input.skipLines(velocities ? kLinesBehindOtherLabel : kLinesBehindPositionsOnly);
+    input.skipLines(velocities ? kLinesAfterOtherLabel : kLinesAfterPositionsOnly);
     return velocities;
 }
 
 }  // namespace
 
-// A read error is no failure of the block: the points read before it stay, and are stored.
+// A read error does not fail the block: the points read before it are stored.
 std::int32_t ReadECR(BlockInput& input, Vorlanrecord& record) {
     const bool velocities = readHeader(input, record);
     LineGroup lines(velocities ? 2 : 1);

@@ -1,5 +1,5 @@
 // Reads the ITC text format: inertial states in fixed columns, one line a point, or four with a covariance.
-// Values are stored as they stand.
+// Values are stored unchanged.
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
 
@@ -19,7 +19,7 @@ constexpr Columns kTime{4, 18};
 constexpr RealColumns kPosition{19, 34, 6};  // F16.6, km
 constexpr RealColumns kVelocity{67, 82, 9};  // F16.9, km/s
 
-// The lines behind it: the lower triangle, row by row, without regard to the lines' ends
+// The lines after it: the lower triangle, row by row, without regard to line ends
 constexpr std::size_t kCovarianceLines = 3;
 constexpr std::size_t kNumbersPerLine = kCovarianceSize / kCovarianceLines;
 

@@ -1,5 +1,5 @@
-// Reads J2K text files: a date in groups in fixed columns, then a state in free form. Values are stored as
-// they stand.
+// Reads J2K text files: a date in groups in fixed columns, then a state in free form. Values are stored
+// unchanged.
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
 

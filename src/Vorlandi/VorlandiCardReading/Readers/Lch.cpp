@@ -1,5 +1,5 @@
 // Reads LCH text files: nine header lines, then a date of 17 characters and seven free-form numbers a line.
-// Values are stored as they stand.
+// Values are stored unchanged.
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
 
@@ -11,7 +11,7 @@ constexpr std::string_view kName = "ReadLCH";
 // Header: the number in the fifth of nine lines
 constexpr int kLinesBeforeSatNum = 4;
 constexpr Columns kSatNum{44, 48};
-constexpr int kLinesBehindSatNum = 4;
+constexpr int kLinesAfterSatNum = 4;
 
 // Data line
 constexpr Columns kTime{1, 17};
@@ -25,7 +25,7 @@ bool readHeader(BlockInput& input, Vorlanrecord& record) {
         return false;
     }
     readColumns(line, kSatNum, record.satNum);
-    return input.skipLines(kLinesBehindSatNum) == ReadOutcome::Success;
+    return input.skipLines(kLinesAfterSatNum) == ReadOutcome::Success;
 }
 
 void readPoint(std::string_view line, BlockInput& input, Vorlanrecord& record) {

@@ -1,5 +1,5 @@
 // Reads OASYS text files: free text in which a line of data is known by the shape of its date, YYYY/MM/DD
-// HH:MM:SS.SSS. Values are stored as they stand.
+// HH:MM:SS.SSS. Values are stored unchanged.
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
 

@@ -1,5 +1,5 @@
 // Reads simulated observations: a line of satellite and time, one of position and one of velocity a point, in
-// fixed columns. Values are stored as they stand.
+// fixed columns. Values are stored unchanged.
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/VectorGroups.hpp"

@@ -1,5 +1,5 @@
 // Reads the universal ephemeris format: a header with satellite number and coordinate system, then one line a
-// point, in fixed columns or separated by commas. Values are stored as they stand.
+// point, in fixed columns or separated by commas. Values are stored unchanged.
 #include "CoreServices/TraceLog.hpp"
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
@@ -19,7 +19,7 @@ constexpr std::string_view kCommaSeparated = "CSV ";
 constexpr Columns kTime{1, 26};
 constexpr RealColumns kState{28, 46, 0, 1};  // six fields F19.0, a column between them: km, km/s
 
-// Point line with commas: the first one, behind the time, stands at this column or before
+// Point line with commas: the first one, after the time, is at this column or before
 constexpr std::size_t kLastFirstComma = 27;
 
 std::string_view textIn(std::string_view line, Columns where) noexcept {

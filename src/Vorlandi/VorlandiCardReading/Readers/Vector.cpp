@@ -1,5 +1,5 @@
 // Reads vector ephemeris files: a line of position and a line of time and velocity a point, in fixed columns.
-// Values are stored as they stand.
+// Values are stored unchanged.
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/VectorGroups.hpp"
