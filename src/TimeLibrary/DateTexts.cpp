@@ -121,6 +121,30 @@ std::optional<double> compactTime(const CompactText& date) noexcept {
     return ds50Of(parts);
 }
 
+// The usual text of compactTime, read without a look for blanks: digits alone, to the millisecond. Nothing for any other.
+template <std::size_t kYearWidth>
+std::optional<double> usualTime(const char* text) noexcept {
+    constexpr std::size_t kPoint = kYearWidth + 9;
+    bool isUsual = text[kPoint] == '.';
+    for (std::size_t k = 0; k < kPoint + 4; ++k)
+        isUsual &= k == kPoint || isDigit(text[k]);
+    if (!isUsual) return std::nullopt;
+    const auto number = [=](std::size_t first, std::size_t width) {
+        int value = 0;
+        for (std::size_t k = first; k < first + width; ++k)
+            value = value * 10 + (text[k] - '0');
+        return value;
+    };
+    DateParts parts;
+    parts.year = number(0, kYearWidth);
+    if (kYearWidth == 2) parts.year = static_cast<int>(fullYear(parts.year));
+    parts.dayOfYear = number(kYearWidth, 3);
+    parts.hour = number(kYearWidth + 3, 2);
+    parts.minute = number(kYearWidth + 5, 2);
+    parts.second = (number(kYearWidth + 7, 2) * 1000 + number(kPoint + 1, 3)) / 1000.0;
+    return ds50Of(parts);
+}
+
 // YYDDD.DDDDDDDD and YYYYDDD.DDDDDDDD.
 std::optional<double> compactDay(const CompactText& date) noexcept {
     DateParts parts;
@@ -309,7 +333,12 @@ void put(char*& at, std::int64_t value, int width) noexcept {
 
 }  // namespace
 
-double date_in(std::string_view text) noexcept { return compactTime(CompactText(text)).value_or(0.0); }
+double date_in(std::string_view text) noexcept {
+    std::optional<double> time;
+    if (text.size() == 15) time = usualTime<2>(text.data());
+    if (text.size() == 17) time = usualTime<4>(text.data());
+    return time ? *time : compactTime(CompactText(text)).value_or(0.0);
+}
 
 double dtg2ds50utc(std::string_view text) noexcept {
     const CompactText date(text);

@@ -114,7 +114,11 @@ TEST(DateTexts, AgreeWithTheCalendarOfTheStandardLibraryOnEveryDayAndComeBack) {
         ASSERT_NEAR(dtg2ds50utc(iso(time)), time, 2e-6 / 86400.0) << text;
         std::snprintf(text, sizeof text, "%04d%03d", y, dayOfYear);
         ASSERT_EQ(date15(time).substr(0, 5), text + 2);
-        ASSERT_NEAR(date_in(text + date15(time).substr(5)), time, 1e-6 / 86400.0) << text;
+        const std::string compact = text + date15(time).substr(5);
+        ASSERT_NEAR(date_in(compact), time, 1e-6 / 86400.0) << text;
+        // A blank before it is read on another way.
+        ASSERT_EQ(date_in(compact), date_in("\t" + compact)) << text;
+        ASSERT_EQ(date_in(compact.substr(2)), date_in("\t" + compact.substr(2))) << text;
     }
 }
 

@@ -1,0 +1,190 @@
+// Reads the modified ITC format: four lines of header, then for each point a line with its state, and three with its
+// covariance or none. The frame comes from the file's name.
+#include "CoreServices/TraceLog.hpp"
+#include "TimeLibrary/DateTexts.hpp"
+#include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
+#include "Vorlandi/VorlandiProcessing/CovarianceAxes.hpp"
+
+namespace vorlandi {
+namespace {
+
+constexpr std::string_view kName = "ReadModifiedITC";
+
+constexpr int kHeaderLines = 3;  // after the recognised one; the last of them names the axes
+constexpr std::string_view kUvw = "UVW";
+
+constexpr std::size_t kTimeDigits = 13;  // YYYYDDDHHMMSS
+
+// The lower triangle, row by row, seven numbers a line
+constexpr std::size_t kNumbersPerLine = 7;
+
+struct FrameType {
+    std::string_view type;  // of a long file name
+    std::int32_t coordSys;
+};
+constexpr FrameType kFrameTypes[] = {{"MEME", kJ2k}, {"TEME", kEci}, {"EFG", kEfg}, {"ITRF", kEcr}, {"ECR", kEcr}};
+
+std::int32_t frameOf(std::string_view fileName) noexcept {
+    const std::string_view type = longFileName(fileName).type;
+    for (const FrameType& row : kFrameTypes) {
+        if (row.type == type) return row.coordSys;
+    }
+    return kJ2k;
+}
+
+constexpr bool isRotating(std::int32_t coordSys) noexcept { return coordSys == kEfg || coordSys == kEcr; }
+
+constexpr bool isBlankOrTab(char c) noexcept { return c == ' ' || c == '\t'; }
+
+std::string_view withoutBlanksBefore(std::string_view line) noexcept {
+    while (!line.empty() && isBlankOrTab(line.front()))
+        line.remove_prefix(1);
+    return line;
+}
+
+// The time of a state line that begins with it: 13 digits, a point, digits. Empty if the line is not a state line.
+std::string_view timeField(std::string_view line) noexcept {
+    if (line.size() <= kTimeDigits + 1 || line[kTimeDigits] != '.') return {};
+    std::size_t end = 0;
+    while (end < line.size() && (isDigit(line[end]) || end == kTimeDigits))
+        ++end;
+    const bool isTime = end > kTimeDigits + 1 && (end == line.size() || isBlankOrTab(line[end]));
+    return isTime ? line.substr(0, end) : std::string_view{};
+}
+
+class PointReader {
+public:
+    PointReader(BlockInput& input, Vorlanrecord& record) noexcept : input_(input), record_(record) {}
+
+    std::int32_t run() {
+        std::string_view line;
+        for (;;) {
+            const ReadOutcome outcome = input_.readLine(line);
+            if (outcome == ReadOutcome::Error) return blockFailed(input_, kName, kFileReadError);
+            if (outcome == ReadOutcome::EndOfData) break;
+            take(withoutBlanksBefore(line));
+        }
+        finishPoint();
+        return blockRead(record_);
+    }
+
+private:
+    // Which lines the next one may follow.
+    enum class After {
+        Header,       // or a point that is complete
+        State,        // whose covariance, if there is one, has begun or not
+        LeftOutPoint  // whose covariance lines are skipped
+    };
+
+    void take(std::string_view line) {
+        if (const std::string_view time = timeField(line); !time.empty()) {
+            const ReadPlace place = input_.place();
+            finishPoint();
+            input_.blame(place.line, place.number);
+            takeState(line, time);
+        } else if (headerLines_ < kHeaderLines) {
+            takeHeader(line);
+        } else if (!line.empty()) {
+            takeCovariance(line);
+        }
+    }
+
+    void takeHeader(std::string_view line) {
+        if (++headerLines_ == kHeaderLines) endHeader(trimmed(line));
+    }
+
+    void endHeader(std::string_view axes) {
+        headerLines_ = kHeaderLines;
+        axes_ = axes;
+        axesLine_ = input_.place().number;
+    }
+
+    void takeState(std::string_view line, std::string_view time) {
+        if (headerLines_ < kHeaderLines) endHeader({});
+        covarianceLines_ = 0;
+        after_ = After::LeftOutPoint;
+        point_.time = date_in(time);
+        if (!(point_.time > 0.0)) return input_.skipBadLine(kName, kNoSuchDate);
+        if (input_.readState(line.substr(time.size()), point_) != ReadOutcome::Success)
+            return input_.skipBadLine(kName, "a state line has a time and six numbers");
+        after_ = After::State;
+        stateLine_ = line;
+        stateNumber_ = input_.place().number;
+    }
+
+    void takeCovariance(std::string_view line) {
+        if (after_ == After::LeftOutPoint || !axesAreRead()) return;
+        if (after_ == After::Header) {
+            after_ = After::LeftOutPoint;
+            return input_.skipBadLine(kName, "there is no point for these numbers");
+        }
+        const auto values = std::span(covariance_.cov).subspan(covarianceLines_ * kNumbersPerLine, kNumbersPerLine);
+        if (input_.readFreeForm(line, values) != ReadOutcome::Success) {
+            after_ = After::LeftOutPoint;
+            return input_.skipBadLine(kName, "a covariance line has seven numbers; the point is left out");
+        }
+        if (++covarianceLines_ * kNumbersPerLine < kCovarianceSize) return;
+        after_ = After::Header;
+        blameState();
+        input_.append(point_, record_, turnedCovariance());
+    }
+
+    // A point that has no covariance, or not all of it, is complete when another one or the end of the file follows.
+    void finishPoint() {
+        if (after_ != After::State) return;
+        after_ = After::Header;
+        blameState();
+        if (covarianceLines_ == 0) return input_.append(point_, record_);
+        input_.skipBadLine(kName, "the covariance of this point has fewer than three lines; the point is left out");
+    }
+
+    // In the frame of the states; null if the point is stored without one.
+    const PointCovariance* turnedCovariance() {
+        if (!hasCovariance(covariance_)) return nullptr;
+        if (turnToFrame(point_, isRotating(record_.coordSys), CovarianceAxes::Uvw, covariance_)) return &covariance_;
+        input_.skipBadLine(kName,
+                           "position and velocity are parallel, which defines no axes for the covariance; "
+                           "the point is stored without it");
+        return nullptr;
+    }
+
+    // Says it once if they are not.
+    bool axesAreRead() {
+        const std::string_view axes = axes_;
+        if (axes == kUvw) return true;
+        if (!axesAreTold_) {
+            tracelogerror(reasonAt({input_.fileName(), axesLine_, {}}, kName,
+                                   MessageText("covariance axes ") << (axes.empty() ? "(none)" : axes)
+                                                                   << " are not read, UVW are; the covariances are "
+                                                                      "left out"));
+        }
+        axesAreTold_ = true;
+        return false;
+    }
+
+    void blameState() noexcept { input_.blame(stateLine_, stateNumber_); }
+
+    BlockInput& input_;
+    Vorlanrecord& record_;
+    int headerLines_ = 0;
+    InlineChars<kEphemerisColumns> axes_;
+    std::int64_t axesLine_ = 0;
+    bool axesAreTold_ = false;
+
+    After after_ = After::Header;
+    Vorlanstate point_;
+    PointCovariance covariance_;
+    std::size_t covarianceLines_ = 0;
+    InlineChars<kEphemerisColumns> stateLine_;
+    std::int64_t stateNumber_ = 0;
+};
+
+}  // namespace
+
+std::int32_t ReadModifiedITC(BlockInput& input, Vorlanrecord& record) {
+    record.satNum = satNumFromFileName(input.fileName(), input.rules());
+    record.coordSys = frameOf(input.fileName());
+    return PointReader(input, record).run();
+}
+
+}  // namespace vorlandi
