@@ -152,6 +152,16 @@ const std::filesystem::path& ephemerisFile(std::string_view format, std::int64_t
     return *place;
 }
 
+const std::filesystem::path& deliveryFolder() {
+    static const std::filesystem::path folder = [] {
+        std::filesystem::path last;
+        for (std::int64_t k = 0; k < kDeliveryFiles; ++k)
+            last = ephemerisFile("MODIFIED_ITC", kDeliveryPoints, static_cast<std::int32_t>(81001 + k));
+        return last.parent_path();
+    }();
+    return folder;
+}
+
 std::string contentOf(const std::filesystem::path& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};

@@ -48,6 +48,11 @@ const std::filesystem::path& temporaryFolder();
 const std::filesystem::path& ephemerisFile(std::string_view format, std::int64_t points,
                                            std::int32_t satellite = 81001);
 
+// A folder of files of modified ITC, with covariance, written on first use.
+constexpr std::int64_t kDeliveryFiles = 200;
+constexpr std::int64_t kDeliveryPoints = 4321;  // of each: three days
+const std::filesystem::path& deliveryFolder();
+
 // The contents of a file.
 std::string contentOf(const std::filesystem::path& path);
 

@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 #include <sys/mman.h>
 
+#include <atomic>
 #include <charconv>
 #include <cstdio>
 #include <thread>
@@ -10,16 +11,27 @@
 #include "BenchData.hpp"
 #include "EphemerisWriters.hpp"
 #include "Vorlandi/VorlandiCardReading/CardPass.hpp"
+#include "Vorlandi/VorlandiProcessing/CovarianceAxes.hpp"
 
 namespace vorlandi::bench {
 namespace {
 
 using Path = std::filesystem::path;
 
+std::int32_t loadPractically(const Path& path) {
+    std::int64_t count = 0;
+    return VorlanLoadFileExt(path.c_str(), VORLAN_LOAD_PRACTICAL, 0, nullptr, &count);
+}
+
+std::int32_t loadByFixedRules(const Path& path) { return VorlanLoadFile(path.c_str()); }
+
+using LoadFunction = std::int32_t (*)(const Path&);
+
+template <LoadFunction kLoad>
 void load(benchmark::State& state, const Path& path, std::int64_t points) {
     emptyStore();
     for (auto _ : state) {
-        const std::int32_t status = VorlanLoadFile(path.c_str());
+        const std::int32_t status = kLoad(path);
         state.PauseTiming();
         const bool loaded = status == 0 && pointsInStore() == points;
         emptyStore();
@@ -126,6 +138,53 @@ void loadInThreads(benchmark::State& state) {
                             static_cast<std::int64_t>(std::filesystem::file_size(paths[0])));
 }
 
+// Files of modified ITC, three days of a point a minute each, which threads take one by one.
+void loadDelivery(benchmark::State& state) {
+    std::vector<Path> paths;
+    std::int64_t bytes = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(deliveryFolder())) {
+        paths.push_back(entry.path());
+        bytes += static_cast<std::int64_t>(entry.file_size());
+    }
+    emptyStore();
+    for (auto _ : state) {
+        {
+            std::atomic<std::size_t> next = 0;
+            std::vector<std::jthread> threads(static_cast<std::size_t>(state.range(0)));
+            for (std::jthread& thread : threads) {
+                thread = std::jthread([&] {
+                    for (std::size_t k = next++; k < paths.size(); k = next++)
+                        loadPractically(paths[k]);
+                });
+            }
+        }
+        state.PauseTiming();
+        const bool loaded = pointsInStore() == kDeliveryFiles * kDeliveryPoints;
+        emptyStore();
+        state.ResumeTiming();
+        if (!loaded) {
+            state.SkipWithError("not loaded");
+            break;
+        }
+    }
+    state.SetBytesProcessed(state.iterations() * bytes);
+    state.SetItemsProcessed(state.iterations() * kDeliveryFiles * kDeliveryPoints);
+}
+
+// Covariances in the axes of their states, turned into the frame.
+void turnCovariance(benchmark::State& state) {
+    constexpr std::int64_t kPoints = 1000;
+    std::vector<Vorlanpoint> points;
+    for (std::int64_t index = 0; index < kPoints; ++index)
+        points.push_back(orbitPoint(index));
+    for (auto _ : state) {
+        for (Vorlanpoint& point : points)
+            benchmark::DoNotOptimize(turnToFrame(point, false, CovarianceAxes::Uvw, point));
+    }
+    state.SetItemsProcessed(state.iterations() * kPoints);
+    countNanoseconds(state, "ns_per_covariance", static_cast<double>(kPoints));
+}
+
 // The most that two threads can gain on this machine: they share nothing and allocate nothing.
 void fromCharsInThreads(benchmark::State& state) {
     const std::string text = contentOf(ephemerisFile("STK", 200'000));
@@ -152,14 +211,14 @@ void add(const char* name, Pass pass, std::string_view format, std::int64_t poin
 // Every format at 100,000 points, STK with its further passes also at a million.
 const bool added = [] {
     for (const tools::EphemerisFormat& format : tools::ephemerisFormats()) {
-        add("load", load, format.name, 100'000);
+        add("load", format.isPractical ? load<loadPractically> : load<loadByFixedRules>, format.name, 100'000);
         add("readBytes", readBytes, format.name, 100'000);
         if (format.name != "DCE_BINARY") add("fromChars", fromChars, format.name, 100'000);
     }
     add("readIntoMemory", readIntoMemory, "DCE_BINARY", 100'000);
     add("cardPass", cardPass, "STK", 100'000);
     const std::pair<const char*, Pass> passes[] = {
-        {"load", load}, {"cardPass", cardPass}, {"readBytes", readBytes}, {"fromChars", fromChars}};
+        {"load", load<loadByFixedRules>}, {"cardPass", cardPass}, {"readBytes", readBytes}, {"fromChars", fromChars}};
     for (const auto& [name, pass] : passes) {
         add(name, pass, "STK", 1'000'000);
     }
@@ -167,6 +226,8 @@ const bool added = [] {
 }();
 
 BENCHMARK(loadInThreads)->DenseRange(1, 2)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(loadDelivery)->DenseRange(1, 2)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(turnCovariance)->Unit(benchmark::kMicrosecond);
 BENCHMARK(fromCharsInThreads)->DenseRange(1, 2)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -1,14 +1,16 @@
 // The memory of points, in a process that does nothing else, so that nothing earlier counts:
-//   vorlandi_memory state N | covariance N | load FILE
+//   vorlandi_memory state N | covariance N | load FILE | delivery FOLDER
 // prints the growth of the process in bytes, at the end (VmRSS) and at its peak (VmHWM), and the number of points
 // stored. The kernel counts whole pages. ru_maxrss would not do: it includes the memory of the starting process before
 // exec.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "vorlandi/vorlandi.h"
 
@@ -40,6 +42,28 @@ void append(std::int64_t points, bool withCovariance) {
     }
 }
 
+// Loads every file of a folder by the practical rules.
+bool loadDelivery(const char* folder) {
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        std::int64_t count = 0;
+        if (VorlanLoadFileExt(entry.path().c_str(), VORLAN_LOAD_PRACTICAL, 0, nullptr, &count) != 0) return false;
+    }
+    return true;
+}
+
+std::int64_t pointsInStore() {
+    std::vector<std::int64_t> keys(static_cast<std::size_t>(VorlanGetCount()));
+    if (!keys.empty()) VorlanGetLoaded(3, keys.data());
+    std::int64_t sum = 0;
+    for (const std::int64_t key : keys) {
+        std::int32_t points = 0;
+        VorlanGetAllFields(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                           &points, nullptr);
+        sum += points;
+    }
+    return sum;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -48,16 +72,13 @@ int main(int argc, char** argv) {
     const double before = statusBytes("VmRSS");
     if (what == "load") {
         if (VorlanLoadFile(argv[2]) != 0) return 1;
+    } else if (what == "delivery") {
+        if (!loadDelivery(argv[2])) return 1;
     } else {
         append(std::strtoll(argv[2], nullptr, 10), what == "covariance");
     }
     const double held = statusBytes("VmRSS") - before;
     const double most = statusBytes("VmHWM") - before;
-    std::int64_t key = 0;
-    std::int32_t points = 0;
-    if (VorlanGetCount() == 1) VorlanGetLoaded(3, &key);
-    VorlanGetAllFields(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &points,
-                       nullptr);
-    std::printf("%.0f %.0f %d\n", held, most, points);
+    std::printf("%.0f %.0f %lld\n", held, most, static_cast<long long>(pointsInStore()));
     return 0;
 }

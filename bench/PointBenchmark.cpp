@@ -90,6 +90,10 @@ void memoryOfLoad(benchmark::State& state) {
     measureMemory(state, "load '" + ephemerisFile("STK", kMillion).string() + "'", kMillion, false);
 }
 
+void memoryOfDelivery(benchmark::State& state) {
+    measureMemory(state, "delivery '" + deliveryFolder().string() + "'", kDeliveryFiles * kDeliveryPoints, true);
+}
+
 BENCHMARK_CAPTURE(appendPoints, state, false)->Arg(10'000)->Arg(kMillion);
 BENCHMARK_CAPTURE(appendPoints, covariance, true)->Arg(10'000)->Arg(kMillion);
 BENCHMARK_CAPTURE(copyPoints, state, false)->Arg(10'000)->Arg(kMillion);
@@ -97,6 +101,7 @@ BENCHMARK_CAPTURE(copyPoints, covariance, true)->Arg(10'000)->Arg(kMillion);
 BENCHMARK_CAPTURE(memoryOfPoints, state, false)->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(memoryOfPoints, covariance, true)->Iterations(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(memoryOfLoad)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(memoryOfDelivery)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace vorlandi::bench

@@ -16,7 +16,7 @@ MARKS = ("<!-- figures: begin -->", "<!-- figures: end -->")
 # Fields of a benchmark: its time, its speed (compared as times over the same bytes), or one of its counters.
 UNITS = {
     "time": "time", "wall": "time", "speed": "speed", "gain": "speed", "rate": "rate", "ns_per_state": "time",
-    "ns_per_point": "time",
+    "ns_per_point": "time", "ns_per_covariance": "time",
     "ns_per_satellite": "time", "bytes_per_point": "size", "stored_bytes_per_point": "size",
     "most_bytes": "size", "stored_bytes": "size",
 }
@@ -30,7 +30,7 @@ NONE = (None, None, None)
 
 # If columns touch, from_chars reads runs of digits as one number and is not a lower limit.
 TOUCHING_COLUMNS = ("VECTOR", "SIMOBS")
-TEXT_FORMATS = ("UNIVERSAL", "UNIVERSAL_CSV", "STK", "V31", "ECR", "ECR_POSITIONS", "ITC", "ITC_WOCOV",
+TEXT_FORMATS = ("UNIVERSAL", "UNIVERSAL_CSV", "STK", "V31", "ECR", "ECR_POSITIONS", "ITC", "ITC_WOCOV", "MODIFIED_ITC",
                 "DCE_TEXT", "LAUNCH", "EELV", "LCH", "OASYS", "OWNER", "J2K", "VECTOR", "SIMOBS")
 
 
@@ -105,6 +105,12 @@ ROWS = [
     ("card pass, STK, 1,000,000 points", "cardPass/STK/1000000", "time", "the whole load", "load/STK/1000000",
      "time", "< 0.1"),
     ("load in two threads", "loadInThreads/2", "gain", "in one thread", "loadInThreads/1", "gain", ">= 1.8"),
+    ("load a delivery: 200 files of modified ITC, 4,321 points each", "loadDelivery/1", "time", *NONE, None),
+    ("the same as speed", "loadDelivery/1", "speed", "one ITC file", "load/ITC/100000", "speed", None),
+    ("the same in two threads", "loadDelivery/2", "gain", "in one thread", "loadDelivery/1", "gain", None),
+    ("most memory meanwhile", "memoryOfDelivery", "most_bytes", "what is stored", "memoryOfDelivery", "stored_bytes",
+     None),
+    ("turn a covariance", "turnCovariance", "ns_per_covariance", *NONE, None),
     ("from_chars in two threads", "fromCharsInThreads/2", "gain", "in one thread", "fromCharsInThreads/1",
      "gain", None),
     ("load 2,000 files of 1,440 points, covariance", "loadConstellation", "time", *NONE, None),

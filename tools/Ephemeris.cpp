@@ -1,5 +1,7 @@
 #include "Ephemeris.hpp"
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 
 namespace vorlandi::tools {
@@ -21,6 +23,28 @@ Matrix6 covarianceFactor(double hours) {
     return factor;
 }
 
+// a b', of which the lower triangle is filled.
+Covariance21 lowerTriangleOf(const Matrix6& a, const Matrix6& b) {
+    Covariance21 lowerTriangle{};
+    std::size_t next = 0;
+    for (std::size_t row = 0; row < 6; ++row) {
+        for (std::size_t column = 0; column <= row; ++column, ++next) {
+            for (std::size_t k = 0; k < 6; ++k)
+                lowerTriangle[next] += a[row][k] * b[column][k];
+        }
+    }
+    return lowerTriangle;
+}
+
+Vector3 cross(const Vector3& a, const Vector3& b) {
+    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+
+Vector3 unit(const Vector3& a) {
+    const double length = std::sqrt(a[0] * a[0] + a[1] * a[1] + a[2] * a[2]);
+    return {a[0] / length, a[1] / length, a[2] / length};
+}
+
 }  // namespace
 
 Ephemeris integrateEphemeris(const EphemerisPlan& plan, double integrationStep_s) {
@@ -36,15 +60,28 @@ Ephemeris integrateEphemeris(const EphemerisPlan& plan, double integrationStep_s
 
 Covariance21 covarianceAt(double hours) {
     const Matrix6 factor = covarianceFactor(hours);
-    Covariance21 lowerTriangle{};
-    std::size_t next = 0;
+    return lowerTriangleOf(factor, factor);
+}
+
+Covariance21 inAxesOfState(const Covariance21& covariance, const State& state) {
+    const Vector3 radial = unit(state.position_km);
+    const Vector3 normal = unit(cross(state.position_km, state.velocity_km_s));
+    const Vector3 axes[] = {radial, cross(normal, radial), normal};
+    Matrix6 turn{};
+    for (std::size_t i = 0; i < 3; ++i) {
+        for (std::size_t j = 0; j < 3; ++j)
+            turn[i][j] = turn[i + 3][j + 3] = axes[i][j];
+    }
+    Matrix6 turned{};  // turn covariance
     for (std::size_t row = 0; row < 6; ++row) {
-        for (std::size_t column = 0; column <= row; ++column, ++next) {
-            for (std::size_t k = 0; k <= column; ++k)
-                lowerTriangle[next] += factor[row][k] * factor[column][k];
+        for (std::size_t column = 0; column < 6; ++column) {
+            for (std::size_t k = 0; k < 6; ++k) {
+                const auto [low, high] = std::minmax(k, column);
+                turned[row][column] += turn[row][k] * covariance[high * (high + 1) / 2 + low];
+            }
         }
     }
-    return lowerTriangle;
+    return lowerTriangleOf(turned, turn);
 }
 
 }  // namespace vorlandi::tools

@@ -23,6 +23,10 @@ struct Ephemeris {
     UtcTime epoch() const { return points.front().time; }
 };
 
+inline double hoursSinceEpoch(const Ephemeris& ephemeris, const EphemerisPoint& point) {
+    return secondsBetween(ephemeris.epoch(), point.time) / 3600.0;
+}
+
 struct EphemerisPlan {
     std::int32_t satelliteNumber;
     UtcTime epoch;  // time of the initial state and of the first point
@@ -43,5 +47,8 @@ using Covariance21 = std::array<double, 21>;
 // and zeros elsewhere. It is positive definite for h >= 0, since the diagonal of L is, and each of its
 // elements is a polynomial of at most second degree in h.
 Covariance21 covarianceAt(double hours);
+
+// The same covariance in the axes of the state: radial; across that, in the orbit's plane, forward; normal to the plane.
+Covariance21 inAxesOfState(const Covariance21& covariance, const State& state);
 
 }  // namespace vorlandi::tools

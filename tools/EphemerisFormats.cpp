@@ -15,25 +15,27 @@ namespace {
 constexpr std::int32_t kFiveDigits = 99999;
 constexpr std::int32_t kNineDigits = 999999999;
 
-constexpr std::array<EphemerisFormat, 18> kFormats{{
-    {"UNIVERSAL", "_universal.txt", kNineDigits, false, writeUniversal},
-    {"UNIVERSAL_CSV", "_universal_csv.txt", kNineDigits, false, writeUniversalCsv},
-    {"STK", "_stk.e", kFiveDigits, false, writeStk},
-    {"V31", "_v31.txt", kFiveDigits, false, writeV31},
-    {"ECR", "_ecr.txt", kFiveDigits, false, writeEcr},
-    {"ECR_POSITIONS", "_ecr_positions.txt", kFiveDigits, true, writeEcrPositions},
-    {"ITC", "_itc.txt", kFiveDigits, false, writeItc},
-    {"ITC_WOCOV", "_itc_wocov.txt", kFiveDigits, true, writeItcWithoutCovariance},
-    {"DCE_BINARY", ".dce", kNineDigits, false, writeDceBinary},
-    {"DCE_TEXT", "_dce.txt", kNineDigits, false, writeDceText},
-    {"LAUNCH", "_launch.txt", kNineDigits, false, writeLaunch},
-    {"EELV", "_eelv.txt", kNineDigits, false, writeEelv},
-    {"LCH", "_lch.txt", kFiveDigits, false, writeLch},
-    {"OASYS", "_oasys.txt", kNineDigits, false, writeOasys},
-    {"OWNER", "_owner.txt", kFiveDigits, false, writeOwner},
-    {"J2K", "_j2k.txt", kFiveDigits, false, writeJ2k},
-    {"VECTOR", "_vector.txt", kFiveDigits, false, writeVector},
-    {"SIMOBS", "_simobs.txt", kFiveDigits, false, writeSimObs},
+constexpr std::array<EphemerisFormat, 20> kFormats{{
+    {"UNIVERSAL", "_universal.txt", kNineDigits, false, false, writeUniversal},
+    {"UNIVERSAL_CSV", "_universal_csv.txt", kNineDigits, false, false, writeUniversalCsv},
+    {"STK", "_stk.e", kFiveDigits, false, false, writeStk},
+    {"V31", "_v31.txt", kFiveDigits, false, false, writeV31},
+    {"ECR", "_ecr.txt", kFiveDigits, false, false, writeEcr},
+    {"ECR_POSITIONS", "_ecr_positions.txt", kFiveDigits, true, false, writeEcrPositions},
+    {"ITC", "_itc.txt", kFiveDigits, false, false, writeItc},
+    {"ITC_WOCOV", "_itc_wocov.txt", kFiveDigits, true, false, writeItcWithoutCovariance},
+    {"DCE_BINARY", ".dce", kNineDigits, false, false, writeDceBinary},
+    {"DCE_TEXT", "_dce.txt", kNineDigits, false, false, writeDceText},
+    {"LAUNCH", "_launch.txt", kNineDigits, false, false, writeLaunch},
+    {"EELV", "_eelv.txt", kNineDigits, false, false, writeEelv},
+    {"LCH", "_lch.txt", kFiveDigits, false, false, writeLch},
+    {"OASYS", "_oasys.txt", kNineDigits, false, false, writeOasys},
+    {"OWNER", "_owner.txt", kFiveDigits, false, false, writeOwner},
+    {"J2K", "_j2k.txt", kFiveDigits, false, false, writeJ2k},
+    {"VECTOR", "_vector.txt", kFiveDigits, false, false, writeVector},
+    {"SIMOBS", "_simobs.txt", kFiveDigits, false, false, writeSimObs},
+    {"OEM", "_oem.txt", kNineDigits, false, true, writeOem},
+    {"MODIFIED_ITC", "_modified_itc.txt", kNineDigits, false, true, writeModifiedItc},
 }};
 
 std::runtime_error failure(const std::filesystem::path& path) {

@@ -35,6 +35,8 @@ void writeLch(const Ephemeris& ephemeris, std::ostream& stream);
 void writeOasys(const Ephemeris& ephemeris, std::ostream& stream);
 void writeOwner(const Ephemeris& ephemeris, std::ostream& stream);
 void writeJ2k(const Ephemeris& ephemeris, std::ostream& stream);
+void writeOem(const Ephemeris& ephemeris, std::ostream& stream);
+void writeModifiedItc(const Ephemeris& ephemeris, std::ostream& stream);  // with covariance
 
 // Launch trajectories: seconds of elapsed time, units of their own, no satellite number.
 void writeLaunch(const Ephemeris& ephemeris, std::ostream& stream);
@@ -47,7 +49,8 @@ struct EphemerisFormat {
     std::string_view name;
     std::string_view fileSuffix;  // file name after the satellite number
     std::int32_t largestSatelliteNumber;
-    bool isVariant;  // a second layout of the format named before it
+    bool isVariant;    // a second layout of the format named before it
+    bool isPractical;  // read by the practical rules alone
     void (*write)(const Ephemeris&, std::ostream&);
 };
 

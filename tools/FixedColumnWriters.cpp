@@ -26,14 +26,6 @@ void writeItcState(LineOutput& out, const EphemerisPoint& point, const StateFiel
              columns(point.state.velocity_km_s, fields.velocity));
 }
 
-// Three lines of seven numbers: the lower triangle, row by row.
-void writeItcCovariance(LineOutput& out, double hours) {
-    const Covariance21 c = covarianceAt(hours);
-    for (std::size_t i = 0; i < c.size(); i += 7)
-        out.line("{: .16e} {: .16e} {: .16e} {: .16e} {: .16e} {: .16e} {: .16e}", c[i], c[i + 1], c[i + 2], c[i + 3],
-                 c[i + 4], c[i + 5], c[i + 6]);
-}
-
 // Header of both layouts.
 //   2-6      satellite number
 //   52-68    epoch, so that the point of its seconds falls into column 65; 29 and 51 stay blank
@@ -86,7 +78,7 @@ void writeItc(const Ephemeris& ephemeris, std::ostream& stream) {
     out.line("{}", itcHeader(ephemeris, "WCOV"));
     for (const auto& point : ephemeris.points) {
         writeItcState(out, point, fields);
-        writeItcCovariance(out, secondsBetween(ephemeris.epoch(), point.time) / 3600.0);
+        writeCovariance(out, covarianceAt(hoursSinceEpoch(ephemeris, point)));
     }
 }
 

@@ -7,8 +7,11 @@ namespace {
 
 constexpr double kMetersPerKilometer = 1000.0;
 
-std::string stateList(const State& state, double scale = 1.0) {
-    return list(state.position_km, scale) + " " + list(state.velocity_km_s, scale);
+// YYYY-MM-DD HH:MM:SS, the fraction left out.
+std::string wholeSecondsText19(UtcTime time) {
+    std::string text = isoText26(time).substr(0, 19);
+    text[10] = ' ';
+    return text;
 }
 
 // What the two layouts of the format have in common: the line by which it is recognised, then line 1 with the
@@ -132,6 +135,46 @@ void writeJ2k(const Ephemeris& ephemeris, std::ostream& stream) {
         // 3-7 satellite number, 12-30 year, day, hour, minute, seconds with a blank between them, from 32 on
         // the state
         out.line("  {:5}    {} {}", ephemeris.satelliteNumber, spacedGroupsText19(point.time), stateList(point.state));
+    }
+}
+
+void writeOem(const Ephemeris& ephemeris, std::ostream& stream) {
+    LineOutput out(stream);
+    out.line("CCSDS_OEM_VERS = 2.0");
+    out.line("CREATION_DATE = {}", isoText26(ephemeris.epoch()));
+    out.line("ORIGINATOR = EXAMPLE");
+    out.line("");
+    out.line("META_START");
+    out.line("OBJECT_NAME = EXAMPLE");
+    out.line("OBJECT_ID = {}", ephemeris.satelliteNumber);
+    out.line("CENTER_NAME = EARTH");
+    out.line("REF_FRAME = EME2000");
+    out.line("TIME_SYSTEM = UTC");
+    out.line("START_TIME = {}", isoText26(ephemeris.epoch()));
+    out.line("STOP_TIME = {}", isoText26(ephemeris.points.back().time));
+    out.line("META_STOP");
+    out.line("");
+    for (const auto& point : ephemeris.points) {
+        // time, x, y, z (km), vx, vy, vz (km/s)
+        out.line("{} {}", isoText26(point.time), stateList(point.state));
+    }
+}
+
+void writeModifiedItc(const Ephemeris& ephemeris, std::ostream& stream) {
+    LineOutput out(stream);
+    const UtcTime first = ephemeris.epoch(), last = ephemeris.points.back().time;
+    const double step_s = ephemeris.points.size() < 2
+                              ? 0.0
+                              : secondsBetween(first, last) / static_cast<double>(ephemeris.points.size() - 1);
+    out.line("created:{} UTC", wholeSecondsText19(first));
+    out.line("ephemeris_start:{} UTC ephemeris_stop:{} UTC step_size:{:g}", wholeSecondsText19(first),
+             wholeSecondsText19(last), step_s);
+    out.line("ephemeris_source:integration");
+    out.line("UVW");  // axes of the covariances
+    for (const auto& point : ephemeris.points) {
+        // year, day of year and time, x, y, z (km), vx, vy, vz (km/s)
+        out.line("{} {}", dayOfYearText17(point.time), stateList(point.state));
+        writeCovariance(out, inAxesOfState(covarianceAt(hoursSinceEpoch(ephemeris, point)), point.state));
     }
 }
 

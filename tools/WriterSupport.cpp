@@ -43,6 +43,16 @@ std::string list(const Vector3& vector, double scale, std::string_view separator
                        vector[2] * scale);
 }
 
+std::string stateList(const State& state, double scale) {
+    return list(state.position_km, scale) + " " + list(state.velocity_km_s, scale);
+}
+
+void writeCovariance(LineOutput& out, const Covariance21& c) {
+    for (std::size_t i = 0; i < c.size(); i += 7)
+        out.line("{: .16e} {: .16e} {: .16e} {: .16e} {: .16e} {: .16e} {: .16e}", c[i], c[i + 1], c[i + 2], c[i + 3],
+                 c[i + 4], c[i + 5], c[i + 6]);
+}
+
 std::string placed(std::initializer_list<Placed> texts) {
     std::string line;
     for (const auto& [column, text] : texts) {

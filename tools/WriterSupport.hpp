@@ -62,6 +62,12 @@ std::string columns(const Vector3& vector, FixedField field, double scale = 1.0,
 // Three numbers of 17 significant digits, each with a place for its sign, for layouts read as a list.
 std::string list(const Vector3& vector, double scale = 1.0, std::string_view separator = " ");
 
+// Position and velocity as a list.
+std::string stateList(const State& state, double scale = 1.0);
+
+// Three lines of seven numbers: the lower triangle, row by row.
+void writeCovariance(LineOutput& out, const Covariance21& covariance);
+
 // A line with texts at given columns, the first column being 1, and blanks elsewhere.
 struct Placed {
     std::size_t column;

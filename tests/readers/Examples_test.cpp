@@ -41,6 +41,9 @@ struct Example {
     std::int32_t satNum, coordSys;
     Precision precision;
     const char* reader;
+    bool practical = false;  // read by the practical rules alone
+
+    ReadingRules rules() const { return practical ? ReadingRules::practical() : ReadingRules::fixed(); }
 };
 
 constexpr const char* kExact = "81001_universal_csv.txt";
@@ -62,6 +65,7 @@ const Example kExamples[] = {
     {"81001_j2k.txt", 0, kJ2k, k17Digits, "ReadJ2K"},
     {"81001_vector.txt", 81001, kEci, k10Decimals, "ReadVecEph"},
     {"81001_simobs.txt", 81001, kEci, k13Decimals, "ReadSimObs"},
+    {"81001_modified_itc.txt", 81001, kJ2k, k17Digits, "ReadModifiedITC", true},
 };
 
 // Integrated states between the points, and at the first and the last one.
@@ -86,6 +90,12 @@ protected:
     }
     ~Examples() override { setClock(nullptr); }
 
+    static std::int64_t loadedByPracticalRules(const char* fileName) {
+        std::int64_t key = 0, count = 0;
+        EXPECT_EQ(VorlanLoadFileExt(examplePath(fileName).c_str(), VORLAN_LOAD_PRACTICAL, 1, &key, &count), 0);
+        EXPECT_EQ(count, 1);
+        return key;
+    }
     static State stateAt(std::int64_t key, double time) {
         State state{time};
         EXPECT_EQ(VorlanDs50UTC(key, time, nullptr, &state[1], &state[4], nullptr), 0);
@@ -110,17 +120,38 @@ TEST_F(Examples, AnswerTheIntegratedStatesToThePrecisionOfTheirLayout) {
     std::vector<State> exact;
     for (std::int32_t index = 1; index <= 361; ++index)
         exact.push_back(point(exactKey, index));
-    for (const auto& [fileName, satNum, coordSys, precision, reader] : kExamples) {
-        SCOPED_TRACE(std::string(fileName) + ": " + precision.reason);
-        vorlanemptytree();
-        const std::int64_t key = VorlanAddSatFrFile(examplePath(fileName).c_str());
-        expectNear(stateAt(key, truth.front()[0]), truth.front(), precision);
-        for (const State& state : truth)
-            expectNear(stateAt(key, state[0]), state, precision, kTimesInDays);
-        expectNear(stateAt(key, truth.back()[0]), truth.back(), precision);
-        for (std::int32_t index = 1; index <= 361; ++index)
-            expectNear(point(key, index), exact.at(static_cast<std::size_t>(index) - 1), precision);
-        ASSERT_FALSE(HasFailure());
+    for (const Example& example : kExamples) {
+        for (const bool practical : {false, true}) {
+            if (example.practical && !practical) continue;
+            SCOPED_TRACE(std::string(example.fileName) + ": " + example.precision.reason);
+            vorlanemptytree();
+            const std::int64_t key = practical ? loadedByPracticalRules(example.fileName)
+                                               : VorlanAddSatFrFile(examplePath(example.fileName).c_str());
+            expectNear(stateAt(key, truth.front()[0]), truth.front(), example.precision);
+            for (const State& state : truth)
+                expectNear(stateAt(key, state[0]), state, example.precision, kTimesInDays);
+            expectNear(stateAt(key, truth.back()[0]), truth.back(), example.precision);
+            for (std::int32_t index = 1; index <= 361; ++index)
+                expectNear(point(key, index), exact.at(static_cast<std::size_t>(index) - 1), example.precision);
+            ASSERT_FALSE(HasFailure());
+        }
+    }
+}
+
+TEST_F(Examples, HaveOneCovarianceInTheFrameAndInTheAxesOfTheStates) {
+    const auto record = [](const char* fileName) {
+        return load(readFile(examplePath(fileName)), fileName, ReadingRules::practical()).records.at(0);
+    };
+    const Vorlanrecord inFrame = record("81001_itc.txt"), turned = record("81001_modified_itc.txt");
+    ASSERT_EQ(std::pair(inFrame.numberOfPoints(), turned.numberOfPoints()), std::pair(361, 361));
+    for (std::int32_t index = 0; index < 361; ++index) {
+        const Vorlanpoint expected = inFrame.points[index], found = turned.points[index];
+        const auto sigma = [&](std::size_t k) { return std::sqrt(expected.cov[k * (k + 3) / 2]); };
+        std::size_t next = 0;
+        for (std::size_t row = 0; row < 6; ++row) {
+            for (std::size_t column = 0; column <= row; ++column, ++next)
+                ASSERT_NEAR(found.cov[next], expected.cov[next], 1e-12 * sigma(row) * sigma(column)) << index;
+        }
     }
 }
 
@@ -129,38 +160,40 @@ TEST_F(Examples, HaveTheirOwnNumberAndFrameAndAllTheirPoints) {
     const std::string earlier = "EPHEMERIS FILE FOR SATELLITE 77777\nPropagation by" + at(52, "EFG\n") +
                                 std::string(48, '=') + "\n24001000000.000" + at(115, "\n") + std::string(48, 'E') +
                                 "\n" + std::string(48, 'Z') + "\n";
-    for (const auto& [fileName, satNum, coordSys, precision, reader] : kExamples) {
+    for (const Example& example : kExamples) {
+        const auto& [fileName, satNum, coordSys, precision, reader, practical] = example;
         SCOPED_TRACE(fileName);
         const std::string path = examplePath(fileName);
         const bool binary = fileisdotdce(path);
         const Vorlanrecord read = binary ? storedRecord(VorlanAddSatFrFile(path.c_str()))
-                                         : load(earlier + readFile(path), fileName).records.at(1);
+                                         : load(earlier + readFile(path), fileName, example.rules()).records.at(1);
         EXPECT_EQ(std::pair(read.satNum, read.coordSys), std::pair(satNum, coordSys));
-        const bool alone = binary || reader == std::string("ReadLaunchFormat");
+        const bool alone = binary || practical || reader == std::string("ReadLaunchFormat");
         EXPECT_EQ(read.numberOfPoints(), alone ? 361 : 362);
     }
 }
 
 TEST_F(Examples, ReportAFailedReadByTheNameOfTheirReader) {
     // The file, what is read of it before, the name in the message, and how many records are stored.
-    std::vector<std::tuple<std::string, std::size_t, std::string, int>> cases = {
-        {"81001_stk.e", 30, "ReadDotE", 0}, {"81001_stk.e", std::string::npos, "ReadOnlyVorlans", 1}};
+    std::vector<std::tuple<std::string, std::size_t, std::string, int, ReadingRules>> cases = {
+        {"81001_stk.e", 30, "ReadDotE", 0, ReadingRules::fixed()},
+        {"81001_stk.e", std::string::npos, "ReadOnlyVorlans", 1, ReadingRules::fixed()}};
     // An ECR block ends normally with the points read before.
     for (const Example& example : kExamples) {
         if (!fileisdotdce(example.fileName))
             cases.emplace_back(example.fileName, 5000, example.reader,
-                               example.coordSys == kEcr && example.satNum == 81001);
+                               example.coordSys == kEcr && example.satNum == 81001, example.rules());
     }
-    for (const auto& [fileName, size, reader, stored] : cases) {
+    for (const auto& [fileName, size, reader, stored, rules] : cases) {
         SCOPED_TRACE(fileName);
         vorlanemptytree();
         log.clear();
         const std::string bytes = readFile(examplePath(fileName)), read = bytes.substr(0, size);
         InputUnit unit = slowUnit(bytes, bytes.size(), read.size());
         InputTag tag;
-        Load load;
+        Load load{LoadRequest{rules}};
         const ReadEvents events(log);
-        EXPECT_EQ(ReadOnlyVorlans(unit, {fileName}, tag, load), stored == 0 ? 2 : 0);
+        EXPECT_EQ(load.statusWith(ReadOnlyVorlans(unit, {fileName}, tag, load)), stored == 0 ? 2 : 0);
         EXPECT_EQ(log.errors(), Lines{"*** " + reader + ": File read error. ***"});
         const auto unread = std::count(read.begin(), read.end(), '\n') + 1;
         EXPECT_THAT(events.heard, ::testing::Contains("2|" + fileName + ":" + std::to_string(unread) + "|"));

@@ -24,9 +24,9 @@ static Lines insert(Lines lines, std::ptrdiff_t before, const std::string& text)
 
 TEST(ReadModifiedITC, ReadsPointsWithAndWithoutCovarianceAndTurnsItFromTheAxesOfTheState) {
     struct Name { const char* fileName; std::int32_t satNum, coordSys; bool rotating; };
-    const Name names[] = {{"MEME_44713_STARS-1007_0610000_Operational_1_UNCLASSIFIED.txt", 44713, kJ2k, false},
+    const Name names[] = {{"MEME_81001_EXAMPLE-1_0610000_Operational_1_UNCLASSIFIED.txt", 81001, kJ2k, false},
         {"in/TEME_123456789_X_", 123456789, kEci, false}, {"EFG_7_X", 7, kEfg, true}, {"ITRF_7_X", 7, kEcr, true},
-        {"ECR_7_X", 7, kEcr, true}, {"NEME_44713_X", 99999, kJ2k, false}, {"81001_itc.txt", 81001, kJ2k, false}};
+        {"ECR_7_X", 7, kEcr, true}, {"NEME_81001_X", 99999, kJ2k, false}, {"81002_itc.txt", 81002, kJ2k, false}};
     for (const auto& [fileName, satNum, coordSys, rotating] : names) {
         SCOPED_TRACE(fileName);
         const Loaded loaded = loadLines(kGood, fileName, kRules);
@@ -103,6 +103,20 @@ TEST(ReadModifiedITC, StoresPointsWithoutCovariancesWhoseAxesItDoesNotKnow) {
         const PointArray& points = loaded.records[0].points;
         ASSERT_EQ(points.count(), 3);
         EXPECT_EQ(std::pair(hasCovariance(points[0]), hasCovariance(points[1])), std::pair(first, second));
+    }
+}
+TEST(ReadModifiedITC, ReadsTheFileOnThePageOfFormats) {
+    const std::string page = readFile(VORLANDI_DOCS "/formats.md"), name = "81001_modified_itc.txt";
+    const std::size_t begin = page.find("\n", page.find("```practical " + name)) + 1;
+    const Loaded shown = load(page.substr(begin, page.find("```", begin) - begin), name, kRules);
+    const Loaded whole = load(readFile(VORLANDI_EXAMPLES "/" + name), name, kRules);
+    EXPECT_EQ(shown.errors, Lines{});
+    ASSERT_EQ(std::pair(shown.records.size(), whole.records.size()), std::pair(std::size_t{1}, std::size_t{1}));
+    ASSERT_EQ(shown.records[0].numberOfPoints(), 2);
+    for (int k = 0; k < 2; ++k) {
+        const Vorlanpoint point = shown.records[0].points[k];
+        EXPECT_EQ(stateOf(point), stateOf(whole.records[0].points[k]));
+        EXPECT_THAT(point.cov, ::testing::ElementsAreArray(whole.records[0].points[k].cov));
     }
 }
 // clang-format on
