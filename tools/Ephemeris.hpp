@@ -48,7 +48,7 @@ using Covariance21 = std::array<double, 21>;
 // elements is a polynomial of at most second degree in h.
 Covariance21 covarianceAt(double hours);
 
-// The same covariance in the axes of the state: radial; across that, in the orbit's plane, forward; normal to the plane.
+// The same covariance in the axes of the state: radial, in-track, cross-track.
 Covariance21 inAxesOfState(const Covariance21& covariance, const State& state);
 
 }  // namespace vorlandi::tools

@@ -69,11 +69,11 @@ public:
     }
 
 private:
-    // Which lines the next one may follow.
+    // What the next line follows.
     enum class After {
-        Header,       // or a point that is complete
-        State,        // whose covariance, if there is one, has begun or not
-        LeftOutPoint  // whose covariance lines are skipped
+        CompletePoint,  // or the header
+        State,          // whose covariance, if there is one, has begun or not
+        LeftOutPoint    // whose covariance lines are skipped
     };
 
     void take(std::string_view line) {
@@ -114,7 +114,7 @@ private:
 
     void takeCovariance(std::string_view line) {
         if (after_ == After::LeftOutPoint || !axesAreRead()) return;
-        if (after_ == After::Header) {
+        if (after_ == After::CompletePoint) {
             after_ = After::LeftOutPoint;
             return input_.skipBadLine(kName, "there is no point for these numbers");
         }
@@ -124,7 +124,7 @@ private:
             return input_.skipBadLine(kName, "a covariance line has seven numbers; the point is left out");
         }
         if (++covarianceLines_ * kNumbersPerLine < kCovarianceSize) return;
-        after_ = After::Header;
+        after_ = After::CompletePoint;
         blameState();
         input_.append(point_, record_, turnedCovariance());
     }
@@ -132,7 +132,7 @@ private:
     // A point that has no covariance, or not all of it, is complete when another one or the end of the file follows.
     void finishPoint() {
         if (after_ != After::State) return;
-        after_ = After::Header;
+        after_ = After::CompletePoint;
         blameState();
         if (covarianceLines_ == 0) return input_.append(point_, record_);
         input_.skipBadLine(kName, "the covariance of this point has fewer than three lines; the point is left out");
@@ -171,7 +171,7 @@ private:
     std::int64_t axesLine_ = 0;
     bool axesAreTold_ = false;
 
-    After after_ = After::Header;
+    After after_ = After::CompletePoint;
     Vorlanstate point_;
     PointCovariance covariance_;
     std::size_t covarianceLines_ = 0;
