@@ -186,13 +186,14 @@ TEST_F(Info, KeepsSpreadsheetsFromTakingATextForAFormula) {
 }
 
 TEST_F(Info, ListsTheFormatsOfTheExamples) {
+    // The tool loads by the fixed rules, which read neither OEM nor modified ITC.
     const std::string listed = shell("vorlandi formats | tail -n +2 | cut -d' ' -f1 | sort").output;
     EXPECT_EQ(split(listed).size(), 15U);
-    EXPECT_EQ(
-        shell("cd '" VORLANDI_EXAMPLES "'; for file in 81001*[!v]; do vorlandi info $file --format csv | tail -n 1; "
-              "done | cut -d, -f9 | sort -u")
-            .output,
-        listed);
+    EXPECT_EQ(shell("cd '" VORLANDI_EXAMPLES "'; for file in $(ls -d 81001*[!v] | grep -v -e oem -e modified); do "
+                                             "vorlandi info $file --format csv | tail -n 1; "
+                    "done | cut -d, -f9 | sort -u")
+                  .output,
+              listed);
 }
 
 }  // namespace
