@@ -42,11 +42,11 @@ inline Lines put(Lines lines, std::size_t line, std::string_view text) {
 }
 inline Lines cut(const Lines& lines, std::ptrdiff_t count) { return {lines.begin(), lines.begin() + count}; }
 
-inline Loaded loadLines(const Lines& lines, std::string_view fileName) {
+inline Loaded loadLines(const Lines& lines, std::string_view fileName, ReadingRules rules = ReadingRules::fixed()) {
     std::string text;
     for (const std::string& line : lines)
         text += line + '\n';
-    return load(text, fileName);
+    return load(text, fileName, rules);
 }
 
 using State = std::array<double, 7>;  // time, position, velocity
@@ -103,10 +103,11 @@ inline Lines messages(const std::string& reader, const Case& c) {
     return messages;
 }
 
-inline void expectLoads(const std::string& reader, const std::vector<Case>& cases) {
+inline void expectLoads(const std::string& reader, const std::vector<Case>& cases,
+                        ReadingRules rules = ReadingRules::fixed()) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        const Loaded loaded = loadLines(c.lines, "test.txt");
+        const Loaded loaded = loadLines(c.lines, "test.txt", rules);
         EXPECT_EQ(loaded.errors, messages(reader, c));
         EXPECT_EQ(loaded.status, c.points == 0 ? 2 : 0);
         EXPECT_EQ(loaded.records.size(), c.points == 0 ? 0u : 1u);
