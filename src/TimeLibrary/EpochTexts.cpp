@@ -24,13 +24,15 @@ constexpr double kPowersOfTen[kMostDecimals + 1] = {1e0, 1e1, 1e2, 1e3,  1e4,  1
                                                     1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13};
 
 // A field of digits; negative if anything else is in it.
-int digitsAt(std::string_view text, std::size_t at, std::size_t width) noexcept {
-    int value = 0;
-    for (const char c : text.substr(at, width)) {
-        if (!isDigit(c)) return -1;
-        value = value * 10 + (c - '0');
+template <std::size_t kWidth>
+int digitsAt(std::string_view text, std::size_t at) noexcept {
+    unsigned value = 0;
+    bool good = true;
+    for (std::size_t k = at; k < at + kWidth; ++k) {
+        good &= isDigit(text[k]);
+        value = value * 10 + static_cast<unsigned>(text[k] - '0');
     }
-    return value;
+    return good ? static_cast<int>(value) : -1;
 }
 
 // Whole seconds and what follows them; negative if that is not a point and at most kMostDecimals digits.
@@ -57,11 +59,11 @@ std::optional<DayTime> usualForm(std::string_view text) noexcept {
     const std::string_view time = text.substr(dateEnd + 1);
     if (time[2] != ':' || time[5] != ':' || (!hasDayOfYear && text[7] != '-')) return std::nullopt;
 
-    const int year = digitsAt(text, 0, 4);
+    const int year = digitsAt<4>(text, 0);
     if (year < kFirstYear) return std::nullopt;
     const int dayOfYear =
-        hasDayOfYear ? digitsAt(text, 5, 3) : mmdd2jul(year, digitsAt(text, 5, 2), digitsAt(text, 8, 2));
-    const int hour = digitsAt(time, 0, 2), minute = digitsAt(time, 3, 2), whole = digitsAt(time, 6, 2);
+        hasDayOfYear ? digitsAt<3>(text, 5) : mmdd2jul(year, digitsAt<2>(text, 5), digitsAt<2>(text, 8));
+    const int hour = digitsAt<2>(time, 0), minute = digitsAt<2>(time, 3), whole = digitsAt<2>(time, 6);
     if (dayOfYear < 1 || dayOfYear > daysInYear(year) || (hour | minute | whole) < 0) return std::nullopt;
     if (hour > 23 || minute > 59 || whole > 59) return std::nullopt;
     const double second = secondsWith(whole, time.substr(kTimeWidth));

@@ -74,7 +74,7 @@ bool isFrameWithYear(std::string_view name) noexcept {
 
 bool isWord(std::string_view text, std::string_view word) noexcept {
     return std::equal(text.begin(), text.end(), word.begin(), word.end(),
-                      [](char a, char b) { return upperCase(a) == upperCase(b); });
+                      [](char a, char b) { return touppercase(a) == touppercase(b); });
 }
 
 OemEntry oemEntry(std::string_view text) noexcept {
