@@ -7,7 +7,8 @@ set -euo pipefail
 page=$(realpath "$1") vorlandi=$2 examples=$3
 cut=$(mktemp -d)
 trap 'rm -rf "$cut"' EXIT
-awk -v folder="$cut" '/^```/ { file = $1 == "```text" && $3 != "practical" ? folder "/" $2 : ""; next } file { print > file }' "$page"
+awk -v folder="$cut" '/^```/ { file = $1 == "```text" && $3 != "practical" ? folder "/" $2 : ""; next }
+    file { print > file }' "$page"
 cd "$examples" # the names in a card file are relative
 format() { "$vorlandi" info --format csv "$1" | cut -d, -f9 | sed -n 2p; }
 count=0
