@@ -36,7 +36,12 @@ split_lines() {
 
 seeds_of() {
     case "$1" in
-        reader_*) for example in "$examples"/81001_"${1#reader_}"[._]*; do cut_example "$example" "$2"; done ;;
+        reader_*)
+            for example in "$examples"/81001_"${1#reader_}"[._]*; do
+                if [ -e "$example" ]; then cut_example "$example" "$2"; fi
+            done
+            if [ -e "$root/fuzz/seeds/$1.txt" ]; then cp "$root/fuzz/seeds/$1.txt" "$2"; fi
+            ;;
         scanner)
             for example in "$examples"/81001_*.{txt,e}; do cut_example "$example" "$2"; done
             split_lines "$root/fuzz/seeds/scanner.txt" "$2"

@@ -107,7 +107,7 @@ TEST(ReadModifiedITC, StoresPointsWithoutCovariancesWhoseAxesItDoesNotKnow) {
 }
 TEST(ReadModifiedITC, ReadsTheFileOnThePageOfFormats) {
     const std::string page = readFile(VORLANDI_DOCS "/formats.md"), name = "81001_modified_itc.txt";
-    const std::size_t begin = page.find("\n", page.find("```practical " + name)) + 1;
+    const std::size_t begin = page.find("\n", page.find("```text " + name)) + 1;
     const Loaded shown = load(page.substr(begin, page.find("```", begin) - begin), name, kRules);
     const Loaded whole = load(readFile(VORLANDI_EXAMPLES "/" + name), name, kRules);
     EXPECT_EQ(shown.errors, Lines{});

@@ -21,14 +21,6 @@ void BlockInput::appendLate(const Vorlanstate& point, const Vorlanrecord& record
     }
 }
 
-void BlockInput::storeSegment(Vorlanrecord& record, std::int64_t header) {
-    Vorlanrecord segment = record;
-    segment.points = std::move(record.points);
-    record.points = {};
-    if (segment.numberOfPoints() > 0) sink_->store(takeRecords(std::move(segment)), header);
-    records_ = {};
-}
-
 void BlockInput::refuseSegment(Vorlanrecord& record) {
     record.points = {};
     records_ = {};

@@ -109,14 +109,16 @@ public:
     // What divides the points of this block into records.
     BlockRecords& records() noexcept { return records_; }
 
-    // Stores the points read so far as records of their own; the record keeps nothing but its header. For a reader of
-    // several segments, which calls it before the next one begins. `header` is the line of the segment's header.
-    void storeSegment(Vorlanrecord& record, std::int64_t header);
+    // Stores records of this block before its end, those of a segment of several: what takeRecords has made of its
+    // points. `header` is the line of the segment's header.
+    void storeSegment(std::vector<Vorlanrecord> records, std::int64_t header) {
+        sink_->store(std::move(records), header);
+    }
 
     // Forgets the points read so far: their segment is refused.
     void refuseSegment(Vorlanrecord& record);
 
-    // The records of the block, at its end.
+    // The records that the points read so far make, at the end of the block or of a segment.
     std::vector<Vorlanrecord> takeRecords(Vorlanrecord&& record) {
         return records_.take(std::move(record), fileName());
     }

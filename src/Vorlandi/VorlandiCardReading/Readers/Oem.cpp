@@ -1,6 +1,264 @@
+// Reads CCSDS OEM in its text form: segments of metadata, lines of an epoch and a state, and blocks of covariances. A
+// segment is a record; one that can't be read is refused, and reading goes on at the next. Accelerations are not read.
+#include "Vorlandi/VorlandiCardReading/Readers/OemCovariances.hpp"
+#include "Vorlandi/VorlandiCardReading/Readers/OemMetadata.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
 
+#include "CoreServices/Status.hpp"
+#include "CoreServices/TraceLog.hpp"
+
 namespace vorlandi {
-std::int32_t ReadOEM(BlockInput& input, Vorlanrecord&) { return blockFailed(input, "ReadOEM", "Not written yet."); }
+namespace {
+
+constexpr std::string_view kName = "ReadOEM";
+constexpr std::string_view kFormat = "OEM";
+constexpr std::string_view kVersion = "CCSDS_OEM_VERS";
+constexpr std::string_view kMetaStart = "META_START";
+constexpr std::string_view kMetaStop = "META_STOP";
+constexpr std::string_view kCovarianceStart = "COVARIANCE_START";
+constexpr std::string_view kCovarianceStop = "COVARIANCE_STOP";
+
+enum class Section { Header, Metadata, States, Covariances, Refused };
+
+bool beginsNumber(std::string_view text) noexcept {
+    return isDigit(text[0]) || text[0] == '-' || text[0] == '+' || text[0] == '.';
+}
+
+class OemBlock {
+public:
+    OemBlock(BlockInput& input, Vorlanrecord& record)
+        : input_(input), record_(record), empty_(record), covariances_(input, record, kName) {}
+
+    std::int32_t read();
+
+private:
+    struct Segment {
+        std::vector<Vorlanrecord> records;
+        std::int64_t header;
+        std::int32_t satNum;  // -1 if its metadata has none
+    };
+
+    bool readVersion(std::string_view text);
+    bool beginFile(std::string_view text);
+    bool readLine(std::string_view text);
+    void readNumbers(std::string_view text);
+    void readEntry(const OemEntry& entry);
+    void readPoint(std::string_view text);
+    bool readState(std::string_view text, Vorlanstate& point) const noexcept;
+    void beginSegment();
+    void endMetadata();
+    void endSegment();
+    void refuseSegment(std::string_view reason);
+    void noteObject();
+    void storeSegments();
+    void skip(std::string_view reason) { input_.skipBadLine(kName, reason); }
+
+    BlockInput& input_;
+    Vorlanrecord& record_;
+    const Vorlanrecord empty_;  // what a segment begins with
+    Section section_ = Section::Header;
+    KeptLine header_;  // of the segment
+    OemMetadata metadata_;
+    OemCovariances covariances_;
+
+    // Segments are stored at the end: whether the file's name numbers them depends on all of them.
+    std::vector<Segment> segments_;
+    InlineChars<kEphemerisColumns> object_;  // of the first segment without a number
+    bool objectsDiffer_ = false;
+};
+
+std::int32_t OemBlock::read() {
+    bool good = readVersion(stripped(input_.headerLine()));
+    while (good) {
+        std::string_view line;
+        const ReadOutcome outcome = input_.readLine(line);
+        if (outcome == ReadOutcome::Error) {
+            record_ = empty_;
+            blockFailed(input_, kName, kFileReadError);
+            good = false;
+        } else if (outcome == ReadOutcome::EndOfData) {
+            endSegment();
+            break;
+        } else {
+            good = readLine(stripped(line));
+        }
+    }
+    storeSegments();
+    return good ? blockRead(record_) : kFailure;
+}
+
+bool OemBlock::readVersion(std::string_view text) {
+    const MessageText problem = problemOfOemVersion(oemEntry(text));
+    if (!problem.view().empty()) blockRefused(input_, kName, "Invalid version.", problem);
+    return problem.view().empty();
+}
+
+// One line, without blanks around it. False if the rest of the file can't be read.
+bool OemBlock::readLine(std::string_view text) {
+    if (text.empty()) return true;
+    if (beginsNumber(text)) {
+        readNumbers(text);
+        return true;
+    }
+    const OemEntry entry = oemEntry(text);
+    if (entry.is(kVersion)) return beginFile(text);
+    if (entry.is(kMetaStart)) {
+        beginSegment();
+    } else if (section_ != Section::Refused && !entry.is("COMMENT")) {
+        readEntry(entry);
+    }
+    return true;
+}
+
+// A file that follows another one in the same file.
+bool OemBlock::beginFile(std::string_view text) {
+    const ReadPlace place = input_.place();
+    endSegment();
+    input_.blame(place.line, place.number);
+    section_ = Section::Header;
+    observeRead(VORLAN_READ_FORMAT, place.fileName, place.number, kFormat);
+    return readVersion(text);
+}
+
+void OemBlock::readNumbers(std::string_view text) {
+    switch (section_) {
+        case Section::States:
+            return readPoint(text);
+        case Section::Covariances:
+            return covariances_.takeRow(text);
+        case Section::Header:
+            return skip("numbers before a META_START");
+        case Section::Metadata:
+            endMetadata();
+            if (section_ == Section::States) skip("numbers before the META_STOP");
+            return;
+        case Section::Refused:
+            return;
+    }
+}
+
+void OemBlock::readEntry(const OemEntry& entry) {
+    switch (section_) {
+        case Section::Header:
+            if (isOemHeaderKey(entry.key) && entry.value) return;
+            break;
+        case Section::Metadata:
+            if (entry.is(kMetaStop)) return endMetadata();
+            if (metadata_.take(entry)) {
+                if (!metadata_.problem().empty()) refuseSegment(metadata_.problem());
+                return;
+            }
+            if (!entry.is(kCovarianceStart)) break;
+            endMetadata();
+            if (section_ == Section::Refused) return;
+            section_ = Section::Covariances;
+            return skip("COVARIANCE_START before the META_STOP");
+        case Section::States:
+            if (!entry.is(kCovarianceStart)) break;
+            section_ = Section::Covariances;
+            return;
+        case Section::Covariances:
+            if (covariances_.take(entry)) return;
+            if (!entry.is(kCovarianceStop)) break;
+            covariances_.end();
+            section_ = Section::States;
+            return;
+        case Section::Refused:
+            return;
+    }
+    constexpr std::size_t kShown = 40;
+    skip(MessageText(entry.key.substr(0, kShown)) << " is not read here");
+}
+
+void OemBlock::readPoint(std::string_view text) {
+    std::size_t epochEnd = 0;
+    while (epochEnd < text.size() && text[epochEnd] != ' ' && text[epochEnd] != '\t')
+        ++epochEnd;
+    const auto time = epochToDs50utc(text.substr(0, epochEnd), metadata_.timeScale());
+    if (!time) return skip(kNoSuchDate);
+    Vorlanstate point;
+    point.time = *time;
+    if (!readState(text.substr(epochEnd), point)) return skip("a state is an epoch and six or nine numbers");
+    input_.append(point, record_);
+}
+
+bool OemBlock::readState(std::string_view text, Vorlanstate& point) const noexcept {
+    // In a list of numbers these would stand for numbers that are left out.
+    if (text.find(',') != std::string_view::npos || text.find('/') != std::string_view::npos) return false;
+    FreeFormList list = input_.list(text);
+    if (vorlandi::readState(list, point) != ReadOutcome::Success) return false;
+    if (list.rest().empty()) return true;
+    double acceleration[3];
+    return list.next(acceleration) == ReadOutcome::Success && list.rest().empty();
+}
+
+void OemBlock::beginSegment() {
+    KeptLine header = input_.keep();
+    endSegment();
+    header_ = std::move(header);
+    metadata_ = {};
+    section_ = Section::Metadata;
+}
+
+void OemBlock::endMetadata() {
+    metadata_.complete();
+    if (!metadata_.problem().empty()) return refuseSegment(metadata_.problem());
+    noteObject();
+    record_.coordSys = metadata_.coordSys();
+    if (record_.inputTag.blank()) record_.inputTag = metadata_.objectName();
+    covariances_.beginSegment(metadata_.timeScale(), metadata_.coordSys());
+    section_ = Section::States;
+}
+
+void OemBlock::endSegment() {
+    if (section_ == Section::Header || section_ == Section::Refused) return;
+    if (section_ == Section::Covariances) covariances_.end();
+    if (record_.numberOfPoints() == 0) {
+        input_.blame(header_);
+        return refuseSegment("the segment has no states");
+    }
+    segments_.push_back({input_.takeRecords(std::move(record_)), header_.number, metadata_.satNum()});
+    record_ = empty_;
+}
+
+void OemBlock::refuseSegment(std::string_view reason) {
+    noteObject();
+    blockRefused(input_, kName, "Segment refused.", reason);
+    input_.refuseSegment(record_);
+    record_ = empty_;
+    section_ = Section::Refused;
+}
+
+// The name of a file can't number satellites that it holds several of.
+void OemBlock::noteObject() {
+    const std::string_view object = metadata_.object(), first = object_;
+    if (metadata_.satNum() >= 0 || object.empty() || objectsDiffer_) return;
+    if (first.empty()) {
+        object_ = object;
+    } else if (!isWord(object, first)) {
+        objectsDiffer_ = true;
+        constexpr std::size_t kShown = 40;
+        tracelogerror(reasonAt(input_.place(), kName,
+                               MessageText("segments name different objects, ")
+                                   << first.substr(0, kShown) << " and " << object.substr(0, kShown)
+                                   << ": their number is 99999."));
+    }
+}
+
+void OemBlock::storeSegments() {
+    const std::int32_t fileSatNum =
+        objectsDiffer_ ? kUncataloguedSatNum : satNumFromFileName(input_.fileName(), input_.rules());
+    for (auto& [records, header, satNum] : segments_) {
+        for (Vorlanrecord& record : records)
+            record.satNum = satNum >= 0 ? satNum : fileSatNum;
+        input_.storeSegment(std::move(records), header);
+    }
+}
+
+}  // namespace
+
+std::int32_t ReadOEM(BlockInput& input, Vorlanrecord& record) { return OemBlock(input, record).read(); }
+
 std::int32_t ReadSTK(BlockInput& input, Vorlanrecord& record) { return ReadDotE(input, record); }
+
 }  // namespace vorlandi

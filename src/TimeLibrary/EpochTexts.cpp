@@ -1,0 +1,117 @@
+#include "TimeLibrary/EpochTexts.hpp"
+
+#include <cstdint>
+
+#include "CoreServices/Texts.hpp"
+#include "CoreServices/Units.hpp"
+#include "TimeLibrary/Calendar.hpp"
+#include "TimeLibrary/DateTexts.hpp"
+#include "TimeLibrary/TimeScales.hpp"
+
+namespace vorlandi {
+namespace {
+
+// A day number and the seconds of that day, in the scale of the text.
+struct DayTime {
+    double day;
+    double second;
+};
+
+// Up to this many decimals the digits of a second and the power of ten are exact, so that their quotient is rounded as
+// the decimal number would be.
+constexpr std::size_t kMostDecimals = 13;
+constexpr double kPowersOfTen[kMostDecimals + 1] = {1e0, 1e1, 1e2, 1e3,  1e4,  1e5,  1e6,
+                                                    1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13};
+
+// A field of digits; negative if anything else is in it.
+template <std::size_t kWidth>
+int digitsAt(std::string_view text, std::size_t at) noexcept {
+    unsigned value = 0;
+    bool good = true;
+    for (std::size_t k = at; k < at + kWidth; ++k) {
+        good &= isDigit(text[k]);
+        value = value * 10 + static_cast<unsigned>(text[k] - '0');
+    }
+    return good ? static_cast<int>(value) : -1;
+}
+
+// Whole seconds and what follows them; negative if that is not a point and at most kMostDecimals digits.
+double secondsWith(int whole, std::string_view rest) noexcept {
+    if (rest.empty()) return whole;
+    const std::size_t decimals = rest.size() - 1;
+    if (rest[0] != '.' || decimals > kMostDecimals) return -1.0;
+    std::int64_t digits = whole;
+    for (const char c : rest.substr(1)) {
+        if (!isDigit(c)) return -1.0;
+        digits = digits * 10 + (c - '0');
+    }
+    return static_cast<double>(digits) / kPowersOfTen[decimals];
+}
+
+// The usual form: every field has its full width. Second 60 is left to the other one.
+std::optional<DayTime> usualForm(std::string_view text) noexcept {
+    constexpr std::size_t kDateEnd = 10, kDayOfYearEnd = 8, kTimeWidth = 8;
+    constexpr int kFirstYear = 100;
+    if (text.ends_with('Z')) text.remove_suffix(1);
+    const bool hasDayOfYear = text.size() > kDayOfYearEnd && text[kDayOfYearEnd] == 'T';
+    const std::size_t dateEnd = hasDayOfYear ? kDayOfYearEnd : kDateEnd;
+    if (text.size() < dateEnd + 1 + kTimeWidth || text[4] != '-' || text[dateEnd] != 'T') return std::nullopt;
+    const std::string_view time = text.substr(dateEnd + 1);
+    if (time[2] != ':' || time[5] != ':' || (!hasDayOfYear && text[7] != '-')) return std::nullopt;
+
+    const int year = digitsAt<4>(text, 0);
+    if (year < kFirstYear) return std::nullopt;
+    const int dayOfYear =
+        hasDayOfYear ? digitsAt<3>(text, 5) : mmdd2jul(year, digitsAt<2>(text, 5), digitsAt<2>(text, 8));
+    const int hour = digitsAt<2>(time, 0), minute = digitsAt<2>(time, 3), whole = digitsAt<2>(time, 6);
+    if (dayOfYear < 1 || dayOfYear > daysInYear(year) || (hour | minute | whole) < 0) return std::nullopt;
+    if (hour > 23 || minute > 59 || whole > 59) return std::nullopt;
+    const double second = secondsWith(whole, time.substr(kTimeWidth));
+    if (second < 0.0) return std::nullopt;
+    return DayTime{static_cast<double>(dayZeroOfYear(year) + dayOfYear), hour * 3600.0 + minute * 60.0 + second};
+}
+
+// What else dtg2ds50utc takes with dashes. It knows leap seconds, which are in UTC only.
+std::optional<double> looseForm(std::string_view text, TimeScale scale) noexcept {
+    if (text.size() < 5 || text[4] != '-') return std::nullopt;
+    if (scale != TimeScale::Utc && text.substr(text.rfind(':') + 1).starts_with("60")) return std::nullopt;
+    const double time = dtg2ds50utc(text);
+    return time != 0.0 ? std::optional(time) : std::nullopt;
+}
+
+// TAI minus the scale, in seconds.
+double taiMinus(TimeScale scale) noexcept {
+    switch (scale) {
+        case TimeScale::Gps:
+            return 19.0;
+        case TimeScale::Tt:
+            return -32.184;
+        default:
+            return 0.0;
+    }
+}
+
+double inUtc(DayTime time, TimeScale scale) noexcept {
+    if (scale != TimeScale::Utc) {
+        const double toTai = taiMinus(scale);
+        const double tai = time.day + (time.second + toTai) / kSecondsPerDay;
+        time.second -= leapTable().atTai(tai).taiMinusUtc - toTai;
+        if (time.second < 0.0) {
+            time.day -= 1.0;
+            time.second += kSecondsPerDay;
+        }
+    }
+    return time.day + time.second / kSecondsPerDay;
+}
+
+}  // namespace
+
+std::optional<double> epochToDs50utc(std::string_view text, TimeScale scale) noexcept {
+    if (const auto time = usualForm(text)) return inUtc(*time, scale);
+    const auto time = looseForm(text, scale);
+    if (!time || scale == TimeScale::Utc) return time;
+    const double day = wholeDays(*time);
+    return inUtc({day, (*time - day) * kSecondsPerDay}, scale);
+}
+
+}  // namespace vorlandi

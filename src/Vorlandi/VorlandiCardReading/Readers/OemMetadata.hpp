@@ -1,0 +1,71 @@
+// The keywords of CCSDS OEM, and what the metadata of a segment says.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "CoreServices/BoundedText.hpp"
+#include "CoreServices/Texts.hpp"
+#include "TimeLibrary/EpochTexts.hpp"
+
+namespace vorlandi {
+
+// Texts that are equal in any letter case.
+bool isWord(std::string_view text, std::string_view word) noexcept;
+
+// A line "KEY = value", or one that begins with a word.
+struct OemEntry {
+    std::string_view key;
+    std::optional<std::string_view> value;
+
+    bool is(std::string_view word) const noexcept { return isWord(key, word); }
+};
+
+// The entry on a line without blanks around it.
+OemEntry oemEntry(std::string_view text) noexcept;
+
+// Is it a keyword of the header, before the first segment?
+bool isOemHeaderKey(std::string_view key) noexcept;
+
+// Why a version is not read; empty if it is.
+MessageText problemOfOemVersion(const OemEntry& version) noexcept;
+
+// The coordinate system of a frame name; none if it is not read.
+std::optional<std::int32_t> oemCoordSys(std::string_view frame) noexcept;
+
+class OemMetadata {
+public:
+    // Takes an entry. False if its key is not one of metadata.
+    bool take(const OemEntry& entry) noexcept;
+
+    // Notices what is missing, once all entries have been taken.
+    void complete() noexcept;
+
+    // Why the segment can't be read, empty if it can.
+    std::string_view problem() const noexcept { return problem_; }
+
+    // These hold once the metadata is complete and has no problem.
+    std::int32_t coordSys() const noexcept { return *coordSys_; }
+    TimeScale timeScale() const noexcept { return *timeScale_; }
+
+    // The satellite number that the object's name or identifier is, -1 if neither is one.
+    std::int32_t satNum() const noexcept;
+    std::string_view objectName() const noexcept { return name_; }
+
+    // The identifier, or the name if there is none.
+    std::string_view object() const noexcept { return std::string_view(id_).empty() ? name_ : id_; }
+
+private:
+    using Value = InlineChars<512>;
+
+    Value name_;
+    Value id_;
+    std::optional<std::int32_t> coordSys_;
+    std::optional<TimeScale> timeScale_;
+    bool hasCenter_ = false;
+    bool hasFrameEpoch_ = false;
+    MessageText problem_;
+};
+
+}  // namespace vorlandi
