@@ -46,7 +46,9 @@ void setTag(const std::vector<std::int64_t>& keys, const std::string& tag) {
 
 }  // namespace
 
-void Cards::addMember(const std::string& path, std::string_view bytes, const LoadedMember& member) {
+void Cards::addMember(const std::string& path) { keys_.try_emplace(normal(path)); }
+
+void Cards::addLoaded(const std::string& path, std::string_view bytes, const LoadedMember& member) {
     auto& keys = keys_[normal(path)];
     keys.insert(keys.end(), member.keys.begin(), member.keys.end());
     if (!member.cards.empty()) files_.push_back({path, member.cards, tagsIn(bytes)});

@@ -4,12 +4,15 @@
 #include <archive_entry.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <clocale>
 #include <memory>
 #include <new>
 #include <utility>
 
 #include "archives/Cards.hpp"
+#include "archives/GzipChecksum.hpp"
 #include "archives/Member.hpp"
 
 namespace vorlandi::archives {
@@ -25,13 +28,20 @@ struct Stream {
     const Source& source;
     bool hasBegun = false;
     std::string buffer = {};
+    std::string tail = {};  // the last bytes read
+
+    la_ssize_t take(const char* bytes, std::size_t size) {
+        tail.append(bytes + size - std::min(size, kGzipTrailerSize), std::min(size, kGzipTrailerSize));
+        tail.erase(0, tail.size() - std::min(tail.size(), kGzipTrailerSize));
+        return static_cast<la_ssize_t>(size);
+    }
 };
 
 la_ssize_t readStream(archive* handle, void* data, const void** bytes) noexcept {
     auto& stream = *static_cast<Stream*>(data);
     if (!std::exchange(stream.hasBegun, true)) {
         *bytes = stream.source.begin.data();
-        return static_cast<la_ssize_t>(stream.source.begin.size());
+        return stream.take(stream.source.begin.data(), stream.source.begin.size());
     }
     ssize_t size = 0;
     do
@@ -39,8 +49,38 @@ la_ssize_t readStream(archive* handle, void* data, const void** bytes) noexcept 
     while (size < 0 && errno == EINTR);
     if (size < 0) archive_set_error(handle, errno, "reading failed");
     *bytes = stream.buffer.data();
-    return size;
+    return size > 0 ? stream.take(stream.buffer.data(), static_cast<std::size_t>(size)) : size;
 }
+
+// The end of a file, or of what has been read of a stream.
+std::string tailOf(const Stream& stream) {
+    if (!stream.source.begin.empty()) return stream.tail;
+    std::string tail(kGzipTrailerSize, '\0');
+    const off_t end = lseek(stream.source.descriptor, 0, SEEK_END);
+    const auto wanted = static_cast<off_t>(kGzipTrailerSize);
+    const bool isRead = end >= wanted && pread(stream.source.descriptor, tail.data(), kGzipTrailerSize, end - wanted) ==
+                                             static_cast<ssize_t>(kGzipTrailerSize);
+    return isRead ? tail : "";
+}
+
+// Lets libarchive return names with letters beyond ASCII, on this thread, whatever the locale of the process is.
+class Utf8Names {
+public:
+    Utf8Names() : locale_(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)) {
+        if (locale_ != nullptr) before_ = uselocale(locale_);
+    }
+    ~Utf8Names() {
+        if (locale_ == nullptr) return;
+        uselocale(before_);
+        freelocale(locale_);
+    }
+    Utf8Names(const Utf8Names&) = delete;
+    Utf8Names& operator=(const Utf8Names&) = delete;
+
+private:
+    locale_t locale_;
+    locale_t before_ = nullptr;
+};
 
 enum class Outcome { Complete, TooLarge, Damaged };
 
@@ -53,11 +93,14 @@ public:
     }
 
     std::vector<std::int64_t> run() {
+        const Utf8Names utf8;
         if (open()) {
             readMembers();
             cards_.resolve([this](const std::string& path, const FileCard& card) {
-                client_.refused(memberName(path) + ":" + std::to_string(card.line),
-                                card.name + " is not in this archive");
+                // What follows the damage is unknown, and the damage has been reported.
+                if (!isOver_)
+                    client_.refused(memberName(path) + ":" + std::to_string(card.line),
+                                    card.name + " is not in this archive");
             });
         }
         return std::move(keys_);
@@ -95,6 +138,7 @@ private:
             if (!takeMember(entry)) return;
         }
         if (status != ARCHIVE_EOF) {
+            isOver_ = true;
             client_.refused(request_.name, members_ == 0 ? damage() : damage() + ", after " + lastMember_);
         } else if (members_ == 0 && !isSingle()) {
             client_.refused(request_.name, "there is no file in this archive");
@@ -108,6 +152,7 @@ private:
         if (archive_entry_filetype(entry) == AE_IFDIR) return true;
         const std::string path = pathOf(entry);
         const std::string name = memberName(path);
+        cards_.addMember(path);
         if (const std::string reason = reasonAgainst(entry, name); !reason.empty()) {
             client_.refused(name, reason);
             return true;
@@ -122,7 +167,10 @@ private:
             case Outcome::Complete:
                 break;
         }
-        if (packingOf(buffer_)) {
+        const bool isGzip = isSingle() && archive_filter_code(archive_.get(), 0) == ARCHIVE_FILTER_GZIP;
+        if (isGzip && !agreesWithTrailer(buffer_, tailOf(stream_))) {
+            client_.refused(name, "damaged: the checksum is wrong");
+        } else if (packingOf(buffer_)) {
             client_.refused(name, kNestedReason);
         } else {
             loadBytes(name, path);
@@ -162,7 +210,7 @@ private:
         const LoadedMember member = loadMember(buffer_, name, request_.options);
         client_.memberEnds(name, member);
         keys_.insert(keys_.end(), member.keys.begin(), member.keys.end());
-        cards_.addMember(path, buffer_, member);
+        cards_.addLoaded(path, buffer_, member);
     }
 
     // A compressed file that is not an archive.

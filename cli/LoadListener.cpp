@@ -47,6 +47,12 @@ std::int64_t lineIn(std::string_view message, const std::string& file) {
     return error == std::errc() && std::string_view(end, message.data() + message.size()).starts_with(": ") ? line : 0;
 }
 
+// Is a message about the same card as an event? A long name may be cut in it.
+bool isAboutCard(std::string_view message, const ReadEvent& event) {
+    return lineIn(message, std::string(event.file)) == event.line ||
+           (message.starts_with("*** ") && message.find(event.text) != std::string_view::npos);
+}
+
 // The problem in a message of the form "*** reader: problem ***"; none in any other text.
 std::optional<std::string_view> problemIn(std::string_view message) {
     constexpr std::string_view kBegin = "*** ";
@@ -204,7 +210,8 @@ void LoadListener::onEvent(const ReadEvent& event) noexcept {
     const std::string text(event.text);
     // The messages about a bad line come before the next event.
     if (badLine_) reportUnreadable("");
-    if (event.kind != Missing) reportHeldMessage();
+    if (event.kind == Missing && isAboutCard(heldMessage_, event)) heldMessage_.clear();
+    reportHeldMessage();
     if (block_.file != file) endBlock();
     const Place place = {file, event.line, block_.format};
     switch (event.kind) {
@@ -238,7 +245,6 @@ void LoadListener::onEvent(const ReadEvent& event) noexcept {
 }
 
 void LoadListener::handleMissing(const ReadEvent& event) {
-    heldMessage_.clear();
     const std::string name(event.text), card(event.file);
     const std::string reason = medium_ == Medium::Memory
                                    ? "cards on standard input are not followed"
