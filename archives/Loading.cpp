@@ -133,6 +133,7 @@ private:
         int status = ARCHIVE_OK;
         while ((status = archive_read_next_header(archive_.get(), &entry)) == ARCHIVE_OK || status == ARCHIVE_WARN) {
             if (isNested()) return client_.refused(request_.name, kNestedReason);
+            if (!isSingle() && archive_entry_filetype(entry) == AE_IFDIR) continue;
             lastMember_ = memberName(pathOf(entry));
             ++members_;
             if (!takeMember(entry)) return;
@@ -149,7 +150,6 @@ private:
 
     // False if nothing more can be read.
     bool takeMember(archive_entry* entry) {
-        if (archive_entry_filetype(entry) == AE_IFDIR) return true;
         const std::string path = pathOf(entry);
         const std::string name = memberName(path);
         cards_.addMember(path);

@@ -112,7 +112,7 @@ TEST_F(Output, LeavesAFileAsItWasIfItCannotBeCompleted) {
     // clang-format off
     for (const auto& [command, message] : std::initializer_list<std::pair<std::string, std::string>>{
         {"ulimit -f 1; vorlandi states 81001.e --step 1 -o kept", "kept: error: File too large\n"},
-        {"ulimit -f 0; vorlandi save kept 81001.e", "kept: error: File too large\n"},
+        {"ulimit -f 1; vorlandi save kept $(printf './%.0s' $(seq 250))81001.e", "kept: error: File too large\n"},
         {"gzip -k 81001.e; vorlandi save kept 81001.e.gz - <81002.itc", "kept: error: not written: there is nothing to write\n"},
         {"vorlandi states missing.e -o kept", "kept: error: not written: there is nothing to write\n"},
         {"vorlandi info missing.e -o kept", "kept: error: not written: there is nothing to write\n"},
