@@ -30,8 +30,8 @@ constexpr std::uint32_t crc32Of(std::string_view bytes) {
 
 static_assert(crc32Of("123456789") == 0xCBF43926U);
 
-// False if the trailer is that of these bytes with another checksum. A file of several gzip streams ends with the size of
-// the last one: it can't be compared and counts as good.
+// False if the trailer is that of these bytes with another checksum. A file of several gzip streams ends with the size
+// of the last one: it can't be compared and counts as good.
 constexpr bool agreesWithTrailer(std::string_view bytes, std::string_view trailer) {
     const auto numberAt = [trailer](std::size_t first) {
         std::uint32_t number = 0;

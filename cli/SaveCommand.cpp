@@ -13,17 +13,17 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kFooter =
-    R"(A card file names each input file once, in the order of loading; loading it loads the same satellites. The names are
-written as they were given, so load it from the same directory, or give absolute names. An existing file is replaced once
-the new one is complete.
+    R"(A card file names each input file once, in the order of loading; loading it loads the same satellites. The names
+are written as they were given, so load it from the same directory, or give absolute names. An existing file is replaced
+once the new one is complete.
 
-The card file has to be loaded by the rules it was made by. A comment in it names them: files saved with --fixed-rules are
-loaded with --fixed-rules.
+The card file has to be loaded by the rules it was made by. A comment in it names them: files saved with --fixed-rules
+are loaded with --fixed-rules.
 
-If some of the files can't be loaded, or not completely, the card file is still written, with every file that a satellite
-was loaded from, and the exit status is 1. Satellites from standard input or from an archive have no file that a card can
-name: they are listed and left out, and the exit status is 1. If there is no card to write, nothing is written and an
-existing card file stays as it is.
+If some of the files can't be loaded, or not completely, the card file is still written, with every file that a
+satellite was loaded from, and the exit status is 1. Satellites from standard input or from a packed file have no file
+that a card can name: they are listed and left out, and the exit status is 1. If there is no card to write, nothing is
+written and an existing card file stays as it is.
 
 Examples:
   vorlandi save my.card 81001_stk.e 81001_universal.txt
