@@ -28,11 +28,14 @@ constexpr FormatLine kFormats[] = {
     {"J2K", "SPEPH PREDICTION EPHEMERIS", "dates in groups with J2000 states"},
     {"VECTOR", "constants and SP or GP in its columns", "two lines per point, the frame by name"},
     {"SIMOBS", "constants and Z in column 80", "three lines per point, the frame by name"},
+    {"OEM", "CCSDS_OEM_VERS", "CCSDS orbit ephemeris messages as text, with covariances; practical rules only"},
+    {"MODIFIED_ITC", "created:", "dates with states and covariances of four lines a point; practical rules only"},
 };
 
 constexpr const char* kFooter =
     R"(A file's format is recognised by its lines, DCE_BINARY by the file name. docs/formats.md says what a producer
-has to write. CCSDS_OEM is recognised but not read.
+has to write, and by which rules. OEM and MODIFIED_ITC are read by the practical rules, which this tool takes unless
+--fixed-rules is given.
 
 Examples:
   vorlandi formats

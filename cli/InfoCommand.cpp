@@ -21,8 +21,13 @@ longer than three times the median of the 31 steps around it: states within it c
 covariances say whether all points have them, some or none; between points without velocities (all zero) states are
 also far off. The tag is the text that a card file gives the satellite it names next.
 
-A second satellite with the same number, frame and first time is refused as a duplicate. Names in a card file are
-relative to the current directory; a file that can't be read is an error, and the others are loaded.
+Files are read by the practical rules; --fixed-rules asks for the fixed ones (see docs/formats.md). format and rules say
+in which format and by which rules a satellite was read. A second satellite with the same number, frame and first time
+is refused as a duplicate. Names in a card file are relative to the card file's directory or, if there is no such file
+(by the fixed rules always), to the current one; a file that can't be read is an error, and the others are loaded.
+
+Archives and compressed files are detected by their content and never unpacked to disk. A card in an archive names files
+in the same archive; cards on standard input are not followed.
 
 csv and json also have the mean spacing. In csv a text that begins with = + - @, a tab or a carriage return gets an
 apostrophe in front, so that no spreadsheet takes it for a formula.
@@ -30,10 +35,12 @@ apostrophe in front, so that no spreadsheet takes it for a formula.
 Examples:
   vorlandi info 81001_stk.e
   vorlandi info --verbose fleet.card
+  vorlandi info delivery.zip
+  curl https://example.org/81001.e.gz | vorlandi info -
   vorlandi info --format json *.e | jq '.satellites[].satellite')";
 
 struct InfoOptions {
-    std::vector<std::string> files;
+    InputOptions input;
     std::string output{kStandardOutput};
     Format format = Format::Table;
 };
@@ -50,6 +57,7 @@ struct Spacing {
 struct Row {
     Satellite satellite;
     std::string format;
+    std::string rules;
     Spacing spacing;
     Contents contents;
 };
@@ -74,16 +82,17 @@ std::string timeText(const Satellite& satellite, double ds50UTC) {
 void printTable(const std::vector<Row>& rows, Output& output) {
     if (rows.empty()) return;
     using enum Align;
-    TextTable table({Right, Right, Left, Right, Left, Left, Right, Right, Right, Right, Left, Left, Left, Left, Left},
-                    {"satellite", "key", "frame", "points", "first (UTC)", "last (UTC)", "least spacing (s)",
-                     "median (s)", "largest (s)", "gaps", "velocities", "covariances", "format", "file", "tag"});
+    TextTable table(
+        {Right, Right, Left, Right, Left, Left, Right, Right, Right, Right, Left, Left, Left, Left, Left, Left},
+        {"satellite", "key", "frame", "points", "first (UTC)", "last (UTC)", "least spacing (s)", "median (s)",
+         "largest (s)", "gaps", "velocities", "covariances", "format", "rules", "file", "tag"});
     const auto seconds = [](std::optional<double> value) { return value ? fmt::format("{:.3f}", *value) : "-"; };
-    for (const auto& [satellite, format, spacing, contents] : rows)
+    for (const auto& [satellite, format, rules, spacing, contents] : rows)
         table.addRow({std::to_string(satellite.number), std::to_string(satellite.key), satellite.frame(),
                       std::to_string(satellite.pointCount), timeText(satellite, satellite.span.start),
                       timeText(satellite, satellite.span.end), seconds(spacing.least_s), seconds(spacing.median_s),
                       seconds(spacing.largest_s), std::to_string(spacing.gaps), nameOf(contents.velocities),
-                      nameOf(contents.covariances), format, satellite.file, satellite.tag});
+                      nameOf(contents.covariances), format, rules, satellite.file, satellite.tag});
     table.print(output);
 }
 
@@ -114,7 +123,7 @@ Field flag(const char* name, bool value) { return {name, value ? "yes" : "no", v
 
 // New fields come last, so that those before them keep their columns.
 std::vector<Field> fieldsOf(const Row& row) {
-    const auto& [satellite, format, spacing, contents] = row;
+    const auto& [satellite, format, rules, spacing, contents] = row;
     return {number("satellite", satellite.number),
             text("key", std::to_string(satellite.key)),
             text("frame", satellite.frame()),
@@ -131,7 +140,8 @@ std::vector<Field> fieldsOf(const Row& row) {
             seconds("spacing_largest_s", spacing.largest_s),
             number("gaps", static_cast<std::int64_t>(spacing.gaps)),
             text("velocities", nameOf(contents.velocities)),
-            text("covariances", nameOf(contents.covariances))};
+            text("covariances", nameOf(contents.covariances)),
+            text("rules", rules)};
 }
 
 // A line of csv with one part of each field.
@@ -163,11 +173,12 @@ void printJson(const std::vector<Row>& rows, Output& output) {
 }
 
 ExitStatus runInfo(const InfoOptions& options, Console& console) {
-    Formats formats;
-    const bool allLoaded = loadFiles(options.files, options.output, console, &formats);
+    Origins origins;
+    const bool allLoaded = loadFiles(options.input, options.output, console, &origins);
     std::vector<Row> rows;
     for (const Satellite& satellite : loadedSatellites())
-        rows.push_back({satellite, formats[satellite.key], spacingOf(satellite), contentsOf(satellite)});
+        rows.push_back({satellite, origins[satellite.key].format, nameOf(options.input.rules), spacingOf(satellite),
+                        contentsOf(satellite)});
     if (rows.empty() && refusesEmptyFile(options.output, console)) return ExitStatus::Failure;
     Output output(options.output);
     switch (options.format) {
@@ -190,7 +201,7 @@ ExitStatus runInfo(const InfoOptions& options, Console& console) {
 void addInfoCommand(CLI::App& application, Session& session) {
     CLI::App* const command = application.add_subcommand("info", "List the satellites in ephemeris files");
     const auto options = std::make_shared<InfoOptions>();
-    addInputFiles(*command, options->files);
+    addInput(*command, options->input);
     addFormat(*command, options->format);
     addOutput(*command, options->output);
     addVerbose(*command, session.console);

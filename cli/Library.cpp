@@ -15,7 +15,6 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr std::int32_t kLoadOrder = 2;
-constexpr std::int32_t kReplaceFile = 0;
 
 using RawMatrix = double[6][6];
 
@@ -161,10 +160,17 @@ Contents contentsOf(const Satellite& satellite) {
     return {shareOf(velocities, satellite.pointCount), shareOf(covariances, satellite.pointCount)};
 }
 
-std::int32_t loadFile(const std::string& name) { return VorlanLoadFile(padded<kFileNameLength>(name).data()); }
+const char* nameOf(Rules rules) { return rules == Rules::Practical ? "practical" : "fixed"; }
 
-std::int32_t saveCards(const std::string& name) {
-    return VorlanSaveFile(padded<kFileNameLength>(name).data(), kReplaceFile);
+std::int32_t loadOptionsOf(Rules rules) { return rules == Rules::Practical ? VORLAN_LOAD_PRACTICAL : 0; }
+
+std::int32_t loadFile(const std::string& name, Rules rules) {
+    return VorlanLoadFileExt(padded<kFileNameLength>(name).data(), loadOptionsOf(rules), 0, nullptr, nullptr);
+}
+
+std::int32_t loadBytes(const std::string& bytes, const std::string& name, Rules rules) {
+    return VorlanLoadBytes(bytes.data(), static_cast<std::int64_t>(bytes.size()), padded<kFileNameLength>(name).data(),
+                           loadOptionsOf(rules) | VORLAN_LOAD_NO_CARDS, 0, nullptr, nullptr);
 }
 
 std::optional<double> timeFromText(const std::string& text) {

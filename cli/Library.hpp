@@ -82,9 +82,14 @@ Satellite satelliteOf(std::int64_t key);
 // The longest file name that the library takes.
 inline constexpr std::size_t kFileNameLength = 512;
 
-// Both return the status of the library: 0, 2, or the errno of a failed open.
-std::int32_t loadFile(const std::string& name);
-std::int32_t saveCards(const std::string& name);
+// By which rules files are read.
+enum class Rules { Practical, Fixed };
+const char* nameOf(Rules rules);
+std::int32_t loadOptionsOf(Rules rules);
+
+// Both return the status of the library: 0, 2, or the errno of a failed open. Cards in `bytes` are not followed.
+std::int32_t loadFile(const std::string& name, Rules rules);
+std::int32_t loadBytes(const std::string& bytes, const std::string& name, Rules rules);
 
 std::optional<double> timeFromText(const std::string& text);
 std::string isoTime(double ds50UTC);

@@ -24,7 +24,34 @@ constexpr const char* kPlurals[] = {"unreadable lines",
                                     "unreadable files",
                                     "satellites not stored",
                                     "satellites with dropped points",
+                                    "remarks",
                                     "messages"};
+
+// The reason in a message of the form "reader: file:line: reason" about a place; none in any other text.
+std::optional<std::string_view> reasonIn(std::string_view message, const std::string& file, std::int64_t line) {
+    const auto colon = message.find(": ");
+    const std::string place = fmt::format("{}:{}: ", file, line);
+    if (colon == std::string_view::npos || !message.substr(colon + 2).starts_with(place)) return std::nullopt;
+    return message.substr(colon + 2 + place.size());
+}
+
+// The line in such a message about a file, 0 if there is none.
+std::int64_t lineIn(std::string_view message, const std::string& file) {
+    const auto colon = message.find(": ");
+    if (file.empty() || colon == std::string_view::npos) return 0;
+    message.remove_prefix(colon + 2);
+    if (!message.starts_with(file + ":")) return 0;
+    message.remove_prefix(file.size() + 1);
+    std::int64_t line = 0;
+    const auto [end, error] = std::from_chars(message.data(), message.data() + message.size(), line);
+    return error == std::errc() && std::string_view(end, message.data() + message.size()).starts_with(": ") ? line : 0;
+}
+
+// Is a message about the same card as an event? A long name may be cut in it.
+bool isAboutCard(std::string_view message, const ReadEvent& event) {
+    return lineIn(message, std::string(event.file)) == event.line ||
+           (message.starts_with("*** ") && message.find(event.text) != std::string_view::npos);
+}
 
 // The problem in a message of the form "*** reader: problem ***"; none in any other text.
 std::optional<std::string_view> problemIn(std::string_view message) {
@@ -47,13 +74,21 @@ constexpr std::string_view kNoData =
     "ReadOnlyVorlans: Input ephemeris does not contain any ephemeris data. It will not be stored.";
 // Followed by an event that says more.
 constexpr std::string_view kDuplicate = "AddRecToMem: Duplicated record/key";
+// Begins messages of a load by the practical rules.
+constexpr std::string_view kLoader = "VorlanLoadFileExt: ";
+constexpr std::string_view kUnrecognised = "VorlanLoadFileExt: No ephemeris format recognised in ";
+constexpr std::string_view kForeign = " It seems to hold ";
+// The events have told of each of these points.
+constexpr std::string_view kDroppedPoints = " points dropped, the first of them here: not later than the point before.";
+// Nothing is left out where these messages come from.
+constexpr std::string_view kRemarks[] = {"the record is divided there", "their number is 99999"};
 
 // Reasons for a refusal. A key follows the first.
 constexpr std::string_view kDuplicateReason = "duplicate of ";
 constexpr std::string_view kOutOfRange = "number or first time out of range";
 
 constexpr std::string_view kBinaryFormat = "DCE_BINARY";
-constexpr std::string_view kFormatsNumberedByName[] = {"STK", "OASYS", "OWNER"};
+constexpr std::string_view kFormatsNumberedByName[] = {"STK", "OASYS", "OWNER", "MODIFIED_ITC"};
 constexpr std::string_view kFormatsWithoutNumber[] = {"LAUNCH", "EELV", "J2K"};
 constexpr std::string_view kFormatsWithNumberAsText[] = {"DCE_TEXT", "OASYS"};
 
@@ -65,8 +100,11 @@ bool isOneOf(const std::string_view (&names)[Size], std::string_view name) {
 // The number that the library gives a satellite if the file name does not begin with one.
 constexpr std::int32_t kUncatalogued = 99999;
 
-bool beginsWithNumber(const std::string& file) {
-    return std::filesystem::path(file).filename().string().starts_with(std::to_string(kUncatalogued));
+// Has the file name the number where the library looks for it, in front or as the second word?
+bool hasNumber(const std::string& file) {
+    const std::string name = std::filesystem::path(file).filename().string();
+    return name.starts_with(std::to_string(kUncatalogued)) ||
+           name.find(fmt::format("_{}_", kUncatalogued)) != std::string::npos;
 }
 
 // Why a file that a card names could not be read. The library doesn't say.
@@ -81,12 +119,32 @@ std::string reasonAgainst(const std::string& name) {
     return "reading failed";
 }
 
-// Most people expect the names to be relative to the card file.
-std::string hintAt(const std::string& name, const std::string& card) {
+std::string besideCard(const std::string& name, const std::string& card) {
+    return (std::filesystem::path(card).parent_path() / name).string();
+}
+
+bool exists(const std::string& name) {
     std::error_code error;
-    const auto besideCard = std::filesystem::path(card).parent_path() / name;
-    if (std::filesystem::exists(name, error) || !std::filesystem::exists(besideCard, error)) return "";
-    return fmt::format(" (there is {}, but names on cards are relative to the current directory)", besideCard.string());
+    return std::filesystem::exists(name, error);
+}
+
+// The file that a card names: by the practical rules it is looked for beside the card file first.
+std::string fileOfCard(const std::string& name, const std::string& card, Rules rules) {
+    const std::string beside = besideCard(name, card);
+    return rules == Rules::Practical && exists(beside) ? beside : name;
+}
+
+// Most people expect the names to be relative to the card file.
+std::string hintAt(const std::string& name, const std::string& card, Rules rules) {
+    const std::string beside = besideCard(name, card);
+    if (rules == Rules::Practical || exists(name) || !exists(beside)) return "";
+    return fmt::format(" (there is {}, but by the fixed rules names on cards are relative to the current directory)",
+                       beside);
+}
+
+// A read that failed and a missing file have the same status, 2.
+std::string describeStatus(std::int32_t status, const std::string& name) {
+    return status == ENOENT && exists(name) ? "reading failed" : std::strerror(status);
 }
 
 std::int64_t keyIn(std::string_view text) {
@@ -97,9 +155,12 @@ std::int64_t keyIn(std::string_view text) {
 
 }  // namespace
 
-LoadListener::LoadListener(std::string argument, Formats& formats, Console& console)
+LoadListener::LoadListener(std::string argument, Rules rules, Medium medium, Origins& origins, Console& console)
     : argument_(std::move(argument)),
-      formats_(formats),
+      file_(argument_),
+      rules_(rules),
+      medium_(medium),
+      origins_(origins),
       console_(console),
       tallies_(std::size(kPlurals), Tally{Quota(console), ""}) {
     VorlanTraceSetHandler(onMessage, this);
@@ -107,14 +168,35 @@ LoadListener::LoadListener(std::string argument, Formats& formats, Console& cons
 
 LoadListener::~LoadListener() { VorlanTraceSetHandler(nullptr, nullptr); }
 
+void LoadListener::beginFile(const std::string& name) {
+    file_ = name;
+    fileHasError_ = fileHasFormat_ = fileHasSatellite_ = false;
+}
+
+void LoadListener::endFile(std::int32_t status, bool isCardFile) {
+    endBlock();
+    if (fileHasError_ || (status == 0 && (fileHasSatellite_ || isCardFile))) return;
+    if (status != 0) {
+        const bool isFile = medium_ == Medium::File;
+        reportUnreadableFile(file_, isFile ? describeStatus(status, file_) : "reading failed");
+    } else {
+        reportUnreadableFile(file_, fileHasFormat_
+                                        ? "nothing was loaded"
+                                        : "no ephemeris recognised in this file, nor in any that its cards name");
+    }
+}
+
+void LoadListener::reportUnreadableFile(const std::string& where, std::string_view reason) {
+    report(Problem::UnreadableFile, where, reason);
+}
+
 void LoadListener::finish() {
     endBlock();
     for (std::size_t i = 0; i < tallies_.size(); ++i) {
         const auto& [quota, last] = tallies_[i];
         if (quota.heldBack() == 0) continue;
         const std::string text = fmt::format("{} more {}, the last at {}", quota.heldBack(), kPlurals[i], last);
-        static_cast<Problem>(i) == Problem::DroppedPoints ? console_.warning(argument_, text)
-                                                          : console_.error(argument_, text);
+        isWarning(static_cast<Problem>(i)) ? console_.warning(argument_, text) : console_.error(argument_, text);
     }
 }
 
@@ -128,62 +210,116 @@ void LoadListener::onEvent(const ReadEvent& event) noexcept {
     const std::string text(event.text);
     // The messages about a bad line come before the next event.
     if (badLine_) reportUnreadable("");
+    if (event.kind == Missing && isAboutCard(heldMessage_, event)) heldMessage_.clear();
+    reportHeldMessage();
+    if (block_.file != file) endBlock();
     const Place place = {file, event.line, block_.format};
     switch (event.kind) {
         case Format:
             endBlock();
             block_ = {file, event.line, text};
             files_.insert(file);
+            fileHasFormat_ = true;
             break;
         case Bad:
-            badLine_ = {place, text, false};
+            badLine_ = {place, text};
             break;
         case Dropped:
             handleDropped(place);
             break;
         case Stored:
-            formats_[keyIn(text)] = block_.format;
-            endBlock();
+            origins_[keyIn(text)] = {block_.format, medium_};
+            fileHasSatellite_ = true;
+            reportDropped();
             break;
         case Missing:
             endBlock();
-            report(Problem::UnreadableFile, nameOf({file, event.line, ""}),
-                   fmt::format("{}: {}{}", text, reasonAgainst(text), hintAt(text, file)));
+            handleMissing(event);
             break;
         case Refused:
             report(Problem::NotStored, nameOf(place), "not stored: " + reasonOfRefusal(text));
-            endBlock();
+            reportDropped();
+            refusalTold_ = true;
             break;
     }
 }
 
+void LoadListener::handleMissing(const ReadEvent& event) {
+    const std::string name(event.text), card(event.file);
+    const std::string reason = medium_ == Medium::Memory
+                                   ? "cards on standard input are not followed"
+                                   : reasonAgainst(fileOfCard(name, card, rules_)) + hintAt(name, card, rules_);
+    report(Problem::UnreadableFile, nameOf({card, event.line, ""}), fmt::format("{}: {}", name, reason));
+}
+
 void LoadListener::handleMessage(std::int32_t severity, std::string_view message) {
-    if (severity != VORLAN_TRACE_ERROR) return console_.information(argument_, message);
+    if (severity != VORLAN_TRACE_ERROR) return console_.information(file_, message);
     if (message.starts_with(kDuplicate)) return;
+    const bool repeatsRefusal = std::exchange(refusalTold_, false) && message.starts_with(kLoader);
+    if (repeatsRefusal && message.find(" is not stored: ") != std::string_view::npos) return;
     if (badLine_) return handleMessageAboutBadLine(message);
-    report(Problem::Other, block_.file.empty() ? argument_ : block_.file, problemIn(message).value_or(message));
+    reportHeldMessage();
+    if (message.starts_with(kLoader) && message.ends_with(kDroppedPoints)) return;
+    heldMessage_ = message;
+}
+
+// An event may say more.
+void LoadListener::reportHeldMessage() {
+    if (!heldMessage_.empty()) handleOtherMessage(std::exchange(heldMessage_, ""));
+}
+
+void LoadListener::handleOtherMessage(std::string_view message) {
+    if (message.starts_with(kUnrecognised)) return reportUnrecognised(message.substr(kUnrecognised.size()));
+    const auto isIn = [message](std::string_view remark) { return message.find(remark) != std::string_view::npos; };
+    const bool isRemark = std::any_of(std::begin(kRemarks), std::end(kRemarks), isIn);
+    const std::string& file = block_.file.empty() ? file_ : block_.file;
+    if (const std::int64_t line = lineIn(message, file); line > 0) {
+        report(isRemark ? Problem::Remark : Problem::Other, nameOf({file, line, block_.format}),
+               *reasonIn(message, file, line));
+    } else {
+        report(Problem::Other, file, problemIn(message).value_or(message));
+    }
+}
+
+// "NAME.", and what the file seems to hold.
+void LoadListener::reportUnrecognised(std::string_view text) {
+    const auto foreign = text.rfind(kForeign);
+    std::string reason = "no ephemeris format recognised";
+    if (foreign != std::string_view::npos) {
+        reason += fmt::format("; it seems to hold {}", text.substr(foreign + kForeign.size()));
+        text = text.substr(0, foreign);
+        if (reason.ends_with('.')) reason.pop_back();
+    }
+    if (text.ends_with('.')) text.remove_suffix(1);
+    report(Problem::UnreadableFile, std::string(text), reason);
 }
 
 // Some readers log the line itself before the problem; it is known already.
 void LoadListener::handleMessageAboutBadLine(std::string_view message) {
-    const auto& [place, text, awaitsDetail] = *badLine_;
+    auto& [place, text, awaitsDetail, reason] = *badLine_;
     const auto problem = problemIn(message);
-    if (awaitsDetail) {
+    const auto explained = reason.empty() ? reasonIn(message, place.file, place.line) : std::nullopt;
+    if (explained) {
+        reason = *explained;
+        // No line follows.
+        if (awaitsDetail && place.format == kBinaryFormat) reportUnreadable("");
+    } else if (awaitsDetail) {
         reportUnreadable(message);
     } else if (problem == kBadData) {
-        badLine_->awaitsDetail = true;
+        awaitsDetail = true;
     } else if (message == kNoData) {
         reportBadLine(Problem::EndedBlock, fmt::format("recognised as {} data, but without points", place.format));
     } else if (problem == kReadError) {
         reportBadLine(Problem::EndedBlock, reasonOfReadError());
     } else if (problem && message != text) {
-        reportBadLine(Problem::EndedBlock, fmt::format("{} data refused: {}", place.format, *problem));
+        reportBadLine(Problem::EndedBlock,
+                      fmt::format("{} data refused: {}", place.format, reason.empty() ? *problem : reason));
     }
 }
 
 // Names the line that could not be read as numbers, or the file if there is no such line.
 std::string LoadListener::reasonOfReadError() const {
-    const auto& [place, text, awaitsDetail] = *badLine_;
+    const auto& [place, text, awaitsDetail, reason] = *badLine_;
     if (place.format == kBinaryFormat) return "not a readable record of DCE_BINARY data";
     if (text.empty()) {
         return fmt::format("reading failed, or the file ends too early: recognised as {} data at line {}", place.format,
@@ -193,8 +329,12 @@ std::string LoadListener::reasonOfReadError() const {
 }
 
 void LoadListener::reportUnreadable(std::string_view detail) {
-    reportBadLine(Problem::UnreadableLine, fmt::format("unreadable as {} data: {}", badLine_->place.format,
-                                                       detail.empty() ? badLine_->text : detail));
+    const auto& [place, text, awaitsDetail, reason] = *badLine_;
+    const std::string_view line = detail.empty() ? std::string_view(text) : detail;
+    std::string report = fmt::format("unreadable as {} data", place.format);
+    if (!reason.empty()) report += fmt::format(" ({})", reason);
+    if (!line.empty() || reason.empty()) report += fmt::format(": {}", line);
+    reportBadLine(Problem::UnreadableLine, report);
 }
 
 void LoadListener::reportBadLine(Problem problem, const std::string& text) {
@@ -202,32 +342,41 @@ void LoadListener::reportBadLine(Problem problem, const std::string& text) {
     badLine_.reset();
 }
 
+// Points are not dropped in the order of their lines.
 void LoadListener::handleDropped(const Place& place) {
-    if (console_.isVerbose()) {
-        console_.warning(nameOf(place), "point dropped: not later than the point before it");
-    } else if (dropped_++ == 0) {
-        firstDropped_ = place;
-    }
+    if (console_.isVerbose())
+        return console_.warning(nameOf(place), "point dropped: not later than the point before it");
+    if (dropped_ == 0 || place.line < firstDropped_.line) firstDropped_ = place;
+    ++dropped_;
 }
 
-void LoadListener::endBlock() {
-    if (badLine_) reportUnreadable("");
+void LoadListener::reportDropped() {
     if (dropped_ == 1)
         report(Problem::DroppedPoints, nameOf(firstDropped_), "point dropped: not later than the point before it");
     if (dropped_ > 1)
         report(Problem::DroppedPoints, nameOf(firstDropped_),
                fmt::format("{} points dropped, this one first: not later than the points before them", dropped_));
     dropped_ = 0;
+}
+
+void LoadListener::endBlock() {
+    if (badLine_) reportUnreadable("");
+    reportHeldMessage();
+    reportDropped();
     block_ = {};
 }
 
+bool LoadListener::isWarning(Problem problem) {
+    return problem == Problem::DroppedPoints || problem == Problem::Remark;
+}
+
 void LoadListener::report(Problem problem, const std::string& where, std::string_view text) {
-    const bool isWarning = problem == Problem::DroppedPoints;
-    errorSeen_ = errorSeen_ || !isWarning;
+    errorSeen_ = errorSeen_ || !isWarning(problem);
+    fileHasError_ = fileHasError_ || !isWarning(problem);
     auto& [quota, last] = tallies_[static_cast<std::size_t>(problem)];
     last = where;
     if (!quota.admits()) return;
-    isWarning ? console_.warning(where, text) : console_.error(where, text);
+    isWarning(problem) ? console_.warning(where, text) : console_.error(where, text);
 }
 
 std::string LoadListener::reasonOfRefusal(std::string_view reason) const {
@@ -253,7 +402,7 @@ std::vector<Satellite> LoadListener::originalsOf(std::int64_t duplicate) const {
     const auto isAlike = [first = originals[0]](const Satellite& other) {
         return other.number == first.number && std::abs(other.span.start - first.span.start) < kSharedKey_days;
     };
-    for (auto next = formats_.upper_bound(duplicate); next != formats_.end(); ++next) {
+    for (auto next = origins_.upper_bound(duplicate); next != origins_.end(); ++next) {
         const Satellite other = satelliteOf(next->first);
         if (!isAlike(other)) break;
         originals.push_back(other);
@@ -265,10 +414,9 @@ std::string LoadListener::originOfNumber(const Satellite& original) const {
     if (isOneOf(kFormatsWithoutNumber, block_.format))
         return fmt::format("; {} data have no satellite number, so that all count as {}", block_.format,
                            original.number);
-    const bool bothByName =
-        isOneOf(kFormatsNumberedByName, block_.format) && isOneOf(kFormatsNumberedByName, formats_[original.key]);
-    if (original.number != kUncatalogued || !bothByName || beginsWithNumber(block_.file) ||
-        beginsWithNumber(original.file))
+    const bool bothByName = isOneOf(kFormatsNumberedByName, block_.format) &&
+                            isOneOf(kFormatsNumberedByName, origins_[original.key].format);
+    if (original.number != kUncatalogued || !bothByName || hasNumber(block_.file) || hasNumber(original.file))
         return "";
     return fmt::format("; both are {} because neither file name begins with a satellite number", kUncatalogued);
 }

@@ -14,26 +14,42 @@
 
 namespace vorlandi::cli {
 
-// The format of each loaded satellite, by its key.
-using Formats = std::map<std::int64_t, std::string>;
+// Whether the bytes come from a file that can be named again, or from standard input or an archive.
+enum class Medium { File, Memory };
+
+// What was loaded for a satellite.
+struct Origin {
+    std::string format;
+    Medium medium = Medium::File;
+};
+
+// By the key of the satellite.
+using Origins = std::map<std::int64_t, Origin>;
 
 class LoadListener : public ReadListener {
 public:
-    // `argument` is the file to be loaded, as the user named it; the format of each satellite is added to `formats`.
-    LoadListener(std::string argument, Formats& formats, Console& console);
+    // `argument` is the file to be loaded, as the user named it; the origin of each satellite is added to `origins`.
+    LoadListener(std::string argument, Rules rules, Medium medium, Origins& origins, Console& console);
     ~LoadListener() override;
+
+    // One of several files of the argument begins, or ends with a status of the library. A fault about
+    // which the library has said nothing is reported at the end; a card file needs no satellites of its own.
+    void beginFile(const std::string& name);
+    void endFile(std::int32_t status, bool isCardFile = false);
+
+    // Reports a file, a member of an archive or an archive that is not loaded.
+    void reportUnreadableFile(const std::string& where, std::string_view reason);
 
     // Reports what has been held back. Call it after the load.
     void finish();
 
     bool hasSeenError() const { return errorSeen_; }
-    bool hasSeenFormat() const { return !files_.empty(); }
 
     // The files in which a format was recognised.
     const std::set<std::string>& files() const { return files_; }
 
 private:
-    enum class Problem { UnreadableLine, EndedBlock, UnreadableFile, NotStored, DroppedPoints, Other };
+    enum class Problem { UnreadableLine, EndedBlock, UnreadableFile, NotStored, DroppedPoints, Remark, Other };
 
     struct Place {
         std::string file;
@@ -43,7 +59,8 @@ private:
     struct BadLine {
         Place place;
         std::string text;
-        bool awaitsDetail;
+        bool awaitsDetail = false;
+        std::string reason = {};
     };
     struct Tally {
         Quota quota;
@@ -56,7 +73,12 @@ private:
 
     void handleMessage(std::int32_t severity, std::string_view message);
     void handleMessageAboutBadLine(std::string_view message);
+    void handleOtherMessage(std::string_view message);
     void handleDropped(const Place& place);
+    void handleMissing(const ReadEvent& event);
+    void reportDropped();
+    void reportHeldMessage();
+    void reportUnrecognised(std::string_view text);
     void endBlock();
 
     void reportBadLine(Problem problem, const std::string& text);
@@ -69,15 +91,24 @@ private:
     std::string originOfNumber(const Satellite& original) const;
 
     static std::string nameOf(const Place& place);
+    static bool isWarning(Problem problem);
 
     std::string argument_;
-    Formats& formats_;
+    std::string file_;  // the one of the argument that is being loaded
+    Rules rules_;
+    Medium medium_;
+    Origins& origins_;
     Console& console_;
     std::set<std::string> files_;
     Place block_;                     // the header of the block that is being read; without a file if there is none
     std::optional<BadLine> badLine_;  // whose messages are still to come
     std::int64_t dropped_ = 0;        // points of this block
     Place firstDropped_;
+    std::string heldMessage_;   // told unless it turns out that an event says more
+    bool refusalTold_ = false;  // the next message repeats a refusal
+    bool fileHasError_ = false;
+    bool fileHasFormat_ = false;
+    bool fileHasSatellite_ = false;
     std::vector<Tally> tallies_;  // one for each problem
     bool errorSeen_ = false;
 };

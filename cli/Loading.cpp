@@ -5,13 +5,18 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <utility>
 
+#include "InputFile.hpp"
 #include "Library.hpp"
 #include "Options.hpp"
 #include "Output.hpp"
 
 namespace vorlandi::cli {
 namespace {
+
+// As messages and the file name of a satellite have it.
+constexpr const char* kNameOfStandardInput = "standard input";
 
 // File names cross the interface blank padded: blanks at the end would be lost, and leading ones don't count.
 std::string libraryName(const std::string& file) { return file.starts_with(' ') ? "./" + file : file; }
@@ -22,55 +27,111 @@ const char* reasonAgainst(const std::string& name) {
     return nullptr;
 }
 
-// A read that failed and a missing file have the same status, 2.
-std::string describeStatus(int status, const std::string& name) {
-    std::error_code error;
-    if (status == ENOENT && std::filesystem::exists(name, error)) return "reading failed";
-    return std::strerror(status);
-}
-
-// The fault of a load about which the library reported no error; empty if there is none.
-std::string unreportedFault(int status, bool storedAny, const LoadListener& listener, const std::string& name) {
-    if (listener.hasSeenError()) return "";
-    if (status != 0) return describeStatus(status, name);
-    if (storedAny) return "";
-    return listener.hasSeenFormat() ? "nothing was loaded"
-                                    : "no ephemeris recognised in this file, nor in any that its cards name";
-}
-
 void refuseOverwriting(const std::string& output, const std::string& input) {
     std::error_code error;
     if (output != kStandardOutput && std::filesystem::equivalent(output, input, error))
         throw UsageError(output, "is an input file and would be overwritten");
 }
 
-bool loadOne(const std::string& file, const std::string& output, Formats& formats, Console& console) {
-    const std::string name = libraryName(file);
-    if (const char* const reason = reasonAgainst(name)) {
-        console.error(file, reason);
-        return false;
+void checkArguments(const InputOptions& input, const std::string& output) {
+    bool hasStandardInput = false;
+    for (const std::string& file : input.files) {
+        const bool isStandardInput = file == kStandardInput;
+        refuseOverwriting(output, isStandardInput ? "/dev/stdin" : file);
+        if (isStandardInput && std::exchange(hasStandardInput, true))
+            throw UsageError("FILE", "- (standard input) can be given only once");
     }
-    const std::int32_t countBefore = satelliteCount();
-    LoadListener listener(file, formats, console);
-    const std::int32_t status = loadFile(name);
-    listener.finish();
-    for (const std::string& named : listener.files())
-        refuseOverwriting(output, named);
-    const std::string fault = unreportedFault(status, satelliteCount() > countBefore, listener, name);
-    if (!fault.empty()) console.error(file, fault);
-    return fault.empty() && !listener.hasSeenError();
 }
+
+// Passes what becomes of the members of an archive on to the listener.
+class ArchiveClient : public archives::Client {
+public:
+    explicit ArchiveClient(LoadListener& listener) : listener_(listener) {}
+
+    void memberBegins(const std::string& name) override { listener_.beginFile(name); }
+    void memberEnds(const std::string& /*name*/, const archives::LoadedMember& member) override {
+        listener_.endFile(member.status, !member.cards.empty());
+    }
+    void refused(const std::string& where, const std::string& reason) override {
+        listener_.reportUnreadableFile(where, reason);
+    }
+
+private:
+    LoadListener& listener_;
+};
+
+// Loads the files of a command, one after the other.
+class Loader {
+public:
+    Loader(const InputOptions& input, const std::string& output, Console& console, Origins& origins)
+        : input_(input), output_(output), console_(console), origins_(origins) {}
+
+    // True if all went well.
+    bool load(const std::string& file) { return file == kStandardInput ? loadStandardInput() : loadNamed(file); }
+
+private:
+    bool loadNamed(const std::string& file) {
+        const std::string name = libraryName(file);
+        if (const char* const reason = reasonAgainst(name)) {
+            console_.error(file, reason);
+            return false;
+        }
+        const InputFile opened(name);
+        if (opened.packing()) return loadPacked(name, opened);
+        LoadListener listener(file, input_.rules, Medium::File, origins_, console_);
+        listener.endFile(loadFile(name, input_.rules));
+        return finish(listener);
+    }
+
+    bool loadStandardInput() {
+        InputFile opened;
+        if (opened.packing()) return loadPacked(kNameOfStandardInput, opened);
+        if (const int error = opened.readAll(); error != 0) {
+            console_.error(kNameOfStandardInput, error == EFBIG ? "larger than 4 GiB" : std::strerror(error));
+            return false;
+        }
+        LoadListener listener(kNameOfStandardInput, input_.rules, Medium::Memory, origins_, console_);
+        listener.endFile(loadBytes(opened.source().begin, kNameOfStandardInput, input_.rules));
+        return finish(listener);
+    }
+
+    bool loadPacked(const std::string& name, const InputFile& opened) {
+        LoadListener listener(name, input_.rules, Medium::Memory, origins_, console_);
+        if (opened.packing().isRead) {
+            ArchiveClient client(listener);
+            archives::load({name, loadOptionsOf(input_.rules), static_cast<std::int64_t>(input_.mostMemberBytes)},
+                           opened.source(), client);
+        } else {
+            listener.reportUnreadableFile(
+                name, fmt::format("{} is not read; gzip, xz, zstd, zip and tar are", opened.packing().name));
+        }
+        return finish(listener);
+    }
+
+    bool finish(LoadListener& listener) const {
+        listener.finish();
+        for (const std::string& named : listener.files())
+            refuseOverwriting(output_, named);
+        return !listener.hasSeenError();
+    }
+
+    const InputOptions& input_;
+    const std::string& output_;
+    Console& console_;
+    Origins& origins_;
+};
 
 }  // namespace
 
-bool loadFiles(const std::vector<std::string>& files, const std::string& output, Console& console, Formats* formats) {
-    Formats unused;
-    for (const std::string& file : files)
-        refuseOverwriting(output, file);
+bool loadFiles(const InputOptions& input, const std::string& output, Console& console, Origins* origins) {
+    Origins unused;
+    checkArguments(input, output);
+    Loader loader(input, output, console, origins != nullptr ? *origins : unused);
+    const std::size_t count = input.files.size();
     bool allWell = true;
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        if (files.size() > 1) console.progress(fmt::format("loading file {} of {}: {}", i + 1, files.size(), files[i]));
-        allWell = loadOne(files[i], output, formats != nullptr ? *formats : unused, console) && allWell;
+    for (std::size_t i = 0; i < count; ++i) {
+        if (count > 1) console.progress(fmt::format("loading file {} of {}: {}", i + 1, count, input.files[i]));
+        allWell = loader.load(input.files[i]) && allWell;
     }
     console.clearProgress();
     return allWell;

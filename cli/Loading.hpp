@@ -2,17 +2,16 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "Console.hpp"
 #include "LoadListener.hpp"
+#include "Options.hpp"
 
 namespace vorlandi::cli {
 
 // True if every file was read whole and at least one satellite of each was stored. What could be loaded stays loaded.
 // Throws a UsageError if the output of the command would overwrite one of the files or a file that their cards name.
-// Fills `formats` if it is given.
-bool loadFiles(const std::vector<std::string>& files, const std::string& output, Console& console,
-               Formats* formats = nullptr);
+// Fills `origins` if it is given.
+bool loadFiles(const InputOptions& input, const std::string& output, Console& console, Origins* origins = nullptr);
 
 }  // namespace vorlandi::cli

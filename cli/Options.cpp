@@ -25,10 +25,24 @@ bool refusesEmptyFile(const std::string& output, Console& console) {
     return true;
 }
 
-void addInputFiles(CLI::App& command, std::vector<std::string>& files) {
-    command.add_option("FILE", files, "Ephemeris files, or card files that name ephemeris files")
+void addInput(CLI::App& command, InputOptions& input) {
+    command
+        .add_option(
+            "FILE", input.files,
+            "Ephemeris files, card files that name ephemeris files, and files packed with gzip, xz, zstd, zip or "
+            "tar; - is standard input, packed or not")
         ->type_name("")
         ->required();
+    command.add_flag_callback(
+        "--fixed-rules", [&input] { input.rules = Rules::Fixed; },
+        "Read by the fixed rules instead of the practical ones (docs/formats.md compares them)");
+    command
+        .add_option("--max-member", input.mostMemberBytes,
+                    "Refuse files in archives, and unpacked ones, that are larger than SIZE: bytes, or with K, M or G")
+        ->type_name("SIZE")
+        ->default_str("1G")
+        ->transform(CLI::AsSizeValue(false).description(""))
+        ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 40).description(""));
 }
 
 void addOutput(CLI::App& command, std::string& output) {

@@ -2,10 +2,14 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Console.hpp"
+#include "Library.hpp"
+#include "archives/Loading.hpp"
 
 namespace vorlandi::cli {
 
@@ -28,7 +32,16 @@ void reportNothingToWrite(const std::string& output, Console& console);
 // An empty output does not replace a file: reports it and returns true, unless the output is standard output.
 bool refusesEmptyFile(const std::string& output, Console& console);
 
-void addInputFiles(CLI::App& command, std::vector<std::string>& files);
+// What is loaded, and how.
+struct InputOptions {
+    std::vector<std::string> files;
+    Rules rules = Rules::Practical;
+    std::uint64_t mostMemberBytes = static_cast<std::uint64_t>(archives::kMostMemberBytes);
+};
+
+inline constexpr std::string_view kStandardInput = "-";
+
+void addInput(CLI::App& command, InputOptions& input);
 void addOutput(CLI::App& command, std::string& output);
 void addFormat(CLI::App& command, Format& format);
 void addVerbose(CLI::App& command, Console& console);

@@ -1,12 +1,9 @@
 #include "SaveCommand.hpp"
 
-#include <sys/mman.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <fstream>
+#include <algorithm>
+#include <filesystem>
+#include <map>
 #include <memory>
-#include <sstream>
 
 #include "Library.hpp"
 #include "Loading.hpp"
@@ -16,12 +13,17 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kFooter =
-    R"(A card file names the input file of every satellite; loading it loads them again. The names are written as they were
-given, so load it from the same directory, or give absolute names. An existing file is replaced once the new one is
-complete. The satellites are in the order of the store, not of loading.
+    R"(A card file names each input file once, in the order of loading; loading it loads the same satellites. The names
+are written as they were given, so load it from the same directory, or give absolute names. An existing file is replaced
+once the new one is complete.
 
-If some of the files can't be loaded, or not completely, the card file is still written, with every satellite that was
-loaded, and the exit status is 1. If none was loaded, nothing is written and an existing card file stays as it is.
+The card file has to be loaded by the rules it was made by. A comment in it names them: files saved with --fixed-rules
+are loaded with --fixed-rules.
+
+If some of the files can't be loaded, or not completely, the card file is still written, with every file that a
+satellite was loaded from, and the exit status is 1. Satellites from standard input or from a packed file have no file
+that a card can name: they are listed and left out, and the exit status is 1. If there is no card to write, nothing is
+written and an existing card file stays as it is.
 
 Examples:
   vorlandi save my.card 81001_stk.e 81001_universal.txt
@@ -30,61 +32,86 @@ Examples:
 
 struct SaveOptions {
     std::string output;
-    std::vector<std::string> files;
+    InputOptions input;
 };
 
-// A file in memory that the library can open by a name.
-class MemoryFile {
-public:
-    MemoryFile() : descriptor_(memfd_create("cards", MFD_CLOEXEC)) {
-        if (descriptor_ < 0) throw OutputError("memory for the cards", errno);
+// A file and the tag of its satellites.
+struct Card {
+    std::string file;
+    std::string tag;
+};
+
+// In the order of loading. Tags that differ within a file are from the file itself and need no card.
+std::vector<Card> cardsOf(const std::vector<Satellite>& satellites) {
+    std::vector<Card> cards;
+    std::map<std::string, std::size_t> byFile;
+    for (const Satellite& satellite : satellites) {
+        const auto [found, isNew] = byFile.try_emplace(satellite.file, cards.size());
+        if (isNew) {
+            cards.push_back({satellite.file, satellite.tag});
+        } else if (Card& card = cards[found->second]; card.tag != satellite.tag) {
+            card.tag.clear();
+        }
     }
-    ~MemoryFile() { close(descriptor_); }
-
-    MemoryFile(const MemoryFile&) = delete;
-    MemoryFile& operator=(const MemoryFile&) = delete;
-
-    std::string name() const { return fmt::format("/proc/self/fd/{}", descriptor_); }
-
-private:
-    int descriptor_;
-};
-
-std::string contentsOf(const std::string& name) {
-    std::ostringstream contents;
-    contents << std::ifstream(name, std::ios::binary).rdbuf();
-    return contents.str();
-}
-
-std::ptrdiff_t countFileCards(const std::string& cards) {
-    std::istringstream lines(cards);
-    std::ptrdiff_t count = 0;
-    for (std::string line; std::getline(lines, line);)
-        count += line.starts_with("EPHFIL = ") ? 1 : 0;
-    return count;
-}
-
-// The library does not report a failed write. So it writes to memory, where little can fail, and the cards are counted.
-std::string cardsOfStore() {
-    const MemoryFile file;
-    if (const int status = saveCards(file.name()); status != 0) throw OutputError(file.name(), status);
-    std::string cards = contentsOf(file.name());
-    if (!cards.ends_with('\n') || countFileCards(cards) != satelliteCount())
-        throw OutputError("memory for the cards", "the cards could not be written completely");
     return cards;
 }
 
+// By the practical rules a name is looked for beside the card file first, where another file may have it.
+std::string nameOnCard(const std::string& file, const std::string& output, Rules rules) {
+    namespace fs = std::filesystem;
+    if (rules == Rules::Fixed || output == kStandardOutput) return file;
+    std::error_code error;
+    const fs::path beside = fs::path(output).parent_path() / file;
+    const bool meansAnother = fs::exists(beside, error) && !fs::equivalent(beside, file, error);
+    return meansAnother ? fs::absolute(file).string() : file;
+}
+
+std::string textOf(const std::vector<Card>& cards, const SaveOptions& options) {
+    std::string text =
+        fmt::format("* External ephemeris input files, to be loaded by the {} rules\n", nameOf(options.input.rules));
+    for (const auto& [file, tag] : cards) {
+        if (!tag.empty()) text += fmt::format("#VORLANDI = {}\n", tag);
+        text += fmt::format("EPHFIL = {}\n", nameOnCard(file, options.output, options.input.rules));
+    }
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c == '\0'; }, ' ');
+    return text;
+}
+
+// Reports the satellites that no card can bring back and leaves them out. True if there are none.
+bool leaveOutUnnamed(std::vector<Satellite>& satellites, const Origins& origins, Console& console) {
+    Quota unnamed(console);
+    std::int64_t count = 0;
+    const auto reason = [&](const Satellite& satellite) -> const char* {
+        if (origins.at(satellite.key).medium == Medium::Memory) return "it is from standard input or a packed file";
+        return satellite.file.find('\n') != std::string::npos ? "its file name has a line feed" : nullptr;
+    };
+    const auto isUnnamed = [&](const Satellite& satellite) {
+        const char* const why = reason(satellite);
+        if (why == nullptr) return false;
+        ++count;
+        if (unnamed.admits())
+            console.error(satellite.file, fmt::format("satellite {} is not saved: {}", satellite.number, why));
+        return true;
+    };
+    satellites.erase(std::remove_if(satellites.begin(), satellites.end(), isUnnamed), satellites.end());
+    if (unnamed.heldBack() > 0) console.error("", fmt::format("{} more satellites are not saved", unnamed.heldBack()));
+    return count == 0;
+}
+
 ExitStatus runSave(const SaveOptions& options, Console& console) {
-    const bool allLoaded = loadFiles(options.files, options.output, console);
-    if (satelliteCount() == 0) {
+    Origins origins;
+    const bool allLoaded = loadFiles(options.input, options.output, console, &origins);
+    std::vector<Satellite> satellites = loadedSatellites();
+    const bool allNamed = leaveOutUnnamed(satellites, origins, console);
+    if (satellites.empty()) {
         reportNothingToWrite(options.output, console);
         return ExitStatus::Failure;
     }
-    const std::string cards = cardsOfStore();
     Output output(options.output);
-    output.write(cards);
+    output.write(textOf(cardsOf(satellites), options));
     output.close();
-    return statusOf(allLoaded);
+    return statusOf(allLoaded && allNamed);
 }
 
 }  // namespace
@@ -95,7 +122,7 @@ void addSaveCommand(CLI::App& application, Session& session) {
     command->add_option("OUT.card", options->output, "The card file to write; - is standard output")
         ->type_name("")
         ->required();
-    addInputFiles(*command, options->files);
+    addInput(*command, options->input);
     addVerbose(*command, session.console);
     command->footer(kFooter);
     command->callback([options, &session] { session.status = runSave(*options, session.console); });

@@ -35,7 +35,7 @@ Examples:
   vorlandi states 81001_stk.e --from 2026-01-31T01:00:00 --to 2026-01-31T02:00:00 --step 60 --cov)";
 
 struct StatesOptions {
-    std::vector<std::string> files;
+    InputOptions input;
     std::vector<std::string> at;
     std::string from;
     std::string to;
@@ -94,7 +94,7 @@ bool reportUnknown(const std::vector<std::int32_t>& numbers, const std::vector<S
 }
 
 ExitStatus runStates(const StatesOptions& options, const StateRequest& request, Console& console) {
-    bool allWell = loadFiles(options.files, options.output, console);
+    bool allWell = loadFiles(options.input, options.output, console);
     const std::vector<Satellite> satellites = loadedSatellites();
     allWell = reportUnknown(options.satellites, satellites, console) && allWell;
 
@@ -124,7 +124,7 @@ void addTimes(CLI::App& command, StatesOptions& options) {
 void addStatesCommand(CLI::App& application, Session& session) {
     CLI::App* const command = application.add_subcommand("states", "Print states of satellites");
     const auto options = std::make_shared<StatesOptions>();
-    addInputFiles(*command, options->files);
+    addInput(*command, options->input);
     addTimes(*command, *options);
     command->add_option("--sat", options->satellites, "Only this satellite number; may be repeated")
         ->type_name("N")

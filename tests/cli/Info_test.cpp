@@ -34,13 +34,15 @@ TEST_F(Info, DescribesEverySatelliteInTheOrderOfLoading) {
     const Lines lines = split(table);
     ASSERT_EQ(lines.size(), 3U);
     EXPECT_TRUE(std::regex_match(
-        lines[1], std::regex(" +81002 +[0-9]+  ECI +2  2026-01-31T00:00:00.000000  2026-01-31T00:22:30.000000"
-                             " +1350.000 +1350.000 +1350.000 +0  all +some +ITC +81002.itc  a \"quoted\", tag")))
+        lines[1],
+        std::regex(" +81002 +[0-9]+  ECI +2  2026-01-31T00:00:00.000000  2026-01-31T00:22:30.000000"
+                   " +1350.000 +1350.000 +1350.000 +0  all +some +ITC +practical +81002.itc  a \"quoted\", tag")))
         << lines[1];
     const Outcome csv = run("info --format csv fleet.card");
-    EXPECT_THAT(csv.output, HasSubstr(",1350,yes,ITC,81002.itc,\"a \"\"quoted\"\", tag\",1350,1350,1350,0,all,some\n"
-                                      "81001,"));
-    EXPECT_EQ(split(split(csv.output).at(0), ',').size(), kVelocities + 2);
+    EXPECT_THAT(csv.output,
+                HasSubstr(",1350,yes,ITC,81002.itc,\"a \"\"quoted\"\", tag\",1350,1350,1350,0,all,some,practical\n"
+                          "81001,"));
+    EXPECT_EQ(split(split(csv.output).at(0), ',').size(), kVelocities + 3);
     const std::string json = run("info --format json fleet.card").output;
     EXPECT_THAT(
         std::regex_replace(json, std::regex("\"key\":\"[0-9]+\""), "\"key\":K"),
@@ -48,9 +50,11 @@ TEST_F(Info, DescribesEverySatelliteInTheOrderOfLoading) {
                             "\"first_utc\":\"2026-01-31T00:00:00.000000\",\"last_utc\":\"2026-01-31T00:22:30.000000\","
                             "\"mean_spacing_s\":1350,\"covariance\":true,\"format\":\"ITC\",\"file\":\"81002.itc\","
                             "\"tag\":\"a \\\"quoted\\\", tag\",\"spacing_least_s\":1350,\"spacing_median_s\":1350,"
-                            "\"spacing_largest_s\":1350,\"gaps\":0,\"velocities\":\"all\",\"covariances\":\"some\"},\n"
+                            "\"spacing_largest_s\":1350,\"gaps\":0,\"velocities\":\"all\",\"covariances\":\"some\","
+                            "\"rules\":\"practical\"},\n"
                             "{\"satellite\":81001,\"key\":K,"));
-    EXPECT_THAT(json, testing::EndsWith("\"covariances\":\"none\"}\n]}\n"));
+    EXPECT_THAT(json, testing::EndsWith("\"covariances\":\"none\",\"rules\":\"practical\"}\n]}\n"));
+    EXPECT_THAT(run("info --format csv --fixed-rules fleet.card").output, HasSubstr(",some,fixed\n81001,"));
     write("81001.e", ephemeris(1));
     EXPECT_EQ(columns("81001.e", kLeast, kLeast + 3), ",,,0");
     EXPECT_THAT(run("info 81001.e").output, HasSubstr("  -  "));
@@ -61,7 +65,7 @@ TEST_F(Info, NamesEveryFrame) {
     std::string vectors = contentsOf(VORLANDI_EXAMPLES "/81001_simobs.txt");
     for (const std::string name : {"ECI", "J2K", "EFG", "ECR", "LLH", "SEN"}) {
         write("vectors", vectors.replace(vectors.find('\n') + 76, 3, name));
-        EXPECT_EQ(columns("vectors", kFrame, kFrame), name);
+        EXPECT_EQ(columns("--fixed-rules vectors", kFrame, kFrame), name);
     }
     std::string universal = contentsOf(VORLANDI_EXAMPLES "/81001_universal.txt");
     for (const std::string name : {"HCSRL", "WPTRL", "HCSGC", "WPTGC"}) {
@@ -186,14 +190,17 @@ TEST_F(Info, KeepsSpreadsheetsFromTakingATextForAFormula) {
 }
 
 TEST_F(Info, ListsTheFormatsOfTheExamples) {
-    // The tool loads by the fixed rules, which read neither OEM nor modified ITC.
+    // Each format has a file, and each file shows a listed format.
+    const auto formatsOfExamples = [this](const std::string& options) {
+        return shell("cd '" VORLANDI_EXAMPLES "'; for file in *81001*[!v]; do vorlandi info $file --format csv " +
+                     options + " 2>/dev/null | tail -n +2; done | cut -d, -f9 | sort -u")
+            .output;
+    };
     const std::string listed = shell("vorlandi formats | tail -n +2 | cut -d' ' -f1 | sort").output;
-    EXPECT_EQ(split(listed).size(), 15U);
-    EXPECT_EQ(shell("cd '" VORLANDI_EXAMPLES "'; for file in $(ls -d 81001*[!v] | grep -v -e oem -e modified); do "
-                                             "vorlandi info $file --format csv | tail -n 1; "
-                    "done | cut -d, -f9 | sort -u")
-                  .output,
-              listed);
+    EXPECT_EQ(split(listed).size(), 17U);
+    EXPECT_EQ(formatsOfExamples(""), listed);
+    EXPECT_EQ(formatsOfExamples("--fixed-rules"),
+              shell("vorlandi formats | grep -v practical | tail -n +2 | cut -d' ' -f1 | sort").output);
 }
 
 }  // namespace

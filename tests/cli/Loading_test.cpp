@@ -17,10 +17,19 @@ std::string repeated(int count, const std::string& text) {
     return all;
 }
 
+std::string replaced(std::string text, const std::string& before, const std::string& after) {
+    return text.replace(text.find(before), before.size(), after);
+}
+
 class Loading : public CommandLine {};
 
 TEST_F(Loading, SaysOfEveryFaultInWhichFileAndLineItIs) {
     write("prose.txt", "Nothing of interest\n");
+    write("orbits.sp3", "#dP2026 1 31\n");
+    write("prose.card", "EPHFIL = prose.txt\n");
+    std::string vectors = contentsOf(VORLANDI_EXAMPLES "/81001_simobs.txt");
+    write("heights.txt", vectors.replace(vectors.find('\n') + 76, 3, "LLH"));
+    write("date.txt", replaced(contentsOf(VORLANDI_EXAMPLES "/81001_oasys.txt"), "2026/01/31", "2026/13/31"));
     write("moon.e", kMoon);
     write("moon.card", "EPHFIL = moon.e\n");
     write("word.txt", "81001x\n1 2 0 20485 1 2 3 4 5 6 0 0 0 0\n");
@@ -34,12 +43,18 @@ TEST_F(Loading, SaysOfEveryFaultInWhichFileAndLineItIs) {
     write("fleet.card", "\nEPHFIL = nothere.e\nEPHFIL = folder\nEPHFIL = /dev/null\nEPHFIL = 81002.itc\n");
     write("folder/near.e", ephemeris(2));
     write("folder/near.card", "EPHFIL = near.e\n");
+    write("folder/far.card", "EPHFIL = near\n");
     // clang-format off
     for (const auto& [name, messages] : std::initializer_list<std::pair<std::string, Lines>>{
         {"missing.e", {"missing.e: error: No such file or directory"}},
         {"'\x1b]0;\x9B.e'", {"?]0;?.e: error: No such file or directory"}},
         {"folder", {"folder: error: Is a directory"}},
-        {"prose.txt", {"prose.txt: error: no ephemeris recognised in this file, nor in any that its cards name"}},
+        {"--fixed-rules prose.txt", {"prose.txt: error: no ephemeris recognised in this file, nor in any that its cards name"}},
+        {"orbits.sp3", {"orbits.sp3: error: no ephemeris format recognised; it seems to hold SP3"}},
+        {"prose.card", {"prose.txt: error: no ephemeris format recognised"}},
+        {"heights.txt", {"heights.txt:2: error: SIMOBS data refused: LLH and SEN are not cartesian coordinates"}},
+        {"date.txt", {"date.txt:4: error: unreadable as OASYS data (there is no such date or time): " + split(contentsOf(file("date.txt"))).at(3)}},
+        {"prose.txt", {"prose.txt: error: no ephemeris format recognised"}},
         {"''", {"error: a file name that is empty or ends with a blank can't be loaded"}},
         {"'81001.e '", {"81001.e : error: a file name that is empty or ends with a blank can't be loaded"}},
         {std::string(513, 'x'), {std::string(513, 'x') + ": error: the file name is too long"}},
@@ -48,8 +63,8 @@ TEST_F(Loading, SaysOfEveryFaultInWhichFileAndLineItIs) {
         {"81006.e", {"81006.e:4: error: unreadable as STK data: x",
                      "81006.e:1: error: recognised as STK data, but without points"}},
         {"comma.txt", {"comma.txt:363: error: unreadable as UNIVERSAL data: no comma"}},
-        {"moon.e", {"moon.e:3: error: STK data refused: Invalid file. CentralBody is not Earth."}},
-        {"moon.card", {"moon.e:3: error: STK data refused: Invalid file. CentralBody is not Earth."}},
+        {"--fixed-rules moon.e", {"moon.e:3: error: STK data refused: Invalid file. CentralBody is not Earth."}},
+        {"--fixed-rules moon.card", {"moon.e:3: error: STK data refused: Invalid file. CentralBody is not Earth."}},
         {"words.card", {"word.txt:1: error: not stored: the satellite number could not be read, or the first time is not in the years 1950 to 2199"}},
         {"letter.txt", {"letter.txt:3: error: unreadable as DCE_TEXT data, the format recognised at line 2: Dear all,"}},
         {"number.txt", {"number.txt:2: error: recognised as DCE_TEXT data, but without points"}},
@@ -57,7 +72,8 @@ TEST_F(Loading, SaysOfEveryFaultInWhichFileAndLineItIs) {
         {"fleet.card", {"fleet.card:2: error: nothere.e: No such file or directory",
                         "fleet.card:3: error: folder: Is a directory",
                         "fleet.card:4: error: /dev/null: not a regular file"}},
-        {"folder/near.card", {"folder/near.card:1: error: near.e: No such file or directory (there is folder/near.e, but names on "
+        {"folder/far.card", {"folder/far.card:1: error: near: No such file or directory"}},
+        {"--fixed-rules folder/near.card", {"folder/near.card:1: error: near.e: No such file or directory (there is folder/near.e, but by the fixed rules names on "
                               "cards are relative to the current directory)"}}}) {
         // clang-format on
         const Outcome info = run("info 81001.e --format csv " + name);

@@ -112,8 +112,8 @@ TEST_F(Output, LeavesAFileAsItWasIfItCannotBeCompleted) {
     // clang-format off
     for (const auto& [command, message] : std::initializer_list<std::pair<std::string, std::string>>{
         {"ulimit -f 1; vorlandi states 81001.e --step 1 -o kept", "kept: error: File too large\n"},
-        {"ulimit -f 1; vorlandi save kept 81001.e",
-         "memory for the cards: error: the cards could not be written completely\n"},
+        {"ulimit -f 1; vorlandi save kept $(printf './%.0s' $(seq 250))81001.e", "kept: error: File too large\n"},
+        {"gzip -k 81001.e; vorlandi save kept 81001.e.gz - <81002.itc", "kept: error: not written: there is nothing to write\n"},
         {"vorlandi states missing.e -o kept", "kept: error: not written: there is nothing to write\n"},
         {"vorlandi info missing.e -o kept", "kept: error: not written: there is nothing to write\n"},
         {"vorlandi save kept missing.e", "kept: error: not written: there is nothing to write\n"},
@@ -165,13 +165,44 @@ TEST_F(Output, NeverReplacesAnInputFile) {
 
 TEST_F(Output, OfSaveLoadsTheSameSatellites) {
     write("one.card", "#VORLANDI = first\nEPHFIL = 81001.e\n");
-    EXPECT_EQ(run("save out.card one.card 81002.itc").status, 0);
-    EXPECT_EQ(run("info out.card").output, run("info one.card 81002.itc").output);
-    EXPECT_EQ(run("save - one.card 81002.itc").output, contentsOf(file("out.card")));
+    EXPECT_EQ(run("save out.card 81002.itc one.card").status, 0);
+    EXPECT_EQ(contentsOf(file("out.card")),
+              "* External ephemeris input files, to be loaded by the practical rules\n"
+              "EPHFIL = 81002.itc\n#VORLANDI = first\nEPHFIL = 81001.e\n");
+    EXPECT_EQ(run("info out.card").output, run("info 81002.itc one.card").output);
+    EXPECT_EQ(run("save - 81002.itc one.card").output, contentsOf(file("out.card")));
+    EXPECT_THAT(run("save - --fixed-rules 81002.itc").output, HasSubstr("by the fixed rules\n"));
     EXPECT_EQ(run("save partly.card 81001.e missing.e").status, 1);
     EXPECT_EQ(run("info partly.card").status, 0);
     EXPECT_EQ(run("save none.card missing.e").status, 1);
     EXPECT_FALSE(fs::exists(file("none.card")));
+}
+
+TEST_F(Output, OfSaveNamesEachFileOnceAndByANameThatFindsIt) {
+    write("81003.e", ephemerisAt({0, 60, 120, 180, 240}) + ephemerisAt({600, 660, 720, 780}));
+    EXPECT_EQ(split(run("info 81003.e").output).size(), 3U);
+    const std::string card = run("save - 81003.e").output;
+    EXPECT_THAT(card, testing::EndsWith("rules\nEPHFIL = 81003.e\n"));
+    // Another file of the same name is beside the card file.
+    write("folder/81001.e", ephemeris(3));
+    EXPECT_EQ(run("save folder/out.card 81001.e 81002.itc").status, 0);
+    EXPECT_THAT(contentsOf(file("folder/out.card")),
+                testing::EndsWith("EPHFIL = " + file("81001.e").string() + "\nEPHFIL = 81002.itc\n"));
+    EXPECT_EQ(run("save --fixed-rules folder/out.card 81001.e").status, 0);
+    EXPECT_THAT(contentsOf(file("folder/out.card")), testing::EndsWith("EPHFIL = 81001.e\n"));
+}
+
+TEST_F(Output, OfSaveNamesTheSatellitesThatNoCardCanBringBack) {
+    shell("mv 81002.itc 81003.itc; gzip 81003.itc");
+    write("line\nfeed.e", ephemeris(2));
+    const Outcome saved = run("save - 81001.e 81003.itc.gz line*feed.e - <81001.e");
+    EXPECT_EQ(saved.status, 1);
+    EXPECT_THAT(saved.output, testing::EndsWith("rules\nEPHFIL = 81001.e\n"));
+    EXPECT_EQ(saved.messages,
+              "vorlandi: standard input:1: error: not stored: line?feed.e already has satellite 99999 with the same "
+              "frame and first time; both are 99999 because neither file name begins with a satellite number\n"
+              "vorlandi: 81003.itc: error: satellite 81002 is not saved: it is from standard input or a packed file\n"
+              "vorlandi: line?feed.e: error: satellite 99999 is not saved: its file name has a line feed\n");
 }
 
 }  // namespace

@@ -1,0 +1,270 @@
+#include "archives/Loading.hpp"
+
+#include <archive.h>
+#include <archive_entry.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <clocale>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "archives/Cards.hpp"
+#include "archives/GzipChecksum.hpp"
+#include "archives/Member.hpp"
+
+namespace vorlandi::archives {
+namespace {
+
+constexpr std::size_t kReadSize = 1 << 18;
+constexpr std::size_t kLongestName = 512;  // that the library takes
+constexpr int kMostFilters = 2;            // the compression, and the file itself
+constexpr const char* kNestedReason = "an archive in an archive is not read";
+
+// The bytes of a source that is not repositioned.
+struct Stream {
+    const Source& source;
+    bool hasBegun = false;
+    std::string buffer = {};
+    std::string tail = {};  // the last bytes read
+
+    la_ssize_t take(const char* bytes, std::size_t size) {
+        tail.append(bytes + size - std::min(size, kGzipTrailerSize), std::min(size, kGzipTrailerSize));
+        tail.erase(0, tail.size() - std::min(tail.size(), kGzipTrailerSize));
+        return static_cast<la_ssize_t>(size);
+    }
+};
+
+la_ssize_t readStream(archive* handle, void* data, const void** bytes) noexcept {
+    auto& stream = *static_cast<Stream*>(data);
+    if (!std::exchange(stream.hasBegun, true)) {
+        *bytes = stream.source.begin.data();
+        return stream.take(stream.source.begin.data(), stream.source.begin.size());
+    }
+    ssize_t size = 0;
+    do
+        size = ::read(stream.source.descriptor, stream.buffer.data(), stream.buffer.size());
+    while (size < 0 && errno == EINTR);
+    if (size < 0) archive_set_error(handle, errno, "reading failed");
+    *bytes = stream.buffer.data();
+    return size > 0 ? stream.take(stream.buffer.data(), static_cast<std::size_t>(size)) : size;
+}
+
+// The end of a file, or of what has been read of a stream.
+std::string tailOf(const Stream& stream) {
+    if (!stream.source.begin.empty()) return stream.tail;
+    std::string tail(kGzipTrailerSize, '\0');
+    const off_t end = lseek(stream.source.descriptor, 0, SEEK_END);
+    const auto wanted = static_cast<off_t>(kGzipTrailerSize);
+    const bool isRead = end >= wanted && pread(stream.source.descriptor, tail.data(), kGzipTrailerSize, end - wanted) ==
+                                             static_cast<ssize_t>(kGzipTrailerSize);
+    return isRead ? tail : "";
+}
+
+// Lets libarchive return names with letters beyond ASCII, on this thread, whatever the locale of the process is.
+class Utf8Names {
+public:
+    Utf8Names() : locale_(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)) {
+        if (locale_ != nullptr) before_ = uselocale(locale_);
+    }
+    ~Utf8Names() {
+        if (locale_ == nullptr) return;
+        uselocale(before_);
+        freelocale(locale_);
+    }
+    Utf8Names(const Utf8Names&) = delete;
+    Utf8Names& operator=(const Utf8Names&) = delete;
+
+private:
+    locale_t locale_;
+    locale_t before_ = nullptr;
+};
+
+enum class Outcome { Complete, TooLarge, Damaged };
+
+class Loader {
+public:
+    Loader(const Request& request, const Source& source, Client& client)
+        : request_(request), stream_{source}, client_(client), archive_(archive_read_new(), archive_read_free) {
+        if (!archive_) throw std::bad_alloc();
+        buffer_.reserve(kReadSize);
+    }
+
+    std::vector<std::int64_t> run() {
+        const Utf8Names utf8;
+        if (open()) {
+            readMembers();
+            cards_.resolve([this](const std::string& path, const FileCard& card) {
+                // What follows the damage is unknown, and the damage has been reported.
+                if (!isOver_)
+                    client_.refused(memberName(path) + ":" + std::to_string(card.line),
+                                    card.name + " is not in this archive");
+            });
+        }
+        return std::move(keys_);
+    }
+
+private:
+    bool open() {
+        archive* const handle = archive_.get();
+        archive_read_support_filter_gzip(handle);
+        archive_read_support_filter_xz(handle);
+        archive_read_support_filter_zstd(handle);
+        archive_read_support_format_zip(handle);
+        archive_read_support_format_tar(handle);
+        archive_read_support_format_raw(handle);
+        archive_read_support_format_empty(handle);
+        const int status = stream_.source.begin.empty()
+                               ? archive_read_open_fd(handle, stream_.source.descriptor, kReadSize)
+                               : openStream(handle);
+        if (status != ARCHIVE_OK) client_.refused(request_.name, damage());
+        return status == ARCHIVE_OK;
+    }
+
+    int openStream(archive* handle) {
+        stream_.buffer.resize(kReadSize);
+        return archive_read_open(handle, &stream_, nullptr, readStream, nullptr);
+    }
+
+    void readMembers() {
+        archive_entry* entry = nullptr;
+        int status = ARCHIVE_OK;
+        while ((status = archive_read_next_header(archive_.get(), &entry)) == ARCHIVE_OK || status == ARCHIVE_WARN) {
+            if (isNested()) return client_.refused(request_.name, kNestedReason);
+            if (!isSingle() && archive_entry_filetype(entry) == AE_IFDIR) continue;
+            lastMember_ = memberName(pathOf(entry));
+            ++members_;
+            if (!takeMember(entry)) return;
+        }
+        if (status != ARCHIVE_EOF) {
+            isOver_ = true;
+            client_.refused(request_.name, members_ == 0 ? damage() : damage() + ", after " + lastMember_);
+        } else if (members_ == 0 && !isSingle()) {
+            client_.refused(request_.name, "there is no file in this archive");
+        } else if (members_ == 0) {
+            loadBytes(memberName(""), "");
+        }
+    }
+
+    // False if nothing more can be read.
+    bool takeMember(archive_entry* entry) {
+        const std::string path = pathOf(entry);
+        const std::string name = memberName(path);
+        cards_.addMember(path);
+        if (const std::string reason = reasonAgainst(entry, name); !reason.empty()) {
+            client_.refused(name, reason);
+            return true;
+        }
+        switch (readBytes()) {
+            case Outcome::Damaged:
+                client_.refused(name, damage());
+                return !isOver_;
+            case Outcome::TooLarge:
+                client_.refused(name, tooLarge());
+                return true;
+            case Outcome::Complete:
+                break;
+        }
+        const bool isGzip = isSingle() && archive_filter_code(archive_.get(), 0) == ARCHIVE_FILTER_GZIP;
+        if (isGzip && !agreesWithTrailer(buffer_, tailOf(stream_))) {
+            client_.refused(name, "damaged: the checksum is wrong");
+        } else if (packingOf(buffer_)) {
+            client_.refused(name, kNestedReason);
+        } else {
+            loadBytes(name, path);
+        }
+        return true;
+    }
+
+    std::string reasonAgainst(archive_entry* entry, const std::string& name) const {
+        if (archive_entry_is_encrypted(entry) != 0) return "it is encrypted";
+        const bool isFile = isSingle() || archive_entry_filetype(entry) == AE_IFREG;
+        if (!isFile || archive_entry_hardlink(entry) != nullptr) return "not a regular file";
+        if (name.size() > kLongestName) return "the file name is too long";
+        const bool isLarge =
+            archive_entry_size_is_set(entry) != 0 && archive_entry_size(entry) > request_.mostMemberBytes;
+        return isLarge ? tooLarge() : "";
+    }
+
+    // Fills buffer_, which keeps its memory for the next member. A size that the archive states is not trusted.
+    Outcome readBytes() {
+        buffer_.clear();
+        std::size_t size = 0;
+        while (true) {
+            buffer_.resize(size + kReadSize);
+            const la_ssize_t count = archive_read_data(archive_.get(), buffer_.data() + size, kReadSize);
+            isOver_ = count == ARCHIVE_FATAL;
+            if (count < 0) return Outcome::Damaged;
+            if (count == 0) break;
+            size += static_cast<std::size_t>(count);
+            if (static_cast<std::int64_t>(size) > request_.mostMemberBytes) return Outcome::TooLarge;
+        }
+        buffer_.resize(size);
+        return Outcome::Complete;
+    }
+
+    void loadBytes(const std::string& name, const std::string& path) {
+        client_.memberBegins(name);
+        const LoadedMember member = loadMember(buffer_, name, request_.options);
+        client_.memberEnds(name, member);
+        keys_.insert(keys_.end(), member.keys.begin(), member.keys.end());
+        cards_.addLoaded(path, buffer_, member);
+    }
+
+    // A compressed file that is not an archive.
+    bool isSingle() const {
+        const int format = archive_format(archive_.get());
+        return format == ARCHIVE_FORMAT_RAW || format == ARCHIVE_FORMAT_EMPTY;
+    }
+
+    bool isNested() const {
+        const int filters = archive_filter_count(archive_.get());
+        const bool isZip = (archive_format(archive_.get()) & ARCHIVE_FORMAT_BASE_MASK) == ARCHIVE_FORMAT_ZIP;
+        return filters > kMostFilters || (isZip && filters == kMostFilters);
+    }
+
+    // A name is kept as the bytes of the archive where they have no character set, else as UTF-8.
+    std::string pathOf(archive_entry* entry) const {
+        if (isSingle()) return "";
+        const char* path = archive_entry_pathname_utf8(entry);
+        if (path == nullptr) path = archive_entry_pathname(entry);
+        std::string name = path != nullptr ? path : "?";
+        while (name.starts_with("./"))
+            name.erase(0, 2);
+        return name;
+    }
+
+    std::string memberName(const std::string& path) const {
+        return isSingle() ? std::string(withoutPacking(request_.name)) : request_.name + "/" + path;
+    }
+
+    std::string damage() const {
+        const char* const reason = archive_error_string(archive_.get());
+        return std::string("damaged: ") + (reason != nullptr ? reason : "unknown reason");
+    }
+
+    std::string tooLarge() const {
+        return "larger than " + std::to_string(request_.mostMemberBytes) + " bytes, the most that a file here may have";
+    }
+
+    const Request& request_;
+    Stream stream_;
+    Client& client_;
+    std::unique_ptr<archive, int (*)(archive*)> archive_;
+    std::string buffer_;
+    Cards cards_;
+    std::vector<std::int64_t> keys_;
+    std::string lastMember_;
+    std::int64_t members_ = 0;
+    bool isOver_ = false;  // after damage, nothing more can be read
+};
+
+}  // namespace
+
+std::vector<std::int64_t> load(const Request& request, const Source& source, Client& client) {
+    return Loader(request, source, client).run();
+}
+
+}  // namespace vorlandi::archives

@@ -1,0 +1,37 @@
+// Regular files and standard input before they are loaded: are they packed, and what do they hold?
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "archives/Loading.hpp"
+
+namespace vorlandi::cli {
+
+class InputFile {
+public:
+    // Opens a regular file and looks at its first bytes. Anything else counts as not packed and is left to the library.
+    explicit InputFile(const std::string& name);
+
+    // Standard input, whose first bytes are consumed.
+    InputFile();
+
+    ~InputFile();
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+
+    const archives::Packing& packing() const { return packing_; }
+    const archives::Source& source() const { return source_; }
+
+    // Reads what is left of standard input, so that source().begin has all of it. Returns 0 or an errno: EFBIG for more
+    // than 4 GiB.
+    int readAll();
+
+private:
+    int readUpTo(std::size_t size);
+
+    archives::Source source_;
+    archives::Packing packing_;
+};
+
+}  // namespace vorlandi::cli

@@ -1,0 +1,185 @@
+// Compressed files, archives and standard input.
+#include "CommandLine.hpp"
+
+namespace vorlandi::cli_tests {
+namespace {
+
+class Archives : public CommandLine {
+protected:
+    // Number, points, file and tag of each satellite.
+    Lines loadedBy(const std::string& arguments, Lines* messages, int* status) const {
+        const Outcome info = run("info --format csv " + arguments);
+        *messages = split(info.messages);
+        *status = info.status;
+        Lines satellites;
+        for (const std::string& line : split(info.output)) {
+            const Lines columns = split(line, ',');
+            satellites.push_back(columns[0] + " " + columns[3] + " " + columns[9] + " " + columns[10]);
+        }
+        satellites.erase(satellites.begin());
+        return satellites;
+    }
+};
+
+TEST_F(Archives, AreReadWithoutUnpackingThem) {
+    write("folder/81003.e", ephemeris(3));
+    write("folder/MEME_44713_NAME1_0300000_x.e", ephemeris(4));
+    write("folder/81004\xC3\xA9.e", ephemeris(5));
+    shell("cp '" VORLANDI_EXAMPLES "/81001.dce' folder/81009.DCE");
+    struct Case {
+        std::string make, arguments;
+        Lines satellites;
+    };
+    const Lines folder = {"81004 5 NAME/folder/81004\xC3\xA9.e ", "81003 3 NAME/folder/81003.e ",
+                          "44713 4 NAME/folder/MEME_44713_NAME1_0300000_x.e ", "81001 361 NAME/folder/81009.DCE "};
+    const auto inFolder = [&](const std::string& name) {
+        Lines lines = folder;
+        for (std::string& line : lines)
+            line.replace(line.find("NAME"), 4, name);
+        return lines;
+    };
+    const std::string files = " folder/81004*.e folder/81003.e folder/MEME* folder/81009.DCE";
+    const Case cases[] = {
+        {"LC_ALL=C.UTF-8 bsdtar --format zip -cf all.zip" + files, "all.zip", inFolder("all.zip")},
+        {"bsdtar -cf all.tar" + files, "./all.tar", inFolder("./all.tar")},
+        {"bsdtar --format v7tar -cf old.tar folder/81003.e", "old.tar", {"81003 3 old.tar/folder/81003.e "}},
+        {"bsdtar -czf all.tgz" + files, "all.tgz", inFolder("all.tgz")},
+        {"bsdtar --xz -cf all" + files, "all", inFolder("all")},
+        {"bsdtar --zstd -cf all.zst ./folder/81003.e", "all.zst", {"81003 3 all.zst/folder/81003.e "}},
+        {"gzip -k 81001.e", "81001.e.gz", {"81001 10 81001.e "}},
+        {"(head -n 7 81001.e | gzip; tail -n +8 81001.e | gzip) >81005.gz", "81005.gz", {"81005 10 81005 "}},
+        {"bsdtar --format raw --xz -cf folder/81006.e.xz 81001.e", "folder/81006.e.xz", {"81006 10 folder/81006.e "}},
+        {"bsdtar --format raw --zstd -cf 81007.e.zst 81001.e", "81007.e.zst", {"81007 10 81007.e "}},
+        {"true", "- <81001.e", {"99999 10 standard input "}},
+        {"true", "- <81001.e.gz", {"99999 10 standard input "}},
+        {"true", "- 81001.e <all.zip",
+         [&] {
+             Lines lines = inFolder("standard input");
+             lines.push_back("81001 10 81001.e ");
+             return lines;
+         }()},
+        {"true",
+         "--fixed-rules all.tgz",
+         {"81004 5 all.tgz/folder/81004\xC3\xA9.e ", "81003 3 all.tgz/folder/81003.e ",
+          "99999 4 all.tgz/folder/MEME_44713_NAME1_0300000_x.e ", "81001 361 all.tgz/folder/81009.DCE "}},
+    };
+    for (const auto& [make, arguments, satellites] : cases) {
+        SCOPED_TRACE(make + "; info " + arguments);
+        ASSERT_EQ(shell(make).messages, "");
+        Lines messages;
+        int status = 0;
+        EXPECT_EQ(loadedBy(arguments, &messages, &status), satellites);
+        EXPECT_EQ(messages, Lines{});
+        EXPECT_EQ(status, 0);
+    }
+}
+
+TEST_F(Archives, SayWhatIsNotLoadedAndKeepTheRest) {
+    write("81003.e", ephemeris(20000));
+    write("81004.e", ephemeris(20000, 0.0, 61.0));
+    write("prose.txt", "Nothing of interest\n");
+    shell("yes | head -c 3000000 >large; bsdtar -czf two.tgz 81003.e 81004.e; gzip -k 81003.e; ln -s 81001.e link");
+    const std::string nested = ": error: an archive in an archive is not read";
+    const std::string large = ": error: larger than 2097152 bytes, the most that a file here may have";
+    struct Case {
+        std::string make, arguments;
+        Lines messages, satellites;
+    };
+    const Case cases[] = {
+        {"bsdtar -a -cf a.zip prose.txt 81001.e",
+         "a.zip",
+         {"a.zip/prose.txt: error: no ephemeris format recognised"},
+         {"81001 10 a.zip/81001.e "}},
+        {"true",
+         "--fixed-rules a.zip",
+         {"a.zip/prose.txt: error: no ephemeris recognised in this file, nor in any that its cards name"},
+         {"81001 10 a.zip/81001.e "}},
+        {"bsdtar -cf a.tar two.tgz 81001.e", "a.tar", {"a.tar/two.tgz" + nested}, {"81001 10 a.tar/81001.e "}},
+        {"gzip -k a.zip", "a.zip.gz", {"a.zip.gz" + nested}, {}},
+        {"gzip -c 81003.e.gz >twice", "twice", {"twice" + nested}, {}},
+        {"bsdtar --format zip --options zip:encryption=zipcrypt --passphrase x -cf e.zip 81001.e",
+         "e.zip",
+         {"e.zip/81001.e: error: it is encrypted"},
+         {}},
+        {"bsdtar -cf l.tar link 81001.e",
+         "l.tar",
+         {"l.tar/link: error: not a regular file"},
+         {"81001 10 l.tar/81001.e "}},
+        {"bsdtar -a -cf large.zip large 81001.e",
+         "--max-member 2M large.zip",
+         {"large.zip/large" + large},
+         {"81001 10 large.zip/81001.e "}},
+        {"gzip large", "--max-member 2M large.gz 81001.e", {"large" + large}, {"81001 10 81001.e "}},
+        {"true", "--max-member 2M - 81001.e <large.gz", {"standard input" + large}, {"81001 10 81001.e "}},
+        {"head -c $(($(wc -c <two.tgz) * 3 / 4)) two.tgz >cut.tgz",
+         "cut.tgz",
+         {"cut.tgz/81004.e: error: damaged: truncated gzip input"},
+         {"81003 20000 cut.tgz/81003.e "}},
+        {"true",
+         "- <cut.tgz",
+         {"standard input/81004.e: error: damaged: truncated gzip input"},
+         {"81003 20000 standard input/81003.e "}},
+        {"bsdtar -cf whole.tar 81003.e 81004.e; head -c $(($(wc -c <81003.e) + 9000)) whole.tar >cut.tar",
+         "cut.tar",
+         {"cut.tar/81004.e: error: damaged: Truncated tar archive"},
+         {"81003 20000 cut.tar/81003.e "}},
+        {"cp whole.tar bad.tar; printf x | dd of=bad.tar bs=1 conv=notrunc status=none seek=$((($(wc -c <81003.e) + "
+         "511) / 512 * 512 + 520))",
+         "bad.tar",
+         {"bad.tar: error: damaged: Damaged tar archive, after bad.tar/81003.e"},
+         {"81003 20000 bad.tar/81003.e "}},
+        {"gzip -c 81001.e >crc.gz; printf x | dd of=crc.gz bs=1 conv=notrunc status=none seek=$(($(wc -c <crc.gz) - "
+         "7))",
+         "crc.gz",
+         {"crc: error: damaged: the checksum is wrong"},
+         {}},
+        {"true", "- <crc.gz", {"standard input: error: damaged: the checksum is wrong"}, {}},
+        {"mkdir empty; bsdtar -a -cf empty.zip empty",
+         "empty.zip",
+         {"empty.zip: error: there is no file in this archive"},
+         {}},
+        {"gzip -c /dev/null >nothing.gz", "nothing.gz", {"nothing: error: no ephemeris format recognised"}, {}},
+        {"bzip2 -kc 81001.e >b || printf 'BZh91AY&SY' >b",
+         "b",
+         {"b: error: bzip2 is not read; gzip, xz, zstd, zip and tar are"},
+         {}},
+        {"true", "- </dev/null", {"standard input: error: no ephemeris format recognised"}, {}},
+        {"true", "- <folder", {"standard input: error: Is a directory"}, {}},
+    };
+    for (const auto& [make, arguments, expected, satellites] : cases) {
+        SCOPED_TRACE(make + "; info " + arguments);
+        ASSERT_EQ(shell(make).status, 0);
+        Lines messages;
+        int status = 0;
+        EXPECT_EQ(loadedBy(arguments, &messages, &status), satellites);
+        Lines prefixed;
+        for (const std::string& message : expected)
+            prefixed.push_back("vorlandi: " + message);
+        EXPECT_EQ(messages, prefixed);
+        EXPECT_EQ(status, 1);
+    }
+    EXPECT_EQ(run("info - 81001.e -").status, 2);
+    EXPECT_EQ(run("info 81001.e --max-member 0").status, 2);
+}
+
+TEST_F(Archives, FollowCardsToTheirOwnMembersOnly) {
+    write("folder/81003.e", ephemeris(3));
+    write("folder/near.card",
+          "#VORLANDI = first\nEPHFIL = 81003.e\nEPHFIL = 81001.e\n#vorlandi=second \r\nEPHFIL = nothere.e\n"
+          "EPHFIL = ../81002.itc\n");
+    write("nothere.e", ephemeris(2));
+    shell("bsdtar -a -cf a.zip folder 81001.e 81002.itc");
+    Lines messages;
+    int status = 0;
+    const Lines satellites = {"81003 3 a.zip/folder/81003.e first", "81001 10 a.zip/81001.e ",
+                              "81002 2 a.zip/81002.itc second"};
+    EXPECT_EQ(loadedBy("a.zip", &messages, &status), satellites);
+    EXPECT_EQ(messages, Lines{"vorlandi: a.zip/folder/near.card:5: error: nothere.e is not in this archive"});
+    EXPECT_EQ(status, 1);
+    EXPECT_EQ(loadedBy("- 81001.e <folder/near.card", &messages, &status), Lines{"81001 10 81001.e "});
+    ASSERT_EQ(messages.size(), 4U);
+    EXPECT_EQ(messages[0], "vorlandi: standard input:2: error: 81003.e: cards on standard input are not followed");
+}
+
+}  // namespace
+}  // namespace vorlandi::cli_tests
