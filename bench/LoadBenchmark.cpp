@@ -16,10 +16,10 @@ namespace {
 
 using Path = std::filesystem::path;
 
-void load(benchmark::State& state, const Path& path, std::int64_t points) {
+void loadBy(benchmark::State& state, const Path& path, std::int64_t points, std::int32_t options) {
     emptyStore();
     for (auto _ : state) {
-        const std::int32_t status = VorlanLoadFile(path.c_str());
+        const std::int32_t status = VorlanLoadFileExt(path.c_str(), options, 0, nullptr, nullptr);
         state.PauseTiming();
         const bool loaded = status == 0 && pointsInStore() == points;
         emptyStore();
@@ -29,6 +29,12 @@ void load(benchmark::State& state, const Path& path, std::int64_t points) {
             break;
         }
     }
+}
+
+void load(benchmark::State& state, const Path& path, std::int64_t points) { loadBy(state, path, points, 0); }
+
+void loadPractical(benchmark::State& state, const Path& path, std::int64_t points) {
+    loadBy(state, path, points, VORLAN_LOAD_PRACTICAL);
 }
 
 // The pass that looks for cards, over a file that has none.
@@ -158,8 +164,12 @@ const bool added = [] {
     }
     add("readIntoMemory", readIntoMemory, "DCE_BINARY", 100'000);
     add("cardPass", cardPass, "STK", 100'000);
-    const std::pair<const char*, Pass> passes[] = {
-        {"load", load}, {"cardPass", cardPass}, {"readBytes", readBytes}, {"fromChars", fromChars}};
+    add("loadPractical", loadPractical, "STK", 100'000);
+    const std::pair<const char*, Pass> passes[] = {{"load", load},
+                                                   {"loadPractical", loadPractical},
+                                                   {"cardPass", cardPass},
+                                                   {"readBytes", readBytes},
+                                                   {"fromChars", fromChars}};
     for (const auto& [name, pass] : passes) {
         add(name, pass, "STK", 1'000'000);
     }

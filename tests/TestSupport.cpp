@@ -101,14 +101,14 @@ Vorlanrecord storedRecord(std::int64_t key) {
     return record ? *record : Vorlanrecord{};
 }
 
-Loaded load(std::string_view text, std::string_view fileName) {
+Loaded load(std::string_view text, std::string_view fileName, ReadingRules rules) {
     resetStore();
     const LogCapture log;
     InputUnit unit(memorySource(text));
     InputTag tag;
     Loaded loaded;
-    Load load;
-    loaded.status = ReadOnlyVorlans(unit, {fileName}, tag, load);
+    Load load(LoadRequest{rules});
+    loaded.status = load.statusWith(ReadOnlyVorlans(unit, {fileName}, tag, load));
     loaded.keys.resize(static_cast<std::size_t>(vorlangetnumoftreenodes()));
     std::int32_t count = 0;
     vorlangettreekeys(count, loaded.keys.data(), 2);

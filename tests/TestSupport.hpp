@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "CoreServices/InputUnits.hpp"
+#include "Vorlandi/VorlandiCardReading/ReadingRules.hpp"
 #include "Vorlandi/VorlandiTypes.hpp"
 
 namespace vorlandi::testing {
@@ -103,7 +104,7 @@ struct Loaded {
 };
 
 // Reads a text as the file `fileName` in one ephemeris pass, into an empty store that is emptied again.
-Loaded load(std::string_view text, std::string_view fileName = "test.txt");
+Loaded load(std::string_view text, std::string_view fileName = "test.txt", ReadingRules rules = ReadingRules::fixed());
 
 // A unit whose bytes arrive in pieces of at most `piece`, and fail after `failAt`.
 InputUnit slowUnit(std::string bytes, std::size_t piece, std::size_t failAt = SIZE_MAX);

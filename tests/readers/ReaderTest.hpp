@@ -42,11 +42,11 @@ inline Lines put(Lines lines, std::size_t line, std::string_view text) {
 }
 inline Lines cut(const Lines& lines, std::ptrdiff_t count) { return {lines.begin(), lines.begin() + count}; }
 
-inline Loaded loadLines(const Lines& lines, std::string_view fileName) {
+inline Loaded loadLines(const Lines& lines, std::string_view fileName, ReadingRules rules = ReadingRules::fixed()) {
     std::string text;
     for (const std::string& line : lines)
         text += line + '\n';
-    return load(text, fileName);
+    return load(text, fileName, rules);
 }
 
 using State = std::array<double, 7>;  // time, position, velocity

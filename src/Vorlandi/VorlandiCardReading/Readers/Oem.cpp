@@ -5,5 +5,4 @@ std::int32_t ReadOEM(BlockInput& input, Vorlanrecord&) { return blockFailed(inpu
 std::int32_t ReadModifiedITC(BlockInput& input, Vorlanrecord&) {
     return blockFailed(input, "ReadModifiedITC", "Not written yet.");
 }
-std::int32_t ReadSTK(BlockInput& input, Vorlanrecord& record) { return ReadDotE(input, record); }
 }  // namespace vorlandi
