@@ -217,8 +217,12 @@ const bool added = [] {
     }
     add("readIntoMemory", readIntoMemory, "DCE_BINARY", 100'000);
     add("cardPass", cardPass, "STK", 100'000);
-    const std::pair<const char*, Pass> passes[] = {
-        {"load", load<loadByFixedRules>}, {"cardPass", cardPass}, {"readBytes", readBytes}, {"fromChars", fromChars}};
+    add("loadPractical", load<loadPractically>, "STK", 100'000);
+    const std::pair<const char*, Pass> passes[] = {{"load", load<loadByFixedRules>},
+                                                   {"loadPractical", load<loadPractically>},
+                                                   {"cardPass", cardPass},
+                                                   {"readBytes", readBytes},
+                                                   {"fromChars", fromChars}};
     for (const auto& [name, pass] : passes) {
         add(name, pass, "STK", 1'000'000);
     }

@@ -102,6 +102,8 @@ ROWS = [
     load("DCE_BINARY", 100_000, "reading it into new memory", "readIntoMemory", None),
     load("STK", 1_000_000, "from_chars", "fromChars", "<= 1.6"),
     load("STK", 1_000_000, "reading the file", "readBytes", None),
+    *[(f"load STK by the practical rules, {points:,} points", f"loadPractical/STK/{points}", "speed",
+       "by the fixed rules", f"load/STK/{points}", "speed", "<= 1.1") for points in (100_000, 1_000_000)],
     ("card pass, STK, 1,000,000 points", "cardPass/STK/1000000", "time", "the whole load", "load/STK/1000000",
      "time", "< 0.1"),
     ("load in two threads", "loadInThreads/2", "gain", "in one thread", "loadInThreads/1", "gain", ">= 1.8"),

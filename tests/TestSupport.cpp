@@ -107,7 +107,7 @@ Loaded load(std::string_view text, std::string_view fileName, ReadingRules rules
     InputUnit unit(memorySource(text));
     InputTag tag;
     Loaded loaded;
-    Load load{LoadRequest{rules}};
+    Load load(LoadRequest{rules});
     loaded.status = load.statusWith(ReadOnlyVorlans(unit, {fileName}, tag, load));
     loaded.keys.resize(static_cast<std::size_t>(vorlangetnumoftreenodes()));
     std::int32_t count = 0;

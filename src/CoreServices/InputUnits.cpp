@@ -252,6 +252,7 @@ ReadOutcome InputUnit::readLine(std::size_t maxColumns, std::string_view& line) 
     const bool endsWithReturn = feed != nullptr && !isCut && size > 0 && next_[size - 1] == '\r';
     if (endsWithReturn) --size;
     line = {next_, std::min(size, maxColumns)};
+    lastLine_ = next_;
     next_ = feed != nullptr ? feed + 1 : end_;
     ++lineNumber_;
     return ReadOutcome::Success;

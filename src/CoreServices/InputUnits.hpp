@@ -44,6 +44,12 @@ public:
     // Returns Error after a failed read or rewind, EndOfData at the end of the file; the line is then empty.
     ReadOutcome readLine(std::size_t maxColumns, std::string_view& line);
 
+    // Hands the line read last out again at the next read. Only right after it was read.
+    void unreadLine() noexcept {
+        next_ = lastLine_;
+        --lineNumber_;
+    }
+
     // Skips lines ahead in which none of the marks occurs. Cheap and approximate: checks each buffer once and skips
     // nothing if a mark occurs in it. With `count` the lines count as read, which takes longer.
     void skipLinesWithout(std::string_view marks, bool count = false);
@@ -79,8 +85,9 @@ private:
 
     std::unique_ptr<ByteSource> source_;
     std::unique_ptr<char[]> buffer_;
-    const char* next_ = nullptr;  // first byte not handed out yet
-    const char* end_ = nullptr;   // one past the last byte in the buffer
+    const char* next_ = nullptr;      // first byte not handed out yet
+    const char* end_ = nullptr;       // one past the last byte in the buffer
+    const char* lastLine_ = nullptr;  // beginning of the line read last
     std::int64_t lineNumber_ = 0;
     std::int64_t bytesRead_ = 0;  // since the unit was opened or rewound
     std::int64_t size_ = 0;       // of the file, as far as it has ever been read

@@ -66,6 +66,7 @@ const Example kExamples[] = {
     {"81001_vector.txt", 81001, kEci, k10Decimals, "ReadVecEph"},
     {"81001_simobs.txt", 81001, kEci, k13Decimals, "ReadSimObs"},
     {"81001_modified_itc.txt", 81001, kJ2k, k17Digits, "ReadModifiedITC", true},
+    {"81001_oem.txt", 81001, kJ2k, k17Digits, "ReadOEM", true},
 };
 
 // Integrated states between the points, and at the first and the last one.

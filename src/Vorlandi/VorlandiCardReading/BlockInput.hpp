@@ -65,6 +65,9 @@ public:
         return outcome;
     }
 
+    // Leaves the line read last to the next block. Only right after it was read.
+    void unreadLine() noexcept { unit_.unreadLine(); }
+
     // The line to blame for what goes wrong now. At first it is the header; then the line read last, or, if it could
     // not be read, the empty one after the last; a reader of groups sets it to the first line of a group.
     const ReadPlace& place() const noexcept { return place_; }

@@ -37,77 +37,108 @@ void BlockRecords::drop(const ReadPlace& place) {
 void BlockRecords::takeLate(const Vorlanstate& state, const PointCovariance* covariance, const Vorlanrecord& record,
                             const ReadPlace& place) {
     const std::int32_t count = record.numberOfPoints();
-    const bool hasSeam = !seams_.empty() && seams_.back().after == count;
     const bool sameTime = state.time == record.points.lastTime();
-    const Vorlanstate& last = hasSeam ? seams_.back().point : record.points.state(count - 1);
-    if (sameTime && sameState(state, last)) return drop(place);
-    // The point after a seam has to be later.
-    if (hasSeam) {
+    if (!seams_.empty() && seams_.back().after == count) {
+        if (sameTime && sameState(state, seams_.back().point)) return drop(place);
+        // The point after a seam has to be later.
         drop(seams_.back().line.placeIn(place.fileName));
         seams_.pop_back();
     }
-    if (!sameTime) return drop(place);
-    seams_.push_back({count, {state, covariance != nullptr ? *covariance : PointCovariance{}}, KeptLine(place)});
+    if (!sameTime || sameState(state, record.points.state(count - 1))) return drop(place);
+    const bool hasOwn = covariance != nullptr;
+    seams_.push_back({count, {state, hasOwn ? *covariance : PointCovariance{}}, KeptLine(place), hasOwn});
 }
+
+namespace {
+
+// The index of the first point at a time or after it.
+std::int32_t firstFrom(const PointArray& points, double time) noexcept {
+    const Vorlanstate* const states = points.states();
+    const auto* const found =
+        std::lower_bound(states, states + points.count(), time - kSameTime,
+                         [](const Vorlanstate& state, double wanted) { return state.time < wanted; });
+    return static_cast<std::int32_t>(found - states);
+}
+
+}  // namespace
 
 std::int32_t BlockRecords::indexAt(const PointArray& points, double time) noexcept {
-    const Vorlanstate* const states = points.states();
-    const std::int32_t count = points.count();
-    if (nextCovered_ >= count || !isAt(states[nextCovered_].time, time)) {
-        const Vorlanstate* const found =
-            std::lower_bound(states, states + count, time - kSameTime,
-                             [](const Vorlanstate& state, double wanted) { return state.time < wanted; });
-        nextCovered_ = static_cast<std::int32_t>(found - states);
-        if (nextCovered_ >= count || !isAt(states[nextCovered_].time, time)) return -1;
+    const auto isThere = [&] { return nextAsked_ < points.count() && isAt(points.state(nextAsked_).time, time); };
+    if (!isThere() || (nextAsked_ > 0 && isAt(points.state(nextAsked_ - 1).time, time))) {
+        nextAsked_ = firstFrom(points, time);
+        if (!isThere()) return -1;
     }
-    return nextCovered_++;
+    return nextAsked_++;
 }
 
-const BlockRecords::Seam* BlockRecords::seamAfter(std::int32_t count) const noexcept {
-    const auto found =
-        std::find_if(seams_.begin(), seams_.end(), [=](const Seam& seam) { return seam.after == count; });
-    return found != seams_.end() ? &*found : nullptr;
+BlockRecords::Seam* BlockRecords::seamAfter(std::int32_t count) noexcept {
+    const auto found = std::lower_bound(seams_.begin(), seams_.end(), count,
+                                        [](const Seam& seam, std::int32_t wanted) { return seam.after < wanted; });
+    return found != seams_.end() && found->after == count ? &*found : nullptr;
 }
 
-// Cuts come in the order of time: a cut is made after so many points, with the point that opens the next part.
-std::vector<BlockRecords::Part> BlockRecords::divide(const PointArray& points, std::string_view fileName) {
-    struct Cut {
-        std::int32_t after;
-        std::optional<Vorlanpoint> opening;
-        bool isSeam;
-    };
-    std::vector<Cut> cuts;
+// Where a part ends: after so many points, at a time. Another point may open the next part.
+struct BlockRecords::Cut {
+    std::int32_t after;
+    double time;
+    std::optional<Vorlanpoint> opening;
+    const Seam* seam;  // whose cut this is, null for a boundary's
+};
+
+void BlockRecords::cutAtBoundaries(const PointArray& points, std::string_view fileName, std::vector<Cut>& cuts) {
+    std::stable_sort(boundaries_.begin(), boundaries_.end(),
+                     [](const Boundary& a, const Boundary& b) { return a.time < b.time; });
     const std::int32_t count = points.count();
-    for (const auto& [time, line] : boundaries_) {
-        const Vorlanstate* const states = points.states();
-        const auto* const found =
-            std::lower_bound(states, states + count, time - kSameTime,
-                             [](const Vorlanstate& state, double wanted) { return state.time < wanted; });
-        const auto index = static_cast<std::int32_t>(found - states);
-        if (index < count && isAt(found->time, time)) {
-            const Seam* const second = seamAfter(index + 1);
-            if (second == nullptr && (index == 0 || index + 1 == count)) continue;  // at an end of the points
-            cuts.push_back({index + 1, second != nullptr ? second->point : points[index], false});
-        } else if (index > 0 && index < count) {
-            tracelogerror(MessageText(kPracticalLoader)
-                          << ": " << fileName << ":" << line.number
-                          << ": no point at a segment boundary; the record is divided there.");
-            cuts.push_back({index, std::nullopt, false});
+    const auto isPointAt = [&](std::int32_t index, double time) {
+        return index < count && isAt(points.state(index).time, time);
+    };
+    const Boundary* last = nullptr;
+    for (const Boundary& boundary : boundaries_) {
+        const double time = boundary.time;
+        if (last != nullptr && isAt(last->time, time)) continue;
+        last = &boundary;
+        const std::int32_t index = firstFrom(points, time);
+        if (!isPointAt(index, time)) {
+            if (index == 0 || index == count) continue;
+            tracelogerror(MessageText(kPracticalLoader) << ": " << fileName << ":" << boundary.line
+                                                        << ": no point at a segment boundary; the record is divided "
+                                                           "there.");
+            cuts.push_back({index, time, std::nullopt, nullptr});
+        } else if (const Seam* const second = seamAfter(index + 1); second != nullptr) {
+            cuts.push_back({index + 1, time, second->point, nullptr});
+        } else if (isPointAt(index + 1, time)) {
+            cuts.push_back({index + 1, time, std::nullopt, nullptr});
+        } else if (index > 0 && index + 1 < count) {
+            cuts.push_back({index + 1, time, points[index], nullptr});
         }
     }
-    for (const Seam& seam : seams_)
-        cuts.push_back({seam.after, seam.point, true});
-    // At the same place a boundary comes before a seam, which it has used.
-    std::stable_sort(cuts.begin(), cuts.end(), [](const Cut& a, const Cut& b) { return a.after < b.after; });
+}
 
+std::vector<BlockRecords::Part> BlockRecords::divide(const PointArray& points, std::string_view fileName) {
+    std::vector<Cut> cuts;
+    cutAtBoundaries(points, fileName, cuts);
+    // A boundary at a seam has used its point.
+    const auto isUsed = [&, boundaries = cuts.size()](const Seam& seam) {
+        const auto end = cuts.begin() + static_cast<std::ptrdiff_t>(boundaries);
+        const auto found = std::lower_bound(cuts.begin(), end, seam.point.time - kSameTime,
+                                            [](const Cut& cut, double wanted) { return cut.time < wanted; });
+        return found != end && found->after == seam.after && isAt(found->time, seam.point.time);
+    };
+    for (const Seam& seam : seams_) {
+        if (!isUsed(seam)) cuts.push_back({seam.after, seam.point.time, seam.point, &seam});
+    }
+    std::stable_sort(cuts.begin(), cuts.end(), [](const Cut& a, const Cut& b) { return a.time < b.time; });
+
+    const std::int32_t count = points.count();
     std::vector<Part> parts = {{std::nullopt, 0, count}};
     for (const Cut& cut : cuts) {
         Part& last = parts.back();
-        if (parts.size() > 1 && cut.after == last.first) continue;
-        if (cut.isSeam && (cut.after == count || last.countUpTo(cut.after) < kFewestPointsBeforeSeam)) {
-            drop(seamAfter(cut.after)->line.placeIn(fileName));
+        const std::int32_t before = last.countUpTo(cut.after);
+        if (cut.seam != nullptr && (cut.after == count || before < kFewestPointsBeforeSeam)) {
+            drop(cut.seam->line.placeIn(fileName));
             continue;
         }
+        if (before == 0) continue;  // two boundaries between the same points
         last.end = cut.after;
         parts.push_back({cut.opening, cut.after, count});
     }

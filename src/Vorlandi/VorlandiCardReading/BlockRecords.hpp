@@ -4,7 +4,8 @@
 // 1. A point that is not later than the last one is dropped, unless it could be a seam: the same time, another state,
 //    after at least four points. A seam begins the next record if the next point is later.
 // 2. A boundary, a time that the file names, divides the record in any case. A point there closes one record and opens
-//    the next; if there are two, the first closes and the second opens.
+//    the next; if there are two, the first closes and the second opens. There is nothing to divide at the first
+//    point and before it, nor at the last one and after it.
 #pragma once
 
 #include <cstdint>
@@ -28,21 +29,24 @@ public:
     void takeLate(const Vorlanstate& state, const PointCovariance* covariance, const Vorlanrecord& record,
                   const ReadPlace& place);
 
-    void addBoundary(double time, const ReadPlace& place) { boundaries_.push_back({time, KeptLine(place)}); }
+    void addBoundary(double time, const ReadPlace& place) { boundaries_.push_back({time, place.number}); }
 
     // Gives the points at a time their covariance: `covarianceOf(state, covariance)` sets it, or returns false if that
-    // state can have none. False if there is no point at that time, or none that can have one.
+    // state can have none. Of two covariances at the time of two points, the second is that of the second point. False
+    // if there is no point at that time, or none that can have one, or they have theirs already.
     template <class CovarianceOf>
     bool cover(Vorlanrecord& record, double time, CovarianceOf covarianceOf) {
+        PointArray& points = record.points;
+        const std::int32_t index = indexAt(points, time);
+        if (index < 0) return false;
         PointCovariance covariance;
-        bool covered = false;
-        if (const std::int32_t index = indexAt(record.points, time); index >= 0) {
-            covered = covarianceOf(record.points.state(index), covariance);
-            if (covered) record.points.setCovariance(index, covariance);
-        }
-        for (Seam& seam : seams_) {
-            if (!isAt(seam.point.time, time) || !covarianceOf(seam.point, covariance)) continue;
-            static_cast<PointCovariance&>(seam.point) = covariance;
+        const bool isFirst = points.covariances() == nullptr || !hasCovariance(points.covariances()[index]);
+        bool covered = isFirst && covarianceOf(points.state(index), covariance);
+        if (covered) points.setCovariance(index, covariance);
+        Seam* const seam = seamAfter(index + 1);
+        if (seam != nullptr && !seam->hasOwnCovariance && covarianceOf(seam->point, covariance)) {
+            static_cast<PointCovariance&>(seam->point) = covariance;
+            seam->hasOwnCovariance = !isFirst;
             covered = true;
         }
         return covered;
@@ -57,12 +61,14 @@ private:
         std::int32_t after;  // number of points in the record when it came
         Vorlanpoint point;
         KeptLine line;
+        bool hasOwnCovariance;  // not that of the point at the same time
     };
     struct Boundary {
         double time;
-        KeptLine line;
+        std::int64_t line;
     };
     struct Part;
+    struct Cut;
 
     static bool isAt(double a, double b) noexcept { return a - b <= kSameTime && b - a <= kSameTime; }
 
@@ -70,14 +76,15 @@ private:
     std::int32_t indexAt(const PointArray& points, double time) noexcept;
 
     void drop(const ReadPlace& place);
-    const Seam* seamAfter(std::int32_t count) const noexcept;
+    Seam* seamAfter(std::int32_t count) noexcept;
+    void cutAtBoundaries(const PointArray& points, std::string_view fileName, std::vector<Cut>& cuts);
     std::vector<Part> divide(const PointArray& points, std::string_view fileName);
 
-    std::vector<Seam> seams_;
+    std::vector<Seam> seams_;  // in the order of time, one at a time
     std::vector<Boundary> boundaries_;
     std::int64_t dropped_ = 0;
     std::int64_t firstDropped_ = 0;  // its line
-    std::int32_t nextCovered_ = 0;   // index after the point that was covered last
+    std::int32_t nextAsked_ = 0;     // index after the point that was asked for last
 };
 
 }  // namespace vorlandi

@@ -259,6 +259,4 @@ void OemBlock::storeSegments() {
 
 std::int32_t ReadOEM(BlockInput& input, Vorlanrecord& record) { return OemBlock(input, record).read(); }
 
-std::int32_t ReadSTK(BlockInput& input, Vorlanrecord& record) { return ReadDotE(input, record); }
-
 }  // namespace vorlandi

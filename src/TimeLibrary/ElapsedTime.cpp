@@ -1,0 +1,43 @@
+#include "TimeLibrary/ElapsedTime.hpp"
+
+#include <cmath>
+#include <limits>
+
+namespace vorlandi {
+namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+// An epoch in days has lost up to 0.2 microseconds: offsets that reach a step to within this are at it.
+constexpr double kRoundingOfEpoch = 5e-7;  // s
+
+const LeapStep& stepBefore(const LeapStep& step, const LeapTable& table) noexcept {
+    return table.atUtc(std::nextafter(step.day, -kInfinity));
+}
+
+}  // namespace
+
+ElapsedTime::ElapsedTime(double epochUTC, const LeapTable& table) noexcept
+    : epoch_(epochUTC), table_(table), taiMinusUtc_(table.atUtc(epochUTC).taiMinusUtc) {
+    enter(table.atUtc(epochUTC));
+}
+
+void ElapsedTime::enter(const LeapStep& step) noexcept {
+    const auto secondsTo = [this](const LeapStep& next) {
+        return (next.day - epoch_) * 86400.0 + (next.taiMinusUtc - taiMinusUtc_) - kRoundingOfEpoch;
+    };
+    step_ = &step;
+    leapSeconds_ = step.taiMinusUtc - taiMinusUtc_;
+    // The value of the first step also holds before it.
+    from_ = &stepBefore(step, table_) == &step ? -kInfinity : secondsTo(step);
+    end_ = step.nextDay == kInfinity ? kInfinity : secondsTo(table_.atUtc(step.nextDay));
+}
+
+void ElapsedTime::moveTo(double seconds) noexcept {
+    while (seconds < from_)
+        enter(stepBefore(*step_, table_));
+    while (seconds >= end_)
+        enter(table_.atUtc(step_->nextDay));
+}
+
+}  // namespace vorlandi

@@ -1,0 +1,32 @@
+// Times that a file counts in elapsed seconds from an epoch: UTC of (TAI of the epoch plus the offset). Where no leap
+// second lies between, that is epoch + offset / 86400 to the last bit.
+#pragma once
+
+#include "TimeLibrary/LeapSeconds.hpp"
+
+namespace vorlandi {
+
+class ElapsedTime {
+public:
+    explicit ElapsedTime(double epochUTC, const LeapTable& table = leapTable()) noexcept;
+
+    // Ds50UTC. A time inside a leap second continues the old day.
+    double utcAt(double seconds) noexcept {
+        if (!(seconds >= from_ && seconds < end_)) [[unlikely]]
+            moveTo(seconds);
+        return epoch_ + (seconds - leapSeconds_) / 86400.0;
+    }
+
+private:
+    void enter(const LeapStep& step) noexcept;
+    void moveTo(double seconds) noexcept;
+
+    double epoch_;
+    const LeapTable& table_;
+    double taiMinusUtc_;        // at the epoch
+    const LeapStep* step_;      // the step in force from from_ to end_
+    double from_, end_;         // elapsed seconds
+    double leapSeconds_ = 0.0;  // between the epoch and this span
+};
+
+}  // namespace vorlandi

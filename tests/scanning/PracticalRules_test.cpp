@@ -1,0 +1,376 @@
+// The practical rules beside the fixed ones: what the same bytes give by either; the options of the loading functions;
+// and that without options nothing differs from VorlanLoadFile.
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <limits>
+#include <random>
+#include <set>
+#include <sstream>
+
+#include "CoreServices/LocalDate.hpp"
+#include "Vorlandi/VorlandiCardReading/ReadingRules.hpp"
+#include "Vorlandi/VorlandiTree.hpp"
+#include "scanning/ReadEvents.hpp"
+
+namespace vorlandi::testing {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+std::string joined(const Lines& lines) {
+    std::string text;
+    for (const std::string& line : lines)
+        text += line + "\n";
+    return text;
+}
+
+// What is stored, in the order of loading: satellite number and number of points.
+Lines stored() {
+    std::vector<std::int64_t> keys(static_cast<std::size_t>(VorlanGetCount()));
+    if (!keys.empty()) VorlanGetLoaded(2, keys.data());
+    Lines lines;
+    for (const std::int64_t key : keys) {
+        const Vorlanrecord record = storedRecord(key);
+        lines.push_back(std::to_string(record.satNum) + ":" + std::to_string(record.numberOfPoints()));
+    }
+    return lines;
+}
+
+class PracticalRules : public StoreTest {
+protected:
+    struct Outcome {
+        std::int32_t status;
+        Lines records, messages;
+    };
+
+    // Messages without the folder of the file.
+    Outcome load(const std::string& path, std::int32_t options) {
+        VorlanRemoveAllSats();
+        log.clear();
+        const std::int32_t status = VorlanLoadFileExt(path.c_str(), options, 0, nullptr, nullptr);
+        Lines messages = log.errors();
+        const std::string directory = folder.path("");
+        for (std::string& message : messages) {
+            if (const auto at = message.find(directory); at != std::string::npos) message.erase(at, directory.size());
+        }
+        return {status, stored(), messages};
+    }
+
+    TemporaryFolder folder;
+};
+
+// Blocks of STK, which ends before the file.
+std::string stk(const Lines& states, const std::string& unit = "Kilometers", const std::string& system = "J2000") {
+    Lines lines = {"stk.v.1", "ScenarioEpoch 31 Jan 2026 0:00:00", "DistanceUnit " + unit, "CoordinateSystem " + system,
+                   "EphemerisTimePosVel"};
+    lines.insert(lines.end(), states.begin(), states.end());
+    lines.push_back("end Ephemeris");
+    return joined(lines);
+}
+
+std::string withCommas(const Lines& lines) {
+    return "KQ_UNIVERSAL_VORLANDI_V1.0   5         HCSRL     CSV\n" + joined(lines);
+}
+
+// The first lines of an example, with a text written over one of them from a column on; both are counted from 1.
+std::string example(const std::string& name, std::size_t count, std::size_t edited = 1, std::size_t column = 1,
+                    const std::string& by = "") {
+    std::istringstream file(readFile(std::string(VORLANDI_EXAMPLES "/") + name));
+    Lines lines(count);
+    for (std::string& line : lines)
+        std::getline(file, line);
+    lines.at(edited - 1).replace(column - 1, by.size(), by);
+    return joined(lines);
+}
+
+// The first five points of the binary example, with a double in the third one replaced.
+std::string binaryWith(std::size_t offsetInPayload, double value) {
+    constexpr std::size_t kHeader = 128, kPoint = 112, kCount = 4;
+    std::string bytes = readFile(VORLANDI_EXAMPLES "/81001.dce").substr(0, kHeader + 5 * kPoint);
+    std::array<char, sizeof value> text{};
+    std::memcpy(text.data(), &value, sizeof value);
+    std::reverse(text.begin(), text.end());
+    return bytes.replace(kHeader + 2 * kPoint + kCount + offsetInPayload, sizeof value, text.data(), sizeof value);
+}
+
+TEST_F(PracticalRules, GiveTheSameBytesAnotherOutcomeThanTheFixedOnes) {
+    const Lines two = {"0 7000 1 2 3 4 5", "60 7001 1 2 3 4 5"}, later = {"120 7002 1 2 3 4 5"};
+    const std::string bad = "*** ReadKQUniversalVorlan : Bad ephemeris data. ***";
+    const std::string four =
+        "26031000000.000,1,2,3,4,5,6\n26031000100.000,1,2,3,4,5,6\n"
+        "26031000200.000,1,2,3,4,5,6\n26031000300.000,1,2,3,4,5,6\n";
+    const std::string seam = "26031000300.000,1,2,3,4,5,7\n26031000400.000,1,2,3,4,5,7\n";
+    folder.write("10007.e", stk(two));
+    const Lines badRecord = {"*** ReadDCEBinary : Bad ephemeris data. ***",
+                             "ReadDCEBinary: f.dce:6: a number in this record is not finite"};
+    const double infinity = std::numeric_limits<double>::infinity();
+    const std::string lch = example("81001_lch.txt", 15, 14, 1, "26399"),
+                      simObs = example("81001_simobs.txt", 4, 2, 76, "LLH");
+    const auto lineOf = [](const std::string& text, int number) {
+        std::istringstream lines(text);
+        std::string line;
+        while (number-- > 0)
+            std::getline(lines, line);
+        return std::string(trimmed(line));
+    };
+    const std::string longName = "MEME_44713_NAME_2541200_Operational_1465603200_UNCLASSIFIED.e";
+    std::set<Rule> shown;
+    const struct {
+        Rule rule;
+        std::string name, bytes;
+        Outcome fixed, practical;
+    } cases[] = {
+        {Rule::UnrecognisedFileFails,
+         "f",
+         "nothing\n",
+         {0, {}, {}},
+         {2, {}, {"VorlanLoadFileExt: No ephemeris format recognised in f."}}},
+        {Rule::BlockIsRecord,
+         "10005.e",
+         stk(two) + stk(later, "Kilometers", "Fixed"),
+         {0, {"10005:2", "10005:3"}, {}},
+         {0, {"10005:2", "10005:1"}, {}}},
+        {Rule::FailedBlockIsRefused,
+         "10005.e",
+         stk(two) + stk(two, "Miles") + stk(later),
+         {2, {"10005:2"}, {"*** ReadDotE: Invalid distance unit. Only meters and kilometers are supported. ***"}},
+         {2,
+          {"10005:2", "10005:1"},
+          {"ReadSTK: 10005.e:11: DistanceUnit Miles is not read; Meters, Kilometers are.", "DistanceUnit Miles",
+           "*** ReadSTK: Invalid distance unit. ***"}}},
+        {Rule::SeamBeginsRecord, "f", withCommas({four + seam}), {0, {"5:5"}, {}}, {0, {"5:4", "5:2"}, {}}},
+        {Rule::DroppedPointsAreCounted,
+         "f",
+         withCommas({four, four}),
+         {0, {"5:4"}, {}},
+         {0,
+          {"5:4"},
+          {"VorlanLoadFileExt: f:7: 4 points dropped, the first of them here: not later than the point "
+           "before."}}},
+        {Rule::ValuesAreFinite, "f.dce", binaryWith(24, infinity), {0, {"81001:5"}, {}}, {0, {"81001:4"}, badRecord}},
+        {Rule::TimesAreFinite, "f.dce", binaryWith(16, infinity), {0, {"81001:3"}, {}}, {0, {"81001:4"}, badRecord}},
+        {Rule::TimesAreFinite, "f.dce", binaryWith(16, NAN), {0, {"81001:4"}, {}}, {0, {"81001:4"}, badRecord}},
+        {Rule::DatesExist,
+         "f",
+         lch,
+         {0, {"81001:4"}, {}},
+         {0,
+          {"81001:4"},
+          {"*** ReadLCH : Bad ephemeris data. ***", "ReadLCH: f:14: there is no such date or time", lineOf(lch, 14)}}},
+        {Rule::FramesAreCartesian,
+         "f",
+         simObs,
+         {0, {"81001:1"}, {}},
+         {2,
+          {},
+          {"ReadSimObs: f:2: LLH and SEN are not cartesian coordinates", lineOf(simObs, 2),
+           "*** ReadSimObs: Invalid Coordinate system. ***"}}},
+        {Rule::MissingFileFails,
+         "fleet",
+         "EPHFIL = no-such-file\nEPHFIL = " + folder.path("10007.e") + "\n",
+         {0, {"10007:2"}, {}},
+         {2, {"10007:2"}, {"VorlanLoadFileExt: fleet:1: no-such-file: No such file or directory."}}},
+        {Rule::NamesBesideCard, "fleet", "EPHFIL = 10007.e\n", {0, {}, {}}, {0, {"10007:2"}, {}}},
+        {Rule::ExponentWithoutLetter,
+         "f",
+         withCommas({four, "26031000400.000,1.5+1,2,3,4,5,6"}),
+         {0, {"5:4"}, {bad, "26031000400.000,1.5+1,2,3,4,5,6"}},
+         {0, {"5:5"}, {}}},
+        {Rule::NumberFromLongName, longName, stk(two), {0, {"99999:2"}, {}}, {0, {"44713:2"}, {}}},
+        {Rule::NumberFromLongName, "123456789x.e", stk(two), {0, {"12345:2"}, {}}, {0, {"123456789:2"}, {}}},
+        {Rule::NumberFromLongName, "MEME_x_NAME.e", stk(two), {0, {"99999:2"}, {}}, {0, {"99999:2"}, {}}},
+    };
+    for (const auto& [rule, name, bytes, fixed, practical] : cases) {
+        SCOPED_TRACE(bytes);
+        const std::string path = folder.write(name, bytes);
+        for (const auto& [options, expected] :
+             {std::pair(0, fixed), std::pair(int(VORLAN_LOAD_PRACTICAL), practical)}) {
+            const Outcome outcome = load(path, options);
+            EXPECT_EQ(outcome.status, expected.status) << options;
+            EXPECT_EQ(outcome.records, expected.records) << options;
+            EXPECT_EQ(outcome.messages, expected.messages) << options;
+        }
+        shown.insert(rule);
+    }
+    EXPECT_EQ(shown.size(), std::size(kPracticalRules)) << "every rule has its case";
+}
+
+TEST_F(PracticalRules, AreOnThePageOfFormatsWordForWord) {
+    const std::string page = readFile(VORLANDI_DOCS "/formats.md"), begin = "<!-- rules: begin -->\n";
+    std::string table = "| what | fixed rules | practical rules |\n|---|---|---|\n";
+    for (const auto& [rule, subject, fixed, practical] : kPracticalRules) {
+        for (const std::string_view cell : {subject, fixed, practical})
+            table += "| " + std::string(cell) + " ";
+        table += "|\n";
+    }
+    const auto at = page.find(begin);
+    ASSERT_NE(at, std::string::npos);
+    EXPECT_EQ(page.substr(at + begin.size(), page.find("<!-- rules: end -->") - at - begin.size()), table);
+}
+
+class LoadOptions : public PracticalRules {
+protected:
+    struct Counted {
+        std::int32_t status;
+        std::int64_t count;
+        std::vector<std::int64_t> keys;
+    };
+    static Counted loadFile(const std::string& path, std::int32_t options, std::int64_t capacity = 3) {
+        Counted result{0, -7, {-7, -7, -7}};
+        result.status = VorlanLoadFileExt(path.c_str(), options, capacity, result.keys.data(), &result.count);
+        return result;
+    }
+
+    const std::string two = stk({"0 7000 1 2 3 4 5", "60 7001 1 2 3 4 5"});
+};
+
+TEST_F(LoadOptions, TellTheKeysOfWhatTheCallStoredInItsOrder) {
+    const std::string fleet = folder.write("10009.e", two + "EPHFIL = " + folder.write("10003.e", two) + "\n" +
+                                                          "EPHFIL = " + folder.write("10005.e", two) + "\n");
+    for (const std::int32_t options : {0, int(VORLAN_LOAD_PRACTICAL)}) {
+        VorlanRemoveAllSats();
+        const Counted all = loadFile(fleet, options);
+        EXPECT_EQ(std::tuple(all.status, all.count), std::tuple(0, 3));
+        EXPECT_EQ(stored(), (Lines{"10003:2", "10005:2", "10009:2"}));
+        EXPECT_EQ(all.keys, (std::vector{VorlanGetSatKey(10003), VorlanGetSatKey(10005), VorlanGetSatKey(10009)}));
+        VorlanRemoveAllSats();
+        const Counted first = loadFile(fleet, options, 1);
+        EXPECT_EQ(std::tuple(first.status, first.count), std::tuple(0, 3));
+        EXPECT_EQ(first.keys, (std::vector<std::int64_t>{all.keys[0], -7, -7}));
+        VorlanRemoveAllSats();
+        std::int64_t count = -7;
+        EXPECT_EQ(VorlanLoadFileExt(fleet.c_str(), options, 3, nullptr, &count), 0);
+        EXPECT_EQ(count, 3);
+        const Counted again = loadFile(fleet, options);
+        EXPECT_EQ(std::tuple(again.status, again.count, again.keys[0]), std::tuple(options == 0 ? 0 : 2, 0, -7))
+            << "duplicates";
+    }
+}
+
+TEST_F(LoadOptions, DmaKeysKeepEqualSatellitesSideBySide) {
+    const std::string path = folder.write("10009.e", two);
+    const Counted first = loadFile(path, VORLAN_LOAD_DMA_KEYS), second = loadFile(path, VORLAN_LOAD_DMA_KEYS),
+                  ordinary = loadFile(path, 0);
+    EXPECT_EQ(first.count + second.count + ordinary.count, 3);
+    EXPECT_EQ(VorlanGetCount(), 3);
+    EXPECT_NE(first.keys[0], second.keys[0]);
+    VorlanRemoveAllSats();
+    EXPECT_EQ(VorlanLoadFile(path.c_str()), 0);
+    EXPECT_EQ(ordinary.keys[0], VorlanGetSatKey(10009)) << "the key modes of the process stay";
+}
+
+TEST_F(LoadOptions, WithoutCardsTheyAreReportedAndNotFollowed) {
+    const std::string fleet = folder.write("10009.e", "EPHFIL = " + folder.write("10003.e", two) + "\n" + two);
+    ReadEvents events(log);
+    EXPECT_EQ(loadFile(fleet, VORLAN_LOAD_NO_CARDS).status, 0);
+    EXPECT_EQ(stored(), Lines{"10009:2"});
+    EXPECT_EQ(events.heard.at(0), "5|10009.e:1|" + folder.path("10003.e"));
+}
+
+TEST_F(LoadOptions, AreCheckedBeforeAnythingIsRead) {
+    const std::string path = folder.write("9.e", two);
+    EXPECT_EQ(loadFile(path, 16).status, 2);
+    EXPECT_EQ(loadFile(path, -1).status, 2);
+    EXPECT_EQ(loadFile(path, 0, -1).status, 2);
+    EXPECT_EQ(loadFile(path, 16).count, 0);
+    const auto fromBytes = [](const void* bytes, std::int64_t size, std::int32_t options, std::int64_t capacity = 0) {
+        std::int64_t count = -7;
+        const std::int32_t status = VorlanLoadBytes(bytes, size, "9.e", options, capacity, nullptr, &count);
+        EXPECT_EQ(count, 0);
+        return status;
+    };
+    EXPECT_EQ(fromBytes(two.data(), -1, 0), 2);
+    EXPECT_EQ(fromBytes(two.data(), 5, 16), 2);
+    EXPECT_EQ(fromBytes(two.data(), 5, 0, -1), 2);
+    EXPECT_EQ(fromBytes(nullptr, 1, 0), 2);
+    EXPECT_EQ(log.infos(), Lines{});
+    EXPECT_EQ(fromBytes(nullptr, 0, 0), 0);
+    EXPECT_EQ(fromBytes(nullptr, 0, VORLAN_LOAD_PRACTICAL), 2) << "nothing recognised";
+    EXPECT_EQ(loadFile(folder.path("none"), 0).status, ENOENT);
+    EXPECT_EQ(VorlanGetCount(), 0);
+}
+
+// Everything that a load does, as text.
+class SameAsBefore : public PracticalRules {
+protected:
+    SameAsBefore() {
+        setClock([]() -> std::time_t { return 1769860800; });
+    }
+    ~SameAsBefore() override { setClock(nullptr); }
+
+    template <class Load>
+    Lines traceOf(Load load) {
+        VorlanRemoveAllSats();
+        log.clear();
+        ReadEvents events(log);
+        Lines trace = {std::to_string(load())};
+        for (const Lines& part : {log.errors(), log.infos(), events.heard, stored()}) {
+            trace.push_back("--");
+            trace.insert(trace.end(), part.begin(), part.end());
+        }
+        VorlanTree::ascending(vorlantreeroot(), [&](const Vorlanbintree& node) {
+            const Vorlanrecord record = storedRecord(node.key);
+            std::string& bytes = trace.emplace_back(fieldstostr(record).view());
+            for (std::int32_t k = 0; k < record.numberOfPoints(); ++k) {
+                const Vorlanpoint point = record.points[k];
+                bytes.append(reinterpret_cast<const char*>(&point), sizeof point);
+            }
+        });
+        return trace;
+    }
+
+    bool isSame(const std::string& path, const std::string& bytes) {
+        const auto size = static_cast<std::int64_t>(bytes.size());
+        const Lines before = traceOf([&] { return VorlanLoadFile(path.c_str()); });
+        return before == traceOf([&] { return VorlanLoadFileExt(path.c_str(), 0, 0, nullptr, nullptr); }) &&
+               before ==
+                   traceOf([&] { return VorlanLoadBytes(bytes.data(), size, path.c_str(), 0, 0, nullptr, nullptr); });
+    }
+};
+
+// Some bytes of the beginning changed, a line cut or left out, or two exchanged.
+std::string mutated(const std::string& text, std::mt19937_64& random) {
+    constexpr std::size_t kLines = 30;
+    std::istringstream file(text);
+    Lines lines;
+    for (std::string line; lines.size() < kLines && std::getline(file, line);)
+        lines.push_back(line);
+    const auto any = [&](std::size_t count) { return static_cast<std::size_t>(random() % count); };
+    for (std::size_t times = 1 + any(3); times > 0; --times) {
+        std::string& line = lines[any(lines.size())];
+        switch (any(4)) {
+            case 0:
+                line.resize(any(line.size() + 1));
+                break;
+            case 1:
+                std::swap(line, lines[any(lines.size())]);
+                break;
+            case 2:
+                line += "\n" + lines[any(lines.size())];
+                break;
+            default:
+                if (!line.empty()) line[any(line.size())] = " .-,/x09"[any(8)];
+        }
+    }
+    return joined(lines);
+}
+
+TEST_F(SameAsBefore, WithoutOptionsNothingDiffersFromVorlanLoadFile) {
+    std::mt19937_64 random(testSeed());
+    int files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(VORLANDI_EXAMPLES)) {
+        const std::string whole = readFile(entry.path().string()), name = entry.path().filename().string();
+        EXPECT_TRUE(isSame(entry.path().string(), whole)) << name;
+        for (int k = 0; k < 20; ++k, ++files) {
+            const std::string bytes = mutated(whole, random);
+            EXPECT_TRUE(isSame(folder.write(name, bytes), bytes)) << bytes;
+        }
+    }
+    EXPECT_GE(files, 300);
+}
+
+}  // namespace
+}  // namespace vorlandi::testing
