@@ -1,8 +1,8 @@
 // Loads ephemerides from compressed files and archives (gzip, xz, zstd, zip and tar) without unpacking them to disk.
 //
 // Each member is loaded from memory under the name "archive/member"; a compressed single file under its own name
-// without .gz, .xz or .zst. Cards in a member name other members, beside it or from the top of the archive: they set the tags
-// of these members, which are loaded anyway.
+// without .gz, .xz or .zst. Cards in a member name other members, beside it or from the top of the archive: they set
+// the tags of these members, which are loaded anyway.
 #pragma once
 
 #include <cstdint>
