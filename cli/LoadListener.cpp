@@ -301,6 +301,7 @@ void LoadListener::handleMessageAboutBadLine(std::string_view message) {
     const auto explained = reason.empty() ? reasonIn(message, place.file, place.line) : std::nullopt;
     if (explained) {
         reason = *explained;
+        if (reason.ends_with('.')) reason.pop_back();
         // No line follows.
         if (awaitsDetail && place.format == kBinaryFormat) reportUnreadable("");
     } else if (awaitsDetail) {

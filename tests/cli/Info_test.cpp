@@ -113,7 +113,7 @@ TEST_F(Info, FindsGapsByTheMedianOfTheThirtyOneStepsAroundThem) {
         EXPECT_EQ(columns("81001.e", kLeast, kLeast + 3), c.expected);
     }
     write("81001.e", ephemerisAt({0, 60, 120}, "31 Dec 2016 23:59:00.000"));
-    EXPECT_EQ(columns("81001.e", kLeast, kLeast + 3), "60,60.5,61,0") << "a leap second is counted";
+    EXPECT_EQ(columns("--fixed-rules 81001.e", kLeast, kLeast + 3), "60,60.5,61,0") << "a leap second is counted";
 }
 
 TEST_F(Info, TellsWhetherAllPointsHaveVelocitiesAndCovariances) {
