@@ -16,8 +16,8 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kFooter =
-    R"(least, median and largest are the seconds between neighbouring points, to the microsecond. A gap is a step that is
-longer than three times the median of the 31 steps around it: states within it can be far off. velocities and
+    R"(least, median and largest are the seconds between neighbouring points, to the microsecond. A gap is a step that
+is longer than three times the median of the 31 steps around it: states within it can be far off. velocities and
 covariances say whether all points have them, some or none; between points without velocities (all zero) states are
 also far off. The tag is the text that a card file gives the satellite it names next.
 

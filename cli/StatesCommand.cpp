@@ -15,8 +15,8 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kFooter =
-    R"(Positions are km, velocities km/s, in the frame of the ephemeris. Without times all stored points are printed; with
---from or --to alone, the stored points in that range; with --step, states at from, from + step, ... up to and
+    R"(Positions are km, velocities km/s, in the frame of the ephemeris. Without times all stored points are printed;
+with --from or --to alone, the stored points in that range; with --step, states at from, from + step, ... up to and
 including the end. A step counts seconds of the UTC clock. A time that misses the first or last point by less than a
 microsecond means that point. States in gaps between the points (see vorlandi info --help) can be far off: a warning
 says how many there are.

@@ -121,7 +121,8 @@ std::optional<double> compactTime(const CompactText& date) noexcept {
     return ds50Of(parts);
 }
 
-// The usual text of compactTime, read without a look for blanks: digits alone, to the millisecond. Nothing for any other.
+// The usual text of compactTime, read without a look for blanks: digits alone, to the millisecond. Nothing for any
+// other.
 template <std::size_t kYearWidth>
 std::optional<double> usualTime(const char* text) noexcept {
     constexpr std::size_t kPoint = kYearWidth + 9;

@@ -1,5 +1,5 @@
-// Epochs as messages write them: YYYY-MM-DDTHH:MM:SS.SSS or YYYY-DDDTHH:MM:SS.SSS with any number of decimals, in a named
-// time scale. A Z may follow.
+// Epochs as messages write them: YYYY-MM-DDTHH:MM:SS.SSS or YYYY-DDDTHH:MM:SS.SSS with any number of decimals, in a
+// named time scale. A Z may follow.
 #pragma once
 
 #include <optional>

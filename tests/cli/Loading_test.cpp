@@ -49,31 +49,38 @@ TEST_F(Loading, SaysOfEveryFaultInWhichFileAndLineItIs) {
         {"missing.e", {"missing.e: error: No such file or directory"}},
         {"'\x1b]0;\x9B.e'", {"?]0;?.e: error: No such file or directory"}},
         {"folder", {"folder: error: Is a directory"}},
-        {"--fixed-rules prose.txt", {"prose.txt: error: no ephemeris recognised in this file, nor in any that its cards name"}},
+        {"--fixed-rules prose.txt", {"prose.txt: error: no ephemeris recognised in this file, "
+         "nor in any that its cards name"}},
         {"orbits.sp3", {"orbits.sp3: error: no ephemeris format recognised; it seems to hold SP3"}},
         {"prose.card", {"prose.txt: error: no ephemeris format recognised"}},
         {"heights.txt", {"heights.txt:2: error: SIMOBS data refused: LLH and SEN are not cartesian coordinates"}},
-        {"date.txt", {"date.txt:4: error: unreadable as OASYS data (there is no such date or time): " + split(contentsOf(file("date.txt"))).at(3)}},
+        {"date.txt", {"date.txt:4: error: unreadable as OASYS data (there is no such date or time): "
+         + split(contentsOf(file("date.txt"))).at(3)}},
         {"prose.txt", {"prose.txt: error: no ephemeris format recognised"}},
         {"''", {"error: a file name that is empty or ends with a blank can't be loaded"}},
         {"'81001.e '", {"81001.e : error: a file name that is empty or ends with a blank can't be loaded"}},
         {std::string(513, 'x'), {std::string(513, 'x') + ": error: the file name is too long"}},
-        {"./81001.e", {"./81001.e:1: error: not stored: 81001.e already has satellite 81001 with the same frame and first time"}},
+        {"./81001.e",
+         {"./81001.e:1: error: not stored: 81001.e already has satellite 81001 with the same frame and first time"}},
         {"81005.e", {"81005.e:6: error: unreadable as STK data (a line of EphemerisTimePosVel has 7 numbers): ?[2J"}},
         {"81006.e", {"81006.e:4: error: unreadable as STK data (a line of EphemerisTimePos has 4 numbers): x",
                      "81006.e:1: error: recognised as STK data, but without points"}},
         {"comma.txt", {"comma.txt:363: error: unreadable as UNIVERSAL data: no comma"}},
         {"--fixed-rules moon.e", {"moon.e:3: error: STK data refused: Invalid file. CentralBody is not Earth."}},
         {"--fixed-rules moon.card", {"moon.e:3: error: STK data refused: Invalid file. CentralBody is not Earth."}},
-        {"words.card", {"word.txt:1: error: not stored: the satellite number could not be read, or the first time is not in the years 1950 to 2199"}},
-        {"letter.txt", {"letter.txt:3: error: unreadable as DCE_TEXT data, the format recognised at line 2: Dear all,"}},
+        {"words.card", {"word.txt:1: error: not stored: the satellite number could not be read, "
+         "or the first time is not in the years 1950 to 2199"}},
+        {"letter.txt", {"letter.txt:3: error: unreadable as DCE_TEXT data, "
+         "the format recognised at line 2: Dear all,"}},
         {"number.txt", {"number.txt:2: error: recognised as DCE_TEXT data, but without points"}},
         {"81001.DCE", {"81001.DCE, record 5: error: not a readable record of DCE_BINARY data"}},
         {"fleet.card", {"fleet.card:2: error: nothere.e: No such file or directory",
                         "fleet.card:3: error: folder: Is a directory",
                         "fleet.card:4: error: /dev/null: not a regular file"}},
         {"folder/far.card", {"folder/far.card:1: error: near: No such file or directory"}},
-        {"--fixed-rules folder/near.card", {"folder/near.card:1: error: near.e: No such file or directory (there is folder/near.e, but by the fixed rules names on "
+        {"--fixed-rules folder/near.card",
+         {"folder/near.card:1: error: near.e: No such file or directory (there is folder/near.e, "
+         "but by the fixed rules names on "
                               "cards are relative to the current directory)"}}}) {
         // clang-format on
         const Outcome info = run("info 81001.e --format csv " + name);

@@ -113,11 +113,13 @@ TEST_F(Output, LeavesAFileAsItWasIfItCannotBeCompleted) {
     for (const auto& [command, message] : std::initializer_list<std::pair<std::string, std::string>>{
         {"ulimit -f 1; vorlandi states 81001.e --step 1 -o kept", "kept: error: File too large\n"},
         {"ulimit -f 1; vorlandi save kept $(printf './%.0s' $(seq 250))81001.e", "kept: error: File too large\n"},
-        {"gzip -k 81001.e; vorlandi save kept 81001.e.gz - <81002.itc", "kept: error: not written: there is nothing to write\n"},
+        {"gzip -k 81001.e; vorlandi save kept 81001.e.gz - <81002.itc",
+         "kept: error: not written: there is nothing to write\n"},
         {"vorlandi states missing.e -o kept", "kept: error: not written: there is nothing to write\n"},
         {"vorlandi info missing.e -o kept", "kept: error: not written: there is nothing to write\n"},
         {"vorlandi save kept missing.e", "kept: error: not written: there is nothing to write\n"},
-        {"vorlandi states 81001.e --at 2025-01-01T00:00:00 -o kept", "kept: error: not written: there is nothing to write\n"}}) {
+        {"vorlandi states 81001.e --at 2025-01-01T00:00:00 -o kept",
+         "kept: error: not written: there is nothing to write\n"}}) {
         // clang-format on
         const Outcome failed = shell(command);
         EXPECT_EQ(failed.status, 1) << command;

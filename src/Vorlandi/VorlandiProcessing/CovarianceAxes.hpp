@@ -12,8 +12,8 @@ enum class CovarianceAxes {
 };
 
 // Turns a covariance from the axes of a state into those of its frame. The position, mixed and velocity blocks turn
-// alike; no rate of the axes is added. False, and the covariance is as it was, if the axes are undefined: if r and u are
-// parallel, |r x u| < 1e-9 |r| |u|, or not finite. In a rotating frame u is the velocity plus that of the frame.
+// alike; no rate of the axes is added. False, and the covariance is as it was, if the axes are undefined: if r and u
+// are parallel, |r x u| < 1e-9 |r| |u|, or not finite. In a rotating frame u is the velocity plus that of the frame.
 bool turnToFrame(const Vorlanstate& state, bool rotatingFrame, CovarianceAxes axes,
                  PointCovariance& covariance) noexcept;
 
