@@ -54,7 +54,7 @@ public:
         return status != kSuccess || complete_ ? status : std::int32_t{kFailure};
     }
 
-    const LoadRequest request;
+    const LoadRequest request{};
     StoredKeys stored;
     std::int64_t lastKey = kNoKey;  // what adding the last record returned, 0 for a refused duplicate
 
