@@ -75,7 +75,7 @@ TEST(CovarianceAxes, TurnsIntoTheFrameAsDefinedAndBack) {
         }
         PointCovariance given;
         std::generate(std::begin(given.cov), std::end(given.cov), [&] { return between(random); });
-        for (std::size_t element : {9, 13, 14, 18, 19, 20})  // velocities are known a thousand times better
+        for (const std::size_t element : {9u, 13u, 14u, 18u, 19u, 20u})  // velocities are known a thousand times better
             given.cov[element] *= 1e-6;
         for (const bool rotating : {false, true}) {
             for (const CovarianceAxes axes : {CovarianceAxes::Uvw, CovarianceAxes::Tnw}) {

@@ -42,7 +42,7 @@ class BlockInput {
 public:
     BlockInput(InputUnit& unit, std::string_view headerLine, std::string_view fileName,
                ReadingRules rules = ReadingRules::fixed(), RecordSink* sink = nullptr)
-        : unit_(unit), sink_(sink), place_{fileName, unit.lineNumber(), {}}, header_(place_.number), rules_(rules) {
+        : unit_(unit), sink_(sink), place_{fileName, unit.lineNumber(), {}}, rules_(rules) {
         headerLine_ = headerLine;
         place_.line = headerLine_;
     }
@@ -138,7 +138,6 @@ private:
     RecordSink* sink_;
     InlineChars<kEphemerisColumns> headerLine_;
     ReadPlace place_;
-    std::int64_t header_;  // line
     ReadingRules rules_;
     BlockRecords records_;
 };
