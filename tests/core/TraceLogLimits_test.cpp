@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "CoreServices/OutputUnits.hpp"
+#include "CoreServices/Sanitized.hpp"
 #include "CoreServices/TraceLog.hpp"
 #include "TestSupport.hpp"
 
@@ -85,7 +86,7 @@ TEST(TraceLogDeathTest, WorksInAChildOfForkWhateverOtherThreadsDo) {
     closeTraceFile();
 }
 
-#if !defined(__SANITIZE_ADDRESS__)  // which stops the process itself when memory is short
+#if !VORLANDI_SANITIZED  // AddressSanitizer stops the process itself when memory is short
 
 void* volatile lastBlock;  // so that no allocation is optimised away
 
