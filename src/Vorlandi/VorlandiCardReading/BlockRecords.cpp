@@ -26,6 +26,9 @@ struct BlockRecords::Part {
     std::int32_t end;
 
     std::int32_t countUpTo(std::int32_t index) const noexcept { return index - first + (opening ? 1 : 0); }
+    double firstTime(const PointArray& points) const noexcept {
+        return opening ? opening->time : points.state(first).time;
+    }
 };
 
 void BlockRecords::drop(const ReadPlace& place) {
@@ -82,7 +85,8 @@ struct BlockRecords::Cut {
     std::int32_t after;
     double time;
     std::optional<Vorlanpoint> opening;
-    const Seam* seam;  // whose cut this is, null for a boundary's
+    const Seam* seam;  // whose point that is, null for any other
+    bool isBoundary;
 };
 
 void BlockRecords::cutAtBoundaries(const PointArray& points, std::string_view fileName, std::vector<Cut>& cuts) {
@@ -103,13 +107,13 @@ void BlockRecords::cutAtBoundaries(const PointArray& points, std::string_view fi
             tracelogerror(MessageText(kPracticalLoader) << ": " << fileName << ":" << boundary.line
                                                         << ": no point at a segment boundary; the record is divided "
                                                            "there.");
-            cuts.push_back({index, time, std::nullopt, nullptr});
+            cuts.push_back({index, time, std::nullopt, nullptr, true});
         } else if (const Seam* const second = seamAfter(index + 1); second != nullptr) {
-            cuts.push_back({index + 1, time, second->point, nullptr});
+            cuts.push_back({index + 1, time, second->point, second, true});
         } else if (isPointAt(index + 1, time)) {
-            cuts.push_back({index + 1, time, std::nullopt, nullptr});
+            cuts.push_back({index + 1, time, std::nullopt, nullptr, true});
         } else if (index > 0 && index + 1 < count) {
-            cuts.push_back({index + 1, time, points[index], nullptr});
+            cuts.push_back({index + 1, time, points[index], nullptr, true});
         }
     }
 }
@@ -125,7 +129,7 @@ std::vector<BlockRecords::Part> BlockRecords::divide(const PointArray& points, s
         return found != end && found->after == seam.after && isAt(found->time, seam.point.time);
     };
     for (const Seam& seam : seams_) {
-        if (!isUsed(seam)) cuts.push_back({seam.after, seam.point.time, seam.point, &seam});
+        if (!isUsed(seam)) cuts.push_back({seam.after, seam.point.time, seam.point, &seam, false});
     }
     std::stable_sort(cuts.begin(), cuts.end(), [](const Cut& a, const Cut& b) { return a.time < b.time; });
 
@@ -134,8 +138,10 @@ std::vector<BlockRecords::Part> BlockRecords::divide(const PointArray& points, s
     for (const Cut& cut : cuts) {
         Part& last = parts.back();
         const std::int32_t before = last.countUpTo(cut.after);
-        if (cut.seam != nullptr && (cut.after == count || before < kFewestPointsBeforeSeam)) {
-            drop(cut.seam->line.placeIn(fileName));
+        // Two records that begin at the same time would be duplicates.
+        const bool isAtFirst = cut.opening && before == 1 && last.firstTime(points) == cut.opening->time;
+        if (cut.isBoundary ? isAtFirst : cut.after == count || before < kFewestPointsBeforeSeam) {
+            if (cut.seam != nullptr) drop(cut.seam->line.placeIn(fileName));
             continue;
         }
         if (before == 0) continue;  // two boundaries between the same points

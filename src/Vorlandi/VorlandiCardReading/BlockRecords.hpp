@@ -5,7 +5,7 @@
 //    after at least four points. A seam begins the next record if the next point is later.
 // 2. A boundary, a time that the file names, divides the record in any case. A point there closes one record and opens
 //    the next; if there are two, the first closes and the second opens. There is nothing to divide at the first
-//    point and before it, nor at the last one and after it.
+//    point of a record and before it, nor at the last one and after it.
 #pragma once
 
 #include <cstdint>
