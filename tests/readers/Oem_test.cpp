@@ -196,7 +196,7 @@ TEST(ReadOEM, SkipsABadLine) {
          {2}},
         {"epochs out of order",
          put(kGood, 11, "2024-03-02T00:00:00 1 2 3 4 5 6"),
-         {"!15 no point at the epoch of the covariance",
+         {"!15 no state without a covariance at this epoch",
           "VorlanLoadFileExt: test.txt:12: 2 points dropped, the first of them here: not later than the point before."},
          {1}},
     };
@@ -211,7 +211,7 @@ TEST(ReadOEM, SkipsABadLine) {
 TEST(ReadOEM, GivesCovariancesToThePointsOfTheirEpoch) {
     const Lines states = cut(kGood, 14), stop = {"COVARIANCE_STOP"};
     const std::string noon = "2024-03-01T12:00:00", early = "2024-03-01T00:00:00",
-                      noPoint = "no point at the epoch of the covariance";
+                      noPoint = "no state without a covariance at this epoch";
     const std::string fewer = "the covariance of this epoch has fewer than 21 numbers";
     const auto row = [](int size) {
         return "row " + std::to_string(size) + " of a covariance has " + std::to_string(size) +
@@ -228,6 +228,7 @@ TEST(ReadOEM, GivesCovariancesToThePointsOfTheirEpoch) {
              "6\nCOVARIANCE_STOP"),
          {"*** ReadOEM : Bad ephemeris data. ***", "ReadOEM: test.txt:12: " + noPoint, "EPOCH = 2024-03-01T12:00:00"},
          {2}},
+        {"a second one", states + matrix(noon) + matrix(noon, "RTN") + stop, {"!22 " + noPoint}, {2}},
         {"too short", put(kGood, 21, ""), {"!15 " + fewer}, {2}},
         {"too short, before one without a point",
          cut(kGood, 16) + matrix("2024-03-01T06:00:00") + stop,

@@ -107,7 +107,7 @@ void OemCovariances::attach() {
         input_.blame(epochLine_, epochLineNumber_);
         input_.skipBadLine(reader_,
                            hasPoint ? "position and velocity of the point at this epoch are parallel and have no axes"
-                                    : "no point at the epoch of the covariance");
+                                    : "no state without a covariance at this epoch");
     }
     reset();
 }
