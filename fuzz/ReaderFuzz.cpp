@@ -1,6 +1,7 @@
-// One text reader over any lines, without store. VORLANDI_FUZZ_HEADER is the first line of the format's
-// example file; the reader is the one that this line selects, by the fixed rules or else by the practical ones. An
-// input that brings a header line of its own for the same reader is read with that.
+// One text reader over any lines, without store. VORLANDI_FUZZ_HEADER is the first line of the format's example file;
+// the reader is the one that this line selects: with VORLANDI_FUZZ_PRACTICAL by the practical rules, else by the fixed
+// ones or, if they have none, by the practical ones. An input that brings a header line of its own for the same reader
+// is read with that.
 #include "CoreServices/Status.hpp"
 #include "FuzzSupport.hpp"
 #include "Vorlandi/VorlandiCardReading/FormatDetection.hpp"
@@ -17,7 +18,11 @@ Reader readerOf(std::string_view line, ReadingRules rules) {
 }
 
 ReadingRules rulesOfHeader() {
+#ifdef VORLANDI_FUZZ_PRACTICAL
+    return ReadingRules::practical();
+#else
     return readerOf(kHeader, ReadingRules::fixed()) != nullptr ? ReadingRules::fixed() : ReadingRules::practical();
+#endif
 }
 
 // Takes the segments that a reader stores before the end of its block.

@@ -37,7 +37,8 @@ split_lines() {
 seeds_of() {
     case "$1" in
         reader_*)
-            for example in "$examples"/81001_"${1#reader_}"[._]*; do
+            local format=${1#reader_}
+            for example in "$examples"/81001_"${format%_practical}"[._]*; do
                 if [ -e "$example" ]; then cut_example "$example" "$2"; fi
             done
             if [ -e "$root/fuzz/seeds/$1.txt" ]; then cp "$root/fuzz/seeds/$1.txt" "$2"; fi

@@ -81,7 +81,7 @@ TEST(ReadModifiedITC, StoresPointsWithoutCovariancesWhoseAxesItDoesNotKnow) {
     noAxes.erase(noAxes.begin() + 3);
     struct AxesCase { const char* what; Lines lines; Lines errors; bool first, second; };
     const AxesCase cases[] = {
-        {"blanks around the name", put(kGood, 4, " UVW "), {}, true, true},
+        {"blanks and tabs around the name", put(kGood, 4, "\t UVW \t"), {}, true, true},
         {"other axes, told once", put(kGood, 4, "TNW"),
             {"ReadModifiedITC: test.txt:4: covariance axes TNW" + notRead}, false, false},
         {"nor is what follows them checked", put(put(kGood, 4, "TNW"), 7, "x"),

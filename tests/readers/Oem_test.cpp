@@ -9,7 +9,7 @@ namespace vorlandi::testing {
 namespace {
 
 // clang-format off
-const Lines kGood = {" ccsds_OEM_vers = 2.0", "CREATION_DATE = 2026-01-31T00:00:00", "ORIGINATOR = ANYBODY",
+const Lines kGood = {" \tccsds_OEM_vers = 2.0", "CREATION_DATE = 2026-01-31T00:00:00", "ORIGINATOR = ANYBODY",
     "META_START", "OBJECT_NAME = ALPHA 1", "OBJECT_ID = 25544", "CENTER_NAME = EARTH", "REF_FRAME = EME2000",
     "TIME_SYSTEM = UTC", "META_STOP", "COMMENT 1 = 2",
     "2024-03-01T00:00:00.000 7000 -1.5 .25 1 7.5 -.5",
@@ -196,7 +196,7 @@ TEST(ReadOEM, SkipsABadLine) {
          {2}},
         {"epochs out of order",
          put(kGood, 11, "2024-03-02T00:00:00 1 2 3 4 5 6"),
-         {"!15 no point at the epoch of the covariance",
+         {"!15 no state without a covariance at this epoch",
           "VorlanLoadFileExt: test.txt:12: 2 points dropped, the first of them here: not later than the point before."},
          {1}},
     };
@@ -211,7 +211,7 @@ TEST(ReadOEM, SkipsABadLine) {
 TEST(ReadOEM, GivesCovariancesToThePointsOfTheirEpoch) {
     const Lines states = cut(kGood, 14), stop = {"COVARIANCE_STOP"};
     const std::string noon = "2024-03-01T12:00:00", early = "2024-03-01T00:00:00",
-                      noPoint = "no point at the epoch of the covariance";
+                      noPoint = "no state without a covariance at this epoch";
     const std::string fewer = "the covariance of this epoch has fewer than 21 numbers";
     const auto row = [](int size) {
         return "row " + std::to_string(size) + " of a covariance has " + std::to_string(size) +
@@ -228,8 +228,21 @@ TEST(ReadOEM, GivesCovariancesToThePointsOfTheirEpoch) {
              "6\nCOVARIANCE_STOP"),
          {"*** ReadOEM : Bad ephemeris data. ***", "ReadOEM: test.txt:12: " + noPoint, "EPOCH = 2024-03-01T12:00:00"},
          {2}},
+        {"a second one", states + matrix(noon) + matrix(noon, "RTN") + stop, {"!22 " + noPoint}, {2}},
         {"too short", put(kGood, 21, ""), {"!15 " + fewer}, {2}},
+        {"too short, before one without a point",
+         cut(kGood, 16) + matrix("2024-03-01T06:00:00") + stop,
+         {"!15 " + fewer, "!17 " + noPoint},
+         {2}},
+        {"too short, before a bad epoch",
+         cut(kGood, 15) + Lines{"EPOCH = noon"} + stop,
+         {"!15 " + fewer, "!16 there is no such date or time"},
+         {2}},
         {"cut by the next segment", cut(kGood, 20) + segment("B", "2"), {"!15 " + fewer}, {2, 1}},
+        {"cut by a state",
+         cut(kGood, 20) + Lines{"2024-03-02T00:00:00 1 2 3 4 5 6", "2024-03-03T00:00:00 1 2 3 4 5 6"},
+         {"!15 " + fewer, "!21 a state before the COVARIANCE_STOP"},
+         {3}},
         {"a long row", put(kGood, 16, "1 2"), {"!16 " + row(1)}, {2}},
         {"a short row", put(kGood, 17, "2"), {"!17 " + row(2)}, {2}},
         {"a word in a row", put(kGood, 21, "1 2 3 4 5 x"), {"!21 " + row(6)}, {2}},

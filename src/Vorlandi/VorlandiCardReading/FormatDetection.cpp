@@ -66,7 +66,7 @@ bool hasText(std::string_view line, const TextAt& wanted) noexcept {
     return true;
 }
 
-bool isOemVersion(std::string_view line) noexcept { return hasText(leftAdjusted(line), at(1, "CCSDS_OEM_VERS")); }
+bool isOemVersion(std::string_view line) noexcept { return hasText(stripped(line), at(1, "CCSDS_OEM_VERS")); }
 
 bool hasTexts(std::string_view line, const LineTest& test) noexcept {
     return std::all_of(test.texts.begin(), test.texts.end(),

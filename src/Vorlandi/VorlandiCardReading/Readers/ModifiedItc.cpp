@@ -90,7 +90,7 @@ private:
     }
 
     void takeHeader(std::string_view line) {
-        if (++headerLines_ == kHeaderLines) endHeader(trimmed(line));
+        if (++headerLines_ == kHeaderLines) endHeader(stripped(line));
     }
 
     void endHeader(std::string_view axes) {

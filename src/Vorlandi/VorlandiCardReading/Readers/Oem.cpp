@@ -125,7 +125,10 @@ void OemBlock::readNumbers(std::string_view text) {
         case Section::States:
             return readPoint(text);
         case Section::Covariances:
-            return covariances_.takeRow(text);
+            if (text.find('T') == std::string_view::npos) return covariances_.takeRow(text);
+            covariances_.end();
+            section_ = Section::States;
+            return skip("a state before the COVARIANCE_STOP");
         case Section::Header:
             return skip("numbers before a META_START");
         case Section::Metadata:

@@ -79,8 +79,10 @@ void OemCovariances::takeRow(std::string_view text) {
 
 void OemCovariances::end() {
     if (!bad_ && epochLineNumber_ > 0) {
+        const ReadPlace place = input_.place();  // of the line that ends it
         input_.blame(epochLine_, epochLineNumber_);
         input_.skipBadLine(reader_, "the covariance of this epoch has fewer than 21 numbers");
+        input_.blame(place.line, place.number);
     }
     reset();
 }
@@ -105,7 +107,7 @@ void OemCovariances::attach() {
         input_.blame(epochLine_, epochLineNumber_);
         input_.skipBadLine(reader_,
                            hasPoint ? "position and velocity of the point at this epoch are parallel and have no axes"
-                                    : "no point at the epoch of the covariance");
+                                    : "no state without a covariance at this epoch");
     }
     reset();
 }
