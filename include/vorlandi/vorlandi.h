@@ -410,8 +410,7 @@ int32_t VorlanLoadFileExt(const char* fileName, int32_t options, int64_t capacit
  *   bytes     in   [size] the content, which may be released after the call; null with size 0 is an empty file
  *   size      in   bytes, 0 or more
  *   fileName  in   [512] the name that messages, the satellite number and the record's input file are made from; one
- *   that
- *                  ends in ".DCE" says that the content is binary. It is not opened.
+ *                  that ends in ".DCE" says that the content is binary. It is not opened.
  *   the rest       as in VorlanLoadFileExt
  *
  * Returns as VorlanLoadFileExt; 2 also for a negative size, or null bytes with a size.
