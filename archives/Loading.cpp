@@ -137,8 +137,10 @@ private:
             lastMember_ = memberName(pathOf(entry));
             ++members_;
             if (!takeMember(entry)) return;
+            archive_read_data_skip(archive_.get());
+            endOfMembers_ = archive_filter_bytes(archive_.get(), 0);
         }
-        if (status != ARCHIVE_EOF) {
+        if (status != ARCHIVE_EOF || lacksEndOfTar()) {
             isOver_ = true;
             client_.refused(request_.name, members_ == 0 ? damage() : damage() + ", after " + lastMember_);
         } else if (members_ == 0 && !isSingle()) {
@@ -225,6 +227,12 @@ private:
         return filters > kMostFilters || (isZip && filters == kMostFilters);
     }
 
+    // Blocks of zeros end a tar archive. libarchive takes the end of the file for its end, too.
+    bool lacksEndOfTar() const {
+        const bool isTar = (archive_format(archive_.get()) & ARCHIVE_FORMAT_BASE_MASK) == ARCHIVE_FORMAT_TAR;
+        return isTar && members_ > 0 && archive_filter_bytes(archive_.get(), 0) == endOfMembers_;
+    }
+
     // A name is kept as the bytes of the archive where they have no character set, else as UTF-8.
     std::string pathOf(archive_entry* entry) const {
         if (isSingle()) return "";
@@ -242,7 +250,7 @@ private:
 
     std::string damage() const {
         const char* const reason = archive_error_string(archive_.get());
-        return std::string("damaged: ") + (reason != nullptr ? reason : "unknown reason");
+        return std::string("damaged: ") + (reason != nullptr ? reason : "it ends too early");
     }
 
     std::string tooLarge() const {
@@ -258,7 +266,8 @@ private:
     std::vector<std::int64_t> keys_;
     std::string lastMember_;
     std::int64_t members_ = 0;
-    bool isOver_ = false;  // after damage, nothing more can be read
+    la_int64_t endOfMembers_ = 0;  // in the unpacked bytes of the archive
+    bool isOver_ = false;          // after damage, nothing more can be read
 };
 
 }  // namespace

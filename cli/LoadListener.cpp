@@ -88,7 +88,7 @@ constexpr std::string_view kDuplicateReason = "duplicate of ";
 constexpr std::string_view kOutOfRange = "number or first time out of range";
 
 constexpr std::string_view kBinaryFormat = "DCE_BINARY";
-constexpr std::string_view kFormatsNumberedByName[] = {"STK", "OASYS", "OWNER", "MODIFIED_ITC"};
+constexpr std::string_view kFormatsNumberedByName[] = {"STK", "OASYS", "OWNER", "OEM", "MODIFIED_ITC"};
 constexpr std::string_view kFormatsWithoutNumber[] = {"LAUNCH", "EELV", "J2K"};
 constexpr std::string_view kFormatsWithNumberAsText[] = {"DCE_TEXT", "OASYS"};
 

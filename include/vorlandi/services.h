@@ -159,7 +159,8 @@ enum {
  *
  *   event        what it is, and what the text then is:
  *                VORLAN_READ_FORMAT   a format was recognised: its name, one of UNIVERSAL, STK, V31, ECR, ITC,
- *                                     DCE_BINARY, DCE_TEXT, LAUNCH, EELV, LCH, OASYS, OWNER, J2K, VECTOR, SIMOBS, OEM
+ *                                     DCE_BINARY, DCE_TEXT, LAUNCH, EELV, LCH, OASYS, OWNER, J2K, VECTOR, SIMOBS,
+ *                                     OEM, MODIFIED_ITC
  *                VORLAN_READ_BAD      a line or group of lines is bad, or ends its block in an error: the line, of a
  *                                     group the first one, of a binary file nothing. The messages about it follow. A
  *                                     line that can't be read, or that is missing where the file ends in a header, is

@@ -26,6 +26,7 @@ static void checkServices(void) {
     const char* const name = "vorlandi_c99.txt";
     int32_t useAll, allMode, elsetMode, dupMode;
     int errors = 0, events[5] = {0, 0, 0, 0, 0};
+    int64_t key = 0, count = 0;
     void *handlerData = NULL, *observerData = NULL;
     VorlanTraceHandler handler = NULL;
     VorlanReadObserver observer = NULL;
@@ -66,6 +67,9 @@ static void checkServices(void) {
     VorlanGetReadObserver(NULL, &observerData);
     CHECK(observerData == NULL);
     CHECK(events[VORLAN_READ_FORMAT] == 1 && events[VORLAN_READ_STORED] == 1 && events[VORLAN_READ_BAD] == 0);
+    CHECK(VorlanLoadFileExt(name, VORLAN_LOAD_PRACTICAL | VORLAN_LOAD_DMA_KEYS, 1, &key, &count) == 0 && count == 1);
+    CHECK(VorlanRemoveSat(key) == 0);
+    CHECK(VorlanLoadBytes(NULL, 0, name, 0, 0, NULL, &count) == 0 && count == 0);
     CHECK(remove(name) == 0);
 }
 

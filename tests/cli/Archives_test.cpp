@@ -123,6 +123,10 @@ TEST_F(Archives, SayWhatIsNotLoadedAndKeepTheRest) {
          "cut.tar",
          {"cut.tar/81004.e: error: damaged: Truncated tar archive"},
          {"81003 20000 cut.tar/81003.e "}},
+        {"head -c $((($(wc -c <81003.e) + 511) / 512 * 512 + 512)) whole.tar >short.tar",
+         "short.tar",
+         {"short.tar: error: damaged: it ends too early, after short.tar/81003.e"},
+         {"81003 20000 short.tar/81003.e "}},
         {"cp whole.tar bad.tar; printf x | dd of=bad.tar bs=1 conv=notrunc status=none seek=$((($(wc -c <81003.e) + "
          "511) / 512 * 512 + 520))",
          "bad.tar",

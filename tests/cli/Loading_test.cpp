@@ -114,6 +114,13 @@ TEST_F(Loading, TellsWhyASatelliteIsADuplicate) {
         run("info old.e new.e").messages,
         "vorlandi: new.e" + refused + "; both are 99999 because neither file name begins with a satellite number\n");
     EXPECT_EQ(run("info old.e 99999.e").messages, "vorlandi: 99999.e" + refused + "\n");
+    const std::string oem =
+        "CCSDS_OEM_VERS = 2.0\nMETA_START\nCENTER_NAME = EARTH\nREF_FRAME = TEME\nTIME_SYSTEM = UTC\n"
+        "META_STOP\n2026-01-31T00:00:00 7000 1 2 3 4 5\n";
+    write("old.oem", oem);
+    write("new.oem", oem);
+    EXPECT_THAT(run("info old.oem new.oem").messages,
+                testing::EndsWith("; both are 99999 because neither file name begins with a satellite number\n"));
     EXPECT_THAT(run("info one.txt two.txt").messages,
                 testing::EndsWith("; LAUNCH data have no satellite number, so that all count as 99999\n"));
     const std::string eci = withLines(ephemeris(2), "Distance", "CoordinateSystem TEMEOfDate\n");
