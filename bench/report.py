@@ -31,7 +31,7 @@ NONE = (None, None, None)
 # If columns touch, from_chars reads runs of digits as one number and is not a lower limit.
 TOUCHING_COLUMNS = ("VECTOR", "SIMOBS")
 TEXT_FORMATS = ("UNIVERSAL", "UNIVERSAL_CSV", "STK", "V31", "ECR", "ECR_POSITIONS", "ITC", "ITC_WOCOV", "MODIFIED_ITC",
-                "DCE_TEXT", "LAUNCH", "EELV", "LCH", "OASYS", "OWNER", "J2K", "VECTOR", "SIMOBS")
+                "DCE_TEXT", "LAUNCH", "EELV", "LCH", "OASYS", "OWNER", "J2K", "VECTOR", "SIMOBS", "OEM")
 
 
 def query(title, name, limit, target=None):
