@@ -112,19 +112,6 @@ const std::vector<std::int64_t>& fillStore(std::int32_t satellites, std::int32_t
     return filledKeys;
 }
 
-std::int64_t pointsInStore() {
-    std::vector<std::int64_t> keys(static_cast<std::size_t>(VorlanGetCount()));
-    VorlanGetLoaded(3, keys.data());
-    std::int64_t sum = 0;
-    for (const std::int64_t key : keys) {
-        std::int32_t points = 0;
-        VorlanGetAllFields(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                           &points, nullptr);
-        sum += points;
-    }
-    return sum;
-}
-
 std::vector<double> randomTimes(std::int32_t points, std::size_t count) {
     std::mt19937_64 random(20260131);
     std::uniform_real_distribution<double> inside(kEpoch, kEpoch + (points - 1) * kSpacing_days);

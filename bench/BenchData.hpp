@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "PointsInStore.hpp"
 #include "Vorlandi/PointArray.hpp"
 #include "vorlandi/vorlandi.h"
 
@@ -33,9 +34,6 @@ void emptyStore();
 // Fills the store with satellites of `points` points each, one a minute, and nothing else. Returns their keys in the
 // order of adding. The store stays filled for repetitions; the keys are valid until it is emptied or filled otherwise.
 const std::vector<std::int64_t>& fillStore(std::int32_t satellites, std::int32_t points, bool withCovariance = true);
-
-// The number of points of all satellites.
-std::int64_t pointsInStore();
 
 // Times inside the span of `points` points, in random order; always the same ones.
 std::vector<double> randomTimes(std::int32_t points, std::size_t count = 65536);

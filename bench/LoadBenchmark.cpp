@@ -27,19 +27,22 @@ std::int32_t loadByFixedRules(const Path& path) { return VorlanLoadFile(path.c_s
 
 using LoadFunction = std::int32_t (*)(const Path&);
 
+// Empties the store, outside the measured time. False, with an error, if it doesn't hold this many points.
+bool emptyAfter(benchmark::State& state, std::int64_t points) {
+    state.PauseTiming();
+    const bool loaded = pointsInStore() == points;
+    emptyStore();
+    state.ResumeTiming();
+    if (!loaded) state.SkipWithError("not loaded");
+    return loaded;
+}
+
 template <LoadFunction kLoad>
 void load(benchmark::State& state, const Path& path, std::int64_t points) {
     emptyStore();
     for (auto _ : state) {
         const std::int32_t status = kLoad(path);
-        state.PauseTiming();
-        const bool loaded = status == 0 && pointsInStore() == points;
-        emptyStore();
-        state.ResumeTiming();
-        if (!loaded) {
-            state.SkipWithError("not loaded");
-            break;
-        }
+        if (!emptyAfter(state, status == 0 ? points : -1)) break;
     }
 }
 
@@ -125,14 +128,7 @@ void loadInThreads(benchmark::State& state) {
             for (std::size_t k = 0; k < paths.size(); ++k)
                 threads[k] = std::jthread([&path = paths[k]] { VorlanLoadFile(path.c_str()); });
         }
-        state.PauseTiming();
-        const bool loaded = pointsInStore() == count * kPoints;
-        emptyStore();
-        state.ResumeTiming();
-        if (!loaded) {
-            state.SkipWithError("not loaded");
-            break;
-        }
+        if (!emptyAfter(state, count * kPoints)) break;
     }
     state.SetBytesProcessed(state.iterations() * count *
                             static_cast<std::int64_t>(std::filesystem::file_size(paths[0])));
@@ -158,14 +154,7 @@ void loadDelivery(benchmark::State& state) {
                 });
             }
         }
-        state.PauseTiming();
-        const bool loaded = pointsInStore() == kDeliveryFiles * kDeliveryPoints;
-        emptyStore();
-        state.ResumeTiming();
-        if (!loaded) {
-            state.SkipWithError("not loaded");
-            break;
-        }
+        if (!emptyAfter(state, kDeliveryFiles * kDeliveryPoints)) break;
     }
     state.SetBytesProcessed(state.iterations() * bytes);
     state.SetItemsProcessed(state.iterations() * kDeliveryFiles * kDeliveryPoints);

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "PointsInStore.hpp"
 #include "vorlandi/vorlandi.h"
 
 namespace {
@@ -51,19 +52,6 @@ bool loadDelivery(const char* folder) {
     return true;
 }
 
-std::int64_t pointsInStore() {
-    std::vector<std::int64_t> keys(static_cast<std::size_t>(VorlanGetCount()));
-    if (!keys.empty()) VorlanGetLoaded(3, keys.data());
-    std::int64_t sum = 0;
-    for (const std::int64_t key : keys) {
-        std::int32_t points = 0;
-        VorlanGetAllFields(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                           &points, nullptr);
-        sum += points;
-    }
-    return sum;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -79,6 +67,6 @@ int main(int argc, char** argv) {
     }
     const double held = statusBytes("VmRSS") - before;
     const double most = statusBytes("VmHWM") - before;
-    std::printf("%.0f %.0f %lld\n", held, most, static_cast<long long>(pointsInStore()));
+    std::printf("%.0f %.0f %lld\n", held, most, static_cast<long long>(vorlandi::bench::pointsInStore()));
     return 0;
 }
