@@ -1,5 +1,5 @@
 #!/bin/bash
-# Each C header compiles alone, as C99 and as C++20.
+# Each C header compiles alone, as C99 and as C++20, and each C++ header as C++20, with and without exceptions.
 #   check_headers.sh INCLUDE_DIR C_COMPILER CXX_COMPILER
 set -euo pipefail
 include=$1 cc=$2 cxx=$3
@@ -7,5 +7,11 @@ warnings=(-Wall -Wextra -Wpedantic -Werror -fsyntax-only -I "$include")
 for header in "$include"/vorlandi/*.h; do
     "$cc" -std=c99 "${warnings[@]}" -Wstrict-prototypes -x c - <<<"#include \"$header\""
     "$cxx" -std=c++20 "${warnings[@]}" -x c++ - <<<"#include \"$header\""
+    echo "$(basename "$header") compiles alone"
+done
+for header in "$include"/vorlandi/*.hpp; do
+    strict=("${warnings[@]}" -Wconversion -Wshadow)
+    "$cxx" -std=c++20 "${strict[@]}" -x c++ - <<<"#include \"$header\""
+    "$cxx" -std=c++20 "${strict[@]}" -DVORLANDI_NO_EXCEPTIONS -fno-exceptions -x c++ - <<<"#include \"$header\""
     echo "$(basename "$header") compiles alone"
 done
