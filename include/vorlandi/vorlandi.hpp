@@ -332,31 +332,54 @@ public:
     //   states       [n] out; zero where an answer failed
     //   codes        [n] out, 0 or 2 each
     //   covariances  [n] out; may be empty
+    //   revolutions  [n] out, the revolution numbers; may be empty
     // Returns the number of failures. If the sizes differ, nothing is answered and every code is 2.
     std::size_t try_states(std::span<const Ds50> times, std::span<State> states, std::span<std::int32_t> codes,
-                           std::span<Matrix6> covariances = {}) const noexcept {
+                           std::span<Matrix6> covariances = {},
+                           std::span<std::int32_t> revolutions = {}) const noexcept {
         if (states.size() != times.size() || codes.size() != times.size() ||
-            !detail::fits_or_empty(times.size(), covariances))
+            !detail::fits_or_empty(times.size(), covariances) || !detail::fits_or_empty(times.size(), revolutions))
             return detail::refuse_batch(times.size(), codes);
         detail::prepare();
         VorlanDs50UTCArr(key_, static_cast<std::int64_t>(times.size()), detail::raw(times.data()),
-                         detail::raw(states.data()), nullptr, detail::raw_or_null(covariances), codes.data());
+                         detail::raw(states.data()), revolutions.data(), detail::raw_or_null(covariances),
+                         codes.data());
         return detail::failures(codes);
     }
 
     // Every stored point; none if the satellite has none.
     Outcome<std::vector<Point>> try_points() const {
         Outcome<std::vector<Point>> result;
-        Outcome<Fields> fields = try_fields();
-        result.status = fields.status;
-        if (!fields) return result;
-        result.value.reserve(static_cast<std::size_t>(fields.value.points));
+        const Outcome<std::int32_t> stored = try_size();
+        result.status = stored.status;
+        result.value.reserve(static_cast<std::size_t>(stored.value));
         // Points can be appended meanwhile, but never go: a point that can't be read means that the satellite has gone.
-        for (std::int32_t index = 1; result.status == 0 && index <= fields.value.points; ++index) {
+        for (std::int32_t index = 1; result.status == 0 && index <= stored.value; ++index) {
             const Outcome<Point> point = try_point(index);
             result.status = point.status;
             if (point) result.value.push_back(point.value);
         }
+        return result;
+    }
+
+    // The times of all stored points.
+    Outcome<std::vector<Ds50>> try_times() const {
+        Outcome<std::vector<Ds50>> result;
+        const Outcome<std::int32_t> stored = try_size();
+        result.status = stored.status;
+        result.value.resize(static_cast<std::size_t>(stored.value));
+        if (!result.value.empty())
+            result.status = VorlanGetEphemerisArr(key_, 1, stored.value, detail::raw(result.value.data()), nullptr,
+                                                  nullptr, nullptr, nullptr);
+        return result;
+    }
+
+    // The number of stored points.
+    Outcome<std::int32_t> try_size() const noexcept {
+        detail::prepare();
+        Outcome<std::int32_t> result;
+        result.status = VorlanGetAllFields(key_, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                           nullptr, &result.value, nullptr);
         return result;
     }
 
@@ -400,6 +423,8 @@ public:
     Span span() const { return detail::required(try_span()); }
     Fields fields() const { return detail::required(try_fields()); }
     std::vector<Point> points() const { return detail::required(try_points()); }
+    std::vector<Ds50> times() const { return detail::required(try_times()); }
+    std::int32_t size() const { return detail::required(try_size()); }
 
     // As try_states; throws the message of the first failure, when all the others are filled.
     void states(std::span<const Ds50> times, std::span<State> states, std::span<Matrix6> covariances = {}) const {
@@ -533,6 +558,34 @@ struct ReadEvent {
 // Runs on the thread that loads. An exception that it throws leaves the load function, when the load has ended.
 using ReadListener = std::function<void(const ReadEvent&)>;
 
+// Hears the events of every load on this thread for as long as it lives. The observer that was set before hears them,
+// too, and is put back afterwards. The listener must not throw.
+class ReadObservation {
+public:
+    explicit ReadObservation(ReadListener listener) : listener_(std::move(listener)) {
+        VorlanGetReadObserver(&outer_, &outer_data_);
+        VorlanSetReadObserver(&ReadObservation::hear, this);
+    }
+    ~ReadObservation() { VorlanSetReadObserver(outer_, outer_data_); }
+    ReadObservation(const ReadObservation&) = delete;
+    ReadObservation& operator=(const ReadObservation&) = delete;
+
+private:
+    static void hear(std::int32_t event, const char* file, std::int32_t file_length, std::int64_t line,
+                     const char* text, std::int32_t text_length, void* observation) noexcept {
+        const auto& self = *static_cast<const ReadObservation*>(observation);
+        self.listener_({static_cast<ReadEvent::Kind>(event),
+                        {file, static_cast<std::size_t>(file_length)},
+                        line,
+                        {text, static_cast<std::size_t>(text_length)}});
+        if (self.outer_) self.outer_(event, file, file_length, line, text, text_length, self.outer_data_);
+    }
+
+    ReadListener listener_;
+    VorlanReadObserver outer_ = nullptr;
+    void* outer_data_ = nullptr;
+};
+
 struct LoadOptions {
     Rules rules = Rules::Practical;
     Keys keys = Keys::Own;
@@ -559,13 +612,8 @@ enum class Source { File, Memory };
 // Listens to one load: takes the satellites, keeps the first complaint, and hands everything on.
 class LoadWatch {
 public:
-    explicit LoadWatch(const ReadListener& listener) : listener_(listener) {
-        VorlanGetReadObserver(&outer_, &outer_data_);
-        VorlanSetReadObserver(&LoadWatch::hear, this);
-    }
-    ~LoadWatch() { VorlanSetReadObserver(outer_, outer_data_); }
-    LoadWatch(const LoadWatch&) = delete;
-    LoadWatch& operator=(const LoadWatch&) = delete;
+    explicit LoadWatch(const ReadListener& listener)
+        : listener_(listener), observation_([this](const ReadEvent& event) { take(event); }) {}
 
     // Fills in what the load left.
     void finish(LoadOutcome& outcome, bool strict, const std::string& name, Source source) {
@@ -587,16 +635,6 @@ public:
     }
 
 private:
-    static void hear(std::int32_t event, const char* file, std::int32_t file_length, std::int64_t line,
-                     const char* text, std::int32_t text_length, void* watch) {
-        auto& self = *static_cast<LoadWatch*>(watch);
-        self.take({static_cast<ReadEvent::Kind>(event),
-                   {file, static_cast<std::size_t>(file_length)},
-                   line,
-                   {text, static_cast<std::size_t>(text_length)}});
-        if (self.outer_) self.outer_(event, file, file_length, line, text, text_length, self.outer_data_);
-    }
-
     void take(const ReadEvent& event) noexcept {
         heard_ = true;
 #ifdef VORLANDI_NO_EXCEPTIONS
@@ -639,14 +677,13 @@ private:
     }
 
     const ReadListener& listener_;
-    VorlanReadObserver outer_ = nullptr;
-    void* outer_data_ = nullptr;
     std::vector<OwnedSatellite> loaded_;
     std::string complaint_;
     bool heard_ = false;
 #ifndef VORLANDI_NO_EXCEPTIONS
     std::exception_ptr thrown_;
 #endif
+    ReadObservation observation_;
 };
 
 inline std::int32_t flags(const LoadOptions& options) noexcept {
