@@ -6,9 +6,9 @@
 #include <optional>
 
 #include "ForeignTexts.hpp"
-#include "Library.hpp"
 #include "Loading.hpp"
 #include "Output.hpp"
+#include "SatelliteRecord.hpp"
 #include "Spacing.hpp"
 #include "TextTable.hpp"
 
@@ -55,15 +55,15 @@ struct Spacing {
 };
 
 struct Row {
-    Satellite satellite;
+    SatelliteRecord satellite;
     std::string format;
     std::string rules;
     Spacing spacing;
     Contents contents;
 };
 
-Spacing spacingOf(const Satellite& satellite) {
-    const std::vector<double> steps = stepsBetween(storedTimes(satellite));
+Spacing spacingOf(const SatelliteRecord& satellite) {
+    const std::vector<double> steps = stepsBetween(storedTimes(satellite.satellite));
     if (steps.empty()) return {};
     const auto [least, largest] = std::minmax_element(steps.begin(), steps.end());
     return {satellite.meanSpacing_s(), *least / kMicrosecondsPerSecond, medianOf(steps) / kMicrosecondsPerSecond,
@@ -75,7 +75,7 @@ const char* nameOf(Share share) {
     return kNames[static_cast<std::size_t>(share)];
 }
 
-std::string timeText(const Satellite& satellite, double ds50UTC) {
+std::string timeText(const SatelliteRecord& satellite, double ds50UTC) {
     return satellite.pointCount > 0 ? isoTime(ds50UTC) : "";
 }
 
@@ -88,7 +88,7 @@ void printTable(const std::vector<Row>& rows, Output& output) {
          "largest (s)", "gaps", "velocities", "covariances", "format", "rules", "file", "tag"});
     const auto seconds = [](std::optional<double> value) { return value ? fmt::format("{:.3f}", *value) : "-"; };
     for (const auto& [satellite, format, rules, spacing, contents] : rows)
-        table.addRow({std::to_string(satellite.number), std::to_string(satellite.key), satellite.frame(),
+        table.addRow({std::to_string(satellite.number), std::to_string(satellite.key()), name(satellite.frame),
                       std::to_string(satellite.pointCount), timeText(satellite, satellite.span.start),
                       timeText(satellite, satellite.span.end), seconds(spacing.least_s), seconds(spacing.median_s),
                       seconds(spacing.largest_s), std::to_string(spacing.gaps), nameOf(contents.velocities),
@@ -114,7 +114,7 @@ Field seconds(const char* name, std::optional<double> value) {
 Field text(const char* name, const std::string& value) { return {name, csvField(value), jsonText(value)}; }
 
 // A satellite without points has no times; a time outside the years 1900 to 2199 has no text.
-Field time(const char* name, const Satellite& satellite, double ds50UTC) {
+Field time(const char* name, const SatelliteRecord& satellite, double ds50UTC) {
     const std::string iso = timeText(satellite, ds50UTC);
     return {name, iso, iso.empty() ? "null" : jsonText(iso)};
 }
@@ -125,8 +125,8 @@ Field flag(const char* name, bool value) { return {name, value ? "yes" : "no", v
 std::vector<Field> fieldsOf(const Row& row) {
     const auto& [satellite, format, rules, spacing, contents] = row;
     return {number("satellite", satellite.number),
-            text("key", std::to_string(satellite.key)),
-            text("frame", satellite.frame()),
+            text("key", std::to_string(satellite.key())),
+            text("frame", name(satellite.frame)),
             number("points", satellite.pointCount),
             time("first_utc", satellite, satellite.span.start),
             time("last_utc", satellite, satellite.span.end),
@@ -176,9 +176,9 @@ ExitStatus runInfo(const InfoOptions& options, Console& console) {
     Origins origins;
     const bool allLoaded = loadFiles(options.input, options.output, console, &origins);
     std::vector<Row> rows;
-    for (const Satellite& satellite : loadedSatellites())
-        rows.push_back({satellite, origins[satellite.key].format, nameOf(options.input.rules), spacingOf(satellite),
-                        contentsOf(satellite)});
+    for (const SatelliteRecord& satellite : loadedSatellites())
+        rows.push_back({satellite, origins[satellite.key()].format, rulesName(options.input.rules),
+                        spacingOf(satellite), contentsOf(satellite)});
     if (rows.empty() && refusesEmptyFile(options.output, console)) return ExitStatus::Failure;
     Output output(options.output);
     switch (options.format) {

@@ -13,8 +13,6 @@
 #include <filesystem>
 #include <utility>
 
-#include "vorlandi/services.h"
-
 namespace vorlandi::cli {
 namespace {
 
@@ -162,11 +160,9 @@ LoadListener::LoadListener(std::string argument, Rules rules, Medium medium, Ori
       medium_(medium),
       origins_(origins),
       console_(console),
-      tallies_(std::size(kPlurals), Tally{Quota(console), ""}) {
-    VorlanTraceSetHandler(onMessage, this);
-}
-
-LoadListener::~LoadListener() { VorlanTraceSetHandler(nullptr, nullptr); }
+      tallies_(std::size(kPlurals), Tally{Quota(console), ""}),
+      messages_([this](Severity severity, std::string_view text) { handleMessage(severity, text); }),
+      events_([this](const ReadEvent& event) { handleEvent(event); }) {}
 
 void LoadListener::beginFile(const std::string& name) {
     file_ = name;
@@ -200,11 +196,7 @@ void LoadListener::finish() {
     }
 }
 
-void LoadListener::onMessage(std::int32_t severity, const char* text, std::int32_t length, void* self) noexcept {
-    static_cast<LoadListener*>(self)->handleMessage(severity, {text, static_cast<std::size_t>(length)});
-}
-
-void LoadListener::onEvent(const ReadEvent& event) noexcept {
+void LoadListener::handleEvent(const ReadEvent& event) {
     using enum ReadEvent::Kind;
     const std::string file(event.file);
     const std::string text(event.text);
@@ -252,8 +244,8 @@ void LoadListener::handleMissing(const ReadEvent& event) {
     report(Problem::UnreadableFile, nameOf({card, event.line, ""}), fmt::format("{}: {}", name, reason));
 }
 
-void LoadListener::handleMessage(std::int32_t severity, std::string_view message) {
-    if (severity != VORLAN_TRACE_ERROR) return console_.information(file_, message);
+void LoadListener::handleMessage(Severity severity, std::string_view message) {
+    if (severity != Severity::Error) return console_.information(file_, message);
     if (message.starts_with(kDuplicate)) return;
     const bool repeatsRefusal = std::exchange(refusalTold_, false) && message.starts_with(kLoader);
     if (repeatsRefusal && message.find(" is not stored: ") != std::string_view::npos) return;
@@ -382,9 +374,9 @@ void LoadListener::report(Problem problem, const std::string& where, std::string
 
 std::string LoadListener::reasonOfRefusal(std::string_view reason) const {
     if (reason.starts_with(kDuplicateReason)) {
-        const std::vector<Satellite> originals = originalsOf(keyIn(reason.substr(kDuplicateReason.size())));
+        const std::vector<SatelliteRecord> originals = originalsOf(keyIn(reason.substr(kDuplicateReason.size())));
         std::string files;
-        for (const Satellite& original : originals)
+        for (const SatelliteRecord& original : originals)
             files += (files.empty() ? "" : " or ") + original.file;
         return fmt::format("{} already has satellite {} with the same frame and first time{}", files,
                            originals.front().number, originOfNumber(originals.front()));
@@ -397,26 +389,26 @@ std::string LoadListener::reasonOfRefusal(std::string_view reason) const {
 
 // The key of a duplicate is made from its number and first time. Satellites with the same number and nearly the same
 // first time would share that key, so the later ones get the next keys: one of them is the original.
-std::vector<Satellite> LoadListener::originalsOf(std::int64_t duplicate) const {
+std::vector<SatelliteRecord> LoadListener::originalsOf(std::int64_t duplicate) const {
     constexpr double kSharedKey_days = 10.0 / kSecondsPerDay;  // only closer times can share a key
-    std::vector<Satellite> originals = {satelliteOf(duplicate)};
-    const auto isAlike = [first = originals[0]](const Satellite& other) {
+    std::vector<SatelliteRecord> originals = {recordOf(Satellite(duplicate))};
+    const auto isAlike = [first = originals[0]](const SatelliteRecord& other) {
         return other.number == first.number && std::abs(other.span.start - first.span.start) < kSharedKey_days;
     };
     for (auto next = origins_.upper_bound(duplicate); next != origins_.end(); ++next) {
-        const Satellite other = satelliteOf(next->first);
+        const SatelliteRecord other = recordOf(Satellite(next->first));
         if (!isAlike(other)) break;
         originals.push_back(other);
     }
     return originals;
 }
 
-std::string LoadListener::originOfNumber(const Satellite& original) const {
+std::string LoadListener::originOfNumber(const SatelliteRecord& original) const {
     if (isOneOf(kFormatsWithoutNumber, block_.format))
         return fmt::format("; {} data have no satellite number, so that all count as {}", block_.format,
                            original.number);
     const bool bothByName = isOneOf(kFormatsNumberedByName, block_.format) &&
-                            isOneOf(kFormatsNumberedByName, origins_[original.key].format);
+                            isOneOf(kFormatsNumberedByName, origins_[original.key()].format);
     if (original.number != kUncatalogued || !bothByName || hasNumber(block_.file) || hasNumber(original.file))
         return "";
     return fmt::format("; both are {} because neither file name begins with a satellite number", kUncatalogued);

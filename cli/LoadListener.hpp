@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "Console.hpp"
-#include "Library.hpp"
+#include "SatelliteRecord.hpp"
 
 namespace vorlandi::cli {
 
@@ -26,11 +26,10 @@ struct Origin {
 // By the key of the satellite.
 using Origins = std::map<std::int64_t, Origin>;
 
-class LoadListener : public ReadListener {
+class LoadListener {
 public:
     // `argument` is the file to be loaded, as the user named it; the origin of each satellite is added to `origins`.
     LoadListener(std::string argument, Rules rules, Medium medium, Origins& origins, Console& console);
-    ~LoadListener() override;
 
     // One of several files of the argument begins, or ends with a status of the library. A fault about
     // which the library has said nothing is reported at the end; a card file needs no satellites of its own.
@@ -67,11 +66,8 @@ private:
         std::string last;
     };
 
-    // Called by the library: no exception may leave them.
-    static void onMessage(std::int32_t severity, const char* text, std::int32_t length, void* self) noexcept;
-    void onEvent(const ReadEvent& event) noexcept override;
-
-    void handleMessage(std::int32_t severity, std::string_view message);
+    void handleEvent(const ReadEvent& event);
+    void handleMessage(Severity severity, std::string_view message);
     void handleMessageAboutBadLine(std::string_view message);
     void handleOtherMessage(std::string_view message);
     void handleDropped(const Place& place);
@@ -87,8 +83,8 @@ private:
 
     std::string reasonOfReadError() const;
     std::string reasonOfRefusal(std::string_view reason) const;
-    std::vector<Satellite> originalsOf(std::int64_t duplicate) const;
-    std::string originOfNumber(const Satellite& original) const;
+    std::vector<SatelliteRecord> originalsOf(std::int64_t duplicate) const;
+    std::string originOfNumber(const SatelliteRecord& original) const;
 
     static std::string nameOf(const Place& place);
     static bool isWarning(Problem problem);
@@ -111,6 +107,8 @@ private:
     bool fileHasSatellite_ = false;
     std::vector<Tally> tallies_;  // one for each problem
     bool errorSeen_ = false;
+    TraceListener messages_;
+    ReadObservation events_;
 };
 
 }  // namespace vorlandi::cli

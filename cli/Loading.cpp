@@ -5,12 +5,13 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <span>
 #include <utility>
 
 #include "InputFile.hpp"
-#include "Library.hpp"
 #include "Options.hpp"
 #include "Output.hpp"
+#include "SatelliteRecord.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -22,7 +23,7 @@ constexpr const char* kNameOfStandardInput = "standard input";
 std::string libraryName(const std::string& file) { return file.starts_with(' ') ? "./" + file : file; }
 
 const char* reasonAgainst(const std::string& name) {
-    if (name.size() > kFileNameLength) return "the file name is too long";
+    if (name.size() > detail::kFileNameLength) return "the file name is too long";
     if (name.empty() || name.ends_with(' ')) return "a file name that is empty or ends with a blank can't be loaded";
     return nullptr;
 }
@@ -79,7 +80,7 @@ private:
         const InputFile opened(name);
         if (opened.packing()) return loadPacked(name, opened);
         LoadListener listener(file, input_.rules, Medium::File, origins_, console_);
-        listener.endFile(loadFile(name, input_.rules));
+        listener.endFile(keepIn(try_load(name, options())));
         return finish(listener);
     }
 
@@ -91,7 +92,10 @@ private:
             return false;
         }
         LoadListener listener(kNameOfStandardInput, input_.rules, Medium::Memory, origins_, console_);
-        listener.endFile(loadBytes(opened.source().begin, kNameOfStandardInput, input_.rules));
+        LoadOptions fromMemory = options();
+        fromMemory.follow_cards = false;
+        const auto content = std::as_bytes(std::span(opened.source().begin));
+        listener.endFile(keepIn(try_load_bytes(content, kNameOfStandardInput, fromMemory)));
         return finish(listener);
     }
 
@@ -99,13 +103,27 @@ private:
         LoadListener listener(name, input_.rules, Medium::Memory, origins_, console_);
         if (opened.packing().isRead) {
             ArchiveClient client(listener);
-            archives::load({name, loadOptionsOf(input_.rules), static_cast<std::int64_t>(input_.mostMemberBytes)},
+            archives::load({name, detail::flags(options()), static_cast<std::int64_t>(input_.mostMemberBytes)},
                            opened.source(), client);
         } else {
             listener.reportUnreadableFile(
                 name, fmt::format("{} is not read; gzip, xz, zstd, zip and tar are", opened.packing().name));
         }
         return finish(listener);
+    }
+
+    LoadOptions options() const {
+        LoadOptions options;
+        options.rules = input_.rules;
+        options.keys = input_.keys;
+        return options;
+    }
+
+    // What a command loads stays in the store to its end. Returns the status.
+    static std::int32_t keepIn(LoadOutcome outcome) {
+        for (OwnedSatellite& satellite : outcome.loaded)
+            satellite.release();
+        return outcome.status;
     }
 
     bool finish(LoadListener& listener) const {

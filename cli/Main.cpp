@@ -7,12 +7,11 @@
 
 #include "FormatsCommand.hpp"
 #include "InfoCommand.hpp"
-#include "Library.hpp"
 #include "Options.hpp"
 #include "Output.hpp"
+#include "SatelliteRecord.hpp"
 #include "SaveCommand.hpp"
 #include "StatesCommand.hpp"
-#include "vorlandi/services.h"
 
 namespace vorlandi::cli {
 namespace {
@@ -38,7 +37,7 @@ void occupyStandardStreams() {
 void addCommands(CLI::App& application, Session& session) {
     application.name("vorlandi");
     application.require_subcommand(1);
-    application.set_version_flag("--version", libraryVersion, "Print the version and exit");
+    application.set_version_flag("--version", version, "Print the version and exit");
     application.footer(kFooter);
     addInfoCommand(application, session);
     addStatesCommand(application, session);
@@ -105,6 +104,5 @@ int main(int argc, char* argv[]) {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     vorlandi::cli::occupyStandardStreams();
-    VorlanSetGuardMode(VORLAN_GUARD_SAFE);
     return static_cast<int>(vorlandi::cli::run(argc, argv));
 }

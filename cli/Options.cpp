@@ -15,6 +15,8 @@ const std::map<std::string, Format>& formatsByName() {
 
 }  // namespace
 
+const char* rulesName(Rules rules) { return rules == Rules::Practical ? "practical" : "fixed"; }
+
 void reportNothingToWrite(const std::string& output, Console& console) {
     console.error(output, "not written: there is nothing to write");
 }

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Console.hpp"
-#include "Library.hpp"
+#include "SatelliteRecord.hpp"
 #include "archives/Loading.hpp"
 
 namespace vorlandi::cli {
@@ -32,10 +32,13 @@ void reportNothingToWrite(const std::string& output, Console& console);
 // An empty output does not replace a file: reports it and returns true, unless the output is standard output.
 bool refusesEmptyFile(const std::string& output, Console& console);
 
+const char* rulesName(Rules rules);
+
 // What is loaded, and how.
 struct InputOptions {
     std::vector<std::string> files;
     Rules rules = Rules::Practical;
+    Keys keys = Keys::Ordinary;  // with keys of their own equal satellites are all kept
     std::uint64_t mostMemberBytes = static_cast<std::uint64_t>(archives::kMostMemberBytes);
 };
 

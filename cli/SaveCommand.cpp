@@ -5,9 +5,9 @@
 #include <map>
 #include <memory>
 
-#include "Library.hpp"
 #include "Loading.hpp"
 #include "Output.hpp"
+#include "SatelliteRecord.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -42,10 +42,10 @@ struct Card {
 };
 
 // In the order of loading. Tags that differ within a file are from the file itself and need no card.
-std::vector<Card> cardsOf(const std::vector<Satellite>& satellites) {
+std::vector<Card> cardsOf(const std::vector<SatelliteRecord>& satellites) {
     std::vector<Card> cards;
     std::map<std::string, std::size_t> byFile;
-    for (const Satellite& satellite : satellites) {
+    for (const SatelliteRecord& satellite : satellites) {
         const auto [found, isNew] = byFile.try_emplace(satellite.file, cards.size());
         if (isNew) {
             cards.push_back({satellite.file, satellite.tag});
@@ -68,7 +68,7 @@ std::string nameOnCard(const std::string& file, const std::string& output, Rules
 
 std::string textOf(const std::vector<Card>& cards, const SaveOptions& options) {
     std::string text =
-        fmt::format("* External ephemeris input files, to be loaded by the {} rules\n", nameOf(options.input.rules));
+        fmt::format("* External ephemeris input files, to be loaded by the {} rules\n", rulesName(options.input.rules));
     for (const auto& [file, tag] : cards) {
         if (!tag.empty()) text += fmt::format("#VORLANDI = {}\n", tag);
         text += fmt::format("EPHFIL = {}\n", nameOnCard(file, options.output, options.input.rules));
@@ -79,14 +79,14 @@ std::string textOf(const std::vector<Card>& cards, const SaveOptions& options) {
 }
 
 // Reports the satellites that no card can bring back and leaves them out. True if there are none.
-bool leaveOutUnnamed(std::vector<Satellite>& satellites, const Origins& origins, Console& console) {
+bool leaveOutUnnamed(std::vector<SatelliteRecord>& satellites, const Origins& origins, Console& console) {
     Quota unnamed(console);
     std::int64_t count = 0;
-    const auto reason = [&](const Satellite& satellite) -> const char* {
-        if (origins.at(satellite.key).medium == Medium::Memory) return "it is from standard input or a packed file";
+    const auto reason = [&](const SatelliteRecord& satellite) -> const char* {
+        if (origins.at(satellite.key()).medium == Medium::Memory) return "it is from standard input or a packed file";
         return satellite.file.find('\n') != std::string::npos ? "its file name has a line feed" : nullptr;
     };
-    const auto isUnnamed = [&](const Satellite& satellite) {
+    const auto isUnnamed = [&](const SatelliteRecord& satellite) {
         const char* const why = reason(satellite);
         if (why == nullptr) return false;
         ++count;
@@ -102,7 +102,7 @@ bool leaveOutUnnamed(std::vector<Satellite>& satellites, const Origins& origins,
 ExitStatus runSave(const SaveOptions& options, Console& console) {
     Origins origins;
     const bool allLoaded = loadFiles(options.input, options.output, console, &origins);
-    std::vector<Satellite> satellites = loadedSatellites();
+    std::vector<SatelliteRecord> satellites = loadedSatellites();
     const bool allNamed = leaveOutUnnamed(satellites, origins, console);
     if (satellites.empty()) {
         reportNothingToWrite(options.output, console);

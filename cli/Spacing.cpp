@@ -21,7 +21,7 @@ std::vector<double> stepsBetween(std::span<const double> times) {
     std::vector<double> steps;
     for (std::size_t i = 1; i < times.size(); ++i) {
         const double clock_s = (times[i] - times[i - 1]) * kSecondsPerDay;
-        const double leap_s = taiMinusUtc_s(times[i]) - taiMinusUtc_s(times[i - 1]);
+        const double leap_s = tai_minus_utc_s({times[i]}) - tai_minus_utc_s({times[i - 1]});
         steps.push_back(std::round((clock_s + leap_s) * kMicrosecondsPerSecond));
     }
     return steps;

@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "Library.hpp"
+#include "SatelliteRecord.hpp"
 
 namespace vorlandi::cli {
 

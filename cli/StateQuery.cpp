@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <span>
+
 #include "Spacing.hpp"
 #include "TimeGrid.hpp"
 
@@ -14,37 +17,41 @@ std::string timeName(double ds50UTC) {
     return iso.empty() ? fmt::format("day {} since 1950", ds50UTC) : iso;
 }
 
-std::string nameOf(const Satellite& satellite) { return fmt::format("satellite {}", satellite.number); }
+std::string nameOf(const SatelliteRecord& satellite) { return fmt::format("satellite {}", satellite.number); }
 
 std::string nameOf(const TimeSpan& span) { return fmt::format("{} to {}", timeName(span.start), timeName(span.end)); }
 
-std::string reasonAgainst(double ds50UTC, const TimeSpan& span) {
+std::string reasonAgainst(double ds50UTC, const SatelliteRecord& record) {
+    const TimeSpan& span = record.span;
     if (ds50UTC < span.start || ds50UTC > span.end) return fmt::format("outside its span, {}", nameOf(span));
-    return lastLibraryError();
+    record.satellite.try_state({ds50UTC});  // a batch has the message of its first failure alone
+    return last_error();
 }
 
 // Queries the states of one satellite at single times and writes them. Counts the failures and the times in gaps.
 class TimesQuery {
 public:
-    TimesQuery(const Satellite& satellite, WithCovariance withCovariance, StateWriter& writer, Console& console)
+    TimesQuery(const SatelliteRecord& satellite, WithCovariance withCovariance, StateWriter& writer, Console& console)
         : satellite_(satellite),
           withCovariance_(withCovariance),
           writer_(writer),
           console_(console),
-          gaps_(storedTimes(satellite)),
+          gaps_(storedTimes(satellite.satellite)),
+          states_(kTimesAtOnce),
+          codes_(kTimesAtOnce),
+          revolutions_(kTimesAtOnce),
+          covariances_(withCovariance == WithCovariance::Yes ? kTimesAtOnce : 0),
           failures_(console) {}
 
+    // The times are answered in batches.
     void answer(double ds50UTC) {
-        const auto state = interpolatedState(satellite_, ds50UTC, withCovariance_);
-        if (!state) return fail(ds50UTC);
-        writer_.state(*state);
-        ++answers_;
-        if (!gaps_.contains(ds50UTC)) return;
-        if (answersInGaps_++ == 0) firstInGap_ = ds50UTC;
+        times_.push_back({satellite_.span.snapped(ds50UTC)});
+        if (times_.size() == kTimesAtOnce) answerAll();
     }
 
     // True if every time was answered.
     bool finish() {
+        answerAll();
         if (failures_.heldBack() > 0)
             console_.error(nameOf(satellite_), fmt::format("{} more times without a state, the last {}",
                                                            failures_.heldBack(), timeName(lastFailure_)));
@@ -57,19 +64,44 @@ public:
     }
 
 private:
+    static constexpr std::size_t kTimesAtOnce = 1024;
+
+    void answerAll() {
+        const std::size_t count = times_.size();
+        const auto covariances = std::span(covariances_).first(withCovariance_ == WithCovariance::Yes ? count : 0);
+        satellite_.satellite.try_states(times_, std::span(states_).first(count), std::span(codes_).first(count),
+                                        covariances, std::span(revolutions_).first(count));
+        for (std::size_t i = 0; i < count; ++i) {
+            if (codes_[i] != 0) {
+                fail(times_[i].days);
+                continue;
+            }
+            writer_.state({times_[i], states_[i], revolutions_[i], covariances.empty() ? Matrix6{} : covariances[i]});
+            ++answers_;
+            if (!gaps_.contains(times_[i].days)) continue;
+            if (answersInGaps_++ == 0) firstInGap_ = times_[i].days;
+        }
+        times_.clear();
+    }
+
     void fail(double ds50UTC) {
         allAnswered_ = false;
         lastFailure_ = ds50UTC;
         if (!failures_.admits()) return;
         console_.error(nameOf(satellite_),
-                       fmt::format("no state at {}: {}", timeName(ds50UTC), reasonAgainst(ds50UTC, satellite_.span)));
+                       fmt::format("no state at {}: {}", timeName(ds50UTC), reasonAgainst(ds50UTC, satellite_)));
     }
 
-    const Satellite& satellite_;
+    const SatelliteRecord& satellite_;
     WithCovariance withCovariance_;
     StateWriter& writer_;
     Console& console_;
     Gaps gaps_;
+    std::vector<Ds50> times_;
+    std::vector<State> states_;
+    std::vector<std::int32_t> codes_;
+    std::vector<std::int32_t> revolutions_;
+    std::vector<Matrix6> covariances_;
     Quota failures_;
     bool allAnswered_ = true;
     double lastFailure_ = 0.0;
@@ -78,15 +110,15 @@ private:
     double firstInGap_ = 0.0;
 };
 
-bool answerTimes(const StateRequest& request, const Satellite& satellite, StateWriter& writer, Console& console) {
+bool answerTimes(const StateRequest& request, const SatelliteRecord& satellite, StateWriter& writer, Console& console) {
     TimesQuery query(satellite, request.withCovariance, writer, console);
     for (const double time : request.at)
-        query.answer(satellite.span.snapped(time));
+        query.answer(time);
     return query.finish();
 }
 
-bool answerGrid(const StateRequest& request, const TimeSpan& range, const Satellite& satellite, StateWriter& writer,
-                Console& console) {
+bool answerGrid(const StateRequest& request, const TimeSpan& range, const SatelliteRecord& satellite,
+                StateWriter& writer, Console& console) {
     TimesQuery query(satellite, request.withCovariance, writer, console);
     const TimeGrid grid(range.start, range.end, *request.step_s);
     for (std::int64_t i = 0; i < grid.size(); ++i)
@@ -94,41 +126,26 @@ bool answerGrid(const StateRequest& request, const TimeSpan& range, const Satell
     return query.finish();
 }
 
-// Index of the first stored point that is not earlier; pointCount + 1 if all are.
-std::int32_t firstPointFrom(double ds50UTC, const Satellite& satellite) {
-    std::int32_t first = 1;
-    std::int32_t last = satellite.pointCount;
-    while (first <= last) {
-        const std::int32_t middle = first + (last - first) / 2;
-        const auto point = storedState(satellite, middle, WithCovariance::No);
-        if (point && point->ds50UTC < ds50UTC) {
-            first = middle + 1;
-        } else {
-            last = middle - 1;
-        }
-    }
-    return first;
-}
-
-bool answerStored(const StateRequest& request, const TimeSpan& range, const Satellite& satellite, StateWriter& writer,
-                  Console& console) {
-    const std::int32_t first = firstPointFrom(range.start - kTimeTolerance_days, satellite);
+bool answerStored(const TimeSpan& range, const SatelliteRecord& satellite, StateWriter& writer, Console& console) {
+    const std::vector<double> times = storedTimes(satellite.satellite);
+    const auto begin = std::lower_bound(times.begin(), times.end(), range.start - kTimeTolerance_days);
+    const auto first = static_cast<std::int32_t>(begin - times.begin()) + 1;
     std::int32_t index = first;
     for (; index <= satellite.pointCount; ++index) {
-        const auto point = storedState(satellite, index, request.withCovariance);
+        const auto point = satellite.satellite.try_point(index);
         if (!point) {
-            console.error(nameOf(satellite), fmt::format("point {}: {}", index, lastLibraryError()));
+            console.error(nameOf(satellite), fmt::format("point {}: {}", index, last_error()));
             return false;
         }
-        if (point->ds50UTC > range.end + kTimeTolerance_days) break;
-        writer.state(*point);
+        if (point.value.time.days > range.end + kTimeTolerance_days) break;
+        writer.state(point.value);
     }
     if (index > first) return true;
     console.error(nameOf(satellite), fmt::format("no stored point from {}", nameOf(range)));
     return false;
 }
 
-bool answerRange(const StateRequest& request, const Satellite& satellite, StateWriter& writer, Console& console) {
+bool answerRange(const StateRequest& request, const SatelliteRecord& satellite, StateWriter& writer, Console& console) {
     const TimeSpan& span = satellite.span;
     const TimeSpan range = {span.snapped(request.from.value_or(span.start)),
                             span.snapped(request.to.value_or(span.end))};
@@ -137,12 +154,12 @@ bool answerRange(const StateRequest& request, const Satellite& satellite, StateW
         return false;
     }
     return request.step_s ? answerGrid(request, range, satellite, writer, console)
-                          : answerStored(request, range, satellite, writer, console);
+                          : answerStored(range, satellite, writer, console);
 }
 
 }  // namespace
 
-bool answer(const StateRequest& request, const Satellite& satellite, StateWriter& writer, Console& console) {
+bool answer(const StateRequest& request, const SatelliteRecord& satellite, StateWriter& writer, Console& console) {
     writer.beginSatellite(satellite);
     const bool allWell = request.at.empty() ? answerRange(request, satellite, writer, console)
                                             : answerTimes(request, satellite, writer, console);

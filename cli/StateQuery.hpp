@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Console.hpp"
-#include "Library.hpp"
+#include "SatelliteRecord.hpp"
 #include "StateWriter.hpp"
 
 namespace vorlandi::cli {
@@ -21,6 +21,6 @@ struct StateRequest {
 };
 
 // Writes the states that can be answered and reports the others. True if all were answered.
-bool answer(const StateRequest& request, const Satellite& satellite, StateWriter& writer, Console& console);
+bool answer(const StateRequest& request, const SatelliteRecord& satellite, StateWriter& writer, Console& console);
 
 }  // namespace vorlandi::cli

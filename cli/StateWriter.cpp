@@ -17,26 +17,26 @@ public:
                       "revolution");
     }
 
-    void beginSatellite(const Satellite& satellite) override {
+    void beginSatellite(const SatelliteRecord& satellite) override {
         number_ = satellite.number;
-        frame_ = satellite.frame();
+        frame_ = name(satellite.frame);
     }
 
-    void write(const State& state) override {
-        const auto& [x, y, z] = state.position_km;
-        const auto& [vx, vy, vz] = state.velocity_km_s;
+    void write(const Point& point) override {
+        const auto& [x, y, z] = point.state.position_km;
+        const auto& [vx, vy, vz] = point.state.velocity_km_s;
         output_.print("{:>9}  {:<5}  {:<26}  {:>16.6f} {:>16.6f} {:>16.6f}  {:>14.9f} {:>14.9f} {:>14.9f}  {:>10}\n",
-                      number_, frame_, isoTime(state.ds50UTC), x, y, z, vx, vy, vz, state.revolution);
-        if (withCovariance_ == WithCovariance::Yes) covariance(state.covariance);
+                      number_, frame_, isoTime(point.time.days), x, y, z, vx, vy, vz, point.revolution);
+        if (withCovariance_ == WithCovariance::Yes) covariance(point.covariance);
     }
 
 private:
-    void covariance(const std::optional<Matrix6>& matrix) {
-        if (!matrix) return output_.print("{:>11}no covariance\n", "");
+    void covariance(const Matrix6& matrix) {
+        if (!isCovariance(matrix)) return output_.print("{:>11}no covariance\n", "");
         for (std::size_t row = 0; row < 6; ++row) {
             output_.print("{:>11}{:<2}", "", kComponents[row]);
             for (std::size_t column = 0; column <= row; ++column)
-                output_.print(" {:>14.6e}", (*matrix)[row][column]);
+                output_.print(" {:>14.6e}", matrix[row][column]);
             output_.write("\n");
         }
     }
@@ -55,14 +55,15 @@ public:
         output_.write("\n");
     }
 
-    void beginSatellite(const Satellite& satellite) override {
-        head_ = fmt::format("{},{},{}", satellite.number, satellite.key, csvField(satellite.frame()));
+    void beginSatellite(const SatelliteRecord& satellite) override {
+        head_ = fmt::format("{},{},{}", satellite.number, satellite.key(), csvField(name(satellite.frame)));
     }
 
-    void write(const State& state) override {
-        output_.print("{},{},{},{},{},{}", head_, isoTime(state.ds50UTC), state.ds50UTC,
-                      fmt::join(state.position_km, ","), fmt::join(state.velocity_km_s, ","), state.revolution);
-        if (withCovariance_ == WithCovariance::Yes) covariance(state.covariance);
+    void write(const Point& point) override {
+        output_.print("{},{},{},{},{},{}", head_, isoTime(point.time.days), point.time.days,
+                      fmt::join(point.state.position_km, ","), fmt::join(point.state.velocity_km_s, ","),
+                      point.revolution);
+        if (withCovariance_ == WithCovariance::Yes) covariance(point.covariance);
         output_.write("\n");
     }
 
@@ -74,11 +75,12 @@ private:
         }
     }
 
-    void covariance(const std::optional<Matrix6>& matrix) {
+    void covariance(const Matrix6& matrix) {
+        const bool known = isCovariance(matrix);
         for (std::size_t row = 0; row < 6; ++row) {
             for (std::size_t column = 0; column <= row; ++column) {
                 output_.write(",");
-                if (matrix) output_.print("{}", (*matrix)[row][column]);
+                if (known) output_.print("{}", matrix[row][column]);
             }
         }
     }
@@ -95,23 +97,23 @@ public:
     }
 
     // The key is a text because many readers of JSON keep only 53 bits of a whole number.
-    void beginSatellite(const Satellite& satellite) override {
+    void beginSatellite(const SatelliteRecord& satellite) override {
         output_.print("{}\n{{\"satellite\":{},\"key\":\"{}\",\"frame\":{},\"file\":{},\"states\":[",
-                      firstSatellite_ ? "" : ",", satellite.number, satellite.key, jsonText(satellite.frame()),
+                      firstSatellite_ ? "" : ",", satellite.number, satellite.key(), jsonText(name(satellite.frame)),
                       jsonText(satellite.file));
         firstSatellite_ = false;
         firstState_ = true;
     }
 
-    void write(const State& state) override {
-        output_.print("{}\n{{\"time_utc\":\"{}\",\"ds50_utc\":", firstState_ ? "" : ",", isoTime(state.ds50UTC));
-        number(state.ds50UTC);
+    void write(const Point& point) override {
+        output_.print("{}\n{{\"time_utc\":\"{}\",\"ds50_utc\":", firstState_ ? "" : ",", isoTime(point.time.days));
+        number(point.time.days);
         output_.write(",\"position_km\":");
-        array(state.position_km);
+        array(point.state.position_km);
         output_.write(",\"velocity_km_s\":");
-        array(state.velocity_km_s);
-        output_.print(",\"revolution\":{}", state.revolution);
-        if (withCovariance_ == WithCovariance::Yes) covariance(state.covariance);
+        array(point.state.velocity_km_s);
+        output_.print(",\"revolution\":{}", point.revolution);
+        if (withCovariance_ == WithCovariance::Yes) covariance(point.covariance);
         output_.write("}");
         firstState_ = false;
     }
@@ -135,12 +137,12 @@ private:
         output_.write("]");
     }
 
-    void covariance(const std::optional<Matrix6>& matrix) {
+    void covariance(const Matrix6& matrix) {
         output_.write(",\"covariance\":");
-        if (!matrix) return output_.write("null");
+        if (!isCovariance(matrix)) return output_.write("null");
         for (std::size_t row = 0; row < 6; ++row) {
             output_.write(row == 0 ? "[" : ",");
-            array((*matrix)[row]);
+            array(matrix[row]);
         }
         output_.write("]");
     }

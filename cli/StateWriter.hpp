@@ -4,21 +4,23 @@
 #include <cstdint>
 #include <memory>
 
-#include "Library.hpp"
 #include "Options.hpp"
 #include "Output.hpp"
+#include "SatelliteRecord.hpp"
 
 namespace vorlandi::cli {
+
+enum class WithCovariance { No, Yes };
 
 class StateWriter {
 public:
     virtual ~StateWriter() = default;
 
     // The states of a satellite come between its begin and its end; satellites don't overlap.
-    virtual void beginSatellite(const Satellite& satellite) = 0;
-    void state(const State& state) {
+    virtual void beginSatellite(const SatelliteRecord& satellite) = 0;
+    void state(const Point& point) {
         ++count_;
-        write(state);
+        write(point);
     }
     virtual void endSatellite() {}
     virtual void finish() {}
@@ -27,7 +29,7 @@ public:
     std::int64_t count() const { return count_; }
 
 private:
-    virtual void write(const State& state) = 0;
+    virtual void write(const Point& point) = 0;
 
     std::int64_t count_ = 0;
 };

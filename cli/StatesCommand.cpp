@@ -4,9 +4,9 @@
 #include <cmath>
 #include <memory>
 
-#include "Library.hpp"
 #include "Loading.hpp"
 #include "Output.hpp"
+#include "SatelliteRecord.hpp"
 #include "StateQuery.hpp"
 #include "StateWriter.hpp"
 #include "TimeGrid.hpp"
@@ -47,8 +47,11 @@ struct StatesOptions {
 };
 
 double timeOf(const std::string& option, const std::string& text) {
-    if (const auto time = timeFromText(text)) return *time;
-    throw UsageError(option, fmt::format("\"{}\" is not a time", text));
+    try {
+        return parse(text).days;
+    } catch (const Error& error) {
+        throw UsageError(option, error.what());
+    }
 }
 
 std::optional<double> optionalTime(const std::string& option, const std::string& text, bool given) {
@@ -73,17 +76,17 @@ StateRequest requestOf(const StatesOptions& options, const CLI::App& command) {
     return request;
 }
 
-bool isWanted(const Satellite& satellite, const std::vector<std::int32_t>& numbers) {
+bool isWanted(const SatelliteRecord& satellite, const std::vector<std::int32_t>& numbers) {
     return numbers.empty() || std::find(numbers.begin(), numbers.end(), satellite.number) != numbers.end();
 }
 
 // Reports the requested numbers that are not in any of the files. True if there are none.
-bool reportUnknown(const std::vector<std::int32_t>& numbers, const std::vector<Satellite>& satellites,
+bool reportUnknown(const std::vector<std::int32_t>& numbers, const std::vector<SatelliteRecord>& satellites,
                    Console& console) {
     Quota unknown(console);
     bool allKnown = true;
     for (const std::int32_t number : numbers) {
-        const auto hasNumber = [number](const Satellite& satellite) { return satellite.number == number; };
+        const auto hasNumber = [number](const SatelliteRecord& satellite) { return satellite.number == number; };
         if (std::any_of(satellites.begin(), satellites.end(), hasNumber)) continue;
         allKnown = false;
         if (unknown.admits()) console.error("", fmt::format("satellite {} is not in any of the files", number));
@@ -95,12 +98,12 @@ bool reportUnknown(const std::vector<std::int32_t>& numbers, const std::vector<S
 
 ExitStatus runStates(const StatesOptions& options, const StateRequest& request, Console& console) {
     bool allWell = loadFiles(options.input, options.output, console);
-    const std::vector<Satellite> satellites = loadedSatellites();
+    const std::vector<SatelliteRecord> satellites = loadedSatellites();
     allWell = reportUnknown(options.satellites, satellites, console) && allWell;
 
     Output output(options.output);
     const auto writer = makeStateWriter(options.format, request.withCovariance, output);
-    for (const Satellite& satellite : satellites) {
+    for (const SatelliteRecord& satellite : satellites) {
         if (isWanted(satellite, options.satellites)) allWell = answer(request, satellite, *writer, console) && allWell;
     }
     writer->finish();

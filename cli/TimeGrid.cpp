@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "Library.hpp"
+#include "SatelliteRecord.hpp"
 
 namespace vorlandi::cli {
 

@@ -1,0 +1,81 @@
+#include "SatelliteRecord.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+namespace vorlandi::cli {
+namespace {
+
+bool hasVelocity(const State& state) {
+    return std::any_of(state.velocity_km_s.begin(), state.velocity_km_s.end(), [](double v) { return v != 0.0; });
+}
+
+Share shareOf(std::int64_t count, std::int64_t all) {
+    if (count == 0) return Share::None;
+    return count == all ? Share::All : Share::Some;
+}
+
+}  // namespace
+
+double TimeSpan::snapped(double ds50UTC) const {
+    if (ds50UTC < start && start - ds50UTC <= kTimeTolerance_days) return start;
+    if (ds50UTC > end && ds50UTC - end <= kTimeTolerance_days) return end;
+    return ds50UTC;
+}
+
+std::optional<double> SatelliteRecord::meanSpacing_s() const {
+    const double spacing_s = (span.end - span.start) * kSecondsPerDay / (pointCount - 1);
+    if (pointCount < 2 || !std::isfinite(spacing_s)) return std::nullopt;
+    return spacing_s;
+}
+
+SatelliteRecord recordOf(Satellite satellite) {
+    Fields fields = satellite.try_fields().value;
+    const Span span = fields.points > 0 ? satellite.try_span().value : Span{};
+    return {satellite,
+            fields.number,
+            fields.frame,
+            fields.points,
+            {span.first.days, span.last.days},
+            std::move(fields.file),
+            std::move(fields.tag)};
+}
+
+std::vector<SatelliteRecord> loadedSatellites() {
+    std::vector<SatelliteRecord> records;
+    for (const Satellite satellite : satellites())
+        records.push_back(recordOf(satellite));
+    return records;
+}
+
+std::vector<double> storedTimes(Satellite satellite) {
+    std::vector<double> times;
+    for (const Ds50 time : satellite.try_times().value)
+        times.push_back(time.days);
+    return times;
+}
+
+bool isCovariance(const Matrix6& matrix) {
+    bool any = false;
+    for (std::size_t row = 0; row < 6; ++row) {
+        any = any || matrix[row][row] != 0.0;
+        for (std::size_t column = 0; column < row; ++column) {
+            const bool hasVariances = matrix[row][row] != 0.0 && matrix[column][column] != 0.0;
+            if (matrix[row][column] != 0.0 && !hasVariances) return false;
+        }
+    }
+    return any;
+}
+
+Contents contentsOf(const SatelliteRecord& record) {
+    std::int64_t velocities = 0;
+    std::int64_t covariances = 0;
+    for (std::int32_t index = 1; index <= record.pointCount; ++index) {
+        const Point point = record.satellite.try_point(index).value;
+        velocities += hasVelocity(point.state) ? 1 : 0;
+        covariances += isCovariance(point.covariance) ? 1 : 0;
+    }
+    return {shareOf(velocities, record.pointCount), shareOf(covariances, record.pointCount)};
+}
+
+}  // namespace vorlandi::cli

@@ -1,0 +1,72 @@
+// What the commands know of a loaded satellite.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "vorlandi/vorlandi.hpp"
+
+namespace vorlandi::cli {
+
+inline constexpr double kSecondsPerDay = 86400.0;
+inline constexpr double kMicrosecondsPerSecond = 1e6;
+
+// Times are printed to the microsecond: times closer than that count as the same.
+inline constexpr double kTimeTolerance_s = 1e-6;
+inline constexpr double kTimeTolerance_days = kTimeTolerance_s / kSecondsPerDay;
+
+// First and last time of a satellite or of a request, days since 1950, UTC.
+struct TimeSpan {
+    double start = 0.0;
+    double end = 0.0;
+
+    // Moves a time that misses the span only by rounding to the near end of the span, so that the first and last times
+    // that this tool prints can be used in a query.
+    double snapped(double ds50UTC) const;
+};
+
+struct SatelliteRecord {
+    Satellite satellite;
+    std::int32_t number = 0;
+    Frame frame{};
+    std::int32_t pointCount = 0;
+    TimeSpan span;  // zero if there are no points
+    std::string file;
+    std::string tag;
+
+    std::int64_t key() const { return satellite.key(); }
+
+    // Average seconds between neighbouring points; none if there are fewer than two.
+    std::optional<double> meanSpacing_s() const;
+};
+
+// Number 0 and no points if there is no such satellite.
+SatelliteRecord recordOf(Satellite satellite);
+
+// All satellites in the order of loading.
+std::vector<SatelliteRecord> loadedSatellites();
+
+// The times of all stored points, days since 1950, UTC.
+std::vector<double> storedTimes(Satellite satellite);
+
+// Some formats store other numbers in place of a covariance. A matrix is a covariance only if the elements in the row
+// and column of a zero variance are zero too.
+bool isCovariance(const Matrix6& matrix);
+
+// How many of a satellite's points have something.
+enum class Share { None, Some, All };
+
+// Points with a velocity other than zero, and points with a covariance.
+struct Contents {
+    Share velocities = Share::None;
+    Share covariances = Share::None;
+};
+Contents contentsOf(const SatelliteRecord& record);
+
+// Empty for a time without a calendar date.
+inline std::string isoTime(double ds50UTC) { return try_iso({ds50UTC}).value_or(""); }
+
+}  // namespace vorlandi::cli
