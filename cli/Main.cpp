@@ -12,6 +12,7 @@
 #include "SatelliteRecord.hpp"
 #include "SaveCommand.hpp"
 #include "StatesCommand.hpp"
+#include "TimeCommand.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -42,6 +43,7 @@ void addCommands(CLI::App& application, Session& session) {
     addInfoCommand(application, session);
     addStatesCommand(application, session);
     addSaveCommand(application, session);
+    addTimeCommand(application, session);
     addFormatsCommand(application, session);
 }
 

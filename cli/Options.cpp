@@ -15,6 +15,14 @@ const std::map<std::string, Format>& formatsByName() {
 
 }  // namespace
 
+Ds50 timeOf(const std::string& option, const std::string& text) {
+    try {
+        return parse(text);
+    } catch (const Error& error) {
+        throw UsageError(option, error.what());
+    }
+}
+
 const char* rulesName(Rules rules) { return rules == Rules::Practical ? "practical" : "fixed"; }
 
 void reportNothingToWrite(const std::string& output, Console& console) {

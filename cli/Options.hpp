@@ -27,6 +27,9 @@ using UsageError = CLI::ValidationError;
 
 enum class Format { Table, Csv, Json };
 
+// The time that the text of an option means. Throws a UsageError.
+Ds50 timeOf(const std::string& option, const std::string& text);
+
 void reportNothingToWrite(const std::string& output, Console& console);
 
 // An empty output does not replace a file: reports it and returns true, unless the output is standard output.

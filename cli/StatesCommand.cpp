@@ -46,16 +46,8 @@ struct StatesOptions {
     Format format = Format::Table;
 };
 
-double timeOf(const std::string& option, const std::string& text) {
-    try {
-        return parse(text).days;
-    } catch (const Error& error) {
-        throw UsageError(option, error.what());
-    }
-}
-
 std::optional<double> optionalTime(const std::string& option, const std::string& text, bool given) {
-    return given ? std::optional(timeOf(option, text)) : std::nullopt;
+    return given ? std::optional(timeOf(option, text).days) : std::nullopt;
 }
 
 StateRequest requestOf(const StatesOptions& options, const CLI::App& command) {
@@ -63,7 +55,7 @@ StateRequest requestOf(const StatesOptions& options, const CLI::App& command) {
     if (command.count("--at") > 0 && command.count("--from") + command.count("--to") + command.count("--step") > 0)
         throw UsageError("--at", "can't be combined with --from, --to or --step");
     for (const std::string& text : options.at)
-        request.at.push_back(timeOf("--at", text));
+        request.at.push_back(timeOf("--at", text).days);
     request.from = optionalTime("--from", options.from, command.count("--from") > 0);
     request.to = optionalTime("--to", options.to, command.count("--to") > 0);
     if (request.from && request.to && *request.from > *request.to) throw UsageError("--to", "is earlier than --from");
