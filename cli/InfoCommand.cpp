@@ -160,7 +160,7 @@ void printCsv(const std::vector<Row>& rows, Output& output) {
 }
 
 void printJson(const std::vector<Row>& rows, Output& output) {
-    output.write("{\"satellites\":[");
+    output.write("{\"schema\":\"vorlandi.info/1\",\"satellites\":[");
     const char* rowSeparator = "\n";
     for (const Row& row : rows) {
         const char* separator = "{";
@@ -189,6 +189,7 @@ ExitStatus runInfo(const InfoOptions& options, Console& console) {
             printCsv(rows, output);
             break;
         case Format::Json:
+        case Format::Jsonl:
             printJson(rows, output);
             break;
     }

@@ -16,9 +16,6 @@
 namespace vorlandi::cli {
 namespace {
 
-// As messages and the file name of a satellite have it.
-constexpr const char* kNameOfStandardInput = "standard input";
-
 // File names cross the interface blank padded: blanks at the end would be lost, and leading ones don't count.
 std::string libraryName(const std::string& file) { return file.starts_with(' ') ? "./" + file : file; }
 
@@ -85,17 +82,21 @@ private:
     }
 
     bool loadStandardInput() {
-        InputFile opened;
-        if (opened.packing()) return loadPacked(kNameOfStandardInput, opened);
-        if (const int error = opened.readAll(); error != 0) {
-            console_.error(kNameOfStandardInput, error == EFBIG ? "larger than 4 GiB" : std::strerror(error));
+        if (const char* const reason = reasonAgainst(input_.stdinName)) {
+            console_.error("--stdin-name", reason);
             return false;
         }
-        LoadListener listener(kNameOfStandardInput, input_.rules, Medium::Memory, origins_, console_);
+        InputFile opened;
+        if (opened.packing()) return loadPacked(input_.stdinName, opened);
+        if (const int error = opened.readAll(); error != 0) {
+            console_.error(input_.stdinName, error == EFBIG ? "larger than 4 GiB" : std::strerror(error));
+            return false;
+        }
+        LoadListener listener(input_.stdinName, input_.rules, Medium::Memory, origins_, console_);
         LoadOptions fromMemory = options();
         fromMemory.follow_cards = false;
         const auto content = std::as_bytes(std::span(opened.source().begin));
-        listener.endFile(keepIn(try_load_bytes(content, kNameOfStandardInput, fromMemory)));
+        listener.endFile(keepIn(try_load_bytes(content, input_.stdinName, fromMemory)));
         return finish(listener);
     }
 

@@ -73,8 +73,9 @@ ExitStatus report(const CLI::ParseError& error, const CLI::App& application, Con
 ExitStatus parseAndRun(int argc, const char* const* argv, Session& session) {
     CLI::App application("Satellite states from ephemeris files.");
     addCommands(application, session);
-    const bool helpAsked = argc == 2 && std::string_view(argv[1]) == "help";  // many programs have it
-    const char* const help[] = {"vorlandi", "--help"};
+    // Many programs have "help" and "help COMMAND".
+    const bool helpAsked = (argc == 2 || argc == 3) && std::string_view(argv[1]) == "help";
+    const char* const help[] = {"vorlandi", argc == 3 ? argv[2] : "--help", "--help"};
     try {
         application.parse(argc, helpAsked ? help : argv);
     } catch (const CLI::ParseError& error) {

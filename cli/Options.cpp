@@ -7,10 +7,21 @@
 namespace vorlandi::cli {
 namespace {
 
-const std::map<std::string, Format>& formatsByName() {
-    static const std::map<std::string, Format> formats = {
-        {"table", Format::Table}, {"csv", Format::Csv}, {"json", Format::Json}};
-    return formats;
+using FormatsByName = std::map<std::string, Format>;
+
+const FormatsByName& formatsByName(Offered offered) {
+    static const FormatsByName formats = {{"table", Format::Table}, {"csv", Format::Csv}, {"json", Format::Json}};
+    static const FormatsByName all = {
+        {"table", Format::Table}, {"csv", Format::Csv}, {"json", Format::Json}, {"jsonl", Format::Jsonl}};
+    return offered == Offered::All ? all : formats;
+}
+
+void useLeapSeconds(const std::string& file) {
+    try {
+        load_leap_seconds(file);
+    } catch (const Error& error) {
+        throw UsageError("--leap-seconds", error.what());
+    }
 }
 
 }  // namespace
@@ -47,6 +58,15 @@ void addInput(CLI::App& command, InputOptions& input) {
         "--fixed-rules", [&input] { input.rules = Rules::Fixed; },
         "Read by the fixed rules instead of the practical ones (docs/formats.md compares them)");
     command
+        .add_option("--stdin-name", input.stdinName,
+                    "The name of standard input, from which some formats take the satellite number")
+        ->type_name("NAME")
+        ->capture_default_str();
+    command
+        .add_option_function<std::string>("--leap-seconds", useLeapSeconds,
+                                          "Take the leap seconds of this leap-seconds.list file, as the IERS has it")
+        ->type_name("FILE");
+    command
         .add_option("--max-member", input.mostMemberBytes,
                     "Refuse files in archives, and unpacked ones, that are larger than SIZE: bytes, or with K, M or G")
         ->type_name("SIZE")
@@ -63,13 +83,15 @@ void addOutput(CLI::App& command, std::string& output) {
         ->capture_default_str();
 }
 
-void addFormat(CLI::App& command, Format& format) {
+void addFormat(CLI::App& command, Format& format, Offered offered) {
     command
         .add_option_function<std::string>(
-            "--format", [&format](const std::string& name) { format = formatsByName().at(name); }, "table, csv or json")
+            "--format", [&format](const std::string& name) { format = formatsByName(Offered::All).at(name); },
+            offered == Offered::All ? "table, csv, json, or jsonl: a line of json for each state"
+                                    : "table, csv or json")
         ->type_name("FORMAT")
         ->default_str("table")
-        ->check(CLI::IsMember(&formatsByName()).description(""));
+        ->check(CLI::IsMember(&formatsByName(offered)).description(""));
 }
 
 void addVerbose(CLI::App& command, Console& console) {

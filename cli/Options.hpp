@@ -25,7 +25,7 @@ struct Session {
 // Thrown for a fault in the arguments that only the command itself can detect: option and reason.
 using UsageError = CLI::ValidationError;
 
-enum class Format { Table, Csv, Json };
+enum class Format { Table, Csv, Json, Jsonl };
 
 // The time that the text of an option means. Throws a UsageError.
 Ds50 timeOf(const std::string& option, const std::string& text);
@@ -41,7 +41,8 @@ const char* rulesName(Rules rules);
 struct InputOptions {
     std::vector<std::string> files;
     Rules rules = Rules::Practical;
-    Keys keys = Keys::Ordinary;  // with keys of their own equal satellites are all kept
+    Keys keys = Keys::Ordinary;       // with keys of their own equal satellites are all kept
+    std::string stdinName = "stdin";  // in messages, and where some formats take the satellite number from
     std::uint64_t mostMemberBytes = static_cast<std::uint64_t>(archives::kMostMemberBytes);
 };
 
@@ -49,7 +50,9 @@ inline constexpr std::string_view kStandardInput = "-";
 
 void addInput(CLI::App& command, InputOptions& input);
 void addOutput(CLI::App& command, std::string& output);
-void addFormat(CLI::App& command, Format& format);
+// Of the formats all but JsonLines, a line an item, or all.
+enum class Offered { WithoutJsonl, All };
+void addFormat(CLI::App& command, Format& format, Offered offered = Offered::WithoutJsonl);
 void addVerbose(CLI::App& command, Console& console);
 
 }  // namespace vorlandi::cli

@@ -31,16 +31,16 @@ std::string reasonAgainst(double ds50UTC, const SatelliteRecord& record) {
 // Queries the states of one satellite at single times and writes them. Counts the failures and the times in gaps.
 class TimesQuery {
 public:
-    TimesQuery(const SatelliteRecord& satellite, WithCovariance withCovariance, StateWriter& writer, Console& console)
+    TimesQuery(const SatelliteRecord& satellite, const StateColumns& columns, StateWriter& writer, Console& console)
         : satellite_(satellite),
-          withCovariance_(withCovariance),
+          withCovariance_(columns.covariance),
           writer_(writer),
           console_(console),
           gaps_(storedTimes(satellite.satellite)),
           states_(kTimesAtOnce),
           codes_(kTimesAtOnce),
           revolutions_(kTimesAtOnce),
-          covariances_(withCovariance == WithCovariance::Yes ? kTimesAtOnce : 0),
+          covariances_(columns.covariance ? kTimesAtOnce : 0),
           failures_(console) {}
 
     // The times are answered in batches.
@@ -68,7 +68,7 @@ private:
 
     void answerAll() {
         const std::size_t count = times_.size();
-        const auto covariances = std::span(covariances_).first(withCovariance_ == WithCovariance::Yes ? count : 0);
+        const auto covariances = std::span(covariances_).first(withCovariance_ ? count : 0);
         satellite_.satellite.try_states(times_, std::span(states_).first(count), std::span(codes_).first(count),
                                         covariances, std::span(revolutions_).first(count));
         for (std::size_t i = 0; i < count; ++i) {
@@ -76,7 +76,8 @@ private:
                 fail(times_[i].days);
                 continue;
             }
-            writer_.state({times_[i], states_[i], revolutions_[i], covariances.empty() ? Matrix6{} : covariances[i]});
+            const Matrix6 covariance = withCovariance_ ? covariances[i] : Matrix6{};
+            writer_.state({{times_[i], states_[i], revolutions_[i], covariance}, {}, {}});
             ++answers_;
             if (!gaps_.contains(times_[i].days)) continue;
             if (answersInGaps_++ == 0) firstInGap_ = times_[i].days;
@@ -93,7 +94,7 @@ private:
     }
 
     const SatelliteRecord& satellite_;
-    WithCovariance withCovariance_;
+    bool withCovariance_;
     StateWriter& writer_;
     Console& console_;
     Gaps gaps_;
@@ -111,7 +112,7 @@ private:
 };
 
 bool answerTimes(const StateRequest& request, const SatelliteRecord& satellite, StateWriter& writer, Console& console) {
-    TimesQuery query(satellite, request.withCovariance, writer, console);
+    TimesQuery query(satellite, request.columns, writer, console);
     for (const double time : request.at)
         query.answer(time);
     return query.finish();
@@ -119,7 +120,7 @@ bool answerTimes(const StateRequest& request, const SatelliteRecord& satellite, 
 
 bool answerGrid(const StateRequest& request, const TimeSpan& range, const SatelliteRecord& satellite,
                 StateWriter& writer, Console& console) {
-    TimesQuery query(satellite, request.withCovariance, writer, console);
+    TimesQuery query(satellite, request.columns, writer, console);
     const TimeGrid grid(range.start, range.end, *request.step_s);
     for (std::int64_t i = 0; i < grid.size(); ++i)
         query.answer(grid[i]);
@@ -138,7 +139,7 @@ bool answerStored(const TimeSpan& range, const SatelliteRecord& satellite, State
             return false;
         }
         if (point.value.time.days > range.end + kTimeTolerance_days) break;
-        writer.state(point.value);
+        writer.state({point.value, {}, {}});
     }
     if (index > first) return true;
     console.error(nameOf(satellite), fmt::format("no stored point from {}", nameOf(range)));

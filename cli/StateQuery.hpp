@@ -17,7 +17,7 @@ struct StateRequest {
     std::optional<double> from;
     std::optional<double> to;
     std::optional<double> step_s;
-    WithCovariance withCovariance = WithCovariance::No;
+    StateColumns columns;
 };
 
 // Writes the states that can be answered and reports the others. True if all were answered.

@@ -11,10 +11,13 @@ constexpr std::array<std::string_view, 6> kComponents = {"x", "y", "z", "vx", "v
 
 class TableWriter : public StateWriter {
 public:
-    TableWriter(WithCovariance withCovariance, Output& output) : withCovariance_(withCovariance), output_(output) {
-        output_.print("{:>9}  {:<5}  {:<26}  {:>16} {:>16} {:>16}  {:>14} {:>14} {:>14}  {:>10}\n", "satellite",
-                      "frame", "time (UTC)", "x (km)", "y (km)", "z (km)", "vx (km/s)", "vy (km/s)", "vz (km/s)",
-                      "revolution");
+    TableWriter(StateColumns columns, Output& output) : columns_(columns), output_(output) {
+        output_.print("{:>9}  {:<5}  {:<26}  {:>16} {:>16} {:>16}  {:>14} {:>14} {:>14}", "satellite", "frame",
+                      "time (UTC)", "x (km)", "y (km)", "z (km)", "vx (km/s)", "vy (km/s)", "vz (km/s)");
+        if (columns_.sigma) output_.print("  {:>14} {:>14} {:>14}", "sigma R (m)", "sigma I (m)", "sigma C (m)");
+        if (columns_.error) output_.print("  {:>14}", "error (m)");
+        if (columns_.revolution) output_.print("  {:>10}", "revolution");
+        output_.write("\n");
     }
 
     void beginSatellite(const SatelliteRecord& satellite) override {
@@ -22,15 +25,24 @@ public:
         frame_ = name(satellite.frame);
     }
 
-    void write(const Point& point) override {
-        const auto& [x, y, z] = point.state.position_km;
-        const auto& [vx, vy, vz] = point.state.velocity_km_s;
-        output_.print("{:>9}  {:<5}  {:<26}  {:>16.6f} {:>16.6f} {:>16.6f}  {:>14.9f} {:>14.9f} {:>14.9f}  {:>10}\n",
-                      number_, frame_, isoTime(point.time.days), x, y, z, vx, vy, vz, point.revolution);
-        if (withCovariance_ == WithCovariance::Yes) covariance(point.covariance);
+    void write(const StateRow& row) override {
+        const auto& [x, y, z] = row.point.state.position_km;
+        const auto& [vx, vy, vz] = row.point.state.velocity_km_s;
+        output_.print("{:>9}  {:<5}  {:<26}  {:>16.6f} {:>16.6f} {:>16.6f}  {:>14.9f} {:>14.9f} {:>14.9f}", number_,
+                      frame_, isoTime(row.point.time.days), x, y, z, vx, vy, vz);
+        if (columns_.sigma) sigma(row.sigma_m);
+        if (columns_.error) output_.print("  {:>14}", row.error_m ? fmt::format("{:.3f}", *row.error_m) : "-");
+        if (columns_.revolution) output_.print("  {:>10}", row.point.revolution);
+        output_.write("\n");
+        if (columns_.covariance) covariance(row.point.covariance);
     }
 
 private:
+    void sigma(const std::optional<std::array<double, 3>>& sigma_m) {
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            output_.print("{}{:>14}", axis == 0 ? "  " : " ", sigma_m ? fmt::format("{:.3f}", (*sigma_m)[axis]) : "-");
+    }
+
     void covariance(const Matrix6& matrix) {
         if (!isCovariance(matrix)) return output_.print("{:>11}no covariance\n", "");
         for (std::size_t row = 0; row < 6; ++row) {
@@ -41,7 +53,7 @@ private:
         }
     }
 
-    WithCovariance withCovariance_;
+    StateColumns columns_;
     Output& output_;
     std::int32_t number_ = 0;
     std::string frame_;
@@ -49,9 +61,11 @@ private:
 
 class CsvWriter : public StateWriter {
 public:
-    CsvWriter(WithCovariance withCovariance, Output& output) : withCovariance_(withCovariance), output_(output) {
+    CsvWriter(StateColumns columns, Output& output) : columns_(columns), output_(output) {
         output_.write("satellite,key,frame,time_utc,ds50_utc,x_km,y_km,z_km,vx_km_s,vy_km_s,vz_km_s,revolution");
-        if (withCovariance_ == WithCovariance::Yes) covarianceTitles();
+        if (columns_.covariance) covarianceTitles();
+        if (columns_.sigma) output_.write(",sigma_radial_m,sigma_in_track_m,sigma_cross_track_m");
+        if (columns_.error) output_.write(",error_m");
         output_.write("\n");
     }
 
@@ -59,11 +73,14 @@ public:
         head_ = fmt::format("{},{},{}", satellite.number, satellite.key(), csvField(name(satellite.frame)));
     }
 
-    void write(const Point& point) override {
+    void write(const StateRow& row) override {
+        const Point& point = row.point;
         output_.print("{},{},{},{},{},{}", head_, isoTime(point.time.days), point.time.days,
                       fmt::join(point.state.position_km, ","), fmt::join(point.state.velocity_km_s, ","),
                       point.revolution);
-        if (withCovariance_ == WithCovariance::Yes) covariance(point.covariance);
+        if (columns_.covariance) covariance(point.covariance);
+        if (columns_.sigma) row.sigma_m ? output_.print(",{}", fmt::join(*row.sigma_m, ",")) : output_.write(",,,");
+        if (columns_.error) row.error_m ? output_.print(",{}", *row.error_m) : output_.write(",");
         output_.write("\n");
     }
 
@@ -85,41 +102,35 @@ private:
         }
     }
 
-    WithCovariance withCovariance_;
+    StateColumns columns_;
     Output& output_;
     std::string head_;
 };
 
-class JsonWriter : public StateWriter {
+// The fields of a state as JSON has them.
+class StateFields {
 public:
-    JsonWriter(WithCovariance withCovariance, Output& output) : withCovariance_(withCovariance), output_(output) {
-        output_.write("{\"satellites\":[");
-    }
+    StateFields(StateColumns columns, Output& output) : columns_(columns), output_(output) {}
 
-    // The key is a text because many readers of JSON keep only 53 bits of a whole number.
-    void beginSatellite(const SatelliteRecord& satellite) override {
-        output_.print("{}\n{{\"satellite\":{},\"key\":\"{}\",\"frame\":{},\"file\":{},\"states\":[",
-                      firstSatellite_ ? "" : ",", satellite.number, satellite.key(), jsonText(name(satellite.frame)),
-                      jsonText(satellite.file));
-        firstSatellite_ = false;
-        firstState_ = true;
-    }
-
-    void write(const Point& point) override {
-        output_.print("{}\n{{\"time_utc\":\"{}\",\"ds50_utc\":", firstState_ ? "" : ",", isoTime(point.time.days));
+    void write(const StateRow& row) {
+        const Point& point = row.point;
+        output_.print("\"time_utc\":\"{}\",\"ds50_utc\":", isoTime(point.time.days));
         number(point.time.days);
         output_.write(",\"position_km\":");
         array(point.state.position_km);
         output_.write(",\"velocity_km_s\":");
         array(point.state.velocity_km_s);
         output_.print(",\"revolution\":{}", point.revolution);
-        if (withCovariance_ == WithCovariance::Yes) covariance(point.covariance);
-        output_.write("}");
-        firstState_ = false;
+        if (columns_.covariance) covariance(point.covariance);
+        if (columns_.sigma) {
+            output_.write(",\"sigma_m\":");
+            row.sigma_m ? array(*row.sigma_m) : output_.write("null");
+        }
+        if (columns_.error) {
+            output_.write(",\"error_m\":");
+            row.error_m ? number(*row.error_m) : output_.write("null");
+        }
     }
-
-    void endSatellite() override { output_.write("]}"); }
-    void finish() override { output_.write("\n]}\n"); }
 
 private:
     // JSON has neither infinities nor NaN.
@@ -147,24 +158,81 @@ private:
         output_.write("]");
     }
 
-    WithCovariance withCovariance_;
+    StateColumns columns_;
+    Output& output_;
+};
+
+// The key is a text because many readers of JSON keep only 53 bits of a whole number.
+std::string jsonHead(const SatelliteRecord& satellite) {
+    return fmt::format("\"satellite\":{},\"key\":\"{}\",\"frame\":{}", satellite.number, satellite.key(),
+                       jsonText(name(satellite.frame)));
+}
+
+class JsonWriter : public StateWriter {
+public:
+    JsonWriter(StateColumns columns, Output& output) : fields_(columns, output), output_(output) {
+        output_.write("{\"schema\":\"vorlandi.states/1\",\"satellites\":[");
+    }
+
+    void beginSatellite(const SatelliteRecord& satellite) override {
+        output_.print("{}\n{{{},\"file\":{},\"states\":[", firstSatellite_ ? "" : ",", jsonHead(satellite),
+                      jsonText(satellite.file));
+        firstSatellite_ = false;
+        firstState_ = true;
+    }
+
+    void write(const StateRow& row) override {
+        output_.write(firstState_ ? "\n{" : ",\n{");
+        fields_.write(row);
+        output_.write("}");
+        firstState_ = false;
+    }
+
+    void endSatellite() override { output_.write("]}"); }
+    void finish() override { output_.write("\n]}\n"); }
+
+private:
+    StateFields fields_;
     Output& output_;
     bool firstSatellite_ = true;
     bool firstState_ = true;
 };
 
+// An object a line, each with all that it needs: lines can be filtered, cut and put together.
+class JsonLinesWriter : public StateWriter {
+public:
+    JsonLinesWriter(StateColumns columns, Output& output) : fields_(columns, output), output_(output) {}
+
+    void beginSatellite(const SatelliteRecord& satellite) override {
+        head_ = "{\"schema\":\"vorlandi.states/1\"," + jsonHead(satellite) + ",";
+    }
+
+    void write(const StateRow& row) override {
+        output_.write(head_);
+        fields_.write(row);
+        output_.write("}\n");
+    }
+
+private:
+    StateFields fields_;
+    Output& output_;
+    std::string head_;
+};
+
 }  // namespace
 
-std::unique_ptr<StateWriter> makeStateWriter(Format format, WithCovariance withCovariance, Output& output) {
+std::unique_ptr<StateWriter> makeStateWriter(Format format, StateColumns columns, Output& output) {
     switch (format) {
         case Format::Csv:
-            return std::make_unique<CsvWriter>(withCovariance, output);
+            return std::make_unique<CsvWriter>(columns, output);
         case Format::Json:
-            return std::make_unique<JsonWriter>(withCovariance, output);
+            return std::make_unique<JsonWriter>(columns, output);
+        case Format::Jsonl:
+            return std::make_unique<JsonLinesWriter>(columns, output);
         case Format::Table:
             break;
     }
-    return std::make_unique<TableWriter>(withCovariance, output);
+    return std::make_unique<TableWriter>(columns, output);
 }
 
 }  // namespace vorlandi::cli

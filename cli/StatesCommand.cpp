@@ -1,7 +1,12 @@
 #include "StatesCommand.hpp"
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
 #include <memory>
 
 #include "Loading.hpp"
@@ -21,9 +26,9 @@ including the end. A step counts seconds of the UTC clock. A time that misses th
 microsecond means that point. States in gaps between the points (see vorlandi info --help) can be far off: a warning
 says how many there are.
 
-TIME is UTC in any of these forms; seconds are needed, their fraction is not:
-  2024-03-01T12:00:30.5   2024-061T12:00:30.5   2024/03/01 12:00:30.5   "01 Mar 2024 12:00:30.5"
-  24061120030.5   2024061120030.5   24061.50035301   2024061.50035301   2024Mar01120030.5
+TIME is UTC in any of these forms; vorlandi time shows a time in all of them:
+  2024-03-01T12:00:30.5   2024-03-01T12:00   2024-03-01   2024-061T12:00:30.5   2024/03/01 12:00:30.5
+  24061120030.5   2024061120030.5   24061.50035301   2024061.50035301   2024Mar01120030.5   "01 Mar 2024 12:00:30.5"
 
 Covariances (--cov) are of x, y, z, vx, vy, vz in km and km/s. The table shows the lower triangle below each state; csv
 has its 21 values row by row, cov_x_x, cov_y_x, cov_y_y, ..., empty if there is none; json has the whole 6x6 matrix, or
@@ -37,6 +42,7 @@ Examples:
 struct StatesOptions {
     InputOptions input;
     std::vector<std::string> at;
+    std::string timesFile;
     std::string from;
     std::string to;
     double step_s = 0.0;
@@ -50,12 +56,48 @@ std::optional<double> optionalTime(const std::string& option, const std::string&
     return given ? std::optional(timeOf(option, text).days) : std::nullopt;
 }
 
+// The times of a file, one a line. Blank lines and lines that begin with # are skipped.
+void appendTimes(const StatesOptions& options, std::vector<double>& times) {
+    const std::string& file = options.timesFile;
+    const bool isStandardInput = file == kStandardInput;
+    const auto& inputs = options.input.files;
+    if (isStandardInput && std::find(inputs.begin(), inputs.end(), kStandardInput) != inputs.end())
+        throw UsageError("--times", "- (standard input) can be given only once");
+    std::ifstream opened;
+    if (!isStandardInput) opened.open(file);
+    std::istream& stream = isStandardInput ? std::cin : opened;
+    std::string line;
+    for (std::int64_t number = 1; std::getline(stream, line); ++number) {
+        if (line.ends_with('\r')) line.pop_back();
+        const auto begin = line.find_first_not_of(" \t");
+        if (begin == std::string::npos || line[begin] == '#') continue;
+        times.push_back(timeOf(fmt::format("--times {}:{}", file, number), line).days);
+    }
+    if (!stream.eof()) throw UsageError("--times " + file, std::strerror(errno));
+    if (times.empty()) throw UsageError("--times " + file, "has no times");
+}
+
+// "--at T1 T2" leaves T2 among the files. It is a time unless there is a file of that name.
+void moveTimes(StatesOptions& options) {
+    if (options.at.empty()) return;
+    std::error_code ignored;
+    std::erase_if(options.input.files, [&](const std::string& text) {
+        const bool isTime = try_parse(text) && !std::filesystem::exists(text, ignored);
+        if (isTime) options.at.push_back(text);
+        return isTime;
+    });
+    if (options.input.files.empty()) throw CLI::RequiredError("FILE");
+}
+
 StateRequest requestOf(const StatesOptions& options, const CLI::App& command) {
     StateRequest request;
-    if (command.count("--at") > 0 && command.count("--from") + command.count("--to") + command.count("--step") > 0)
-        throw UsageError("--at", "can't be combined with --from, --to or --step");
+    const std::size_t ranges = command.count("--from") + command.count("--to") + command.count("--step");
+    for (const char* const times : {"--at", "--times"})
+        if (command.count(times) > 0 && ranges > 0)
+            throw UsageError(times, "can't be combined with --from, --to or --step");
     for (const std::string& text : options.at)
         request.at.push_back(timeOf("--at", text).days);
+    if (command.count("--times") > 0) appendTimes(options, request.at);
     request.from = optionalTime("--from", options.from, command.count("--from") > 0);
     request.to = optionalTime("--to", options.to, command.count("--to") > 0);
     if (request.from && request.to && *request.from > *request.to) throw UsageError("--to", "is earlier than --from");
@@ -64,7 +106,7 @@ StateRequest requestOf(const StatesOptions& options, const CLI::App& command) {
             throw UsageError("--step", "must be a finite number of seconds, a microsecond or more");
         request.step_s = options.step_s;
     }
-    if (options.withCovariance) request.withCovariance = WithCovariance::Yes;
+    request.columns.covariance = options.withCovariance;
     return request;
 }
 
@@ -88,16 +130,23 @@ bool reportUnknown(const std::vector<std::int32_t>& numbers, const std::vector<S
     return allKnown;
 }
 
-ExitStatus runStates(const StatesOptions& options, const StateRequest& request, Console& console) {
+bool hasRevolutions(const SatelliteRecord& record) {
+    for (std::int32_t index = 1; index <= record.pointCount; ++index)
+        if (record.satellite.try_point(index).value.revolution != 0) return true;
+    return false;
+}
+
+ExitStatus runStates(const StatesOptions& options, StateRequest request, Console& console) {
     bool allWell = loadFiles(options.input, options.output, console);
-    const std::vector<SatelliteRecord> satellites = loadedSatellites();
+    std::vector<SatelliteRecord> satellites = loadedSatellites();
     allWell = reportUnknown(options.satellites, satellites, console) && allWell;
+    std::erase_if(satellites, [&](const auto& satellite) { return !isWanted(satellite, options.satellites); });
+    request.columns.revolution = std::any_of(satellites.begin(), satellites.end(), hasRevolutions);
 
     Output output(options.output);
-    const auto writer = makeStateWriter(options.format, request.withCovariance, output);
-    for (const SatelliteRecord& satellite : satellites) {
-        if (isWanted(satellite, options.satellites)) allWell = answer(request, satellite, *writer, console) && allWell;
-    }
+    const auto writer = makeStateWriter(options.format, request.columns, output);
+    for (const SatelliteRecord& satellite : satellites)
+        allWell = answer(request, satellite, *writer, console) && allWell;
     writer->finish();
     if (writer->count() == 0 && refusesEmptyFile(options.output, console)) return ExitStatus::Failure;
     output.close();
@@ -105,7 +154,10 @@ ExitStatus runStates(const StatesOptions& options, const StateRequest& request, 
 }
 
 void addTimes(CLI::App& command, StatesOptions& options) {
-    command.add_option("--at", options.at, "State at this time; may be repeated")
+    command
+        .add_option("--times", options.timesFile, "States at the times in this file, one a line; - is standard input")
+        ->type_name("FILE");
+    command.add_option("--at", options.at, "State at this time; several may follow, and it may be repeated")
         ->type_name("TIME")
         ->allow_extra_args(false);
     command.add_option("--from", options.from, "Start of the range; the first point if not given")->type_name("TIME");
@@ -126,11 +178,12 @@ void addStatesCommand(CLI::App& application, Session& session) {
         ->allow_extra_args(false)
         ->check(CLI::Range(0, 999999999).description(""));
     command->add_flag("--cov", options->withCovariance, "With covariances");
-    addFormat(*command, options->format);
+    addFormat(*command, options->format, Offered::All);
     addOutput(*command, options->output);
     addVerbose(*command, session.console);
     command->footer(kFooter);
     command->callback([options, command, &session] {
+        moveTimes(*options);
         session.status = runStates(*options, requestOf(*options, *command), session.console);
     });
 }

@@ -18,7 +18,7 @@ YYDDDHHMMSS.SSS means the years 1957 to 2056.
 
 Examples:
   vorlandi time 2026-01-31T01:30
-  vorlandi time --format json 26031013000 "31 Jan 2026 01:30:00")";
+  vorlandi time --format json 26031013000.5 "31 Jan 2026 01:30:00")";
 
 struct TimeOptions {
     std::vector<std::string> texts;
@@ -80,6 +80,7 @@ ExitStatus runTime(const TimeOptions& options) {
             printCsv(times, output);
             break;
         case Format::Json:
+        case Format::Jsonl:
             printJson(times, output);
             break;
     }

@@ -50,11 +50,11 @@ TEST_F(Archives, AreReadWithoutUnpackingThem) {
         {"(head -n 7 81001.e | gzip; tail -n +8 81001.e | gzip) >81005.gz", "81005.gz", {"81005 10 81005 "}},
         {"bsdtar --format raw --xz -cf folder/81006.e.xz 81001.e", "folder/81006.e.xz", {"81006 10 folder/81006.e "}},
         {"bsdtar --format raw --zstd -cf 81007.e.zst 81001.e", "81007.e.zst", {"81007 10 81007.e "}},
-        {"true", "- <81001.e", {"99999 10 standard input "}},
-        {"true", "- <81001.e.gz", {"99999 10 standard input "}},
+        {"true", "- <81001.e", {"99999 10 stdin "}},
+        {"true", "- <81001.e.gz", {"99999 10 stdin "}},
         {"true", "- 81001.e <all.zip",
          [&] {
-             Lines lines = inFolder("standard input");
+             Lines lines = inFolder("stdin");
              lines.push_back("81001 10 81001.e ");
              return lines;
          }()},
@@ -110,15 +110,12 @@ TEST_F(Archives, SayWhatIsNotLoadedAndKeepTheRest) {
          {"large.zip/large" + large},
          {"81001 10 large.zip/81001.e "}},
         {"gzip large", "--max-member 2M large.gz 81001.e", {"large" + large}, {"81001 10 81001.e "}},
-        {"true", "--max-member 2M - 81001.e <large.gz", {"standard input" + large}, {"81001 10 81001.e "}},
+        {"true", "--max-member 2M - 81001.e <large.gz", {"stdin" + large}, {"81001 10 81001.e "}},
         {"head -c $(($(wc -c <two.tgz) * 3 / 4)) two.tgz >cut.tgz",
          "cut.tgz",
          {"cut.tgz/81004.e: error: damaged: truncated gzip input"},
          {"81003 20000 cut.tgz/81003.e "}},
-        {"true",
-         "- <cut.tgz",
-         {"standard input/81004.e: error: damaged: truncated gzip input"},
-         {"81003 20000 standard input/81003.e "}},
+        {"true", "- <cut.tgz", {"stdin/81004.e: error: damaged: truncated gzip input"}, {"81003 20000 stdin/81003.e "}},
         {"bsdtar -cf whole.tar 81003.e 81004.e; head -c $(($(wc -c <81003.e) + 9000)) whole.tar >cut.tar",
          "cut.tar",
          {"cut.tar/81004.e: error: damaged: Truncated tar archive"},
@@ -137,7 +134,7 @@ TEST_F(Archives, SayWhatIsNotLoadedAndKeepTheRest) {
          "crc.gz",
          {"crc: error: damaged: the checksum is wrong"},
          {}},
-        {"true", "- <crc.gz", {"standard input: error: damaged: the checksum is wrong"}, {}},
+        {"true", "- <crc.gz", {"stdin: error: damaged: the checksum is wrong"}, {}},
         {"mkdir empty; bsdtar -a -cf empty.zip empty",
          "empty.zip",
          {"empty.zip: error: there is no file in this archive"},
@@ -147,8 +144,8 @@ TEST_F(Archives, SayWhatIsNotLoadedAndKeepTheRest) {
          "b",
          {"b: error: bzip2 is not read; gzip, xz, zstd, zip and tar are"},
          {}},
-        {"true", "- </dev/null", {"standard input: error: no ephemeris format recognised"}, {}},
-        {"true", "- <folder", {"standard input: error: Is a directory"}, {}},
+        {"true", "- </dev/null", {"stdin: error: no ephemeris format recognised"}, {}},
+        {"true", "- <folder", {"stdin: error: Is a directory"}, {}},
     };
     for (const auto& [make, arguments, expected, satellites] : cases) {
         SCOPED_TRACE(make + "; info " + arguments);
@@ -182,7 +179,7 @@ TEST_F(Archives, FollowCardsToTheirOwnMembersOnly) {
     EXPECT_EQ(status, 1);
     EXPECT_EQ(loadedBy("- 81001.e <folder/near.card", &messages, &status), Lines{"81001 10 81001.e "});
     ASSERT_EQ(messages.size(), 4U);
-    EXPECT_EQ(messages[0], "vorlandi: standard input:2: error: 81003.e: cards on standard input are not followed");
+    EXPECT_EQ(messages[0], "vorlandi: stdin:2: error: 81003.e: cards on standard input are not followed");
 }
 
 }  // namespace

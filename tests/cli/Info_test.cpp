@@ -46,7 +46,8 @@ TEST_F(Info, DescribesEverySatelliteInTheOrderOfLoading) {
     const std::string json = run("info --format json fleet.card").output;
     EXPECT_THAT(
         std::regex_replace(json, std::regex("\"key\":\"[0-9]+\""), "\"key\":K"),
-        testing::StartsWith("{\"satellites\":[\n{\"satellite\":81002,\"key\":K,\"frame\":\"ECI\",\"points\":2,"
+        testing::StartsWith("{\"schema\":\"vorlandi.info/"
+                            "1\",\"satellites\":[\n{\"satellite\":81002,\"key\":K,\"frame\":\"ECI\",\"points\":2,"
                             "\"first_utc\":\"2026-01-31T00:00:00.000000\",\"last_utc\":\"2026-01-31T00:22:30.000000\","
                             "\"mean_spacing_s\":1350,\"covariance\":true,\"format\":\"ITC\",\"file\":\"81002.itc\","
                             "\"tag\":\"a \\\"quoted\\\", tag\",\"spacing_least_s\":1350,\"spacing_median_s\":1350,"

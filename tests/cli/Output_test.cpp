@@ -201,7 +201,7 @@ TEST_F(Output, OfSaveNamesTheSatellitesThatNoCardCanBringBack) {
     EXPECT_EQ(saved.status, 1);
     EXPECT_THAT(saved.output, testing::EndsWith("rules\nEPHFIL = 81001.e\n"));
     EXPECT_EQ(saved.messages,
-              "vorlandi: standard input:1: error: not stored: line?feed.e already has satellite 99999 with the same "
+              "vorlandi: stdin:1: error: not stored: line?feed.e already has satellite 99999 with the same "
               "frame and first time; both are 99999 because neither file name begins with a satellite number\n"
               "vorlandi: 81003.itc: error: satellite 81002 is not saved: it is from standard input or a packed file\n"
               "vorlandi: line?feed.e: error: satellite 99999 is not saved: its file name has a line feed\n");

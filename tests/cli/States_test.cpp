@@ -41,6 +41,23 @@ TEST_F(States, AreTheStoredPointsExactlyWithTheirCovariance) {
     EXPECT_THAT(run("states 81002.itc --cov").output, Not(HasSubstr("12345")));
 }
 
+TEST_F(States, AreALineOfJsonEachAndInTheTableWithoutRevolutionsThatAreAllZero) {
+    const Lines lines = split(run("states 81002.itc 81001.e --format jsonl").output);
+    ASSERT_EQ(lines.size(), 12U);
+    EXPECT_THAT(lines[2],
+                testing::MatchesRegex("\\{\"schema\":\"vorlandi.states/1\",\"satellite\":81001,\"key\":\"[0-9]+\","
+                                      "\"frame\":\"J2K\",\"time_utc\":\"2026-01-31T00:00:00.000000\",.*"
+                                      "\"revolution\":0\\}"));
+    EXPECT_THAT(run("states 81001.e").output, Not(HasSubstr("revolution")));
+}
+
+TEST_F(States, AnswerTimesFromFilesAndSeveralAfterOneOption) {
+    write("times", "# a comment\n\n2026-01-31T00:01\r\n  2026/01/31 00:02:00 \n");
+    EXPECT_THAT(secondsOf("81001.e --times times"), testing::ElementsAre(60.0, 120.0));
+    EXPECT_THAT(secondsOf("81001.e --times - <times"), testing::ElementsAre(60.0, 120.0));
+    EXPECT_THAT(secondsOf("81001.e --at 2026-01-31T00:03 2026-01-31T00:04Z"), testing::ElementsAre(180.0, 240.0));
+}
+
 TEST_F(States, StartAtTheBeginAndReachTheEnd) {
     EXPECT_EQ(secondsOf("81001.e --step 0.1").size(), 5401U);
     const std::string day = "2026-01-31T00:";

@@ -25,7 +25,14 @@ TEST_F(Usage, IsCheckedBeforeAnythingIsLoaded) {
         {"STATES --from TIME --to 2026-01-31T00:00:00", "--to: is earlier than --from"},
         {"STATES --step 0", "--step: must be a finite number of seconds"}, {"STATES --step -60", "--step: must be"},
         {"STATES --step nan", "--step: must be"}, {"STATES --step inf", "--step: must be"},
-        {"STATES --step 9.99e-7", "--step: must be"}, {"STATES --step one", "--step"}}) {
+        {"STATES --step 9.99e-7", "--step: must be"}, {"STATES --step one", "--step"},
+        {"STATES --at 2461072.5", "it looks like a Julian date"}, {"states --at TIME TIME", "FILE is required"},
+        {"STATES --times 81001.e --step 1", "--times: can't be combined"},
+        {"STATES --times missing", "--times missing: No such file"}, {"states - --times -", "given only once"},
+        {"STATES --times 81001.e", "--times 81001.e:1: \"stk.v"}, {"STATES --times /dev/null", "has no times"},
+        {"STATES --leap-seconds missing", "--leap-seconds: missing: No such file"},
+        {"info --format jsonl 81001.e", "--format: jsonl"}, {"time tomorrow", "TEXT: \"tomorrow\" is not a time"},
+        {"time 2300-01-01", "outside the years 1900 to 2199"}}) {
         // clang-format on
         const std::string line =
             std::regex_replace(std::regex_replace(arguments, std::regex("STATES"), "states missing.e"),
@@ -40,9 +47,10 @@ TEST_F(Usage, IsCheckedBeforeAnythingIsLoaded) {
 }
 
 TEST_F(Usage, IsShownWithExamples) {
-    for (const char* const command : {"", "info", "states", "save", "formats"})
+    for (const char* const command : {"", "info", "states", "save", "time", "formats"})
         EXPECT_THAT(run(std::string(command) + " --help").output, HasSubstr("Examples:\n  vorlandi "));
     EXPECT_EQ(run("help").output, run("--help").output);
+    EXPECT_EQ(run("help states").output, run("states --help").output);
     EXPECT_TRUE(run("--version").output.starts_with("Vorlandi "));
     EXPECT_EQ(run("states 81001.e -o states; cat states").output, run("states 81001.e -o -").output);
 }
