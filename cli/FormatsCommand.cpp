@@ -1,5 +1,11 @@
 #include "FormatsCommand.hpp"
 
+#include <algorithm>
+#include <cctype>
+#include <memory>
+
+#include "ForeignTexts.hpp"
+#include "FormatsPage.hpp"
 #include "Output.hpp"
 #include "TextTable.hpp"
 
@@ -39,14 +45,63 @@ has to write, and by which rules. OEM and MODIFIED_ITC are read by the practical
 
 Examples:
   vorlandi formats
+  vorlandi formats OEM    describes the format
   vorlandi info FILE      shows the format of a file)";
 
-ExitStatus listFormats() {
+struct FormatsOptions {
+    std::string name;
+    std::string output{kStandardOutput};
+    Format format = Format::Table;
+};
+
+void printTable(Output& output) {
     TextTable table({Align::Left, Align::Left, Align::Left}, {"format", "recognised by", "content"});
     for (const FormatLine& line : kFormats)
         table.addRow({line.name, line.recognisedBy, line.content});
-    Output output{std::string(kStandardOutput)};
     table.print(output);
+}
+
+void printCsv(Output& output) {
+    output.write("format,recognised_by,content\n");
+    for (const FormatLine& line : kFormats)
+        output.print("{},{},{}\n", line.name, csvField(line.recognisedBy), csvField(line.content));
+}
+
+void printJson(Output& output) {
+    output.write("{\"schema\":\"vorlandi.formats/1\",\"formats\":[");
+    const char* separator = "\n";
+    for (const FormatLine& line : kFormats)
+        output.print("{}{{\"format\":{},\"recognised_by\":{},\"content\":{}}}", std::exchange(separator, ",\n"),
+                     jsonText(line.name), jsonText(line.recognisedBy), jsonText(line.content));
+    output.write("\n]}\n");
+}
+
+std::string inCapitals(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::toupper(c); });
+    return text;
+}
+
+// The section of the page of formats that is about this one: from its heading to the next of the same level.
+std::string_view sectionOf(const std::string& format) {
+    const std::string_view page = kFormatsPage;
+    const auto isNamed = [&format](const FormatLine& line) { return line.name == format; };
+    const auto begin = page.find("\n## " + format + "\n");
+    if (std::none_of(std::begin(kFormats), std::end(kFormats), isNamed) || begin == std::string_view::npos)
+        throw UsageError("NAME", fmt::format("there is no format {}; vorlandi formats lists them", format));
+    return page.substr(begin + 1, page.find("\n## ", begin + 1) - begin);
+}
+
+ExitStatus runFormats(const FormatsOptions& options) {
+    const std::string_view section = options.name.empty() ? "" : sectionOf(inCapitals(options.name));
+    Output output(options.output);
+    if (!options.name.empty())
+        output.write(section);
+    else if (options.format == Format::Csv)
+        printCsv(output);
+    else if (options.format == Format::Json)
+        printJson(output);
+    else
+        printTable(output);
     output.close();
     return ExitStatus::Success;
 }
@@ -54,9 +109,14 @@ ExitStatus listFormats() {
 }  // namespace
 
 void addFormatsCommand(CLI::App& application, Session& session) {
-    CLI::App* const command = application.add_subcommand("formats", "List the ephemeris formats");
+    CLI::App* const command = application.add_subcommand("formats", "List the ephemeris formats, or describe one");
+    const auto options = std::make_shared<FormatsOptions>();
+    command->add_option("NAME", options->name, "Describe this format: what a producer has to write, with an example")
+        ->type_name("");
+    addFormat(*command, options->format);
+    addOutput(*command, options->output);
     command->footer(kFooter);
-    command->callback([&session] { session.status = listFormats(); });
+    command->callback([options, &session] { session.status = runFormats(*options); });
 }
 
 }  // namespace vorlandi::cli

@@ -14,8 +14,8 @@ namespace {
 
 constexpr const char* kFooter =
     R"(A card file names each input file once, in the order of loading; loading it loads the same satellites. The names
-are written as they were given, so load it from the same directory, or give absolute names. An existing file is replaced
-once the new one is complete.
+are written as they were given, so load it from the same directory; with --absolute they are written so that the card
+file loads from any directory. An existing file is replaced once the new one is complete.
 
 The card file has to be loaded by the rules it was made by. A comment in it names them: files saved with --fixed-rules
 are loaded with --fixed-rules.
@@ -33,6 +33,7 @@ Examples:
 struct SaveOptions {
     std::string output;
     InputOptions input;
+    bool absolute = false;
 };
 
 // A file and the tag of its satellites.
@@ -57,11 +58,12 @@ std::vector<Card> cardsOf(const std::vector<SatelliteRecord>& satellites) {
 }
 
 // By the practical rules a name is looked for beside the card file first, where another file may have it.
-std::string nameOnCard(const std::string& file, const std::string& output, Rules rules) {
+std::string nameOnCard(const std::string& file, const SaveOptions& options) {
     namespace fs = std::filesystem;
-    if (rules == Rules::Fixed || output == kStandardOutput) return file;
+    if (options.absolute) return fs::absolute(file).lexically_normal().string();
+    if (options.input.rules == Rules::Fixed || options.output == kStandardOutput) return file;
     std::error_code error;
-    const fs::path beside = fs::path(output).parent_path() / file;
+    const fs::path beside = fs::path(options.output).parent_path() / file;
     const bool meansAnother = fs::exists(beside, error) && !fs::equivalent(beside, file, error);
     return meansAnother ? fs::absolute(file).string() : file;
 }
@@ -71,7 +73,7 @@ std::string textOf(const std::vector<Card>& cards, const SaveOptions& options) {
         fmt::format("* External ephemeris input files, to be loaded by the {} rules\n", rulesName(options.input.rules));
     for (const auto& [file, tag] : cards) {
         if (!tag.empty()) text += fmt::format("#VORLANDI = {}\n", tag);
-        text += fmt::format("EPHFIL = {}\n", nameOnCard(file, options.output, options.input.rules));
+        text += fmt::format("EPHFIL = {}\n", nameOnCard(file, options));
     }
     std::replace_if(
         text.begin(), text.end(), [](char c) { return c == '\0'; }, ' ');
@@ -123,6 +125,7 @@ void addSaveCommand(CLI::App& application, Session& session) {
         ->type_name("")
         ->required();
     addInput(*command, options->input);
+    command->add_flag("--absolute", options->absolute, "Write absolute file names");
     addVerbose(*command, session.console);
     command->footer(kFooter);
     command->callback([options, &session] { session.status = runSave(*options, session.console); });
