@@ -71,9 +71,9 @@ bool plainScalar(const Vorlanstate* points, std::int32_t n, double t, double (&p
     if (first < 0) return false;
     const Vorlanstate* const nodes = points + first;
     const Four dt = (t - Four{nodes[0].time, nodes[1].time, nodes[2].time, nodes[3].time}) * kSecondsPerDay;
-    const Weights<Four> weights(dt, {__builtin_shufflevector(dt, dt, 1, 2, 3, 0),
-                                     __builtin_shufflevector(dt, dt, 2, 3, 0, 1),
-                                     __builtin_shufflevector(dt, dt, 3, 0, 1, 2)});
+    const Weights<Four> weights(
+        dt, {__builtin_shufflevector(dt, dt, 1, 2, 3, 0), __builtin_shufflevector(dt, dt, 2, 3, 0, 1),
+             __builtin_shufflevector(dt, dt, 3, 0, 1, 2)});
     // Lane 0 is not used: it holds the time, and z.
     Four position{}, velocity{};
     for (int i = 0; i < 4; ++i) {
