@@ -33,6 +33,7 @@ private:
     // A state and its time, by an index from 1.
     const Vorlanstate& state(std::int32_t index) const noexcept { return points_.state(index - 1); }
     double time(std::int32_t index) const noexcept { return state(index).time; }
+    bool coincides(std::int32_t index, double t) const noexcept;
     std::int32_t coincident(std::int32_t first, std::int32_t last, double t) const noexcept;
 
     const PointArray& points_;
@@ -44,6 +45,19 @@ private:
 
 // Prefetches the points around a coming request; exact when points are evenly spaced.
 void prefetchPoints(const Vorlanrecord& record, double ds50UTC, Covariance covariance) noexcept;
+
+// The same for the requests of a batch to one record, some of them ahead of the present one. Does nothing when the points
+// are less than a window away: those are in the cache, or come into it by themselves.
+class PrefetchAhead {
+public:
+    PrefetchAhead(const Vorlanrecord& record, Covariance covariance) noexcept;
+    void operator()(double present, double coming) const noexcept;
+
+private:
+    const PointArray& points_;
+    Covariance covariance_;
+    double perDay_ = 0.0;  // points, on average
+};
 
 // The revolution number of point a if point b has the number `rev`: one more if the orbit crosses the equator northward
 // from b to a, one less if it does so from a to b. Wraps at 100000 and keeps the sign.
