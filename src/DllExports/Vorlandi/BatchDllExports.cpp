@@ -149,9 +149,9 @@ int32_t VorlanDs50UTCArr(int64_t satKey, int64_t n, const double ds50UTC[], doub
             if (!record) return failAll(answers, begin, end, record.message());
             if (record->numberOfPoints() == 0) return failAll(answers, begin, end, noDataMessage("GetEphem", satKey));
             PointInterpolator interpolator(*record);
-            const PrefetchAhead prefetch(*record, answers.covariance());
             for (std::int64_t at = begin; at < end; ++at) {
-                if (at < end - kAhead) prefetch(ds50UTC[at], ds50UTC[at + kAhead]);
+                if (at < end - kAhead)
+                    interpolator.prefetchAhead(ds50UTC[at], ds50UTC[at + kAhead], answers.covariance());
                 answers.answer(at, *record, interpolator, ds50UTC[at]);
             }
         });
