@@ -40,7 +40,7 @@ def query(title, name, limit, target=None):
 
 
 def beside_plain(title, name, points, target=None):
-    return (f"query, {title}", f"query/{name}", "time", "a plain kernel", f"plain/avx2/{points}",
+    return (f"query, {title}", f"query/{name}", "time", "a plain kernel", f"plain/avx2_{points}",
             "time", target)
 
 
@@ -72,7 +72,7 @@ ROWS = [
     beside_plain("steps of random length, 1,000,000 points", "random_steps_1000000_points", 1000000, "<= 550 ns"),
     beside_plain("points in passes, 100,000 points", "passes_100000_points", 100000),
     beside_plain("points in passes, 1,000,000 points", "passes_1000000_points", 1000000),
-    ("the plain kernel without AVX2, a day of points", "plain/scalar/1441", "time", "with AVX2", "plain/avx2/1441",
+    ("the plain kernel without AVX2, a day of points", "plain/scalar_1441", "time", "with AVX2", "plain/avx2_1441",
      "time", None),
     many("sorted times", "sorted", SHARED, "<= 1.3"),
     many("sorted times, covariance", "sorted_covariance", SHARED_COVARIANCE),
@@ -82,7 +82,7 @@ ROWS = [
     many("random times", "random", KERNEL),
     many("random times, covariance", "random_covariance", KERNEL_COVARIANCE),
     *[many(f"random times in {points:,} points{comma}{kind}", f"random_{points}_points{comma and '_'}{kind}",
-           ("a plain kernel, one by one", f"plain/avx2/{points}", "time"))
+           ("a plain kernel, one by one", f"plain/avx2_{points}", "time"))
       for points in (100_000, 1_000_000) for comma, kind in (("", ""), (", ", "covariance"))],
     ("one time, 10,000 satellites of 1,440 points", "manySatellites/state", "time", *FLEET, "<= 5 ms"),
     ("one time, 10,000 satellites, covariance", "manySatellites/covariance", "time", *NONE, None),
