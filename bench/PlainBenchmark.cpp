@@ -11,23 +11,20 @@
 namespace vorlandi::bench {
 namespace {
 
-struct Points {
-    const Vorlanstate* states;
-    std::int32_t count;
-};
-
-Points pointsOf(std::int64_t key) {
+PlainPoints pointsOf(std::int64_t key) {
     std::string_view message;
     const Vorlanrecord* const record = FindRecPtr(key, message, true);
-    return record == nullptr ? Points{nullptr, 0} : Points{record->points.states(), record->points.count()};
+    if (record == nullptr) return {nullptr, 0, 0.0, 0.0};
+    const PointArray& points = record->points;
+    return {points.states(), points.count(), points.firstTime(), points.lastTime()};
 }
 
 // To a millimetre: different orders of operations.
 bool agrees(PlainKernel* kernel, std::int64_t key, double time) {
     double posVel[6] = {}, mse, pos[3], vel[3];
     std::int32_t revNum;
-    const Points points = pointsOf(key);
-    if (points.states == nullptr || !kernel(points.states, points.count, time, posVel)) return false;
+    const PlainPoints points = pointsOf(key);
+    if (points.states == nullptr || !kernel(points, time, posVel)) return false;
     if (VorlanDs50UTC(key, time, &mse, pos, vel, &revNum) != 0) return false;
     double largest = 0.0;
     for (int axis = 0; axis < 3; ++axis)
@@ -43,11 +40,11 @@ void plain(benchmark::State& state, PlainKernel* kernel, std::int32_t count) {
     for (std::size_t k = 0; k < times.size(); k += 1000) {
         if (!agrees(kernel, key, times[k])) return state.SkipWithError("another answer than the library's");
     }
-    const Points points = pointsOf(key);
+    const PlainPoints points = pointsOf(key);
     std::size_t next = 0;
     for (auto _ : state) {
         double posVel[6];
-        benchmark::DoNotOptimize(kernel(points.states, points.count, times[next++ & (times.size() - 1)], posVel));
+        benchmark::DoNotOptimize(kernel(points, times[next++ & (times.size() - 1)], posVel));
         benchmark::DoNotOptimize(posVel);
     }
 }
@@ -58,7 +55,7 @@ void plainFleet(benchmark::State& state, PlainKernel* kernel) {
     constexpr std::size_t kSatellites = 10000, kAhead = 8;
     constexpr std::int32_t kPoints = 1440;
     if (kernel == plainAvx2 && !hasAvx2()) return state.SkipWithError("the processor has no AVX2");
-    std::vector<Points> fleet;
+    std::vector<PlainPoints> fleet;
     for (const std::int64_t key : fillStore(kSatellites, kPoints))
         fleet.push_back(pointsOf(key));
     const std::vector<double> times = randomTimes(kPoints);
@@ -72,7 +69,7 @@ void plainFleet(benchmark::State& state, PlainKernel* kernel) {
         for (std::size_t k = 0; k < kSatellites; ++k) {
             for (std::int32_t node = 0; node < 4 && k + kAhead < kSatellites; ++node)
                 __builtin_prefetch(fleet[k + kAhead].states + first + node);
-            found &= kernel(fleet[k].states, fleet[k].count, time, posVels[k]);
+            found &= kernel(fleet[k], time, posVels[k]);
         }
         benchmark::DoNotOptimize(posVels.data());
         benchmark::ClobberMemory();

@@ -9,11 +9,11 @@ namespace vorlandi::bench {
 namespace {
 
 // The first of the four points around t; -1 if t is not where even spacing has it.
-[[gnu::always_inline]] inline std::int32_t firstOfWindow(const Vorlanstate* points, std::int32_t n, double t) noexcept {
-    const double begin = points[0].time;
-    const auto lo = static_cast<std::int32_t>((t - begin) * (n - 1) / (points[n - 1].time - begin));
+[[gnu::always_inline]] inline std::int32_t firstOfWindow(const PlainPoints& points, double t) noexcept {
+    const auto& [states, n, begin, end] = points;
+    const auto lo = static_cast<std::int32_t>((t - begin) * (n - 1) / (end - begin));
     for (const std::int32_t guess : {lo, lo - 1, lo + 1}) {
-        if (guess >= 0 && guess < n - 1 && points[guess].time <= t && t <= points[guess + 1].time)
+        if (guess >= 0 && guess < n - 1 && states[guess].time <= t && t <= states[guess + 1].time)
             return std::clamp(guess - 1, 0, n - 4);
     }
     return -1;
@@ -45,10 +45,10 @@ typedef double Four __attribute__((vector_size(32)));
 
 }  // namespace
 
-bool plainScalar(const Vorlanstate* points, std::int32_t n, double t, double (&posVel)[6]) {
-    const std::int32_t first = firstOfWindow(points, n, t);
+bool plainScalar(const PlainPoints& points, double t, double (&posVel)[6]) {
+    const std::int32_t first = firstOfWindow(points, t);
     if (first < 0) return false;
-    const Vorlanstate* const nodes = points + first;
+    const Vorlanstate* const nodes = points.states + first;
     double dt[4], sums[6] = {};
     for (int i = 0; i < 4; ++i)
         dt[i] = (t - nodes[i].time) * kSecondsPerDay;
@@ -66,10 +66,10 @@ bool plainScalar(const Vorlanstate* points, std::int32_t n, double t, double (&p
 
 #ifdef __x86_64__
 
-[[gnu::target("avx2")]] bool plainAvx2(const Vorlanstate* points, std::int32_t n, double t, double (&posVel)[6]) {
-    const std::int32_t first = firstOfWindow(points, n, t);
+[[gnu::target("avx2")]] bool plainAvx2(const PlainPoints& points, double t, double (&posVel)[6]) {
+    const std::int32_t first = firstOfWindow(points, t);
     if (first < 0) return false;
-    const Vorlanstate* const nodes = points + first;
+    const Vorlanstate* const nodes = points.states + first;
     const Four dt = (t - Four{nodes[0].time, nodes[1].time, nodes[2].time, nodes[3].time}) * kSecondsPerDay;
     const Weights<Four> weights(
         dt, {__builtin_shufflevector(dt, dt, 1, 2, 3, 0), __builtin_shufflevector(dt, dt, 2, 3, 0, 1),
@@ -94,9 +94,7 @@ bool hasAvx2() noexcept { return __builtin_cpu_supports("avx2"); }
 
 #else
 
-bool plainAvx2(const Vorlanstate* points, std::int32_t n, double t, double (&posVel)[6]) {
-    return plainScalar(points, n, t, posVel);
-}
+bool plainAvx2(const PlainPoints& points, double t, double (&posVel)[6]) { return plainScalar(points, t, posVel); }
 
 bool hasAvx2() noexcept { return false; }
 

@@ -9,9 +9,16 @@
 
 namespace vorlandi::bench {
 
-// Position and velocity at t from n >= 4 points, written once and compiled twice. False if the points are not evenly
+// Four points or more, and the times of the first and the last, which need not be fetched with them.
+struct PlainPoints {
+    const Vorlanstate* states;
+    std::int32_t count;
+    double begin, end;
+};
+
+// Position and velocity at t. False if the points are not evenly
 // spaced around t, or t is outside.
-using PlainKernel = bool(const Vorlanstate* points, std::int32_t n, double t, double (&posVel)[6]);
+using PlainKernel = bool(const PlainPoints& points, double t, double (&posVel)[6]);
 PlainKernel plainScalar;
 PlainKernel plainAvx2;
 
