@@ -41,7 +41,7 @@ inline SplitTai splitTai(double ds50UTC, double taiMinusUtc) noexcept {
     const double days = wholeDays(ds50UTC);
     const double fraction = ds50UTC - days;
     const double seconds = std::abs(ds50UTC) >= kExactFractionFrom ? fraction * kSecondsPerDay + taiMinusUtc
-                                                      : std::fma(fraction, kSecondsPerDay, taiMinusUtc);
+                                                                   : std::fma(fraction, kSecondsPerDay, taiMinusUtc);
     if (seconds >= kSecondsPerDay) return {days + 1.0, seconds - kSecondsPerDay};
     return {days, seconds};
 }
