@@ -43,6 +43,7 @@ struct Filling {
     std::int32_t satellites = 0;
     std::int32_t points = 0;
     bool withCovariance = false;
+    Spacing spacing = Spacing::Even;
     bool operator==(const Filling&) const = default;
 };
 Filling filling;
@@ -67,13 +68,32 @@ const bool contextAdded = [] {
 
 }  // namespace
 
-Vorlanpoint orbitPoint(std::int64_t index) {
+double minuteOf(Spacing spacing, std::int64_t index) {
+    const auto minute = static_cast<double>(index);
+    switch (spacing) {
+        case Spacing::Even:
+            break;
+        case Spacing::Random: {
+            // The sum of the steps so far, so that each is drawn once.
+            static std::vector<double> minutes{0.0};
+            static std::mt19937_64 random(20260131);
+            while (minutes.size() <= static_cast<std::size_t>(index))
+                minutes.push_back(minutes.back() + std::uniform_real_distribution(0.5, 1.5)(random));
+            return minutes[static_cast<std::size_t>(index)];
+        }
+        case Spacing::Passes:
+            return static_cast<double>(index / 30) * 30.0 + static_cast<double>(index % 30) / 6.0;
+    }
+    return minute;
+}
+
+Vorlanpoint orbitPoint(double minute) {
     constexpr double kRadius_km = 6978.0;
     constexpr double kRate_s = 1.083e-3;  // radians per second
-    const double angle = kRate_s * 60.0 * static_cast<double>(index);
+    const double angle = kRate_s * 60.0 * minute;
     const double speed = kRadius_km * kRate_s;
     Vorlanpoint point;
-    point.time = kEpoch + static_cast<double>(index) * kSpacing_days;
+    point.time = kEpoch + minute * kSpacing_days;
     point.pos[0] = kRadius_km * std::cos(angle);
     point.pos[1] = kRadius_km * std::sin(angle) * 0.8;
     point.pos[2] = kRadius_km * std::sin(angle) * 0.6;
@@ -91,15 +111,17 @@ void emptyStore() {
     filledKeys.clear();
 }
 
-const std::vector<std::int64_t>& fillStore(std::int32_t satellites, std::int32_t points, bool withCovariance) {
-    const Filling wanted{satellites, points, withCovariance};
+const std::vector<std::int64_t>& fillStore(std::int32_t satellites, std::int32_t points, bool withCovariance,
+                                           Spacing spacing) {
+    const Filling wanted{satellites, points, withCovariance, spacing};
     if (filling == wanted) return filledKeys;
     emptyStore();
     for (std::int32_t satellite = 0; satellite < satellites; ++satellite) {
         const std::int64_t key = VorlanAddSat(10000 + satellite, 1, kEpoch, 6378.135, 0.0743669161);
         for (std::int32_t index = 0; index < points; ++index) {
-            const Vorlanpoint point = orbitPoint(index + satellite);
-            const double time = kEpoch + index * kSpacing_days;
+            const double minute = minuteOf(spacing, index);
+            const Vorlanpoint point = orbitPoint(minute + satellite);
+            const double time = kEpoch + minute * kSpacing_days;
             if (withCovariance) {
                 VorlanAddSatEphemCovMtx(key, time, point.pos, point.vel, 0, point.cov);
             } else {
@@ -112,9 +134,9 @@ const std::vector<std::int64_t>& fillStore(std::int32_t satellites, std::int32_t
     return filledKeys;
 }
 
-std::vector<double> randomTimes(std::int32_t points, std::size_t count) {
+std::vector<double> randomTimes(std::int32_t points, std::size_t count, Spacing spacing) {
     std::mt19937_64 random(20260131);
-    std::uniform_real_distribution<double> inside(kEpoch, kEpoch + (points - 1) * kSpacing_days);
+    std::uniform_real_distribution<double> inside(kEpoch, kEpoch + minuteOf(spacing, points - 1) * kSpacing_days);
     std::vector<double> times(count);
     for (double& time : times)
         time = inside(random);

@@ -19,8 +19,18 @@ namespace vorlandi::bench {
 constexpr double kEpoch = 27790.0;  // Ds50UTC, 2026 Jan 31
 constexpr double kSpacing_days = 60.0 / 86400.0;
 
+// Where points lie in time.
+enum class Spacing {
+    Even,    // one a minute
+    Random,  // half a minute to one and a half apart
+    Passes,  // 30 points ten seconds apart, then 25 minutes without any: also one a minute on average
+};
+
+// The time of a point, in minutes since the first.
+double minuteOf(Spacing spacing, std::int64_t index);
+
 // A point of a low circular orbit, with a covariance.
-Vorlanpoint orbitPoint(std::int64_t index);
+Vorlanpoint orbitPoint(double minute);
 
 // The bytes that the store keeps for this many points.
 constexpr double storedBytes(std::int64_t points, bool withCovariance) {
@@ -31,12 +41,13 @@ constexpr double storedBytes(std::int64_t points, bool withCovariance) {
 // Empties the store, whatever filled it.
 void emptyStore();
 
-// Fills the store with satellites of `points` points each, one a minute, and nothing else. Returns their keys in the
-// order of adding. The store stays filled for repetitions; the keys are valid until it is emptied or filled otherwise.
-const std::vector<std::int64_t>& fillStore(std::int32_t satellites, std::int32_t points, bool withCovariance = true);
+// Fills the store with satellites of `points` points each, and nothing else. Returns their keys in the order of adding.
+// The store stays filled for repetitions; the keys are valid until it is emptied or filled otherwise.
+const std::vector<std::int64_t>& fillStore(std::int32_t satellites, std::int32_t points, bool withCovariance = true,
+                                           Spacing spacing = Spacing::Even);
 
 // Times inside the span of `points` points, in random order; always the same ones.
-std::vector<double> randomTimes(std::int32_t points, std::size_t count = 65536);
+std::vector<double> randomTimes(std::int32_t points, std::size_t count = 65536, Spacing spacing = Spacing::Even);
 
 // A folder for files, removed at the end.
 const std::filesystem::path& temporaryFolder();

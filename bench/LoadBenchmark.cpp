@@ -165,7 +165,7 @@ void turnCovariance(benchmark::State& state) {
     constexpr std::int64_t kPoints = 1000;
     std::vector<Vorlanpoint> points;
     for (std::int64_t index = 0; index < kPoints; ++index)
-        points.push_back(orbitPoint(index));
+        points.push_back(orbitPoint(static_cast<double>(index)));
     for (auto _ : state) {
         for (Vorlanpoint& point : points)
             benchmark::DoNotOptimize(turnToFrame(point, false, CovarianceAxes::Uvw, point));

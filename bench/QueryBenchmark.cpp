@@ -54,10 +54,13 @@ struct Outputs {
     std::int32_t revNum;
 };
 
-void query(benchmark::State& state, bool withCovariance, std::int32_t satellites, std::int32_t points) {
-    std::vector<std::int64_t> keys = fillStore(satellites, points);
+constexpr std::size_t kBatch = 65536;
+
+void query(benchmark::State& state, bool withCovariance, std::int32_t satellites, std::int32_t points,
+           Spacing spacing = Spacing::Even) {
+    std::vector<std::int64_t> keys = fillStore(satellites, points, withCovariance || spacing == Spacing::Even, spacing);
     std::shuffle(keys.begin(), keys.end(), std::mt19937_64(1));
-    const std::vector<double> times = randomTimes(points);
+    const std::vector<double> times = randomTimes(points, kBatch, spacing);
     Outputs out;
     std::size_t next = 0;
     std::size_t key = 0;
@@ -74,7 +77,7 @@ void query(benchmark::State& state, bool withCovariance, std::int32_t satellites
 }
 
 constexpr std::int32_t kDay = 1441;
-constexpr std::size_t kBatch = 65536;
+constexpr std::int32_t kMillion = 1'000'000;
 
 // The answers of a batch, with or without covariance.
 struct BatchOutputs {
@@ -90,10 +93,11 @@ struct BatchOutputs {
     std::vector<std::int32_t> errCodes;
 };
 
-// Many times of one satellite; sorted, forty-five and a half requests fall into one window.
-void manyTimes(benchmark::State& state, bool sorted, bool withCovariance) {
-    const std::int64_t key = fillStore(1, kDay).front();
-    std::vector<double> times = randomTimes(kDay, kBatch);
+// Many times of one satellite of a day unless said otherwise; sorted, forty-five and a half requests fall between two
+// points of a day.
+void manyTimes(benchmark::State& state, bool sorted, bool withCovariance, std::int32_t points = kDay) {
+    const std::int64_t key = fillStore(1, points).front();
+    std::vector<double> times = randomTimes(points, kBatch);
     if (sorted) std::sort(times.begin(), times.end());
     BatchOutputs out(kBatch, withCovariance);
     for (auto _ : state) {
@@ -132,13 +136,24 @@ BENCHMARK_CAPTURE(query, one_satellite_day, false, 1, kDay);
 BENCHMARK_CAPTURE(query, one_satellite_day_covariance, true, 1, kDay);
 BENCHMARK_CAPTURE(query, one_satellite_100000_points, false, 1, 100000);
 BENCHMARK_CAPTURE(query, one_satellite_100000_points_covariance, true, 1, 100000);
+BENCHMARK_CAPTURE(query, random_steps_100000_points, false, 1, 100000, Spacing::Random);
+BENCHMARK_CAPTURE(query, random_steps_1000000_points, false, 1, kMillion, Spacing::Random);
+BENCHMARK_CAPTURE(query, passes_100000_points, false, 1, 100000, Spacing::Passes);
+BENCHMARK_CAPTURE(query, passes_1000000_points, false, 1, kMillion, Spacing::Passes);
 BENCHMARK_CAPTURE(query, satellites_10000_random_keys, false, 10000, 60);
 BENCHMARK_CAPTURE(query, satellites_10000_random_keys_covariance, true, 10000, 60);
 
 BENCHMARK_CAPTURE(manyTimes, sorted, true, false)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(manyTimes, sorted_covariance, true, true)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(manyTimes, sorted_60_a_window, true, false, 1093)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(manyTimes, sorted_2_a_window, true, false, 32769)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(manyTimes, sorted_0_2_a_window, true, false, 327681)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(manyTimes, random, false, false)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(manyTimes, random_covariance, false, true)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(manyTimes, random_100000_points, false, false, 100000)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(manyTimes, random_100000_points_covariance, false, true, 100000)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(manyTimes, random_1000000_points, false, false, kMillion)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(manyTimes, random_1000000_points_covariance, false, true, kMillion)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(manySatellites, state, true, false)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(manySatellites, covariance, true, true)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(manySatellites, shuffled, false, false)->Unit(benchmark::kMillisecond);

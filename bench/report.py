@@ -26,6 +26,7 @@ KERNEL = ("the kernel", "kernel/state", "time")
 KERNEL_COVARIANCE = ("the kernel", "kernel/covariance", "time")
 SHARED = ("the kernel, window ready", "kernelInSharedWindow/state", "time")
 SHARED_COVARIANCE = ("the kernel, window ready", "kernelInSharedWindow/covariance", "time")
+FLEET = ("a plain kernel", "plainFleet/avx2", "time")
 NONE = (None, None, None)
 
 # If columns touch, from_chars reads runs of digits as one number and is not a lower limit.
@@ -36,6 +37,11 @@ TEXT_FORMATS = ("UNIVERSAL", "UNIVERSAL_CSV", "STK", "V31", "ECR", "ECR_POSITION
 
 def query(title, name, limit, target=None):
     return (f"query, {title}", f"query/{name}", "time", *limit, target)
+
+
+def beside_plain(title, name, points, target=None):
+    return (f"query, {title}", f"query/{name}", "time", "a plain kernel", f"plain/avx2_{points}",
+            "time", target)
 
 
 def many(title, name, limit, target=None):
@@ -60,13 +66,27 @@ ROWS = [
     query("100,000 points, covariance", "one_satellite_100000_points_covariance", KERNEL_COVARIANCE),
     query("10,000 satellites", "satellites_10000_random_keys", KERNEL),
     query("10,000 satellites, covariance", "satellites_10000_random_keys_covariance", KERNEL_COVARIANCE),
+    beside_plain("a day of points", "one_satellite_day", 1441, "<= 90 ns"),
+    beside_plain("100,000 points", "one_satellite_100000_points", 100000, "<= 140 ns"),
+    beside_plain("steps of random length, 100,000 points", "random_steps_100000_points", 100000, "<= 280 ns"),
+    beside_plain("steps of random length, 1,000,000 points", "random_steps_1000000_points", 1000000, "<= 550 ns"),
+    beside_plain("points in passes, 100,000 points", "passes_100000_points", 100000),
+    beside_plain("points in passes, 1,000,000 points", "passes_1000000_points", 1000000),
+    ("the plain kernel without AVX2, a day of points", "plain/scalar_1441", "time", "with AVX2", "plain/avx2_1441",
+     "time", None),
     many("sorted times", "sorted", SHARED, "<= 1.3"),
     many("sorted times, covariance", "sorted_covariance", SHARED_COVARIANCE),
+    many("sorted times, 60 between two points", "sorted_60_a_window", SHARED),
+    many("sorted times, 2 between two points", "sorted_2_a_window", KERNEL, "<= 45 ns"),
+    many("sorted times, 0.2 between two points", "sorted_0_2_a_window", KERNEL, "<= 70 ns"),
     many("random times", "random", KERNEL),
     many("random times, covariance", "random_covariance", KERNEL_COVARIANCE),
-    ("one time, 10,000 satellites of 1,440 points", "manySatellites/state", "time", *NONE, "< 10 ms"),
+    *[many(f"random times in {points:,} points{comma}{kind}", f"random_{points}_points{comma and '_'}{kind}",
+           ("a plain kernel, one by one", f"plain/avx2_{points}", "time"))
+      for points in (100_000, 1_000_000) for comma, kind in (("", ""), (", ", "covariance"))],
+    ("one time, 10,000 satellites of 1,440 points", "manySatellites/state", "time", *FLEET, "<= 5 ms"),
     ("one time, 10,000 satellites, covariance", "manySatellites/covariance", "time", *NONE, None),
-    ("one time, keys in random order", "manySatellites/shuffled", "time", *NONE, "< 10 ms"),
+    ("one time, keys in random order", "manySatellites/shuffled", "time", *FLEET, "<= 5 ms"),
     ("one time, keys in random order, covariance", "manySatellites/shuffled_covariance", "time", *NONE, None),
     *[(f"guard: {title}, safe mode", f"{name}/{safe}", "time", "fixed mode", f"{name}/{fixed}", "time", target)
       for title, name, safe, fixed, target in (

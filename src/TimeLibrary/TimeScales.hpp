@@ -27,19 +27,21 @@ struct SplitTai {
 };
 
 // std::floor without a call for usual times.
+constexpr double kWholeDaysBelow = 1e9;
 inline double wholeDays(double time) noexcept {
-    if (!(std::abs(time) < 1e9)) return std::floor(time);
+    if (!(std::abs(time) < kWholeDaysBelow)) return std::floor(time);
     const auto cut = static_cast<double>(static_cast<std::int32_t>(time));
     return cut > time ? cut - 1.0 : cut;
 }
 
+// From day 512 on the fraction has at most 43 bits and 86400 = 2^7 x 675, so the product is exact and only the
+// sum rounds. Earlier days need the fused operation to round once.
+constexpr double kExactFractionFrom = 512.0;
 inline SplitTai splitTai(double ds50UTC, double taiMinusUtc) noexcept {
     const double days = wholeDays(ds50UTC);
     const double fraction = ds50UTC - days;
-    // From day 512 on the fraction has at most 43 bits and 86400 = 2^7 x 675, so the product is exact and only the
-    // sum rounds. Earlier days need the fused operation to round once.
-    const double seconds = std::abs(ds50UTC) >= 512.0 ? fraction * kSecondsPerDay + taiMinusUtc
-                                                      : std::fma(fraction, kSecondsPerDay, taiMinusUtc);
+    const double seconds = std::abs(ds50UTC) >= kExactFractionFrom ? fraction * kSecondsPerDay + taiMinusUtc
+                                                                   : std::fma(fraction, kSecondsPerDay, taiMinusUtc);
     if (seconds >= kSecondsPerDay) return {days + 1.0, seconds - kSecondsPerDay};
     return {days, seconds};
 }

@@ -22,6 +22,7 @@ PointArray::PointArray(const PointArray& other) {
     lastTime_ = other.lastTime_;
     states_.grow(bytesOf<Vorlanstate>(space), 0);
     std::memcpy(states_.bytes(), other.states_.bytes(), bytesOf<Vorlanstate>(count_));
+    directory_.extend(states(), count_);
     if (other.covariances() == nullptr) return;
     covariances_.grow(bytesOf<PointCovariance>(space), 0);
     std::memcpy(covariances_.bytes(), other.covariances_.bytes(), bytesOf<PointCovariance>(count_));
@@ -31,6 +32,7 @@ PointArray PointArray::share() const {
     PointArray other;
     states_.shareWith(other.states_);
     covariances_.shareWith(other.covariances_);
+    directory_.shareWith(other.directory_);
     other.count_ = other.capacity_ = count_;
     other.firstTime_ = firstTime_;
     other.lastTime_ = lastTime_;
@@ -40,6 +42,7 @@ PointArray PointArray::share() const {
 
 void PointArray::clear() {
     if (states_.isShared() || covariances_.isShared()) PointArray().swap(*this);
+    directory_.clear();
     count_ = 0;
 }
 
@@ -51,6 +54,7 @@ void PointArray::growByStep() {
     if (isShare_) {
         states_.unshare(bytesOf<Vorlanstate>(count_), bytesOf<Vorlanstate>(capacity));
         covariances_.unshare(bytesOf<PointCovariance>(count_), bytesOf<PointCovariance>(capacity));
+        directory_.unshare();
         isShare_ = false;
     }
     states_.grow(bytesOf<Vorlanstate>(capacity), bytesOf<Vorlanstate>(count_));
@@ -58,6 +62,7 @@ void PointArray::growByStep() {
         covariances_.grow(bytesOf<PointCovariance>(capacity), bytesOf<PointCovariance>(count_));
     }
     capacity_ = capacity;
+    directory_.extend(states(), count_);
 }
 
 void PointArray::makeRoomForCovariances() {
@@ -84,6 +89,7 @@ void PointArray::putCovariance(const PointCovariance* covariance) {
 }
 
 void PointArray::trim() {
+    if (!isShare_) directory_.extend(states(), count_);
     if (count_ == 0 || count_ == capacity_) return;
     states_.shrink(bytesOf<Vorlanstate>(count_));
     if (covariances() != nullptr) covariances_.shrink(bytesOf<PointCovariance>(count_));

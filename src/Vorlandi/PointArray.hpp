@@ -17,6 +17,7 @@
 #include <utility>
 
 #include "Vorlandi/GrowingBlock.hpp"
+#include "Vorlandi/TimeDirectory.hpp"
 
 namespace vorlandi {
 
@@ -82,6 +83,8 @@ public:
     double firstTime() const noexcept { return firstTime_; }
     double lastTime() const noexcept { return lastTime_; }
 
+    const TimeDirectory& directory() const noexcept { return directory_; }
+
     // A state, or a whole point, by its index from 0.
     const Vorlanstate& state(std::int32_t index) const noexcept { return states()[index]; }
     const Vorlanstate& front() const noexcept { return state(0); }
@@ -112,6 +115,7 @@ public:
     void swap(PointArray& other) noexcept {
         states_.swap(other.states_);
         covariances_.swap(other.covariances_);
+        directory_.swap(other.directory_);
         std::swap(firstTime_, other.firstTime_);
         std::swap(lastTime_, other.lastTime_);
         std::swap(count_, other.count_);
@@ -134,6 +138,7 @@ private:
     GrowingBlock covariances_;
     double firstTime_ = 0.0;
     double lastTime_ = 0.0;
+    TimeDirectory directory_;
     std::int32_t count_ = 0;
     std::int32_t capacity_ = 0;
     bool isShare_ = false;  // made by share(), and not changed since: capacity is count

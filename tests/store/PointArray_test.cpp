@@ -36,6 +36,9 @@ struct Modelled {
             const auto& [time, covariance] = model[static_cast<std::size_t>(k)];
             ASSERT_TRUE(point.time == time && point.vel[2] == time && point.cov[20] == covariance) << k;
         }
+        const TimeDirectory& directory = array.directory();
+        for (std::int32_t k = 0; k < directory.count(); ++k)
+            ASSERT_EQ(directory.times()[k], model.at(static_cast<std::size_t>(k) * 64).first) << k;
     }
 };
 
@@ -74,14 +77,17 @@ TEST(PointArray, HoldsWhatIsAppendedWhoeverSharesCopiesTrimsOrClearsIt) {
 
 TEST(PointArray, GrowsByAThousandAndTakesNoRoomForCovariancesBeforeTheFirst) {
     Modelled points;
-    for (int k = 1; k <= 2500; ++k) {
+    const auto entriesOf = [](int count) { return count < 4000 ? 0 : (count - 1) / 64 + 1; };
+    for (int k = 1; k <= 6500; ++k) {
         points.append(k, k == 1700 ? -1.0 : 0.0);
         ASSERT_EQ(points.array.capacity(), (k + 999) / 1000 * 1000) << k;
         ASSERT_EQ(points.array.covariances() != nullptr, k >= 1700) << k;
+        ASSERT_EQ(points.array.directory().count(), entriesOf((k - 1) / 1000 * 1000)) << k;
     }
-    EXPECT_EQ(PointArray(points.array).capacity(), 3000) << "a copy keeps the space";
+    EXPECT_EQ(PointArray(points.array).capacity(), 7000) << "a copy keeps the space";
     points.array.trim();
-    EXPECT_EQ(points.array.capacity(), 2500);
+    EXPECT_EQ(points.array.capacity(), 6500);
+    EXPECT_EQ(points.array.directory().count(), entriesOf(6500));
     points.expectHeld();
 
     PointArray negativeZeros;

@@ -18,6 +18,9 @@ namespace {
 // The store can be changed by others after this many answers.
 constexpr std::int64_t kAnswersPerEntry = 4096;
 
+// So many requests before its own, a request's points are prefetched: memory answers while that many are worked on.
+constexpr std::int64_t kAhead = 8;
+
 // The outputs of a batch, filled one answer at a time, and what has gone wrong first.
 class Answers {
 public:
@@ -27,6 +30,12 @@ public:
     Covariance covariance() const noexcept { return covMtx_ != nullptr ? Covariance::Wanted : Covariance::NotWanted; }
 
     void succeed(std::int64_t at, const Vorlanpoint& point) noexcept { put(at, point, kSuccess); }
+
+    // The state of a record at a time.
+    void answer(std::int64_t at, const Vorlanrecord& record, PointInterpolator& interpolator, double ds50UTC) noexcept {
+        const bool found = stateAt(record, interpolator, ds50UTC, point_, message_, covariance()) == kSuccess;
+        found ? succeed(at, point_) : fail(at, message_);
+    }
 
     void fail(std::int64_t at, std::string_view why) noexcept {
         if (!firstFailure_) firstFailure_ = why;
@@ -63,6 +72,8 @@ private:
     double (*covMtx_)[6][6];
     std::int32_t* errCodes_;
     std::optional<MessageText> firstFailure_;
+    Vorlanpoint point_;    // of the last answer
+    MessageText message_;  // of the last failure
 };
 
 // Calls `work(begin, end)` for one stretch of answers after another.
@@ -77,23 +88,6 @@ void failAll(Answers& answers, std::int64_t begin, std::int64_t end, std::string
     for (std::int64_t at = begin; at < end; ++at)
         answers.fail(at, why);
 }
-
-// Asks one record for one state after another.
-class RecordQuery {
-public:
-    explicit RecordQuery(const Vorlanrecord& record) noexcept : record_(record), interpolator_(record) {}
-
-    void answer(double ds50UTC, std::int64_t at, Answers& answers) noexcept {
-        const bool found = stateAt(record_, interpolator_, ds50UTC, point_, message_, answers.covariance()) == kSuccess;
-        found ? answers.succeed(at, point_) : answers.fail(at, message_);
-    }
-
-private:
-    const Vorlanrecord& record_;
-    PointInterpolator interpolator_;
-    Vorlanpoint point_;
-    MessageText message_;
-};
 
 // The records of some satellites of a batch, looked up together, so that the ways to their points don't wait for each
 // other: what the next step needs of each is on its way into the cache while the step before goes on with the others.
@@ -123,7 +117,8 @@ public:
             } else if (record->numberOfPoints() == 0) {
                 answers.fail(at, noDataMessage("GetEphem", satKey));
             } else {
-                RecordQuery(*record).answer(ds50UTC, at, answers);
+                PointInterpolator interpolator(*record);
+                answers.answer(at, *record, interpolator, ds50UTC);
             }
             ++at;
         }
@@ -153,9 +148,12 @@ int32_t VorlanDs50UTCArr(int64_t satKey, int64_t n, const double ds50UTC[], doub
             const RecordAccess record(satKey);
             if (!record) return failAll(answers, begin, end, record.message());
             if (record->numberOfPoints() == 0) return failAll(answers, begin, end, noDataMessage("GetEphem", satKey));
-            RecordQuery query(*record);
-            for (std::int64_t at = begin; at < end; ++at)
-                query.answer(ds50UTC[at], at, answers);
+            PointInterpolator interpolator(*record);
+            for (std::int64_t at = begin; at < end; ++at) {
+                if (at < end - kAhead)
+                    interpolator.prefetchAhead(ds50UTC[at], ds50UTC[at + kAhead], answers.covariance());
+                answers.answer(at, *record, interpolator, ds50UTC[at]);
+            }
         });
         return answers.finish();
     });

@@ -43,7 +43,6 @@ std::int32_t failWithoutData(RecordAccess& record, std::string_view procedure, s
 
 std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, EphemAnswer& answer,
                       Covariance covariance) noexcept {
-    answer.point = Vorlanpoint{};
     RecordAccess record(satKey);
     if (!record) return record.fail();
     const PointArray& points = record->points;

@@ -21,12 +21,15 @@ constexpr std::int32_t kByIndex = 3;    // index of a stored point, from 1, its 
 // The answer to a request. `time` is the request's other form: Ds50UTC for kByMse and kByIndex, MSE for
 // kByDs50UTC. `mse` is set for kByIndex only.
 struct EphemAnswer {
-    Vorlanpoint point;
+    EphemAnswer() noexcept {}
+    union {
+        Vorlanpoint point;  // not cleared: GetEphem sets all of it but a covariance that nobody wants
+    };
     double time = 0.0;
     double mse = 0.0;
 };
 
-// 0; or 2, a message and a point of zeros. Holds the reader side only inside.
+// 0; or 2 and a message, and the answer is unspecified. Holds the reader side only inside.
 std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, EphemAnswer& answer,
                       Covariance covariance = Covariance::Wanted) noexcept;
 

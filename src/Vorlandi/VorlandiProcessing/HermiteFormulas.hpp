@@ -2,9 +2,11 @@
 // are calculated side by side.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -36,6 +38,15 @@ template <std::size_t N, class Step>
     (std::make_index_sequence<N>{});
 }
 
+// Each node's k-th of the others, in their order: lane i gets lane k, or k + 1 where that is i or a later one.
+template <std::size_t N, std::size_t K>
+[[gnu::always_inline]] inline void takeOther(const Lanes<N>& values, Lanes<N>& others) noexcept {
+    [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
+        others = __builtin_shufflevector(values, values, (K < I ? K : I < N ? K + 1 : I)...);
+    }
+    (std::make_index_sequence<std::bit_ceil(N)>{});
+}
+
 // N consecutive points, and what the formulas need of them alone, calculated once for all requests between them. The
 // points must stay where they are. The functions that calculate are inlined into their callers, which choose the
 // instruction set.
@@ -53,22 +64,35 @@ private:
     struct Weights {
         Lanes<N> positionValue, positionDerivative;
         Lanes<N> velocityValue, velocityDerivative;
-        Lanes<N> lagrange;
+        Lanes<N> lagrange;  // if the covariance is wanted
     };
 
-    SplitTai split(double time) const noexcept {
-        return time >= leap_->day && time < leap_->nextDay ? splitTai(time, leap_->taiMinusUtc)
-                                                           : tosplittai(time, *leapTable_);
+    // Are these times, in order, of usual days with the leap step of the first node? Then a few operations split them.
+    bool areUsual(double first, double last) const noexcept {
+        return first >= leap_->day && last < leap_->nextDay && first >= kExactFractionFrom && last < kWholeDaysBelow;
     }
-    [[gnu::always_inline]] inline void weigh(const double (&dt)[N], Weights& weights) const noexcept;
+    [[gnu::always_inline]] SplitTai split(double time) const noexcept {
+        return areUsual(time, time) ? splitTai(time, leap_->taiMinusUtc) : splitUnusual(time);
+    }
+    [[gnu::cold, gnu::noinline]] SplitTai splitUnusual(double time) const noexcept {
+        return tosplittai(time, *leapTable_);
+    }
+    [[gnu::always_inline]] inline void splitTimes() noexcept;
+    [[gnu::always_inline]] inline void weigh(const Lanes<N>& dt, double product, Weights& weights,
+                                             Covariance covariance) const noexcept;
     [[gnu::always_inline]] inline void addStates(const Weights& weights, Vorlanstate& result) const noexcept;
-    void covarianceAt(double t, const Lanes<N>& weights, PointCovariance& result) const noexcept;
+    [[gnu::always_inline]] inline void covarianceAt(double t, const Lanes<N>& weights,
+                                                    PointCovariance& result) const noexcept;
+    // Rare cases, out of line so that the usual one keeps its registers.
+    [[gnu::cold, gnu::noinline]] void giveNode(std::size_t i, Vorlanpoint& result,
+                                               Covariance covariance) const noexcept;
+    [[gnu::cold, gnu::noinline]] void scalarAt(double t, PointCovariance& result) const noexcept;
 
     const Vorlanstate* states_;
     const PointCovariance* covariances_;
     const LeapTable* leapTable_;
     const LeapStep* leap_;         // in force at the first node, and usually at all
-    double days_[N], seconds_[N];  // split TAI times of the nodes
+    Lanes<N> days_{}, seconds_{};  // split TAI times of the nodes
     Lanes<N> denominator_;         // products of the differences to the other nodes, s
     Lanes<N> squaredDenominator_;
     Lanes<N> sum_;  // sums of the reciprocal differences
@@ -78,7 +102,7 @@ private:
 };
 
 // Stands in for -0.5 / sum when the sum is exactly 0: so large that it cancels in the weights.
-inline double valueOfVanishedSum(double dt) noexcept {
+[[gnu::cold, gnu::noinline]] inline double valueOfVanishedSum(double dt) noexcept {
     if (dt == 0.0) return 0.0;
     if (!std::isfinite(dt)) return std::numeric_limits<double>::quiet_NaN();
     int exponent = 0;
@@ -86,53 +110,51 @@ inline double valueOfVanishedSum(double dt) noexcept {
     return std::scalbn(2.0 * std::abs(dt), 53 - exponent);
 }
 
+// As splitTai() splits one time.
+template <std::size_t N>
+void HermiteNodes<N>::splitTimes() noexcept {
+    if (!areUsual(states_[0].time, states_[N - 1].time)) [[unlikely]] {
+        for (std::size_t i = 0; i < N; ++i) {
+            const SplitTai node = splitUnusual(states_[i].time);
+            days_[i] = node.days;
+            seconds_[i] = node.seconds;
+        }
+        return;
+    }
+    typedef std::int32_t WholeNumbers __attribute__((vector_size(sizeof(Lanes<N>) / 2)));
+    Lanes<N> times{};
+    forEachIndex<N>([&](auto i) __attribute__((always_inline)) { times[i.value] = states_[i.value].time; });
+    const auto days = __builtin_convertvector(__builtin_convertvector(times, WholeNumbers), Lanes<N>);
+    const auto seconds = (times - days) * kSecondsPerDay + leap_->taiMinusUtc;
+    const auto onNextDay = seconds >= kSecondsPerDay;
+    days_ = onNextDay ? days + 1.0 : days;
+    seconds_ = onNextDay ? seconds - kSecondsPerDay : seconds;
+}
+
 template <std::size_t N>
 void HermiteNodes<N>::prepare() noexcept {
-    for (std::size_t i = 0; i < N; ++i) {
-        const SplitTai node = split(states_[i].time);
-        days_[i] = node.days;
-        seconds_[i] = node.seconds;
-    }
-    // Column j holds the differences of all nodes to node j. At node j itself it holds 1 or 0, which change neither
-    // the product nor the sum.
-    Lanes<N> differences[N]{}, reciprocals[N]{};
-    forEachIndex<N>([&](auto i) __attribute__((always_inline)) {
-        differences[i][i.value] = 1.0;
-        forEachIndex<N>([&](auto j) __attribute__((always_inline)) {
-            if constexpr (i < j) {
-                const double e = minus({days_[i], seconds_[i]}, {days_[j], seconds_[j]});
-                const double r = 1.0 / e;
-                differences[j][i.value] = e;
-                reciprocals[j][i.value] = r;
-                // minus(b, a) is -minus(a, b), bit for bit.
-                differences[i][j.value] = -e;
-                reciprocals[i][j.value] = -r;
-            }
-        });
+    splitTimes();
+    denominator_ = Lanes<N>{} + 1.0;
+    sum_ = Lanes<N>{};
+    forEachIndex<N - 1>([&](auto k) __attribute__((always_inline)) {
+        Lanes<N> days, seconds;
+        takeOther<N, k.value>(days_, days);
+        takeOther<N, k.value>(seconds_, seconds);
+        const Lanes<N> differences = (days_ - days) * kSecondsPerDay + (seconds_ - seconds);
+        denominator_ *= differences;
+        sum_ += 1.0 / differences;
     });
-    denominator_ = differences[0];
-    sum_ = reciprocals[0];
-    for (std::size_t j = 1; j < N; ++j) {
-        denominator_ *= differences[j];
-        sum_ += reciprocals[j];
-    }
     squaredDenominator_ = denominator_ * denominator_;
     c_ = -(0.5 / sum_);
     cTimesSquare_ = c_ * squaredDenominator_;
     sumVanishes_ = false;
-    for (std::size_t i = 0; i < N; ++i)
-        sumVanishes_ |= sum_[i] == 0.0;
+    forEachIndex<N>([&](auto i) __attribute__((always_inline)) { sumVanishes_ |= sum_[i.value] == 0.0; });
 }
 
-// The weights of all nodes. dt: the request minus each node, s.
+// The weights of all nodes. dt: the request minus each node, s; product: of all of them.
 template <std::size_t N>
-void HermiteNodes<N>::weigh(const double (&dt)[N], Weights& weights) const noexcept {
-    double product = dt[0];
-    Lanes<N> lanes{};
-    forEachIndex<N>([&](auto i) __attribute__((always_inline)) {
-        if constexpr (i > 0) product *= dt[i];
-        lanes[i.value] = dt[i];
-    });
+void HermiteNodes<N>::weigh(const Lanes<N>& dt, double product, Weights& weights,
+                            Covariance covariance) const noexcept {
     Lanes<N> c = c_, cTimesSquare = cTimesSquare_;
     if (sumVanishes_) [[unlikely]] {
         for (std::size_t i = 0; i < N; ++i) {
@@ -140,23 +162,20 @@ void HermiteNodes<N>::weigh(const double (&dt)[N], Weights& weights) const noexc
         }
         cTimesSquare = c * squaredDenominator_;
     }
-    const Lanes<N> reciprocals = 1.0 / lanes;
+    const Lanes<N> reciprocals = 1.0 / dt;
     Lanes<N> sum{};  // of the reciprocals of the other nodes
-    forEachIndex<N>([&](auto j) __attribute__((always_inline)) {
-        Lanes<N> column = reciprocals[j.value] - Lanes<N>{};
-        column[j.value] = 0.0;
-        if constexpr (j == 0)
-            sum = column;
-        else
-            sum += column;
+    forEachIndex<N - 1>([&](auto k) __attribute__((always_inline)) {
+        Lanes<N> others;
+        takeOther<N, k.value>(reciprocals, others);
+        sum += others;
     });
-    const Lanes<N> numerator = product / lanes;
+    const Lanes<N> numerator = product / dt;
     const Lanes<N> a = numerator * numerator;
-    weights.positionValue = (lanes + c) * a / cTimesSquare;
-    weights.positionDerivative = lanes * a / squaredDenominator_;
-    weights.velocityValue = ((2.0 * sum) * (lanes + c) + 1.0) * a / cTimesSquare;
-    weights.velocityDerivative = ((2.0 * sum) * lanes + 1.0) * a / squaredDenominator_;
-    weights.lagrange = numerator / denominator_;
+    weights.positionValue = (dt + c) * a / cTimesSquare;
+    weights.positionDerivative = dt * a / squaredDenominator_;
+    weights.velocityValue = ((2.0 * sum) * (dt + c) + 1.0) * a / cTimesSquare;
+    weights.velocityDerivative = ((2.0 * sum) * dt + 1.0) * a / squaredDenominator_;
+    if (covariance == Covariance::Wanted) weights.lagrange = numerator / denominator_;
 }
 
 // Position and velocity: the weighted sums over the nodes in their order, the axes side by side.
@@ -176,28 +195,43 @@ void HermiteNodes<N>::addStates(const Weights& weights, Vorlanstate& result) con
         velocity += weights.velocityValue[i] * value;
         velocity += weights.velocityDerivative[i] * derivative;
     }
-    for (int axis = 0; axis < 3; ++axis) {
-        result.pos[axis] = position[axis + 1];
-        result.vel[axis] = velocity[axis + 1];
+    // The position is written last: the velocity's lane 0 falls on its z.
+    std::memcpy(&result.pos[2], &velocity, sizeof velocity);
+    std::memcpy(&result.time, &position, sizeof position);
+}
+
+template <std::size_t N>
+void HermiteNodes<N>::giveNode(std::size_t i, Vorlanpoint& result, Covariance covariance) const noexcept {
+    static_cast<Vorlanstate&>(result) = states_[i];
+    if (covariance == Covariance::Wanted) {
+        static_cast<PointCovariance&>(result) = covariances_ != nullptr ? covariances_[i] : PointCovariance{};
     }
+}
+
+template <std::size_t N>
+void HermiteNodes<N>::scalarAt(double t, PointCovariance& result) const noexcept {
+    constexpr auto kStride = [](std::size_t size) { return static_cast<std::ptrdiff_t>(size / sizeof(double)); };
+    result = PointCovariance{};
+    result.cov[0] = lagrange_val({&covariances_[0].cov[0], N, kStride(sizeof(PointCovariance))},
+                                 {&states_[0].time, N, kStride(sizeof(Vorlanstate))}, t);
 }
 
 template <std::size_t N>
 void HermiteNodes<N>::answer(double t, Vorlanpoint& result, Covariance covariance) const noexcept {
     const SplitTai request = split(t);
-    double dt[N];
-    for (std::size_t i = 0; i < N; ++i) {
-        dt[i] = minus(request, {days_[i], seconds_[i]});
-        if (dt[i] == 0.0) {
-            static_cast<Vorlanstate&>(result) = states_[i];
-            if (covariance == Covariance::Wanted) {
-                static_cast<PointCovariance&>(result) = covariances_ != nullptr ? covariances_[i] : PointCovariance{};
-            }
-            return;
+    const Lanes<N> dt = (request.days - days_) * kSecondsPerDay + (request.seconds - seconds_);
+    double product = dt[0];
+    forEachIndex<N>([&](auto i) __attribute__((always_inline)) {
+        if constexpr (i > 0) product *= dt[i.value];
+    });
+    // A product that is not a number has hidden a zero.
+    if (!(std::abs(product) > 0.0)) [[unlikely]] {
+        for (std::size_t i = 0; i < N; ++i) {
+            if (dt[i] == 0.0) return giveNode(i, result, covariance);
         }
     }
     Weights weights;
-    weigh(dt, weights);
+    weigh(dt, product, weights, covariance);
     addStates(weights, result);
     result.time = t;
     result.rev = 0;
@@ -207,21 +241,24 @@ void HermiteNodes<N>::answer(double t, Vorlanpoint& result, Covariance covarianc
 
 template <std::size_t N>
 void HermiteNodes<N>::covarianceAt(double t, const Lanes<N>& weights, PointCovariance& result) const noexcept {
-    result = PointCovariance{};
-    if (covariances_ == nullptr) return;
-    if (covariances_[0].cov[1] == kScalarMarker) {
-        constexpr auto kStride = [](std::size_t size) { return static_cast<std::ptrdiff_t>(size / sizeof(double)); };
-        result.cov[0] = lagrange_val({&covariances_[0].cov[0], N, kStride(sizeof(PointCovariance))},
-                                     {&states_[0].time, N, kStride(sizeof(Vorlanstate))}, t);
+    if (covariances_ == nullptr) {
+        result = PointCovariance{};
         return;
     }
-    // In a variable of its own, which cannot overlap with the nodes.
-    PointCovariance sums;
-    const PointCovariance* const nodes = covariances_;
-    for (std::size_t k = 0; k < kCovarianceSize; ++k) {
-        forEachIndex<N>([&](auto i) { sums.cov[k] += weights[i.value] * nodes[i.value].cov[k]; });
-    }
-    result = sums;
+    if (covariances_[0].cov[1] == kScalarMarker) [[unlikely]]
+        return scalarAt(t, result);
+    // Four values side by side; the last four overlap with those before.
+    constexpr std::size_t kGroups = (kCovarianceSize + 3) / 4;
+    forEachIndex<kGroups>([&](auto group) __attribute__((always_inline)) {
+        constexpr std::size_t kFirst = std::min(4 * group.value, kCovarianceSize - 4);
+        Lanes<4> sums{};
+        forEachIndex<N>([&](auto i) __attribute__((always_inline)) {
+            Lanes<4> values;
+            std::memcpy(&values, covariances_[i.value].cov + kFirst, sizeof values);
+            sums += weights[i.value] * values;
+        });
+        std::memcpy(result.cov + kFirst, &sums, sizeof sums);
+    });
 }
 
 }  // namespace vorlandi

@@ -1,6 +1,7 @@
 // Point interpolation: the state of one record at a time, from the four stored points around it.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <optional>
 
@@ -10,11 +11,33 @@
 
 namespace vorlandi {
 
+// Where the points of a record would be if they were evenly spaced.
+class EvenSpacing {
+public:
+    explicit EvenSpacing(const PointArray& points) noexcept
+        : first_(points.firstTime()), count_(points.count()), perDay_((count_ - 1) / (points.lastTime() - first_)) {}
+
+    // The index (from 1) of the point before t, 0 for a time far outside.
+    std::int32_t pointBefore(double t) const noexcept {
+        const double spacings = (t - first_) * perDay_;
+        return spacings >= 0.0 && spacings <= count_ ? static_cast<std::int32_t>(spacings) + 1 : 0;
+    }
+
+    // How many points lie between two times.
+    double pointsBetween(double a, double b) const noexcept { return std::abs(a - b) * perDay_; }
+
+private:
+    double first_;
+    std::int32_t count_;
+    double perDay_;
+};
+
 // Answers requests to one record. Keeps the window of the last request for the next one between the same points; an
 // answer does not depend on earlier requests. The record must not change meanwhile.
 class PointInterpolator {
 public:
-    explicit PointInterpolator(const Vorlanrecord& record) noexcept : points_(record.points) {}
+    explicit PointInterpolator(const Vorlanrecord& record) noexcept
+        : points_(record.points), evenSpacing_(record.points) {}
 
     // The leap second table of all answers of this interpolator.
     const LeapTable& leapTable() const noexcept { return leapTable_; }
@@ -24,7 +47,14 @@ public:
     // with two or three points answers only at their times. If no covariance is wanted, the point's is unspecified.
     std::int32_t InterpolateEP(double ds50TAI, Vorlanpoint& point, MessageText& message, Covariance covariance);
 
+    // Prefetches the points of a coming request, unless they are less than two windows from those of the present one:
+    // then they are in the cache already, or come into it by themselves.
+    void prefetchAhead(double present, double coming, Covariance covariance) const noexcept {
+        if (evenSpacing_.pointsBetween(present, coming) > 2 * HermiteWindow::kNodes) prefetch(coming, covariance);
+    }
+
 private:
+    void prefetch(double ds50UTC, Covariance covariance) const noexcept;
     std::int32_t interpolate(double t, Vorlanpoint& point, MessageText& message, Covariance covariance);
     std::int32_t lastEarlier(double t) const noexcept;
     bool isLastEarlier(std::int32_t lo, double t) const noexcept;
@@ -33,9 +63,11 @@ private:
     // A state and its time, by an index from 1.
     const Vorlanstate& state(std::int32_t index) const noexcept { return points_.state(index - 1); }
     double time(std::int32_t index) const noexcept { return state(index).time; }
+    bool coincides(std::int32_t index, double t) const noexcept;
     std::int32_t coincident(std::int32_t first, std::int32_t last, double t) const noexcept;
 
     const PointArray& points_;
+    EvenSpacing evenSpacing_;
     const LeapTable& leapTable_ = vorlandi::leapTable();
     std::int32_t lo_ = -1;    // last point earlier than the last request that had a window
     std::int32_t first_ = 0;  // first point of that window
