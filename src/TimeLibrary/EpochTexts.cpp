@@ -74,7 +74,7 @@ std::optional<DayTime> usualForm(std::string_view text) noexcept {
 // What else dtg2ds50utc takes with dashes. It knows leap seconds, which are in UTC only.
 std::optional<double> looseForm(std::string_view text, TimeScale scale) noexcept {
     if (text.size() < 5 || text[4] != '-') return std::nullopt;
-    if (scale != TimeScale::Utc && text.substr(text.rfind(':') + 1).starts_with("60")) return std::nullopt;
+    if (scale != TimeScale::Utc && isSecond60(text)) return std::nullopt;
     const double time = dtg2ds50utc(text);
     return time != 0.0 ? std::optional(time) : std::nullopt;
 }
