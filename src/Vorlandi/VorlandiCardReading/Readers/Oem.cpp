@@ -66,6 +66,7 @@ private:
     KeptLine header_;  // of the segment
     OemMetadata metadata_;
     OemCovariances covariances_;
+    LastDay lastDay_;
 
     // Segments are stored at the end: whether the file's name numbers them depends on all of them.
     std::vector<Segment> segments_;
@@ -193,14 +194,13 @@ void OemBlock::readEntry(const OemEntry& entry) {
 }
 
 void OemBlock::readPoint(std::string_view text) {
-    std::size_t epochEnd = 0;
-    while (epochEnd < text.size() && text[epochEnd] != ' ' && text[epochEnd] != '\t')
-        ++epochEnd;
-    const auto time = epochToDs50utc(text.substr(0, epochEnd), metadata_.timeScale());
+    std::string_view epoch = text.substr(0, text.find(' '));
+    epoch = epoch.substr(0, epoch.find('\t'));
+    const auto time = epochToDs50utc(epoch, metadata_.timeScale(), lastDay_);
     if (!time) return skip(kNoSuchDate);
     Vorlanstate point;
     point.time = *time;
-    if (!readState(text.substr(epochEnd), point)) return skip("a state is an epoch and six or nine numbers");
+    if (!readState(text.substr(epoch.size()), point)) return skip("a state is an epoch and six or nine numbers");
     input_.append(point, record_);
 }
 
