@@ -20,27 +20,40 @@ constexpr std::array<std::uint32_t, 256> makeCrcTable() {
     return table;
 }
 
-constexpr std::uint32_t crc32Of(std::string_view bytes) {
-    constexpr auto kTable = makeCrcTable();
-    std::uint32_t crc = 0xFFFFFFFFU;
-    for (const char c : bytes)
-        crc = (crc >> 8U) ^ kTable[(crc ^ static_cast<unsigned char>(c)) & 0xFFU];
-    return ~crc;
-}
+// Of bytes that come in pieces.
+class GzipChecksum {
+public:
+    constexpr void add(std::string_view bytes) {
+        constexpr auto kTable = makeCrcTable();
+        for (const char c : bytes)
+            crc_ = (crc_ >> 8U) ^ kTable[(crc_ ^ static_cast<unsigned char>(c)) & 0xFFU];
+        size_ += static_cast<std::uint32_t>(bytes.size());
+    }
 
-static_assert(crc32Of("123456789") == 0xCBF43926U);
+    constexpr std::uint32_t crc() const { return ~crc_; }
 
-// False if the trailer is that of these bytes with another checksum. A file of several gzip streams ends with the size
-// of the last one: it can't be compared and counts as good.
-constexpr bool agreesWithTrailer(std::string_view bytes, std::string_view trailer) {
-    const auto numberAt = [trailer](std::size_t first) {
-        std::uint32_t number = 0;
-        for (std::size_t i = 4; i-- > 0;)
-            number = (number << 8U) | static_cast<unsigned char>(trailer[first + i]);
-        return number;
-    };
-    if (trailer.size() != kGzipTrailerSize || numberAt(4) != static_cast<std::uint32_t>(bytes.size())) return true;
-    return numberAt(0) == crc32Of(bytes);
-}
+    // False if the trailer is that of as many bytes with another checksum. A file of several gzip streams ends with the
+    // size of the last one: it can't be compared and counts as good.
+    constexpr bool agreesWith(std::string_view trailer) const {
+        const auto numberAt = [trailer](std::size_t first) {
+            std::uint32_t number = 0;
+            for (std::size_t i = 4; i-- > 0;)
+                number = (number << 8U) | static_cast<unsigned char>(trailer[first + i]);
+            return number;
+        };
+        return trailer.size() != kGzipTrailerSize || numberAt(4) != size_ || numberAt(0) == crc();
+    }
+
+private:
+    std::uint32_t crc_ = 0xFFFFFFFFU;
+    std::uint32_t size_ = 0;  // modulo 2^32, as the trailer has it
+};
+
+static_assert([] {
+    GzipChecksum checksum;
+    checksum.add("1234");
+    checksum.add("56789");
+    return checksum.crc();
+}() == 0xCBF43926U);
 
 }  // namespace vorlandi::archives

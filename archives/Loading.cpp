@@ -2,17 +2,16 @@
 
 #include <archive.h>
 #include <archive_entry.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <cerrno>
 #include <clocale>
 #include <memory>
 #include <new>
+#include <optional>
 #include <utility>
 
+#include "archives/ByteStream.hpp"
 #include "archives/Cards.hpp"
-#include "archives/GzipChecksum.hpp"
+#include "archives/GzipLayer.hpp"
 #include "archives/Member.hpp"
 
 namespace vorlandi::archives {
@@ -20,48 +19,8 @@ namespace {
 
 constexpr std::size_t kReadSize = 1 << 18;
 constexpr std::size_t kLongestName = 512;  // that the library takes
-constexpr int kMostFilters = 2;            // the compression, and the file itself
+constexpr int kMostFilters = 2;            // the compression, but for gzip, and the file itself
 constexpr const char* kNestedReason = "an archive in an archive is not read";
-
-// The bytes of a source that is not repositioned.
-struct Stream {
-    const Source& source;
-    bool hasBegun = false;
-    std::string buffer = {};
-    std::string tail = {};  // the last bytes read
-
-    la_ssize_t take(const char* bytes, std::size_t size) {
-        tail.append(bytes + size - std::min(size, kGzipTrailerSize), std::min(size, kGzipTrailerSize));
-        tail.erase(0, tail.size() - std::min(tail.size(), kGzipTrailerSize));
-        return static_cast<la_ssize_t>(size);
-    }
-};
-
-la_ssize_t readStream(archive* handle, void* data, const void** bytes) noexcept {
-    auto& stream = *static_cast<Stream*>(data);
-    if (!std::exchange(stream.hasBegun, true)) {
-        *bytes = stream.source.begin.data();
-        return stream.take(stream.source.begin.data(), stream.source.begin.size());
-    }
-    ssize_t size = 0;
-    do
-        size = ::read(stream.source.descriptor, stream.buffer.data(), stream.buffer.size());
-    while (size < 0 && errno == EINTR);
-    if (size < 0) archive_set_error(handle, errno, "reading failed");
-    *bytes = stream.buffer.data();
-    return size > 0 ? stream.take(stream.buffer.data(), static_cast<std::size_t>(size)) : size;
-}
-
-// The end of a file, or of what has been read of a stream.
-std::string tailOf(const Stream& stream) {
-    if (!stream.source.begin.empty()) return stream.tail;
-    std::string tail(kGzipTrailerSize, '\0');
-    const off_t end = lseek(stream.source.descriptor, 0, SEEK_END);
-    const auto wanted = static_cast<off_t>(kGzipTrailerSize);
-    const bool isRead = end >= wanted && pread(stream.source.descriptor, tail.data(), kGzipTrailerSize, end - wanted) ==
-                                             static_cast<ssize_t>(kGzipTrailerSize);
-    return isRead ? tail : "";
-}
 
 // Lets libarchive return names with letters beyond ASCII, on this thread, whatever the locale of the process is.
 class Utf8Names {
@@ -87,7 +46,7 @@ enum class Outcome { Complete, TooLarge, Damaged };
 class Loader {
 public:
     Loader(const Request& request, const Source& source, Client& client)
-        : request_(request), stream_{source}, client_(client), archive_(archive_read_new(), archive_read_free) {
+        : request_(request), stream_(source), client_(client), archive_(archive_read_new(), archive_read_free) {
         if (!archive_) throw std::bad_alloc();
         buffer_.reserve(kReadSize);
     }
@@ -109,23 +68,16 @@ public:
 private:
     bool open() {
         archive* const handle = archive_.get();
-        archive_read_support_filter_gzip(handle);
         archive_read_support_filter_xz(handle);
         archive_read_support_filter_zstd(handle);
         archive_read_support_format_zip(handle);
         archive_read_support_format_tar(handle);
         archive_read_support_format_raw(handle);
         archive_read_support_format_empty(handle);
-        const int status = stream_.source.begin.empty()
-                               ? archive_read_open_fd(handle, stream_.source.descriptor, kReadSize)
-                               : openStream(handle);
+        if (packingOf(stream_.begin()).name == kGzipName) gzip_.emplace(stream_);
+        const int status = gzip_ ? gzip_->open(handle) : stream_.open(handle);
         if (status != ARCHIVE_OK) client_.refused(request_.name, damage());
         return status == ARCHIVE_OK;
-    }
-
-    int openStream(archive* handle) {
-        stream_.buffer.resize(kReadSize);
-        return archive_read_open(handle, &stream_, nullptr, readStream, nullptr);
     }
 
     void readMembers() {
@@ -148,6 +100,8 @@ private:
         } else if (members_ == 0) {
             loadBytes(memberName(""), "");
         }
+        if (!isOver_ && !isSingle() && gzip_ && !gzip_->hasGoodChecksum())
+            client_.refused(request_.name, "damaged: the checksum of the whole is wrong, so any of its files may be");
     }
 
     // False if nothing more can be read.
@@ -169,8 +123,7 @@ private:
             case Outcome::Complete:
                 break;
         }
-        const bool isGzip = isSingle() && archive_filter_code(archive_.get(), 0) == ARCHIVE_FILTER_GZIP;
-        if (isGzip && !agreesWithTrailer(buffer_, tailOf(stream_))) {
+        if (isSingle() && gzip_ && !gzip_->hasGoodChecksum()) {
             client_.refused(name, "damaged: the checksum is wrong");
         } else if (packingOf(buffer_)) {
             client_.refused(name, kNestedReason);
@@ -222,7 +175,8 @@ private:
     }
 
     bool isNested() const {
-        const int filters = archive_filter_count(archive_.get());
+        if (gzip_ && gzip_->isNested()) return true;
+        const int filters = archive_filter_count(archive_.get()) + (gzip_ ? 1 : 0);
         const bool isZip = (archive_format(archive_.get()) & ARCHIVE_FORMAT_BASE_MASK) == ARCHIVE_FORMAT_ZIP;
         return filters > kMostFilters || (isZip && filters == kMostFilters);
     }
@@ -258,7 +212,8 @@ private:
     }
 
     const Request& request_;
-    Stream stream_;
+    ByteStream stream_;
+    std::optional<GzipLayer> gzip_;
     Client& client_;
     std::unique_ptr<archive, int (*)(archive*)> archive_;
     std::string buffer_;

@@ -44,7 +44,7 @@ public:
 };
 
 // Loads all members, in the order of the archive. Returns the keys of the records stored. A damaged member is not
-// loaded; what came before it stays loaded.
+// loaded; what came before it stays loaded. Whether a tar archive in gzip is damaged is known after its last member.
 std::vector<std::int64_t> load(const Request& request, const Source& source, Client& client);
 
 }  // namespace vorlandi::archives

@@ -1,5 +1,6 @@
 #include "archives/Packing.hpp"
 
+#include <algorithm>
 #include <cstdint>
 #include <numeric>
 
@@ -14,7 +15,7 @@ struct Mark {
 };
 
 constexpr Mark kMarks[] = {
-    {"\x1F\x8B"sv, {"gzip", true}},
+    {"\x1F\x8B"sv, {kGzipName, true}},
     {"\xFD\x37zXZ\0"sv, {"xz", true}},
     {"\x28\xB5\x2F\xFD"sv, {"zstd", true}},
     {"PK\3\4"sv, {"zip", true}},
@@ -27,6 +28,14 @@ constexpr Mark kMarks[] = {
 };
 
 constexpr std::string_view kEndings[] = {".gz", ".xz", ".zst"};
+
+// The name without an ending in any letter case; empty if it has another one, or nothing else.
+std::string_view without(std::string_view ending, std::string_view fileName) {
+    const std::size_t size = fileName.size() - std::min(fileName.size(), ending.size());
+    const bool has = std::equal(ending.begin(), ending.end(), fileName.begin() + size, fileName.end(),
+                                [](char a, char b) { return a == (b >= 'A' && b <= 'Z' ? b - 'A' + 'a' : b); });
+    return has && size > 0 && fileName[size - 1] != '/' ? fileName.substr(0, size) : std::string_view();
+}
 
 // "BZh", the size of a block, and the mark of the first block.
 bool isBzip2(std::string_view bytes) { return bytes.starts_with("BZh") && bytes.substr(3).find("1AY&SY") == 1; }
@@ -61,7 +70,7 @@ Packing packingOf(std::string_view firstBytes) {
 
 std::string_view withoutPacking(std::string_view fileName) {
     for (const std::string_view ending : kEndings)
-        if (fileName.ends_with(ending)) return fileName.substr(0, fileName.size() - ending.size());
+        if (const std::string_view name = without(ending, fileName); !name.empty()) return name;
     return fileName;
 }
 

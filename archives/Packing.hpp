@@ -16,9 +16,12 @@ struct Packing {
     explicit operator bool() const { return !name.empty(); }
 };
 
+inline constexpr std::string_view kGzipName = "gzip";
+
 Packing packingOf(std::string_view firstBytes);
 
-// The name of a compressed file without its ending .gz, .xz or .zst.
+// The name of a compressed file without its ending .gz, .xz or .zst, in any letter case. One that is nothing but an
+// ending stays.
 std::string_view withoutPacking(std::string_view fileName);
 
 }  // namespace vorlandi::archives

@@ -11,18 +11,24 @@
 namespace vorlandi::cli {
 namespace {
 
-constexpr std::size_t kMostOfStandardInput = std::size_t{4} << 30;
+constexpr std::size_t kMostOfStream = std::size_t{4} << 30;
 constexpr std::size_t kReadSize = 1 << 20;
 
-bool isRegular(const std::string& name) {
+mode_t modeOf(const std::string& name) {
     struct stat status {};
-    return stat(name.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    return stat(name.c_str(), &status) == 0 ? status.st_mode : 0;
 }
 
 }  // namespace
 
 InputFile::InputFile(const std::string& name) {
-    if (!isRegular(name)) return;
+    const mode_t mode = modeOf(name);
+    if (S_ISFIFO(mode)) {
+        source_.descriptor = open(name.c_str(), O_RDONLY | O_CLOEXEC);
+        if (source_.descriptor >= 0) beginStream();
+        return;
+    }
+    if (!S_ISREG(mode)) return;
     source_.descriptor = open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (source_.descriptor < 0) return;
     std::array<char, archives::kBytesToDetect> bytes;
@@ -32,6 +38,11 @@ InputFile::InputFile(const std::string& name) {
 
 InputFile::InputFile() {
     source_.descriptor = STDIN_FILENO;
+    beginStream();
+}
+
+void InputFile::beginStream() {
+    isStream_ = true;
     // An error comes back when the rest is read.
     readUpTo(archives::kBytesToDetect);
     packing_ = archives::packingOf(source_.begin);
@@ -42,8 +53,8 @@ InputFile::~InputFile() {
 }
 
 int InputFile::readAll() {
-    if (const int error = readUpTo(kMostOfStandardInput + 1); error != 0) return error;
-    return source_.begin.size() > kMostOfStandardInput ? EFBIG : 0;
+    if (const int error = readUpTo(kMostOfStream + 1); error != 0) return error;
+    return source_.begin.size() > kMostOfStream ? EFBIG : 0;
 }
 
 int InputFile::readUpTo(std::size_t size) {

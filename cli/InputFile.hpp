@@ -1,4 +1,4 @@
-// Regular files and standard input before they are loaded: are they packed, and what do they hold?
+// Regular files, pipes and standard input before they are loaded: are they packed, and what do they hold?
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,8 @@ namespace vorlandi::cli {
 
 class InputFile {
 public:
-    // Opens a regular file and looks at its first bytes. Anything else counts as not packed and is left to the library.
+    // Opens a regular file, or a pipe, whose first bytes are consumed, and looks at its first bytes. Anything else
+    // counts as not packed and is left to the library.
     explicit InputFile(const std::string& name);
 
     // Standard input, whose first bytes are consumed.
@@ -23,15 +24,20 @@ public:
     const archives::Packing& packing() const { return packing_; }
     const archives::Source& source() const { return source_; }
 
-    // Reads what is left of standard input, so that source().begin has all of it. Returns 0 or an errno: EFBIG for more
+    // Has it to be read from here, since what has been read can't be read again?
+    bool isStream() const { return isStream_; }
+
+    // Reads what is left of a pipe or of standard input, so that source().begin has all of it. Returns 0 or an errno: EFBIG for more
     // than 4 GiB.
     int readAll();
 
 private:
+    void beginStream();
     int readUpTo(std::size_t size);
 
     archives::Source source_;
     archives::Packing packing_;
+    bool isStream_ = false;
 };
 
 }  // namespace vorlandi::cli

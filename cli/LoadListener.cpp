@@ -77,7 +77,7 @@ constexpr std::string_view kLoader = "VorlanLoadFileExt: ";
 constexpr std::string_view kUnrecognised = "VorlanLoadFileExt: No ephemeris format recognised in ";
 constexpr std::string_view kForeign = " It seems to hold ";
 // The events have told of each of these points.
-constexpr std::string_view kDroppedPoints = " points dropped, the first of them here: not later than the point before.";
+constexpr std::string_view kDroppedPoints = " dropped, the first of them here: not later than the point before.";
 // Nothing is left out where these messages come from.
 constexpr std::string_view kRemarks[] = {"the record is divided there", "their number is 99999"};
 

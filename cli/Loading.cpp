@@ -68,14 +68,29 @@ public:
     bool load(const std::string& file) { return file == kStandardInput ? loadStandardInput() : loadNamed(file); }
 
 private:
+    // Of a pipe, cards are followed, as of a file.
+    bool loadStream(const std::string& name, InputFile& opened, Medium medium) {
+        if (const int error = opened.readAll(); error != 0) {
+            console_.error(name, error == EFBIG ? "larger than 4 GiB" : std::strerror(error));
+            return false;
+        }
+        LoadListener listener(name, input_.rules, medium, origins_, console_);
+        LoadOptions fromMemory = options();
+        fromMemory.follow_cards = medium == Medium::File;
+        const auto content = std::as_bytes(std::span(opened.source().begin));
+        listener.endFile(keepIn(try_load_bytes(content, name, fromMemory)));
+        return finish(listener);
+    }
+
     bool loadNamed(const std::string& file) {
         const std::string name = libraryName(file);
         if (const char* const reason = reasonAgainst(name)) {
             console_.error(file, reason);
             return false;
         }
-        const InputFile opened(name);
+        InputFile opened(name);
         if (opened.packing()) return loadPacked(name, opened);
+        if (opened.isStream()) return loadStream(name, opened, Medium::File);
         LoadListener listener(file, input_.rules, Medium::File, origins_, console_);
         listener.endFile(keepIn(try_load(name, options())));
         return finish(listener);
@@ -88,16 +103,7 @@ private:
         }
         InputFile opened;
         if (opened.packing()) return loadPacked(input_.stdinName, opened);
-        if (const int error = opened.readAll(); error != 0) {
-            console_.error(input_.stdinName, error == EFBIG ? "larger than 4 GiB" : std::strerror(error));
-            return false;
-        }
-        LoadListener listener(input_.stdinName, input_.rules, Medium::Memory, origins_, console_);
-        LoadOptions fromMemory = options();
-        fromMemory.follow_cards = false;
-        const auto content = std::as_bytes(std::span(opened.source().begin));
-        listener.endFile(keepIn(try_load_bytes(content, input_.stdinName, fromMemory)));
-        return finish(listener);
+        return loadStream(input_.stdinName, opened, Medium::Memory);
     }
 
     bool loadPacked(const std::string& name, const InputFile& opened) {

@@ -230,11 +230,13 @@ FreeFormList::Found FreeFormList::findValue() noexcept {
     afterValue_ = false;
     if (*position_ == ',') {
         ++position_;
+        leftOut_ = true;
         return Found::Null;
     }
     if (*position_ == '/') {
         ++position_;
         slash_ = true;
+        leftOut_ = true;
         return Found::Null;
     }
     afterValue_ = true;

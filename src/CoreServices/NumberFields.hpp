@@ -80,6 +80,9 @@ public:
 
     bool slashMet() const noexcept { return slash_; }
 
+    // Has a value been left out so far, between two commas or by a slash?
+    bool leftOut() const noexcept { return leftOut_; }
+
     // Goes on in a further line; the end of the one before counts as a blank.
     void goOn(std::string_view line) noexcept {
         position_ = line.data();
@@ -99,6 +102,7 @@ private:
     Exponents exponents_;
     bool afterValue_ = false;  // the next comma belongs to the value before it
     bool slash_ = false;
+    bool leftOut_ = false;
 };
 
 // `values.size()` numbers from the beginning of a text; what follows them is ignored.

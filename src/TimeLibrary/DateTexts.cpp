@@ -348,6 +348,14 @@ double dtg2ds50utc(std::string_view text) noexcept {
     return time.value_or(0.0);
 }
 
+bool isSecond60(std::string_view text) noexcept {
+    constexpr std::size_t kShortestBeforePoint = 10;  // with a time of day; without one it would be day 60
+    text = stripped(text);
+    const auto colon = text.rfind(':'), point = text.find('.');
+    if (colon != std::string_view::npos) return stripped(text.substr(colon + 1)).starts_with("60");
+    return point != std::string_view::npos && point >= kShortestBeforePoint && text.substr(point - 2, 2) == "60";
+}
+
 std::optional<double> epochTextToDs50(std::string_view text) noexcept { return compactForms(CompactText(text), true); }
 
 std::array<char, 15> ds50todate15(double ds50UTC) noexcept {

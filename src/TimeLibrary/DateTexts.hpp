@@ -21,6 +21,9 @@ inline double datestr2ds50(std::string_view text) noexcept { return date_in(text
 // YYYY-DDDTHH:MM:SS.SSS.
 double dtg2ds50utc(std::string_view text) noexcept;
 
+// Is the second of this date 60? Ds50UTC does not tell a leap second from the second after it.
+bool isSecond60(std::string_view text) noexcept;
+
 // The forms of an epoch text of a satellite key: the first six of those above, in the fifth also zeros for blanks.
 // Nothing if the text has none of them.
 std::optional<double> epochTextToDs50(std::string_view text) noexcept;

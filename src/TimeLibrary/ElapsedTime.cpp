@@ -17,8 +17,11 @@ const LeapStep& stepBefore(const LeapStep& step, const LeapTable& table) noexcep
 
 }  // namespace
 
-ElapsedTime::ElapsedTime(double epochUTC, const LeapTable& table) noexcept
-    : epoch_(epochUTC), table_(table), taiMinusUtc_(table.atUtc(epochUTC).taiMinusUtc) {
+ElapsedTime::ElapsedTime(double epochUTC, bool inLeapSecond, const LeapTable& table) noexcept
+    : epoch_(epochUTC),
+      epochOffset_(inLeapSecond ? 1.0 : 0.0),
+      table_(table),
+      taiMinusUtc_(table.atUtc(epochUTC).taiMinusUtc) {
     enter(table.atUtc(epochUTC));
 }
 

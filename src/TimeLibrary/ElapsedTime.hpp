@@ -8,10 +8,12 @@ namespace vorlandi {
 
 class ElapsedTime {
 public:
-    explicit ElapsedTime(double epochUTC, const LeapTable& table = leapTable()) noexcept;
+    // `inLeapSecond`: the epoch is in second 60, whose Ds50UTC is that of the second after it.
+    explicit ElapsedTime(double epochUTC, bool inLeapSecond = false, const LeapTable& table = leapTable()) noexcept;
 
     // Ds50UTC. A time inside a leap second continues the old day.
     double utcAt(double seconds) noexcept {
+        seconds -= epochOffset_;
         if (!(seconds >= from_ && seconds < end_)) [[unlikely]]
             moveTo(seconds);
         return epoch_ + (seconds - leapSeconds_) / 86400.0;
@@ -22,10 +24,11 @@ private:
     void moveTo(double seconds) noexcept;
 
     double epoch_;
+    double epochOffset_;  // elapsed seconds of epoch_, 0 or 1
     const LeapTable& table_;
     double taiMinusUtc_;        // at the epoch
     const LeapStep* step_;      // the step in force from from_ to end_
-    double from_, end_;         // elapsed seconds
+    double from_, end_;         // seconds since epoch_
     double leapSeconds_ = 0.0;  // between the epoch and this span
 };
 

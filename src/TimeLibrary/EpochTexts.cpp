@@ -1,6 +1,8 @@
 #include "TimeLibrary/EpochTexts.hpp"
 
+#include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include "CoreServices/Texts.hpp"
 #include "CoreServices/Units.hpp"
@@ -10,6 +12,8 @@
 
 namespace vorlandi {
 namespace {
+
+constexpr std::size_t kDateEnd = LastDay::kDateSize, kDayOfYearEnd = 8;
 
 // A day number and the seconds of that day, in the scale of the text.
 struct DayTime {
@@ -48,33 +52,56 @@ double secondsWith(int whole, std::string_view rest) noexcept {
     return static_cast<double>(digits) / kPowersOfTen[decimals];
 }
 
-// The usual form: every field has its full width. Second 60 is left to the other one.
-std::optional<DayTime> usualForm(std::string_view text) noexcept {
-    constexpr std::size_t kDateEnd = 10, kDayOfYearEnd = 8, kTimeWidth = 8;
+// The day number of YYYY-MM-DD or YYYY-DDD.
+std::optional<double> dayOf(std::string_view date) noexcept {
     constexpr int kFirstYear = 100;
+    const bool hasDayOfYear = date.size() == kDayOfYearEnd;
+    if (date[4] != '-' || (!hasDayOfYear && date[7] != '-')) return std::nullopt;
+    const int year = digitsAt<4>(date, 0);
+    if (year < kFirstYear) return std::nullopt;
+    const int dayOfYear =
+        hasDayOfYear ? digitsAt<3>(date, 5) : mmdd2jul(year, digitsAt<2>(date, 5), digitsAt<2>(date, 8));
+    if (dayOfYear < 1 || dayOfYear > daysInYear(year)) return std::nullopt;
+    return static_cast<double>(dayZeroOfYear(year) + dayOfYear);
+}
+
+}  // namespace
+
+std::optional<double> LastDay::of(std::string_view text) noexcept {
+    if (std::memcmp(text.data(), date_.data(), kDateEnd) == 0) return day_;
+    const auto day = dayOf(text.substr(0, kDateEnd));
+    if (day) {
+        std::copy_n(text.begin(), kDateEnd, date_.begin());
+        day_ = *day;
+    }
+    return day;
+}
+
+namespace {
+
+// The usual form: every field has its full width. Second 60 is left to the other one.
+std::optional<DayTime> usualForm(std::string_view text, LastDay& lastDay) noexcept {
+    constexpr std::size_t kTimeWidth = 8;
     if (text.ends_with('Z')) text.remove_suffix(1);
     const bool hasDayOfYear = text.size() > kDayOfYearEnd && text[kDayOfYearEnd] == 'T';
     const std::size_t dateEnd = hasDayOfYear ? kDayOfYearEnd : kDateEnd;
-    if (text.size() < dateEnd + 1 + kTimeWidth || text[4] != '-' || text[dateEnd] != 'T') return std::nullopt;
+    if (text.size() < dateEnd + 1 + kTimeWidth || text[dateEnd] != 'T') return std::nullopt;
     const std::string_view time = text.substr(dateEnd + 1);
-    if (time[2] != ':' || time[5] != ':' || (!hasDayOfYear && text[7] != '-')) return std::nullopt;
-
-    const int year = digitsAt<4>(text, 0);
-    if (year < kFirstYear) return std::nullopt;
-    const int dayOfYear =
-        hasDayOfYear ? digitsAt<3>(text, 5) : mmdd2jul(year, digitsAt<2>(text, 5), digitsAt<2>(text, 8));
+    if (time[2] != ':' || time[5] != ':') return std::nullopt;
+    const auto day = hasDayOfYear ? dayOf(text.substr(0, kDayOfYearEnd)) : lastDay.of(text);
+    if (!day) return std::nullopt;
     const int hour = digitsAt<2>(time, 0), minute = digitsAt<2>(time, 3), whole = digitsAt<2>(time, 6);
-    if (dayOfYear < 1 || dayOfYear > daysInYear(year) || (hour | minute | whole) < 0) return std::nullopt;
+    if ((hour | minute | whole) < 0) return std::nullopt;
     if (hour > 23 || minute > 59 || whole > 59) return std::nullopt;
     const double second = secondsWith(whole, time.substr(kTimeWidth));
     if (second < 0.0) return std::nullopt;
-    return DayTime{static_cast<double>(dayZeroOfYear(year) + dayOfYear), hour * 3600.0 + minute * 60.0 + second};
+    return DayTime{*day, hour * 3600.0 + minute * 60.0 + second};
 }
 
 // What else dtg2ds50utc takes with dashes. It knows leap seconds, which are in UTC only.
 std::optional<double> looseForm(std::string_view text, TimeScale scale) noexcept {
     if (text.size() < 5 || text[4] != '-') return std::nullopt;
-    if (scale != TimeScale::Utc && text.substr(text.rfind(':') + 1).starts_with("60")) return std::nullopt;
+    if (scale != TimeScale::Utc && isSecond60(text)) return std::nullopt;
     const double time = dtg2ds50utc(text);
     return time != 0.0 ? std::optional(time) : std::nullopt;
 }
@@ -106,8 +133,8 @@ double inUtc(DayTime time, TimeScale scale) noexcept {
 
 }  // namespace
 
-std::optional<double> epochToDs50utc(std::string_view text, TimeScale scale) noexcept {
-    if (const auto time = usualForm(text)) return inUtc(*time, scale);
+std::optional<double> epochToDs50utc(std::string_view text, TimeScale scale, LastDay& lastDay) noexcept {
+    if (const auto time = usualForm(text, lastDay)) return inUtc(*time, scale);
     const auto time = looseForm(text, scale);
     if (!time || scale == TimeScale::Utc) return time;
     const double day = wholeDays(*time);

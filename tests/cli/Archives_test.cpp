@@ -50,6 +50,10 @@ TEST_F(Archives, AreReadWithoutUnpackingThem) {
         {"(head -n 7 81001.e | gzip; tail -n +8 81001.e | gzip) >81005.gz", "81005.gz", {"81005 10 81005 "}},
         {"bsdtar --format raw --xz -cf folder/81006.e.xz 81001.e", "folder/81006.e.xz", {"81006 10 folder/81006.e "}},
         {"bsdtar --format raw --zstd -cf 81007.e.zst 81001.e", "81007.e.zst", {"81007 10 81007.e "}},
+        {"gzip -c 81001.e >81008.e.GZ", "81008.e.GZ", {"81008 10 81008.e "}},
+        {"gzip -c 81001.e >.gz", "./.gz", {"99999 10 ./.gz "}},
+        {"mkfifo pipe; cat 81001.e.gz >pipe &", "pipe", {"99999 10 pipe "}},
+        {"echo EPHFIL = 81001.e >pipe &", "pipe", {"81001 10 81001.e "}},
         {"true", "- <81001.e", {"99999 10 stdin "}},
         {"true", "- <81001.e.gz", {"99999 10 stdin "}},
         {"true", "- 81001.e <all.zip",
@@ -80,6 +84,7 @@ TEST_F(Archives, SayWhatIsNotLoadedAndKeepTheRest) {
     write("prose.txt", "Nothing of interest\n");
     shell("yes | head -c 3000000 >large; bsdtar -czf two.tgz 81003.e 81004.e; gzip -k 81003.e; ln -s 81001.e link");
     const std::string nested = ": error: an archive in an archive is not read";
+    const std::string wrong = "crc.tgz: error: damaged: the checksum of the whole is wrong, so any of its files may be";
     const std::string large = ": error: larger than 2097152 bytes, the most that a file here may have";
     struct Case {
         std::string make, arguments;
@@ -134,6 +139,12 @@ TEST_F(Archives, SayWhatIsNotLoadedAndKeepTheRest) {
          "crc.gz",
          {"crc: error: damaged: the checksum is wrong"},
          {}},
+        {"bsdtar -czf crc.tgz 81001.e; printf x | dd of=crc.tgz bs=1 conv=notrunc status=none seek=$(($(wc -c "
+         "<crc.tgz) - 7))",
+         "crc.tgz",
+         {wrong},
+         {"81001 10 crc.tgz/81001.e "}},
+        {"mkfifo pipe; cat crc.tgz >pipe &", "pipe", {"pipe" + wrong.substr(7)}, {"81001 10 pipe/81001.e "}},
         {"true", "- <crc.gz", {"stdin: error: damaged: the checksum is wrong"}, {}},
         {"mkdir empty; bsdtar -a -cf empty.zip empty",
          "empty.zip",

@@ -73,6 +73,15 @@ TEST(ReadModifiedITC, LeavesOutWhatIsBadAndReadsOnAtTheNextState) {
     }, kRules);
 }
 
+TEST(ReadModifiedITC, BeginsARecordAtEachHeader) {
+    Lines lines = cut(kGood, 11);
+    lines.insert(lines.end(), {"Created:2024-03-02", "", "", "UVW", "2024062000000.000 0 -7000.0 0 7.5 0 0"});
+    const Loaded loaded = loadLines(lines, "test.txt", kRules);
+    EXPECT_EQ(loaded.errors, messages("ReadModifiedITC", {"", lines, bad(9, kShort), 0}));
+    ASSERT_EQ(loaded.records.size(), 2u);
+    EXPECT_EQ(std::pair(loaded.records[0].numberOfPoints(), loaded.records[1].numberOfPoints()), std::pair(1, 1));
+}
+
 TEST(ReadModifiedITC, StoresPointsWithoutCovariancesWhoseAxesItDoesNotKnow) {
     const std::string notRead = " are not read, UVW are; the covariances are left out";
     const std::string parallel = "position and velocity are parallel, which defines no axes for the covariance; "

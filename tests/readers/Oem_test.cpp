@@ -18,6 +18,7 @@ const Lines kGood = {" \tccsds_OEM_vers = 2.0", "CREATION_DATE = 2026-01-31T00:0
     "16 17 18 19 20 21", "COVARIANCE_STOP"};
 // clang-format on
 constexpr double kNoon = kMarch1 + 0.5;
+const std::string kUnmarked = " before a META_START; it begins a segment";
 
 Lines operator+(Lines lines, const Lines& more) {
     lines.insert(lines.end(), more.begin(), more.end());
@@ -110,10 +111,10 @@ TEST(ReadOEM, TakesTheFramesTimeSystemsAndVersionsThatItNames) {
     const std::string frames =
         " is not read; EME2000, J2000, ICRF, GCRF, TEME, TEMEOFDATE, EFG, FIXED_EARTH and ITRF are.";
     const std::pair<const char*, std::int32_t> coordSystems[] = {
-        {"eme2000", kJ2k},  {"J2000", kJ2k},     {"ICRF", kJ2k},       {"GCRF", kJ2k},
-        {"TEME", kEci},     {"Efg", kEfg},       {"TEMEofDate", kEci}, {"ITRF", kEcr},
-        {"ITRF2014", kEcr}, {"ITRF-2020", kEcr}, {"itrf-93", kEcr},    {"FIXED_EARTH", kEcr},
-        {"TOD", 0},         {"ITRF-", 0},        {"ITRF-2020x", 0},    {"ITRF-12345", 0}};
+        {"eme2000", kJ2k}, {"J2000", kJ2k},       {"ICRF", kJ2k},       {"GCRF", kJ2k},     {"TEME", kEci},
+        {"Efg", kEfg},     {"TEMEofDate", kEci},  {"ITRF", kEcr},       {"ITRF2014", kEcr}, {"ITRF-2020", kEcr},
+        {"itrf-93", kEcr}, {"FIXED_EARTH", kEcr}, {"ITRF\t2014", kEcr}, {"TOD", 0},         {"ITRF-", 0},
+        {"ITRF-2020x", 0}, {"ITRF-12345", 0}};
     for (const auto& [frame, coordSys] : coordSystems) {
         SCOPED_TRACE(frame);
         const Lines lines = put(kGood, 8, std::string("REF_FRAME=") + frame);
@@ -167,6 +168,15 @@ TEST(ReadOEM, RefusesASegmentAndReadsTheNextOne) {
          put(put(both, 7, ""), 10, ""),
          {"#12 CENTER_NAME is missing; EARTH is."},
          {1}},
+        {"the next one without META_START", put(both, 23, ""), {"!24 OBJECT_NAME" + kUnmarked}, {2, 1}},
+        {"without META_START after a block of covariances that does not end",
+         put(put(both, 23, ""), 22, "START_TIME = 2024"),
+         {"!22 START_TIME is not read here", "!24 OBJECT_NAME" + kUnmarked},
+         {2, 1}},
+        {"without META_START after a refused one",
+         put(put(put(both, 23, ""), 10, ""), 7, "CENTER_NAME = MOON"),
+         {"#7 CENTER_NAME MOON is not read; EARTH is.", "!24 OBJECT_NAME" + kUnmarked},
+         {1}},
     });
     EXPECT_EQ(loadOem(put(both, 7, "CENTER_NAME = MOON")).status, 2);
     EXPECT_EQ(loadOem(cut(kGood, 3)).errors, Lines{kNoData});
@@ -179,10 +189,11 @@ TEST(ReadOEM, SkipsABadLine) {
     const std::string numbers = "a state is an epoch and six or nine numbers", noDate = "there is no such date or time";
     std::vector<OemCase> cases = {
         {"an unknown word", put(kGood, 11, "COMENT = 3"), {"!11 COMENT is not read here"}, {2}},
-        {"in the header", put(kGood, 3, "REF_FRAME = TOD"), {"!3 REF_FRAME is not read here"}, {2}},
+        {"in the header", put(kGood, 3, "START_TIME = 2024"), {"!3 START_TIME is not read here"}, {2}},
         {"in the metadata", put(kGood, 5, "START_TIME 2024"), {"!5 START_TIME is not read here"}, {2}},
         {"numbers before the metadata", put(kGood, 3, "1 2 3"), {"!3 numbers before a META_START"}, {2}},
-        {"no META_STOP", put(kGood, 10, ""), {"!12 numbers before the META_STOP"}, {1}},
+        {"no META_STOP", put(kGood, 10, ""), {"!12 a state before the META_STOP; it is read"}, {2}},
+        {"no META_START", put(kGood, 4, ""), {"!5 OBJECT_NAME" + kUnmarked}, {2}},
         {"no COVARIANCE_START",
          put(kGood, 14, ""),
          {"!15 EPOCH is not read here", "!16 " + noDate, "!17 " + noDate, "!18 " + noDate, "!19 " + noDate,
@@ -192,7 +203,7 @@ TEST(ReadOEM, SkipsABadLine) {
         {"a second 60", put(kGood, 12, "2024-02-29T23:59:60 7000 -1.5 .25 1 7.5 -.5"), {"!12 " + noDate}, {1}},
         {"the same state again",
          put(kGood, 11, kGood[11]),
-         {"VorlanLoadFileExt: test.txt:12: 1 points dropped, the first of them here: not later than the point before."},
+         {"VorlanLoadFileExt: test.txt:12: 1 point dropped, the first of them here: not later than the point before."},
          {2}},
         {"epochs out of order",
          put(kGood, 11, "2024-03-02T00:00:00 1 2 3 4 5 6"),
@@ -241,8 +252,8 @@ TEST(ReadOEM, GivesCovariancesToThePointsOfTheirEpoch) {
         {"cut by the next segment", cut(kGood, 20) + segment("B", "2"), {"!15 " + fewer}, {2, 1}},
         {"cut by a state",
          cut(kGood, 20) + Lines{"2024-03-02T00:00:00 1 2 3 4 5 6", "2024-03-03T00:00:00 1 2 3 4 5 6"},
-         {"!15 " + fewer, "!21 a state before the COVARIANCE_STOP"},
-         {3}},
+         {"!15 " + fewer, "!21 a state before the COVARIANCE_STOP; it is read"},
+         {4}},
         {"a long row", put(kGood, 16, "1 2"), {"!16 " + row(1)}, {2}},
         {"a short row", put(kGood, 17, "2"), {"!17 " + row(2)}, {2}},
         {"a word in a row", put(kGood, 21, "1 2 3 4 5 x"), {"!21 " + row(6)}, {2}},

@@ -122,6 +122,9 @@ TEST(ReadSTK, ReadsPositionsVelocitiesAndLeavesAccelerationsOut) {
     for (int line = 10; line <= 14; ++line)
         reasons.push_back(std::to_string(line) + ": a line of EphemerisTimePosVelAcc has 10 numbers.");
     expectPractical("ten numbers", put(accelerations, kStates, state(0) + " 6 7 8"), {"J2K 1@0"}, reasons);
+    for (const char* const leavesOut : {"60 7000 /", "60 7000 1,,3 4 5 6"})
+        expectPractical(leavesOut, put(kGood, 10, leavesOut), {"J2K 5@0"},
+                        {"10: a line of EphemerisTimePosVel has 7 numbers."});
     const Loaded bad = loadPractical(put(kGood, 10, "60 7o00 1 2 3 4 5"));
     EXPECT_EQ(bad.errors,
               (Lines{"*** ReadSTK : Bad ephemeris data. ***",
@@ -150,6 +153,13 @@ TEST(ReadSTK, CountsElapsedSecondsAcrossLeapSeconds) {
                      newYear + 0.5}));  // the first second of the year is dropped: it has the times of the leap second
     EXPECT_EQ(times("1 Jan 2017 00:00:00", {"-86401", "-1.5", "0", "1"}),
               (std::vector{newYear - 1, newYear + -0.5 / 86400, newYear, newYear + 1 / 86400.0}));
+    // An epoch in a leap second
+    EXPECT_EQ(times("31 Dec 2016 23:59:60.5", {"-1", "0", "0.5", "1.5"}),
+              (std::vector{newYear + 0.5 / 86400 + -1 / 86400.0, newYear + 0.5 / 86400,
+                           newYear + 0.5 / 86400 + 0.5 / 86400}));
+    for (const char* const epoch : {"31 Dec 2016 23:59: 60 UTCG", "2016366235960.000", "2016/366 2359 60.000"})
+        EXPECT_EQ(times(epoch, {"1"}), std::vector{newYear}) << epoch;
+    EXPECT_EQ(times("2016060.", {"1"}), std::vector{24166.0 + 1 / 86400.0});
     // Over several leap seconds, and before the first.
     EXPECT_EQ(times("1 Jan 2026 00:00:00", {"-1388534417"}), std::vector{27760.0 - 16071.0});
     ElapsedTime fromNow(27760.0);
@@ -198,7 +208,8 @@ TEST(ReadSTK, DividesAtSegmentBoundaries) {
         return Lines{"BEGIN SegmentBoundaryTimes", seconds, "END segmentboundarytimes"};
     };
     const Lines doubled = with(kGood, kStates + 4, {state(180, 7001)});
-    const std::string dropped = ": 1 points dropped, the first of them here: not later than the point before.",
+    const std::string dropped = ": 1 point dropped, the first of them here: not later than the point before.",
+                      two = ": 2 points dropped, the first of them here: not later than the point before.",
                       noPoint = ": no point at a segment boundary; the record is divided there.";
     const struct {
         std::string what;
@@ -214,6 +225,22 @@ TEST(ReadSTK, DividesAtSegmentBoundaries) {
          "180",
          {"J2K 4@0", "J2K 3@180"},
          {}},
+        {"two equal ones are regular", with(kGood, kStates + 4, {state(180)}), "180", {"J2K 4@0", "J2K 3@180"}, {}},
+        {"two equal ones at both ends",
+         with(with(kGood, kEnd, {state(300)}), kStates + 1, {state(0)}),
+         "0 300",
+         {"J2K 6@0"},
+         {}},
+        {"two equal ones at another time",
+         with(kGood, kStates + 4, {state(180)}),
+         "60",
+         {"J2K 2@0", "J2K 5@60"},
+         {"13" + dropped}},
+        {"three equal ones, and an earlier one",
+         with(kGood, kStates + 4, {state(180), state(180), state(170)}),
+         "180",
+         {"J2K 4@0", "J2K 3@180"},
+         {"14" + two}},
         {"between points", kGood, "200", {"J2K 4@0", "J2K 2@240"}, {"+1" + noPoint}},
         {"twice, and at the ends",
          kGood,
@@ -240,8 +267,11 @@ TEST(ReadSTK, DividesAtSegmentBoundaries) {
             const std::size_t at = before ? kKind : lines.size();
             Lines expected = reasons;
             for (std::string& reason : expected) {
-                if (reason[0] == '+') reason = std::to_string(at + 1) + reason.substr(2);
-                if (reason.starts_with("13:") && before) reason.replace(0, 2, "16");
+                if (reason[0] == '+') {
+                    reason = std::to_string(at + 1) + reason.substr(2);
+                    continue;
+                }
+                if (reason.starts_with("1") && before) reason.replace(0, 2, std::to_string(std::stoi(reason) + 3));
             }
             expectPractical(what, with(lines, at, boundaries(seconds)), records, expected);
         }
@@ -255,7 +285,7 @@ TEST(ReadSTK, DividesAtSegmentBoundaries) {
 
 TEST(ReadSTK, BeginsARecordAtASeam) {
     const auto points = [](const Lines& more) { return with(kGood, kStates + 4, more); };
-    const std::string dropped = ": 1 points dropped, the first of them here: not later than the point before.",
+    const std::string dropped = ": 1 point dropped, the first of them here: not later than the point before.",
                       two = ": 2 points dropped, the first of them here: not later than the point before.";
     const struct {
         std::string what;
@@ -351,6 +381,26 @@ TEST(ReadSTK, GivesCovariancesToThePointsOfTheirTimeBeforeOrAfterThem) {
     EXPECT_EQ(of({"180" + values(21)}), (Lines{"- - - 1..21 ", "1..21 - - "}));
     EXPECT_EQ(of({"180" + values(21), "180" + values(21, 2), "240" + values(21, 3)}),
               (Lines{"- - - 1..21 ", "2..22 3..23 - "}));
+    // At a segment boundary both are regular, those of two equal points, and equal ones of a single point.
+    const Lines repeated = with(kGood, kStates + 4, {state(180)}), at180 = {"SegmentBoundaryTimes", "180"};
+    const struct {
+        const Lines &points, boundary;
+        int firstValue;
+        Lines given, reasons;
+    } doubles[] = {
+        {repeated, at180, 2, {"- - - 1..21 ", "2..22 - - "}, {}},
+        {kGood, at180, 1, {"- - - 1..21 ", "1..21 - - "}, {}},
+        {kGood, {}, 1, {"- - - 1..21 - - "}, {none}},
+    };
+    for (const auto& [points, boundary, firstValue, given, reasons] : doubles) {
+        const Lines covered = {section[0], section[1], "180" + values(21), "180" + values(21, firstValue)};
+        for (const std::size_t at : {kKind, points.size()}) {
+            const Lines whole = with(with(points, points.size(), boundary), at, covered);
+            const Loaded loaded = loadPractical(whole);
+            EXPECT_EQ(covariances(loaded), given);
+            EXPECT_EQ(loaded.errors.size(), 3 * reasons.size());
+        }
+    }
 }
 
 TEST(ReadSTK, PutsTheTrianglesOfACovarianceInOrderAndInKilometres) {

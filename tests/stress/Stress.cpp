@@ -13,6 +13,7 @@
 #include <cstring>
 #include <fstream>
 #include <mutex>
+#include <span>
 #include <thread>
 
 #include "World.hpp"
@@ -45,7 +46,8 @@ void queryMover(World& world, Random& random) {
 }
 
 void queryDma(World& world, Random& random) {
-    const std::int64_t key = world.dmaKeys[below(random, world.dmaKeys.size())];
+    const auto& keys = below(random, 4) == 0 ? world.staleDmaKeys : world.dmaKeys;
+    const std::int64_t key = keys[below(random, keys.size())];
     if (key == 0) return;
     Answer answer;
     if (VorlanGetEphemeris(key, 1, &answer.time, answer.pos, answer.vel, &answer.rev) == 0)
@@ -171,7 +173,9 @@ void writeFields(World& world, Random& random) {
 // Puts a satellite into a slot, and removes the one that was there.
 void keepDma(World& world, Random& random, std::int64_t key) {
     const std::int64_t before = world.dmaKeys[below(random, world.dmaKeys.size())].exchange(key);
-    if (before != 0) world.expect(VorlanRemoveSat(before) == 0, "a DMA key can be removed once");
+    if (before == 0) return;
+    world.expect(VorlanRemoveSat(before) == 0, "a DMA key can be removed once");
+    world.staleDmaKeys[below(random, world.staleDmaKeys.size())] = before;
 }
 
 void changeMover(World& world, Random& random) {
@@ -231,6 +235,14 @@ void exchangeLeapSeconds(World& world, Random& random) {
 void switchModes(World&, Random& random) {
     pause();
     VorlanSetDupKeyMode(static_cast<std::int32_t>(below(random, 2)));
+    VorlanSetElsetKeyMode(static_cast<std::int32_t>(below(random, 2)));
+}
+
+// Where phases keep changes and queries apart, either mode holds.
+void switchGuard(World& world, Random& random) {
+    pause();
+    const bool fixed = world.hasPhases() && below(random, 2) == 0;
+    world.expect(VorlanSetGuardMode(fixed ? VORLAN_GUARD_FIXED : VORLAN_GUARD_SAFE) == 0, "a guard mode can be chosen");
 }
 
 // ---- Loading ----
@@ -258,6 +270,10 @@ void hearKey(std::int32_t event, const char*, std::int32_t, std::int64_t, const 
         std::stoll(std::string(text, static_cast<std::size_t>(length))));
 }
 
+std::int32_t anyOptions(Random& random) {
+    return static_cast<std::int32_t>(below(random, (VORLAN_LOAD_PRACTICAL | VORLAN_LOAD_DMA_KEYS) + 1));
+}
+
 // Loads files that only this thread knows, through a card, and removes what they held.
 void load(World& world, Random& random) {
     static std::atomic<std::int32_t> threads{0};
@@ -275,9 +291,14 @@ void load(World& world, Random& random) {
     }();
     std::vector<std::int64_t> keys;
     VorlanSetReadObserver(hearKey, &keys);
-    const std::int32_t status = VorlanLoadFile(card.c_str());
+    std::int64_t told[2] = {}, count = 0;
+    const std::int32_t options = anyOptions(random);
+    const std::int32_t status = VorlanLoadFileExt(card.c_str(), options, 2, told, &count);
     if (below(random, 2) == 0) VorlanSetReadObserver(nullptr, nullptr);
-    world.expect(status == 0 && keys.size() == 2, "both files of a card are stored");
+    world.expect(status == 0 && count == 2 && std::equal(keys.begin(), keys.end(), told, told + count),
+                 "both files of a card are stored and told");
+    world.expect((options & VORLAN_LOAD_DMA_KEYS) == 0 || (isDmaKey(told[0]) && isDmaKey(told[1])),
+                 "a load has the keys that it asked for");
     for (std::size_t k = 0; k < keys.size(); ++k) {
         Answer last;
         const auto found = VorlanGetEphemeris(keys[k], 5, &last.time, last.pos, last.vel, &last.rev);
@@ -286,6 +307,36 @@ void load(World& world, Random& random) {
         world.expect(VorlanRemoveSat(keys[k]) == 0, "a loaded satellite can be removed");
     }
     VorlanSetReadObserver(nullptr, nullptr);
+}
+
+// ---- Beside a store that is emptied all the time ----
+
+// Loads from memory what only this thread knows, and finds it whole or gone.
+void loadBytes(World& world, Random& random) {
+    static std::atomic<std::int32_t> threads{0};
+    thread_local const std::int32_t own = 8000 + threads++;
+    thread_local const std::string file = universalFile(own);
+    std::int64_t key = 0, count = 0;
+    const std::int32_t status = VorlanLoadBytes(file.data(), static_cast<std::int64_t>(file.size()), "memory",
+                                                anyOptions(random), 1, &key, &count);
+    world.expect(status == 0 && count == 1, "bytes are stored whatever is removed meanwhile");
+    Answer last;
+    const auto found = VorlanGetEphemeris(key, 5, &last.time, last.pos, last.vel, &last.rev);
+    const bool isOwn = last.pos[2] == 1000.0 * own || isDmaKey(key);  // a DMA key may name another one by now
+    world.expect(found != 0 || (isOwn && last.pos[1] == -4.0), "a loaded satellite is whole or gone");
+    VorlanRemoveSat(key);  // else the next one with an ordinary key would be a duplicate
+}
+
+void removeAll(World& world, Random&) {
+    pause();
+    world.expect(VorlanRemoveAllSats() == 0, "all satellites can be removed");
+}
+
+void listAny(World& world, Random& random) {
+    std::int64_t keys[16] = {}, count = -1;
+    VorlanGetLoadedExt(static_cast<std::int32_t>(below(random, 4)), 16, keys, &count);
+    world.expect(count >= 0, "a store that is emptied can be listed");
+    if (count > 0) VorlanGetAllFields(keys[0], {}, {}, {}, {}, {}, {}, {}, {}, {}, {}, {});
 }
 
 // ---- The stage ----
@@ -314,7 +365,16 @@ constexpr Actor kActors[] = {
     {"append", true, 2, grow},
     {"exchange leap seconds", false, 1, exchangeLeapSeconds},
     {"switch key modes", false, 1, switchModes},
+    {"switch guard modes", false, 1, switchGuard},
     {"load files", true, 2, load},
+};
+
+// The second part of the time.
+constexpr Actor kEmptyingActors[] = {
+    {"load from memory", true, 3, loadBytes},
+    {"remove all satellites", true, 1, removeAll},
+    {"list what is left", false, 1, listAny},
+    {"switch key modes then", false, 1, switchModes},
 };
 
 // Calls the library back now and then.
@@ -333,30 +393,40 @@ void run(const Actor& actor, World& world, unsigned seed, std::atomic<std::int64
     acts += done;
 }
 
+// Lets actors act for a time, and prints how often each did.
+void play(std::span<const Actor> actors, World& world, double seconds, unsigned seed) {
+    world.done = false;
+    std::vector<std::atomic<std::int64_t>> acts(actors.size());
+    std::vector<std::jthread> threads;
+    for (std::size_t k = 0; k < actors.size(); ++k) {
+        for (int thread = 0; thread < actors[k].threads; ++thread) {
+            const unsigned own = seed + static_cast<unsigned>(threads.size());
+            threads.emplace_back([&, k, own] { run(actors[k], world, own, acts[k]); });
+        }
+    }
+    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+    world.done = true;
+    threads.clear();
+    for (std::size_t k = 0; k < actors.size(); ++k)
+        std::printf("%12lld  %s\n", static_cast<long long>(acts[k]), actors[k].name);
+}
+
 int stress(double seconds, bool fixed, unsigned seed) {
+    constexpr double kShareOfEmptying = 0.1;
     std::string folder = (std::filesystem::temp_directory_path() / "vorlandi-stress-XXXXXX").string();
     if (mkdtemp(folder.data()) == nullptr) return 1;
     std::int64_t faults = 0;
     {
         World world(fixed, folder);
         VorlanTraceSetHandler(answerMessage, &world);
-        std::array<std::atomic<std::int64_t>, std::size(kActors)> acts{};
-        std::vector<std::jthread> threads;
-        for (std::size_t k = 0; k < std::size(kActors); ++k) {
-            for (int thread = 0; thread < kActors[k].threads; ++thread) {
-                const unsigned own = seed + static_cast<unsigned>(threads.size());
-                threads.emplace_back([&, k, own] { run(kActors[k], world, own, acts[k]); });
-            }
-        }
-        std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
-        world.done = true;
-        threads.clear();
+        std::printf("%s mode, %.0f s, seed %u\n", fixed ? "fixed" : "safe", seconds, seed);
+        play(kActors, world, (1.0 - kShareOfEmptying) * seconds, seed);
         VorlanTraceSetHandler(nullptr, nullptr);
         world.checkWhatIsLeft();
+        play(kEmptyingActors, world, kShareOfEmptying * seconds, seed);
+        VorlanRemoveAllSats();
+        world.expect(VorlanGetCount() == 0, "nothing is left after all have been removed");
         faults = world.faults();
-        std::printf("%s mode, %.0f s, seed %u\n", fixed ? "fixed" : "safe", seconds, seed);
-        for (std::size_t k = 0; k < std::size(kActors); ++k)
-            std::printf("%12lld  %s\n", static_cast<long long>(acts[k]), kActors[k].name);
         std::printf("%12lld  faults\n", static_cast<long long>(faults));
     }
     std::filesystem::remove_all(folder);

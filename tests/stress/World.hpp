@@ -70,6 +70,9 @@ public:
     // Satellites under DMA keys; whoever takes a key out of its slot removes the satellite.
     std::array<std::atomic<std::int64_t>, 64> dmaKeys{};
 
+    // Keys of satellites that have been removed, which may name others by now.
+    std::array<std::atomic<std::int64_t>, 64> staleDmaKeys{};
+
     // Satellites that grow: generation and number of points that are surely stored, in one number.
     struct Growing {
         std::atomic<std::int64_t> key{0};
@@ -83,6 +86,8 @@ public:
     std::atomic<bool> done{false};
 
     // ---- Phases of the fixed mode ----
+
+    bool hasPhases() const noexcept { return phases_; }
 
     template <class Action>
     void act(bool changes, Action&& action) {

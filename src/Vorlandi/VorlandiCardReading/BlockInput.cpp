@@ -34,10 +34,7 @@ void BlockInput::skipbadephempoint(std::string_view reader, std::string_view tex
 }
 
 void BlockInput::skipBadLine(std::string_view reader, std::string_view reason) const {
-    observeRead(VORLAN_READ_BAD, place_);
-    tracelogerror(MessageText("*** ") << reader << " : Bad ephemeris data. ***");
-    tracelogerror(reasonAt(place_, reader, reason));
-    tracelogerror(place_.line);
+    reportBadLine(place_, reader, reason);
 }
 
 }  // namespace vorlandi

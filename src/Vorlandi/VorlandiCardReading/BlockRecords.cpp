@@ -42,14 +42,21 @@ void BlockRecords::takeLate(const Vorlanstate& state, const PointCovariance* cov
     const std::int32_t count = record.numberOfPoints();
     const bool sameTime = state.time == record.points.lastTime();
     if (!seams_.empty() && seams_.back().after == count) {
-        if (sameTime && sameState(state, seams_.back().point)) return drop(place);
+        const Seam& last = seams_.back();
+        if ((sameTime && sameState(state, last.point)) || (!sameTime && last.isRepetition)) return drop(place);
         // The point after a seam has to be later.
-        drop(seams_.back().line.placeIn(place.fileName));
+        drop(last.line.placeIn(place.fileName));
         seams_.pop_back();
+        if (sameTime && sameState(state, record.points.state(count - 1))) return drop(place);
     }
-    if (!sameTime || sameState(state, record.points.state(count - 1))) return drop(place);
+    const bool isRepetition = sameTime && sameState(state, record.points.state(count - 1));
+    if (!sameTime || (isRepetition && !mayHaveBoundaries_)) return drop(place);
     const bool hasOwn = covariance != nullptr;
-    seams_.push_back({count, {state, hasOwn ? *covariance : PointCovariance{}}, KeptLine(place), hasOwn});
+    seams_.push_back({count, {state, hasOwn ? *covariance : PointCovariance{}}, KeptLine(place), hasOwn, isRepetition});
+}
+
+void BlockRecords::dropUnlessRegular(const Seam& seam, std::string_view fileName) {
+    if (!seam.isRepetition || !hasBoundaryAt(seam.point.time)) drop(seam.line.placeIn(fileName));
 }
 
 namespace {
@@ -64,6 +71,26 @@ std::int32_t firstFrom(const PointArray& points, double time) noexcept {
 }
 
 }  // namespace
+
+bool BlockRecords::hasCovarianceAt(const PointArray& points, double time, const PointCovariance& covariance) noexcept {
+    const std::int32_t index = firstFrom(points, time);
+    return index < points.count() && isAt(points.state(index).time, time) && points.covariances() != nullptr &&
+           std::equal(covariance.cov, covariance.cov + kCovarianceSize, points.covariances()[index].cov);
+}
+
+void BlockRecords::sortBoundaries() {
+    if (areSorted_) return;
+    std::stable_sort(boundaries_.begin(), boundaries_.end(),
+                     [](const Boundary& a, const Boundary& b) { return a.time < b.time; });
+    areSorted_ = true;
+}
+
+bool BlockRecords::hasBoundaryAt(double time) {
+    sortBoundaries();
+    const auto found = std::lower_bound(boundaries_.begin(), boundaries_.end(), time - kSameTime,
+                                        [](const Boundary& boundary, double wanted) { return boundary.time < wanted; });
+    return found != boundaries_.end() && isAt(found->time, time);
+}
 
 std::int32_t BlockRecords::indexAt(const PointArray& points, double time) noexcept {
     const auto isThere = [&] { return nextAsked_ < points.count() && isAt(points.state(nextAsked_).time, time); };
@@ -90,8 +117,7 @@ struct BlockRecords::Cut {
 };
 
 void BlockRecords::cutAtBoundaries(const PointArray& points, std::string_view fileName, std::vector<Cut>& cuts) {
-    std::stable_sort(boundaries_.begin(), boundaries_.end(),
-                     [](const Boundary& a, const Boundary& b) { return a.time < b.time; });
+    sortBoundaries();
     const std::int32_t count = points.count();
     const auto isPointAt = [&](std::int32_t index, double time) {
         return index < count && isAt(points.state(index).time, time);
@@ -109,6 +135,7 @@ void BlockRecords::cutAtBoundaries(const PointArray& points, std::string_view fi
                                                            "there.");
             cuts.push_back({index, time, std::nullopt, nullptr, true});
         } else if (const Seam* const second = seamAfter(index + 1); second != nullptr) {
+            if (second->isRepetition && index + 1 == count) continue;
             cuts.push_back({index + 1, time, second->point, second, true});
         } else if (isPointAt(index + 1, time)) {
             cuts.push_back({index + 1, time, std::nullopt, nullptr, true});
@@ -129,7 +156,12 @@ std::vector<BlockRecords::Part> BlockRecords::divide(const PointArray& points, s
         return found != end && found->after == seam.after && isAt(found->time, seam.point.time);
     };
     for (const Seam& seam : seams_) {
-        if (!isUsed(seam)) cuts.push_back({seam.after, seam.point.time, seam.point, &seam, false});
+        if (isUsed(seam)) continue;
+        if (seam.isRepetition) {
+            dropUnlessRegular(seam, fileName);
+        } else {
+            cuts.push_back({seam.after, seam.point.time, seam.point, &seam, false});
+        }
     }
     std::stable_sort(cuts.begin(), cuts.end(), [](const Cut& a, const Cut& b) { return a.time < b.time; });
 
@@ -141,7 +173,7 @@ std::vector<BlockRecords::Part> BlockRecords::divide(const PointArray& points, s
         // Two records that begin at the same time would be duplicates.
         const bool isAtFirst = cut.opening && before == 1 && last.firstTime(points) == cut.opening->time;
         if (cut.isBoundary ? isAtFirst : cut.after == count || before < kFewestPointsBeforeSeam) {
-            if (cut.seam != nullptr) drop(cut.seam->line.placeIn(fileName));
+            if (cut.seam != nullptr) dropUnlessRegular(*cut.seam, fileName);
             continue;
         }
         if (before == 0) continue;  // two boundaries between the same points
@@ -158,7 +190,8 @@ std::vector<Vorlanrecord> BlockRecords::take(Vorlanrecord&& record, std::string_
     if (dropped_ > 0) {
         tracelogerror(MessageText(kPracticalLoader)
                       << ": " << fileName << ":" << firstDropped_ << ": " << dropped_
-                      << " points dropped, the first of them here: not later than the point before.");
+                      << (dropped_ == 1 ? " point" : " points")
+                      << " dropped, the first of them here: not later than the point before.");
     }
     if (parts.size() == 1) {
         records.push_back(std::move(record));

@@ -6,6 +6,8 @@
 // 2. A boundary, a time that the file names, divides the record in any case. A point there closes one record and opens
 //    the next; if there are two, the first closes and the second opens. There is nothing to divide at the first
 //    point of a record and before it, nor at the last one and after it.
+// 3. A file that names boundaries may write the point there twice: the second one is regular there, and dropped
+//    elsewhere. Which it is shows when the block has been read.
 #pragma once
 
 #include <cstdint>
@@ -25,11 +27,23 @@ class BlockRecords {
 public:
     static constexpr std::int32_t kFewestPointsBeforeSeam = 4;
 
+    // The file may name boundaries, before its points or after them.
+    void expectBoundaries() noexcept { mayHaveBoundaries_ = true; }
+
     // Takes a point that the record could not take since it is not later than the last one.
     void takeLate(const Vorlanstate& state, const PointCovariance* covariance, const Vorlanrecord& record,
                   const ReadPlace& place);
 
-    void addBoundary(double time, const ReadPlace& place) { boundaries_.push_back({time, place.number}); }
+    void addBoundary(double time, const ReadPlace& place) {
+        boundaries_.push_back({time, place.number});
+        areSorted_ = false;
+    }
+
+    // Is one of the boundaries added so far at this time?
+    bool hasBoundaryAt(double time);
+
+    // Is this the covariance of the point at a time already?
+    static bool hasCovarianceAt(const PointArray& points, double time, const PointCovariance& covariance) noexcept;
 
     // Gives the points at a time their covariance: `covarianceOf(state, covariance)` sets it, or returns false if that
     // state can have none. Of two covariances at the time of two points, the second is that of the second point. False
@@ -62,6 +76,7 @@ private:
         Vorlanpoint point;
         KeptLine line;
         bool hasOwnCovariance;  // not that of the point at the same time
+        bool isRepetition;      // of the state of the point at the same time
     };
     struct Boundary {
         double time;
@@ -75,13 +90,17 @@ private:
     // The index of the point at a time, -1 if there is none. Times are usually asked for in ascending order.
     std::int32_t indexAt(const PointArray& points, double time) noexcept;
 
+    void sortBoundaries();
     void drop(const ReadPlace& place);
+    void dropUnlessRegular(const Seam& seam, std::string_view fileName);
     Seam* seamAfter(std::int32_t count) noexcept;
     void cutAtBoundaries(const PointArray& points, std::string_view fileName, std::vector<Cut>& cuts);
     std::vector<Part> divide(const PointArray& points, std::string_view fileName);
 
     std::vector<Seam> seams_;  // in the order of time, one at a time
     std::vector<Boundary> boundaries_;
+    bool areSorted_ = true;
+    bool mayHaveBoundaries_ = false;
     std::int64_t dropped_ = 0;
     std::int64_t firstDropped_ = 0;  // its line
     std::int32_t nextAsked_ = 0;     // index after the point that was asked for last

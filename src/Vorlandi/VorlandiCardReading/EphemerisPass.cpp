@@ -12,12 +12,15 @@ namespace {
 
 constexpr std::string_view kNoData =
     "ReadOnlyVorlans: Input ephemeris does not contain any ephemeris data. It will not be stored.";
+constexpr std::string_view kName = "ReadOnlyVorlans";
+constexpr std::string_view kOutOfMemory = "out of memory";
 
 // Why a record was not stored; `key` is the result of AddRecToMem.
-MessageText reasonAgainst(std::int64_t key, std::int32_t satNum, double epoch) noexcept {
+MessageText reasonAgainst(std::int64_t key, std::int32_t keyMode, std::int32_t satNum, double epoch) noexcept {
+    if (keyMode == kDmaKeyMode) return key != kNoKey ? MessageText("duplicate of ") << key : MessageText(kOutOfMemory);
     const std::int64_t ordinaryKey = createsatkey(satNum, kVorlanElsetType, epoch);
     if (key != kNoKey) return MessageText("duplicate of ") << ordinaryKey;
-    return MessageText(ordinaryKey == kNoKey ? "number or first time out of range" : "out of memory");
+    return MessageText(ordinaryKey == kNoKey ? "number or first time out of range" : kOutOfMemory);
 }
 
 }  // namespace
@@ -48,7 +51,7 @@ std::int32_t EphemerisPass::readBlocks() {
     while ((outcome = unit_.readLine(kEphemerisColumns, line)) == ReadOutcome::Success) {
         if (isComment(line) || isBlank(line)) continue;
         const FormatRow* const row = recognise(line, rules);
-        if (row == nullptr) lookForForeignFormat(line);
+        if (row == nullptr) skipLine(line);
         if (row != nullptr && row->code == kTagCard) record_.inputTag = (cardTag_ = getinputfilename(line)).view();
         if (row == nullptr || row->readerBy(rules) == nullptr || (afterRefused_ && row->byShape)) continue;
         if (rules.has(Rule::BlockIsRecord)) {
@@ -63,7 +66,7 @@ std::int32_t EphemerisPass::readBlocks() {
     // One that ended a block has been reported by its reader.
     if (outcome == ReadOutcome::Error && !readFailed_) {
         readFailed_ = true;
-        blockFailed({file_.name, unit_.lineNumber() + 1, {}}, "ReadOnlyVorlans", kFileReadError);
+        blockFailed({file_.name, unit_.lineNumber() + 1, {}}, kName, kFileReadError);
         if (rules.arePractical()) load_.miss();
     }
     if (!rules.arePractical()) traceloginfo(summary);
@@ -152,6 +155,7 @@ std::int32_t EphemerisPass::readDceBinary() {
 
 void EphemerisPass::found(std::string_view format, std::int64_t line) {
     foundBlock_ = true;
+    hasToldLines_ = false;
     header_ = line;
     observeRead(VORLAN_READ_FORMAT, file_.name, line, format);
 }
@@ -166,15 +170,15 @@ bool EphemerisPass::hasData(std::string_view headerLine) const {
 void EphemerisPass::add(Vorlanrecord&& record, std::int64_t line, std::int64_t header) {
     const auto [satNum, epoch] = std::pair(record.satNum, record.epoch);
     const Vorlanbintree* stored = nullptr;
-    const std::int64_t key =
-        AddRecToMem(std::move(record), &stored, load_.request.keyMode.value_or(effectiveKeyMode()));
+    const std::int32_t keyMode = load_.request.keyMode.value_or(effectiveKeyMode());
+    const std::int64_t key = AddRecToMem(std::move(record), &stored, keyMode);
     load_.lastKey = key;
     if (stored != nullptr) {
         load_.stored.add(key);
         observeRead(VORLAN_READ_STORED, file_.name, line, MessageText() << key);
         return;
     }
-    const MessageText reason = reasonAgainst(key, satNum, epoch);
+    const MessageText reason = reasonAgainst(key, keyMode, satNum, epoch);
     observeRead(VORLAN_READ_REFUSED, file_.name, header, reason);
     if (!load_.request.rules.arePractical()) return;
     tracelogerror(MessageText(kPracticalLoader) << ": " << file_.name << ":" << header << ": satellite " << satNum
@@ -182,9 +186,17 @@ void EphemerisPass::add(Vorlanrecord&& record, std::int64_t line, std::int64_t h
     load_.miss();
 }
 
+// Skips a line that no block begins with.
+void EphemerisPass::skipLine(std::string_view line) {
+    if (!foundBlock_) return lookForForeignFormat(line);
+    if (!load_.has(Rule::LinesAfterBlockAreTold) || afterRefused_ || hasToldLines_ || line.starts_with('#')) return;
+    hasToldLines_ = true;
+    reportBadLine({file_.name, unit_.lineNumber(), line}, kName, "lines after the end of a block are not read");
+}
+
 void EphemerisPass::lookForForeignFormat(std::string_view line) {
     constexpr int kLinesLookedAt = 3;
-    if (foundBlock_ || !foreign_.empty() || linesLookedAt_ == kLinesLookedAt) return;
+    if (!foreign_.empty() || linesLookedAt_ == kLinesLookedAt) return;
     ++linesLookedAt_;
     foreign_ = vorlandi::foreignFormat(line);
 }

@@ -48,6 +48,7 @@ private:
     void add(Vorlanrecord&& record, std::int64_t line, std::int64_t header);
     void found(std::string_view format, std::int64_t line);
     bool hasData(std::string_view headerLine) const;
+    void skipLine(std::string_view line);
     void lookForForeignFormat(std::string_view line);
 
     InputUnit& unit_;
@@ -61,6 +62,7 @@ private:
     std::int64_t header_ = 1;  // line of the block's header
     bool foundBlock_ = false;
     bool afterRefused_ = false;  // the lines now may be those of a block that was refused
+    bool hasToldLines_ = false;  // of those skipped since the last block
     bool hasSegments_ = false;   // the block has stored or refused segments
     bool readFailed_ = false;
 };

@@ -41,6 +41,13 @@ MessageText reasonAt(const ReadPlace& place, std::string_view reader, std::strin
     return MessageText(reader) << ": " << place.fileName << ":" << place.number << ": " << reason;
 }
 
+void reportBadLine(const ReadPlace& place, std::string_view reader, std::string_view reason) {
+    observeRead(VORLAN_READ_BAD, place);
+    tracelogerror(MessageText("*** ") << reader << " : Bad ephemeris data. ***");
+    tracelogerror(reasonAt(place, reader, reason));
+    tracelogerror(place.line);
+}
+
 std::int32_t blockFailed(const ReadPlace& place, std::string_view reader, std::string_view problem) {
     observeRead(VORLAN_READ_BAD, place);
     return logProblem(reader, problem);

@@ -44,6 +44,9 @@ inline void scaleState(Vorlanstate& point, double km) noexcept {
 // "reader: file:line: reason", for a message.
 MessageText reasonAt(const ReadPlace& place, std::string_view reader, std::string_view reason) noexcept;
 
+// Reports a line that can't be used: an event, then "*** reader : Bad ephemeris data. ***", the reason, and the line.
+void reportBadLine(const ReadPlace& place, std::string_view reader, std::string_view reason);
+
 // Ends a block that can't be read further: tells the read observer the line to blame, then logs
 // "*** reader: problem ***". The second form logs the line before this message.
 std::int32_t blockFailed(const ReadPlace& place, std::string_view reader, std::string_view problem);

@@ -12,6 +12,7 @@ enum class Rule {
     UnrecognisedFileFails,
     BlockIsRecord,
     FailedBlockIsRefused,
+    LinesAfterBlockAreTold,
     SeamBeginsRecord,
     DroppedPointsAreCounted,
     ValuesAreFinite,
@@ -38,6 +39,8 @@ constexpr RuleRow kPracticalRules[] = {
     {Rule::BlockIsRecord, "second block in a file", "continues the record of the first", "begins a record of its own"},
     {Rule::FailedBlockIsRefused, "block that fails", "ends the load of its file",
      "is refused; reading continues at the header of the next block; status 2"},
+    {Rule::LinesAfterBlockAreTold, "lines after the end of a block that begin no other", "skipped, no message",
+     "skipped; the first of them is reported as a bad line"},
     {Rule::SeamBeginsRecord, "point at the time of the last one, with another state", "dropped",
      "begins the next record of the satellite if the record has at least four points and the next point is later; "
      "else dropped"},

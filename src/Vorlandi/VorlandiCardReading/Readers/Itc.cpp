@@ -10,7 +10,6 @@ constexpr std::string_view kName = "ReadITC";
 
 // Header
 constexpr Columns kSatNum{2, 6};
-constexpr Columns kEpoch{52, 68};
 constexpr Columns kCovariance{107, 111};
 constexpr std::string_view kWithoutCovariance = "WOCOV";
 
@@ -47,8 +46,7 @@ void readPoint(const LineGroup& lines, std::size_t covarianceLines, BlockInput& 
 
 std::int32_t ReadITC(BlockInput& input, Vorlanrecord& record) {
     const std::string_view header = input.headerLine();
-    // Neither is checked: the epoch becomes the first point's time, and a bad number is left out.
-    record.epoch = date_in(columns(header, kEpoch.first, kEpoch.last));
+    // A bad number is left out.
     readColumns(header, kSatNum, record.satNum);
     record.coordSys = kEci;
     const bool covariance = columns(header, kCovariance.first, kCovariance.last) != kWithoutCovariance;

@@ -82,7 +82,6 @@ std::int32_t ReadLaunchFormat(BlockInput& input, Vorlanrecord& record) {
     if (input.skipLines(kHeaderLines) != ReadOutcome::Success) return blockFailed(input, kName, kFileReadError);
     record.satNum = kUncataloguedSatNum;
     const double referenceDay = dayOfReading();
-    record.epoch = referenceDay;
     record.points.clear();
     for (;;) {
         double seconds = 0.0;

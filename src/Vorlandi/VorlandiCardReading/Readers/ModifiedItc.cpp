@@ -10,7 +10,8 @@ namespace {
 
 constexpr std::string_view kName = "ReadModifiedITC";
 
-constexpr int kHeaderLines = 3;  // after the recognised one; the last of them names the axes
+constexpr std::string_view kHeaderMark = "created:";  // in column 1, any case
+constexpr int kHeaderLines = 3;                       // after the recognised one; the last of them names the axes
 constexpr std::string_view kUvw = "UVW";
 
 constexpr std::size_t kTimeDigits = 13;  // YYYYDDDHHMMSS
@@ -35,6 +36,12 @@ std::int32_t frameOf(std::string_view fileName) noexcept {
 constexpr bool isRotating(std::int32_t coordSys) noexcept { return coordSys == kEfg || coordSys == kEcr; }
 
 constexpr bool isBlankOrTab(char c) noexcept { return c == ' ' || c == '\t'; }
+
+bool beginsBlock(std::string_view line) noexcept {
+    return line.size() >= kHeaderMark.size() &&
+           std::equal(kHeaderMark.begin(), kHeaderMark.end(), line.begin(),
+                      [](char mark, char c) { return touppercase(mark) == touppercase(c); });
+}
 
 std::string_view withoutBlanksBefore(std::string_view line) noexcept {
     while (!line.empty() && isBlankOrTab(line.front()))
@@ -62,6 +69,10 @@ public:
             const ReadOutcome outcome = input_.readLine(line);
             if (outcome == ReadOutcome::Error) return blockFailed(input_, kName, kFileReadError);
             if (outcome == ReadOutcome::EndOfData) break;
+            if (beginsBlock(line)) [[unlikely]] {
+                input_.unreadLine();
+                break;
+            }
             take(withoutBlanksBefore(line));
         }
         finishPoint();

@@ -18,7 +18,12 @@ constexpr std::string_view kMetaStop = "META_STOP";
 constexpr std::string_view kCovarianceStart = "COVARIANCE_START";
 constexpr std::string_view kCovarianceStop = "COVARIANCE_STOP";
 
-enum class Section { Header, Metadata, States, Covariances, Refused };
+// What is refused is skipped: first what is left of its metadata, then its data.
+enum class Section { Header, Metadata, States, Covariances, RefusedMetadata, RefusedData };
+
+constexpr bool isRefused(Section section) noexcept {
+    return section == Section::RefusedMetadata || section == Section::RefusedData;
+}
 
 bool beginsNumber(std::string_view text) noexcept {
     return isDigit(text[0]) || text[0] == '-' || text[0] == '+' || text[0] == '.';
@@ -46,9 +51,10 @@ private:
     void readPoint(std::string_view text);
     bool readState(std::string_view text, Vorlanstate& point) const noexcept;
     void beginSegment();
+    bool beginsUnmarked(const OemEntry& entry) const noexcept;
     void endMetadata();
     void endSegment();
-    void refuseSegment(std::string_view reason);
+    void refuseSegment(std::string_view reason, Section next = Section::RefusedData);
     void noteObject();
     void storeSegments();
     void skip(std::string_view reason) { input_.skipBadLine(kName, reason); }
@@ -60,6 +66,7 @@ private:
     KeptLine header_;  // of the segment
     OemMetadata metadata_;
     OemCovariances covariances_;
+    LastDay lastDay_;
 
     // Segments are stored at the end: whether the file's name numbers them depends on all of them.
     std::vector<Segment> segments_;
@@ -102,11 +109,16 @@ bool OemBlock::readLine(std::string_view text) {
     }
     const OemEntry entry = oemEntry(text);
     if (entry.is(kVersion)) return beginFile(text);
+    if (entry.is("COMMENT")) return true;
     if (entry.is(kMetaStart)) {
         beginSegment();
-    } else if (section_ != Section::Refused && !entry.is("COMMENT")) {
-        readEntry(entry);
+        return true;
     }
+    if (beginsUnmarked(entry)) {
+        skip(MessageText(entry.key) << " before a META_START; it begins a segment");
+        beginSegment();
+    }
+    readEntry(entry);
     return true;
 }
 
@@ -128,14 +140,19 @@ void OemBlock::readNumbers(std::string_view text) {
             if (text.find('T') == std::string_view::npos) return covariances_.takeRow(text);
             covariances_.end();
             section_ = Section::States;
-            return skip("a state before the COVARIANCE_STOP");
+            skip("a state before the COVARIANCE_STOP; it is read");
+            return readPoint(text);
         case Section::Header:
             return skip("numbers before a META_START");
         case Section::Metadata:
             endMetadata();
-            if (section_ == Section::States) skip("numbers before the META_STOP");
+            if (section_ != Section::States) return;
+            skip("a state before the META_STOP; it is read");
+            return readPoint(text);
+        case Section::RefusedMetadata:
+            section_ = Section::RefusedData;
             return;
-        case Section::Refused:
+        case Section::RefusedData:
             return;
     }
 }
@@ -148,12 +165,12 @@ void OemBlock::readEntry(const OemEntry& entry) {
         case Section::Metadata:
             if (entry.is(kMetaStop)) return endMetadata();
             if (metadata_.take(entry)) {
-                if (!metadata_.problem().empty()) refuseSegment(metadata_.problem());
+                if (!metadata_.problem().empty()) refuseSegment(metadata_.problem(), Section::RefusedMetadata);
                 return;
             }
             if (!entry.is(kCovarianceStart)) break;
             endMetadata();
-            if (section_ == Section::Refused) return;
+            if (isRefused(section_)) return;
             section_ = Section::Covariances;
             return skip("COVARIANCE_START before the META_STOP");
         case Section::States:
@@ -166,7 +183,10 @@ void OemBlock::readEntry(const OemEntry& entry) {
             covariances_.end();
             section_ = Section::States;
             return;
-        case Section::Refused:
+        case Section::RefusedMetadata:
+            if (entry.is(kMetaStop) || entry.is(kCovarianceStart)) section_ = Section::RefusedData;
+            return;
+        case Section::RefusedData:
             return;
     }
     constexpr std::size_t kShown = 40;
@@ -174,14 +194,13 @@ void OemBlock::readEntry(const OemEntry& entry) {
 }
 
 void OemBlock::readPoint(std::string_view text) {
-    std::size_t epochEnd = 0;
-    while (epochEnd < text.size() && text[epochEnd] != ' ' && text[epochEnd] != '\t')
-        ++epochEnd;
-    const auto time = epochToDs50utc(text.substr(0, epochEnd), metadata_.timeScale());
+    std::string_view epoch = text.substr(0, text.find(' '));
+    epoch = epoch.substr(0, epoch.find('\t'));
+    const auto time = epochToDs50utc(epoch, metadata_.timeScale(), lastDay_);
     if (!time) return skip(kNoSuchDate);
     Vorlanstate point;
     point.time = *time;
-    if (!readState(text.substr(epochEnd), point)) return skip("a state is an epoch and six or nine numbers");
+    if (!readState(text.substr(epoch.size()), point)) return skip("a state is an epoch and six or nine numbers");
     input_.append(point, record_);
 }
 
@@ -203,6 +222,11 @@ void OemBlock::beginSegment() {
     section_ = Section::Metadata;
 }
 
+// Metadata without their META_START must not leave the states after them to the segment before.
+bool OemBlock::beginsUnmarked(const OemEntry& entry) const noexcept {
+    return section_ != Section::Metadata && section_ != Section::RefusedMetadata && saysWhatStatesAre(entry);
+}
+
 void OemBlock::endMetadata() {
     metadata_.complete();
     if (!metadata_.problem().empty()) return refuseSegment(metadata_.problem());
@@ -214,7 +238,7 @@ void OemBlock::endMetadata() {
 }
 
 void OemBlock::endSegment() {
-    if (section_ == Section::Header || section_ == Section::Refused) return;
+    if (section_ == Section::Header || isRefused(section_)) return;
     if (section_ == Section::Covariances) covariances_.end();
     if (record_.numberOfPoints() == 0) {
         input_.blame(header_);
@@ -224,12 +248,12 @@ void OemBlock::endSegment() {
     record_ = empty_;
 }
 
-void OemBlock::refuseSegment(std::string_view reason) {
+void OemBlock::refuseSegment(std::string_view reason, Section next) {
     noteObject();
     blockRefused(input_, kName, "Segment refused.", reason);
     input_.refuseSegment(record_);
     record_ = empty_;
-    section_ = Section::Refused;
+    section_ = next;
 }
 
 // The name of a file can't number satellites that it holds several of.

@@ -66,7 +66,11 @@ MessageText notRead(std::string_view key, std::string_view value, const Named<Me
 bool isFrameWithYear(std::string_view name) noexcept {
     if (!isWord(name.substr(0, kFrameWithYear.size()), kFrameWithYear)) return false;
     std::string_view year = name.substr(kFrameWithYear.size());
-    if (year.starts_with('-') || year.starts_with(' ')) year.remove_prefix(1);
+    if (year.starts_with('-')) {
+        year.remove_prefix(1);
+    } else {
+        year = stripped(year);
+    }
     return (year.size() == 2 || year.size() == 4) && std::all_of(year.begin(), year.end(), isDigit);
 }
 
@@ -87,6 +91,11 @@ OemEntry oemEntry(std::string_view text) noexcept {
 bool isOemHeaderKey(std::string_view key) noexcept {
     return std::any_of(std::begin(kHeaderKeys), std::end(kHeaderKeys),
                        [=](std::string_view known) { return isWord(key, known); });
+}
+
+bool saysWhatStatesAre(const OemEntry& entry) noexcept {
+    const auto key = meaningOf(kKeys, entry.key);
+    return key && *key != Key::NotNeeded && entry.value;
 }
 
 MessageText problemOfOemVersion(const OemEntry& version) noexcept {

@@ -28,6 +28,9 @@ OemEntry oemEntry(std::string_view text) noexcept;
 // Is it a keyword of the header, before the first segment?
 bool isOemHeaderKey(std::string_view key) noexcept;
 
+// Is it an entry of metadata that says what the states after it are?
+bool saysWhatStatesAre(const OemEntry& entry) noexcept;
+
 // Why a version is not read; empty if it is.
 MessageText problemOfOemVersion(const OemEntry& version) noexcept;
 

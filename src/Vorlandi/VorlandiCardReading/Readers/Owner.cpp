@@ -26,7 +26,6 @@ void readPoint(std::string_view line, BlockInput& input, Vorlanrecord& record) {
 
 std::int32_t ReadOwner(BlockInput& input, Vorlanrecord& record) {
     record.coordSys = kJ2k;
-    record.epoch = timeOf(input.headerLine());
     record.satNum = satNumFromFileName(input.fileName(), input.rules());
     input.rewind();
     return useLinesToEnd(input, kName, record, [&](std::string_view line) { readPoint(line, input, record); });

@@ -128,7 +128,6 @@ bool readDataLine(std::string_view line, const Header& header, BlockInput& input
 }  // namespace
 
 std::int32_t ReadDotE(BlockInput& input, Vorlanrecord& record) {
-    record.epoch = 0.0;
     record.coordSys = kJ2k;
     record.satNum = satNumFromFileName(input.fileName(), input.rules());
     const Header header = readHeader(input);

@@ -6,6 +6,8 @@
 namespace vorlandi::stk {
 namespace {
 
+constexpr std::string_view kNoStateLeft = "no state without a covariance at this time.";
+
 void leaveOut(const ReadPlace& section, MessageText reason) {
     tracelogerror(reasonAt(section, kName, reason << "; the covariances are left out."));
 }
@@ -89,8 +91,13 @@ void Covariances::cover(const Kept& kept, const StateSystem& states, const ReadP
         given = covariance;
         return true;
     };
-    if (!input_.records().cover(record_, states.time.utcAt(kept.seconds), give))
-        skip(place, "no state without a covariance at this time.");
+    const double time = states.time.utcAt(kept.seconds);
+    if (input_.records().cover(record_, time, give)) return;
+    if (BlockRecords::hasCovarianceAt(record_.points, time, covariance)) {
+        repeated_.push_back({time, KeptLine(place)});
+    } else {
+        skip(place, kNoStateLeft);
+    }
 }
 
 void Covariances::skip(const ReadPlace& place, std::string_view reason) {
@@ -105,7 +112,14 @@ void Covariances::close() {
 }
 
 void Covariances::finish(const StateSystem& states) {
-    if (kept_.empty() || !isOfStates(keptSection_.placeIn(input_.fileName()), states.frame)) return;
+    if (!kept_.empty() && isOfStates(keptSection_.placeIn(input_.fileName()), states.frame)) coverKept(states);
+    for (const Repeated& repeated : repeated_) {
+        if (!input_.records().hasBoundaryAt(repeated.time))
+            skip(repeated.line.placeIn(input_.fileName()), kNoStateLeft);
+    }
+}
+
+void Covariances::coverKept(const StateSystem& states) {
     std::size_t begin = 0;
     for (const Kept& kept : kept_) {
         const auto line = std::string_view(texts_).substr(begin, kept.textEnd - begin);

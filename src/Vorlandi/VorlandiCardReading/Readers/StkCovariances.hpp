@@ -38,7 +38,7 @@ public:
     // The section has ended: a covariance without its last values is a bad line.
     void close();
 
-    // All states have been read: they get the covariances before them.
+    // All states and boundaries have been read: the states get the covariances before them.
     void finish(const StateSystem& states);
 
 private:
@@ -53,10 +53,17 @@ private:
         std::size_t textEnd;  // in texts_
     };
 
+    // One that a point has already, which is regular at a segment boundary.
+    struct Repeated {
+        double time;
+        KeptLine line;
+    };
+
     std::size_t needed() const noexcept { return 1 + rows_ * (rows_ + 1) / 2; }
     bool isOfStates(const ReadPlace& section, std::int32_t frame) const;
     void complete(const StateSystem* states);
     void cover(const Kept& kept, const StateSystem& states, const ReadPlace& place);
+    void coverKept(const StateSystem& states);
     void skip(const ReadPlace& place, std::string_view reason);
 
     BlockInput& input_;
@@ -73,6 +80,7 @@ private:
     std::int64_t firstNumber_ = 0;
 
     std::vector<Kept> kept_;
+    std::vector<Repeated> repeated_;
     std::string texts_;  // the first lines of those kept, one after the other
     KeptLine keptSection_;
 };

@@ -42,9 +42,8 @@ bool contains(std::string_view text, std::string_view word) noexcept {
     return false;
 }
 
-// Ds50UTC of the date in a text, from its first digit or sign on; the name of the scale may follow. 0.0 if there is no
-// date.
-double dateIn(std::string_view text) noexcept {
+// The date in a text, from its first digit or sign on; the name of the scale may follow.
+std::string_view dateIn(std::string_view text) noexcept {
     text = text.substr(std::min(text.find_first_of("+-0123456789"), text.size()));
     text = stripped(text.substr(0, text.find('#')));
     const auto blank = text.find_last_of(kBlanks);
@@ -52,12 +51,14 @@ double dateIn(std::string_view text) noexcept {
         const std::string_view last = text.substr(blank + 1);
         if (isWord(last, "UTC") || isWord(last, "UTCG")) text = stripped(text.substr(0, blank));
     }
-    return dtg2ds50utc(text);
+    return text;
 }
 
 class StkBlock {
 public:
-    StkBlock(BlockInput& input, Vorlanrecord& record) : input_(input), record_(record), covariances_(input, record) {}
+    StkBlock(BlockInput& input, Vorlanrecord& record) : input_(input), record_(record), covariances_(input, record) {
+        input.records().expectBoundaries();
+    }
 
     std::int32_t read();
 
@@ -126,12 +127,13 @@ void StkBlock::setByName(const Named<Value> (&table)[N], const Named<Setting>& s
 
 void StkBlock::setEpoch(std::string_view value) {
     if (time_) return;  // the first one counts
-    const double epoch = dateIn(value);
+    const std::string_view date = dateIn(value);
+    const double epoch = dtg2ds50utc(date);
     if (epoch == 0.0) {
         return refuse("Unable to read reference epoch time.",
                       MessageText("ScenarioEpoch ") << value << " is not a date, such as 31 Jan 2026 00:00:00.000.");
     }
-    time_.emplace(epoch);
+    time_.emplace(epoch, isSecond60(date));
 }
 
 void StkBlock::set(const Named<Setting>& setting, std::string_view value) {
@@ -196,9 +198,9 @@ void StkBlock::endBlock() {
     const ReadPlace last = input_.place();
     covariances_.close();
     if (const stk::StateSystem* const system = states(); system != nullptr) {
-        covariances_.finish(*system);
         for (const Boundary& boundary : boundaries_)
             input_.records().addBoundary(time_->utcAt(boundary.seconds), {input_.fileName(), boundary.line, {}});
+        covariances_.finish(*system);
     }
     input_.blame(last.line, last.number);
     status_ = blockRead(record_);
@@ -246,7 +248,8 @@ void StkBlock::readKeyword(std::string_view text) {
 void StkBlock::readState(std::string_view text) {
     std::array<double, kMostNumbers> numbers;
     std::fill(numbers.begin() + 4, numbers.begin() + 7, 0.0);
-    if (input_.readFreeForm(text, std::span(numbers).first(numbers_)) != ReadOutcome::Success) [[unlikely]] {
+    FreeFormList list = input_.list(text);
+    if (list.next(std::span(numbers).first(numbers_)) != ReadOutcome::Success || list.leftOut()) [[unlikely]] {
         return skip(MessageText("a line of ")
                     << open_.back().name << " has " << static_cast<std::int64_t>(numbers_) << " numbers.");
     }

@@ -1,13 +1,10 @@
 #include "Vorlandi/VorlandiCardReading/Readers/VectorGroups.hpp"
 
-#include "TimeLibrary/DateTexts.hpp"
-
 namespace vorlandi {
 namespace {
 
 // Header
 constexpr RealColumns kGravityModel{1, 22, 15};  // E22.15 each: ke, then the earth radius in km
-constexpr Columns kEpoch{46, 60};
 
 bool readHeader(const BlockInput& input, Vorlanrecord& record) noexcept {
     const std::string_view line = input.headerLine();
@@ -15,7 +12,6 @@ bool readHeader(const BlockInput& input, Vorlanrecord& record) noexcept {
     if (input.readColumns(line, kGravityModel, gravityModel) != ReadOutcome::Success) return false;
     record.ke = gravityModel[0];
     record.earthRadius = gravityModel[1];
-    record.epoch = date_in(columns(line, kEpoch.first, kEpoch.last));
     return true;
 }
 
