@@ -1,4 +1,4 @@
-// Covariances turned from the axes of a state into its frame, and back.
+// Covariances turned from the axes of a state into its frame.
 #include "Vorlandi/VorlandiProcessing/CovarianceAxes.hpp"
 
 #include <algorithm>
@@ -64,7 +64,7 @@ void expectNear(const PointCovariance& found, const Full& expected) {
         ASSERT_LE(std::abs(full[i / 6][i % 6] - expected[i / 6][i % 6]), 1e-12L * largest[i / 18][i % 6 / 3]) << i;
 }
 
-TEST(CovarianceAxes, TurnsIntoTheFrameAsDefinedAndBack) {
+TEST(CovarianceAxes, TurnsIntoTheFrameAsDefined) {
     std::mt19937_64 random(testSeed());
     std::uniform_real_distribution<double> between(-1.0, 1.0);
     for (int k = 0; k < 200; ++k) {
@@ -82,8 +82,6 @@ TEST(CovarianceAxes, TurnsIntoTheFrameAsDefinedAndBack) {
                 PointCovariance turned = given;
                 ASSERT_TRUE(turnToFrame(state, rotating, axes, turned));
                 expectNear(turned, plainlyTurned(state, rotating, axes, given));
-                ASSERT_TRUE(turnToAxes(state, rotating, axes, turned));
-                expectNear(turned, fullOf(given));
             }
         }
     }
@@ -111,10 +109,11 @@ TEST(CovarianceAxes, AreUndefinedWherePositionAndVelocityAreParallel) {
         SCOPED_TRACE(c.what);
         const PointCovariance given{{1, 2, 3}};
         PointCovariance covariance = given;
+        EXPECT_EQ(turnToFrame(c.state, c.rotating, CovarianceAxes::Tnw, covariance), c.defined);
+        covariance = given;
         EXPECT_EQ(turnToFrame(c.state, c.rotating, CovarianceAxes::Uvw, covariance), c.defined);
         if (c.defined) continue;
         EXPECT_TRUE(std::equal(std::begin(covariance.cov), std::end(covariance.cov), given.cov));
-        EXPECT_FALSE(turnToAxes(c.state, c.rotating, CovarianceAxes::Tnw, covariance));
     }
 }
 

@@ -77,11 +77,4 @@ bool turnToFrame(const Vorlanstate& state, bool rotatingFrame, CovarianceAxes ax
     return rows.has_value();
 }
 
-bool turnToAxes(const Vorlanstate& state, bool rotatingFrame, CovarianceAxes axes,
-                PointCovariance& covariance) noexcept {
-    const auto rows = axesOf(state, rotatingFrame, axes);
-    if (rows) turn(*rows, covariance);
-    return rows.has_value();
-}
-
 }  // namespace vorlandi

@@ -17,8 +17,4 @@ enum class CovarianceAxes {
 bool turnToFrame(const Vorlanstate& state, bool rotatingFrame, CovarianceAxes axes,
                  PointCovariance& covariance) noexcept;
 
-// The inverse, for writing.
-bool turnToAxes(const Vorlanstate& state, bool rotatingFrame, CovarianceAxes axes,
-                PointCovariance& covariance) noexcept;
-
 }  // namespace vorlandi
