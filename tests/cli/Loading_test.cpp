@@ -60,6 +60,7 @@ TEST_F(Loading, SaysOfEveryFaultInWhichFileAndLineItIs) {
         {"''", {"error: a file name that is empty or ends with a blank can't be loaded"}},
         {"'81001.e '", {"81001.e : error: a file name that is empty or ends with a blank can't be loaded"}},
         {std::string(513, 'x'), {std::string(513, 'x') + ": error: the file name is too long"}},
+        {"' " + std::string(510, 'x') + "'", {" " + std::string(510, 'x') + ": error: the file name is too long"}},
         {"./81001.e",
          {"./81001.e:1: error: not stored: 81001.e already has satellite 81001 with the same frame and first time"}},
         {"81005.e", {"81005.e:6: error: unreadable as STK data (a line of EphemerisTimePosVel has 7 numbers): ?[2J"}},
@@ -95,10 +96,10 @@ TEST_F(Loading, SaysOfEveryFaultInWhichFileAndLineItIs) {
 
 TEST_F(Loading, TakesNamesThatTheLibraryWouldCut) {
     fs::copy_file(file("81001.e"), file("  81001.e"));
-    const std::string longest = "./" + repeated(127, "./") + repeated(125, "./") + "81001.e";
+    const std::string longest = repeated(252, "./") + "/81001.e";
+    ASSERT_EQ(longest.size(), 512U);
     EXPECT_EQ(run("info '  81001.e'").status, 0);
-    EXPECT_EQ(longest.size(), 513U);
-    EXPECT_EQ(run("info " + longest.substr(1 + 1)).status, 0);
+    EXPECT_EQ(run("info " + longest).status, 0);
 }
 
 TEST_F(Loading, TellsWhyASatelliteIsADuplicate) {

@@ -24,8 +24,8 @@ std::int64_t other = 0;  // a satellite for the calls
 constexpr double kMinute = 1.0 / 1440.0;
 constexpr std::array<double, 21> kCovariance{1.0, 2.0, 3.0};
 
-// So many points take a mapping of their own, with room to spare, which is cut; so many, with covariances, make it
-// grow.
+// As many points as take a mapping of their own with spare room, which is cut; and as many, with covariances, as make
+// it grow.
 constexpr int kMappedPoints = 33'500;
 constexpr int kManyPoints = 101'000;
 
@@ -188,37 +188,26 @@ Call listing(int order, Ending ending) {
             }};
 }
 
-Call loading(const std::string& what, const std::string& path, void (*prepare)() = nothing) {
-    return {"VorlanLoadFile, " + what,
-            Ending::MayStop,
-            prepare,
-            [=](Outputs&) { return VorlanLoadFile(path.c_str()); },
-            2,
-            messagesOfLoads(),
-            true};
+// A load of a file, which stores one record after another.
+Call load(const std::string& what, Ending ending, std::function<std::int64_t()> run, void (*prepare)() = nothing) {
+    const std::int64_t failed = what.starts_with("VorlanAddSatFrFile") ? -1 : 2;
+    return {what, ending, prepare, [=](Outputs&) { return run(); }, failed, messagesOfLoads(), true};
 }
 
-Call loadingPractically(const std::string& what, const std::string& path, void (*prepare)() = nothing) {
-    return {"VorlanLoadFileExt, " + what,
-            Ending::Survives,
-            prepare,
-            [=](Outputs&) {
-                return VorlanLoadFileExt(path.c_str(), VORLAN_LOAD_PRACTICAL | VORLAN_LOAD_DMA_KEYS, 0, nullptr,
-                                         nullptr);
-            },
-            2,
-            messagesOfLoads(),
-            true};
+Call loading(const std::string& what, const std::string& path, void (*prepare)() = nothing) {
+    const auto run = [=] { return VorlanLoadFile(path.c_str()); };
+    return load("VorlanLoadFile, " + what, Ending::MayStop, run, prepare);
+}
+
+Call loadingPractically(const std::string& what, const std::string& path, void (*prepare)()) {
+    constexpr std::int32_t kOptions = VORLAN_LOAD_PRACTICAL | VORLAN_LOAD_DMA_KEYS;
+    const auto run = [=] { return VorlanLoadFileExt(path.c_str(), kOptions, 0, nullptr, nullptr); };
+    return load("VorlanLoadFileExt, " + what, Ending::Survives, run, prepare);
 }
 
 Call addingFrom(const std::string& what, const std::string& path) {
-    return {"VorlanAddSatFrFile, " + what,
-            Ending::MayStop,
-            nothing,
-            [=](Outputs&) { return VorlanAddSatFrFile(path.c_str()); },
-            -1,
-            messagesOfLoads(),
-            true};
+    const auto run = [=] { return VorlanAddSatFrFile(path.c_str()); };
+    return load("VorlanAddSatFrFile, " + what, Ending::MayStop, run);
 }
 
 Call leapSeconds(const std::string& what, const std::string& path) {
@@ -258,19 +247,15 @@ std::vector<Call> allCalls(const std::string& examples, const std::string& folde
     const std::string saved = savedFile(folder);
     const std::string log = folder + "/trace.log";
     std::vector<Call> calls = {
-        {"VorlanMse VorlanMseCovMtx VorlanDs50UTC VorlanDs50UTCCovMtx VorlanGetEphemeris VorlanGetCovMtx "
-         "VorlanXten "
-         "VorlanStartEndTime VorlanGetLine VorlanGetSatKey VorlanDs50UTCArr VorlanSatsDs50UTC "
-         "VorlanGetEphemerisArr",
+        {"VorlanMse VorlanMseCovMtx VorlanDs50UTC VorlanDs50UTCCovMtx VorlanGetEphemeris VorlanGetCovMtx VorlanXten "
+         "VorlanStartEndTime VorlanGetLine VorlanGetSatKey VorlanDs50UTCArr VorlanSatsDs50UTC VorlanGetEphemerisArr",
          AllocatesNothing, addDmaSatellite, runQueries},
         {"VorlanSetField VorlanGetField VorlanGetAllFields", AllocatesNothing, addDmaSatellite, runFields},
         {"VorlanTimeFromText VorlanTimeToText15 VorlanTimeToIso VorlanTimeUtcToTai VorlanTimeTaiToUtc "
          "VorlanFieldsToSatKey",
          AllocatesNothing, nothing, runTimes},
-        {"VorlanInit VorlanGetInfo VorlanTraceOpen VorlanTraceClose VorlanTraceSetHandler "
-         "VorlanTraceGetHandler "
-         "VorlanTraceLastError VorlanSetElsetKeyMode VorlanSetDupKeyMode VorlanGetKeyModes "
-         "VorlanSetGuardMode "
+        {"VorlanInit VorlanGetInfo VorlanTraceOpen VorlanTraceClose VorlanTraceSetHandler VorlanTraceGetHandler "
+         "VorlanTraceLastError VorlanSetElsetKeyMode VorlanSetDupKeyMode VorlanGetKeyModes VorlanSetGuardMode "
          "VorlanGetGuardMode VorlanSetReadObserver VorlanGetReadObserver",
          AllocatesNothing, nothing, [=](Outputs& out) { return runServices(log, out); }},
         {"VorlanRemoveSat VorlanRemoveAllSats VorlanGetCount VorlanSetAllKeyMode", AllocatesNothing, addDmaSatellite,
@@ -305,11 +290,9 @@ std::vector<Call> allCalls(const std::string& examples, const std::string& folde
                 written("self.card", card + folder + "/self.card\nVORLAN = " + folder + "/self.card\n")),
         loading("DMA keys", bad, fillPoolsAndUseDmaKeys),
         loadingPractically("a card file", written("three.card", card + few + "\nVORLAN = " + large + "\n"), fillPools),
-        {"VorlanLoadBytes", MayStop, nothing,
-         [=](Outputs&) { return VorlanLoadBytes(block.data(), int64_t(block.size()), "b", 0, 0, nullptr, nullptr); }, 2,
-         messagesOfLoads(), true},
-        {"VorlanLoadFile, a pipe", MayStop, nothing, [=](Outputs&) { return loadFromPipe(few); }, 2, messagesOfLoads(),
-         true},
+        load("VorlanLoadBytes", MayStop,
+             [=] { return VorlanLoadBytes(block.data(), int64_t(block.size()), "b", 0, 0, nullptr, nullptr); }),
+        load("VorlanLoadFile, a pipe", MayStop, [=] { return loadFromPipe(few); }),
         {"VorlanSaveFile", Survives, addDmaSatellite, [=](Outputs&) { return VorlanSaveFile(saved.c_str(), 0); }},
         leapSeconds("a list", written("leap.list", "2272060800 10\n2287785600 11\n")),
         leapSeconds("a bad list", written("bad.list", "2272060800 10\n2287785600 13\n")),

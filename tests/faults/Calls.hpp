@@ -15,7 +15,7 @@ constexpr double kPosition[3] = {7000.0, 1.0, 2.0};
 constexpr double kVelocity[3] = {0.0, 7.5, 0.0};
 constexpr std::int64_t kUnknownKey = 11;
 
-// Nodes and records come from pools. Their first blocks, which are kept, hold so many.
+// Nodes and records come from pools. Their first blocks, which are kept, hold this many.
 constexpr int kFirstPoolBlock = 64;
 constexpr std::size_t kMostKeys = 128;  // more than any call stores
 

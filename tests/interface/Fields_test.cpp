@@ -7,7 +7,7 @@ class Fields : public InterfaceTest {
 protected:
     static std::int64_t addFull() {
         Vorlanrecord record;
-        record.satNum = 25544;
+        record.satNum = 987654321;
         record.fileName = "  " + std::string(510, 'n');
         record.inputTag = "a tag";
         record.text8 = "eight";
@@ -22,11 +22,11 @@ protected:
     }
 };
 
-TEST_F(Fields, AreGivenAsTextsOnTheLeft) {
+TEST_F(Fields, AreReturnedAsLeftAdjustedTexts) {
     const std::int64_t key = addFull();
     const std::pair<std::int32_t, std::string> cases[] = {
         // clang-format off
-        {1, "25544"}, {2, "23337120000.000"}, {3, "6378.135000000000218"}, {4, "0.07436691613317340799"},
+        {1, "987654321"}, {2, "23337120000.000"}, {3, "6378.135000000000218"}, {4, "0.07436691613317340799"},
         {5, "7000.500000000000000"}, {6, "-0.250000000000000"}, {7, std::string(35, '*')},
         {8, "-7.500000000000000"}, {9, "0.100000000000000"}, {10, "0.000000000000000"}, {12, "2"},
         {13, std::string(510, 'n')}, {0, ""}, {16, ""}, {-1, ""}, {INT32_MIN, ""}, {INT32_MAX, ""},
@@ -52,7 +52,7 @@ TEST_F(Fields, AreSetFromTextsWithoutTheirLeadingBlanks) {
         // clang-format on
     };
     for (const auto& [index, text, stored] : cases) {
-        // A literal ends at its NUL, whatever stands behind it.
+        // A literal ends at its NUL, whatever follows.
         for (const std::string& given : {padded(text, 513), text + '\0' + std::string(511, '9')}) {
             EXPECT_EQ(VorlanSetField(key, index, given.data()), 0);
             EXPECT_EQ(field(key, index), padded(stored, 512)) << text;
@@ -62,7 +62,7 @@ TEST_F(Fields, AreSetFromTextsWithoutTheirLeadingBlanks) {
     EXPECT_EQ(field(key, 14), padded("", 512)) << "a null text counts as blanks";
 }
 
-TEST_F(Fields, AreGivenAllAtOnce) {
+TEST_F(Fields, AreReturnedAllAtOnce) {
     std::int32_t satNum = -1, coordSys = -1, numPts = -1;
     double epoch = 9.9, earthRadius = 9.9, ke = 9.9, pos[3], vel[3];
     std::string texts(652, '#');
@@ -71,12 +71,12 @@ TEST_F(Fields, AreGivenAllAtOnce) {
                                   &numPts, &texts[138]);
     };
     EXPECT_EQ(getAll(addFull()), 0);
-    EXPECT_EQ(std::tuple(satNum, coordSys, numPts), std::tuple(25544, 1, 2));
+    EXPECT_EQ(std::tuple(satNum, coordSys, numPts), std::tuple(987654321, 1, 2));
     EXPECT_EQ(std::tuple(epoch, earthRadius, ke), std::tuple(kEpoch + 0.5, 6378.135, 0.07436691613317341));
     EXPECT_THAT(pos, ::testing::ElementsAreArray(kPos));
     EXPECT_THAT(vel, ::testing::ElementsAreArray(kVel));
     EXPECT_EQ(texts, "eight   #" + padded("a tag", 128) + "#  " + std::string(510, 'n') + "##");
-    EXPECT_EQ(getAll(addSatellite(7, 27500.0, 23)), 0) << "no points are no error";
+    EXPECT_EQ(getAll(addSatellite(7, 27500.0, 23)), 0) << "a record without points is not an error";
     EXPECT_EQ(std::tuple(satNum, coordSys, numPts, epoch), std::tuple(7, 3, 0, 27500.0));
     EXPECT_THAT(pos, ::testing::Each(0.0));
 }

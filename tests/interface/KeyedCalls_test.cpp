@@ -36,17 +36,17 @@ struct KeyedCall {
     std::int32_t outputs;  // numbers and characters that it writes
     std::int32_t (*call)(std::int64_t key, double value, Outputs& outputs);
 };
-template <auto Function, class Value>
+template <auto kFunction, class Value>
 std::int32_t state(std::int64_t key, double value, Outputs& o) {
-    return Function(key, static_cast<Value>(value), o.d(0), o.d(1), o.d(4), o.i(0));
+    return kFunction(key, static_cast<Value>(value), o.d(0), o.d(1), o.d(4), o.i(0));
 }
-template <auto Function, class Value>
+template <auto kFunction, class Value>
 std::int32_t withCov(std::int64_t key, double value, Outputs& o) {
-    return Function(key, static_cast<Value>(value), o.d(0), o.d(1), o.d(4), o.i(0), o.cov());
+    return kFunction(key, static_cast<Value>(value), o.d(0), o.d(1), o.d(4), o.i(0), o.cov());
 }
-template <std::int32_t Type>
+template <std::int32_t kType>
 std::int32_t xten(std::int64_t key, double value, Outputs& o) {
-    return VorlanXten(key, Type, value, o.d(0));
+    return VorlanXten(key, kType, value, o.d(0));
 }
 // clang-format off
 const KeyedCall kCalls[] = {
@@ -92,7 +92,7 @@ protected:
     }
 };
 
-TEST_F(KeyedCalls, SayWhyThereIsNoRecordOrNoPoint) {
+TEST_F(KeyedCalls, LogWhyThereIsNoRecordOrNoPoint) {
     allFail(kUnknownKey, "FindRecPtr: Search tree is empty.");
     const std::int64_t key = addSatellite(5), dma = addDmaSatellite(6), removed = addDmaSatellite(7);
     VorlanRemoveSat(removed);
@@ -111,7 +111,7 @@ TEST_F(KeyedCalls, SayWhyThereIsNoRecordOrNoPoint) {
     }
 }
 
-TEST_F(KeyedCalls, RefuseRequestsThatLieOutside) {
+TEST_F(KeyedCalls, RefuseRequestsOutsideTheSpan) {
     const std::int64_t key = addSatellite(5);
     addLine(key, 3);
     const double microsecond = 1e-6 / 86400.0;
@@ -151,7 +151,7 @@ TEST_F(KeyedCalls, AnswerStoredPointsByIndexByTimeAndByMinutes) {
                 const bool extended = call.outputs == 128;
                 EXPECT_EQ(*o.d(0), extended || call.asked == kTime ? minutes : lineTime(i));
                 EXPECT_EQ(extended ? *o.d(1) : lineTime(i), lineTime(i));
-                // A request in minutes or by time passes through TAI and meets the point within a rounding,
+                // A request in minutes or by time goes through TAI and reaches the point within a rounding,
                 // 4e-12 days, which is 4e-7 s of flight at 1 km/s.
                 const auto near = ::testing::DoubleNear(call.asked == kIndex ? 0.0 : 5e-7);
                 const double line[] = {i * 1.0, i * -2.0, i * 60.0, 1.0 / 60.0, -2.0 / 60.0, 1.0};

@@ -1,4 +1,4 @@
-// What holds beside other threads, in both guard modes.
+// What holds while other threads run, in both guard modes.
 #include <sys/wait.h>
 
 #include <thread>
@@ -13,7 +13,7 @@ namespace {
 
 using Threads = InterfaceTest;
 
-TEST_F(Threads, AQueryTakesTheTableOfLeapSecondsOnce) {
+TEST_F(Threads, AQueryUsesOneTableOfLeapSeconds) {
     const std::int64_t key = addSatellite(5);
     addLine(key, 9);
     const LeapTable* const before = &leapTable();
@@ -39,7 +39,7 @@ TEST_F(Threads, AQueryTakesTheTableOfLeapSecondsOnce) {
     EXPECT_LT(farthest_km, 1e-3) << "the times of the two tables differ by a few roundings, not by seconds";
 }
 
-TEST_F(Threads, AChildOfForkUsesTheStoreAtOnceWhateverOtherThreadsWereDoing) {
+TEST_F(Threads, AChildOfForkCanUseTheStoreWhateverOtherThreadsWereDoing) {
     if (VORLANDI_SANITIZED) GTEST_SKIP() << "sanitizers don't follow a fork beside threads";
     VorlanSetGuardMode(VORLAN_GUARD_SAFE);
     const std::int64_t key = addSatellite(5);

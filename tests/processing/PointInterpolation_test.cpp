@@ -39,12 +39,12 @@ void expectEqual(const Answer& answer, const Answer& expected) {
     ASSERT_EQ(std::bit_cast<Bits>(answer.point), std::bit_cast<Bits>(expected.point));
 }
 
-// Random states of an orbit that crosses the equator often, at kStart and these many minutes on.
-Vorlanrecord recordAt(const std::vector<double>& minutes, std::mt19937_64& random) {
+// Random states of an orbit that crosses the equator often, these many minutes after a start.
+Vorlanrecord recordAt(const std::vector<double>& minutes, std::mt19937_64& random, double start = kStart) {
     Vorlanrecord record;
     for (const double minute : minutes) {
         Vorlanpoint point;
-        point.time = kStart + minute * kMinute;
+        point.time = start + minute * kMinute;
         point.pos[2] = 5000.0 * std::sin(0.2 * minute);
         point.vel[2] = std::cos(0.2 * minute);
         point.cov[0] = minute;
@@ -114,6 +114,15 @@ TEST(InterpolateEP, AnswersAsTheRulesSayInAnyOrderOfRequests) {
             next.message = message.view();
             expectEqual(next, expected);
         }
+    }
+}
+
+TEST(InterpolateEP, RefusesPointsMoreThan61MinutesApart) {
+    std::mt19937_64 random(testSeed());
+    // From day 0 on, both times are exact to the bit: the limit, and the double after it.
+    for (const double last : {183.0, std::nextafter(183.0, 184.0)}) {
+        const Vorlanrecord record = recordAt({0.0, 61.0, 122.0, last}, random, 0.0);
+        EXPECT_EQ(ask(record, 90.0 * kMinute).status, last > 183.0 ? 2 : 0);
     }
 }
 

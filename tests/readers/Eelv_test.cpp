@@ -2,7 +2,7 @@
 
 namespace vorlandi::testing {
 
-// The header's points stand in the columns 2, 25, 48 and so on.
+// The header's points are at columns 2, 25, 48 and so on.
 // clang-format off
 const Lines kGood = {"2.024E3                3.9                    1.0                    1.2E1                  "
                      "0.0                    0.0E1                  ", "21600, 1000, 0, 0, 1, 0, -2",

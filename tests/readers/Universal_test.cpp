@@ -3,7 +3,7 @@
 namespace vorlandi::testing {
 
 // clang-format off
-// Satellite number, coordinate system and layout stand in the columns 30, 40 and 50.
+// Satellite number, coordinate system and layout begin at columns 30, 40 and 50.
 static std::string header(std::string_view satNum = "81001", std::string_view system = "HCSRL",
     std::string_view layout = "") {
     return put(put(put({"KQ_UNIVERSAL_VORLANDI_V1.0"}, 1, 30, satNum), 1, 40, system), 1, 50, layout)[0];

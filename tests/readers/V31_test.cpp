@@ -21,6 +21,7 @@ TEST(ReadV31, ReadsEverySectionUpToTheEndMark) {
         {"a letter in x", put(kGood, 4, 20, "a"), {"!" + put({kState}, 1, 5, "a")[0]}, 2},
         {"an end mark in the data", put(kGood, 7, 1, kEnd), {kBadTime, std::string(15, 'Z')}, 2},
         {"no end of the data", cut(kGood, 7), {}, 2}, {"no end mark", put(kGood, 13, "x"), {}, 4},
+        {"a mark of 47 characters", put(kGood, 3, kData.substr(1)), {}, 1},
         {"no number", put(kGood, 1, 30, "25a44"), {"@1", "*Invalid satellite number."}, 0},
         {"unknown frame", put(kGood, 2, 66, "J2K"), {"@2", "*Unrecognized Coordinates."}, 0},
     });

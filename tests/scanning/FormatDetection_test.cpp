@@ -49,7 +49,7 @@ std::vector<Header> documentedHeaders() {
         const ReadingRules rules = row.str(5) == "practical" ? ReadingRules::practical() : ReadingRules::fixed();
         const LineTest* test = inCode.alternatives.data();
         forEachMatch(row.str(4) + "; or ", "(.*?); or ", [&](const std::smatch& way) {
-            // Whoever has an owner's columns and no numbers behind them is of no format.
+            // A line with an owner's columns, but no numbers after them, has no format.
             Header header{inCode.decides ? kUnknownFormat : inCode.code, rules, {}};
             forEachMatch(way[1], "columns? (\\d+)(-\\d+)? (blank|\"([^\"]*)\")", [&](const std::smatch& text) {
                 const std::size_t first = std::stoul(text[1]);
@@ -93,7 +93,7 @@ TEST(FormatDetection, TellsLinesApartByMoreThanTexts) {
     const std::string time = "26031000000.000 ";
     // clang-format off
     for (const auto& [line, code] : std::initializer_list<std::pair<std::string, std::int32_t>>{
-        {"", 100}, {"*", 13}, {std::string("*  \0 ", 5), 13}, {"* word", 100}, {"2026/01/31 .00:00 00.", 100},
+        {"", 100}, {"*", 13}, {std::string("*  \0 ", 5), 13}, {"* word", 100}, {"2026/01/31 .0:0 :00.", 100},
         {time + "1. 2. 3. 4. 5. 6.", 10}, {time + "   1.5 .2 3.5   -4. 5.5 6.5 x", 10},
         {time + "1.5 2.5 3.5 4.5 5.5 6", 100}, {time + "1.0 2.0 3 4.0 5.0 6.0", 100},
         {time + "1.0 2.0 3.0 4.0 5.0", 100}, {time + "1.2.3 4. 5. 6. 7.", 100},

@@ -1,19 +1,17 @@
-// Loading and saving through the exported functions: cards, tags, blocks behind one another, status codes,
+// Loading and saving through the exported functions: cards, tags, blocks after one another, status codes,
 // what a saved file holds, and loading by several threads at once.
 #include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <thread>
 
-#include "TestSupport.hpp"
 #include "Vorlandi/VorlandiTree.hpp"
-#include "vorlandi/vorlandi.h"
+#include "scanning/LoadingTest.hpp"
 
 namespace vorlandi::testing {
 namespace {
 
 using ::testing::ElementsAre;
-using Texts = std::vector<std::string>;
 
 // A universal file of points a minute apart.
 std::string universal(std::int32_t satNum, int points = 2) {
@@ -34,8 +32,6 @@ std::string stk(const std::string& system, std::initializer_list<int> seconds) {
     return text + "end Ephemeris\n";
 }
 
-std::string card(const std::string& file) { return "EPHFIL = " + file + "\n"; }
-
 std::string summary(int points, const std::string& end, const std::string& system = "") {
     return "Total ephemeris points = " + std::to_string(points) + ", Start = 26031000000.000, End = " + end +
            ", Coord =" + system;
@@ -47,10 +43,10 @@ const std::string kNoData =
 std::string reading(const std::string& name) { return "VorlanLoadFile: Reading VORLANs from file \"" + name + "\"."; }
 
 // What is stored, in the order of loading or by key: satellite number, tag, base name and number of points.
-Texts stored(std::int32_t order = 2) {
+Lines stored(std::int32_t order = 2) {
     std::vector<std::int64_t> keys(static_cast<std::size_t>(VorlanGetCount()));
     if (!keys.empty()) VorlanGetLoaded(order, keys.data());
-    Texts lines;
+    Lines lines;
     for (const std::int64_t key : keys) {
         const Vorlanrecord record = storedRecord(key);
         const std::string file(record.fileName.view()), tag(record.inputTag.view());
@@ -60,17 +56,11 @@ Texts stored(std::int32_t order = 2) {
     return lines;
 }
 
-class LoadAndSave : public StoreTest {
+class LoadAndSave : public LoadingTest {
 protected:
-    // Writes a file and loads it.
-    std::int32_t load(const std::string& name, const std::string& text) {
-        return VorlanLoadFile(folder.write(name, text).c_str());
-    }
     std::int64_t add(const std::string& name, const std::string& text) {
         return VorlanAddSatFrFile(folder.write(name, text).c_str());
     }
-
-    TemporaryFolder folder;
 };
 
 TEST_F(LoadAndSave, FollowsCardsOneLevelDeepAndThenReadsTheCardFileItself) {
@@ -87,7 +77,7 @@ TEST_F(LoadAndSave, FollowsCardsOneLevelDeepAndThenReadsTheCardFileItself) {
     EXPECT_THAT(log.errors(), ElementsAre(kNoData, kNoData)) << "once by its card, once as itself";
 }
 
-TEST_F(LoadAndSave, KnowsEveryInputFileCardAndPassesOverThoseThatNameNoEphemeris) {
+TEST_F(LoadAndSave, KnowsEveryInputFileCardAndSkipsThoseWithoutAnEphemeris) {
     const std::string bad = folder.write("bad", "stk.v.11\nCentralBody Moon\n"),
                       none = folder.write("none", universal(9));
     std::string cards = "\xEF\xBB\xBF";
@@ -106,7 +96,7 @@ TEST_F(LoadAndSave, KnowsEveryInputFileCardAndPassesOverThoseThatNameNoEphemeris
     EXPECT_EQ(log.errors().size(), 8U);
 }
 
-TEST_F(LoadAndSave, LabelsOnlyTheFirstRecordBehindATagCard) {
+TEST_F(LoadAndSave, LabelsOnlyTheFirstRecordAfterATagCard) {
     const std::string a = folder.write("a", universal(1)), b = folder.write("b", universal(2)),
                       none = folder.write("none", "nothing\n");
     const std::string own = folder.write("own", "#VORLANDI = its own\n" + universal(3)), longTag(130, 't');
@@ -118,7 +108,7 @@ TEST_F(LoadAndSave, LabelsOnlyTheFirstRecordBehindATagCard) {
                                       "4|" + longTag.substr(0, 128) + "|top|2"));
 }
 
-TEST_F(LoadAndSave, GoesOnFromTheFirstBlockOfAFileInTheSecondAndRefusesADuplicate) {
+TEST_F(LoadAndSave, ContinuesTheFirstBlockOfAFileInTheSecondAndRefusesADuplicate) {
     const std::int64_t key =
         add("12345_a.e", stk("Fixed", {0, 60, 120}) + "between\n" + stk("J2000", {60, 120, 180, 240}) + "\nbehind\n");
     EXPECT_THAT(stored(), ElementsAre("12345||12345_a.e|3", "12345||12345_a.e|5"));
@@ -150,6 +140,19 @@ TEST_F(LoadAndSave, LetsTheBlocksOfAFileShareTheirPointsUntilOneChanges) {
     EXPECT_EQ(points(3)[2].pos[0], 0.0);
 }
 
+TEST_F(LoadAndSave, KeepsNoSpareRoomAfterTheLastPointOfAFile) {
+    for (const std::string& file :
+         {folder.write("12345_a.e", stk("Fixed", {0, 60})), std::string(VORLANDI_EXAMPLES "/81001.dce")}) {
+        for (const std::int32_t options : {0, int(VORLAN_LOAD_PRACTICAL)}) {
+            std::int64_t key = 0, count = 0;
+            ASSERT_EQ(VorlanLoadFileExt(file.c_str(), options, 1, &key, &count), 0) << file;
+            const PointArray points = storedRecord(key).points;
+            EXPECT_EQ(points.capacity(), points.count()) << file << " with options " << options;
+            VorlanRemoveAllSats();
+        }
+    }
+}
+
 TEST_F(LoadAndSave, EndsAtABlockThatFailsAndKeepsWhatIsStored) {
     const std::string first = stk("Fixed", {0, 60});
     EXPECT_EQ(add("12345_a.e", first + "stk.v.11\nDistanceUnit Miles\n" + stk("J2000", {600})), -1)
@@ -160,7 +163,7 @@ TEST_F(LoadAndSave, EndsAtABlockThatFailsAndKeepsWhatIsStored) {
     EXPECT_THAT(log.infos(), ElementsAre(reading(folder.path("54321_b.e")))) << "no summary";
 }
 
-TEST_F(LoadAndSave, TellsWhatAnEmptyBlockAndAnUnknownFileGive) {
+TEST_F(LoadAndSave, ReportsAnEmptyBlockAndAnUnknownFile) {
     EXPECT_EQ(load("empty", universal(1, 0)), 2);
     EXPECT_EQ(add("empty", universal(1, 0)), -1);
     EXPECT_EQ(load("none.dce", ""), 2);
@@ -168,11 +171,11 @@ TEST_F(LoadAndSave, TellsWhatAnEmptyBlockAndAnUnknownFileGive) {
     EXPECT_EQ(load("unknown", "nothing here\n CCSDS_OEM_VERS = 2\n"), 0);
     EXPECT_EQ(add("unknown", ""), -1);
     EXPECT_EQ(log.errors().size(), 3U);
-    EXPECT_EQ(log.infos(), (Texts{reading(folder.path("empty")), reading(folder.path("none.dce")),
+    EXPECT_EQ(log.infos(), (Lines{reading(folder.path("empty")), reading(folder.path("none.dce")),
                                   reading(folder.path("unknown")), kNothing, kNothing}));
 }
 
-TEST_F(LoadAndSave, GivesTheErrorOfAFileThatCannotBeOpened) {
+TEST_F(LoadAndSave, ReturnsTheErrorOfAFileThatCannotBeOpened) {
     const std::string directory = folder.path("");
     for (const std::string& name :
          {"  " + directory + "none/x  ", directory, std::string(), directory + "none/x.dce"}) {
@@ -206,9 +209,9 @@ TEST_F(LoadAndSave, SavesTagsAndNamesInPreOrderAndAppendsOnDemand) {
 }
 
 // No log is captured here: the handler would run on all threads.
-TEST(LoadingByThreads, GivesWhatLoadingOneByOneGives) {
+TEST(LoadingByThreads, StoresTheSameAsLoadingOneByOne) {
     const TemporaryFolder folder;
-    Texts files;
+    Lines files;
     for (std::int32_t k = 0; k < 24; ++k) {
         const std::string cards =
             "#VORLANDI = a tag\n" + card(folder.write("n" + std::to_string(k), universal(500 + k)));
@@ -216,7 +219,7 @@ TEST(LoadingByThreads, GivesWhatLoadingOneByOneGives) {
             k % 2 == 0 ? universal(k, 1200) + cards : stk("Fixed", {0, 60}) + stk("J2000", {120, 180});
         files.push_back(folder.write(std::to_string(10000 + k), text));
     }
-    Texts oneByOne;
+    Lines oneByOne;
     for (const std::size_t threadCount : {1U, 4U}) {
         vorlanemptytree();
         std::atomic<std::size_t> next = 0;
@@ -228,7 +231,7 @@ TEST(LoadingByThreads, GivesWhatLoadingOneByOneGives) {
             });
         for (std::thread& thread : threads)
             thread.join();
-        Texts contents = stored(3);
+        Lines contents = stored(3);
         VorlanTree::ascending(vorlantreeroot(), [&](const Vorlanbintree& node) {
             const PointArray& points = vorlangetrec(node)->points;
             std::string& bytes = contents.emplace_back();

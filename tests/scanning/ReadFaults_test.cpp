@@ -1,5 +1,5 @@
 // Files that can't be read as they should: missing ones, read errors, files that become shorter, no descriptor left.
-// Nothing ends in silence, and nothing is read more often than it must be.
+// Every failure is reported, and nothing is read more often than necessary.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -10,6 +10,7 @@
 
 #include "CoreServices/Sanitized.hpp"
 #include "Vorlandi/VorlandiCardReading/InputScanning.hpp"
+#include "scanning/LoadingTest.hpp"
 #include "scanning/ReadEvents.hpp"
 
 // Stands in for the system's `read` in this program: fails from a byte of one file on, and counts what was read of it.
@@ -46,16 +47,13 @@ namespace vorlandi::testing {
 namespace {
 
 using ::testing::ElementsAre;
-using Lines = std::vector<std::string>;
 
 constexpr off_t kNever = INT64_MAX;
-
-std::string card(const std::string& name) { return "EPHFIL = " + name + "\n"; }
 
 // A block that ends before the file.
 std::string dceText(int satNum) { return std::to_string(satNum) + "\n1 1 0 20485/\n1 1 0 20486/\n\n"; }
 
-class ReadFaults : public StoreTest {
+class ReadFaults : public LoadingTest {
 protected:
     ~ReadFaults() override { fault = {}; }
 
@@ -65,15 +63,10 @@ protected:
         fault = {status.st_ino, from, 0};
     }
 
-    std::int32_t load(const std::string& name, const std::string& text) {
-        return VorlanLoadFile(folder.write(name, text).c_str());
-    }
-
-    TemporaryFolder folder;
     ReadEvents events{log};
 };
 
-TEST_F(ReadFaults, AFileThatACardNamesAndThatCannotBeReadIsToldWithTheLineOfTheCard) {
+TEST_F(ReadFaults, AFileThatCannotBeReadIsReportedWithTheLineOfItsCard) {
     const std::string good = folder.write("good", dceText(5)), missing = folder.path("missing");
     // More than a buffer without a mark of a card, which is skipped as a whole.
     std::string text(40'000, '\n');
@@ -86,7 +79,7 @@ TEST_F(ReadFaults, AFileThatACardNamesAndThatCannotBeReadIsToldWithTheLineOfTheC
     EXPECT_EQ(log.errors(), Lines{});
 }
 
-TEST_F(ReadFaults, AReadErrorInAFileThatACardNamesIsReportedAndToldWithTheCard) {
+TEST_F(ReadFaults, AReadErrorInAFileIsReportedWithItsCard) {
     const std::string text = dceText(5) + dceText(6), good = folder.write("good", dceText(7));
     const std::string dce = readFile(VORLANDI_EXAMPLES "/81001.dce");
     const struct {
@@ -98,6 +91,7 @@ TEST_F(ReadFaults, AReadErrorInAFileThatACardNamesIsReportedAndToldWithTheCard) 
         {"f", text, 10, "2|f:2|", "*** ReadDCEText: File read error. ***"},
         {"f", text, off_t(text.size() / 2), "2|f:5|", "*** ReadOnlyVorlans: File read error. ***"},
         {"f.dce", dce, 128 + 112 + 50, "2|f.dce:5|", "*** ReadDCEBinary: File read error. ***"},
+        {"f.dce", dce, 128 + 2 * 112, "2|f.dce:6|", "*** ReadDCEBinary: File read error. ***"},  // between two records
     };
     for (const auto& [name, bytes, failAt, told, message] : cases) {
         SCOPED_TRACE(failAt);
@@ -188,7 +182,7 @@ private:
     rlimit before_{};
 };
 
-TEST_F(ReadFaults, FilesForWhichNoDescriptorIsLeftAreTold) {
+TEST_F(ReadFaults, FilesForWhichNoDescriptorIsLeftAreReported) {
     if (VORLANDI_SANITIZED) GTEST_SKIP() << "the check of virtual calls looks at memory through a pipe of its own";
     const std::string text = folder.write("a", dceText(5)),
                       dce = folder.write("b.dce", readFile(VORLANDI_EXAMPLES "/81001.dce"));

@@ -1,25 +1,23 @@
-// What loading tells the read observer: each event with its file, its line and its text.
+// The events that a load sends to the read observer: each with its file, line and text.
 #include <stdexcept>
 #include <thread>
 
+#include "scanning/LoadingTest.hpp"
 #include "scanning/ReadEvents.hpp"
 
 namespace vorlandi::testing {
 namespace {
 
-using Lines = std::vector<std::string>;
-
-class ReadObserver : public StoreTest {
+class ReadObserver : public LoadingTest {
 protected:
     Lines heardIn(const std::string& name, const std::string& bytes) {
         VorlanRemoveAllSats();
         log.clear();
         events.clear();
-        VorlanLoadFile(folder.write(name, bytes).c_str());
+        load(name, bytes);
         return events.heard;
     }
 
-    TemporaryFolder folder;
     ReadEvents events{log};
 };
 
@@ -82,30 +80,27 @@ TEST_F(ReadObserver, HearsOfTheLineThatEndsABlockBeforeTheMessage) {
     }
 }
 
-TEST_F(ReadObserver, IsToldTheFirstLineOfAGroup) {
-    std::string head(114, ' ');
-    head.replace(64, 1, ".").replace(112, 2, "SP");
+TEST_F(ReadObserver, HearsTheFirstLineOfAGroupOrTheRecordOfABinaryFile) {
+    std::string itc(114, ' ');
+    itc.replace(64, 1, ".").replace(112, 2, "SP");
     const std::string point = "   26031000000.000" + std::string(96, '0'), numbers = "\n0 0 0 0 0 0 0";
-    EXPECT_EQ(heardIn("itc", head + "\n" + point + numbers + numbers + numbers + "\n" + point + numbers + numbers +
-                                 "\nx\n" + point + numbers + numbers + numbers + "\n"),
-              (Lines{"1|itc:1|ITC", "2|itc:6|" + point, "3|itc:10|" + point, "4|itc:13|key"}));
+    const std::string launch = "Time(sec): Time\n" + std::string(16, '\n'), late = "\n9 0 0 0 1 2 3\n4 5 6";
+    const std::string binary = readFile(VORLANDI_EXAMPLES "/81001.dce").substr(0, 128 + 224);
+    const std::tuple<std::string, std::string, Lines> cases[] = {
+        {"itc",
+         itc + "\n" + point + numbers + numbers + numbers + "\n" + point + numbers + numbers + "\nx\n" + point +
+             numbers + numbers + numbers + "\n",
+         {"1|itc:1|ITC", "2|itc:6|" + point, "3|itc:10|" + point, "4|itc:13|key"}},
+        {"launch",
+         launch + "9 0 0 0 1 2 3 4 5 6 0 0 0 0 0 a\n" + late + "\n0 0 0 0 0 b c\n" + late + " 0 0 0 0 0 d\n",
+         {"1|launch:1|LAUNCH", "3|launch:20|9 0 0 0 1 2 3", "3|launch:24|9 0 0 0 1 2 3", "4|launch:25|key"}},
+        {"a.dce", binary + binary.substr(128, 112), {"1|a.dce:1|DCE_BINARY", "3|a.dce:6|", "4|a.dce:6|key"}},
+    };
+    for (const auto& [name, bytes, heard] : cases)
+        EXPECT_EQ(heardIn(name, bytes), heard);
 }
 
-TEST_F(ReadObserver, IsToldTheFirstLineOfARecordOverLines) {
-    const std::string head = "Time(sec): Time\n" + std::string(16, '\n'), late = "\n9 0 0 0 1 2 3\n4 5 6";
-    EXPECT_EQ(
-        heardIn("launch",
-                head + "9 0 0 0 1 2 3 4 5 6 0 0 0 0 0 a\n" + late + "\n0 0 0 0 0 b c\n" + late + " 0 0 0 0 0 d\n"),
-        (Lines{"1|launch:1|LAUNCH", "3|launch:20|9 0 0 0 1 2 3", "3|launch:24|9 0 0 0 1 2 3", "4|launch:25|key"}));
-}
-
-TEST_F(ReadObserver, IsToldTheRecordOfABinaryFile) {
-    const std::string file = readFile(VORLANDI_EXAMPLES "/81001.dce"), points = file.substr(128, 224);
-    EXPECT_EQ(heardIn("a.dce", file.substr(0, 128) + points + points.substr(0, 112)),
-              (Lines{"1|a.dce:1|DCE_BINARY", "3|a.dce:6|", "4|a.dce:6|key"}));
-}
-
-TEST_F(ReadObserver, ThatThrowsEndsTheLoadAndNothingElse) {
+TEST_F(ReadObserver, ThatThrowsEndsOnlyTheLoad) {
     VorlanSetReadObserver(
         [](auto event, auto...) {
             if (event == VORLAN_READ_DROPPED) throw std::runtime_error("not allowed");
@@ -116,7 +111,7 @@ TEST_F(ReadObserver, ThatThrowsEndsTheLoadAndNothingElse) {
     EXPECT_EQ(VorlanGetCount(), 0);
 }
 
-TEST_F(ReadObserver, HearsItsOwnThreadAloneAndNothingOnceTakenAway) {
+TEST_F(ReadObserver, HearsOnlyItsOwnThreadAndNothingOnceRemoved) {
     const std::string path = folder.write("u", kText);
     std::thread([&] { EXPECT_EQ(VorlanLoadFile(path.c_str()), 0); }).join();
     VorlanSetReadObserver(nullptr, nullptr);

@@ -1,4 +1,4 @@
-// Saving where it is not easy: names and tags with line feeds, pipes that nobody reads, and several threads
+// Saving in difficult cases: names and tags with line feeds, pipes that nobody reads, and several threads
 // or processes.
 #include <sys/ioctl.h>
 #include <sys/wait.h>
@@ -7,8 +7,7 @@
 #include <future>
 #include <thread>
 
-#include "TestSupport.hpp"
-#include "vorlandi/vorlandi.h"
+#include "scanning/LoadingTest.hpp"
 
 namespace vorlandi::testing {
 namespace {
@@ -17,7 +16,7 @@ using namespace std::chrono_literals;
 
 constexpr std::size_t kLineSize = 522;
 
-class Saving : public StoreTest {
+class Saving : public LoadingTest {
 protected:
     // Satellites that differ from those of other calls in what is saved for them.
     static void add(std::int32_t first, int count, const char* tag) {
@@ -33,8 +32,6 @@ protected:
         VorlanSaveFile(folder.path("saved").c_str(), 0);
         return readFile(folder.path("saved"));
     }
-
-    TemporaryFolder folder;
 };
 
 TEST_F(Saving, WritesOneLineForAFileNameOrATagWithALineFeed) {
@@ -60,7 +57,7 @@ TEST_F(Saving, ReplacesALongerFile) {
     EXPECT_EQ(textSaved(), longer.substr(0, longer.size() - 100 * kLineSize));
 }
 
-TEST_F(Saving, KeepsNobodyWaitingForAPipeThatNobodyReadsButThoseThatSaveToIt) {
+TEST_F(Saving, ToAPipeThatNobodyReadsBlocksOnlyOthersThatSaveToIt) {
     Pipe pipe(folder.path("pipe"));
     pipe.openReader();
     add(1, 300, "first");

@@ -1,10 +1,12 @@
-// The points of a record and the memory behind them and behind nodes and records.
+// The points of a record, and the memory of points, nodes and records.
 #include "Vorlandi/PointArray.hpp"
 
 #include <cmath>
+#include <fstream>
 #include <random>
 #include <set>
 
+#include "CoreServices/Sanitized.hpp"
 #include "Templates/BlockPool.hpp"
 #include "TestSupport.hpp"
 #include "Vorlandi/VorlandiTypes.hpp"
@@ -98,6 +100,23 @@ TEST(PointArray, GrowsByAThousandAndTakesNoRoomForCovariancesBeforeTheFirst) {
         negativeZeros.append({}, covariance);
     EXPECT_TRUE(std::signbit(negativeZeros[1].cov[1]));
     EXPECT_FALSE(std::signbit(negativeZeros[2].cov[1]));
+}
+
+TEST(PointArray, ReleasesTheMemoryOfLargeBlocks) {
+    if (VORLANDI_SANITIZED) GTEST_SKIP() << "sanitizers keep freed memory for a while";
+    const auto addressSpace_kb = [] {
+        std::int64_t pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        return pages * 4;
+    };
+    constexpr int kRounds = 32, kPoints = 100'000;
+    const std::int64_t before = addressSpace_kb();
+    for (int round = 0; round < kRounds; ++round) {
+        PointArray points;
+        for (int k = 0; k < kPoints; ++k)
+            points.append({}, nullptr);
+    }
+    EXPECT_LT(addressSpace_kb() - before, kRounds / 2 * kPoints / 1024 * std::int64_t{sizeof(Vorlanstate)});
 }
 
 TEST(BlockPool, GivesEachObjectItsOwnPlaceAgainAndAgain) {

@@ -47,7 +47,7 @@ TEST_F(StoreGuard, AWriterProceedsAfterBothReadersHaveLeftAndALaterReaderAfterTh
     const std::int64_t dma = addDmaSatellite(7);
     auto held = std::make_unique<WriteGuard>();
     writer = std::async(std::launch::async, [] { return addSatellite(6); });
-    EXPECT_FALSE(finished(writer, 20ms)) << "behind another writer";
+    EXPECT_FALSE(finished(writer, 20ms)) << "after another writer";
     // A lookup of a DMA key that entered the reader side would wait for ever.
     EXPECT_EQ(VorlanAddSatEphem(dma, kEpoch, kPos, kVel, 7), 0);
     EXPECT_EQ(stored(dma).numberOfPoints(), 1);
@@ -59,7 +59,7 @@ class SafeStoreGuard : public InterfaceTest {
 protected:
     SafeStoreGuard() { VorlanSetGuardMode(VORLAN_GUARD_SAFE); }
 
-    // Runs `call` beside a reader that stays inside, or beside a writer; it must wait until that leaves.
+    // Runs `call` while a reader or a writer is inside; it must wait until that one leaves.
     template <class Guard, class Call>
     static auto waitsFor(Call call) {
         auto inside = std::make_unique<Guard>();
@@ -103,7 +103,7 @@ TEST_F(SafeStoreGuard, ChangesOfPointsAndFieldsAndDmaKeysTakePart) {
 }
 
 TEST_F(SafeStoreGuard, ADmaKeyIsFoundOnlyOnceItsNodeIsInTheTree) {
-    // The key that the next DMA satellite gets: that of a slot beside the last one's.
+    // The key that the next DMA satellite will get: that of the slot after the last one's.
     const std::int64_t last = addDmaSatellite(5), apart = addDmaSatellite(5) - last, next = last + 2 * apart;
     auto guard = std::make_unique<WriteGuard>();
     VorlanSetAllKeyMode(1, 1);
@@ -139,7 +139,7 @@ TEST_F(SafeStoreGuard, ChangesOfTheKeyModesAreSeenWhole) {
     done = true;
 }
 
-TEST_F(SafeStoreGuard, WhoeverEnteredInOneModeLeavesInThatWayAfterASwitch) {
+TEST_F(SafeStoreGuard, IsLeftInTheModeInWhichItWasEntered) {
     const std::int64_t dma = addDmaSatellite(5);
     for (const auto& [entered, left, access, inside] :
          {std::tuple{VORLAN_GUARD_SAFE, VORLAN_GUARD_FIXED, Access::Query, 1},
