@@ -151,7 +151,7 @@ const std::filesystem::path& temporaryFolder() {
 const std::filesystem::path& ephemerisFile(std::string_view format, std::int64_t points, std::int32_t satellite) {
     static std::set<std::filesystem::path> files;
     const tools::EphemerisFormat& writer = *tools::findEphemerisFormat(format);
-    const auto folder = temporaryFolder() / std::to_string(points);
+    const auto folder = temporaryFolder() / format / std::to_string(points);
     const auto name = folder / tools::ephemerisFileName(writer, satellite);
     const auto [place, isNew] = files.insert(name);
     if (isNew) {
@@ -161,13 +161,16 @@ const std::filesystem::path& ephemerisFile(std::string_view format, std::int64_t
     return *place;
 }
 
+std::filesystem::path fleetFolder(std::string_view format, std::int64_t satellites, std::int64_t points) {
+    constexpr std::int32_t kFirstNumber = 70001;
+    std::filesystem::path last;
+    for (std::int64_t k = 0; k < satellites; ++k)
+        last = ephemerisFile(format, points, kFirstNumber + static_cast<std::int32_t>(k));
+    return last.parent_path();
+}
+
 const std::filesystem::path& deliveryFolder() {
-    static const std::filesystem::path folder = [] {
-        std::filesystem::path last;
-        for (std::int64_t k = 0; k < kDeliveryFiles; ++k)
-            last = ephemerisFile("MODIFIED_ITC", kDeliveryPoints, static_cast<std::int32_t>(81001 + k));
-        return last.parent_path();
-    }();
+    static const std::filesystem::path folder = fleetFolder("MODIFIED_ITC", kDeliveryFiles, kDeliveryPoints);
     return folder;
 }
 

@@ -57,6 +57,10 @@ const std::filesystem::path& temporaryFolder();
 const std::filesystem::path& ephemerisFile(std::string_view format, std::int64_t points,
                                            std::int32_t satellite = 81001);
 
+// A folder of files of one format, each with as many points, written on first use. It holds no others as long as nobody
+// asks for a file of the same format and length by itself.
+std::filesystem::path fleetFolder(std::string_view format, std::int64_t satellites, std::int64_t points);
+
 // A folder of files of modified ITC, with covariance, written on first use.
 constexpr std::int64_t kDeliveryFiles = 200;
 constexpr std::int64_t kDeliveryPoints = 4321;  // of each: three days

@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "BenchData.hpp"
+#include "vorlandi/services.h"
 
 namespace vorlandi::bench {
 namespace {
@@ -34,6 +35,18 @@ void listKeys(benchmark::State& state) {
     if (std::ranges::count(keys, 0) > 0) state.SkipWithError("not listed");
 }
 
+// By number, under DMA keys, whose order has nothing to do with the numbers.
+void listDmaKeys(benchmark::State& state) {
+    VorlanSetElsetKeyMode(1);
+    addInRandomOrder();
+    std::vector<std::int64_t> keys(kListed, 0);
+    for (auto _ : state)
+        VorlanGetLoaded(0, keys.data());
+    if (std::ranges::count(keys, 0) > 0) state.SkipWithError("not listed");
+    emptyStore();
+    VorlanSetElsetKeyMode(0);
+}
+
 // The limit of a listing by key: copying as many keys.
 void copyKeys(benchmark::State& state) {
     const std::vector<std::int64_t> keys = fillStore(kListed, 1);
@@ -48,13 +61,15 @@ void copyKeys(benchmark::State& state) {
 // The limit of a listing that has to be sorted: copying the compared numbers and the keys from an array in the order of
 // the tree, and sorting them.
 template <typename Compared>
-void sortPairs(benchmark::State& state, Compared (*comparedOf)(std::int64_t number, std::int64_t sequence)) {
+void sortPairs(benchmark::State& state, Compared (*comparedOf)(std::int64_t number, std::int64_t sequence),
+               bool inRandomOrder) {
     const std::vector<std::int64_t> numbers = addInRandomOrder();
     std::vector<std::pair<Compared, std::int64_t>> given;
     for (std::size_t k = 0; k < numbers.size(); ++k)
         given.emplace_back(comparedOf(numbers[k], static_cast<std::int64_t>(k)),
                            VorlanGetSatKey(static_cast<std::int32_t>(numbers[k])));
     std::ranges::sort(given, std::greater(), &std::pair<Compared, std::int64_t>::second);
+    if (inRandomOrder) std::shuffle(given.begin(), given.end(), std::mt19937_64(2));
     for (auto _ : state) {
         auto pairs = given;
         std::sort(pairs.begin(), pairs.end());
@@ -67,8 +82,10 @@ NumberFrameEpoch byNumber(std::int64_t number, std::int64_t) { return {static_ca
 std::int32_t bySequence(std::int64_t, std::int64_t sequence) { return static_cast<std::int32_t>(sequence); }
 
 BENCHMARK(listKeys)->DenseRange(0, 3)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(sortPairs, by_number, byNumber)->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(sortPairs, by_sequence, bySequence)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(sortPairs, by_number, byNumber, false)->Unit(benchmark::kMicrosecond);
+BENCHMARK(listDmaKeys)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(sortPairs, by_number_shuffled, byNumber, true)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(sortPairs, by_sequence, bySequence, false)->Unit(benchmark::kMicrosecond);
 BENCHMARK(copyKeys)->Unit(benchmark::kMicrosecond);
 
 }  // namespace

@@ -60,6 +60,26 @@ void removeSatellites(benchmark::State& state) {
     countNanoseconds(state, kPerSatellite, static_cast<double>(keys.size()));
 }
 
+// Each with as many points, with covariance: filled outside the measured time.
+void removeFilledSatellites(benchmark::State& state) {
+    const auto satellites = static_cast<std::int32_t>(state.range(0));
+    const auto points = static_cast<std::int32_t>(state.range(1));
+    for (auto _ : state) {
+        state.PauseTiming();
+        emptyStore();
+        const std::vector<std::int64_t> order = shuffled(fillStore(satellites, points));
+        state.ResumeTiming();
+        for (const std::int64_t key : order)
+            VorlanRemoveSat(key);
+        if (VorlanGetCount() != 0) {
+            state.SkipWithError("not removed");
+            break;
+        }
+    }
+    emptyStore();
+    countNanoseconds(state, kPerSatellite, satellites);
+}
+
 // The limit of adding and removing: a map with the same keys in the same orders and one integer for each; no record, no
 // lock, no check of the arguments.
 using KeyMap = std::map<std::int64_t, std::int64_t>;
@@ -135,7 +155,12 @@ void writeLines(benchmark::State& state) {
 BENCHMARK(addSatellites)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
 BENCHMARK(mapInsert)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
 BENCHMARK(removeSatellites)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
-BENCHMARK(mapErase)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
+BENCHMARK(removeFilledSatellites)
+    ->Args({10'000, 1})
+    ->Args({10'000, 100})
+    ->Args({2'000, 1440})
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(mapErase)->Arg(2'000)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMillisecond);
 BENCHMARK(saveFile)->Unit(benchmark::kMillisecond);
 BENCHMARK(writeLines)->Unit(benchmark::kMillisecond);
 

@@ -18,7 +18,7 @@ UNITS = {
     "time": "time", "wall": "time", "speed": "speed", "gain": "speed", "rate": "rate", "ns_per_state": "time",
     "ns_per_point": "time", "ns_per_covariance": "time",
     "ns_per_satellite": "time", "bytes_per_point": "size", "stored_bytes_per_point": "size",
-    "most_bytes": "size", "stored_bytes": "size",
+    "most_bytes": "size", "stored_bytes": "size", "allowed_bytes": "size",
 }
 
 
@@ -48,8 +48,13 @@ def many(title, name, limit, target=None):
     return (f"many {title}, per state", f"manyTimes/{name}", "ns_per_state", *limit, target)
 
 
-def listing(title, order, limit_title, limit):
-    return (f"list 10,000 keys {title}", f"listKeys/{order}", "time", limit_title, limit, "time", None)
+def listing(title, name, limit_title, limit, target=None):
+    return (f"list 10,000 keys {title}", name, "time", limit_title, limit, "time", target)
+
+
+def fleet(way, title, kind, points):
+    return (f"most memory of {title} satellites of {points:,} points, {kind}", f"memoryOfFleet/{way}/{kind}/{points}",
+            "most_bytes", "allowed", f"memoryOfFleet/{way}/{kind}/{points}", "allowed_bytes", "<= 1")
 
 
 def load(name, points, limit_title, limit, target):
@@ -104,10 +109,14 @@ ROWS = [
      "mapInsert/100000", "ns_per_satellite", "<= 2"),
     ("remove a satellite, 100,000 in random order", "removeSatellites/100000", "ns_per_satellite",
      "std::map of integers", "mapErase/100000", "ns_per_satellite", "<= 2"),
-    listing("by number", 0, "std::sort", "sortPairs/by_number"),
-    listing("by number, reversed", 1, "std::sort", "sortPairs/by_number"),
-    listing("in the order of loading", 2, "std::sort", "sortPairs/by_sequence"),
-    listing("by key", 3, "memcpy", "copyKeys"),
+    *[(f"remove a satellite of {points:,} points, covariance, {count:,} in random order",
+       f"removeFilledSatellites/{count}/{points}", "ns_per_satellite", "std::map of integers", f"mapErase/{count}",
+       "ns_per_satellite", "<= 3") for count, points in ((10_000, 1), (10_000, 100), (2_000, 1440))],
+    listing("by number", "listKeys/0", "std::sort", "sortPairs/by_number", "<= 4"),
+    listing("by number, reversed", "listKeys/1", "std::sort", "sortPairs/by_number", "<= 4"),
+    listing("by number, DMA keys", "listDmaKeys", "std::sort", "sortPairs/by_number_shuffled", "<= 4"),
+    listing("in the order of loading", "listKeys/2", "std::sort", "sortPairs/by_sequence", "<= 2"),
+    listing("by key", "listKeys/3", "memcpy", "copyKeys"),
     ("save 10,000 satellites", "saveFile", "speed", "the lines through stdio", "writeLines", "speed", None),
     *[(f"append a point, {points:,} of them, {kind}", f"appendPoints/{kind}/{points}", "ns_per_point",
        "memcpy", f"copyPoints/{kind}/{points}", "ns_per_point", None)
@@ -132,6 +141,9 @@ ROWS = [
     ("the same in two threads", "loadDelivery/2", "gain", "in one thread", "loadDelivery/1", "gain", None),
     ("most memory meanwhile", "memoryOfDelivery", "most_bytes", "what is stored", "memoryOfDelivery", "stored_bytes",
      None),
+    *[fleet(way, title, kind, points)
+      for way, title in (("loaded", "loaded"), ("added", "added"), ("addedInTurn", "added in turn"))
+      for kind in ("state", "covariance") for points in (1, 100, 1440, 4321)],
     ("turn a covariance", "turnCovariance", "ns_per_covariance", *NONE, None),
     ("from_chars in two threads", "fromCharsInThreads/2", "gain", "in one thread", "fromCharsInThreads/1",
      "gain", None),

@@ -1,4 +1,4 @@
-// Sorting of fixed-length sort strings with their keys.
+// Sorting of fixed-length sort strings, or what else decides an order, with their keys.
 #pragma once
 
 #include <algorithm>
@@ -13,11 +13,13 @@ namespace vorlandi {
 struct SortEntry {
     std::array<char, 32> text;
     std::int64_t key;
+    bool operator<(const SortEntry& other) const noexcept { return text < other.text; }  // as bytes
 };
 
-// Ascending by text, compared as bytes. Ties are left in no particular order.
-inline void quicksortiterative(std::span<SortEntry> entries) {
-    std::sort(entries.begin(), entries.end(), [](const SortEntry& a, const SortEntry& b) { return a.text < b.text; });
+// Ascending. Ties are left in no particular order.
+template <class Entry>
+void quicksortiterative(std::span<Entry> entries) {
+    std::sort(entries.begin(), entries.end());
 }
 
 }  // namespace vorlandi

@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -21,6 +22,7 @@ constexpr std::size_t kMappedFrom = std::size_t{2} << 20;
 constexpr std::size_t kFirstMapping = std::size_t{16} << 20;
 constexpr std::size_t kLargePage = std::size_t{2} << 20;
 constexpr std::size_t kPage = 4096;
+constexpr std::size_t kSmall = std::size_t{48} << 10;
 
 constexpr std::size_t roundedUp(std::size_t size, std::size_t unit) noexcept { return (size + unit - 1) / unit * unit; }
 
@@ -41,48 +43,62 @@ char* mapped(std::size_t size) noexcept {
 
 }  // namespace
 
-// Puts the header at the beginning of a space; returns the address of the bytes after it.
-char* GrowingBlock::putHeader(void* space, std::size_t size, bool isMapped) noexcept {
-    auto* const header = ::new (space) Header;
-    header->isMapped = isMapped;
-    header->size = size - sizeof(Header);
-    return static_cast<char*>(space) + sizeof(Header);
+// Puts the header before the bytes; returns their address.
+char* GrowingBlock::putHeader(char* bytes, std::uint32_t offset, std::size_t size) noexcept {
+    auto* const header = ::new (bytes - sizeof(Header)) Header;
+    header->offset = offset;
+    header->size = size;
+    return bytes;
+}
+
+// A mapping's first line holds the header.
+char* GrowingBlock::putInMapping(char* space, std::size_t whole) noexcept {
+    return putHeader(space + kCacheLine, 0, whole - kCacheLine);
+}
+
+// Null if memory is short. The block is aligned here: what is freed after aligned_alloc is too small for the next block
+// of the same size, which needs room for its alignment again, and is lost.
+char* GrowingBlock::onHeap(std::size_t size) noexcept {
+    constexpr std::size_t kBefore = sizeof(Header) + kCacheLine - alignof(std::max_align_t);
+    auto* const space = static_cast<char*>(std::malloc(size + kBefore));
+    if (space == nullptr) return nullptr;
+    const auto address = reinterpret_cast<std::uintptr_t>(space);
+    const std::size_t offset = roundedUp(address + sizeof(Header), kCacheLine) - address;
+    return putHeader(space + offset, static_cast<std::uint32_t>(offset), size);
 }
 
 // Of a size, or the least one when memory is short. The heap also serves when the system has no mapping left: their
 // number is limited.
 char* GrowingBlock::allocate(std::size_t size, std::size_t least) {
-    size += sizeof(Header);
     if (size >= kMappedFrom) {
-        const std::size_t whole = roundedUp(std::max(size, kFirstMapping), kLargePage);
-        if (char* const space = mapped(whole); space != nullptr) return putHeader(space, whole, true);
+        const std::size_t whole = roundedUp(std::max(size + kCacheLine, kFirstMapping), kLargePage);
+        if (char* const space = mapped(whole); space != nullptr) return putInMapping(space, whole);
     }
-    size = roundedUp(size, kCacheLine);
-    void* const space = std::aligned_alloc(kCacheLine, size);
-    if (space == nullptr && size > least + sizeof(Header) + kCacheLine) return allocate(least, least);
-    if (space == nullptr) throw StorageFailure(size);
-    return putHeader(space, size, false);
+    char* bytes = onHeap(size);
+    if (bytes == nullptr && size > least) bytes = onHeap(least);
+    if (bytes == nullptr) throw StorageFailure(least);
+    return bytes;
 }
 
 void GrowingBlock::grow(std::size_t size, std::size_t used) {
     const std::size_t present = bytes_ == nullptr ? 0 : header().size;
     if (bytes_ != nullptr && size <= present) return;
-    if (bytes_ != nullptr && header().isMapped && !isShared() && remap(std::max(size, 2 * present))) return;
-    // Grown by half, the moves together cost no more than a few times the last one.
-    moveTo(allocate(std::max(size, present + present / 2), size), used);
+    if (bytes_ != nullptr && isMapped() && !isShared() && remap(std::max(size, 2 * present))) return;
+    // Grown by half, the moves together cost no more than a few times the last one. Small blocks leave that to their
+    // owner.
+    moveTo(allocate(present < kSmall ? size : std::max(size, present + present / 2), size), used);
 }
 
 // False if the system allows no further mapping.
 bool GrowingBlock::remap(std::size_t size) noexcept {
-    const std::size_t whole = roundedUp(size + sizeof(Header), kLargePage);
+    const std::size_t whole = roundedUp(size + kCacheLine, kLargePage);
     char* const space = mapped(whole);
     if (space == nullptr) return false;
-    if (::mremap(&header(), header().size + sizeof(Header), whole, MREMAP_MAYMOVE | MREMAP_FIXED, space) ==
-        MAP_FAILED) {
+    if (::mremap(mapping(), header().size + kCacheLine, whole, MREMAP_MAYMOVE | MREMAP_FIXED, space) == MAP_FAILED) {
         ::munmap(space, whole);
         return false;
     }
-    bytes_ = putHeader(space, whole, true);
+    bytes_ = putInMapping(space, whole);
     return true;
 }
 
@@ -93,18 +109,16 @@ void GrowingBlock::moveTo(char* bytes, std::size_t used) noexcept {
     bytes_ = bytes;
 }
 
-void GrowingBlock::shrink(std::size_t size) {
+// A block that can't shrink stays as it is. On the heap it moves, so that one large piece becomes free, which the next
+// growing block can use, and not the small rest after each.
+void GrowingBlock::shrink(std::size_t size) noexcept {
     if (bytes_ == nullptr || isShared()) return;
-    const bool isMapped = header().isMapped;
-    const std::size_t whole = header().size + sizeof(Header);
-    const std::size_t kept = roundedUp(size + sizeof(Header), isMapped ? kPage : kCacheLine);
-    if (kept >= whole) return;
-    // A block that the system won't cut stays as it is.
-    if (isMapped) {
-        if (::mremap(&header(), whole, kept, 0) == MAP_FAILED) return;
-        header().size = kept - sizeof(Header);
-    } else if (void* const space = std::realloc(&header(), kept); space != nullptr) {
-        bytes_ = putHeader(space, kept, false);
+    if (isMapped()) {
+        const std::size_t whole = header().size + kCacheLine;
+        const std::size_t kept = roundedUp(size + kCacheLine, kPage);
+        if (kept < whole && ::mremap(mapping(), whole, kept, 0) != MAP_FAILED) header().size = kept - kCacheLine;
+    } else if (size < header().size) {
+        if (char* const bytes = onHeap(size); bytes != nullptr) moveTo(bytes, size);
     }
 }
 
@@ -124,10 +138,10 @@ void GrowingBlock::unshare(std::size_t used, std::size_t size) {
 
 void GrowingBlock::release() noexcept {
     if (bytes_ == nullptr || header().owners.fetch_sub(1, std::memory_order_acq_rel) > 1) return;
-    if (header().isMapped) {
-        ::munmap(&header(), header().size + sizeof(Header));
+    if (isMapped()) {
+        ::munmap(mapping(), header().size + kCacheLine);
     } else {
-        std::free(&header());
+        std::free(bytes_ - header().offset);
     }
 }
 

@@ -4,8 +4,7 @@
 // 1. Bytes within a size asked for keep their values until the block shrinks below them; all others are not
 //    initialised.
 // 2. Growing, shrinking and unsharing invalidate this owner's pointers into the block, never those of others.
-// 3. A block begins at a cache line, so that what fills lines doesn't straddle them. Only speed depends on it: a C
-//    library may move a block that shrinks.
+// 3. A block begins at a cache line, so that what fills lines doesn't straddle them.
 // 4. Which bytes of a shared block may still be written is for the owners to agree upon.
 #pragma once
 
@@ -31,7 +30,7 @@ public:
     // shrink, and grows into one of its own unless the size is there already. Growing and unsharing throw
     // StorageFailure when memory is short, and the block is then as it was.
     void grow(std::size_t size, std::size_t used);
-    void shrink(std::size_t size);
+    void shrink(std::size_t size) noexcept;
 
     // Makes `other`, which must be empty, a further owner.
     void shareWith(GrowingBlock& other) const noexcept;
@@ -43,17 +42,20 @@ public:
     void swap(GrowingBlock& other) noexcept { std::swap(bytes_, other.bytes_); }
 
 private:
-    // Precedes the bytes, on a cache line of its own.
-    struct Header {
+    // Precedes the bytes.
+    struct alignas(16) Header {
         std::atomic<std::int32_t> owners{1};
-        bool isMapped;
-        std::size_t size;  // of the bytes
-        char restOfLine[kCacheLine - 8 - sizeof(std::size_t)];
+        std::uint32_t offset;  // of the bytes in what the heap gave; 0 in a mapping of the block's own
+        std::size_t size;      // of the bytes
     };
-    static_assert(sizeof(Header) == kCacheLine);
+    static_assert(sizeof(Header) == 16);
 
+    static char* putHeader(char* bytes, std::uint32_t offset, std::size_t size) noexcept;
+    static char* putInMapping(char* space, std::size_t whole) noexcept;
+    static char* onHeap(std::size_t size) noexcept;
     static char* allocate(std::size_t size, std::size_t least);
-    static char* putHeader(void* space, std::size_t size, bool isMapped) noexcept;
+    bool isMapped() const noexcept { return header().offset == 0; }
+    char* mapping() const noexcept { return bytes_ - kCacheLine; }
     Header& header() const noexcept { return *reinterpret_cast<Header*>(bytes_ - sizeof(Header)); }
     bool remap(std::size_t size) noexcept;
     void moveTo(char* bytes, std::size_t used) noexcept;

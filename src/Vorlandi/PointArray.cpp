@@ -10,16 +10,19 @@ namespace {
 
 constexpr PointCovariance kNoCovariance;
 
+// Up to so many points, memory grows by a quarter.
+constexpr std::int32_t kFewPoints = 256;
+
 }  // namespace
 
 PointArray::PointArray(const PointArray& other) {
     if (!other.present()) return;
-    // An empty array still has a minimal block.
-    const std::int32_t space = std::max(other.capacity_, 1);
     capacity_ = other.capacity_;
-    count_ = other.count_;
+    count_ = room_ = other.count_;
     firstTime_ = other.firstTime_;
     lastTime_ = other.lastTime_;
+    // An empty array still has a minimal block.
+    const std::int32_t space = std::max(count_, 1);
     states_.grow(bytesOf<Vorlanstate>(space), 0);
     std::memcpy(states_.bytes(), other.states_.bytes(), bytesOf<Vorlanstate>(count_));
     directory_.extend(states(), count_);
@@ -32,8 +35,8 @@ PointArray PointArray::share() const {
     PointArray other;
     states_.shareWith(other.states_);
     covariances_.shareWith(other.covariances_);
+    other.count_ = other.capacity_ = other.room_ = count_;
     directory_.shareWith(other.directory_);
-    other.count_ = other.capacity_ = count_;
     other.firstTime_ = firstTime_;
     other.lastTime_ = lastTime_;
     other.isShare_ = true;
@@ -46,27 +49,29 @@ void PointArray::clear() {
     count_ = 0;
 }
 
-void PointArray::growByStep() {
-    if (capacity_ > std::numeric_limits<std::int32_t>::max() - kGrowth) {
+void PointArray::makeRoom() {
+    if (count_ == capacity_ && capacity_ > std::numeric_limits<std::int32_t>::max() - kGrowth) {
         throw StorageFailure(bytesOf<Vorlanpoint>(capacity_));
     }
-    const std::int32_t capacity = capacity_ + kGrowth;
+    const std::int32_t capacity = count_ == capacity_ ? capacity_ + kGrowth : capacity_;
+    const std::int32_t room = count_ < kFewPoints ? std::min(count_ + count_ / 4 + 1, capacity) : capacity;
     if (isShare_) {
-        states_.unshare(bytesOf<Vorlanstate>(count_), bytesOf<Vorlanstate>(capacity));
-        covariances_.unshare(bytesOf<PointCovariance>(count_), bytesOf<PointCovariance>(capacity));
+        states_.unshare(bytesOf<Vorlanstate>(count_), bytesOf<Vorlanstate>(room));
+        covariances_.unshare(bytesOf<PointCovariance>(count_), bytesOf<PointCovariance>(room));
         directory_.unshare();
         isShare_ = false;
     }
-    states_.grow(bytesOf<Vorlanstate>(capacity), bytesOf<Vorlanstate>(count_));
+    states_.grow(bytesOf<Vorlanstate>(room), bytesOf<Vorlanstate>(count_));
     if (covariances() != nullptr) {
-        covariances_.grow(bytesOf<PointCovariance>(capacity), bytesOf<PointCovariance>(count_));
+        covariances_.grow(bytesOf<PointCovariance>(room), bytesOf<PointCovariance>(count_));
     }
     capacity_ = capacity;
+    room_ = room;
     directory_.extend(states(), count_);
 }
 
 void PointArray::makeRoomForCovariances() {
-    covariances_.grow(bytesOf<PointCovariance>(capacity_), 0);
+    covariances_.grow(bytesOf<PointCovariance>(room_), 0);
     std::memset(covariances_.bytes(), 0, bytesOf<PointCovariance>(count_));
 }
 
@@ -90,10 +95,10 @@ void PointArray::putCovariance(const PointCovariance* covariance) {
 
 void PointArray::trim() {
     if (!isShare_) directory_.extend(states(), count_);
-    if (count_ == 0 || count_ == capacity_) return;
+    if (count_ == 0) return;
     states_.shrink(bytesOf<Vorlanstate>(count_));
     if (covariances() != nullptr) covariances_.shrink(bytesOf<PointCovariance>(count_));
-    capacity_ = count_;
+    capacity_ = room_ = count_;
 }
 
 }  // namespace vorlandi

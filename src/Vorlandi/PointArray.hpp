@@ -1,8 +1,9 @@
-// PointArray: the points of one record, in space that grows by 1000 points at a time.
+// PointArray: the points of one record, whose capacity grows by 1000 points at a time.
 //
 // 1. States and covariances are stored apart: a state is a cache line, and covariances take no space until a point has
 //    one. A request for a state reads nothing else.
-// 2. Capacity grows by kGrowth points and never by doubling; its memory block makes growing linear in time.
+// 2. Capacity grows by kGrowth points and never by doubling. Memory for the first few points is taken as they arrive,
+//    then for all of the capacity: the system gives pages only as points fill them.
 // 3. count() points are in use; the spare ones after them are not initialised.
 // 4. An array is absent until the first point is appended. A copy is deep and keeps the capacity.
 // 5. Appending and trimming invalidate pointers to points.
@@ -95,7 +96,7 @@ public:
     // Appends a point, with zeros where no covariance is given. Throws StorageFailure, and appends nothing, when memory
     // is short.
     void append(const Vorlanstate& state, const PointCovariance* covariance = nullptr) {
-        if (count_ == capacity_) growByStep();
+        if (count_ == room_) makeRoom();
         std::memcpy(states_.bytes() + bytesOf<Vorlanstate>(count_), &state, sizeof state);
         if (covariance != nullptr || covariances() != nullptr) putCovariance(covariance);
         if (count_ == 0) firstTime_ = state.time;
@@ -120,6 +121,7 @@ public:
         std::swap(lastTime_, other.lastTime_);
         std::swap(count_, other.count_);
         std::swap(capacity_, other.capacity_);
+        std::swap(room_, other.room_);
         std::swap(isShare_, other.isShare_);
     }
 
@@ -129,7 +131,8 @@ private:
         return static_cast<std::size_t>(elements) * sizeof(Element);
     }
 
-    void growByStep();
+    // For at least one more point.
+    void makeRoom();
     // For the first covariance: the points so far get zeros.
     void makeRoomForCovariances();
     void putCovariance(const PointCovariance* covariance);
@@ -141,7 +144,8 @@ private:
     TimeDirectory directory_;
     std::int32_t count_ = 0;
     std::int32_t capacity_ = 0;
-    bool isShare_ = false;  // made by share(), and not changed since: capacity is count
+    std::int32_t room_ = 0;  // points that there is memory for, at most the capacity
+    bool isShare_ = false;   // made by share(), and not changed since: capacity is count
 };
 
 }  // namespace vorlandi

@@ -18,14 +18,14 @@ struct Vorlanrecord {
     static void operator delete(void* record) noexcept;
     static void operator delete(void* record, const std::nothrow_t&) noexcept { operator delete(record); }
 
-    // What a query and the release need comes first, on one cache line.
-    PointArray points;         // in strictly rising time order
-    PaddedText<512> fileName;  // file the record was read from
-    InlineText<128> inputTag;  // tag of the card that preceded the file
+    // What a query, a listing and the release need comes first.
+    PointArray points;   // in strictly rising time order
+    double epoch = 0.0;  // Ds50UTC: given with the satellite, then the time of the first point
     std::int32_t satNum = 0;
     std::int32_t coordSys = kEci;
+    PaddedText<512> fileName;         // file the record was read from
+    InlineText<128> inputTag;         // tag of the card that preceded the file
     std::int32_t codeTens = 0;        // tens of the combined code given when the satellite was added
-    double epoch = 0.0;               // Ds50UTC: given with the satellite, then the time of the first point
     double earthRadius = 6378.135;    // km
     double ke = 0.07436691613317341;  // earth radii and minutes
     InlineText<8> text8;              // stored and returned, never interpreted

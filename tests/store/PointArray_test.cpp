@@ -33,6 +33,10 @@ struct Modelled {
         if (model.empty()) return;
         EXPECT_EQ(array.firstTime(), model.front().first);
         EXPECT_EQ(array.lastTime(), model.back().first);
+        for (const void* const block :
+             {static_cast<const void*>(array.states()), static_cast<const void*>(array.covariances())}) {
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % kCacheLine, 0U);
+        }
         for (std::int32_t k = 0; k < array.count(); ++k) {
             const Vorlanpoint point = array[k];
             const auto& [time, covariance] = model[static_cast<std::size_t>(k)];

@@ -116,6 +116,26 @@ TEST_F(Store, FindsTheSatelliteNumberThatComesFirstInPreOrder) {
     EXPECT_EQ(listed(2), (std::vector{early, late}));
 }
 
+// The sort strings are the definition; a listing compares numbers where it can.
+TEST_F(Store, ListsByNumberInTheOrderOfTheSortStringsWhateverTheValues) {
+    for (const std::vector<double>& epochs :
+         {std::vector{0.0, 9.5, 25000.0, 100000.25},
+          std::vector{0.0, -0.0, -1.0, 999999.5, 1e6, 1e300, double{HUGE_VAL}, double{NAN}}}) {
+        for (const std::int32_t satNum : {7, 0, -1, 999'999'999, 1'000'000'000, INT32_MIN}) {
+            for (const std::int32_t coordSys : {1, 9, 10, 19, 99, 100, -1, -9, -10, 0}) {
+                for (const double epoch : epochs)
+                    AddRecToMem(record(satNum, epoch, coordSys), nullptr, kDmaKeyMode);
+            }
+        }
+        std::vector<std::string> texts;
+        for (const std::int64_t key : listed(0))
+            texts.emplace_back(fieldstostr(stored(key)));
+        EXPECT_EQ(texts.size(), 60 * epochs.size());
+        EXPECT_TRUE(std::is_sorted(texts.begin(), texts.end()));
+        vorlanemptytree();
+    }
+}
+
 TEST_F(Store, ListsTheKeysInEachOrder) {
     const std::int64_t c = AddRecToMem(record(30)), late = AddRecToMem(record(10, 25000.0));
     const std::int64_t early = AddRecToMem(record(10, 24000.0)), j2k = AddRecToMem(record(10, 23000.0, kJ2k));
