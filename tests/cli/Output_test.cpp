@@ -57,7 +57,7 @@ TEST_F(Output, IsRightIfStandardErrorOrInputIsClosed) {
     const std::string states = "states 81001.e --at 2026-01-31T00:10:00 --at 2026-01-31T00:01:00";
     EXPECT_EQ(run(states + " -o states 2>&-").status, 1);
     EXPECT_EQ(contentsOf(file("states")), run(states).output);
-    EXPECT_EQ(run("info - <&-").messages, "vorlandi: standard input: error: no ephemeris format recognised\n");
+    EXPECT_EQ(run("info - <&-").messages, "vorlandi: stdin: error: no ephemeris format recognised\n");
 }
 
 TEST_F(Output, ReplacesAFileWithTheSameModeAlsoThroughALink) {
