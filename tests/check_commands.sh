@@ -10,8 +10,12 @@ ln -s "$1"/{README.md,include,examples} .
 ln -s "$2" build/gcc
 blocks() { awk -v kind="$1" '/^```/ { inside = $1 == "```" kind; next } inside' README.md; }
 blocks c >first.c
+blocks cpp >first.cpp
 { blocks sh | grep -v '^\./dev'; sed -n 's/^ \*   //p' examples/*.c examples/*.cpp; } >commands
 bash -euxo pipefail commands | tee printed
 # shellcheck disable=SC2016  # backquotes of Markdown
-said=$(sed -n 's/^It prints `\([^`]*\)`.*/\1/p' README.md)
-[ -n "$said" ] && grep -qxF -- "$said" printed
+sed -n 's/^It prints `\([^`]*\)`.*/\1/p' README.md >said
+[ -s said ]
+while read -r line; do
+    grep -qxF -- "$line" printed
+done <said
