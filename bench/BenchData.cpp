@@ -33,8 +33,8 @@ void writeEphemeris(const tools::EphemerisFormat& format, std::int64_t points, s
     constexpr double kStep_s = 60.0;  // a benchmark needs no accurate orbit
     const tools::UtcTime epoch{std::chrono::sys_days{std::chrono::year{2026} / 1 / 31}};
     const tools::State initial{{-2380.0, 6050.0, 2510.0}, {-4.845, -3.747, 4.437}};
-    const tools::EphemerisPlan plan{satellite, epoch, initial, points, std::chrono::milliseconds(60000),
-                                    format.withCovariance};
+    const tools::EphemerisPlan plan{
+        satellite, epoch, initial, points, std::chrono::milliseconds(60000), format.withCovariance};
     format.write(tools::integrateEphemeris(plan, kStep_s), stream);
 }
 

@@ -90,7 +90,7 @@ void writeSegment(const Ephemeris& ephemeris, const Segment& segment, Lines& out
 }  // namespace
 
 void beginCzml(const Options& options, Lines& out) {
-    out.line(R"([{{"id":"document","name":"{}","version":"1.0",)", options.source);
+    out.line(R"([{{"id":"document","name":"Ephemerides","version":"1.0",)");
     out.text(fmt::format(R"("clock":{{"interval":"{}","currentTime":"{}","multiplier":60}}}})",
                          interval(options.first, options.last), zulu(options.first)));
 }

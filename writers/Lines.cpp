@@ -4,6 +4,9 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <future>
+#include <thread>
+#include <vector>
 
 namespace vorlandi::writers {
 namespace {
@@ -27,14 +30,52 @@ FixedField fitted(int width, double largest) {
 }  // namespace
 
 void Lines::number(double value) {
-    std::array<char, kLongestNumber> digits;
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
-    buffer_.append(digits.data(), end);
+    const std::size_t size = buffer_.size();
+    buffer_.resize(size + kLongestNumber);
+    char* const begin = buffer_.data() + size;
+    buffer_.resize(size + static_cast<std::size_t>(std::to_chars(begin, begin + kLongestNumber, value).ptr - begin));
+}
+
+void Lines::numbersOf(const State& state) {
+    constexpr std::size_t kNumbers = 6;
+    const std::size_t size = buffer_.size();
+    buffer_.resize(size + kNumbers * (kLongestNumber + 1));
+    char* at = buffer_.data() + size;
+    for (const Vector3* vector : {&state.position_km, &state.velocity_km_s}) {
+        for (const double value : *vector) {
+            *at++ = ' ';
+            at = std::to_chars(at, at + kLongestNumber, value).ptr;
+        }
+    }
+    buffer_.resize(static_cast<std::size_t>(at - buffer_.data()));
 }
 
 void Lines::handOn() {
     sink_({buffer_.data(), buffer_.size()});
     buffer_.clear();
+}
+
+void Lines::inBlocks(std::size_t count, const Block& block) {
+    constexpr std::size_t kItems = 8192;
+    const std::size_t threads = std::clamp(std::thread::hardware_concurrency(), 1U, 8U);
+    if (threads == 1 || count <= kItems) return block(0, count, *this);
+
+    const auto textOf = [&](std::size_t first) {
+        std::string text;
+        Lines lines([&](std::string_view piece) { text += piece; }, style_);
+        block(first, std::min(first + kItems, count), lines);
+        lines.handOn();
+        return text;
+    };
+    handOn();
+    for (std::size_t round = 0; round < count; round += threads * kItems) {
+        std::vector<std::future<std::string>> others;
+        for (std::size_t first = round + kItems; first < std::min(round + threads * kItems, count); first += kItems)
+            others.push_back(std::async(std::launch::async | std::launch::deferred, textOf, first));
+        sink_(textOf(round));
+        for (std::future<std::string>& other : others)
+            sink_(other.get());
+    }
 }
 
 std::string Lines::list(const Vector3& vector, double scale, std::string_view separator) const {

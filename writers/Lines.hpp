@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <cstddef>
 #include <functional>
 #include <initializer_list>
 #include <iterator>
@@ -39,6 +40,7 @@ public:
     // Parts of a line, and its end. A number has its fewest digits.
     void text(std::string_view part) { buffer_.append(part.data(), part.data() + part.size()); }
     void number(double value);
+    void numbersOf(const State& state);  // position and velocity, a blank before each number
     void end() { bytes("\n"); }
 
     // The last part of a binary record.
@@ -52,6 +54,10 @@ public:
 
     // Position and velocity as a list.
     std::string list(const State& state, double scale = 1.0) const;
+
+    // Writes `count` items by calls for some of them at a time, on several threads if there are many.
+    using Block = std::function<void(std::size_t first, std::size_t last, Lines& out)>;
+    void inBlocks(std::size_t count, const Block& block);
 
     // Three lines of seven numbers: the lower triangle, row by row.
     void covariance(const Covariance& covariance);

@@ -58,12 +58,7 @@ void writeMetadata(const Ephemeris& ephemeris, const Segment& segment, const Opt
 void writeState(double time, const State& state, Lines& out) {
     if (out.style() == Style::Example) return out.line("{} {}", isoText26(time), out.list(state));
     out.text(exactIsoText(time));
-    for (const Vector3& vector : {state.position_km, state.velocity_km_s}) {
-        for (const double value : vector) {
-            out.text(" ");
-            out.number(value);
-        }
-    }
+    out.numbersOf(state);
     out.end();
 }
 
@@ -104,8 +99,10 @@ void beginOem(const Options& options, Lines& out) {
 void writeOem(const Ephemeris& ephemeris, const Options& options, Lines& out) {
     for (const Segment& segment : segmentsOf(ephemeris)) {
         writeMetadata(ephemeris, segment, options, out);
-        for (std::size_t i = segment.first; i < segment.first + segment.count; ++i)
-            writeState(ephemeris.times[i], ephemeris.states[i], out);
+        out.inBlocks(segment.count, [&](std::size_t first, std::size_t last, Lines& block) {
+            for (std::size_t i = segment.first + first; i < segment.first + last; ++i)
+                writeState(ephemeris.times[i], ephemeris.states[i], block);
+        });
         writeCovariances(ephemeris, segment, out);
     }
 }

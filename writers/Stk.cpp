@@ -36,29 +36,26 @@ void writeExample(const Ephemeris& ephemeris, Lines& out) {
 
 void writeStates(const Ephemeris& ephemeris, const ElapsedSeconds& elapsed_s, Lines& out) {
     out.line("EphemerisTimePosVel");
-    for (std::size_t i = 0; i < ephemeris.times.size(); ++i) {
-        out.number(elapsed_s(ephemeris.times[i]));
-        for (const Vector3& vector : {ephemeris.states[i].position_km, ephemeris.states[i].velocity_km_s}) {
-            for (const double value : vector) {
-                out.text(" ");
-                out.number(value);
-            }
+    out.inBlocks(ephemeris.times.size(), [&](std::size_t first, std::size_t last, Lines& block) {
+        for (std::size_t i = first; i < last; ++i) {
+            block.number(elapsed_s(ephemeris.times[i]));
+            block.numbersOf(ephemeris.states[i]);
+            block.end();
         }
-        out.end();
-    }
+    });
 }
 
-// A row of the triangle a line. After the end of the states some readers look for other formats, one of which begins
-// with a number that has its point in column 12: the rows begin beyond it.
+// A row of the triangle a line, the first one after the time. Readers that have seen the end of the states may look for
+// other formats here, which begin with a number in the first columns: these lines don't.
 void writeCovariances(const Ephemeris& ephemeris, const ElapsedSeconds& elapsed_s, Lines& out) {
     out.line("CovarianceFormat        LowerTriangular");
     out.line("CovarianceTimePosVel");
     for (std::size_t i = 0; i < ephemeris.times.size(); ++i) {
         if (!isGiven(ephemeris.covariances[i])) continue;
-        out.line("{}", shortest(elapsed_s(ephemeris.times[i])));
         auto value = ephemeris.covariances[i].begin();
         for (int row = 0; row < 6; ++row) {
             out.text("               ");
+            if (row == 0) out.text(" " + shortest(elapsed_s(ephemeris.times[i])));
             for (int column = 0; column <= row; ++column) {
                 out.text(" ");
                 out.number(*value++);
@@ -88,8 +85,7 @@ void writeStk(const Ephemeris& ephemeris, const Options& options, Lines& out) {
     writeStates(ephemeris, elapsed_s, out);
     // Old readers, among them the fixed rules of the library, know no other end, and would take what follows for points.
     out.line("# end Ephemeris");
-    if (options.stkCovariances && std::ranges::any_of(ephemeris.covariances, isGiven))
-        writeCovariances(ephemeris, elapsed_s, out);
+    if (std::ranges::any_of(ephemeris.covariances, isGiven)) writeCovariances(ephemeris, elapsed_s, out);
     out.line("END Ephemeris");
 }
 

@@ -18,7 +18,6 @@ struct Options {
     std::string created;                // as 2026-01-31T00:00:00
     std::vector<std::string> comments;  // STK and OEM: at the beginning of the file
 
-    bool stkCovariances = false;
     std::string universalFrame;  // for a frame that has no name there
 
     std::string oemVersion = "3.0";
