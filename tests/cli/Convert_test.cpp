@@ -2,8 +2,7 @@
 #include <cmath>
 #include <iomanip>
 #include <map>
-#include <numbers>
-#include <random>
+#include <regex>
 #include <sstream>
 
 #include "CommandLine.hpp"
@@ -170,6 +169,31 @@ TEST_F(Convert, WritesWhatIsReadAgainAsThePageSays) {
     const Outcome fixed = run("states 81001.e --fixed-rules --format csv");
     EXPECT_EQ(fixed.messages, "") << "the fixed rules find the end of the states";
     EXPECT_EQ(split(fixed.output).size(), kOverLeapSecond.size() + 1);
+}
+
+// Long files are written on several threads, a block each.
+TEST_F(Convert, KeepsTheOrderOfManyPoints) {
+    write("81001.e", ephemeris(40000, 0.25, 1.5));
+    ASSERT_EQ(run("convert 81001.e --into stk --directory d").status, 0);
+    EXPECT_EQ(shell("for f in 81001.e d/81001.e; do vorlandi states $f --format csv; done | sort | uniq -u").output,
+              "");
+    EXPECT_EQ(shell("vorlandi states d/81001.e --format csv | cut -d, -f5 | sed 1d | sort -cn").status, 0);
+}
+
+TEST_F(Convert, ShowsTheTableOfThePage) {
+    const auto rows = [](const std::string& text, const std::string& first, const std::string& ends) {
+        Lines found;
+        const std::size_t begin = text.find(first);
+        for (const std::string& line : split(text.substr(begin, text.find(ends, begin) - begin))) {
+            std::string row = std::regex_replace(line, std::regex(R"((^\| | \|$))"), "");
+            row = std::regex_replace(row, std::regex(R"( \| |  +)"), "\t");
+            found.push_back(std::regex_replace(row, std::regex("satellite number"), "number"));
+        }
+        return found;
+    };
+    Lines page = rows(contentsOf(VORLANDI_EXAMPLES "/../../docs/converting.md"), "| format", "\n\n");
+    page.erase(page.begin() + 1);
+    EXPECT_EQ(rows(run("convert --help").output, "format        suffix", "\n\n"), page);
 }
 
 TEST_F(Convert, RefusesWhatAFormatCannotHoldAndWritesTheRest) {
