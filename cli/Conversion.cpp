@@ -84,6 +84,9 @@ public:
         if (request_.directory.empty() && mayWrite(request_.output)) {
             runIntoOneFile();
         } else if (!request_.directory.empty()) {
+            std::error_code error;
+            for (const NumberedSatellite& one : satellites_)
+                inputs_.insert(fs::weakly_canonical(one.satellite.file, error));
             for (std::size_t i = 0; i < satellites_.size(); ++i) {
                 showProgress(i);
                 writeOwnFile(satellites_[i]);
@@ -145,10 +148,10 @@ private:
         if (!written_.insert(name).second)
             return fail(nameOf(one.satellite),
                         fmt::format("not written: {} has been written from another satellite of this number", name));
-        std::error_code error;
-        if (fs::equivalent(name, one.satellite.file, error))
-            return fail(name, "is an input file and would be overwritten");
         if (!mayWrite(name)) return;
+        std::error_code error;
+        if (inputs_.contains(fs::weakly_canonical(name, error)))
+            return fail(name, "is an input file and would be overwritten");
         fs::create_directories(request_.directory, error);
         if (error) throw OutputError(request_.directory, error.value());
         writers::Options options = request_.options;
@@ -262,7 +265,8 @@ private:
         bool isRead = true;
         if (target_.nameHolds == NameHolds::Suffix) {
             std::string suffix = fs::path(name).extension().string();
-            std::ranges::transform(suffix, suffix.begin(), [](char c) { return c >= 'a' && c <= 'z' ? c - 32 : c; });
+            std::ranges::transform(suffix, suffix.begin(),
+                                   [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; });
             isRead = suffix == target_.suffix;
         } else if (target_.nameHolds == NameHolds::Number) {
             const std::size_t digits = std::min(name.find_first_not_of("0123456789"), name.size());
@@ -287,6 +291,7 @@ private:
     const Target& target_;
     const std::vector<NumberedSatellite>& satellites_;
     Console& console_;
+    std::set<fs::path> inputs_;
     std::set<std::string> written_;
     bool failed_ = false;
 };

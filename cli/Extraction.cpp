@@ -106,16 +106,19 @@ private:
 
     void takeGrid(const TimeSpan& range) {
         const TimeGrid grid(range.start, range.end, *request_.step_s);
+        const TimeSpan& span = satellite_.span;
+        const double before = std::floor((span.start - range.start) * kSecondsPerDay / *request_.step_s) - 1.0;
         std::vector<Ds50> times;
-        for (std::int64_t i = 0; i < grid.size(); ++i) {
-            times.push_back({grid[i]});
-            if (times.size() < kPointsAtOnce && i + 1 < grid.size()) continue;
-            takeAnswers(times);
-            times.clear();
+        for (auto i = static_cast<std::int64_t>(std::max(before, 0.0)); i < grid.size(); ++i) {
+            const double time = grid[i];
+            if (time > span.end) break;
+            if (time >= span.start) times.push_back({time});
+            if (times.size() == kPointsAtOnce) takeAnswers(times);
         }
+        takeAnswers(times);
     }
 
-    void takeAnswers(const std::vector<Ds50>& times) {
+    void takeAnswers(std::vector<Ds50>& times) {
         std::array<std::int32_t, kPointsAtOnce> codes;
         const std::size_t count = times.size();
         satellite_.satellite.try_states(times, std::span(answers_).first(count), std::span(codes).first(count),
@@ -140,6 +143,7 @@ private:
             revolutions_[kept++] = revolutions_[i];
         }
         takeMatrices(kept);
+        times.clear();
     }
 
     void addToSegment(std::size_t index, bool beginsSegment) {
