@@ -5,7 +5,7 @@
 #include <iterator>
 #include <set>
 
-#include "EphemerisWriters.hpp"
+#include "EphemerisFormats.hpp"
 
 namespace vorlandi::bench {
 namespace {
@@ -33,9 +33,9 @@ void writeEphemeris(const tools::EphemerisFormat& format, std::int64_t points, s
     constexpr double kStep_s = 60.0;  // a benchmark needs no accurate orbit
     const tools::UtcTime epoch{std::chrono::sys_days{std::chrono::year{2026} / 1 / 31}};
     const tools::State initial{{-2380.0, 6050.0, 2510.0}, {-4.845, -3.747, 4.437}};
-    format.write(
-        tools::integrateEphemeris({satellite, epoch, initial, points, std::chrono::milliseconds(60000)}, kStep_s),
-        stream);
+    const tools::EphemerisPlan plan{
+        satellite, epoch, initial, points, std::chrono::milliseconds(60000), format.withCovariance};
+    format.write(tools::integrateEphemeris(plan, kStep_s), stream);
 }
 
 // What fillStore left in the store.

@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "BenchData.hpp"
-#include "EphemerisWriters.hpp"
+#include "EphemerisFormats.hpp"
 #include "Vorlandi/VorlandiCardReading/CardPass.hpp"
 #include "Vorlandi/VorlandiProcessing/CovarianceAxes.hpp"
 

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <sstream>
 
+#include "ConvertCommand.hpp"
 #include "FormatsCommand.hpp"
 #include "InfoCommand.hpp"
 #include "Options.hpp"
@@ -24,6 +25,7 @@ Examples:
   vorlandi info 81001_stk.e
   vorlandi states 81001_stk.e --at 2026-01-31T01:30:00 --format json
   vorlandi save my.card *.e
+  vorlandi convert 81001_stk.e --into oem -o 81001.oem
   vorlandi states --help)";
 
 // Replaces closed standard streams. A file opened while standard error is closed would get its descriptor, and the
@@ -43,6 +45,7 @@ void addCommands(CLI::App& application, Session& session) {
     addInfoCommand(application, session);
     addStatesCommand(application, session);
     addSaveCommand(application, session);
+    addConvertCommand(application, session);
     addTimeCommand(application, session);
     addFormatsCommand(application, session);
 }

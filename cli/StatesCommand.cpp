@@ -12,6 +12,7 @@
 #include "Loading.hpp"
 #include "Output.hpp"
 #include "SatelliteRecord.hpp"
+#include "Selection.hpp"
 #include "StateQuery.hpp"
 #include "StateWriter.hpp"
 #include "TimeGrid.hpp"
@@ -43,18 +44,13 @@ struct StatesOptions {
     InputOptions input;
     std::vector<std::string> at;
     std::string timesFile;
-    std::string from;
-    std::string to;
+    TimeRange range;
     double step_s = 0.0;
     std::vector<std::int32_t> satellites;
     bool withCovariance = false;
     std::string output{kStandardOutput};
     Format format = Format::Table;
 };
-
-std::optional<double> optionalTime(const std::string& option, const std::string& text, bool given) {
-    return given ? std::optional(timeOf(option, text).days) : std::nullopt;
-}
 
 // The times of a file, one a line. Blank lines and lines that begin with # are skipped.
 void appendTimes(const StatesOptions& options, std::vector<double>& times) {
@@ -89,7 +85,7 @@ void moveTimes(StatesOptions& options) {
     if (options.input.files.empty()) throw CLI::RequiredError("FILE");
 }
 
-StateRequest requestOf(const StatesOptions& options, const CLI::App& command) {
+StateRequest requestOf(StatesOptions& options, const CLI::App& command) {
     StateRequest request;
     const std::size_t ranges = command.count("--from") + command.count("--to") + command.count("--step");
     for (const char* const times : {"--at", "--times"})
@@ -98,9 +94,9 @@ StateRequest requestOf(const StatesOptions& options, const CLI::App& command) {
     for (const std::string& text : options.at)
         request.at.push_back(timeOf("--at", text).days);
     if (command.count("--times") > 0) appendTimes(options, request.at);
-    request.from = optionalTime("--from", options.from, command.count("--from") > 0);
-    request.to = optionalTime("--to", options.to, command.count("--to") > 0);
-    if (request.from && request.to && *request.from > *request.to) throw UsageError("--to", "is earlier than --from");
+    readTimeRange(command, options.range);
+    request.from = options.range.from;
+    request.to = options.range.to;
     if (command.count("--step") > 0) {
         if (!std::isfinite(options.step_s) || options.step_s < kShortestStep_s)
             throw UsageError("--step", "must be a finite number of seconds, a microsecond or more");
@@ -108,26 +104,6 @@ StateRequest requestOf(const StatesOptions& options, const CLI::App& command) {
     }
     request.columns.covariance = options.withCovariance;
     return request;
-}
-
-bool isWanted(const SatelliteRecord& satellite, const std::vector<std::int32_t>& numbers) {
-    return numbers.empty() || std::find(numbers.begin(), numbers.end(), satellite.number) != numbers.end();
-}
-
-// Reports the requested numbers that are not in any of the files. True if there are none.
-bool reportUnknown(const std::vector<std::int32_t>& numbers, const std::vector<SatelliteRecord>& satellites,
-                   Console& console) {
-    Quota unknown(console);
-    bool allKnown = true;
-    for (const std::int32_t number : numbers) {
-        const auto hasNumber = [number](const SatelliteRecord& satellite) { return satellite.number == number; };
-        if (std::any_of(satellites.begin(), satellites.end(), hasNumber)) continue;
-        allKnown = false;
-        if (unknown.admits()) console.error("", fmt::format("satellite {} is not in any of the files", number));
-    }
-    if (unknown.heldBack() > 0)
-        console.error("", fmt::format("{} more satellites are not in any of the files", unknown.heldBack()));
-    return allKnown;
 }
 
 bool hasRevolutions(const SatelliteRecord& record) {
@@ -160,8 +136,7 @@ void addTimes(CLI::App& command, StatesOptions& options) {
     command.add_option("--at", options.at, "State at this time; several may follow, and it may be repeated")
         ->type_name("TIME")
         ->allow_extra_args(false);
-    command.add_option("--from", options.from, "Start of the range; the first point if not given")->type_name("TIME");
-    command.add_option("--to", options.to, "End of the range; the last point if not given")->type_name("TIME");
+    addTimeRange(command, options.range);
     command.add_option("--step", options.step_s, "Seconds between the states; stored points if not given")
         ->type_name("SECONDS");
 }
@@ -173,10 +148,7 @@ void addStatesCommand(CLI::App& application, Session& session) {
     const auto options = std::make_shared<StatesOptions>();
     addInput(*command, options->input);
     addTimes(*command, *options);
-    command->add_option("--sat", options->satellites, "Only this satellite number; may be repeated")
-        ->type_name("N")
-        ->allow_extra_args(false)
-        ->check(CLI::Range(0, 999999999).description(""));
+    addSatelliteNumbers(*command, options->satellites);
     command->add_flag("--cov", options->withCovariance, "With covariances");
     addFormat(*command, options->format, Offered::All);
     addOutput(*command, options->output);

@@ -19,9 +19,11 @@ void TextTable::addRow(Row row) {
     rows_.push_back(std::move(row));
 }
 
-void TextTable::print(Output& output) const {
+std::string TextTable::text() const {
+    std::string text;
     for (const Row& row : rows_)
-        output.write(lineOf(row) + '\n');
+        text += lineOf(row) + '\n';
+    return text;
 }
 
 std::string TextTable::lineOf(const Row& row) const {

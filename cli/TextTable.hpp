@@ -18,7 +18,8 @@ public:
     TextTable(std::vector<Align> alignments, Row titles);
 
     void addRow(Row row);
-    void print(Output& output) const;
+    std::string text() const;
+    void print(Output& output) const { output.write(text()); }
 
 private:
     std::string lineOf(const Row& row) const;

@@ -9,8 +9,7 @@
 #include <ostream>
 #include <vector>
 
-#include "EphemerisWriters.hpp"
-#include "WriterSupport.hpp"
+#include "EphemerisFormats.hpp"
 
 namespace vorlandi::tools {
 namespace {
@@ -61,9 +60,10 @@ std::chrono::milliseconds spacing(const Options& options) {
 std::string writeSatellite(const Options& options, const EphemerisFormat& format, std::int64_t index) {
     const auto number = static_cast<std::int32_t>(options.firstSatellite + index);
     const auto path = options.directory / ephemerisFileName(format, number);
-    const Ephemeris ephemeris =
-        integrateEphemeris({number, kEpoch, initialState(index), options.points, spacing(options)}, kIntegrationStep_s);
-    writeFile(path, [&](std::ostream& stream) { format.write(ephemeris, stream); });
+    Ephemeris ephemeris = integrateEphemeris(
+        {number, kEpoch, initialState(index), options.points, spacing(options), format.withCovariance},
+        kIntegrationStep_s);
+    writeFile(path, [&](std::ostream& stream) { format.write(std::move(ephemeris), stream); });
     return path.string();
 }
 

@@ -5,8 +5,8 @@
 #include <ostream>
 #include <vector>
 
-#include "EphemerisWriters.hpp"
-#include "WriterSupport.hpp"
+#include "EphemerisFormats.hpp"
+#include "writers/Times.hpp"
 
 namespace vorlandi::tools {
 namespace {
@@ -34,7 +34,7 @@ UtcTime truthTime(int index) {
 }
 
 void writeTruth(std::ostream& stream) {
-    LineOutput out(stream);
+    writers::Lines out = linesOf(stream);
     OrbitIntegration orbit(kInitialState);
     out.line("time_utc,ds50_utc,x_km,y_km,z_km,vx_km_s,vy_km_s,vz_km_s");
     for (int i = 0; i < kTruthCount; ++i) {
@@ -42,9 +42,11 @@ void writeTruth(std::ostream& stream) {
         const State state = orbit.at(secondsBetween(kEpoch, time));
         const auto& [x, y, z] = state.position_km;
         const auto& [vx, vy, vz] = state.velocity_km_s;
-        out.line("{},{:.12f},{:.16e},{:.16e},{:.16e},{:.16e},{:.16e},{:.16e}", isoText26(time), daysSince1950(time), x,
-                 y, z, vx, vy, vz);
+        const double ds50 = daysSince1950(time);
+        out.line("{},{:.12f},{:.16e},{:.16e},{:.16e},{:.16e},{:.16e},{:.16e}", writers::isoText26(ds50), ds50, x, y, z,
+                 vx, vy, vz);
     }
+    out.handOn();
 }
 
 std::string exampleName(std::string_view formatName) {
@@ -59,8 +61,8 @@ void writeFleet(std::ostream& stream) {
 
 void writeExamples(const std::filesystem::path& directory) {
     std::filesystem::create_directories(directory);
-    const Ephemeris ephemeris = integrateEphemeris({kSatelliteNumber, kEpoch, kInitialState, kPointCount, kSpacing},
-                                                   OrbitIntegration::kAccurateStep_s);
+    const Ephemeris ephemeris = integrateEphemeris(
+        {kSatelliteNumber, kEpoch, kInitialState, kPointCount, kSpacing, true}, OrbitIntegration::kAccurateStep_s);
     for (const auto& format : ephemerisFormats()) {
         if (format.isVariant) continue;
         writeFile(directory / ephemerisFileName(format, kSatelliteNumber),

@@ -6,18 +6,15 @@
 // every optimisation level, and files made from it can be compared byte by byte.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <span>
 
+#include "writers/Ephemeris.hpp"
+
 namespace vorlandi::tools {
 
-using Vector3 = std::array<double, 3>;
-
-struct State {
-    Vector3 position_km{};
-    Vector3 velocity_km_s{};
-};
+using writers::State;
+using writers::Vector3;
 
 // World Geodetic System 1972: gravitational parameter, equatorial radius, second zonal harmonic.
 inline constexpr double kEarthGm_km3_s2 = 398600.8;

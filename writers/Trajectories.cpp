@@ -2,16 +2,16 @@
 #include <array>
 #include <cmath>
 
-#include "EphemerisWriters.hpp"
-#include "WriterSupport.hpp"
+#include "writers/Times.hpp"
+#include "writers/Writers.hpp"
 
-namespace vorlandi::tools {
+namespace vorlandi::writers {
 namespace {
 
 constexpr double kMetersPerKilometer = 1000.0;
 constexpr double kFeetPerKilometer = 1.0 / 0.0003048;
 
-// The lines skipped behind the first one. They say what a data line holds.
+// The lines skipped after the first one. They say what a data line holds.
 constexpr std::array<std::string_view, 16> kLaunchHeader{
     "VALUE 1: SECONDS SINCE 00:00 OF THE DAY OF READING",
     "VALUES 2 TO 4: NOT USED",
@@ -32,33 +32,31 @@ constexpr std::array<std::string_view, 16> kLaunchHeader{
 
 }  // namespace
 
-void writeLaunch(const Ephemeris& ephemeris, std::ostream& stream) {
-    LineOutput out(stream);
+void writeLaunch(const Ephemeris& ephemeris, const Options& /*options*/, Lines& out) {
     out.line("TIME(SEC): TIME");
     for (const auto text : kLaunchHeader)
         out.line("{}", text);
-    const UtcTime midnight = std::chrono::floor<std::chrono::days>(ephemeris.epoch());
-    for (const auto& point : ephemeris.points) {
+    const double midnight = std::floor(ephemeris.times.front());
+    for (std::size_t i = 0; i < ephemeris.times.size(); ++i) {
         // seconds, three unused, x, y, z (m), vx, vy, vz (m/s), five unused, a label without blanks
-        out.line("{:.3f} 0.0 0.0 0.0 {} {} 0.0 0.0 0.0 0.0 0.0 COAST", secondsBetween(midnight, point.time),
-                 list(point.state.position_km, kMetersPerKilometer),
-                 list(point.state.velocity_km_s, kMetersPerKilometer));
+        out.line("{:.3f} 0.0 0.0 0.0 {} 0.0 0.0 0.0 0.0 0.0 COAST", (ephemeris.times[i] - midnight) * kSecondsPerDay,
+                 out.list(ephemeris.states[i], kMetersPerKilometer));
     }
 }
 
-void writeEelv(const Ephemeris& ephemeris, std::ostream& stream) {
-    LineOutput out(stream);
-    const CalendarTime start = calendarTime(ephemeris.epoch());
-    // Year, month, day, hour, minute, seconds in 23 columns each: their points in columns 2, 25, 48, 71, 94
-    // and 117 are the mark of the format.
+void writeEelv(const Ephemeris& ephemeris, const Options& /*options*/, Lines& out) {
+    const double first = ephemeris.times.front();
+    const CalendarTime start = calendarTime(first);
+    // Year, month, day, hour, minute, seconds in 23 columns each: their points in columns 2, 25, 48, 71, 94 and 117 are
+    // the mark of the format.
     out.line("{:.16e} {:.16e} {:.16e} {:.16e} {:.16e} {:.16e}", static_cast<double>(start.year),
              static_cast<double>(start.month), static_cast<double>(start.day), static_cast<double>(start.hour),
              static_cast<double>(start.minute), start.second);
-    for (const auto& point : ephemeris.points) {
+    for (std::size_t i = 0; i < ephemeris.times.size(); ++i) {
         // seconds since that time, x, y, z (ft), vx, vy, vz (ft/s)
-        out.line("{:.3f} {} {}", secondsBetween(ephemeris.epoch(), point.time),
-                 list(point.state.position_km, kFeetPerKilometer), list(point.state.velocity_km_s, kFeetPerKilometer));
+        out.line("{:.3f} {}", (ephemeris.times[i] - first) * kSecondsPerDay,
+                 out.list(ephemeris.states[i], kFeetPerKilometer));
     }
 }
 
-}  // namespace vorlandi::tools
+}  // namespace vorlandi::writers

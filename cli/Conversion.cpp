@@ -1,0 +1,308 @@
+#include "Conversion.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <memory>
+#include <numbers>
+#include <optional>
+#include <set>
+
+#include "Options.hpp"
+#include "Output.hpp"
+#include "writers/Times.hpp"
+
+namespace vorlandi::cli {
+namespace {
+
+namespace fs = std::filesystem;
+using writers::CovariancesKept;
+using writers::NameHolds;
+using writers::Target;
+using writers::TimesKept;
+
+constexpr std::size_t kManyForViewers = 1000;
+
+bool isCzml(const Target& target) { return target.write == writers::writeCzml; }
+
+// A file of the target format. It is complete once it is closed.
+class TargetFile {
+public:
+    TargetFile(const std::string& name, const ConversionRequest& request, const writers::Options& options)
+        : target_(*request.target),
+          options_(options),
+          output_(name),
+          lines_([this](std::string_view piece) { output_.write(piece); }, writers::Style::Exact) {
+        if (target_.begin) target_.begin(options_, lines_);
+    }
+
+    void add(const writers::Ephemeris& ephemeris) { target_.write(ephemeris, options_, lines_); }
+
+    void close() {
+        if (target_.end) target_.end(options_, lines_);
+        lines_.handOn();
+        output_.close();
+    }
+
+private:
+    const Target& target_;
+    writers::Options options_;
+    Output output_;
+    writers::Lines lines_;
+};
+
+// Printable ASCII, of a length that every format can hold in a line.
+std::string plain(std::string text) {
+    constexpr std::size_t kLongest = 200;
+    if (text.size() > kLongest) text.resize(kLongest);
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
+    return text;
+}
+
+// Says what the file was made of.
+void addComments(writers::Options& options, const std::set<std::string>& files) {
+    constexpr std::size_t kMostFiles = 20;
+    options.comments = {fmt::format("Converted by {} from", version())};
+    for (const std::string& file : files) {
+        if (options.comments.size() > kMostFiles) {
+            options.comments.push_back(fmt::format("and {} more files", files.size() - kMostFiles));
+            break;
+        }
+        options.comments.push_back(plain(file));
+    }
+}
+
+class Conversion {
+public:
+    Conversion(const ConversionRequest& request, const std::vector<NumberedSatellite>& satellites, Console& console)
+        : request_(request), target_(*request.target), satellites_(satellites), console_(console) {}
+
+    bool run() {
+        if (request_.directory.empty() && mayWrite(request_.output)) {
+            runIntoOneFile();
+        } else if (!request_.directory.empty()) {
+            std::error_code error;
+            for (const NumberedSatellite& one : satellites_)
+                inputs_.insert(fs::weakly_canonical(one.satellite.file, error));
+            for (std::size_t i = 0; i < satellites_.size(); ++i) {
+                showProgress(i);
+                writeOwnFile(satellites_[i]);
+            }
+        }
+        console_.clearProgress();
+        return !failed_;
+    }
+
+private:
+    void showProgress(std::size_t i) {
+        if (satellites_.size() > 1) console_.progress(fmt::format("writing {} of {}", i + 1, satellites_.size()));
+    }
+
+    void fail(const std::string& subject, const std::string& text) {
+        console_.error(subject, text);
+        failed_ = true;
+    }
+
+    static std::string nameOf(const SatelliteRecord& satellite) {
+        return fmt::format("satellite {} ({})", satellite.number, satellite.file);
+    }
+
+    // False, with a message, if there is a file that must stay.
+    bool mayWrite(const std::string& name) {
+        std::error_code error;
+        if (request_.force || name == kStandardOutput || !fs::is_regular_file(name, error)) return true;
+        fail(name, "exists; --force replaces it");
+        return false;
+    }
+
+    void runIntoOneFile() {
+        writers::Options options = request_.options;
+        std::set<std::string> files;
+        for (const NumberedSatellite& one : satellites_)
+            files.insert(one.satellite.file);
+        addComments(options, files);
+        setInterval(options);
+        if (isCzml(target_) && satellites_.size() > kManyForViewers)
+            console_.warning("", fmt::format("viewers stall with {} satellites", satellites_.size()));
+        std::unique_ptr<TargetFile> file;
+        for (std::size_t i = 0; i < satellites_.size(); ++i) {
+            showProgress(i);
+            const auto ephemeris = accepted(satellites_[i]);
+            if (!ephemeris) continue;
+            warnOfName(*ephemeris);
+            if (!file) file = std::make_unique<TargetFile>(request_.output, request_, options);
+            file->add(*ephemeris);
+        }
+        if (file) return file->close();
+        reportNothingToWrite(request_.output == kStandardOutput ? "" : request_.output, console_);
+        failed_ = true;
+    }
+
+    void writeOwnFile(const NumberedSatellite& one) {
+        const auto ephemeris = accepted(one);
+        if (!ephemeris) return;
+        const std::string name = (fs::path(request_.directory) / writers::fileName(target_, *ephemeris)).string();
+        if (!written_.insert(name).second)
+            return fail(nameOf(one.satellite),
+                        fmt::format("not written: {} has been written from another satellite of this number", name));
+        if (!mayWrite(name)) return;
+        std::error_code error;
+        if (inputs_.contains(fs::weakly_canonical(name, error)))
+            return fail(name, "is an input file and would be overwritten");
+        fs::create_directories(request_.directory, error);
+        if (error) throw OutputError(request_.directory, error.value());
+        writers::Options options = request_.options;
+        addComments(options, {one.satellite.file});
+        options.first = ephemeris->times.front();
+        options.last = ephemeris->times.back();
+        TargetFile file(name, request_, options);
+        file.add(*ephemeris);
+        file.close();
+    }
+
+    // The time of all satellites, for formats that begin with it.
+    void setInterval(writers::Options& options) {
+        if (!isCzml(target_)) return;
+        std::optional<TimeSpan> all;
+        for (const NumberedSatellite& one : satellites_) {
+            const TimeSpan& span = one.satellite.span;
+            const TimeRange& range = request_.extraction.range;
+            const double first = std::max(span.start, range.from.value_or(span.start));
+            const double last = std::min(span.end, range.to.value_or(span.end));
+            const auto frame = static_cast<writers::Frame>(one.satellite.frame);
+            if (first > last || writers::nameIn(target_.frames, frame).empty()) continue;
+            all = all ? TimeSpan{std::min(all->start, first), std::max(all->end, last)} : TimeSpan{first, last};
+        }
+        if (all) options.first = all->start, options.last = all->end;
+    }
+
+    // The points to be written; none, with a message, if the target can't hold them.
+    std::optional<writers::Ephemeris> accepted(const NumberedSatellite& one) {
+        Extraction extraction = extract(one.satellite, request_.extraction);
+        writers::Ephemeris& ephemeris = extraction.ephemeris;
+        ephemeris.record = one.record;
+        const std::string subject = nameOf(one.satellite);
+        if (ephemeris.times.empty())
+            return refuse(subject, request_.extraction.step_s ? "it has no states at these times"
+                                                              : "it has no points at these times");
+        if (const auto problem = writers::problemOf(target_, ephemeris, request_.options); !problem.empty())
+            return refuse(subject, problem);
+        if (target_.times == TimesKept::ToTheMillisecond && !acceptsRounding(subject, ephemeris)) return std::nullopt;
+        reportLosses(subject, extraction, one.satellite.tag);
+        reportGaps(subject, extraction);
+        if (isCzml(target_) && ephemeris.frame == writers::Frame::Eci) warnOfDate(subject, ephemeris);
+        return std::move(ephemeris);
+    }
+
+    std::nullopt_t refuse(const std::string& subject, const std::string& reason) {
+        fail(subject, "not written: " + reason);
+        return std::nullopt;
+    }
+
+    bool acceptsRounding(const std::string& subject, const writers::Ephemeris& ephemeris) {
+        const writers::TimeRounding rounding = writers::roundingOf(ephemeris);
+        if (rounding.joinsPoints) {
+            refuse(subject, fmt::format("two of its points are in the same millisecond, and {} files keep no more",
+                                        target_.name));
+            return false;
+        }
+        if (rounding.count == 0) return true;
+        if (!request_.roundTimes) {
+            refuse(subject, fmt::format("{} of its {} times are not whole milliseconds, the first {}; {} files keep no "
+                                        "more; --round-times rounds them",
+                                        rounding.count, ephemeris.times.size(),
+                                        writers::exactIsoText(rounding.firstTime), target_.name));
+            return false;
+        }
+        console_.warning(
+            subject, fmt::format("{} times are rounded to milliseconds, by up to {:.1f} us, {:.3f} m along the track",
+                                 rounding.count, rounding.largest_s * 1e6, rounding.largest_m));
+        return true;
+    }
+
+    void reportLosses(const std::string& subject, const Extraction& extraction, const std::string& tag) {
+        if (extraction.hasCovariances && !request_.extraction.withCovariances)
+            console_.information(
+                subject, fmt::format("its covariances are left out{}",
+                                     target_.covariances == CovariancesKept::OnRequest ? "; --cov writes them" : ""));
+        if (!tag.empty()) console_.information(subject, fmt::format("its tag is left out: {}", tag));
+        if (extraction.hasRevolutions) console_.information(subject, "its revolution numbers are left out");
+    }
+
+    void reportGaps(const std::string& subject, const Extraction& extraction) {
+        if (extraction.unanswered > 0)
+            console_.warning(subject, fmt::format("{} times have no state and are left out, the first {}",
+                                                  extraction.unanswered, isoTime(extraction.firstUnanswered)));
+        const std::size_t segments = extraction.ephemeris.segments.size();
+        if (segments > 1 && !target_.holdsSeveral)
+            console_.warning(subject,
+                             fmt::format("{} gaps between its points are not marked in {} files, whose readers "
+                                         "may interpolate across them",
+                                         segments - 1, target_.name));
+    }
+
+    // What viewers take for the axes of J2000 are those of date.
+    void warnOfDate(const std::string& subject, const writers::Ephemeris& ephemeris) {
+        constexpr double kDegreesAYear = 0.014;
+        constexpr double kDay2000 = 18263.0;  // 2000-01-01
+        constexpr double kDaysAYear = 365.25;
+        const double degrees = std::abs(ephemeris.times.front() - kDay2000) / kDaysAYear * kDegreesAYear;
+        const auto& [x, y, z] = ephemeris.states.front().position_km;
+        const double off_km = degrees * std::numbers::pi / 180.0 * std::sqrt(x * x + y * y + z * z);
+        console_.warning(
+            subject,
+            fmt::format("ECI is shown as J2000, which turns it by about {:.2f} degrees, {:.0f} km", degrees, off_km));
+    }
+
+    // Readers take from the name of some files what their content doesn't say.
+    void warnOfName(const writers::Ephemeris& ephemeris) {
+        const std::string name = fs::path(request_.output).filename().string();
+        const std::string meant = writers::fileName(target_, ephemeris);
+        const std::string number = fmt::to_string(ephemeris.number);
+        bool isRead = true;
+        if (target_.nameHolds == NameHolds::Suffix) {
+            std::string suffix = fs::path(name).extension().string();
+            std::ranges::transform(suffix, suffix.begin(),
+                                   [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c; });
+            isRead = suffix == target_.suffix;
+        } else if (target_.nameHolds == NameHolds::Number) {
+            const std::size_t digits = std::min(name.find_first_not_of("0123456789"), name.size());
+            isRead = digits > 0 && digits <= 9 && std::stol(name.substr(0, digits)) == ephemeris.number;
+        } else if (target_.nameHolds == NameHolds::FrameAndNumber) {
+            isRead = name.starts_with(meant.substr(0, meant.find('_', meant.find('_') + 1) + 1));
+        }
+        if (isRead) return;
+        const std::string text =
+            fmt::format("readers take {} from the name of the file; {} is one that they understand",
+                        target_.nameHolds == NameHolds::Suffix   ? "the format"
+                        : target_.nameHolds == NameHolds::Number ? "the number of the satellite"
+                                                                 : "frame and number of the satellite",
+                        meant);
+        if (request_.output == kStandardOutput)
+            console_.information("", text);
+        else
+            console_.warning(request_.output, text);
+    }
+
+    const ConversionRequest& request_;
+    const Target& target_;
+    const std::vector<NumberedSatellite>& satellites_;
+    Console& console_;
+    std::set<fs::path> inputs_;
+    std::set<std::string> written_;
+    bool failed_ = false;
+};
+
+}  // namespace
+
+bool convert(const ConversionRequest& request, const std::vector<NumberedSatellite>& satellites, Console& console) {
+    if (request.directory.empty() && satellites.size() > 1 && !request.target->holdsSeveral)
+        throw UsageError("--directory", fmt::format("is needed: there are {} satellites, and a file of {} holds one",
+                                                    satellites.size(), request.target->name));
+    return Conversion(request, satellites, console).run();
+}
+
+}  // namespace vorlandi::cli

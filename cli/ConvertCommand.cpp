@@ -1,0 +1,215 @@
+#include "ConvertCommand.hpp"
+
+#include <charconv>
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <map>
+#include <memory>
+
+#include "Conversion.hpp"
+#include "Loading.hpp"
+#include "Output.hpp"
+#include "TextTable.hpp"
+#include "TimeGrid.hpp"
+#include "writers/Times.hpp"
+
+namespace vorlandi::cli {
+namespace {
+
+using writers::CovariancesKept;
+using writers::Target;
+
+constexpr const char* kFooter =
+    R"(Exact means: read again, the same doubles come back. Where times are kept to the millisecond, one that is more than
+half a microsecond off is an error, unless --round-times is given. A satellite that the format can't hold is not
+written. No format keeps tags and revolution numbers; -v tells what is left out. States are not turned from one
+frame to another.
+
+Files of oem and czml hold any number of satellites, each divided where there are no states between its points; all
+others hold one. With --directory each satellite has a file of its own, NUMBER_RECORD and the suffix, without the record
+if it is the first one of its file. Readers take the number from the names of stk and owner files, and number and frame
+from those of modified-itc. For csv see vorlandi states --format csv.
+
+An existing file is an error, unless --force is given; it is replaced when the new one is complete. The date of creation
+is SOURCE_DATE_EPOCH if that is set.
+
+Examples:
+  vorlandi convert 81001_universal.txt --into oem -o 81001.oem
+  vorlandi convert fleet.card --into stk --directory stk --cov
+  vorlandi convert 81001_stk.e --into czml -o - --step 120)";
+
+struct ConvertOptions {
+    InputOptions input;
+    std::vector<std::int32_t> satellites;
+    double step_s = 0.0;
+    bool withCovariances = false;
+    std::string into;
+    ConversionRequest request;
+};
+
+std::string listOfTargets() {
+    TextTable table(std::vector<Align>(7, Align::Left),
+                    {"format", "suffix", "frames", "number", "times", "numbers (km)", "covariance"});
+    for (const Target& target : writers::targets()) {
+        const bool isExact = target.times == writers::TimesKept::Exactly;
+        const bool onRequest = target.covariances == CovariancesKept::OnRequest;
+        table.addRow({std::string(target.name), std::string(target.suffix), writers::namesOf(target.frames),
+                      target.largestNumber == 99999 ? "<= 99999" : "any", isExact ? "exact" : "1 ms",
+                      std::string(target.numbers),
+                      onRequest                                    ? "--cov"
+                      : target.covariances == CovariancesKept::Yes ? "yes"
+                                                                   : "no"});
+    }
+    return table.text();
+}
+
+// Options that one format alone has.
+struct FormatOption {
+    const char* name;
+    std::string_view target;
+};
+constexpr FormatOption kFormatOptions[] = {
+    {"--frame-label", "universal"}, {"--oem-version", "oem"}, {"--originator", "oem"}, {"--object-name", "oem"},
+    {"--object-id", "oem"},         {"--ref-frame", "oem"},   {"--useable", "oem"}};
+
+// Printable ASCII that fits on a line.
+std::string refuseUnprintable(const std::string& text) {
+    constexpr std::size_t kLongest = 200;
+    const bool isPrintable = std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~'; });
+    if (!text.empty() && text.size() <= kLongest && isPrintable && text.front() != ' ' && text.back() != ' ') return {};
+    return "must be 1 to 200 printable ASCII characters without blanks around them";
+}
+
+std::string refuseFrameName(const std::string& text) {
+    const auto isAllowed = [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
+    };
+    if (!text.empty() && text.size() <= 64 && std::ranges::all_of(text, isAllowed)) return {};
+    return "must be a name of letters, digits, - and _";
+}
+
+void addFormatOptions(CLI::App& command, writers::Options& options) {
+    const auto text = [&](const char* name, std::string& value, const char* help) {
+        command.add_option(name, value, help)->type_name("TEXT")->check(CLI::Validator(refuseUnprintable, ""));
+    };
+    command
+        .add_option("--frame-label", options.universalFrame,
+                    "universal: write HCSRL, WPTRL, HCSGC or WPTGC for a frame that has no name there")
+        ->type_name("NAME")
+        ->check(CLI::IsMember({"HCSRL", "WPTRL", "HCSGC", "WPTGC"}).description(""));
+    command.add_option("--oem-version", options.oemVersion, "oem: 3.0 or 2.0")
+        ->type_name("VERSION")
+        ->capture_default_str()
+        ->check(CLI::IsMember({"3.0", "2.0"}).description(""));
+    command.add_option("--ref-frame", options.refFrame, "oem: write this name for every frame")
+        ->type_name("NAME")
+        ->check(CLI::Validator(refuseFrameName, ""));
+    text("--originator", options.originator, "oem: who made the file; UNKNOWN if not given");
+    text("--object-name", options.objectName, "oem: the object's name; its number if not given");
+    text("--object-id", options.objectId, "oem: the object's international designator; its number if not given");
+    command.add_flag("--useable", options.useable,
+                     "oem: name the times between which states are interpolated from points on both sides");
+}
+
+// The time of now, or SOURCE_DATE_EPOCH, as 2026-01-31T00:00:00.
+std::string creationDate() {
+    std::int64_t seconds = 0;
+    if (const char* const given = std::getenv("SOURCE_DATE_EPOCH")) {
+        const std::string_view text(given);
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+        constexpr std::int64_t kEnd = 7258118400;  // 2200-01-01
+        if (error != std::errc{} || end != text.data() + text.size() || seconds < 0 || seconds >= kEnd)
+            throw UsageError("SOURCE_DATE_EPOCH", "is not a number of seconds since 1970");
+    } else {
+        const auto now = std::chrono::system_clock::now().time_since_epoch();
+        seconds = std::chrono::duration_cast<std::chrono::seconds>(now).count();
+    }
+    return writers::isoText19(ds50(SysTime(std::chrono::seconds(seconds))).days);
+}
+
+void finish(ConvertOptions& options, const CLI::App& command) {
+    ConversionRequest& request = options.request;
+    request.target = writers::findTarget(options.into);
+    for (const auto& [name, target] : kFormatOptions)
+        if (command.count(name) > 0 && target != request.target->name)
+            throw UsageError(name, fmt::format("is an option of {} alone", target));
+    if (command.count("--output") + command.count("--directory") != 1)
+        throw UsageError("--into", "needs either --output or --directory");
+    if (request.output.empty() && request.directory.empty()) throw UsageError("--output", "is empty");
+    if (options.withCovariances && request.target->covariances == CovariancesKept::No)
+        throw UsageError("--cov", fmt::format("{} files have no covariances", request.target->name));
+    if (request.roundTimes && request.target->times == writers::TimesKept::Exactly)
+        throw UsageError("--round-times", fmt::format("{} files keep every time", request.target->name));
+    if (command.count("--step") > 0) {
+        if (!std::isfinite(options.step_s) || options.step_s < kShortestStep_s)
+            throw UsageError("--step", "must be a finite number of seconds, a microsecond or more");
+        request.extraction.step_s = options.step_s;
+    }
+    readTimeRange(command, request.extraction.range);
+    request.extraction.withCovariances = request.target->covariances == CovariancesKept::Yes || options.withCovariances;
+    request.options.source = fmt::format("others, converted by {}", version());
+    request.options.created = creationDate();
+    options.input.keys = Keys::Own;
+}
+
+// The wanted satellites, numbered within their files.
+std::vector<NumberedSatellite> wantedSatellites(const std::vector<std::int32_t>& numbers) {
+    std::map<std::string, std::int32_t> records;
+    std::vector<NumberedSatellite> wanted;
+    for (SatelliteRecord& satellite : loadedSatellites()) {
+        const std::int32_t record = ++records[satellite.file];
+        if (isWanted(satellite, numbers)) wanted.push_back({std::move(satellite), record});
+    }
+    return wanted;
+}
+
+ExitStatus runConvert(ConvertOptions& options, Console& console) {
+    const ConversionRequest& request = options.request;
+    const std::string output = request.output.empty() ? std::string(kStandardOutput) : request.output;
+    const bool allLoaded = loadFiles(options.input, output, console);
+    const bool allKnown = reportUnknown(options.satellites, loadedSatellites(), console);
+    const std::vector<NumberedSatellite> satellites = wantedSatellites(options.satellites);
+    if (satellites.empty()) {
+        reportNothingToWrite(request.output + request.directory, console);
+        return ExitStatus::Failure;
+    }
+    options.request.extraction.namesLosses = console.isVerbose();
+    const bool allWritten = convert(request, satellites, console);
+    return statusOf(allLoaded && allKnown && allWritten);
+}
+
+}  // namespace
+
+void addConvertCommand(CLI::App& application, Session& session) {
+    CLI::App* const command = application.add_subcommand("convert", "Write satellites in another format");
+    const auto options = std::make_shared<ConvertOptions>();
+    ConversionRequest& request = options->request;
+    addInput(*command, options->input);
+    std::vector<std::string> names;
+    for (const Target& target : writers::targets())
+        names.emplace_back(target.name);
+    command->add_option("--into", options->into, "The format to write, see below")
+        ->type_name("FORMAT")
+        ->required()
+        ->check(CLI::IsMember(names).description(""));
+    command->add_option("-o,--output", request.output, "The file to write; - is standard output")->type_name("FILE");
+    command->add_option("--directory", request.directory, "Write a file for each satellite into DIR")->type_name("DIR");
+    command->add_flag("--force", request.force, "Replace files that exist");
+    addSatelliteNumbers(*command, options->satellites);
+    addTimeRange(*command, request.extraction.range);
+    command->add_option("--step", options->step_s, "Seconds between the states; stored points if not given")
+        ->type_name("SECONDS");
+    command->add_flag("--cov", options->withCovariances, "stk: with covariances");
+    command->add_flag("--round-times", request.roundTimes,
+                      "Round times to milliseconds where the format keeps no more");
+    addFormatOptions(*command, request.options);
+    addVerbose(*command, session.console);
+    command->footer([] { return listOfTargets() + "\n" + kFooter; });
+    command->callback([options, command, &session] {
+        finish(*options, *command);
+        session.status = runConvert(*options, session.console);
+    });
+}
+
+}  // namespace vorlandi::cli

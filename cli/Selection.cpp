@@ -1,0 +1,48 @@
+#include "Selection.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "Options.hpp"
+
+namespace vorlandi::cli {
+
+void addTimeRange(CLI::App& command, TimeRange& range) {
+    command.add_option("--from", range.fromText, "Start of the range; the first point if not given")->type_name("TIME");
+    command.add_option("--to", range.toText, "End of the range; the last point if not given")->type_name("TIME");
+}
+
+void readTimeRange(const CLI::App& command, TimeRange& range) {
+    if (command.count("--from") > 0) range.from = timeOf("--from", range.fromText).days;
+    if (command.count("--to") > 0) range.to = timeOf("--to", range.toText).days;
+    if (range.from && range.to && *range.from > *range.to) throw UsageError("--to", "is earlier than --from");
+}
+
+void addSatelliteNumbers(CLI::App& command, std::vector<std::int32_t>& numbers) {
+    command.add_option("--sat", numbers, "Only this satellite number; may be repeated")
+        ->type_name("N")
+        ->allow_extra_args(false)
+        ->check(CLI::Range(0, 999999999).description(""));
+}
+
+bool isWanted(const SatelliteRecord& satellite, const std::vector<std::int32_t>& numbers) {
+    return numbers.empty() || std::find(numbers.begin(), numbers.end(), satellite.number) != numbers.end();
+}
+
+bool reportUnknown(const std::vector<std::int32_t>& numbers, const std::vector<SatelliteRecord>& satellites,
+                   Console& console) {
+    Quota unknown(console);
+    bool allKnown = true;
+    for (const std::int32_t number : numbers) {
+        const auto hasNumber = [number](const SatelliteRecord& satellite) { return satellite.number == number; };
+        if (std::any_of(satellites.begin(), satellites.end(), hasNumber)) continue;
+        allKnown = false;
+        if (unknown.admits()) console.error("", fmt::format("satellite {} is not in any of the files", number));
+    }
+    if (unknown.heldBack() > 0)
+        console.error("", fmt::format("{} more satellites are not in any of the files", unknown.heldBack()));
+    return allKnown;
+}
+
+}  // namespace vorlandi::cli

@@ -1,0 +1,36 @@
+// Which satellites and which times a command is about.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Console.hpp"
+#include "SatelliteRecord.hpp"
+
+namespace vorlandi::cli {
+
+// --from and --to, days since 1950, UTC. A limit that is not given is the first or last time of the satellite.
+struct TimeRange {
+    std::string fromText;
+    std::string toText;
+    std::optional<double> from;
+    std::optional<double> to;
+};
+void addTimeRange(CLI::App& command, TimeRange& range);
+
+// Reads the texts that were given. Throws a UsageError, also for a range that ends before it begins.
+void readTimeRange(const CLI::App& command, TimeRange& range);
+
+void addSatelliteNumbers(CLI::App& command, std::vector<std::int32_t>& numbers);
+
+// All satellites are wanted if no number is given.
+bool isWanted(const SatelliteRecord& satellite, const std::vector<std::int32_t>& numbers);
+
+// Reports the requested numbers that are not in any of the files. True if there are none.
+bool reportUnknown(const std::vector<std::int32_t>& numbers, const std::vector<SatelliteRecord>& satellites,
+                   Console& console);
+
+}  // namespace vorlandi::cli
