@@ -6,6 +6,7 @@
 
 #include "analysis/Dynamics.hpp"
 #include "analysis/HermiteNodes.hpp"
+#include "analysis/LeftOut.hpp"
 #include "analysis/Steps.hpp"
 #include "analysis/Vectors.hpp"
 
@@ -13,78 +14,8 @@ namespace vorlandi::analysis {
 namespace {
 
 constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
-constexpr std::ptrdiff_t kReach = 3;  // neighbours on each side that a calculation takes at most
+constexpr std::size_t kMostOfScatter = 10'000;  // points are enough for the median
 constexpr std::array<double, 3> kInstants{0.25, 0.5, 0.75};
-
-// The states of the points around one of them that an orbit through it has, and what the points differ from them.
-// Without an orbit both are taken as zero and the points themselves.
-class Neighbourhood {
-public:
-    Neighbourhood(const Ephemeris& ephemeris, std::size_t centre, Motion motion)
-        : ephemeris_(ephemeris),
-          centre_(centre),
-          hasOrbit_(motion != Motion::Unknown),
-          orbit_(ephemeris.states[centre], motion) {
-        const auto points = static_cast<std::ptrdiff_t>(ephemeris.size());
-        const auto at = static_cast<std::ptrdiff_t>(centre);
-        for (std::ptrdiff_t k = std::max(-kReach, -at); k <= std::min(kReach, points - 1 - at); ++k) {
-            if (hasOrbit_ && k != 0) orbitAt(k) = orbit_.at(seconds(index(k)));
-            if (hasOrbit_ && k == 0) orbitAt(k) = ephemeris.states[centre];
-        }
-    }
-
-    bool hasOrbit() const { return hasOrbit_; }
-    std::size_t index(std::ptrdiff_t k) const {
-        return static_cast<std::size_t>(static_cast<std::ptrdiff_t>(centre_) + k);
-    }
-    double seconds(std::size_t point) const { return ephemeris_.elapsed_s[point] - ephemeris_.elapsed_s[centre_]; }
-    State& orbitAt(std::ptrdiff_t k) { return states_[static_cast<std::size_t>(k + kReach)]; }
-    const State& orbitAt(std::ptrdiff_t k) const { return states_[static_cast<std::size_t>(k + kReach)]; }
-    const State& pointAt(std::ptrdiff_t k) const { return ephemeris_.states[index(k)]; }
-    Vector orbitPosition(double t_s) const { return positionOf(orbit_.at(t_s)); }
-
-private:
-    const Ephemeris& ephemeris_;
-    std::size_t centre_;
-    bool hasOrbit_;
-    TwoBodyOrbit orbit_;
-    std::array<State, 2 * kReach + 1> states_{};
-};
-
-template <std::size_t N>
-struct LeftOut {
-    Vector residual = Vector::Zero();   // q: of the points less the orbit
-    Vector curvature = Vector::Zero();  // of the orbit itself
-    double gain = 0.0;
-    double distances = 0.0;  // product of the distances to the neighbours
-};
-
-// Interpolates the centre from N neighbours, N / 2 on each side.
-template <std::size_t N>
-LeftOut<N> leaveOut(const Neighbourhood& near, double step_s) {
-    std::array<std::ptrdiff_t, N> offsets;
-    std::array<double, N> times_s;
-    for (std::size_t k = 0; k < N; ++k) {
-        const auto side = static_cast<std::ptrdiff_t>(k) - static_cast<std::ptrdiff_t>(N / 2);
-        offsets[k] = side + (side >= 0 ? 1 : 0);
-        times_s[k] = near.seconds(near.index(offsets[k]));
-    }
-    const HermiteNodes<N> nodes(times_s);
-    const HermiteWeights<N> weights = nodes.at(0.0);
-    LeftOut<N> result;
-    for (std::size_t k = 0; k < N; ++k) {
-        const State& point = near.pointAt(offsets[k]);
-        const State& orbit = near.orbitAt(offsets[k]);
-        result.residual += weights.position[k] * (positionOf(point) - positionOf(orbit)) +
-                           weights.velocity[k] * (velocityOf(point) - velocityOf(orbit));
-        result.curvature += weights.position[k] * positionOf(orbit) + weights.velocity[k] * velocityOf(orbit);
-    }
-    const Vector own = positionOf(near.pointAt(0));
-    (near.hasOrbit() ? result.curvature : result.residual) -= own;
-    result.gain = std::sqrt(1.0 + weights.squaredGain(step_s));
-    result.distances = nodes.distances(0.0);
-    return result;
-}
 
 HermiteNodes<kWindow> windowNodes(const Ephemeris& ephemeris, std::size_t interval, double origin_s) {
     const std::size_t first = windowOf(interval, ephemeris.size());
@@ -119,14 +50,16 @@ public:
 
 private:
     void examine(std::size_t i) {
-        const Neighbourhood near(ephemeris_, i, errors_.motion);
+        const bool sampled = i % stride_ == 0 && i >= 3 && i + 3 < points_;
+        const bool atEnd = i == 0 || i + 1 == points_;
+        const Neighbourhood near(ephemeris_, i, errors_.motion, sampled || atEnd ? kReach : kReach - 1);
         if (i >= 2 && i + 2 < points_) {
-            const auto left = leaveOut<4>(near, step_s_);
+            const LeftOut left = leaveOut<4>(near, step_s_);
             errors_.residuals[i] = {left.residual.norm(), left.curvature.norm(), left.gain};
             if (!near.hasOrbit()) leftOut_[i] = left.residual.norm() / (left.distances * left.distances);
         }
-        if (i >= 3 && i + 3 < points_) {
-            const auto left = leaveOut<6>(near, step_s_);
+        if (sampled) {
+            const LeftOut left = leaveOut<6>(near, step_s_);
             scatter_.push_back(left.residual.norm() / left.gain);
         }
         // The orbit of the last interval is that of its second point.
@@ -177,6 +110,7 @@ private:
 
     const Ephemeris& ephemeris_;
     std::size_t points_;
+    std::size_t stride_ = points_ / kMostOfScatter + 1;
     double step_s_;
     InterpolationErrors errors_;
     std::vector<double> leftOut_;  // residuals over the squared product of distances, where there is no orbit
