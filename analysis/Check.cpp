@@ -284,7 +284,8 @@ private:
 
     void checkCovariances() {
         const auto& covariances = ephemeris_.covariances;
-        check_.covariances = static_cast<std::size_t>(std::count_if(covariances.begin(), covariances.end(), isPresent));
+        check_.covariances =
+            static_cast<std::size_t>(std::count_if(covariances.begin(), covariances.end(), isCovariance));
         if (check_.covariances == 0) return;
         const auto [serious, negligible] = poorCovariances(covariances);
         for (const auto& [first, last, eigenvalue] : serious)

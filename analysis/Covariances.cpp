@@ -49,7 +49,7 @@ std::optional<double> negativeEigenvalue(const Matrix6& covariance) {
 PoorStretches poorCovariances(std::span<const Matrix6> covariances) {
     PoorStretches poor;
     for (std::size_t i = 0; i < covariances.size(); ++i) {
-        if (!isPresent(covariances[i])) continue;
+        if (!isCovariance(covariances[i])) continue;
         if (const auto eigenvalue = negativeEigenvalue(covariances[i]))
             extend(*eigenvalue >= kNegligibleEigenvalue ? poor.negligible : poor.serious, i, *eigenvalue);
     }
@@ -59,7 +59,7 @@ PoorStretches poorCovariances(std::span<const Matrix6> covariances) {
 std::optional<SigmaRange> positionSigmas(std::span<const Matrix6> covariances) {
     SigmaRange range{std::numeric_limits<double>::infinity(), -1.0};
     for (const Matrix6& covariance : covariances) {
-        if (!isPresent(covariance)) continue;
+        if (!isCovariance(covariance)) continue;
         for (std::size_t axis = 0; axis < 3; ++axis) {
             const double sigma_m = std::sqrt(std::max(covariance[axis][axis], 0.0)) * kMetresPerKm;
             range.largest_m = std::max(range.largest_m, sigma_m);

@@ -23,7 +23,7 @@ std::vector<Matrix6> covariancesIn(const Satellite& satellite, std::int64_t firs
                                               static_cast<std::int64_t>(chunk.size()), nullptr, nullptr, nullptr,
                                               detail::raw(chunk.data()), nullptr));
         // Most satellites have none, and then need no memory for them.
-        if (result.empty() && std::none_of(chunk.begin(), chunk.end(), isPresent)) continue;
+        if (result.empty() && std::none_of(chunk.begin(), chunk.end(), isCovariance)) continue;
         result.resize(done);
         result.insert(result.end(), chunk.begin(), chunk.end());
     }
@@ -32,6 +32,18 @@ std::vector<Matrix6> covariancesIn(const Satellite& satellite, std::int64_t firs
 }
 
 }  // namespace
+
+bool isCovariance(const Matrix6& matrix) noexcept {
+    bool any = false;
+    for (std::size_t row = 0; row < 6; ++row) {
+        any = any || matrix[row][row] != 0.0;
+        for (std::size_t column = 0; column < row; ++column) {
+            const bool hasVariances = matrix[row][row] != 0.0 && matrix[column][column] != 0.0;
+            if (matrix[row][column] != 0.0 && !hasVariances) return false;
+        }
+    }
+    return any;
+}
 
 Ephemeris makeEphemeris(std::int32_t number, Frame frame, std::vector<Ds50> times, std::vector<State> states,
                         std::vector<Matrix6> covariances) {

@@ -20,7 +20,7 @@ struct Ephemeris {
     std::vector<Ds50> times;           // strictly rising
     std::vector<double> elapsed_s;     // of TAI, since the first point
     std::vector<State> states;         // in the frame
-    std::vector<Matrix6> covariances;  // one for each point, all zero where there is none; empty if no point has one
+    std::vector<Matrix6> covariances;  // one for each point, empty if no point has one
 
     std::size_t size() const noexcept { return times.size(); }
     std::size_t intervals() const noexcept { return times.empty() ? 0 : times.size() - 1; }
@@ -35,6 +35,8 @@ Ephemeris ephemerisOf(const Satellite& satellite, const Span& range = kAllTimes)
 Ephemeris makeEphemeris(std::int32_t number, Frame frame, std::vector<Ds50> times, std::vector<State> states,
                         std::vector<Matrix6> covariances = {});
 
-inline bool isPresent(const Matrix6& covariance) noexcept { return covariance != Matrix6{}; }
+// Some formats store other numbers in place of a covariance. A matrix is a covariance only if the elements in the row
+// and column of a zero variance are zero too.
+bool isCovariance(const Matrix6& matrix) noexcept;
 
 }  // namespace vorlandi::analysis

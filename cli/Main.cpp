@@ -5,6 +5,7 @@
 #include <csignal>
 #include <sstream>
 
+#include "CheckCommand.hpp"
 #include "FormatsCommand.hpp"
 #include "InfoCommand.hpp"
 #include "Options.hpp"
@@ -41,6 +42,7 @@ void addCommands(CLI::App& application, Session& session) {
     application.footer(kFooter);
     addInfoCommand(application, session);
     addStatesCommand(application, session);
+    addCheckCommand(application, session);
     addSaveCommand(application, session);
     addFormatsCommand(application, session);
 }
