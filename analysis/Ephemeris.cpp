@@ -1,16 +1,20 @@
 #include "analysis/Ephemeris.hpp"
 
 #include <algorithm>
+#include <cmath>
 
 namespace vorlandi::analysis {
 namespace {
 
-std::vector<double> elapsedSince(const std::vector<Ds50>& times) {
-    std::vector<double> elapsed_s;
-    elapsed_s.reserve(times.size());
-    for (const Ds50 time : times)
-        elapsed_s.push_back((tai_days(time) - tai_days(times.front())) * kSecondsPerDay);
-    return elapsed_s;
+void fillElapsedTimes(Ephemeris& ephemeris) {
+    constexpr double kMicroseconds = 1e6;
+    ephemeris.elapsed_s.reserve(ephemeris.size());
+    ephemeris.stored_s.reserve(ephemeris.size());
+    for (const Ds50 time : ephemeris.times) {
+        const double seconds = (tai_days(time) - tai_days(ephemeris.times.front())) * kSecondsPerDay;
+        ephemeris.stored_s.push_back(seconds);
+        ephemeris.elapsed_s.push_back(std::round(seconds * kMicroseconds) / kMicroseconds);
+    }
 }
 
 std::vector<Matrix6> covariancesIn(const Satellite& satellite, std::int64_t first, std::size_t count) {
@@ -47,8 +51,8 @@ bool isCovariance(const Matrix6& matrix) noexcept {
 
 Ephemeris makeEphemeris(std::int32_t number, Frame frame, std::vector<Ds50> times, std::vector<State> states,
                         std::vector<Matrix6> covariances) {
-    Ephemeris ephemeris{number, frame, std::move(times), {}, std::move(states), std::move(covariances)};
-    ephemeris.elapsed_s = elapsedSince(ephemeris.times);
+    Ephemeris ephemeris{number, frame, std::move(times), {}, {}, std::move(states), std::move(covariances)};
+    fillElapsedTimes(ephemeris);
     return ephemeris;
 }
 

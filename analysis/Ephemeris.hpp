@@ -18,7 +18,8 @@ struct Ephemeris {
     std::int32_t number = 0;
     Frame frame = Frame::ECI;
     std::vector<Ds50> times;           // strictly rising
-    std::vector<double> elapsed_s;     // of TAI, since the first point
+    std::vector<double> elapsed_s;     // of TAI, since the first point, to the microsecond
+    std::vector<double> stored_s;      // the same as the library keeps it, which rounds by up to 0.3 microseconds
     std::vector<State> states;         // in the frame
     std::vector<Matrix6> covariances;  // one for each point, empty if no point has one
 

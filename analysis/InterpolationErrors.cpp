@@ -27,13 +27,13 @@ HermiteNodes<kWindow> windowNodes(const Ephemeris& ephemeris, std::size_t interv
 
 class Estimate {
 public:
-    Estimate(const Ephemeris& ephemeris, Motion motion)
-        : ephemeris_(ephemeris), points_(ephemeris.size()), step_s_(medianOf(stepsOf(ephemeris))) {
+    Estimate(const Ephemeris& ephemeris, Motion motion) : ephemeris_(ephemeris), points_(ephemeris.size()) {
         errors_.motion = motion;
         errors_.spacing_m.assign(ephemeris.intervals(), kNone);
         errors_.digits_m.assign(ephemeris.intervals(), kNone);
         errors_.gain.assign(ephemeris.intervals(), kNone);
         errors_.residuals.assign(points_, {kNone, kNone, kNone});
+        errors_.velocityResiduals.assign(points_, {kNone, kNone, kNone});
         leftOut_.assign(motion == Motion::Unknown ? points_ : 0, kNone);
     }
 
@@ -52,19 +52,37 @@ private:
     void examine(std::size_t i) {
         const bool sampled = i % stride_ == 0 && i >= 3 && i + 3 < points_;
         const bool atEnd = i == 0 || i + 1 == points_;
-        const Neighbourhood near(ephemeris_, i, errors_.motion, sampled || atEnd ? kReach : kReach - 1);
-        if (i >= 2 && i + 2 < points_) {
-            const LeftOut left = leaveOut<4>(near, step_s_);
-            errors_.residuals[i] = {left.residual.norm(), left.curvature.norm(), left.gain};
-            if (!near.hasOrbit()) leftOut_[i] = left.residual.norm() / (left.distances * left.distances);
-        }
+        const Neighbourhood near(ephemeris_, ephemeris_.elapsed_s, i, errors_.motion, atEnd ? kReach : kReach - 1);
+        if (i >= 2 && i + 2 < points_) leaveOutPoint(near, i);
         if (sampled) {
-            const LeftOut left = leaveOut<6>(near, step_s_);
-            scatter_.push_back(left.residual.norm() / left.gain);
+            // The library interpolates over the stored times: what their rounding does belongs to the scatter.
+            const Neighbourhood stored(ephemeris_, ephemeris_.stored_s, i, errors_.motion);
+            const Neighbours<6> neighbours = neighboursOf<6>(stored);
+            const LeftOut left = leaveOut(stored, neighbours, neighbours.nodes.at(0.0), positionAt(i));
+            scatter_.push_back(left.residual.norm() / std::sqrt(1.0 + left.squaredGain));
         }
         // The orbit of the last interval is that of its second point.
         if (i + 2 < points_ && isAnswered(ephemeris_, i)) estimate(near, i, i);
         if (i + 1 == points_ && isAnswered(ephemeris_, i - 1)) estimate(near, i, i - 1);
+    }
+
+    Vector positionAt(std::size_t point) const { return positionOf(ephemeris_.states[point]); }
+
+    void leaveOutPoint(const Neighbourhood& near, std::size_t i) {
+        const Neighbours<4> neighbours = neighboursOf<4>(near);
+        const LeftOut position = leaveOut(near, neighbours, neighbours.nodes.at(0.0), positionAt(i));
+        errors_.residuals[i] = {position.residual.norm(), position.curvature.norm(),
+                                std::sqrt(1.0 + position.squaredGain)};
+        if (!near.hasOrbit()) {
+            const double distances = neighbours.nodes.distances(0.0);
+            leftOut_[i] = position.residual.norm() / (distances * distances);
+            return;
+        }
+        const double step_s = neighbours.meanStep_s;
+        const LeftOut velocity =
+            leaveOut(near, neighbours, neighbours.nodes.rateAt(0.0), velocityOf(ephemeris_.states[i]));
+        errors_.velocityResiduals[i] = {step_s * velocity.residual.norm(), step_s * velocity.curvature.norm(),
+                                        std::sqrt(1.0 + step_s * step_s * velocity.squaredGain)};
     }
 
     void estimate(const Neighbourhood& near, std::size_t centre, std::size_t interval) {
@@ -72,13 +90,16 @@ private:
         const HermiteNodes<kWindow> nodes = windowNodes(ephemeris_, interval, origin_s);
         const auto first =
             static_cast<std::ptrdiff_t>(windowOf(interval, points_)) - static_cast<std::ptrdiff_t>(centre);
+        const std::size_t begin = windowOf(interval, points_);
+        const double step_s =
+            (ephemeris_.elapsed_s[begin + kWindow - 1] - ephemeris_.elapsed_s[begin]) / (kWindow - 1.0);
         double squaredGain = 0.0;
         double largest_km = 0.0;
         for (const double instant : kInstants) {
             const double t_s = ephemeris_.elapsed_s[interval] - origin_s +
                                instant * (ephemeris_.elapsed_s[interval + 1] - ephemeris_.elapsed_s[interval]);
             const HermiteWeights<kWindow> weights = nodes.at(t_s);
-            squaredGain = std::max(squaredGain, weights.squaredGain(step_s_));
+            squaredGain = std::max(squaredGain, weights.squaredGain(step_s));
             if (!near.hasOrbit()) continue;
             Vector difference = -near.orbitPosition(t_s);
             for (std::size_t k = 0; k < kWindow; ++k) {
@@ -111,7 +132,6 @@ private:
     const Ephemeris& ephemeris_;
     std::size_t points_;
     std::size_t stride_ = points_ / kMostOfScatter + 1;
-    double step_s_;
     InterpolationErrors errors_;
     std::vector<double> leftOut_;  // residuals over the squared product of distances, where there is no orbit
     std::vector<double> scatter_;

@@ -25,6 +25,8 @@ struct InterpolationErrors {
     std::vector<double> digits_m;     // the part that comes from their scatter
     std::vector<double> gain;         // by which the window magnifies the scatter: 0.9 on an even grid
     std::vector<Residual> residuals;  // for each point; NaN for the two at each end
+    // The same for the velocities times the mean step around; NaN without orbits, too.
+    std::vector<Residual> velocityResiduals;
 
     double error_m(std::size_t interval) const { return spacing_m[interval] + digits_m[interval]; }
 };

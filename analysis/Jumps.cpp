@@ -15,16 +15,18 @@ constexpr std::size_t kAround = 30;     // points on each side that are usual
 constexpr std::size_t kLeftOfThem = 3;  // the nearest of them, which a jump disturbs, too
 constexpr std::size_t kLeastUsual = 10;
 constexpr double kLeastShareOfCurvature = 2.0;
-constexpr std::size_t kBeside = 3;        // points on each side of an event that its fit takes
-constexpr std::size_t kLongestEvent = 9;  // points; of a longer one only those around the largest are fitted
+constexpr double kDigitsOfDoubles = 1e-12;  // of a position; a residual below that is rounding
+constexpr std::size_t kBeside = 3;          // points on each side of an event that its fit takes
+constexpr std::size_t kLongestEvent = 9;    // points; of a longer one only those around the largest are fitted
 constexpr int kInstantsInInterval = 13;
 constexpr double kManoeuvreFits = 4.0;
+constexpr double kAccuracyOfFit = 0.05;  // a jump drifts away linearly, which holds for a few steps only
 
 // Residuals over their gain; NaN for points that are not examined.
-std::vector<double> scaledResiduals(const InterpolationErrors& errors, const std::vector<std::size_t>& gaps) {
+std::vector<double> scaledResiduals(const std::vector<Residual>& residuals, const std::vector<std::size_t>& gaps) {
     std::vector<double> scaled;
-    scaled.reserve(errors.residuals.size());
-    for (const Residual& residual : errors.residuals)
+    scaled.reserve(residuals.size());
+    for (const Residual& residual : residuals)
         scaled.push_back(residual.residual_km / residual.gain);
     for (const std::size_t gap : gaps)
         for (std::size_t i = gap - std::min<std::size_t>(gap, 1); i <= std::min(gap + 2, scaled.size() - 1); ++i)
@@ -34,9 +36,16 @@ std::vector<double> scaledResiduals(const InterpolationErrors& errors, const std
 
 class Suspicion {
 public:
-    explicit Suspicion(const std::vector<double>& scaled) : scaled_(scaled) {}
+    Suspicion(const Ephemeris& ephemeris, const std::vector<Residual>& residuals, const std::vector<std::size_t>& gaps)
+        : ephemeris_(ephemeris), residuals_(residuals), scaled_(scaledResiduals(residuals, gaps)) {}
+
+    const std::vector<double>& scaled() const { return scaled_; }
 
     bool of(std::size_t i) const {
+        const Residual& residual = residuals_[i];
+        if (!(scaled_[i] > 0.0) || !(residual.residual_km > kLeastShareOfCurvature * residual.curvature_km))
+            return false;
+        if (residual.residual_km < kDigitsOfDoubles * positionOf(ephemeris_.states[i]).norm()) return false;
         // Counting is quicker than the median, and nearly always enough: too few values are that small.
         const std::size_t first = i - std::min(i, kAround);
         const std::size_t last = std::min(i + kAround, scaled_.size() - 1);
@@ -55,7 +64,9 @@ public:
     }
 
 private:
-    const std::vector<double>& scaled_;
+    const Ephemeris& ephemeris_;
+    const std::vector<Residual>& residuals_;
+    std::vector<double> scaled_;
 };
 
 struct Event {
@@ -63,13 +74,12 @@ struct Event {
     std::size_t last;
 };
 
-std::vector<Event> eventsIn(const InterpolationErrors& errors, const std::vector<double>& scaled) {
+// Positions hardly show a change of velocity in the middle of an interval, velocities do.
+std::vector<Event> eventsIn(const Suspicion& positions, const Suspicion& velocities) {
     std::vector<Event> events;
-    const Suspicion suspicion(scaled);
+    const std::vector<double>& scaled = positions.scaled();
     for (std::size_t i = 0; i < scaled.size(); ++i) {
-        const Residual& residual = errors.residuals[i];
-        if (!(scaled[i] > 0.0) || !(residual.residual_km > kLeastShareOfCurvature * residual.curvature_km)) continue;
-        if (!suspicion.of(i)) continue;
+        if (!positions.of(i) && !velocities.of(i)) continue;
         if (events.empty() || i > events.back().last + 2) events.push_back({i, i});
         events.back().last = i;
     }
@@ -90,7 +100,7 @@ class Witness {
 public:
     Witness(const Ephemeris& ephemeris, std::size_t point, Motion motion, double step_s)
         : time_s_(ephemeris.elapsed_s[point]), step_s_(step_s) {
-        const Neighbourhood near(ephemeris, point, motion, 2);
+        const Neighbourhood near(ephemeris, ephemeris.elapsed_s, point, motion, 2);
         const Neighbours<4> neighbours = neighboursOf<4>(near);
         position_ = neighbours.nodes.at(0.0);
         velocity_ = neighbours.nodes.rateAt(0.0);
@@ -141,6 +151,7 @@ struct Fit {
 };
 
 struct Fits {
+    double all = 0.0;  // squares before the fit
     Fit velocityAlone;
     Fit both;
 };
@@ -163,12 +174,29 @@ void fitAt(const std::vector<Witness>& witnesses, double instant_s, std::size_t 
         }
     if (const double squares = all - v.squaredNorm() / vv; squares < best.velocityAlone.squares)
         best.velocityAlone = {squares, instant_s, interval, v / vv, Vector::Zero()};
+    best.all = all;
     const double determinant = vv * ss - sv * sv;
     if (!(determinant > 1e-12 * vv * ss)) return;
     const Vector velocity = (ss * v - sv * s) / determinant;
     const Vector step = (vv * s - sv * v) / determinant;
     if (const double squares = all - velocity.dot(v) - step.dot(s); squares < best.both.squares)
         best.both = {squares, instant_s, interval, velocity, step};
+}
+
+// Between the instants beside the best one that was tried.
+void refineInstant(const Ephemeris& ephemeris, const std::vector<Witness>& witnesses, Fits& best) {
+    constexpr int kHalvings = 12;
+    const std::size_t interval = best.velocityAlone.interval;
+    if (!std::isfinite(best.velocityAlone.squares)) return;
+    const double begin_s = ephemeris.elapsed_s[interval];
+    const double end_s = ephemeris.elapsed_s[interval + 1];
+    double reach_s = (end_s - begin_s) / kInstantsInInterval;
+    for (int k = 0; k < kHalvings; ++k) {
+        reach_s *= 0.5;
+        const double centre_s = best.velocityAlone.instant_s;
+        for (const double instant_s : {centre_s - reach_s, centre_s + reach_s})
+            if (instant_s > begin_s && instant_s < end_s) fitAt(witnesses, instant_s, interval, best);
+    }
 }
 
 double length(const std::array<double, 3>& vector) { return vectorOf(vector).norm(); }
@@ -187,8 +215,10 @@ std::optional<Jump> fitJump(const Ephemeris& ephemeris, const InterpolationError
             const double from_s = ephemeris.elapsed_s[interval];
             fitAt(witnesses, from_s + share * (ephemeris.elapsed_s[interval + 1] - from_s), interval, best);
         }
+    refineInstant(ephemeris, witnesses, best);
     const bool isManoeuvre =
-        !(best.velocityAlone.squares > kManoeuvreFits * kManoeuvreFits * std::max(best.both.squares, 0.0));
+        !(best.velocityAlone.squares > kManoeuvreFits * kManoeuvreFits * std::max(best.both.squares, 0.0)) ||
+        best.velocityAlone.squares < kAccuracyOfFit * kAccuracyOfFit * best.all;
     const Fit& fit = isManoeuvre ? best.velocityAlone : best.both;
     if (!std::isfinite(fit.squares)) return std::nullopt;
     const std::optional<Axes> axes = orbitAxes(ephemeris.states[fit.interval], errors.motion);
@@ -209,10 +239,11 @@ std::vector<Jump> findJumps(const Ephemeris& ephemeris, const InterpolationError
                             const std::vector<std::size_t>& gaps) {
     std::vector<Jump> jumps;
     if (errors.motion == Motion::Unknown || errors.residuals.empty()) return jumps;
-    const std::vector<double> scaled = scaledResiduals(errors, gaps);
+    const Suspicion positions(ephemeris, errors.residuals, gaps);
+    const Suspicion velocities(ephemeris, errors.velocityResiduals, gaps);
     const double step_s = medianOf(stepsOf(ephemeris));
-    for (const Event& event : eventsIn(errors, scaled))
-        if (const auto jump = fitJump(ephemeris, errors, scaled, event, step_s)) jumps.push_back(*jump);
+    for (const Event& event : eventsIn(positions, velocities))
+        if (const auto jump = fitJump(ephemeris, errors, positions.scaled(), event, step_s)) jumps.push_back(*jump);
     return jumps;
 }
 

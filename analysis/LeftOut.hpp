@@ -19,8 +19,11 @@ inline constexpr std::ptrdiff_t kReach = 3;  // neighbours on each side that a c
 // Without an orbit both are taken as zero and the points themselves.
 class Neighbourhood {
 public:
-    Neighbourhood(const Ephemeris& ephemeris, std::size_t centre, Motion motion, std::ptrdiff_t reach = kReach)
+    // times_s: the elapsed ones of the ephemeris, or the stored ones.
+    Neighbourhood(const Ephemeris& ephemeris, const std::vector<double>& times_s, std::size_t centre, Motion motion,
+                  std::ptrdiff_t reach = kReach)
         : ephemeris_(ephemeris),
+          times_s_(times_s),
           centre_(centre),
           hasOrbit_(motion != Motion::Unknown),
           orbit_(ephemeris.states[centre], motion) {
@@ -36,7 +39,7 @@ public:
     std::size_t index(std::ptrdiff_t k) const {
         return static_cast<std::size_t>(static_cast<std::ptrdiff_t>(centre_) + k);
     }
-    double seconds(std::size_t point) const { return ephemeris_.elapsed_s[point] - ephemeris_.elapsed_s[centre_]; }
+    double seconds(std::size_t point) const { return times_s_[point] - times_s_[centre_]; }
     State& orbitAt(std::ptrdiff_t k) { return states_[static_cast<std::size_t>(k + kReach)]; }
     const State& orbitAt(std::ptrdiff_t k) const { return states_[static_cast<std::size_t>(k + kReach)]; }
     const State& pointAt(std::ptrdiff_t k) const { return ephemeris_.states[index(k)]; }
@@ -44,6 +47,7 @@ public:
 
 private:
     const Ephemeris& ephemeris_;
+    const std::vector<double>& times_s_;
     std::size_t centre_;
     bool hasOrbit_;
     TwoBodyOrbit orbit_;
@@ -55,6 +59,7 @@ template <std::size_t N>
 struct Neighbours {
     std::array<std::ptrdiff_t, N> offsets;
     HermiteNodes<N> nodes;
+    double meanStep_s;
 };
 
 template <std::size_t N>
@@ -66,7 +71,7 @@ Neighbours<N> neighboursOf(const Neighbourhood& near) {
         offsets[k] = side + (side >= 0 ? 1 : 0);
         times_s[k] = near.seconds(near.index(offsets[k]));
     }
-    return {offsets, HermiteNodes<N>(times_s)};
+    return {offsets, HermiteNodes<N>(times_s), (times_s.back() - times_s.front()) / static_cast<double>(N)};
 }
 
 // What the weights make of the differences between points and orbit.
@@ -85,23 +90,21 @@ Vector ofDifferences(const Neighbourhood& near, const Neighbours<N>& neighbours,
 struct LeftOut {
     Vector residual = Vector::Zero();   // of the points less the orbit
     Vector curvature = Vector::Zero();  // of the orbit itself
-    double gain = 0.0;
-    double distances = 0.0;  // product of the distances to the neighbours
+    double squaredGain = 0.0;           // of the neighbours
 };
 
+// What the weights make of the neighbours instead of `own`, the position of the centre or its velocity.
 template <std::size_t N>
-LeftOut leaveOut(const Neighbourhood& near, double step_s) {
-    const Neighbours<N> neighbours = neighboursOf<N>(near);
-    const HermiteWeights<N> weights = neighbours.nodes.at(0.0);
+LeftOut leaveOut(const Neighbourhood& near, const Neighbours<N>& neighbours, const HermiteWeights<N>& weights,
+                 const Vector& own) {
     LeftOut result;
     result.residual = ofDifferences(near, neighbours, weights);
     for (std::size_t k = 0; k < N; ++k) {
         const State& orbit = near.orbitAt(neighbours.offsets[k]);
         result.curvature += weights.position[k] * positionOf(orbit) + weights.velocity[k] * velocityOf(orbit);
     }
-    (near.hasOrbit() ? result.curvature : result.residual) -= positionOf(near.pointAt(0));
-    result.gain = std::sqrt(1.0 + weights.squaredGain(step_s));
-    result.distances = neighbours.nodes.distances(0.0);
+    (near.hasOrbit() ? result.curvature : result.residual) -= own;
+    result.squaredGain = weights.squaredGain(neighbours.meanStep_s);
     return result;
 }
 

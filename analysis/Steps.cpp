@@ -9,11 +9,15 @@ namespace {
 constexpr std::size_t kStepsOnEachSide = 15;
 constexpr double kLargestMeanSpacing_days = 0.04236111111111111;  // 61 minutes, with the library's digits
 
-double medianAround(std::span<const double> steps_s, std::size_t i) {
+// The step that a quarter of those around an interval exceeds.
+double usualAround(std::span<const double> steps_s, std::size_t i) {
     const std::size_t first = i - std::min(i, kStepsOnEachSide);
     const std::size_t last = std::min(i + kStepsOnEachSide, steps_s.size() - 1);
-    return medianOf({steps_s.begin() + static_cast<std::ptrdiff_t>(first),
-                     steps_s.begin() + static_cast<std::ptrdiff_t>(last) + 1});
+    std::vector<double> around(steps_s.begin() + static_cast<std::ptrdiff_t>(first),
+                               steps_s.begin() + static_cast<std::ptrdiff_t>(last) + 1);
+    const auto usual = around.begin() + static_cast<std::ptrdiff_t>(3 * (around.size() - 1) / 4);
+    std::nth_element(around.begin(), usual, around.end());
+    return *usual;
 }
 
 }  // namespace
@@ -37,16 +41,17 @@ std::vector<double> stepsOf(const Ephemeris& ephemeris) {
 std::optional<StepRange> stepRange(std::span<const double> steps_s) {
     if (steps_s.empty()) return std::nullopt;
     const auto [least, largest] = std::minmax_element(steps_s.begin(), steps_s.end());
-    return StepRange{*least, medianOf({steps_s.begin(), steps_s.end()}), *largest};
+    const auto rounded = [](double seconds) { return std::round(seconds * 1e6) / 1e6; };
+    return StepRange{rounded(*least), rounded(medianOf({steps_s.begin(), steps_s.end()})), rounded(*largest)};
 }
 
 std::vector<std::size_t> gapsIn(std::span<const double> steps_s, double factor) {
     std::vector<std::size_t> gaps;
     if (steps_s.empty()) return gaps;
-    // No median is below the least step, so most files need no medians.
+    // What is usual is not below the least step, so most files need no more than that.
     const double least_s = *std::min_element(steps_s.begin(), steps_s.end());
     for (std::size_t i = 0; i < steps_s.size(); ++i)
-        if (steps_s[i] > factor * least_s && steps_s[i] > factor * medianAround(steps_s, i)) gaps.push_back(i);
+        if (steps_s[i] > factor * least_s && steps_s[i] > factor * usualAround(steps_s, i)) gaps.push_back(i);
     return gaps;
 }
 

@@ -16,6 +16,7 @@ double medianOf(std::vector<double> values);
 // Seconds between neighbouring points.
 std::vector<double> stepsOf(const Ephemeris& ephemeris);
 
+// To the microsecond: finer differences are due to the rounding of times.
 struct StepRange {
     double least_s;
     double median_s;
@@ -27,8 +28,9 @@ std::optional<StepRange> stepRange(std::span<const double> steps_s);
 
 inline constexpr double kGapFactor = 3.0;
 
-// The intervals that are longer than `factor` times the median of the 31 steps around them: itself and fifteen on each
-// side, fewer at the ends.
+// The intervals that are longer than `factor` times what is usual around them: the upper quartile of 31 steps, itself
+// and fifteen on each side, fewer at the ends. (With their median, long steps would be gaps wherever they alternate with
+// short ones.)
 std::vector<std::size_t> gapsIn(std::span<const double> steps_s, double factor = kGapFactor);
 
 // The library interpolates over windows of four points.

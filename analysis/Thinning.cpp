@@ -59,7 +59,7 @@ std::optional<double> spacingThatWouldDo_s(const Ephemeris& ephemeris, double to
     while (Thinned(ephemeris, 2 * stride).keepsWithin(tolerance_m / kMetresPerKm))
         stride *= 2;
     if (stride == 1) return std::nullopt;
-    return medianOf(stepsOf(ephemeris)) * static_cast<double>(stride);
+    return stepRange(stepsOf(ephemeris))->median_s * static_cast<double>(stride);
 }
 
 }  // namespace vorlandi::analysis

@@ -16,9 +16,9 @@ constexpr double kResolution_s = 2e-6;  // of times near the end of the range, w
 
 double secondsOfDay(Ds50 time) { return (time.days - std::floor(time.days)) * kSecondsPerDay; }
 
-double offMultipleOf(double step_s, double seconds) { return std::abs(std::remainder(seconds, step_s)); }
-
-double taiMinusUtc(Ds50 time) { return tai_minus_utc_s(time); }
+double offMultipleOf(double step_s, double seconds) {
+    return std::abs(seconds - step_s * std::round(seconds / step_s));
+}
 
 }  // namespace
 
@@ -36,7 +36,7 @@ const char* likelyTimeScale(const Ephemeris& ephemeris) {
     if (!(step_s >= 1.0) || offMultipleOf(step_s, 3600.0) > 0.0) return nullptr;
     const auto allOn = [&](double sinceTai_s, double shareOfTai) {
         return std::all_of(ephemeris.times.begin(), ephemeris.times.end(), [&](Ds50 time) {
-            const double seconds = secondsOfDay(time) + shareOfTai * taiMinusUtc(time) + sinceTai_s;
+            const double seconds = secondsOfDay(time) + shareOfTai * tai_minus_utc_s(time) + sinceTai_s;
             return offMultipleOf(step_s, seconds) <= kTolerance_s;
         });
     };

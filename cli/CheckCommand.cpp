@@ -222,7 +222,7 @@ void addCheckCommand(CLI::App& application, Session& session) {
         ->check(CLI::PositiveNumber.description(""));
     command
         ->add_option("--gap-factor", options->check.gapFactor,
-                     "A gap is a step of more than F times the median of the 31 steps around it")
+                     "A gap is a step of more than F times what is usual around it")
         ->type_name("F")
         ->capture_default_str()
         ->check(CLI::Range(1.0, 1e9).description(""));

@@ -269,7 +269,7 @@ void verifyBurns(std::size_t files, std::uint64_t seed) {
 // ---- Faults ----
 
 struct Fault {
-    const char* name;
+    std::string name;
     Kind kind;
     Scenario scenario;
     std::function<void(Made&, std::vector<Matrix6>&, std::mt19937_64&)> inject;
@@ -320,8 +320,8 @@ std::size_t somewhere(const Made& made, std::mt19937_64& random) { return 40 + r
 std::vector<Fault> faults() {
     using Covariances = std::vector<Matrix6>;
     std::vector<Fault> list;
-    const auto add = [&](const char* name, Kind kind, Scenario scenario, auto inject, Frame frame = Frame::J2K) {
-        list.push_back({name, kind, std::move(scenario),
+    const auto add = [&](const std::string& name, Kind kind, Scenario scenario, auto inject, Frame frame = Frame::J2K) {
+        list.push_back({std::string(name), kind, std::move(scenario),
                         [inject](Made& m, Covariances& c, std::mt19937_64& r) { inject(m, c, r); }, frame});
     };
     add("three points", Kind::FewPoints, leo(60),
@@ -351,11 +351,11 @@ std::vector<Fault> faults() {
         "inertial velocities", Kind::VelocityFrame, leo(60, true),
         [](Made& m, auto&, auto&) { addRotationToVelocities(m, 1.0); }, Frame::ECR);
     for (const double factor : {1000.0, 0.001, 3280.84, 0.3048, 60.0, 1.0 / 60.0, 3600.0, 86400.0, 1.0 / 86400.0, -1.0})
-        add("velocities in another unit", Kind::VelocityUnit, leo(60),
+        add(fmt::format("velocities times {:.6g}", factor), Kind::VelocityUnit, leo(60),
             [=](Made& m, auto&, auto&) { scale(m, 1.0, factor); });
     add("velocities 10 % off", Kind::VelocityMismatch, leo(60), [](Made& m, auto&, auto&) { scale(m, 1.0, 1.1); });
     for (const double factor : {1000.0, 3280.84, 0.621371, 0.539957, 1.0 / 6378.137})
-        add("states in another unit", Kind::PositionUnit, leo(60),
+        add(fmt::format("states times {:.6g}", factor), Kind::PositionUnit, leo(60),
             [=](Made& m, auto&, auto&) { scale(m, factor, factor); });
     add("positions in metres, velocities in km/s", Kind::PositionUnit, leo(60),
         [](Made& m, auto&, auto&) { scale(m, 1000.0, 1.0); });
@@ -393,10 +393,9 @@ std::vector<Fault> faults() {
     covariances("one correlation of 1.01", Kind::CovarianceNotPositive, [](Matrix6& m, std::size_t i) {
         if (i == 50) correlate(m, 1.01);
     });
-    covariances("a correlation that changes from 0.99 to -0.99", Kind::CovarianceBetween,
+    covariances("variances that jump from 1e-4 to 1 km^2 and back", Kind::CovarianceBetween,
                 [](Matrix6& m, std::size_t i) {
-                    correlate(m, 0.999);
-                    if (i == 50) m = plainCovariance(1e-12);
+                    if (i % 4 == 0) m = plainCovariance(1.0);
                 });
     covariances("some without a covariance", Kind::CovarianceMissing, [](Matrix6& m, std::size_t i) {
         if (i % 3 == 0) m = {};
