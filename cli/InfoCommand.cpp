@@ -173,11 +173,11 @@ void printJson(const std::vector<Row>& rows, Output& output) {
 }
 
 ExitStatus runInfo(const InfoOptions& options, Console& console) {
-    Origins origins;
-    const bool allLoaded = loadFiles(options.input, options.output, console, &origins);
+    LoadResults results;
+    const bool allLoaded = loadFiles(options.input, options.output, console, &results);
     std::vector<Row> rows;
     for (const SatelliteRecord& satellite : loadedSatellites())
-        rows.push_back({satellite, origins[satellite.key()].format, rulesName(options.input.rules),
+        rows.push_back({satellite, results.origins[satellite.key()].format, rulesName(options.input.rules),
                         spacingOf(satellite), contentsOf(satellite)});
     if (rows.empty() && refusesEmptyFile(options.output, console)) return ExitStatus::Failure;
     Output output(options.output);

@@ -153,12 +153,13 @@ std::int64_t keyIn(std::string_view text) {
 
 }  // namespace
 
-LoadListener::LoadListener(std::string argument, Rules rules, Medium medium, Origins& origins, Console& console)
+LoadListener::LoadListener(std::string argument, Rules rules, Medium medium, LoadResults& results, Console& console)
     : argument_(std::move(argument)),
       file_(argument_),
       rules_(rules),
       medium_(medium),
-      origins_(origins),
+      results_(results),
+      origins_(results.origins),
       console_(console),
       tallies_(std::size(kPlurals), Tally{Quota(console), ""}),
       messages_([this](Severity severity, std::string_view text) { handleMessage(severity, text); }),
@@ -171,6 +172,7 @@ void LoadListener::beginFile(const std::string& name) {
 
 void LoadListener::endFile(std::int32_t status, bool isCardFile) {
     endBlock();
+    results_.statuses.emplace_back(file_, status);
     if (fileHasError_ || (status == 0 && (fileHasSatellite_ || isCardFile))) return;
     if (status != 0) {
         const bool isFile = medium_ == Medium::File;
@@ -183,7 +185,7 @@ void LoadListener::endFile(std::int32_t status, bool isCardFile) {
 }
 
 void LoadListener::reportUnreadableFile(const std::string& where, std::string_view reason) {
-    report(Problem::UnreadableFile, where, reason);
+    report(Problem::UnreadableFile, {where, 0, {}}, reason);
 }
 
 void LoadListener::finish() {
@@ -229,7 +231,7 @@ void LoadListener::handleEvent(const ReadEvent& event) {
             handleMissing(event);
             break;
         case Refused:
-            report(Problem::NotStored, nameOf(place), "not stored: " + reasonOfRefusal(text));
+            report(Problem::NotStored, place, "not stored: " + reasonOfRefusal(text));
             reportDropped();
             refusalTold_ = true;
             break;
@@ -241,7 +243,7 @@ void LoadListener::handleMissing(const ReadEvent& event) {
     const std::string reason = medium_ == Medium::Memory
                                    ? "cards on standard input are not followed"
                                    : reasonAgainst(fileOfCard(name, card, rules_)) + hintAt(name, card, rules_);
-    report(Problem::UnreadableFile, nameOf({card, event.line, ""}), fmt::format("{}: {}", name, reason));
+    report(Problem::UnreadableFile, {card, event.line, ""}, fmt::format("{}: {}", name, reason));
 }
 
 void LoadListener::handleMessage(Severity severity, std::string_view message) {
@@ -266,10 +268,10 @@ void LoadListener::handleOtherMessage(std::string_view message) {
     const bool isRemark = std::any_of(std::begin(kRemarks), std::end(kRemarks), isIn);
     const std::string& file = block_.file.empty() ? file_ : block_.file;
     if (const std::int64_t line = lineIn(message, file); line > 0) {
-        report(isRemark ? Problem::Remark : Problem::Other, nameOf({file, line, block_.format}),
+        report(isRemark ? Problem::Remark : Problem::Other, {file, line, block_.format},
                *reasonIn(message, file, line));
     } else {
-        report(Problem::Other, file, problemIn(message).value_or(message));
+        report(Problem::Other, {file, 0, {}}, problemIn(message).value_or(message));
     }
 }
 
@@ -283,7 +285,7 @@ void LoadListener::reportUnrecognised(std::string_view text) {
         if (reason.ends_with('.')) reason.pop_back();
     }
     if (text.ends_with('.')) text.remove_suffix(1);
-    report(Problem::UnreadableFile, std::string(text), reason);
+    report(Problem::UnreadableFile, {std::string(text), 0, {}}, reason);
 }
 
 // Some readers log the line itself before the problem; it is known already.
@@ -331,13 +333,13 @@ void LoadListener::reportUnreadable(std::string_view detail) {
 }
 
 void LoadListener::reportBadLine(Problem problem, const std::string& text) {
-    report(problem, nameOf(badLine_->place), text);
+    report(problem, badLine_->place, text);
     badLine_.reset();
 }
 
 // Points are not dropped in the order of their lines.
 void LoadListener::handleDropped(const Place& place) {
-    if (console_.isVerbose())
+    if (console_.isVerbose() && !results_.wantsReports)
         return console_.warning(nameOf(place), "point dropped: not later than the point before it");
     if (dropped_ == 0 || place.line < firstDropped_.line) firstDropped_ = place;
     ++dropped_;
@@ -345,9 +347,9 @@ void LoadListener::handleDropped(const Place& place) {
 
 void LoadListener::reportDropped() {
     if (dropped_ == 1)
-        report(Problem::DroppedPoints, nameOf(firstDropped_), "point dropped: not later than the point before it");
+        report(Problem::DroppedPoints, firstDropped_, "point dropped: not later than the point before it");
     if (dropped_ > 1)
-        report(Problem::DroppedPoints, nameOf(firstDropped_),
+        report(Problem::DroppedPoints, firstDropped_,
                fmt::format("{} points dropped, this one first: not later than the points before them", dropped_));
     dropped_ = 0;
 }
@@ -363,9 +365,15 @@ bool LoadListener::isWarning(Problem problem) {
     return problem == Problem::DroppedPoints || problem == Problem::Remark;
 }
 
-void LoadListener::report(Problem problem, const std::string& where, std::string_view text) {
+void LoadListener::report(Problem problem, const Place& place, std::string_view text) {
     errorSeen_ = errorSeen_ || !isWarning(problem);
     fileHasError_ = fileHasError_ || !isWarning(problem);
+    if (results_.wantsReports) {
+        results_.reports.push_back(
+            {problem, place.file, place.line, std::string(text), badLine_ ? badLine_->text : ""});
+        return;
+    }
+    const std::string where = nameOf(place);
     auto& [quota, last] = tallies_[static_cast<std::size_t>(problem)];
     last = where;
     if (!quota.admits()) return;
@@ -415,6 +423,7 @@ std::string LoadListener::originOfNumber(const SatelliteRecord& original) const 
 }
 
 std::string LoadListener::nameOf(const Place& place) {
+    if (place.line == 0 && place.format.empty()) return place.file;
     const char* const separator = place.format == kBinaryFormat ? ", record " : ":";
     return place.file + separator + std::to_string(place.line);
 }

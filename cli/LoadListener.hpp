@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Console.hpp"
@@ -26,10 +27,29 @@ struct Origin {
 // By the key of the satellite.
 using Origins = std::map<std::int64_t, Origin>;
 
+enum class LoadProblem { UnreadableLine, EndedBlock, UnreadableFile, NotStored, DroppedPoints, Remark, Other };
+
+// What went wrong, for those who want it as data.
+struct LoadReport {
+    LoadProblem problem;
+    std::string file;
+    std::int64_t line;  // 0: none; in a binary file the record
+    std::string text;
+    std::string lineText;  // of an unreadable line
+};
+
+// Where a load leaves what it has shown.
+struct LoadResults {
+    Origins origins;
+    bool wantsReports = false;  // if so they are collected here and not printed
+    std::vector<LoadReport> reports;
+    std::vector<std::pair<std::string, std::int32_t>> statuses;  // of the files, with the library's status
+};
+
 class LoadListener {
 public:
-    // `argument` is the file to be loaded, as the user named it; the origin of each satellite is added to `origins`.
-    LoadListener(std::string argument, Rules rules, Medium medium, Origins& origins, Console& console);
+    // `argument` is the file to be loaded, as the user named it; the origin of each satellite is added to `results`.
+    LoadListener(std::string argument, Rules rules, Medium medium, LoadResults& results, Console& console);
 
     // One of several files of the argument begins, or ends with a status of the library. A fault about
     // which the library has said nothing is reported at the end; a card file needs no satellites of its own.
@@ -48,7 +68,7 @@ public:
     const std::set<std::string>& files() const { return files_; }
 
 private:
-    enum class Problem { UnreadableLine, EndedBlock, UnreadableFile, NotStored, DroppedPoints, Remark, Other };
+    using Problem = LoadProblem;
 
     struct Place {
         std::string file;
@@ -79,7 +99,7 @@ private:
 
     void reportBadLine(Problem problem, const std::string& text);
     void reportUnreadable(std::string_view detail);
-    void report(Problem problem, const std::string& where, std::string_view text);
+    void report(Problem problem, const Place& place, std::string_view text);
 
     std::string reasonOfReadError() const;
     std::string reasonOfRefusal(std::string_view reason) const;
@@ -93,6 +113,7 @@ private:
     std::string file_;  // the one of the argument that is being loaded
     Rules rules_;
     Medium medium_;
+    LoadResults& results_;
     Origins& origins_;
     Console& console_;
     std::set<std::string> files_;

@@ -61,8 +61,8 @@ private:
 // Loads the files of a command, one after the other.
 class Loader {
 public:
-    Loader(const InputOptions& input, const std::string& output, Console& console, Origins& origins)
-        : input_(input), output_(output), console_(console), origins_(origins) {}
+    Loader(const InputOptions& input, const std::string& output, Console& console, LoadResults& results)
+        : input_(input), output_(output), console_(console), results_(results) {}
 
     // True if all went well.
     bool load(const std::string& file) { return file == kStandardInput ? loadStandardInput() : loadNamed(file); }
@@ -71,10 +71,10 @@ private:
     // Of a pipe, cards are followed, as of a file.
     bool loadStream(const std::string& name, InputFile& opened, Medium medium) {
         if (const int error = opened.readAll(); error != 0) {
-            console_.error(name, error == EFBIG ? "larger than 4 GiB" : std::strerror(error));
+            refuse(name, error == EFBIG ? "larger than 4 GiB" : std::strerror(error));
             return false;
         }
-        LoadListener listener(name, input_.rules, medium, origins_, console_);
+        LoadListener listener(name, input_.rules, medium, results_, console_);
         LoadOptions fromMemory = options();
         fromMemory.follow_cards = medium == Medium::File;
         const auto content = std::as_bytes(std::span(opened.source().begin));
@@ -85,20 +85,20 @@ private:
     bool loadNamed(const std::string& file) {
         const std::string name = libraryName(file);
         if (const char* const reason = reasonAgainst(name)) {
-            console_.error(file, reason);
+            refuse(file, reason);
             return false;
         }
         InputFile opened(name);
         if (opened.packing()) return loadPacked(name, opened);
         if (opened.isStream()) return loadStream(name, opened, Medium::File);
-        LoadListener listener(file, input_.rules, Medium::File, origins_, console_);
+        LoadListener listener(file, input_.rules, Medium::File, results_, console_);
         listener.endFile(keepIn(try_load(name, options())));
         return finish(listener);
     }
 
     bool loadStandardInput() {
         if (const char* const reason = reasonAgainst(input_.stdinName)) {
-            console_.error("--stdin-name", reason);
+            refuse("--stdin-name", reason);
             return false;
         }
         InputFile opened;
@@ -107,7 +107,7 @@ private:
     }
 
     bool loadPacked(const std::string& name, const InputFile& opened) {
-        LoadListener listener(name, input_.rules, Medium::Memory, origins_, console_);
+        LoadListener listener(name, input_.rules, Medium::Memory, results_, console_);
         if (opened.packing().isRead) {
             ArchiveClient client(listener);
             archives::load({name, detail::flags(options()), static_cast<std::int64_t>(input_.mostMemberBytes)},
@@ -117,6 +117,12 @@ private:
                 name, fmt::format("{} is not read; gzip, xz, zstd, zip and tar are", opened.packing().name));
         }
         return finish(listener);
+    }
+
+    void refuse(const std::string& file, const std::string& reason) {
+        results_.statuses.emplace_back(file, kFailure);
+        if (!results_.wantsReports) return console_.error(file, reason);
+        results_.reports.push_back({LoadProblem::UnreadableFile, file, 0, reason, {}});
     }
 
     LoadOptions options() const {
@@ -143,15 +149,15 @@ private:
     const InputOptions& input_;
     const std::string& output_;
     Console& console_;
-    Origins& origins_;
+    LoadResults& results_;
 };
 
 }  // namespace
 
-bool loadFiles(const InputOptions& input, const std::string& output, Console& console, Origins* origins) {
-    Origins unused;
+bool loadFiles(const InputOptions& input, const std::string& output, Console& console, LoadResults* results) {
+    LoadResults unused;
     checkArguments(input, output);
-    Loader loader(input, output, console, origins != nullptr ? *origins : unused);
+    Loader loader(input, output, console, results != nullptr ? *results : unused);
     const std::size_t count = input.files.size();
     bool allWell = true;
     for (std::size_t i = 0; i < count; ++i) {

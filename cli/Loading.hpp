@@ -11,7 +11,7 @@ namespace vorlandi::cli {
 
 // True if every file was read whole and at least one satellite of each was stored. What could be loaded stays loaded.
 // Throws a UsageError if the output of the command would overwrite one of the files or a file that their cards name.
-// Fills `origins` if it is given.
-bool loadFiles(const InputOptions& input, const std::string& output, Console& console, Origins* origins = nullptr);
+// Fills `results` if it is given.
+bool loadFiles(const InputOptions& input, const std::string& output, Console& console, LoadResults* results = nullptr);
 
 }  // namespace vorlandi::cli

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <sstream>
 
+#include "CheckCommand.hpp"
 #include "ConvertCommand.hpp"
 #include "FormatsCommand.hpp"
 #include "InfoCommand.hpp"
@@ -44,6 +45,7 @@ void addCommands(CLI::App& application, Session& session) {
     application.footer(kFooter);
     addInfoCommand(application, session);
     addStatesCommand(application, session);
+    addCheckCommand(application, session);
     addSaveCommand(application, session);
     addConvertCommand(application, session);
     addTimeCommand(application, session);

@@ -13,7 +13,8 @@
 
 namespace vorlandi::cli {
 
-enum class ExitStatus { Success = 0, Failure = 1, Usage = 2 };
+// Of check and diff: found nothing, found something, wrong usage, could not look.
+enum class ExitStatus { Success = 0, Failure = 1, Usage = 2, Unreadable = 3 };
 
 inline ExitStatus statusOf(bool allWell) { return allWell ? ExitStatus::Success : ExitStatus::Failure; }
 

@@ -55,18 +55,6 @@ std::vector<double> storedTimes(Satellite satellite) {
     return times;
 }
 
-bool isCovariance(const Matrix6& matrix) {
-    bool any = false;
-    for (std::size_t row = 0; row < 6; ++row) {
-        any = any || matrix[row][row] != 0.0;
-        for (std::size_t column = 0; column < row; ++column) {
-            const bool hasVariances = matrix[row][row] != 0.0 && matrix[column][column] != 0.0;
-            if (matrix[row][column] != 0.0 && !hasVariances) return false;
-        }
-    }
-    return any;
-}
-
 Contents contentsOf(const SatelliteRecord& record) {
     std::int64_t velocities = 0;
     std::int64_t covariances = 0;

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis/Ephemeris.hpp"
 #include "vorlandi/vorlandi.hpp"
 
 namespace vorlandi::cli {
@@ -52,9 +53,7 @@ std::vector<SatelliteRecord> loadedSatellites();
 // The times of all stored points, days since 1950, UTC.
 std::vector<double> storedTimes(Satellite satellite);
 
-// Some formats store other numbers in place of a covariance. A matrix is a covariance only if the elements in the row
-// and column of a zero variance are zero too.
-bool isCovariance(const Matrix6& matrix);
+using analysis::isCovariance;
 
 // How many of a satellite's points have something.
 enum class Share { None, Some, All };

@@ -102,10 +102,10 @@ bool leaveOutUnnamed(std::vector<SatelliteRecord>& satellites, const Origins& or
 }
 
 ExitStatus runSave(const SaveOptions& options, Console& console) {
-    Origins origins;
-    const bool allLoaded = loadFiles(options.input, options.output, console, &origins);
+    LoadResults results;
+    const bool allLoaded = loadFiles(options.input, options.output, console, &results);
     std::vector<SatelliteRecord> satellites = loadedSatellites();
-    const bool allNamed = leaveOutUnnamed(satellites, origins, console);
+    const bool allNamed = leaveOutUnnamed(satellites, results.origins, console);
     if (satellites.empty()) {
         reportNothingToWrite(options.output, console);
         return ExitStatus::Failure;

@@ -1,0 +1,362 @@
+#include "analysis/Check.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+#include "analysis/Covariances.hpp"
+#include "analysis/Dynamics.hpp"
+#include "analysis/InterpolationErrors.hpp"
+#include "analysis/Jumps.hpp"
+#include "analysis/Texts.hpp"
+#include "analysis/Thinning.hpp"
+#include "analysis/TimeTags.hpp"
+#include "analysis/Vectors.hpp"
+
+namespace vorlandi::analysis {
+namespace {
+
+constexpr double kEvenSteps = 1.001;
+constexpr double kGround_km = 6350.0;
+constexpr double kCoarseScatter_m = 0.1;
+constexpr double kUnevenGain = 20.0;
+constexpr double kLargestSigma_m = 1e6;
+constexpr double kLeastSigma_m = 1e-6;
+constexpr const char* kNotExamined = "; interpolation and jumps are not examined";
+
+std::string joined(const std::array<double, 3>& components, std::string (*text)(double)) {
+    return "radial " + text(components[0]) + ", in-track " + text(components[1]) + ", cross-track " +
+           text(components[2]);
+}
+
+// One check: each member adds what it finds.
+class Check {
+public:
+    Check(const Ephemeris& ephemeris, const CheckOptions& options, const CovariancesBetween& between)
+        : ephemeris_(ephemeris),
+          options_(options),
+          between_(between),
+          steps_s_(stepsOf(ephemeris)),
+          gaps_(gapsIn(steps_s_, options.gapFactor)) {}
+
+    SatelliteCheck result() {
+        check_.spacing = stepRange(steps_s_);
+        if (ephemeris_.size() == 0) {
+            add({Severity::Error, Kind::FewPoints, "no points"});
+            return std::move(check_);
+        }
+        checkNumberOfPoints();
+        checkSteps();
+        checkTimes();
+        const Dynamics dynamics = examineDynamics(ephemeris_);
+        reportVelocities(dynamics);
+        reportFrame(dynamics);
+        if (!dynamics.positionUnit && (dynamics.motion != Motion::Unknown || isKnownFrame())) checkHeights();
+        if (!dynamics.hasFault())
+            examineInterpolation(dynamics.points > 0 ? dynamics.motion : motionOf(ephemeris_.frame));
+        checkCovariances();
+        return std::move(check_);
+    }
+
+private:
+    void add(Finding finding) { check_.findings.push_back(std::move(finding)); }
+
+    // Between two points, by their indices.
+    void addBetween(std::size_t first, std::size_t last, Finding finding) {
+        finding.from = ephemeris_.times[first];
+        finding.to = ephemeris_.times[last];
+        add(std::move(finding));
+    }
+    void addOverall(Finding finding) { addBetween(0, ephemeris_.size() - 1, std::move(finding)); }
+
+    bool isKnownFrame() const { return motionOf(ephemeris_.frame) != Motion::Unknown; }
+
+    void checkNumberOfPoints() {
+        if (ephemeris_.size() < kWindow)
+            addOverall({Severity::Error, Kind::FewPoints,
+                        countText(ephemeris_.size(), "point") + ": states are answered at the points only",
+                        static_cast<double>(ephemeris_.size())});
+        for (const auto [first, last] : unansweredStretches(ephemeris_)) {
+            const double seconds = ephemeris_.elapsed_s[last + 1] - ephemeris_.elapsed_s[first];
+            addBetween(first, last + 1,
+                       {Severity::Error, Kind::Unanswered,
+                        "states are not answered for " + roundedText(seconds / 3600.0) +
+                            " hours: the points around are more than 61 minutes apart on average",
+                        seconds, "s"});
+        }
+    }
+
+    void checkSteps() {
+        if (!check_.spacing || !(check_.spacing->largest_s > kEvenSteps * check_.spacing->least_s)) return;
+        const auto [least_s, median_s, largest_s] = *check_.spacing;
+        addOverall({Severity::Note, Kind::Steps,
+                    "steps are uneven: least " + roundedText(least_s) + " s, median " + roundedText(median_s) +
+                        " s, largest " + roundedText(largest_s) + " s",
+                    largest_s, "s"});
+    }
+
+    void checkTimes() {
+        if (isOutsideSpaceAge(ephemeris_))
+            addOverall({Severity::Warning, Kind::TimeSpan, "times are not all within 1957-10-04 to 2056-12-31"});
+        if (const char* const scale = likelyTimeScale(ephemeris_))
+            addOverall({Severity::Note, Kind::TimeScale,
+                        std::string("all times are whole multiples of the step on the ") + scale +
+                            " scale, not on UTC: tagged in " + scale + " time?"});
+        if (const double off_s = offWholeMilliseconds(ephemeris_); off_s > 0.0)
+            addOverall({Severity::Note, Kind::CoarseDigits,
+                        "times are not whole milliseconds: if digits are missing, states may be off along the track",
+                        off_s, "s"});
+    }
+
+    void reportVelocities(const Dynamics& dynamics) {
+        switch (dynamics.velocityFault) {
+            case VelocityFault::None:
+                return;
+            case VelocityFault::Missing:
+                return addOverall(
+                    {Severity::Error, Kind::NoVelocity,
+                     std::string("all velocities are zero, but interpolation needs them") + kNotExamined});
+            case VelocityFault::InertialOfRotating:
+                return addOverall(
+                    {Severity::Error, Kind::VelocityFrame,
+                     std::string("the positions turn with the earth, the velocities are inertial") + kNotExamined,
+                     1.0});
+            case VelocityFault::RotatingOfInertial:
+                return addOverall({Severity::Error, Kind::VelocityFrame,
+                                   std::string("the positions are inertial, the velocities are those of axes that turn "
+                                               "with the earth") +
+                                       kNotExamined,
+                                   -1.0});
+            case VelocityFault::OtherUnit:
+                return addOverall({Severity::Error, Kind::VelocityUnit,
+                                   "velocities are " + roundedText(dynamics.velocityFactor) +
+                                       " times the change of the positions: " + dynamics.velocityUnit->meaning + "?" +
+                                       kNotExamined,
+                                   dynamics.velocityFactor});
+            case VelocityFault::Mismatch:
+                return addOverall({Severity::Error, Kind::VelocityMismatch,
+                                   "velocities differ from the change of the positions by " +
+                                       roundedText(100.0 * dynamics.velocityMismatch) + " %" + kNotExamined,
+                                   dynamics.velocityMismatch});
+        }
+    }
+
+    void reportFrame(const Dynamics& dynamics) {
+        const bool rotates = dynamics.motion == Motion::Rotating;
+        if (dynamics.positionUnit)
+            addOverall({Severity::Error, Kind::PositionUnit,
+                        std::string("positions seem to be in ") + dynamics.positionUnit->meaning + kNotExamined,
+                        dynamics.positionFactor});
+        if (dynamics.frameMismatch)
+            addOverall({Severity::Error, Kind::FrameMismatch,
+                        "the frame is " + name(ephemeris_.frame) + ", but the points move as in " +
+                            (rotates ? "axes that turn with the earth" : "inertial axes") + kNotExamined});
+        if (!isKnownFrame())
+            addOverall({Severity::Note, Kind::FrameUnknown,
+                        "the axes of frame " + name(ephemeris_.frame) + " are not known" +
+                            (dynamics.motion == Motion::Unknown ? ""
+                             : rotates ? "; the points move as in axes that turn with the earth"
+                                       : "; the points move as in inertial axes")});
+    }
+
+    void checkHeights() {
+        std::size_t i = 0;
+        const auto radius_km = [this](std::size_t point) { return positionOf(ephemeris_.states[point]).norm(); };
+        while (i < ephemeris_.size()) {
+            const std::size_t first = i;
+            double least_km = kGround_km;
+            for (double r_km; i < ephemeris_.size() && (r_km = radius_km(i)) < kGround_km; ++i)
+                least_km = std::min(least_km, r_km);
+            if (i > first)
+                addBetween(first, i - 1,
+                           {Severity::Warning, Kind::BelowGround,
+                            countText(i - first, "point") + " below the ground: " + roundedText(least_km) +
+                                " km from the centre of the earth",
+                            least_km, "km"});
+            ++i;
+        }
+    }
+
+    void examineInterpolation(Motion motion) {
+        const InterpolationErrors errors = estimatedErrors(ephemeris_, motion);
+        if (errors.gain.empty()) return;
+        check_.interpolation.wouldDo_s = spacingThatWouldDo_s(ephemeris_, options_.tolerance_m);
+        if (ephemeris_.size() >= 7) check_.interpolation.scatter_m = errors.scatter_m;
+        if (errors.scatter_m > kCoarseScatter_m)
+            addOverall({Severity::Note, Kind::CoarseDigits, "the points scatter by " + lengthText(errors.scatter_m),
+                        errors.scatter_m, "m"});
+        reportGaps(errors);
+        summarise(errors);
+        reportInterpolation(errors);
+        for (const analysis::Jump& jump : findJumps(ephemeris_, errors, gaps_))
+            reportJump(jump);
+    }
+
+    // States beside a gap suffer, too, since their windows reach across it.
+    void reportGaps(const InterpolationErrors& errors) {
+        const auto isBad = [&](std::size_t i) { return errors.error_m(i) > options_.tolerance_m; };
+        for (const std::size_t gap : gaps_) {
+            if (!isAnswered(ephemeris_, gap) || std::isnan(errors.error_m(gap))) continue;
+            const std::size_t first = gap > 0 && isBad(gap - 1) ? gap - 1 : gap;
+            const std::size_t last = gap + 1 < ephemeris_.intervals() && isBad(gap + 1) ? gap + 1 : gap;
+            const double error_m = errors.error_m(gap);
+            addBetween(
+                first, last + 1,
+                {isBad(gap) ? Severity::Warning : Severity::Note, Kind::Gap,
+                 "gap of " + roundedText(steps_s_[gap]) + " s: states between are off by about " + lengthText(error_m),
+                 error_m, "m"});
+        }
+    }
+
+    bool reachesAcrossGap(std::size_t interval) const {
+        const std::size_t first = windowOf(interval, ephemeris_.size());
+        const auto gap = std::lower_bound(gaps_.begin(), gaps_.end(), first);
+        return gap != gaps_.end() && *gap < first + kWindow - 1;
+    }
+
+    bool counts(const InterpolationErrors& errors, std::size_t interval) const {
+        return !std::isnan(errors.error_m(interval)) && !reachesAcrossGap(interval);
+    }
+
+    void summarise(const InterpolationErrors& errors) {
+        InterpolationSummary& summary = check_.interpolation;
+        const std::size_t last = ephemeris_.intervals() - 1;
+        double worst_m = -1.0;
+        double gain = -1.0;
+        for (std::size_t i = 0; i <= last; ++i) {
+            if (!counts(errors, i)) continue;
+            const double error_m = errors.error_m(i);
+            std::optional<double>& part = i == 0 ? summary.first_m : i == last ? summary.last_m : summary.inside_m;
+            part = std::max(part.value_or(error_m), error_m);
+            gain = std::max(gain, errors.gain[i]);
+            if (!(error_m > worst_m)) continue;
+            worst_m = error_m;
+            summary.spacing_m = errors.spacing_m[i];
+            summary.digits_m = errors.digits_m[i];
+            summary.worst = ephemeris_.times[i];
+        }
+        if (gain >= 0.0) summary.largestGain = gain;
+    }
+
+    void reportInterpolation(const InterpolationErrors& errors) {
+        const std::size_t last = ephemeris_.intervals() - 1;
+        const auto isAbove = [&](std::size_t i) {
+            return counts(errors, i) && errors.error_m(i) > options_.tolerance_m;
+        };
+        std::size_t above = 0;
+        std::size_t worst = 0;
+        for (std::size_t i = 1; i < last; ++i) {
+            if (!isAbove(i)) continue;
+            if (above++ == 0 || errors.error_m(i) > errors.error_m(worst)) worst = i;
+        }
+        if (above > 0)
+            reportInterval(errors, worst, "states in " + countText(above, "interval") + " are off by up to about ");
+        if (isAbove(0)) reportInterval(errors, 0, "states in the first interval are off by up to about ");
+        if (last > 0 && isAbove(last))
+            reportInterval(errors, last, "states in the last interval are off by up to about ");
+    }
+
+    void reportInterval(const InterpolationErrors& errors, std::size_t i, std::string text) {
+        text += lengthText(errors.error_m(i));
+        text += errors.spacing_m[i] > errors.digits_m[i] ? ", from the spacing of the points"
+                                                         : ", from the scatter of the points";
+        if (errors.gain[i] > kUnevenGain)
+            text += "; uneven steps magnify the scatter " + roundedText(errors.gain[i]) + " times";
+        addBetween(i, i + 1, {Severity::Warning, Kind::Interpolation, text, errors.error_m(i), "m"});
+    }
+
+    void reportJump(const analysis::Jump& jump) {
+        const Ds50 when = from_tai_days(tai_days(ephemeris_.times.front()) + jump.elapsed_s / kSecondsPerDay);
+        const std::string at = " at about " + try_iso(when).value_or("?").substr(0, 19);
+        Finding finding{Severity::Warning, Kind::Jump, {}};
+        if (jump.isManoeuvre) {
+            finding.text = "manoeuvre of " + speedText(jump.speed_m_s()) + at + ": " + joined(jump.dv_m_s, speedText);
+            finding.value = jump.speed_m_s();
+            finding.unit = "m/s";
+        } else {
+            finding.text = "step of " + lengthText(jump.distance_m()) + at + ": " + joined(*jump.dx_m, lengthText) +
+                           "; " + joined(jump.dv_m_s, speedText);
+            finding.value = jump.distance_m();
+            finding.unit = "m";
+        }
+        finding.jump = JumpSize{jump.dv_m_s, jump.dx_m};
+        addBetween(jump.interval, jump.interval + 1, std::move(finding));
+    }
+
+    void checkCovariances() {
+        const auto& covariances = ephemeris_.covariances;
+        check_.covariances =
+            static_cast<std::size_t>(std::count_if(covariances.begin(), covariances.end(), isCovariance));
+        if (check_.covariances == 0) return;
+        const auto [serious, negligible] = poorCovariances(covariances);
+        for (const auto& [first, last, eigenvalue] : serious)
+            addBetween(first, last, notPositive(Severity::Error, last - first + 1, eigenvalue));
+        for (const auto& [first, last, eigenvalue] : negligible)
+            addBetween(first, last, notPositive(Severity::Note, last - first + 1, eigenvalue));
+        if (check_.covariances < covariances.size())
+            addOverall({Severity::Note, Kind::CovarianceMissing,
+                        countText(covariances.size() - check_.covariances, "point") + " of " +
+                            std::to_string(covariances.size()) + " without a covariance",
+                        static_cast<double>(covariances.size() - check_.covariances)});
+        checkSigmas();
+        if (between_) checkCovariancesBetween(serious);
+    }
+
+    static Finding notPositive(Severity severity, std::size_t points, double eigenvalue) {
+        return {severity, Kind::CovarianceNotPositive,
+                countText(points, "covariance") +
+                    " not positive: scaled to a diagonal of ones, the smallest "
+                    "eigenvalue is " +
+                    roundedText(eigenvalue),
+                eigenvalue};
+    }
+
+    void checkSigmas() {
+        const auto sigmas = positionSigmas(ephemeris_.covariances);
+        if (!sigmas) return;
+        const bool isLarge = sigmas->largest_m > kLargestSigma_m;
+        if (!isLarge && !(sigmas->least_m < kLeastSigma_m)) return;
+        const double sigma_m = isLarge ? sigmas->largest_m : sigmas->least_m;
+        addOverall({Severity::Warning, Kind::CovarianceSize,
+                    std::string("the ") + (isLarge ? "largest" : "smallest") + " sigma of a position is " +
+                        lengthText(sigma_m) + ": another unit than km^2?",
+                    sigma_m, "m"});
+    }
+
+    // Where the stored matrices are at fault already, nothing better can lie between them.
+    void checkCovariancesBetween(const std::vector<PoorCovariances>& stored) {
+        const auto [serious, negligible] = poorCovariances(between_());
+        for (const auto& [first, last, eigenvalue] : serious) {
+            const auto touches = [first = first, last = last](const PoorCovariances& stretch) {
+                return stretch.first <= last + kWindow && first <= stretch.last + kWindow;
+            };
+            if (std::any_of(stored.begin(), stored.end(), touches)) continue;
+            addBetween(first, last + 1,
+                       {Severity::Warning, Kind::CovarianceBetween,
+                        "covariances in the middle of " + countText(last - first + 1, "interval") +
+                            " are not positive: scaled to a diagonal of ones, the smallest eigenvalue is " +
+                            roundedText(eigenvalue),
+                        eigenvalue});
+        }
+    }
+
+    const Ephemeris& ephemeris_;
+    const CheckOptions& options_;
+    const CovariancesBetween& between_;
+    std::vector<double> steps_s_;
+    std::vector<std::size_t> gaps_;
+    SatelliteCheck check_;
+};
+
+}  // namespace
+
+SatelliteCheck checkEphemeris(const Ephemeris& ephemeris, const CheckOptions& options,
+                              const CovariancesBetween& between) {
+    return Check(ephemeris, options, between).result();
+}
+
+SatelliteCheck checkSatellite(const Satellite& satellite, const CheckOptions& options, const Span& range) {
+    const Ephemeris ephemeris = ephemerisOf(satellite, range);
+    return checkEphemeris(ephemeris, options, [&] { return covariancesBetween(satellite, ephemeris); });
+}
+
+}  // namespace vorlandi::analysis

@@ -1,0 +1,14 @@
+// How many of the points would do.
+#pragma once
+
+#include <optional>
+
+#include "analysis/Ephemeris.hpp"
+
+namespace vorlandi::analysis {
+
+// The largest of 2, 4, 8 and so on times the median step at which interpolation still misses none of the points that
+// are left out by more than the tolerance; none if not even every second point may go.
+std::optional<double> spacingThatWouldDo_s(const Ephemeris& ephemeris, double tolerance_m);
+
+}  // namespace vorlandi::analysis

@@ -1,0 +1,246 @@
+#include "CheckCommand.hpp"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <map>
+#include <memory>
+#include <thread>
+
+#include "CheckReport.hpp"
+#include "LoadFindings.hpp"
+#include "Loading.hpp"
+#include "Output.hpp"
+#include "analysis/Covariances.hpp"
+
+namespace vorlandi::cli {
+namespace {
+
+constexpr const char* kFooter =
+    R"(inside and ends are upper limits of the error of states between the points, estimated from the points: within, and
+in the first and the last interval. scatter is the noise of the points, rounding included. would do is the largest
+spacing that keeps the error below the tolerance. docs/checking.md describes every kind of finding, how it is found, and
+how well.
+
+An error means: don't use it. A warning: look. A note is worth knowing and leaves the exit status alone.
+
+Equal satellites are all kept. Files are read by the practical rules (--fixed-rules for the others).
+
+Exit status: 0 no error or warning; 1 some; 2 wrong usage; 3 a file could not be read, or the output not be written.
+
+Examples:
+  vorlandi check 81001_stk.e
+  vorlandi check delivery.zip --tolerance 10 --format json
+  vorlandi check *.e --skip steps,coarse-digits)";
+
+struct CheckCommandOptions {
+    InputOptions input;
+    std::vector<std::int32_t> satellites;
+    std::string from;
+    std::string to;
+    analysis::CheckOptions check;
+    std::vector<std::string> only;
+    std::vector<std::string> skip;
+    std::size_t limit = 10;
+    unsigned threads = 1;
+    std::string output{kStandardOutput};
+    Format format = Format::Table;
+};
+
+Ds50 timeOf(const std::string& option, const std::string& text, Ds50 otherwise) {
+    if (text.empty()) return otherwise;
+    try {
+        return parse(text);
+    } catch (const Error& error) {
+        throw UsageError(option, error.what());
+    }
+}
+
+Span rangeOf(const CheckCommandOptions& options) {
+    const Span range{timeOf("--from", options.from, analysis::kAllTimes.first),
+                     timeOf("--to", options.to, analysis::kAllTimes.last)};
+    if (range.first > range.last) throw UsageError("--to", "is earlier than --from");
+    return range;
+}
+
+std::vector<CheckedSatellite> wantedSatellites(const CheckCommandOptions& options, const LoadResults& results) {
+    std::vector<CheckedSatellite> wanted;
+    std::map<std::string, std::int32_t> inFile;
+    for (SatelliteRecord& record : loadedSatellites()) {
+        const std::int32_t number = ++inFile[record.file];
+        const auto origin = results.origins.find(record.key());
+        const std::string format = origin == results.origins.end() ? "" : origin->second.format;
+        if (options.satellites.empty() ||
+            std::find(options.satellites.begin(), options.satellites.end(), record.number) != options.satellites.end())
+            wanted.push_back({std::move(record), number, format, 0, {}, {}});
+    }
+    return wanted;
+}
+
+void check(CheckedSatellite& satellite, const analysis::CheckOptions& options, const Span& range) {
+    const analysis::Ephemeris ephemeris = analysis::ephemerisOf(satellite.record.satellite, range);
+    satellite.points = ephemeris.size();
+    if (satellite.points > 0) satellite.span = {ephemeris.times.front().days, ephemeris.times.back().days};
+    satellite.check = analysis::checkEphemeris(
+        ephemeris, options, [&] { return analysis::covariancesBetween(satellite.record.satellite, ephemeris); });
+}
+
+// Each thread takes the next satellite; the order of the results stays that of the satellites.
+void checkAll(std::vector<CheckedSatellite>& satellites, const CheckCommandOptions& options, const Span& range) {
+    std::atomic<std::size_t> next = 0;
+    std::vector<std::exception_ptr> failures(satellites.size());
+    const auto work = [&] {
+        for (std::size_t i; (i = next++) < satellites.size();)
+            try {
+                check(satellites[i], options.check, range);
+            } catch (...) {
+                failures[i] = std::current_exception();
+            }
+    };
+    {
+        std::vector<std::jthread> threads;
+        for (std::size_t i = 1; i < std::min<std::size_t>(options.threads, satellites.size()); ++i)
+            threads.emplace_back(work);
+        work();
+    }
+    for (const std::exception_ptr& failure : failures)
+        if (failure) std::rethrow_exception(failure);
+}
+
+bool isNamed(const std::vector<std::string>& kinds, analysis::Kind kind) {
+    return std::find(kinds.begin(), kinds.end(), nameOf(kind)) != kinds.end();
+}
+
+void keepWanted(std::vector<analysis::Finding>& findings, const CheckCommandOptions& options) {
+    std::erase_if(findings, [&](const analysis::Finding& finding) {
+        return isNamed(options.skip, finding.kind) || (!options.only.empty() && !isNamed(options.only, finding.kind));
+    });
+}
+
+bool reportUnknown(const CheckCommandOptions& options, const CheckReport& report, Console& console) {
+    bool allKnown = true;
+    for (const std::int32_t number : options.satellites) {
+        const auto hasNumber = [number](const CheckedSatellite& satellite) {
+            return satellite.record.number == number;
+        };
+        if (std::any_of(report.satellites.begin(), report.satellites.end(), hasNumber)) continue;
+        allKnown = false;
+        console.error("", fmt::format("satellite {} is not in any of the files", number));
+    }
+    return allKnown;
+}
+
+void write(const CheckReport& report, const CheckCommandOptions& options) {
+    Output output(options.output);
+    switch (options.format) {
+        case Format::Table:
+            printCheckTable(report, options.limit, output);
+            break;
+        case Format::Csv:
+            printCheckCsv(report, output);
+            break;
+        case Format::Json:
+        case Format::Jsonl:
+            printCheckJson(report, output);
+            break;
+    }
+    output.close();
+}
+
+ExitStatus runCheck(const CheckCommandOptions& options, Console& console) {
+    const Span range = rangeOf(options);
+    LoadResults results;
+    results.wantsReports = true;
+    loadFiles(options.input, options.output, console, &results);
+    CheckReport report{options.check.tolerance_m, wantedSatellites(options, results), filesOf(results)};
+    checkAll(report.satellites, options, range);
+    findAmongSatellites(results, report.satellites);
+    for (CheckedSatellite& satellite : report.satellites)
+        keepWanted(satellite.check.findings, options);
+    for (CheckedFile& file : report.files)
+        keepWanted(file.findings, options);
+    bool couldLook = reportUnknown(options, report, console) && !anyUnreadable(results);
+    try {
+        write(report, options);
+    } catch (const OutputError& error) {
+        console.error(error.name(), error.what());
+        couldLook = false;
+    }
+    if (!couldLook) return ExitStatus::Unreadable;
+    return statusOf(report.count(analysis::Severity::Error) + report.count(analysis::Severity::Warning) == 0);
+}
+
+std::string kindList() {
+    std::string list;
+    for (const char* const name : analysis::kKindNames)
+        list += (list.empty() ? "" : ", ") + std::string(name);
+    return list;
+}
+
+void addKinds(CLI::App& command, const std::string& option, std::vector<std::string>& kinds, const std::string& help) {
+    command.add_option(option, kinds, help)
+        ->type_name("KIND,...")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->check(CLI::Validator(
+            [](const std::string& text) {
+                return analysis::kindNamed(text) ? "" : text + " is not a kind of finding; these are: " + kindList();
+            },
+            ""));
+}
+
+}  // namespace
+
+std::size_t countOf(const std::vector<analysis::Finding>& findings, analysis::Severity severity) {
+    return static_cast<std::size_t>(
+        std::count_if(findings.begin(), findings.end(),
+                      [severity](const analysis::Finding& finding) { return finding.severity == severity; }));
+}
+
+std::size_t CheckReport::count(analysis::Severity severity) const {
+    std::size_t count = 0;
+    for (const CheckedSatellite& satellite : satellites)
+        count += countOf(satellite.check.findings, severity);
+    for (const CheckedFile& file : files)
+        count += countOf(file.findings, severity);
+    return count;
+}
+
+void addCheckCommand(CLI::App& application, Session& session) {
+    CLI::App* const command =
+        application.add_subcommand("check", "Look for faults in ephemeris files, and estimate how good states are");
+    const auto options = std::make_shared<CheckCommandOptions>();
+    options->input.keys = Keys::Own;
+    addInput(*command, options->input);
+    command->add_option("--sat", options->satellites, "Only satellites with this number; may be repeated")
+        ->type_name("N")
+        ->allow_extra_args(false);
+    command->add_option("--from", options->from, "Only points from this time on")->type_name("TIME");
+    command->add_option("--to", options->to, "Only points up to this time")->type_name("TIME");
+    command->add_option("--tolerance", options->check.tolerance_m, "Warn of states that may be off by more than METRES")
+        ->type_name("METRES")
+        ->capture_default_str()
+        ->check(CLI::PositiveNumber.description(""));
+    command
+        ->add_option("--gap-factor", options->check.gapFactor,
+                     "A gap is a step of more than F times what is usual around it")
+        ->type_name("F")
+        ->capture_default_str()
+        ->check(CLI::Range(1.0, 1e9).description(""));
+    addKinds(*command, "--only", options->only, "Only these kinds of findings");
+    addKinds(*command, "--skip", options->skip, "Not these kinds of findings");
+    command->add_option("--limit", options->limit, "In tables show at most N findings of a kind for each satellite")
+        ->type_name("N")
+        ->capture_default_str();
+    command->add_option("-j", options->threads, "Check with N threads")
+        ->type_name("N")
+        ->capture_default_str()
+        ->check(CLI::Range(1U, 1024U).description(""));
+    addFormat(*command, options->format);
+    addOutput(*command, options->output);
+    addVerbose(*command, session.console);
+    command->footer(kFooter);
+    command->callback([options, &session] { session.status = runCheck(*options, session.console); });
+}
+
+}  // namespace vorlandi::cli

@@ -1,0 +1,45 @@
+// What the command `check` has found, and the writers of its three forms.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Output.hpp"
+#include "SatelliteRecord.hpp"
+#include "analysis/Check.hpp"
+
+namespace vorlandi::cli {
+
+struct CheckedSatellite {
+    SatelliteRecord record;
+    std::int32_t inFile = 1;  // its number within its file
+    std::string format;
+    std::size_t points = 0;  // in the range that was asked for; the span is theirs, too
+    TimeSpan span;
+    analysis::SatelliteCheck check;
+};
+
+// A file, and what loading it has shown.
+struct CheckedFile {
+    std::string name;
+    std::int32_t status = 0;
+    std::vector<analysis::Finding> findings;
+};
+
+struct CheckReport {
+    double tolerance_m = 0.0;
+    std::vector<CheckedSatellite> satellites;
+    std::vector<CheckedFile> files;
+
+    std::size_t count(analysis::Severity severity) const;
+};
+
+std::size_t countOf(const std::vector<analysis::Finding>& findings, analysis::Severity severity);
+
+// `limit`: how many findings of a kind are shown for one satellite or file.
+void printCheckTable(const CheckReport& report, std::size_t limit, Output& output);
+void printCheckCsv(const CheckReport& report, Output& output);
+void printCheckJson(const CheckReport& report, Output& output);
+
+}  // namespace vorlandi::cli

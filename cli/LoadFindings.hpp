@@ -1,0 +1,22 @@
+// The findings of `check` that come from loading.
+#pragma once
+
+#include <vector>
+
+#include "CheckReport.hpp"
+#include "LoadListener.hpp"
+
+namespace vorlandi::cli {
+
+// The files of a load with what was found in them, in the order of loading; the reports of one are put to the file that
+// they name.
+std::vector<CheckedFile> filesOf(const LoadResults& results);
+
+// What shows only beside other satellites, or with the points that have been loaded: a satellite that repeats an earlier
+// one, one that continues another, and lines of a covariance block that have been taken for points.
+void findAmongSatellites(const LoadResults& results, std::vector<CheckedSatellite>& satellites);
+
+// Whether a file could not be read, or nothing in it.
+bool anyUnreadable(const LoadResults& results);
+
+}  // namespace vorlandi::cli
