@@ -173,7 +173,8 @@ private:
             const double first = std::max(span.start, range.from.value_or(span.start));
             const double last = std::min(span.end, range.to.value_or(span.end));
             const auto frame = static_cast<writers::Frame>(one.satellite.frame);
-            if (first > last || writers::nameIn(target_.frames, frame).empty()) continue;
+            if (first > last || !writers::hasText(first) || !writers::hasText(last)) continue;
+            if (writers::nameIn(target_.frames, frame).empty()) continue;
             all = all ? TimeSpan{std::min(all->start, first), std::max(all->end, last)} : TimeSpan{first, last};
         }
         if (all) options.first = all->start, options.last = all->end;

@@ -21,9 +21,9 @@ using writers::CovariancesKept;
 using writers::Target;
 
 constexpr const char* kFooter =
-    R"(Exact means: read again, the same doubles come back. Where times are kept to the millisecond, one that is more than
-half a microsecond off is an error, unless --round-times is given. A satellite that the format can't hold is not
-written. No format keeps tags and revolution numbers; -v tells what is left out. States are not turned from one
+    R"(Exact means: read again, the same doubles come back. Where times are kept to the millisecond, one that is more
+than half a microsecond off is an error, unless --round-times is given. A satellite that the format can't hold is
+not written. No format keeps tags and revolution numbers; -v tells what is left out. States are not turned from one
 frame to another.
 
 Files of oem and czml hold any number of satellites, each divided where there are no states between its points; all

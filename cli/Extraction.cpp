@@ -8,6 +8,7 @@
 
 #include "TimeGrid.hpp"
 #include "vorlandi/vorlandi.h"
+#include "writers/Times.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -24,12 +25,15 @@ writers::Covariance lowerTriangleOf(const Matrix6& matrix) {
     return triangle;
 }
 
-// The leap seconds between two times. Days are looked at one by one if there are any.
+// The leap seconds between two times. Days are looked at one by one if there is a difference.
 std::vector<writers::LeapStep> leapStepsBetween(double first, double last) {
     std::vector<writers::LeapStep> steps;
     const double atFirst_s = tai_minus_utc_s({first});
     double before_s = atFirst_s;
-    for (double day = std::floor(first) + 1.0; before_s != tai_minus_utc_s({last}) && day <= last; day += 1.0) {
+    if (!writers::hasText(first) || !writers::hasText(last) || atFirst_s == tai_minus_utc_s({last})) return steps;
+    for (auto dayNumber = static_cast<std::int64_t>(first) + 1; dayNumber <= static_cast<std::int64_t>(last);
+         ++dayNumber) {
+        const auto day = static_cast<double>(dayNumber);
         const double here_s = tai_minus_utc_s({day});
         if (here_s != before_s) steps.push_back({day, static_cast<int>(here_s - atFirst_s)});
         before_s = here_s;

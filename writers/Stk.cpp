@@ -83,7 +83,8 @@ void writeStk(const Ephemeris& ephemeris, const Options& options, Lines& out) {
     out.line("InterpolationMethod     Hermite");
     out.line("InterpolationSamplesM1  3");
     writeStates(ephemeris, elapsed_s, out);
-    // Old readers, among them the fixed rules of the library, know no other end, and would take what follows for points.
+    // Some readers know no other end, among them the library's by its fixed rules: they would take what follows for
+    // points.
     out.line("# end Ephemeris");
     if (std::ranges::any_of(ephemeris.covariances, isGiven)) writeCovariances(ephemeris, elapsed_s, out);
     out.line("END Ephemeris");

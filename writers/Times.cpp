@@ -117,7 +117,14 @@ ExactTime exactly(double time) {
     return result;
 }
 
+constexpr std::chrono::sys_days kFirst{std::chrono::year{1950} / 1 / 1};
+constexpr std::chrono::sys_days kEnd{std::chrono::year{2200} / 1 / 1};
+
 }  // namespace
+
+bool hasText(double time) {
+    return time >= static_cast<double>((kFirst - kDay0).count()) && time < static_cast<double>((kEnd - kDay0).count());
+}
 
 CalendarTime calendarTime(double time) {
     const RoundedTime moment = rounded(time, kMillisecond);
@@ -197,7 +204,7 @@ double ElapsedSeconds::operator()(double time) const {
         if (time >= step.day) leap_s = step.inserted;
     const double seconds = (time - epoch_) * kSecondsPerDay + leap_s;
     const auto readsBack = [&](double candidate) { return epoch_ + (candidate - leap_s) / kSecondsPerDay == time; };
-    for (double scale = 1e6; scale <= 1e12; scale *= 10.0) {
+    for (const double scale : {1e6, 1e7, 1e8, 1e9, 1e10, 1e11, 1e12}) {
         const double candidate = std::round(seconds * scale) / scale;
         if (readsBack(candidate)) return candidate;
     }

@@ -12,6 +12,9 @@ namespace vorlandi::writers {
 
 inline constexpr double kSecondsPerDay = 86400.0;
 
+// Whether a time is in those years. The other functions take no other times.
+bool hasText(double time);
+
 // Year, month, day, hour, minute and seconds apart, to the millisecond.
 struct CalendarTime {
     int year;

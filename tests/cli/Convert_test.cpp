@@ -202,6 +202,7 @@ TEST_F(Convert, RefusesWhatAFormatCannotHoldAndWritesTheRest) {
     write("far.oem",
           oem({{"TEMEOFDATE", kEveryTenMinutes, "0", "81001", false}}) + "2017-06-01T00:00:00 1e13 0 0 1 0 0\n");
     write("late.oem", oem({{"TEMEOFDATE", {}, "0", "81001", false}}) + "2100-01-01T00:00:00 1 2 3 4 5 6\n");
+    write("1.txt", "9\n9 1 0 20485.5 1 2 3 4 5 6 0 0 0 0\n9 2 0 1e300 1 2 3 4 5 6 0 0 0 0\n");
     const struct Case {
         const char* arguments;
         int status;
@@ -224,6 +225,7 @@ TEST_F(Convert, RefusesWhatAFormatCannotHoldAndWritesTheRest) {
         {"far.oem --into itc --directory d", 1, "the number 1e+13 doesn't fit into 16 columns", ""},
         {"late.oem --into owner --directory d", 1, "its frame is ECI, and owner files hold J2K", ""},
         {"late.oem --into itc --directory d", 1, "years of two digits, 1957 to 2056", ""},
+        {"1.txt --into czml -o d/x.czml", 1, "the time day 1e+300 since 1950 is not in the years 1950 to 2199", ""},
         {"two.oem --into oasys --directory d", 0, "", "00007_2.txt\n81001.txt"},
         {"two.oem --sat 7 --into oasys --directory d", 0, "", "00007_2.txt"},
         {"two.oem two.oem --sat 7 --into stk --directory d", 0, "", "00007_2.e\n00007_4.e"},
