@@ -94,7 +94,7 @@ TwoBodyOrbit::TwoBodyOrbit(const State& state, Motion motion) noexcept
 // every value tried is a bound.
 double TwoBodyOrbit::anomalyAt(double scaledTime) const noexcept {
     constexpr int kMostSteps = 60;
-    constexpr double kLastStep = 1e-10;
+    constexpr double kLastStep = 3e-7;  // what is left after it goes with its square
     const double linear = 1.0 - inverseAxis_ * radius_;
     double chi = firstAnomaly(scaledTime, linear);
     double below = -std::numeric_limits<double>::infinity();

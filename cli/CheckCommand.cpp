@@ -47,18 +47,13 @@ struct CheckCommandOptions {
     Format format = Format::Table;
 };
 
-Ds50 timeOf(const std::string& option, const std::string& text, Ds50 otherwise) {
-    if (text.empty()) return otherwise;
-    try {
-        return parse(text);
-    } catch (const Error& error) {
-        throw UsageError(option, error.what());
-    }
+Ds50 timeOr(const std::string& option, const std::string& text, Ds50 otherwise) {
+    return text.empty() ? otherwise : timeOf(option, text);
 }
 
 Span rangeOf(const CheckCommandOptions& options) {
-    const Span range{timeOf("--from", options.from, analysis::kAllTimes.first),
-                     timeOf("--to", options.to, analysis::kAllTimes.last)};
+    const Span range{timeOr("--from", options.from, analysis::kAllTimes.first),
+                     timeOr("--to", options.to, analysis::kAllTimes.last)};
     if (range.first > range.last) throw UsageError("--to", "is earlier than --from");
     return range;
 }

@@ -5,9 +5,13 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <numbers>
 #include <random>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "PerturbedOrbit.hpp"
@@ -19,6 +23,30 @@ namespace {
 
 using analysis::Kind;
 using analysis::Severity;
+
+// What is printed, or written into a page behind this line.
+constexpr std::string_view kMark = "<!-- From here on written by verify_checks -->\n";
+
+std::string& printed() {
+    static std::string text;
+    return text;
+}
+
+template <typename... Arguments>
+void print(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
+    fmt::format_to(std::back_inserter(printed()), format, std::forward<Arguments>(arguments)...);
+}
+
+bool writeInto(const std::string& page) {
+    std::ifstream input(page);
+    std::string text{std::istreambuf_iterator<char>(input), {}};
+    const auto mark = text.find(kMark);
+    if (mark == std::string::npos) return false;
+    text.resize(mark + kMark.size());
+    std::ofstream output(page);
+    output << text << '\n' << printed();
+    return output.flush().good();
+}
 
 constexpr double kEpoch_days = 27790.0;  // 2026-02-01
 constexpr double kDegree = std::numbers::pi / 180.0;
@@ -163,7 +191,7 @@ std::vector<Scenario> scenarios() {
 // ---- Estimated errors, and findings in clean points ----
 
 void verifyClean(std::size_t points, std::uint64_t seed) {
-    fmt::print(
+    print(
         "| points | intervals | estimate above the error | estimate / error, median | largest error | errors | "
         "warnings | of them `interpolation` |\n|---|---|---|---|---|---|---|---|\n");
     for (const Scenario& scenario : scenarios()) {
@@ -191,14 +219,14 @@ void verifyClean(std::size_t points, std::uint64_t seed) {
             warnings += finding.severity == Severity::Warning;
             interpolation += finding.severity == Severity::Warning && finding.kind == Kind::Interpolation;
         }
-        fmt::print("| {} | {} | {:.2f} % | {:.2f} | {:.3g} m | {} | {} | {} |\n", scenario.name, ratios.size(),
-                   100.0 * static_cast<double>(above) / static_cast<double>(ratios.size()), quantile(ratios, 0.5),
-                   largest_m, faults, warnings, interpolation);
+        print("| {} | {} | {:.2f} % | {:.2f} | {:.3g} m | {} | {} | {} |\n", scenario.name, ratios.size(),
+              100.0 * static_cast<double>(above) / static_cast<double>(ratios.size()), quantile(ratios, 0.5), largest_m,
+              faults, warnings, interpolation);
     }
 }
 
 void verifyGaps(std::size_t points, std::uint64_t seed) {
-    fmt::print("| gap | gaps | estimate / error, least | median | largest |\n|---|---|---|---|---|\n");
+    print("| gap | gaps | estimate / error, least | median | largest |\n|---|---|---|---|---|\n");
     for (const double minutes : {30.0, 90.0}) {
         const Scenario scenario{"", kLeo, withGap(60.0 * minutes), 0.001};
         std::mt19937_64 random(seed);
@@ -210,8 +238,8 @@ void verifyGaps(std::size_t points, std::uint64_t seed) {
             const Ds50 middle{kEpoch_days + (made.seconds[250] + made.seconds[251]) / 2.0 / 86400.0};
             ratios.push_back(errors.error_m(250) / distance_m(satellite->state(middle), made.between[250]));
         }
-        fmt::print("| {} minutes | {} | {:.2f} | {:.2f} | {:.2f} |\n", minutes, ratios.size(), quantile(ratios, 0.0),
-                   quantile(ratios, 0.5), quantile(ratios, 1.0));
+        print("| {} minutes | {} | {:.2f} | {:.2f} | {:.2f} |\n", minutes, ratios.size(), quantile(ratios, 0.0),
+              quantile(ratios, 0.5), quantile(ratios, 1.0));
     }
 }
 
@@ -228,7 +256,7 @@ void verifyBurns(std::size_t files, std::uint64_t seed) {
                                   {{"MEO 900 s", kMeo, even(900.0), 0.001}, 0.0001},
                                   {{"GEO 900 s", kGeo, even(900.0), 0.001}, 0.0001},
                                   {{"GEO 900 s, rotating", kGeo, even(900.0), 0.001, true}, 0.0001}};
-    fmt::print(
+    print(
         "| points | burn | files | found | in its interval | size to 20 % | a `manoeuvre` | others |\n"
         "|---|---|---|---|---|---|---|---|\n");
     for (const auto& [scenario, size_m_s] : cases) {
@@ -261,8 +289,8 @@ void verifyBurns(std::size_t files, std::uint64_t seed) {
             sized += std::abs(std::hypot(dv[0], dv[1], dv[2]) / size_m_s - 1.0) <= 0.2;
             manoeuvres += !nearest->jump->dx_m;
         }
-        fmt::print("| {} | {} mm/s | {} | {} | {} | {} | {} | {} |\n", scenario.name, size_m_s * 1e3, files, found,
-                   placed, sized, manoeuvres, others);
+        print("| {} | {} mm/s | {} | {} | {} | {} | {} | {} |\n", scenario.name, size_m_s * 1e3, files, found, placed,
+              sized, manoeuvres, others);
     }
 }
 
@@ -405,7 +433,7 @@ std::vector<Fault> faults() {
 }
 
 void verifyFaults(std::size_t files, std::uint64_t seed) {
-    fmt::print("| fault | kind | files | found | other errors | other warnings |\n|---|---|---|---|---|---|\n");
+    print("| fault | kind | files | found | other errors | other warnings |\n|---|---|---|---|---|---|\n");
     for (const Fault& fault : faults()) {
         std::mt19937_64 random(seed);
         std::size_t found = 0;
@@ -425,8 +453,8 @@ void verifyFaults(std::size_t files, std::uint64_t seed) {
             }
             found += isFound;
         }
-        fmt::print("| {} | `{}` | {} | {} | {} | {} |\n", fault.name, nameOf(fault.kind), files, found, otherErrors,
-                   otherWarnings);
+        print("| {} | `{}` | {} | {} | {} | {} |\n", fault.name, nameOf(fault.kind), files, found, otherErrors,
+              otherWarnings);
     }
 }
 
@@ -438,17 +466,26 @@ int main(int argc, char** argv) {
     std::size_t points = 2000;
     std::size_t files = 10;
     std::uint64_t seed = 1;
+    std::string page;
     CLI::App app("Prints the tables of docs/checking.md: how well the analysis finds faults and estimates errors.");
     app.add_option("--points", points, "points of each clean ephemeris")->capture_default_str();
     app.add_option("--files", files, "files with each fault")->capture_default_str();
     app.add_option("--seed", seed, "of the random numbers")->capture_default_str();
+    app.add_option("--page", page, "write the tables into this page, behind its mark");
     CLI11_PARSE(app, argc, argv);
+    print("Made with `verify_checks --points {} --files {} --seed {}`.\n\n### Clean points\n\n", points, files, seed);
     verifyClean(points, seed);
-    fmt::print("\n");
+    print("\n### Gaps\n\n");
     verifyGaps(points, seed);
-    fmt::print("\n");
+    print("\n### Burns\n\n");
     verifyBurns(files, seed);
-    fmt::print("\n");
+    print("\n### Faults\n\n");
     verifyFaults(files, seed);
-    return 0;
+    if (page.empty()) {
+        std::fputs(printed().c_str(), stdout);
+        return 0;
+    }
+    if (writeInto(page)) return 0;
+    fmt::print(stderr, "verify_checks: {}: not written\n", page);
+    return 1;
 }
