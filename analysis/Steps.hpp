@@ -29,8 +29,8 @@ std::optional<StepRange> stepRange(std::span<const double> steps_s);
 inline constexpr double kGapFactor = 3.0;
 
 // The intervals that are longer than `factor` times what is usual around them: the upper quartile of 31 steps, itself
-// and fifteen on each side, fewer at the ends. (With their median, long steps would be gaps wherever they alternate with
-// short ones.)
+// and fifteen on each side, fewer at the ends. (With their median, long steps would be gaps wherever they alternate
+// with short ones.)
 std::vector<std::size_t> gapsIn(std::span<const double> steps_s, double factor = kGapFactor);
 
 // The library interpolates over windows of four points.

@@ -5,8 +5,8 @@
 
 namespace vorlandi::analysis {
 
-// Whether the first time is before 1957-10-04, the first launch, or the last after 2056-12-31, the last day of two-digit
-// years.
+// Whether the first time is before 1957-10-04, the first launch, or the last after 2056-12-31, the last day of
+// two-digit years.
 bool isOutsideSpaceAge(const Ephemeris& ephemeris);
 
 // "TAI", "GPS" or "TT" if all times are whole multiples of the median step on that scale and not all are on UTC; null

@@ -19,8 +19,8 @@ namespace {
     return -1;
 }
 
-// What the four nodes weigh, whether a Value is a node's or holds all of them: dt and its neighbours are t less the times
-// of the node and of the other three, in seconds; e their differences to the node.
+// What the four nodes weigh, whether a Value is a node's or holds all of them: dt and its neighbours are t less the
+// times of the node and of the other three, in seconds; e their differences to the node.
 template <class Value>
 struct Weights {
     Value position[2], velocity[2];  // of the nodes' positions and velocities

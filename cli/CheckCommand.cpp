@@ -17,8 +17,8 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kFooter =
-    R"(inside and ends are upper limits of the error of states between the points, estimated from the points: within, and
-in the first and the last interval. scatter is the noise of the points, rounding included. would do is the largest
+    R"(inside and ends are upper limits of the error of states between the points, estimated from the points: within,
+and in the first and the last interval. scatter is the noise of the points, rounding included. would do is the largest
 spacing that keeps the error below the tolerance. docs/checking.md describes every kind of finding, how it is found, and
 how well.
 

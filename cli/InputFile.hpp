@@ -27,8 +27,8 @@ public:
     // Has it to be read from here, since what has been read can't be read again?
     bool isStream() const { return isStream_; }
 
-    // Reads what is left of a pipe or of standard input, so that source().begin has all of it. Returns 0 or an errno: EFBIG for more
-    // than 4 GiB.
+    // Reads what is left of a pipe or of standard input, so that source().begin has all of it. Returns 0 or an errno:
+    // EFBIG for more than 4 GiB.
     int readAll();
 
 private:

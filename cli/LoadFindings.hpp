@@ -12,8 +12,8 @@ namespace vorlandi::cli {
 // they name.
 std::vector<CheckedFile> filesOf(const LoadResults& results);
 
-// What shows only beside other satellites, or with the points that have been loaded: a satellite that repeats an earlier
-// one, one that continues another, and lines of a covariance block that have been taken for points.
+// What shows only beside other satellites, or with the points that have been loaded: a satellite that repeats an
+// earlier one, one that continues another, and lines of a covariance block that have been taken for points.
 void findAmongSatellites(const LoadResults& results, std::vector<CheckedSatellite>& satellites);
 
 // Whether a file could not be read, or nothing in it.

@@ -11,10 +11,10 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kFooter =
-    R"(TEXT is UTC in any form that states --at takes; quote it if it holds a blank. Ds50UTC, Julian dates and Unix seconds
-count 86,400 s a day, so that a leap second can't be told from the second after it. TAI is ahead of UTC by whole seconds
-from 1972 on, and counted as 10 s before. GPS time is TAI - 19 s; its weeks count from 1980-01-06 and don't roll over.
-YYDDDHHMMSS.SSS means the years 1957 to 2056.
+    R"(TEXT is UTC in any form that states --at takes; quote it if it holds a blank. Ds50UTC, Julian dates and Unix
+seconds count 86,400 s a day, so that a leap second can't be told from the second after it. TAI is ahead of UTC by whole
+seconds from 1972 on, and counted as 10 s before. GPS time is TAI - 19 s; its weeks count from 1980-01-06 and don't roll
+over. YYDDDHHMMSS.SSS means the years 1957 to 2056.
 
 Examples:
   vorlandi time 2026-01-31T01:30

@@ -84,7 +84,8 @@ std::int32_t lastEarly(std::int32_t lo, std::int32_t hi, std::int32_t guess, std
     return lo;
 }
 
-// The last point earlier than t, if the first one is earlier and the last one is not. The guess is that of even spacing.
+// The last point earlier than t, if the first one is earlier and the last one is not. The guess is that of even
+// spacing.
 [[gnu::noinline]] std::int32_t lastEarlierOf(const PointArray& points, double t, std::int32_t guess) noexcept {
     constexpr std::int32_t kStride = TimeDirectory::kStride;
     const auto isEarly = [&](std::int32_t index) { return points.state(index - 1).time < t; };
