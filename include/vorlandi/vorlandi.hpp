@@ -51,7 +51,7 @@ namespace vorlandi {
 // is 0.3 microseconds until 2039, 0.6 from then on.
 struct Ds50 {
     double days;
-    auto operator<=>(const Ds50&) const = default;
+    auto operator<=>(const Ds50&) const = default;  // NOLINT(modernize-use-nullptr): there is no null here
 };
 
 // The coordinate system of a satellite, a name that no query looks at. Other codes, which files can bring
@@ -176,7 +176,8 @@ using RawMatrix = double[6][6];
 static_assert(sizeof(State) == sizeof(RawState) && alignof(State) == alignof(double));
 static_assert(offsetof(State, velocity_km_s) == 3 * sizeof(double));
 static_assert(sizeof(Matrix6) == sizeof(RawMatrix) && alignof(Matrix6) == alignof(double));
-static_assert(sizeof(Ds50) == sizeof(double) && alignof(Ds50) == alignof(double));
+static_assert(sizeof(Ds50) == sizeof(double));
+static_assert(alignof(Ds50) == alignof(double));
 
 inline RawState* raw(State* states) noexcept { return reinterpret_cast<RawState*>(states); }
 inline RawMatrix* raw(Matrix6* matrices) noexcept { return reinterpret_cast<RawMatrix*>(matrices); }
