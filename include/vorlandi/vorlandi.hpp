@@ -173,9 +173,11 @@ inline const char* fault_of_name(std::string_view name) noexcept {
 // The C functions take arrays of numbers where this header has structs of the same layout.
 using RawState = double[6];
 using RawMatrix = double[6][6];
-static_assert(sizeof(State) == sizeof(RawState) && alignof(State) == alignof(double));
+static_assert(sizeof(State) == sizeof(RawState));
+static_assert(alignof(State) == alignof(double));
 static_assert(offsetof(State, velocity_km_s) == 3 * sizeof(double));
-static_assert(sizeof(Matrix6) == sizeof(RawMatrix) && alignof(Matrix6) == alignof(double));
+static_assert(sizeof(Matrix6) == sizeof(RawMatrix));
+static_assert(alignof(Matrix6) == alignof(double));
 static_assert(sizeof(Ds50) == sizeof(double));
 static_assert(alignof(Ds50) == alignof(double));
 
