@@ -82,7 +82,7 @@ double minuteOf(Spacing spacing, std::int64_t index) {
             return minutes[static_cast<std::size_t>(index)];
         }
         case Spacing::Passes:
-            return static_cast<double>(index / 30) * 30.0 + static_cast<double>(index % 30) / 6.0;
+            return static_cast<double>(index - index % 30) + static_cast<double>(index % 30) / 6.0;
     }
     return minute;
 }

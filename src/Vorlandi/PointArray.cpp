@@ -47,6 +47,7 @@ void PointArray::clear() {
     if (states_.isShared() || covariances_.isShared()) PointArray().swap(*this);
     directory_.clear();
     count_ = 0;
+    isShare_ = false;
 }
 
 void PointArray::makeRoom() {
