@@ -103,7 +103,7 @@ bool GrowingBlock::remap(std::size_t size) noexcept {
 
 // Goes on in a new place, with the first `used` bytes.
 void GrowingBlock::moveTo(char* bytes, std::size_t used) noexcept {
-    if (used > 0) std::memcpy(bytes, bytes_, used);
+    if (bytes_ != nullptr && used > 0) std::memcpy(bytes, bytes_, used);
     release();
     bytes_ = bytes;
 }
