@@ -38,7 +38,7 @@ std::uint64_t rankOfNumber(std::int32_t satNum) noexcept {
 
 // "I2": one digit after a blank, asterisks, a digit after a minus, two digits.
 std::uint64_t rankOfFrame(std::int32_t coordSys) noexcept {
-    constexpr std::int32_t kAsterisks = 10, kTwoDigits = 20;
+    constexpr std::int64_t kAsterisks = 10, kTwoDigits = 20;
     if (coordSys >= 0 && coordSys < 10) return static_cast<std::uint64_t>(coordSys);
     if (coordSys < 0 && coordSys > -10) return static_cast<std::uint64_t>(kAsterisks - coordSys);
     if (coordSys >= 10 && coordSys < 100) return static_cast<std::uint64_t>(kTwoDigits + coordSys);
