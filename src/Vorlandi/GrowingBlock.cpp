@@ -94,9 +94,10 @@ bool GrowingBlock::remap(std::size_t size) noexcept {
     const std::size_t whole = roundedUp(size + kCacheLine, kLargePage);
     char* const space = mapped(whole);
     if (space == nullptr) return false;
-    // A call that fails can have given up the space, and another thread have taken it: it must not be unmapped here.
-    if (::mremap(mapping(), header().size + kCacheLine, whole, MREMAP_MAYMOVE | MREMAP_FIXED, space) == MAP_FAILED)
+    if (::mremap(mapping(), header().size + kCacheLine, whole, MREMAP_MAYMOVE | MREMAP_FIXED, space) == MAP_FAILED) {
+        ::munmap(space, whole);
         return false;
+    }
     bytes_ = putInMapping(space, whole);
     return true;
 }
