@@ -80,4 +80,19 @@ std::vector<Stretch> unansweredStretches(const Ephemeris& ephemeris) {
     return stretches;
 }
 
+std::vector<Span> answeredSpans(const Ephemeris& ephemeris) {
+    std::vector<Span> spans;
+    if (ephemeris.size() < kWindow) return spans;
+    std::size_t first = 0;
+    const auto endAt = [&](std::size_t last) {
+        if (first < last) spans.push_back({ephemeris.times[first], ephemeris.times[last]});
+    };
+    for (const Stretch& unanswered : unansweredStretches(ephemeris)) {
+        endAt(unanswered.first);
+        first = unanswered.last + 1;
+    }
+    endAt(ephemeris.size() - 1);
+    return spans;
+}
+
 }  // namespace vorlandi::analysis

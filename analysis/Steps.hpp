@@ -52,4 +52,8 @@ struct Stretch {
 // The stretches of intervals that are not answered, although there are four points.
 std::vector<Stretch> unansweredStretches(const Ephemeris& ephemeris);
 
+// The spans between and around them, in which every time is answered; those of a single point are left out. Only the
+// times of the ephemeris count.
+std::vector<Span> answeredSpans(const Ephemeris& ephemeris);
+
 }  // namespace vorlandi::analysis

@@ -1,0 +1,354 @@
+#include "analysis/Approaches.hpp"
+
+#include <Eigen/Cholesky>
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <exception>
+#include <map>
+#include <set>
+#include <thread>
+
+#include "analysis/ApproachSieve.hpp"
+#include "analysis/Covariances.hpp"
+#include "analysis/Steps.hpp"
+#include "analysis/TwoBodyOrbit.hpp"
+
+namespace vorlandi::analysis {
+namespace {
+
+constexpr double kMicrosecond_days = 1e-6 / kSecondsPerDay;
+
+// A stretch of time in which a satellite has states, and its orbit at both ends.
+struct Piece {
+    Span span;
+    TwoBodyOrbit atFirst;
+    TwoBodyOrbit atLast;
+};
+
+struct Member {
+    std::size_t index;  // among all satellites
+    Satellite satellite;
+    std::int32_t number;
+    std::vector<Piece> pieces;  // by time
+};
+
+// The satellites of one frame.
+struct Fleet {
+    Motion motion;
+    std::vector<Member> members;
+};
+
+bool isName(std::int32_t number) { return number != 0 && number != 99999; }
+
+// Samples are evenly spaced in TAI. Borders lie half a step around each.
+class Samples {
+public:
+    Samples(const Span& span, double step_s) : first_tai_(tai_days(span.first)), step_days_(step_s / kSecondsPerDay) {
+        // The last window ends after the span.
+        count_ = static_cast<std::size_t>(std::floor((tai_days(span.last) - first_tai_) / step_days_ + 0.5)) + 1;
+    }
+
+    std::size_t count() const noexcept { return count_; }
+    Ds50 time(std::size_t k) const { return at(static_cast<double>(k)); }
+    // From the first on, up to the second, but without it.
+    Span window(std::size_t k) const { return {at(static_cast<double>(k) - 0.5), at(static_cast<double>(k) + 0.5)}; }
+
+private:
+    Ds50 at(double steps) const { return {VorlanTimeTaiToUtc(first_tai_ + steps * step_days_)}; }
+
+    double first_tai_;
+    double step_days_;
+    std::size_t count_;
+};
+
+double seconds(Ds50 from, Ds50 to) { return (tai_days(to) - tai_days(from)) * kSecondsPerDay; }
+
+State onFixedAxes(State state, Motion motion) {
+    if (motion != Motion::Rotating) return state;
+    state.velocity_km_s[0] -= kEarthRotation_rad_s * state.position_km[1];
+    state.velocity_km_s[1] += kEarthRotation_rad_s * state.position_km[0];
+    return state;
+}
+
+std::optional<State> stateOf(const Satellite& satellite, Ds50 time) {
+    const Outcome<State> outcome = satellite.try_state(time);
+    if (!outcome || !positionOf(outcome.value).allFinite() || !velocityOf(outcome.value).allFinite())
+        return std::nullopt;
+    return outcome.value;
+}
+
+std::vector<Piece> piecesOf(const Satellite& satellite, Motion motion, const Span& range) {
+    std::vector<Piece> pieces;
+    for (const Span& span : answeredSpans(makeEphemeris(0, Frame::ECI, satellite.times(), {}))) {
+        const Span piece{std::max(span.first, range.first), std::min(span.last, range.last)};
+        if (!(piece.first < piece.last)) continue;
+        const std::optional<State> first = stateOf(satellite, piece.first);
+        const std::optional<State> last = stateOf(satellite, piece.last);
+        if (first && last) pieces.push_back({piece, TwoBodyOrbit(*first, motion), TwoBodyOrbit(*last, motion)});
+    }
+    return pieces;
+}
+
+double answeredShare(const Satellite& satellite, const std::vector<Piece>& pieces, const Span& range) {
+    const Outcome<Span> span = satellite.try_span();
+    if (!span) return 0.0;
+    const double wanted_s = seconds(std::max(span.value.first, range.first), std::min(span.value.last, range.last));
+    double answered_s = 0.0;
+    for (const Piece& piece : pieces)
+        answered_s += seconds(piece.span.first, piece.span.last);
+    return wanted_s > 0.0 ? answered_s / wanted_s : 0.0;
+}
+
+// The search among the satellites of one frame. Every thread has one of its own.
+class Search {
+public:
+    Search(const Fleet& fleet, const Samples& samples, const ApproachOptions& options)
+        : fleet_(fleet), samples_(samples), options_(options), sieve_(options.within_km, options.step_s / 2.0 + 1e-5) {}
+
+    // Finds the approaches in the window of a sample.
+    void examine(std::size_t sample, std::vector<Approach>& found) {
+        window_ = samples_.window(sample);
+        takeSample(samples_.time(sample));
+        for (const auto& [a, b] : sieve_.candidates(sample_)) {
+            const Member& first = fleet_.members[a];
+            const Member& second = fleet_.members[b];
+            const bool same = first.number == second.number && isName(first.number);
+            if (!same || options_.sameNumber) examinePair(first, second, found);
+        }
+    }
+
+private:
+    // A satellite whose states begin or end near the sample is taken along its orbit from there.
+    void takeSample(Ds50 time) {
+        present_.clear();
+        satellites_.clear();
+        for (const Member& member : fleet_.members)
+            for (const Piece& piece : member.pieces)
+                if (piece.span.first < window_.last && window_.first <= piece.span.last) {
+                    present_.push_back({static_cast<std::size_t>(&member - fleet_.members.data()), &piece});
+                    satellites_.push_back(member.satellite);
+                    break;
+                }
+        states_.resize(satellites_.size());
+        codes_.resize(satellites_.size());
+        try_states(satellites_, time, states_, codes_);
+        sample_.clear();
+        for (std::size_t i = 0; i < present_.size(); ++i) {
+            const auto [member, piece] = present_[i];
+            State state = states_[i];
+            if (codes_[i] != 0)
+                state = time < piece->span.first ? piece->atFirst.at(seconds(piece->span.first, time))
+                                                 : piece->atLast.at(seconds(piece->span.last, time));
+            state = onFixedAxes(state, fleet_.motion);
+            if (positionOf(state).allFinite() && velocityOf(state).allFinite())
+                sample_.emplace_back(member, positionOf(state), velocityOf(state));
+        }
+    }
+
+    void examinePair(const Member& a, const Member& b, std::vector<Approach>& found) {
+        for (const Piece& ofA : a.pieces)
+            for (const Piece& ofB : b.pieces) {
+                const Span common{std::max(ofA.span.first, ofB.span.first), std::min(ofA.span.last, ofB.span.last)};
+                if (common.first < common.last) examineCommonSpan(a, b, common, found);
+            }
+    }
+
+    void examineCommonSpan(const Member& a, const Member& b, const Span& common, std::vector<Approach>& found) {
+        for (const Ds50 end : {common.first, common.last})
+            if (window_.first <= end && end < window_.last) describe(a, b, end, true, found);
+        const Span part{std::max(common.first, window_.first), std::min(common.last, window_.last)};
+        if (!(part.first < part.last)) return;
+        constexpr int kParts = 4;
+        Ds50 from = part.first;
+        double rateBefore = rangeRate(a, b, from);
+        for (int i = 1; i <= kParts; ++i) {
+            const Ds50 to = i == kParts ? part.last : Ds50{std::lerp(part.first.days, part.last.days, i / 4.0)};
+            const double rateAfter = rangeRate(a, b, to);
+            if (rateBefore < 0.0 && rateAfter >= 0.0) {
+                const Ds50 root = nearest(a, b, from, rateBefore, to, rateAfter);
+                const bool isEnd = root.days - common.first.days < kMicrosecond_days ||
+                                   common.last.days - root.days < kMicrosecond_days;
+                if (!isEnd) describe(a, b, root, false, found);
+            }
+            from = to;
+            rateBefore = rateAfter;
+        }
+    }
+
+    // The range rate times the range; zero where one has no state.
+    static double rangeRate(const Member& a, const Member& b, Ds50 time) {
+        const std::optional<State> ofA = stateOf(a.satellite, time);
+        const std::optional<State> ofB = stateOf(b.satellite, time);
+        if (!ofA || !ofB) return 0.0;
+        return (positionOf(*ofB) - positionOf(*ofA)).dot(velocityOf(*ofB) - velocityOf(*ofA));
+    }
+
+    // The root of the range rate in a bracket, by regula falsi with the Illinois modification (Dowell and Jarratt 1971)
+    // and a bisection wherever that gains little.
+    static Ds50 nearest(const Member& a, const Member& b, Ds50 low, double atLow, Ds50 high, double atHigh) {
+        int sameSide = 0;
+        while (high.days - low.days > kMicrosecond_days / 4.0) {
+            Ds50 middle{low.days - atLow * (high.days - low.days) / (atHigh - atLow)};
+            if (std::abs(sameSide) > 3 || !(low < middle && middle < high))
+                middle.days = low.days + (high.days - low.days) / 2.0;
+            if (!(low < middle && middle < high)) break;  // neighbouring doubles
+            const double atMiddle = rangeRate(a, b, middle);
+            if (atMiddle < 0.0) {
+                sameSide = std::min(sameSide, 0) - 1;
+                if (sameSide < -1) atHigh /= 2.0;
+                low = middle;
+                atLow = atMiddle;
+            } else {
+                sameSide = std::max(sameSide, 0) + 1;
+                if (sameSide > 1) atLow /= 2.0;
+                high = middle;
+                atHigh = atMiddle;
+            }
+        }
+        return high;
+    }
+
+    void describe(const Member& a, const Member& b, Ds50 time, bool atEnd, std::vector<Approach>& found) const {
+        const std::optional<State> ofA = stateOf(a.satellite, time);
+        const std::optional<State> ofB = stateOf(b.satellite, time);
+        if (!ofA || !ofB) return;
+        const Vector apart = positionOf(*ofB) - positionOf(*ofA);
+        if (!(apart.norm() < options_.within_km)) return;
+        const Vector relative =
+            velocityOf(onFixedAxes(*ofB, fleet_.motion)) - velocityOf(onFixedAxes(*ofA, fleet_.motion));
+        Approach approach{a.index, b.index, time, atEnd, apart.norm(), {}, relative.norm(), {}};
+        if (const std::optional<Axes> axes = orbitAxes(*ofA, fleet_.motion))
+            approach.components_km = onAxes(*axes, arrayOf(apart));
+        approach.sigmas = sigmasOf(a, b, time, apart);
+        found.push_back(approach);
+    }
+
+    static std::optional<double> sigmasOf(const Member& a, const Member& b, Ds50 time, const Vector& apart) {
+        Eigen::Matrix3d sum = Eigen::Matrix3d::Zero();
+        for (const Member* const member : {&a, &b}) {
+            const auto answer = member->satellite.try_state_and_covariance(time);
+            if (!answer || !isCovariance(answer.value.second)) return std::nullopt;
+            const Matrix6& covariance = answer.value.second;
+            for (Eigen::Index row = 0; row < 3; ++row)
+                for (Eigen::Index column = 0; column < 3; ++column)
+                    sum(row, column) += covariance[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)];
+        }
+        const Eigen::LLT<Eigen::Matrix3d> factor(sum);
+        if (factor.info() != Eigen::Success) return std::nullopt;
+        return factor.matrixL().solve(apart).norm();
+    }
+
+    const Fleet& fleet_;
+    const Samples& samples_;
+    const ApproachOptions& options_;
+    ApproachSieve sieve_;
+    Span window_{};
+    std::vector<std::pair<std::size_t, const Piece*>> present_;
+    std::vector<Satellite> satellites_;
+    std::vector<State> states_;
+    std::vector<std::int32_t> codes_;
+    std::vector<SievedState> sample_;
+};
+
+// Each thread takes the next sample.
+void searchFleet(const Fleet& fleet, const ApproachOptions& options, std::vector<Approach>& events) {
+    std::optional<Span> all;
+    for (const Member& member : fleet.members)
+        for (const Piece& piece : member.pieces)
+            all = all ? Span{std::min(all->first, piece.span.first), std::max(all->last, piece.span.last)} : piece.span;
+    if (!all) return;
+    const Samples samples(*all, options.step_s);
+    const std::size_t workers = std::clamp<std::size_t>(options.threads, 1, samples.count());
+    std::atomic<std::size_t> next = 0;
+    std::vector<std::vector<Approach>> found(workers);
+    std::vector<std::exception_ptr> failures(workers);
+    const auto work = [&](std::size_t worker) {
+        try {
+            Search search(fleet, samples, options);
+            for (std::size_t k; (k = next++) < samples.count();) {
+                search.examine(k, found[worker]);
+                if (worker == 0 && options.progress)
+                    options.progress(static_cast<double>(k + 1) / static_cast<double>(samples.count()));
+            }
+        } catch (...) {
+            failures[worker] = std::current_exception();
+        }
+    };
+    {
+        std::vector<std::jthread> threads;
+        for (std::size_t worker = 1; worker < workers; ++worker)
+            threads.emplace_back(work, worker);
+        work(0);
+    }
+    for (std::size_t worker = 0; worker < workers; ++worker) {
+        if (failures[worker]) std::rethrow_exception(failures[worker]);
+        events.insert(events.end(), found[worker].begin(), found[worker].end());
+    }
+}
+
+// Pairs of different frames; those of equal number are no pairs.
+class FramePairs {
+public:
+    void add(std::int32_t number, Frame frame) {
+        ++byFrame_[frame];
+        if (isName(number)) ++byNumber_[number][frame];
+    }
+
+    std::uint64_t count(bool sameNumber) const {
+        std::uint64_t pairs = across(byFrame_);
+        if (!sameNumber)
+            for (const auto& [number, frames] : byNumber_)
+                pairs -= across(frames);
+        return pairs;
+    }
+
+private:
+    using Counts = std::map<Frame, std::uint64_t>;
+
+    static std::uint64_t across(const Counts& counts) {
+        std::uint64_t pairs = 0;
+        std::uint64_t before = 0;
+        for (const auto& [frame, count] : counts) {
+            pairs += before * count;
+            before += count;
+        }
+        return pairs;
+    }
+
+    Counts byFrame_;
+    std::map<std::int32_t, Counts> byNumber_;
+};
+
+}  // namespace
+
+Approaches findApproaches(std::span<const Satellite> satellites, const ApproachOptions& options) {
+    Approaches result;
+    result.answered.resize(satellites.size());
+    std::map<Frame, Fleet> fleets;
+    FramePairs pairs;
+    for (std::size_t i = 0; i < satellites.size(); ++i) {
+        const Satellite satellite = satellites[i];
+        const Fields fields = satellite.fields();
+        const Motion motion = motionOf(fields.frame);
+        std::vector<Piece> pieces = piecesOf(satellite, motion, options.range);
+        result.answered[i] = answeredShare(satellite, pieces, options.range);
+        if (motion == Motion::Unknown) {
+            result.inUnknownFrames.push_back(i);
+            continue;
+        }
+        pairs.add(fields.number, fields.frame);
+        Fleet& fleet = fleets[fields.frame];
+        fleet.motion = motion;
+        fleet.members.push_back({i, satellite, fields.number, std::move(pieces)});
+    }
+    result.pairsAcrossFrames = pairs.count(options.sameNumber);
+    for (const auto& [frame, fleet] : fleets)
+        searchFleet(fleet, options, result.events);
+    std::sort(result.events.begin(), result.events.end(), [](const Approach& x, const Approach& y) {
+        return std::tie(x.time, x.a, x.b) < std::tie(y.time, y.a, y.b);
+    });
+    return result;
+}
+
+}  // namespace vorlandi::analysis

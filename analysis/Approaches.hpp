@@ -1,0 +1,57 @@
+// Close approaches: all satellites against all, on their ephemerides.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "analysis/Ephemeris.hpp"
+
+namespace vorlandi::analysis {
+
+struct ApproachOptions {
+    double within_km = 10.0;
+    double step_s = 60.0;  // between the samples of the sieve; the result doesn't depend on it. At most 300
+    Span range = kAllTimes;
+    bool sameNumber = false;                       // compares records of equal number, too
+    unsigned threads = 1;                          // the result doesn't depend on them
+    std::function<void(double share)> progress{};  // called now and then by the calling thread; may be empty
+};
+
+inline constexpr double kLargestApproachStep_s = 300.0;
+
+// A local minimum of a distance, or the distance where the common span of two satellites begins or ends.
+struct Approach {
+    std::size_t a;  // indices of the satellites, a < b
+    std::size_t b;
+    Ds50 time;   // of the root of the range rate, to a microsecond
+    bool atEnd;  // of the common span
+    double distance_km;
+    // Of b from a, radial, in-track and cross-track of a; none where a has no such axes.
+    std::optional<std::array<double, 3>> components_km;
+    double speed_km_s;             // relative, on axes that don't rotate
+    std::optional<double> sigmas;  // the distance in those of both position covariances, if both satellites have them
+};
+
+struct Approaches {
+    std::vector<Approach> events;                // by time
+    std::vector<double> answered;                // of each satellite, the part of its span in the range that has states
+    std::uint64_t pairsAcrossFrames = 0;         // not compared; nor are those of equal number among them
+    std::vector<std::size_t> inUnknownFrames{};  // satellites whose axes are not known: not compared
+};
+
+// Compares satellites of the same frame, ECI, J2K, EFG or ECR. Numbers 0 and 99999 are no names: satellites that have
+// them are compared with each other. A satellite takes part where it has interpolated states. Within a quarter of a
+// step each distance has at most one minimum that is found.
+//
+// The states of all satellites at every step are sorted into cells; neighbours whose straight relative motion, with a
+// bound for its curvature, may bring them near enough are looked at in detail.
+//
+// Throws Error if a satellite has gone.
+Approaches findApproaches(std::span<const Satellite> satellites, const ApproachOptions& options = {});
+
+}  // namespace vorlandi::analysis
