@@ -5,6 +5,7 @@
 #include <csignal>
 #include <sstream>
 
+#include "ApproachesCommand.hpp"
 #include "CheckCommand.hpp"
 #include "ConvertCommand.hpp"
 #include "FormatsCommand.hpp"
@@ -46,6 +47,7 @@ void addCommands(CLI::App& application, Session& session) {
     addInfoCommand(application, session);
     addStatesCommand(application, session);
     addCheckCommand(application, session);
+    addApproachesCommand(application, session);
     addSaveCommand(application, session);
     addConvertCommand(application, session);
     addTimeCommand(application, session);

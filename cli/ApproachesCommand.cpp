@@ -1,0 +1,172 @@
+#include "ApproachesCommand.hpp"
+
+#include <map>
+#include <memory>
+
+#include "ApproachesReport.hpp"
+#include "ForeignTexts.hpp"
+#include "Loading.hpp"
+#include "Output.hpp"
+#include "Selection.hpp"
+
+namespace vorlandi::cli {
+namespace {
+
+constexpr const char* kFooter =
+    R"(All satellites are compared with all others of their frame, where both have interpolated states. An event is a
+local minimum of a distance, or the end of a common span nearer than --within. Components are those of b from a on the
+axes of a. sigmas is the distance in standard deviations where both satellites have covariances, whose errors are taken
+as independent. No probability of collision is calculated: it needs sizes, and assumptions that are yours.
+
+Frames are never converted: pairs across frames are counted and not compared. Files are read by the practical rules
+(--fixed-rules for the others).
+
+Exit status: 0 no approach; 1 some; 2 wrong usage; 3 a file could not be read, or the output not be written.
+
+Examples:
+  vorlandi approaches fleet.card --within 5
+  vorlandi approaches delivery.zip --within 1 --sat 81001 --format csv -o approaches.csv -j 4)";
+
+struct ApproachesCommandOptions {
+    InputOptions input;
+    std::vector<std::int32_t> satellites;
+    TimeRange range;
+    analysis::ApproachOptions search;
+    std::string output{kStandardOutput};
+    Format format = Format::Table;
+};
+
+std::vector<ScreenedSatellite> loadedAndNumbered() {
+    std::vector<ScreenedSatellite> satellites;
+    std::map<std::string, std::int32_t> inFile;
+    for (SatelliteRecord& record : loadedSatellites()) {
+        const std::int32_t number = ++inFile[record.file];
+        satellites.push_back({std::move(record), number});
+    }
+    return satellites;
+}
+
+std::string subjectOf(const ScreenedSatellite& satellite) {
+    const std::string record = satellite.inFile > 1 ? fmt::format(", record {}", satellite.inFile) : "";
+    return fmt::format("satellite {} ({}{})", satellite.record.number, satellite.record.file, record);
+}
+
+// Tells which comparisons were not made, or not over the whole span.
+void reportLeftOut(const ApproachesReport& report, const Span& range, Console& console) {
+    const analysis::Approaches& approaches = report.approaches;
+    if (approaches.pairsAcrossFrames > 0)
+        console.warning(
+            "", fmt::format("{} pairs are in different frames and were not compared", approaches.pairsAcrossFrames));
+    Quota unknown(console);
+    for (const std::size_t i : approaches.inUnknownFrames)
+        if (unknown.admits())
+            console.warning(subjectOf(report.satellites[i]),
+                            fmt::format("the axes of {} are not known; it was not compared",
+                                        name(report.satellites[i].record.frame)));
+    if (unknown.heldBack() > 0)
+        console.warning("", fmt::format("{} more satellites are in frames that are not known", unknown.heldBack()));
+    Quota partly(console);
+    for (std::size_t i = 0; i < report.satellites.size(); ++i) {
+        const SatelliteRecord& record = report.satellites[i].record;
+        const bool isInRange =
+            record.pointCount > 0 && record.span.start <= range.last.days && record.span.end >= range.first.days;
+        if (isInRange && approaches.answered[i] < 1.0 - 1e-9 && partly.admits())
+            console.warning(subjectOf(report.satellites[i]),
+                            fmt::format("has states for {:.1f} % of its span; the rest was not compared",
+                                        100.0 * approaches.answered[i]));
+    }
+    if (partly.heldBack() > 0)
+        console.warning("", fmt::format("{} more satellites have states for a part of their span", partly.heldBack()));
+}
+
+void write(const ApproachesReport& report, const ApproachesCommandOptions& options) {
+    Output output(options.output);
+    switch (options.format) {
+        case Format::Table:
+            printApproachesTable(report, output);
+            break;
+        case Format::Csv:
+            printApproachesCsv(report, output);
+            break;
+        case Format::Json:
+        case Format::Jsonl:
+            printApproachesJson(report, output);
+            break;
+    }
+    output.close();
+}
+
+void keepThoseOf(const std::vector<std::int32_t>& numbers, ApproachesReport& report) {
+    std::erase_if(report.approaches.events, [&](const analysis::Approach& event) {
+        return !isWanted(report.first(event).record, numbers) && !isWanted(report.second(event).record, numbers);
+    });
+}
+
+ExitStatus runApproaches(const CLI::App& command, ApproachesCommandOptions& options, Console& console) {
+    readTimeRange(command, options.range);
+    if (options.range.from) options.search.range.first.days = *options.range.from;
+    if (options.range.to) options.search.range.last.days = *options.range.to;
+    bool couldLook = loadFiles(options.input, options.output, console);
+    ApproachesReport report{options.search.within_km, loadedAndNumbered(), {}};
+    std::vector<SatelliteRecord> records;
+    std::vector<Satellite> satellites;
+    for (const ScreenedSatellite& satellite : report.satellites) {
+        records.push_back(satellite.record);
+        satellites.push_back(satellite.record.satellite);
+    }
+    couldLook = reportUnknown(options.satellites, records, console) && couldLook;
+    options.search.progress = [&](double share) {
+        console.progress(fmt::format("comparing, {:.0f} %", 100.0 * share));
+    };
+    report.approaches = analysis::findApproaches(satellites, options.search);
+    console.clearProgress();
+    keepThoseOf(options.satellites, report);
+    reportLeftOut(report, options.search.range, console);
+    try {
+        write(report, options);
+    } catch (const OutputError& error) {
+        console.error(error.name(), error.what());
+        couldLook = false;
+    }
+    if (!couldLook) return ExitStatus::Unreadable;
+    return statusOf(report.approaches.events.empty());
+}
+
+}  // namespace
+
+void addApproachesCommand(CLI::App& application, Session& session) {
+    CLI::App* const command =
+        application.add_subcommand("approaches", "Find where satellites come close to each other");
+    const auto options = std::make_shared<ApproachesCommandOptions>();
+    options->input.keys = Keys::Own;
+    addInput(*command, options->input);
+    command->add_option("--within", options->search.within_km, "Approaches nearer than KM")
+        ->type_name("KM")
+        ->required()
+        ->check(CLI::Range(1e-6, 1e5).description(""));
+    command->add_option("--sat", options->satellites, "Only approaches of this satellite number; may be repeated")
+        ->type_name("N")
+        ->allow_extra_args(false)
+        ->check(CLI::Range(0, 999999999).description(""));
+    addTimeRange(*command, options->range);
+    command
+        ->add_option("--step", options->search.step_s,
+                     "Seconds between the times at which all satellites are sorted by place; 1 to 300. The result does "
+                     "not depend on it")
+        ->type_name("SECONDS")
+        ->capture_default_str()
+        ->check(CLI::Range(1.0, analysis::kLargestApproachStep_s).description(""));
+    command->add_flag("--same-number", options->search.sameNumber, "Compare records of equal number, too");
+    command->add_option("-j", options->search.threads, "Compare with N threads")
+        ->type_name("N")
+        ->capture_default_str()
+        ->check(CLI::Range(1U, 1024U).description(""));
+    addFormat(*command, options->format);
+    addOutput(*command, options->output);
+    addVerbose(*command, session.console);
+    command->footer(kFooter);
+    command->callback(
+        [options, command, &session] { session.status = runApproaches(*command, *options, session.console); });
+}
+
+}  // namespace vorlandi::cli

@@ -1,0 +1,12 @@
+// `vorlandi approaches`: where satellites come close to each other.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "Options.hpp"
+
+namespace vorlandi::cli {
+
+void addApproachesCommand(CLI::App& application, Session& session);
+
+}  // namespace vorlandi::cli
