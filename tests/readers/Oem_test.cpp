@@ -367,18 +367,5 @@ TEST_F(ReadOEMEvents, TellEachBlockAndEachRecord) {
     EXPECT_THAT(heard(text.find("META_START", 200) + 20), ::testing::Contains(::testing::StartsWith("4|")));
 }
 
-TEST(ReadOEM, ReadsTheFileOnThePageOfFormats) {
-    const std::string page = readFile(VORLANDI_DOCS "/formats.md"), mark = "```text 81001_oem.txt\n";
-    const auto begin = page.find(mark) + mark.size();
-    const Loaded loaded =
-        load(page.substr(begin, page.find("```", begin) - begin), "81001_oem.txt", ReadingRules::practical());
-    EXPECT_EQ(loaded.errors, Lines{});
-    ASSERT_EQ(pointCounts(loaded), std::vector<std::int32_t>{2});
-    const Vorlanrecord& record = loaded.records[0];
-    EXPECT_EQ(std::pair(record.satNum, record.coordSys), std::pair(81001, kJ2k));
-    EXPECT_EQ(stateOf(record.points[0]), (State{27790.0, -2380, 6050, 2510, -4.845, -3.747, 4.437}));
-    EXPECT_TRUE(hasCovariance(record.points[0]) && hasCovariance(record.points[1]));
-}
-
 }  // namespace
 }  // namespace vorlandi::testing
