@@ -50,7 +50,7 @@ Filling filling;
 std::vector<std::int64_t> filledKeys;
 
 // Adds the machine and the compiler to the results.
-const bool contextAdded = [] {
+const bool kContextAdded = [] {
     std::ifstream file("/proc/cpuinfo");
     std::string line;
     while (std::getline(file, line)) {

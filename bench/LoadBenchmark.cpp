@@ -37,11 +37,11 @@ bool emptyAfter(benchmark::State& state, std::int64_t points) {
     return loaded;
 }
 
-template <LoadFunction kLoad>
+template <LoadFunction Function>
 void load(benchmark::State& state, const Path& path, std::int64_t points) {
     emptyStore();
     for (auto _ : state) {
-        const std::int32_t status = kLoad(path);
+        const std::int32_t status = Function(path);
         if (!emptyAfter(state, status == 0 ? points : -1)) break;
     }
 }
@@ -198,7 +198,7 @@ void add(const char* name, Pass pass, std::string_view format, std::int64_t poin
 }
 
 // Every format at 100,000 points, STK with its further passes also at a million.
-const bool added = [] {
+const bool kAdded = [] {
     for (const tools::EphemerisFormat& format : tools::ephemerisFormats()) {
         add("load", format.isPractical ? load<loadPractically> : load<loadByFixedRules>, format.name, 100'000);
         add("readBytes", readBytes, format.name, 100'000);

@@ -97,7 +97,7 @@ void addFleet(const std::string& way, const Fleet& fleet, bool withCovariance,
     benchmark::RegisterBenchmark(title.c_str(), measure)->Iterations(1)->Unit(benchmark::kMillisecond);
 }
 
-const bool added = [] {
+const bool kAdded = [] {
     for (const Fleet& fleet : kFleets) {
         for (const bool withCovariance : {false, true}) {
             addFleet("loaded", fleet, withCovariance,

@@ -16,8 +16,8 @@
 #include "vorlandi/vorlandi.h"
 
 /* Every message of the library arrives here; errors say why something could not be done. */
-static void print_message(int32_t severity, const char* text, int32_t length, void* user_data) {
-    (void)user_data;
+static void printMessage(int32_t severity, const char* text, int32_t length, void* userData) {
+    (void)userData;
     if (severity == VORLAN_TRACE_ERROR) fprintf(stderr, "%.*s\n", (int)length, text);
 }
 
@@ -26,7 +26,7 @@ int main(int argc, char** argv) {
         fprintf(stderr, "usage: %s EPHEMERIS_FILE\n", argv[0]);
         return 2;
     }
-    VorlanTraceSetHandler(print_message, NULL);
+    VorlanTraceSetHandler(printMessage, NULL);
 
     /* A file becomes one or more satellites in the store, each with a key. */
     if (VorlanLoadFile(argv[1]) != 0 || VorlanGetCount() == 0) {

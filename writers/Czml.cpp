@@ -64,7 +64,7 @@ std::vector<LeapStep> stepsAfter(double time, const std::vector<LeapStep>& steps
 void writeSample(double elapsed_s, const State& state, const char* separator, Lines& out) {
     const auto& [x, y, z] = state.position_km;
     const auto& [vx, vy, vz] = state.velocity_km_s;
-    constexpr double k = kMetersPerKilometer;
+    const double k = kMetersPerKilometer;
     out.text(separator);
     out.number(elapsed_s);
     out.text(fmt::format(",{:.4f},{:.4f},{:.4f},{:.7f},{:.7f},{:.7f}", x * k, y * k, z * k, vx * k, vy * k, vz * k));

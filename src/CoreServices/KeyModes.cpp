@@ -9,7 +9,7 @@ namespace {
 
 constinit std::mutex mutex;
 constinit KeyModes modes;
-[[maybe_unused]] const HeldAcrossFork<mutex> heldAcrossFork;
+[[maybe_unused]] const HeldAcrossFork<mutex> kHeldAcrossFork;
 
 }  // namespace
 

@@ -33,7 +33,7 @@ constinit HandlerSlot handlerSlot;
 static_assert(std::is_trivially_destructible_v<HandlerSlot>);
 
 constinit NeverDestroyed<TraceFile> traceFileSlot;
-constexpr TraceFile& traceFile = traceFileSlot.object;
+constinit TraceFile& traceFile = traceFileSlot.object;
 
 constinit thread_local InlineText<512> lastError;
 static_assert(std::is_trivially_destructible_v<decltype(lastError)>);
@@ -50,7 +50,7 @@ struct LogLocks {
 };
 
 constexpr LogLocks kLogLocks;
-[[maybe_unused]] const HeldAcrossFork<kLogLocks> logHeldAcrossFork;
+[[maybe_unused]] const HeldAcrossFork<kLogLocks> kLogHeldAcrossFork;
 
 void deliver(std::int32_t severity, std::string_view text) {
     if (text.data() == nullptr) text = "";  // handlers get no null pointer

@@ -14,7 +14,7 @@ namespace vorlandi {
 namespace {
 
 bool processEnds = false;
-[[maybe_unused]] const int registered = std::atexit([] { processEnds = true; });
+[[maybe_unused]] const int kRegistered = std::atexit([] { processEnds = true; });
 
 __attribute__((destructor)) void giveMemoryBack() {
     if (processEnds) return;

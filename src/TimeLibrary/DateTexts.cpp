@@ -100,12 +100,12 @@ bool readTimeOfDay(std::string_view text, std::size_t hourAt, std::size_t second
     return parts.hour >= 0 && parts.minute >= 0 && parts.second >= 0.0;
 }
 
-// The year and the day of the year, kBetween columns before the point. The year has four digits, two, or one after a
+// The year and the day of the year, Between columns before the point. The year has four digits, two, or one after a
 // blank. Returns the width of the year, 0 if there is no such year.
-template <std::size_t kBetween>
+template <std::size_t Between>
 std::size_t readYearAndDay(const CompactText& date, DateParts& parts) noexcept {
     // A point that is missing, or too early, results in a width that no year has.
-    const std::size_t width = date.text.find('.') - 3 - kBetween;
+    const std::size_t width = date.text.find('.') - 3 - Between;
     if (width != 2 && width != 4 && !(width == 1 && date.blankBefore())) return 0;
     const int year = paddedDigits(date.text.substr(0, width));
     parts.year = static_cast<int>(width <= 2 && year >= 0 ? fullYear(year) : year);
@@ -123,9 +123,9 @@ std::optional<double> compactTime(const CompactText& date) noexcept {
 
 // The usual text of compactTime, read without a look for blanks: digits alone, to the millisecond. Nothing for any
 // other.
-template <std::size_t kYearWidth>
+template <std::size_t YearWidth>
 std::optional<double> usualTime(const char* text) noexcept {
-    constexpr std::size_t kPoint = kYearWidth + 9;
+    constexpr std::size_t kPoint = YearWidth + 9;
     bool isUsual = text[kPoint] == '.';
     for (std::size_t k = 0; k < kPoint + 4; ++k)
         isUsual &= k == kPoint || isDigit(text[k]);
@@ -137,12 +137,12 @@ std::optional<double> usualTime(const char* text) noexcept {
         return value;
     };
     DateParts parts;
-    parts.year = number(0, kYearWidth);
-    if (kYearWidth == 2) parts.year = static_cast<int>(fullYear(parts.year));
-    parts.dayOfYear = number(kYearWidth, 3);
-    parts.hour = number(kYearWidth + 3, 2);
-    parts.minute = number(kYearWidth + 5, 2);
-    parts.second = (number(kYearWidth + 7, 2) * 1000 + number(kPoint + 1, 3)) / 1000.0;
+    parts.year = number(0, YearWidth);
+    if (YearWidth == 2) parts.year = static_cast<int>(fullYear(parts.year));
+    parts.dayOfYear = number(YearWidth, 3);
+    parts.hour = number(YearWidth + 3, 2);
+    parts.minute = number(YearWidth + 5, 2);
+    parts.second = (number(YearWidth + 7, 2) * 1000 + number(kPoint + 1, 3)) / 1000.0;
     return ds50Of(parts);
 }
 

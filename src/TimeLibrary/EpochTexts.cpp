@@ -28,11 +28,11 @@ constexpr double kPowersOfTen[kMostDecimals + 1] = {1e0, 1e1, 1e2, 1e3,  1e4,  1
                                                     1e7, 1e8, 1e9, 1e10, 1e11, 1e12, 1e13};
 
 // A field of digits; negative if anything else is in it.
-template <std::size_t kWidth>
+template <std::size_t Width>
 int digitsAt(std::string_view text, std::size_t at) noexcept {
     unsigned value = 0;
     bool good = true;
-    for (std::size_t k = at; k < at + kWidth; ++k) {
+    for (std::size_t k = at; k < at + Width; ++k) {
         good &= isDigit(text[k]);
         value = value * 10 + static_cast<unsigned>(text[k] - '0');
     }

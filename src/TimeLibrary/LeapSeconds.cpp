@@ -42,7 +42,7 @@ struct KeptTable {
 };
 constinit KeptTable* lastKept = nullptr;
 constinit std::mutex keeping;
-[[maybe_unused]] const HeldAcrossFork<keeping> keepingHeldAcrossFork;
+[[maybe_unused]] const HeldAcrossFork<keeping> kKeepingHeldAcrossFork;
 
 // The table of these steps; a new one only if there was none like it.
 const LeapTable* keep(std::vector<LeapStep>&& steps) {

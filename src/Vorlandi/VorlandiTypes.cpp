@@ -25,8 +25,8 @@ namespace {
 constinit BlockPool<sizeof(Vorlanbintree), alignof(Vorlanbintree)> nodes;
 constinit BlockPool<sizeof(Vorlanrecord), kCacheLine> records;
 
-[[maybe_unused]] const HeldAcrossFork<nodes> nodesHeldAcrossFork;
-[[maybe_unused]] const HeldAcrossFork<records> recordsHeldAcrossFork;
+[[maybe_unused]] const HeldAcrossFork<nodes> kNodesHeldAcrossFork;
+[[maybe_unused]] const HeldAcrossFork<records> kRecordsHeldAcrossFork;
 
 }  // namespace
 

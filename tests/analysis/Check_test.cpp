@@ -14,7 +14,7 @@ using testing::ElementsAreArray;
 // Every case names all findings: those that are not named are silent in it.
 struct Case {
     const char* what;
-    std::function<Points()> make;
+    Points points;
     std::vector<std::string> findings;
 };
 
@@ -64,13 +64,14 @@ Points called(Points points, Frame frame) {
     return points;
 }
 
-Points withCovariances(const std::function<void(Matrix6&, std::size_t)>& change) {
+// Changes the covariance of point `first` and of every `step`-th after it.
+Points withCovariances(std::size_t first, std::size_t step, const std::function<void(Matrix6&)>& change) {
     Points points = low();
     for (std::size_t i = 0; i < points.times.size(); ++i) {
         Matrix6 matrix{};
         for (std::size_t k = 0; k < 6; ++k)
             matrix[k][k] = k < 3 ? 1e-4 : 1e-10;
-        change(matrix, i);
+        if (i >= first && (i - first) % step == 0) change(matrix);
         points.covariances.push_back(matrix);
     }
     return points;
@@ -80,100 +81,71 @@ void correlate(Matrix6& matrix, double correlation) {
     matrix[1][0] = matrix[0][1] = correlation * std::sqrt(matrix[0][0] * matrix[1][1]);
 }
 
-const std::vector<Case>& cases() {
-    static const std::vector<Case> kCases{
-        {"clean", [] { return low(); }, {}},
-        {"clean, rotating", [] { return lowRotating(); }, {}},
-        {"clean, geostationary", [] { return orbitPoints(42164.17, 0.0, 900.0, 200, 0.0, true); }, {}},
-        {"clean, widely spaced", [] { return orbitPoints(26560.0, 0.01, 900.0, 200); }, {}},
-        {"three points", [] { return low(3); }, {"error few-points"}},
-        {"every 600 s",
-         [] { return low(60, 600.0); },
-         {"warning interpolation", "warning interpolation", "warning interpolation"}},
-        {"a day missing", [] { return without(low(1900), 200, 1700); }, {"error unanswered", "note steps"}},
-        {"90 minutes missing", [] { return without(low(), 200, 289); }, {"note steps", "warning gap"}},
-        {"4 minutes missing", [] { return without(low(), 200, 202); }, {"note steps", "note gap"}},
-        {"in 1951", [] { return later(low(), -27000.0 * 86400.0); }, {"warning time-span"}},
-        {"in 2057", [] { return later(low(), 31.0 * 365.25 * 86400.0); }, {"warning time-span"}},
-        {"GPS time", [] { return later(low(), -18.0); }, {"note time-scale"}},
-        {"TT", [] { return later(low(), -69.184); }, {"note time-scale"}},
-        {"no clock at all", [] { return later(low(), 0.5); }, {}},
-        {"1/3 s late", [] { return later(low(), 1.0 / 3.0); }, {"note coarse-digits"}},
-        {"no velocities", [] { return scaled(1.0, 0.0); }, {"error no-velocity"}},
-        {"rotating velocities", [] { return turned(low(), -1.0); }, {"error velocity-frame"}},
-        {"inertial velocities", [] { return turned(lowRotating(), 1.0); }, {"error velocity-frame"}},
-        {"velocities in ft/s", [] { return scaled(1.0, 3280.84); }, {"error velocity-unit"}},
-        {"velocities backwards", [] { return scaled(1.0, -1.0); }, {"error velocity-unit"}},
-        {"velocities 5 % off", [] { return scaled(1.0, 1.05); }, {"error velocity-mismatch"}},
-        {"in metres", [] { return scaled(1000.0, 1000.0); }, {"error position-unit"}},
-        {"in earth radii", [] { return scaled(1 / 6378.137, 1 / 6378.137, lowRotating()); }, {"error position-unit"}},
-        {"positions in metres", [] { return scaled(1000.0, 1.0); }, {"error velocity-unit", "error position-unit"}},
-        {"rotating, called J2K", [] { return called(lowRotating(), Frame::J2K); }, {"error frame-mismatch"}},
-        {"inertial, called EFG", [] { return called(low(), Frame::EFG); }, {"error frame-mismatch"}},
-        {"unknown frame", [] { return called(low(), Frame{17}); }, {"note frame-unknown"}},
-        {"below ground", [] { return orbitPoints(6345.0, 0.0, 60.0, 200); }, {"warning below-ground"}},
+TEST(Check, FindsWhatIsThereAndNothingElse) {
+    const std::vector<Case> cases{
+        {"clean", low(), {}},
+        {"clean, rotating", lowRotating(), {}},
+        {"clean, geostationary", orbitPoints(42164.17, 0.0, 900.0, 200, 0.0, true), {}},
+        {"clean, widely spaced", orbitPoints(26560.0, 0.01, 900.0, 200), {}},
+        {"three points", low(3), {"error few-points"}},
+        {"every 600 s", low(60, 600.0), {"warning interpolation", "warning interpolation", "warning interpolation"}},
+        {"a day missing", without(low(1900), 200, 1700), {"error unanswered", "note steps"}},
+        {"90 minutes missing", without(low(), 200, 289), {"note steps", "warning gap"}},
+        {"4 minutes missing", without(low(), 200, 202), {"note steps", "note gap"}},
+        {"in 1951", later(low(), -27000.0 * 86400.0), {"warning time-span"}},
+        {"in 2057", later(low(), 31.0 * 365.25 * 86400.0), {"warning time-span"}},
+        {"GPS time", later(low(), -18.0), {"note time-scale"}},
+        {"TT", later(low(), -69.184), {"note time-scale"}},
+        {"no clock at all", later(low(), 0.5), {}},
+        {"1/3 s late", later(low(), 1.0 / 3.0), {"note coarse-digits"}},
+        {"no velocities", scaled(1.0, 0.0), {"error no-velocity"}},
+        {"rotating velocities", turned(low(), -1.0), {"error velocity-frame"}},
+        {"inertial velocities", turned(lowRotating(), 1.0), {"error velocity-frame"}},
+        {"velocities in ft/s", scaled(1.0, 3280.84), {"error velocity-unit"}},
+        {"velocities backwards", scaled(1.0, -1.0), {"error velocity-unit"}},
+        {"velocities 5 % off", scaled(1.0, 1.05), {"error velocity-mismatch"}},
+        {"in metres", scaled(1000.0, 1000.0), {"error position-unit"}},
+        {"in earth radii", scaled(1 / 6378.137, 1 / 6378.137, lowRotating()), {"error position-unit"}},
+        {"positions in metres", scaled(1000.0, 1.0), {"error velocity-unit", "error position-unit"}},
+        {"rotating, called J2K", called(lowRotating(), Frame::J2K), {"error frame-mismatch"}},
+        {"inertial, called EFG", called(low(), Frame::EFG), {"error frame-mismatch"}},
+        {"unknown frame", called(low(), Frame{17}), {"note frame-unknown"}},
+        {"below ground", orbitPoints(6345.0, 0.0, 60.0, 200), {"warning below-ground"}},
         {"positions to 10 m",
-         [] {
-             return changed(low(), [](State& state, std::size_t) {
-                 for (double& x : state.position_km)
-                     x = std::round(x * 100.0) / 100.0;
-             });
-         },
+         changed(low(),
+                 [](State& state, std::size_t) {
+                     for (double& x : state.position_km)
+                         x = std::round(x * 100.0) / 100.0;
+                 }),
          {"note coarse-digits", "warning interpolation", "warning interpolation", "warning interpolation"}},
         {"a correlation of 1.01",
-         [] {
-             return withCovariances([](Matrix6& matrix, std::size_t i) {
-                 if (i == 50) correlate(matrix, 1.01);
-             });
-         },
+         withCovariances(50, 1000, [](Matrix6& m) { correlate(m, 1.01); }),
          {"error covariance-not-positive"}},
         {"a correlation of 1 + 1e-8",
-         [] {
-             return withCovariances([](Matrix6& matrix, std::size_t i) {
-                 if (i == 50) correlate(matrix, 1.0 + 1e-8);
-             });
-         },
+         withCovariances(50, 1000, [](Matrix6& m) { correlate(m, 1.0 + 1e-8); }),
          {"note covariance-not-positive"}},
         {"positions alone",
-         [] {
-             return withCovariances([](Matrix6& matrix, std::size_t) {
-                 correlate(matrix, 0.9);
-                 matrix[3][3] = matrix[4][4] = matrix[5][5] = 0.0;
-             });
-         },
+         withCovariances(0, 1,
+                         [](Matrix6& m) {
+                             correlate(m, 0.9);
+                             m[3][3] = m[4][4] = m[5][5] = 0.0;
+                         }),
          {}},
         {"small between large",
-         [] {
-             return withCovariances([](Matrix6& matrix, std::size_t i) {
-                 if (i == 200)
-                     for (std::size_t k = 0; k < 3; ++k)
-                         matrix[k][k] = 1.0;
-             });
-         },
+         withCovariances(200, 1000, [](Matrix6& m) { m[0][0] = m[1][1] = m[2][2] = 1.0; }),
          {"warning covariance-between", "warning covariance-between"}},
-        {"some without",
-         [] {
-             return withCovariances([](Matrix6& matrix, std::size_t i) {
-                 if (i % 3 == 0) matrix = {};
-             });
-         },
-         {"note covariance-missing"}},
+        {"some without", withCovariances(0, 3, [](Matrix6& m) { m = {}; }), {"note covariance-missing"}},
         {"square metres",
-         [] {
-             return withCovariances([](Matrix6& matrix, std::size_t) {
-                 for (std::size_t k = 0; k < 6; ++k)
-                     matrix[k][k] *= 1e12;
-             });
-         },
+         withCovariances(0, 1,
+                         [](Matrix6& m) {
+                             for (std::size_t k = 0; k < 6; ++k)
+                                 m[k][k] *= 1e12;
+                         }),
          {"warning covariance-size"}},
     };
-    return kCases;
-}
-
-TEST(Check, FindsWhatIsThereAndNothingElse) {
-    for (const Case& c : cases()) {
+    for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        const OwnedSatellite satellite = c.make().stored();
+        const OwnedSatellite satellite = c.points.stored();
         std::vector<std::string> found;
         for (const Finding& finding : checkSatellite(satellite).findings)
             found.push_back(std::string(nameOf(finding.severity)) + " " + nameOf(finding.kind));

@@ -4,20 +4,34 @@
 namespace vorlandi::cli_tests {
 namespace {
 
+struct Case {
+    std::string make, arguments;
+    Lines messages, satellites;  // number, points, file and tag of each satellite
+};
+
 class Archives : public CommandLine {
 protected:
-    // Number, points, file and tag of each satellite.
-    Lines loadedBy(const std::string& arguments, Lines* messages, int* status) const {
+    void expectLoads(const std::string& arguments, const Lines& messages, const Lines& satellites) const {
+        SCOPED_TRACE("info " + arguments);
         const Outcome info = run("info --format csv " + arguments);
-        *messages = split(info.messages);
-        *status = info.status;
-        Lines satellites;
+        Lines found, expected;
         for (const std::string& line : split(info.output)) {
             const Lines columns = split(line, ',');
-            satellites.push_back(columns[0] + " " + columns[3] + " " + columns[9] + " " + columns[10]);
+            found.push_back(columns[0] + " " + columns[3] + " " + columns[9] + " " + columns[10]);
         }
-        satellites.erase(satellites.begin());
-        return satellites;
+        found.erase(found.begin());
+        for (const std::string& message : messages)
+            expected.push_back("vorlandi: " + message);
+        EXPECT_EQ(found, satellites);
+        EXPECT_EQ(split(info.messages), expected);
+        EXPECT_EQ(info.status, messages.empty() ? 0 : 1);
+    }
+
+    void expectLoads(const std::vector<Case>& cases) const {
+        for (const auto& [make, arguments, messages, satellites] : cases) {
+            ASSERT_EQ(shell(make).status, 0) << make;
+            expectLoads(arguments, messages, satellites);
+        }
     }
 };
 
@@ -26,10 +40,6 @@ TEST_F(Archives, AreReadWithoutUnpackingThem) {
     write("folder/MEME_44713_NAME1_0300000_x.e", ephemeris(4));
     write("folder/81004\xC3\xA9.e", ephemeris(5));
     shell("cp '" VORLANDI_EXAMPLES "/81001.dce' folder/81009.DCE");
-    struct Case {
-        std::string make, arguments;
-        Lines satellites;
-    };
     const Lines folder = {"81004 5 NAME/folder/81004\xC3\xA9.e ", "81003 3 NAME/folder/81003.e ",
                           "44713 4 NAME/folder/MEME_44713_NAME1_0300000_x.e ", "81001 361 NAME/folder/81009.DCE "};
     const auto inFolder = [&](const std::string& name) {
@@ -39,43 +49,35 @@ TEST_F(Archives, AreReadWithoutUnpackingThem) {
         return lines;
     };
     const std::string files = " folder/81004*.e folder/81003.e folder/MEME* folder/81009.DCE";
-    const Case cases[] = {
-        {"LC_ALL=C.UTF-8 bsdtar --format zip -cf all.zip" + files, "all.zip", inFolder("all.zip")},
-        {"bsdtar -cf all.tar" + files, "./all.tar", inFolder("./all.tar")},
-        {"bsdtar --format v7tar -cf old.tar folder/81003.e", "old.tar", {"81003 3 old.tar/folder/81003.e "}},
-        {"bsdtar -czf all.tgz" + files, "all.tgz", inFolder("all.tgz")},
-        {"bsdtar --xz -cf all" + files, "all", inFolder("all")},
-        {"bsdtar --zstd -cf all.zst ./folder/81003.e", "all.zst", {"81003 3 all.zst/folder/81003.e "}},
-        {"gzip -k 81001.e", "81001.e.gz", {"81001 10 81001.e "}},
-        {"(head -n 7 81001.e | gzip; tail -n +8 81001.e | gzip) >81005.gz", "81005.gz", {"81005 10 81005 "}},
-        {"bsdtar --format raw --xz -cf folder/81006.e.xz 81001.e", "folder/81006.e.xz", {"81006 10 folder/81006.e "}},
-        {"bsdtar --format raw --zstd -cf 81007.e.zst 81001.e", "81007.e.zst", {"81007 10 81007.e "}},
-        {"gzip -c 81001.e >81008.e.GZ", "81008.e.GZ", {"81008 10 81008.e "}},
-        {"gzip -c 81001.e >.gz", "./.gz", {"99999 10 ./.gz "}},
-        {"mkfifo pipe; cat 81001.e.gz >pipe &", "pipe", {"99999 10 pipe "}},
-        {"echo EPHFIL = 81001.e >pipe &", "pipe", {"81001 10 81001.e "}},
-        {"true", "- <81001.e", {"99999 10 stdin "}},
-        {"true", "- <81001.e.gz", {"99999 10 stdin "}},
-        {"true", "- 81001.e <all.zip",
-         [&] {
-             Lines lines = inFolder("stdin");
-             lines.push_back("81001 10 81001.e ");
-             return lines;
-         }()},
+    Lines fromInput = inFolder("stdin");
+    fromInput.push_back("81001 10 81001.e ");
+    expectLoads({
+        {"LC_ALL=C.UTF-8 bsdtar --format zip -cf all.zip" + files, "all.zip", {}, inFolder("all.zip")},
+        {"bsdtar -cf all.tar" + files, "./all.tar", {}, inFolder("./all.tar")},
+        {"bsdtar --format v7tar -cf old.tar folder/81003.e", "old.tar", {}, {"81003 3 old.tar/folder/81003.e "}},
+        {"bsdtar -czf all.tgz" + files, "all.tgz", {}, inFolder("all.tgz")},
+        {"bsdtar --xz -cf all" + files, "all", {}, inFolder("all")},
+        {"bsdtar --zstd -cf all.zst ./folder/81003.e", "all.zst", {}, {"81003 3 all.zst/folder/81003.e "}},
+        {"gzip -k 81001.e", "81001.e.gz", {}, {"81001 10 81001.e "}},
+        {"(head -n 7 81001.e | gzip; tail -n +8 81001.e | gzip) >81005.gz", "81005.gz", {}, {"81005 10 81005 "}},
+        {"bsdtar --format raw --xz -cf folder/81006.e.xz 81001.e",
+         "folder/81006.e.xz",
+         {},
+         {"81006 10 folder/81006.e "}},
+        {"bsdtar --format raw --zstd -cf 81007.e.zst 81001.e", "81007.e.zst", {}, {"81007 10 81007.e "}},
+        {"gzip -c 81001.e >81008.e.GZ", "81008.e.GZ", {}, {"81008 10 81008.e "}},
+        {"gzip -c 81001.e >.gz", "./.gz", {}, {"99999 10 ./.gz "}},
+        {"mkfifo pipe; cat 81001.e.gz >pipe &", "pipe", {}, {"99999 10 pipe "}},
+        {"echo EPHFIL = 81001.e >pipe &", "pipe", {}, {"81001 10 81001.e "}},
+        {"true", "- <81001.e", {}, {"99999 10 stdin "}},
+        {"true", "- <81001.e.gz", {}, {"99999 10 stdin "}},
+        {"true", "- 81001.e <all.zip", {}, fromInput},
         {"true",
          "--fixed-rules all.tgz",
+         {},
          {"81004 5 all.tgz/folder/81004\xC3\xA9.e ", "81003 3 all.tgz/folder/81003.e ",
           "99999 4 all.tgz/folder/MEME_44713_NAME1_0300000_x.e ", "81001 361 all.tgz/folder/81009.DCE "}},
-    };
-    for (const auto& [make, arguments, satellites] : cases) {
-        SCOPED_TRACE(make + "; info " + arguments);
-        ASSERT_EQ(shell(make).messages, "");
-        Lines messages;
-        int status = 0;
-        EXPECT_EQ(loadedBy(arguments, &messages, &status), satellites);
-        EXPECT_EQ(messages, Lines{});
-        EXPECT_EQ(status, 0);
-    }
+    });
 }
 
 TEST_F(Archives, SayWhatIsNotLoadedAndKeepTheRest) {
@@ -86,11 +88,7 @@ TEST_F(Archives, SayWhatIsNotLoadedAndKeepTheRest) {
     const std::string nested = ": error: an archive in an archive is not read";
     const std::string wrong = "crc.tgz: error: damaged: the checksum of the whole is wrong, so any of its files may be";
     const std::string large = ": error: larger than 2097152 bytes, the most that a file here may have";
-    struct Case {
-        std::string make, arguments;
-        Lines messages, satellites;
-    };
-    const Case cases[] = {
+    expectLoads({
         {"bsdtar -a -cf a.zip prose.txt 81001.e",
          "a.zip",
          {"a.zip/prose.txt: error: no ephemeris format recognised"},
@@ -157,19 +155,7 @@ TEST_F(Archives, SayWhatIsNotLoadedAndKeepTheRest) {
          {}},
         {"true", "- </dev/null", {"stdin: error: no ephemeris format recognised"}, {}},
         {"true", "- <folder", {"stdin: error: Is a directory"}, {}},
-    };
-    for (const auto& [make, arguments, expected, satellites] : cases) {
-        SCOPED_TRACE(make + "; info " + arguments);
-        ASSERT_EQ(shell(make).status, 0);
-        Lines messages;
-        int status = 0;
-        EXPECT_EQ(loadedBy(arguments, &messages, &status), satellites);
-        Lines prefixed;
-        for (const std::string& message : expected)
-            prefixed.push_back("vorlandi: " + message);
-        EXPECT_EQ(messages, prefixed);
-        EXPECT_EQ(status, 1);
-    }
+    });
     EXPECT_EQ(run("info - 81001.e -").status, 2);
     EXPECT_EQ(run("info 81001.e --max-member 0").status, 2);
 }
@@ -181,16 +167,13 @@ TEST_F(Archives, FollowCardsToTheirOwnMembersOnly) {
           "EPHFIL = ../81002.itc\n");
     write("nothere.e", ephemeris(2));
     shell("bsdtar -a -cf a.zip folder 81001.e 81002.itc");
-    Lines messages;
-    int status = 0;
-    const Lines satellites = {"81003 3 a.zip/folder/81003.e first", "81001 10 a.zip/81001.e ",
-                              "81002 2 a.zip/81002.itc second"};
-    EXPECT_EQ(loadedBy("a.zip", &messages, &status), satellites);
-    EXPECT_EQ(messages, Lines{"vorlandi: a.zip/folder/near.card:5: error: nothere.e is not in this archive"});
-    EXPECT_EQ(status, 1);
-    EXPECT_EQ(loadedBy("- 81001.e <folder/near.card", &messages, &status), Lines{"81001 10 81001.e "});
-    ASSERT_EQ(messages.size(), 4U);
-    EXPECT_EQ(messages[0], "vorlandi: stdin:2: error: 81003.e: cards on standard input are not followed");
+    expectLoads("a.zip", {"a.zip/folder/near.card:5: error: nothere.e is not in this archive"},
+                {"81003 3 a.zip/folder/81003.e first", "81001 10 a.zip/81001.e ", "81002 2 a.zip/81002.itc second"});
+    const Outcome input = run("info - 81001.e <folder/near.card");
+    EXPECT_THAT(input.output, HasSubstr("  81001.e"));
+    EXPECT_EQ(split(input.messages).size(), 4U);
+    EXPECT_THAT(input.messages,
+                testing::StartsWith("vorlandi: stdin:2: error: 81003.e: cards on standard input are not followed\n"));
 }
 
 }  // namespace

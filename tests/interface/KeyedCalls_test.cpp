@@ -36,17 +36,17 @@ struct KeyedCall {
     std::int32_t outputs;  // numbers and characters that it writes
     std::int32_t (*call)(std::int64_t key, double value, Outputs& outputs);
 };
-template <auto kFunction, class Value>
+template <auto Function, class Value>
 std::int32_t state(std::int64_t key, double value, Outputs& o) {
-    return kFunction(key, static_cast<Value>(value), o.d(0), o.d(1), o.d(4), o.i(0));
+    return Function(key, static_cast<Value>(value), o.d(0), o.d(1), o.d(4), o.i(0));
 }
-template <auto kFunction, class Value>
+template <auto Function, class Value>
 std::int32_t withCov(std::int64_t key, double value, Outputs& o) {
-    return kFunction(key, static_cast<Value>(value), o.d(0), o.d(1), o.d(4), o.i(0), o.cov());
+    return Function(key, static_cast<Value>(value), o.d(0), o.d(1), o.d(4), o.i(0), o.cov());
 }
-template <std::int32_t kType>
+template <std::int32_t Type>
 std::int32_t xten(std::int64_t key, double value, Outputs& o) {
-    return VorlanXten(key, kType, value, o.d(0));
+    return VorlanXten(key, Type, value, o.d(0));
 }
 // clang-format off
 const KeyedCall kCalls[] = {

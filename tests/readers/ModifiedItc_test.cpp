@@ -114,20 +114,6 @@ TEST(ReadModifiedITC, StoresPointsWithoutCovariancesWhoseAxesItDoesNotKnow) {
         EXPECT_EQ(std::pair(hasCovariance(points[0]), hasCovariance(points[1])), std::pair(first, second));
     }
 }
-TEST(ReadModifiedITC, ReadsTheFileOnThePageOfFormats) {
-    const std::string page = readFile(VORLANDI_DOCS "/formats.md"), name = "81001_modified_itc.txt";
-    const std::size_t begin = page.find("\n", page.find("```text " + name)) + 1;
-    const Loaded shown = load(page.substr(begin, page.find("```", begin) - begin), name, kRules);
-    const Loaded whole = load(readFile(VORLANDI_EXAMPLES "/" + name), name, kRules);
-    EXPECT_EQ(shown.errors, Lines{});
-    ASSERT_EQ(std::pair(shown.records.size(), whole.records.size()), std::pair(std::size_t{1}, std::size_t{1}));
-    ASSERT_EQ(shown.records[0].numberOfPoints(), 2);
-    for (int k = 0; k < 2; ++k) {
-        const Vorlanpoint point = shown.records[0].points[k];
-        EXPECT_EQ(stateOf(point), stateOf(whole.records[0].points[k]));
-        EXPECT_THAT(point.cov, ::testing::ElementsAreArray(whole.records[0].points[k].cov));
-    }
-}
 // clang-format on
 
 }  // namespace vorlandi::testing

@@ -164,6 +164,10 @@ TEST(ReadOEM, RefusesASegmentAndReadsTheNextOne) {
          {"#10 REF_FRAME TEME at a REF_FRAME_EPOCH is not read; TEME of date is."},
          {1}},
         {"no states", cut(both, 11) + next, {"#4 the segment has no states"}, {1}},
+        {"refused in the line that ends one without states",
+         cut(both, 11) + Lines{"REF_FRAME = TOD"},
+         {"!12 REF_FRAME" + kUnmarked, "#4 the segment has no states", "#12 REF_FRAME TOD is not read; " + frames},
+         {}},
         {"refused before data without META_STOP",
          put(put(both, 7, ""), 10, ""),
          {"#12 CENTER_NAME is missing; EARTH is."},
@@ -361,19 +365,6 @@ TEST_F(ReadOEMEvents, TellEachBlockAndEachRecord) {
                                        ::testing::StartsWith("6|x.oem:34|duplicate of ")));
     // Of a file that can't be read to its end, the segments that are complete are stored.
     EXPECT_THAT(heard(text.find("META_START", 200) + 20), ::testing::Contains(::testing::StartsWith("4|")));
-}
-
-TEST(ReadOEM, ReadsTheFileOnThePageOfFormats) {
-    const std::string page = readFile(VORLANDI_DOCS "/formats.md"), mark = "```text 81001_oem.txt\n";
-    const auto begin = page.find(mark) + mark.size();
-    const Loaded loaded =
-        load(page.substr(begin, page.find("```", begin) - begin), "81001_oem.txt", ReadingRules::practical());
-    EXPECT_EQ(loaded.errors, Lines{});
-    ASSERT_EQ(pointCounts(loaded), std::vector<std::int32_t>{2});
-    const Vorlanrecord& record = loaded.records[0];
-    EXPECT_EQ(std::pair(record.satNum, record.coordSys), std::pair(81001, kJ2k));
-    EXPECT_EQ(stateOf(record.points[0]), (State{27790.0, -2380, 6050, 2510, -4.845, -3.747, 4.437}));
-    EXPECT_TRUE(hasCovariance(record.points[0]) && hasCovariance(record.points[1]));
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // STK by the practical rules: one good file and tables of edits to it, with what is stored of each and what is said.
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <sstream>
 
 #include "TimeLibrary/ElapsedTime.hpp"
 #include "readers/ReaderTest.hpp"
@@ -44,6 +46,11 @@ Lines replaced(Lines lines, std::size_t first, std::size_t count, const Lines& b
     return lines;
 }
 Lines with(const Lines& lines, std::size_t before, const Lines& more) { return replaced(lines, before, 0, more); }
+
+Lines words(const std::string& text) {
+    std::istringstream stream(text);
+    return {std::istream_iterator<std::string>(stream), {}};
+}
 
 std::string state(double second, double x = 7000.0) {
     return std::to_string(second) + " " + std::to_string(x) + " 1 2 3 4 5";
@@ -203,118 +210,93 @@ TEST(ReadSTK, ReadsPastSectionsThatItDoesNotKnow) {
     expectPractical("without an end", cut(kGood, 14), all);
 }
 
-TEST(ReadSTK, DividesAtSegmentBoundaries) {
-    const auto boundaries = [](const std::string& seconds) {
-        return Lines{"BEGIN SegmentBoundaryTimes", seconds, "END segmentboundarytimes"};
-    };
-    const Lines doubled = with(kGood, kStates + 4, {state(180, 7001)});
-    const std::string dropped = ": 1 point dropped, the first of them here: not later than the point before.",
-                      two = ": 2 points dropped, the first of them here: not later than the point before.",
-                      noPoint = ": no point at a segment boundary; the record is divided there.";
-    const struct {
-        std::string what;
-        Lines lines;
-        std::string seconds;
-        Lines records, reasons;
-    } cases[] = {
-        {"the point there closes and opens", kGood, "180", {"J2K 4@0", "J2K 3@180"}, {}},
-        {"to a microsecond", kGood, "180.0000005", {"J2K 4@0", "J2K 3@180"}, {}},
-        {"of two the first closes", doubled, "180", {"J2K 4@0", "J2K 3@180"}, {}},
-        {"of two that differ in time as well",
-         with(kGood, kStates + 4, {state(180.0000006, 7001)}),
-         "180",
-         {"J2K 4@0", "J2K 3@180"},
-         {}},
-        {"two equal ones are regular", with(kGood, kStates + 4, {state(180)}), "180", {"J2K 4@0", "J2K 3@180"}, {}},
-        {"two equal ones at both ends",
-         with(with(kGood, kEnd, {state(300)}), kStates + 1, {state(0)}),
-         "0 300",
-         {"J2K 6@0"},
-         {}},
-        {"two equal ones at another time",
-         with(kGood, kStates + 4, {state(180)}),
-         "60",
-         {"J2K 2@0", "J2K 5@60"},
-         {"13" + dropped}},
-        {"three equal ones, and an earlier one",
-         with(kGood, kStates + 4, {state(180), state(180), state(170)}),
-         "180",
-         {"J2K 4@0", "J2K 3@180"},
-         {"14" + two}},
-        {"between points", kGood, "200", {"J2K 4@0", "J2K 2@240"}, {"+1" + noPoint}},
-        {"twice, and at the ends",
-         kGood,
-         "200 0, 300 180 200.0 400 -5 180",
-         {"J2K 4@0", "J2K 1@180", "J2K 2@240"},
-         {"+1" + noPoint}},
-        {"not in order, with few points", kGood, "120 60", {"J2K 2@0", "J2K 2@60", "J2K 4@120"}, {}},
-        {"after a seam", doubled, "200", {"J2K 4@0", "J2K 1@180", "J2K 2@240"}, {"+1" + noPoint}},
-        {"a point that begins a record already", kGood, "150 180", {"J2K 3@0", "J2K 3@180"}, {"+1" + noPoint}},
-        {"two of which the first begins a record already",
-         doubled,
-         "150 180",
-         {"J2K 3@0", "J2K 3@180"},
-         {"+1" + noPoint, "13" + dropped}},
-        {"a seam of too few points after a boundary", doubled, "60", {"J2K 2@0", "J2K 5@60"}, {"13" + dropped}},
-        {"a seam of just enough points after a boundary",
-         with(kGood, kStates + 5, {state(240, 7001)}),
-         "60",
-         {"J2K 2@0", "J2K 4@60", "J2K 2@240"},
-         {}},
-    };
-    for (const auto& [what, lines, seconds, records, reasons] : cases) {
-        for (const bool before : {true, false}) {
-            const std::size_t at = before ? kKind : lines.size();
-            Lines expected = reasons;
-            for (std::string& reason : expected) {
-                if (reason[0] == '+') {
-                    reason = std::to_string(at + 1) + reason.substr(2);
+// A file of states, its segment boundaries, and the records in short; of the reasons, "13-2" is that two points are
+// dropped from line 13 on, "+" that no point is at a boundary. A quote after a second makes x another one.
+struct Division {
+    const char *what, *seconds, *boundaries, *records;
+    Lines reasons;
+};
+
+Lines boundarySection(const std::string& seconds) {
+    return {"BEGIN SegmentBoundaryTimes", seconds, "END segmentboundarytimes"};
+}
+
+Lines withStatesAt(const std::string& seconds) {
+    Lines lines = cut(kGood, kStates - 1);
+    for (const std::string& word : words(seconds))
+        lines.push_back(
+            state(std::stod(word), 7000.0 + static_cast<double>(std::count(word.begin(), word.end(), '\''))));
+    lines.push_back(kGood.back());
+    return lines;
+}
+
+// The boundaries, if there are any, before the states and after them.
+void expectDivisions(const std::vector<Division>& divisions) {
+    for (const auto& [what, seconds, boundaries, records, reasons] : divisions) {
+        const Lines lines = withStatesAt(seconds);
+        const Lines section = *boundaries != '\0' ? boundarySection(boundaries) : Lines{};
+        for (const std::size_t at : {kKind, lines.size()}) {
+            Lines expected, stored;
+            for (const std::string& record : words(records))
+                stored.push_back("J2K " + record);
+            for (const std::string& reason : reasons) {
+                if (reason == "+") {
+                    expected.push_back(std::to_string(at + 1) +
+                                       ": no point at a segment boundary; the record is divided there.");
                     continue;
                 }
-                if (reason.starts_with("1") && before) reason.replace(0, 2, std::to_string(std::stoi(reason) + 3));
+                const std::size_t line = std::stoul(reason) + (at == kKind ? section.size() : 0);
+                const std::string count = reason.substr(reason.find('-') + 1);
+                expected.push_back(std::to_string(line) + ": " + count + (count == "1" ? " point" : " points") +
+                                   " dropped, the first of them here: not later than the point before.");
             }
-            expectPractical(what, with(lines, at, boundaries(seconds)), records, expected);
+            expectPractical(what, with(lines, at, section), stored, expected);
         }
     }
-    const Loaded loaded = loadPractical(with(doubled, kKind, boundaries("180")));
+}
+
+TEST(ReadSTK, DividesAtSegmentBoundaries) {
+    const char *const good = "0 60 120 180 240 300", *const doubled = "0 60 120 180 180' 240 300",
+                      *const repeated = "0 60 120 180 180 240 300";
+    expectDivisions({
+        {"the point there closes and opens", good, "180", "4@0 3@180", {}},
+        {"to a microsecond", good, "180.0000005", "4@0 3@180", {}},
+        {"of two the first closes", doubled, "180", "4@0 3@180", {}},
+        {"of two that differ in time as well", "0 60 120 180 180.000001' 240 300", "180", "4@0 3@180", {}},
+        {"two equal ones are regular", repeated, "180", "4@0 3@180", {}},
+        {"two equal ones at both ends", "0 0 60 120 180 240 300 300", "0 300", "6@0", {}},
+        {"two equal ones at another time", repeated, "60", "2@0 5@60", {"13-1"}},
+        {"three equal ones, and an earlier one", "0 60 120 180 180 180 170 240 300", "180", "4@0 3@180", {"14-2"}},
+        {"between points", good, "200", "4@0 2@240", {"+"}},
+        {"twice, and at the ends", good, "200 0, 300 180 200.0 400 -5 180", "4@0 1@180 2@240", {"+"}},
+        {"not in order, with few points", good, "120 60", "2@0 2@60 4@120", {}},
+        {"after a seam", doubled, "200", "4@0 1@180 2@240", {"+"}},
+        {"a point that begins a record already", good, "150 180", "3@0 3@180", {"+"}},
+        {"two of which the first begins a record already", doubled, "150 180", "3@0 3@180", {"+", "13-1"}},
+        {"a seam of too few points after a boundary", doubled, "60", "2@0 5@60", {"13-1"}},
+        {"a seam of just enough points", "0 60 120 180 240 240' 300", "60", "2@0 4@60 2@240", {}},
+    });
+    const Loaded loaded = loadPractical(with(withStatesAt(doubled), kKind, boundarySection("180")));
     EXPECT_EQ(loaded.records.at(0).points[3].pos[0], 7000);
     EXPECT_EQ(loaded.records.at(1).points[0].pos[0], 7001);
-    expectPractical("a word among them", with(kGood, kKind, boundaries("180 x")), {"J2K 4@0", "J2K 3@180"},
+    expectPractical("a word among them", with(kGood, kKind, boundarySection("180 x")), {"J2K 4@0", "J2K 3@180"},
                     {"9: a segment boundary is a number of seconds."});
 }
 
 TEST(ReadSTK, BeginsARecordAtASeam) {
-    const auto points = [](const Lines& more) { return with(kGood, kStates + 4, more); };
-    const std::string dropped = ": 1 point dropped, the first of them here: not later than the point before.",
-                      two = ": 2 points dropped, the first of them here: not later than the point before.";
-    const struct {
-        std::string what;
-        Lines lines, records, reasons;
-    } cases[] = {
-        {"another state", points({state(180, 7001)}), {"J2K 4@0", "J2K 3@180"}, {}},
-        {"the same state", points({state(180)}), {"J2K 6@0"}, {"13" + dropped}},
-        {"after three points", with(kGood, kStates + 3, {state(120, 7001)}), {"J2K 6@0"}, {"12" + dropped}},
-        {"twice the same seam",
-         points({state(180, 7001), state(180, 7001)}),
-         {"J2K 4@0", "J2K 3@180"},
-         {"14" + dropped}},
-        {"two other states: the last one",
-         points({state(180, 7001), state(180, 7002)}),
-         {"J2K 4@0", "J2K 3@180"},
-         {"13" + dropped}},
-        {"back to the first state", points({state(180, 7001), state(180)}), {"J2K 6@0"}, {"13" + two}},
-        {"an earlier point after it", points({state(180, 7001), state(170, 7001)}), {"J2K 6@0"}, {"13" + two}},
-        {"at the end", with(kGood, kEnd, {state(300, 7001)}), {"J2K 6@0"}, {"15" + dropped}},
-        {"a second seam too soon",
-         points({state(180, 7001), state(200), state(220), state(220, 7001)}),
-         {"J2K 4@0", "J2K 5@180"},
-         {"16" + dropped}},
-    };
-    for (const auto& [what, lines, records, reasons] : cases)
-        expectPractical(what, lines, records, reasons);
-    const auto opening = [&](const Lines& more) { return loadPractical(points(more)).records.at(1).points[0].pos[0]; };
-    EXPECT_EQ(opening({state(180, 7001)}), 7001);
-    EXPECT_EQ(opening({state(180, 7001), state(180, 7002)}), 7002);
+    expectDivisions({
+        {"another state", "0 60 120 180 180' 240 300", "", "4@0 3@180", {}},
+        {"the same state", "0 60 120 180 180 240 300", "", "6@0", {"13-1"}},
+        {"after three points", "0 60 120 120' 180 240 300", "", "6@0", {"12-1"}},
+        {"twice the same seam", "0 60 120 180 180' 180' 240 300", "", "4@0 3@180", {"14-1"}},
+        {"two other states: the last one", "0 60 120 180 180' 180'' 240 300", "", "4@0 3@180", {"13-1"}},
+        {"back to the first state", "0 60 120 180 180' 180 240 300", "", "6@0", {"13-2"}},
+        {"an earlier point after it", "0 60 120 180 180' 170' 240 300", "", "6@0", {"13-2"}},
+        {"at the end", "0 60 120 180 240 300 300'", "", "6@0", {"15-1"}},
+        {"a second seam too soon", "0 60 120 180 180' 200 220 220' 240 300", "", "4@0 5@180", {"16-1"}},
+    });
+    for (const auto& [seconds, x] : {std::pair("0 60 120 180 180' 240", 7001), {"0 60 120 180 180' 180'' 240", 7002}})
+        EXPECT_EQ(loadPractical(withStatesAt(seconds)).records.at(1).points[0].pos[0], x);
 }
 
 // 1.01, 1.02, ...: the values of a triangle.

@@ -44,21 +44,21 @@ constexpr std::size_t element(std::size_t row, std::size_t column) noexcept { re
 
 // The block of a covariance that begins at (row, column): B becomes M B M'. Of a block on the diagonal the elements
 // above the diagonal are those below it.
-template <std::size_t kRow, std::size_t kColumn>
+template <std::size_t Row, std::size_t Column>
 void turnBlock(const Matrix& m, PointCovariance& covariance) noexcept {
-    constexpr bool kSymmetric = kRow == kColumn;
+    constexpr bool kSymmetric = Row == Column;
     double* const cov = covariance.cov;
     Matrix half;  // B M'
     for (std::size_t i = 0; i < 3; ++i) {
         Vector b;
         for (std::size_t k = 0; k < 3; ++k)
-            b[k] = cov[kSymmetric && k > i ? element(kRow + k, kColumn + i) : element(kRow + i, kColumn + k)];
+            b[k] = cov[kSymmetric && k > i ? element(Row + k, Column + i) : element(Row + i, Column + k)];
         for (std::size_t j = 0; j < 3; ++j)
             half[i][j] = b[0] * m[j][0] + b[1] * m[j][1] + b[2] * m[j][2];
     }
     for (std::size_t i = 0; i < 3; ++i) {
         for (std::size_t j = 0; j < (kSymmetric ? i + 1 : 3); ++j)
-            cov[element(kRow + i, kColumn + j)] = m[i][0] * half[0][j] + m[i][1] * half[1][j] + m[i][2] * half[2][j];
+            cov[element(Row + i, Column + j)] = m[i][0] * half[0][j] + m[i][1] * half[1][j] + m[i][2] * half[2][j];
     }
 }
 

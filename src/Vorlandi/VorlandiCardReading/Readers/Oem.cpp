@@ -124,10 +124,9 @@ bool OemBlock::readLine(std::string_view text) {
 
 // A file that follows another one in the same file.
 bool OemBlock::beginFile(std::string_view text) {
-    const ReadPlace place = input_.place();
     endSegment();
-    input_.blame(place.line, place.number);
     section_ = Section::Header;
+    const ReadPlace place = input_.place();
     observeRead(VORLAN_READ_FORMAT, place.fileName, place.number, kFormat);
     return readVersion(text);
 }
@@ -215,9 +214,8 @@ bool OemBlock::readState(std::string_view text, Vorlanstate& point) const noexce
 }
 
 void OemBlock::beginSegment() {
-    KeptLine header = input_.keep();
     endSegment();
-    header_ = std::move(header);
+    header_ = input_.keep();
     metadata_ = {};
     section_ = Section::Metadata;
 }
@@ -241,8 +239,11 @@ void OemBlock::endSegment() {
     if (section_ == Section::Header || isRefused(section_)) return;
     if (section_ == Section::Covariances) covariances_.end();
     if (record_.numberOfPoints() == 0) {
+        const ReadPlace here = input_.place();
         input_.blame(header_);
-        return refuseSegment("the segment has no states");
+        refuseSegment("the segment has no states");
+        input_.blame(here.line, here.number);
+        return;
     }
     segments_.push_back({input_.takeRecords(std::move(record_)), header_.number, metadata_.satNum()});
     record_ = empty_;
