@@ -12,6 +12,7 @@
 #include "InfoCommand.hpp"
 #include "Options.hpp"
 #include "Output.hpp"
+#include "PlotCommand.hpp"
 #include "SatelliteRecord.hpp"
 #include "SaveCommand.hpp"
 #include "StatesCommand.hpp"
@@ -50,6 +51,7 @@ void addCommands(CLI::App& application, Session& session) {
     addApproachesCommand(application, session);
     addSaveCommand(application, session);
     addConvertCommand(application, session);
+    addPlotCommand(application, session);
     addTimeCommand(application, session);
     addFormatsCommand(application, session);
 }

@@ -1,0 +1,220 @@
+#include "PlotCommand.hpp"
+
+#include <filesystem>
+#include <map>
+#include <memory>
+
+#include "Loading.hpp"
+#include "Output.hpp"
+#include "PlotPage.hpp"
+#include "PlotPanels.hpp"
+#include "Selection.hpp"
+#include "analysis/Steps.hpp"
+#include "analysis/Thinning.hpp"
+
+namespace vorlandi::cli {
+namespace {
+
+constexpr const char* kFooter =
+    R"(The suffix of the output chooses the form. svg: panels one above the other over time, UTC; gaps are shaded (darker
+where there are no states), jumps marked; the first eight satellites have a colour each. html: one file without network
+with the orbits in their own frame, to be turned and zoomed, a time slider with the states, and the panels below. #at=
+and times after the page's address list states: plot.html#at=2026-01-31T01:00:00.
+
+height and speed are those of the stored points or, if these are few, of interpolated states. sigma is along the radial,
+in-track and cross-track axes. error is the estimated interpolation error (docs/checking.md).
+
+Equal satellites are all kept. Files are read by the practical rules (--fixed-rules for the others).
+
+Exit status: 0 all is well; 1 something could not be loaded or written; 2 wrong usage.
+
+Examples:
+  vorlandi plot 81001_stk.e -o 81001.svg
+  vorlandi plot delivery.zip --sat 81001 --diff yesterday.zip -o 81001.html)";
+
+// A page with more points than this is more than browsers take, some 150 MB.
+constexpr std::size_t kMostEmbeddedPoints = 2'000'000;
+
+struct PlotCommandOptions {
+    InputOptions input;
+    std::vector<std::int32_t> satellites;
+    TimeRange range;
+    std::vector<Shown> shown{Shown::Height, Shown::Speed, Shown::Sigma, Shown::Error, Shown::Gaps};
+    std::string other;
+    std::string output;
+    int width_px = 1000;
+    bool isForced = false;
+};
+
+bool isPage(const std::string& output) { return output.ends_with(".html"); }
+
+std::vector<PlottedSatellite> wantedSatellites(const PlotCommandOptions& options,
+                                               const std::vector<SatelliteRecord>& records, Console& console) {
+    const Span range{{options.range.from.value_or(analysis::kAllTimes.first.days)},
+                     {options.range.to.value_or(analysis::kAllTimes.last.days)}};
+    std::vector<PlottedSatellite> wanted;
+    std::map<std::string, int> inFile;
+    for (const SatelliteRecord& record : records) {
+        const int number = ++inFile[record.file];
+        if (!isWanted(record, options.satellites)) continue;
+        const std::string name =
+            std::to_string(record.number) + (number > 1 ? "-" + std::to_string(number) : std::string());
+        analysis::Ephemeris ephemeris = analysis::ephemerisOf(record.satellite, range);
+        if (ephemeris.times.empty())
+            console.warning(fmt::format("satellite {} ({})", name, record.file), "has no points in the range");
+        else
+            wanted.push_back({record.satellite, name, std::move(ephemeris)});
+    }
+    return wanted;
+}
+
+// Each satellite with the first one of the other files that has its number, frame and a part of its span.
+std::vector<PlottedPair> pairsOf(const std::vector<PlottedSatellite>& satellites,
+                                 const std::vector<SatelliteRecord>& others, Console& console) {
+    std::vector<PlottedPair> pairs;
+    for (std::size_t i = 0; i < satellites.size(); ++i) {
+        const analysis::Ephemeris& ephemeris = satellites[i].ephemeris;
+        const auto isPartner = [&](const SatelliteRecord& other) {
+            return other.number == ephemeris.number && other.frame == ephemeris.frame &&
+                   analysis::commonSpan(satellites[i].satellite, other.satellite);
+        };
+        const auto partner = std::find_if(others.begin(), others.end(), isPartner);
+        if (partner != others.end())
+            pairs.push_back({i, partner->satellite});
+        else
+            console.warning("satellite " + satellites[i].name,
+                            "has no partner of its number and frame at its times in the other file");
+    }
+    return pairs;
+}
+
+// Every second, fourth and so on of the points where that keeps the error below the page's tolerance.
+void thin(analysis::Ephemeris& ephemeris) {
+    const auto wouldDo_s = analysis::spacingThatWouldDo_s(ephemeris, kPageTolerance_m);
+    const auto steps = analysis::stepRange(analysis::stepsOf(ephemeris));
+    if (!wouldDo_s || !steps || !(steps->median_s > 0.0)) return;
+    const auto stride = static_cast<std::size_t>(std::lround(*wouldDo_s / steps->median_s));
+    std::vector<Ds50> times;
+    std::vector<State> states;
+    for (std::size_t i = 0; i < ephemeris.size(); ++i) {
+        const bool isKept = i % stride == 0 || i + 1 == ephemeris.size();
+        if (!isKept) continue;
+        times.push_back(ephemeris.times[i]);
+        states.push_back(ephemeris.states[i]);
+    }
+    ephemeris = analysis::makeEphemeris(ephemeris.number, ephemeris.frame, std::move(times), std::move(states));
+}
+
+std::vector<PageOrbit> orbitsOf(std::vector<PlottedSatellite>& satellites, std::vector<std::string>& notes) {
+    std::size_t points = 0, embedded = 0;
+    for (const PlottedSatellite& satellite : satellites)
+        points += satellite.ephemeris.size();
+    std::vector<PageOrbit> orbits;
+    for (PlottedSatellite& satellite : satellites) {
+        if (points > kMostPagePoints) thin(satellite.ephemeris);
+        embedded += satellite.ephemeris.size();
+        orbits.push_back({satellite.name, std::move(satellite.ephemeris)});
+    }
+    if (embedded < points)
+        notes.push_back(fmt::format("{} of {} points are in this page: its states are within {} m of the file's.",
+                                    embedded, points, kPageTolerance_m));
+    if (embedded > kMostEmbeddedPoints)
+        throw UsageError("-o",
+                         fmt::format("a page with {} points is too large for browsers, which take about {}; choose "
+                                     "satellites with --sat, a range with --from and --to, or an svg",
+                                     embedded, kMostEmbeddedPoints));
+    return orbits;
+}
+
+void describe(Plot& plot, const std::vector<PlottedSatellite>& satellites) {
+    const bool isOne = satellites.size() == 1;
+    plot.title = isOne ? fmt::format("Satellite {}, {}", satellites[0].name, name(satellites[0].ephemeris.frame))
+                       : fmt::format("{} satellites", satellites.size());
+    plot.description = fmt::format("From {} to {} UTC:", isoTime(plot.span.first.days), isoTime(plot.span.last.days));
+    for (const PlotPanel& panel : plot.panels)
+        plot.description += (plot.panels.data() == &panel ? " " : "; ") + panel.title;
+}
+
+void write(const PlotCommandOptions& options, Plot& plot, std::vector<PlottedSatellite>& satellites) {
+    std::string text;
+    if (isPage(options.output)) {
+        std::vector<std::string> notes;
+        const std::vector<PageOrbit> orbits = orbitsOf(satellites, notes);
+        text = pageOf(plot, options.width_px, orbits, notes);
+    } else {
+        text = svgOf(plot, options.width_px);
+    }
+    Output output(options.output);
+    output.write(text);
+    output.close();
+}
+
+void requireNewFile(const PlotCommandOptions& options) {
+    if (!isPage(options.output) && !options.output.ends_with(".svg"))
+        throw UsageError("-o", "needs a name that ends in .svg or .html");
+    if (!options.isForced && std::filesystem::exists(options.output))
+        throw OutputError(options.output, "exists; --force replaces it");
+}
+
+ExitStatus runPlot(const CLI::App& command, PlotCommandOptions& options, Console& console) {
+    requireNewFile(options);
+    readTimeRange(command, options.range);
+    bool allWell = loadFiles(options.input, options.output, console);
+    const std::vector<SatelliteRecord> records = loadedSatellites();
+    allWell = reportUnknown(options.satellites, records, console) && allWell;
+    std::vector<PlottedSatellite> satellites = wantedSatellites(options, records, console);
+    std::vector<PlottedPair> pairs;
+    if (!options.other.empty()) {
+        InputOptions other = options.input;
+        other.files = {options.other};
+        allWell = loadFiles(other, options.output, console) && allWell;
+        std::vector<SatelliteRecord> others = loadedSatellites();
+        others.erase(others.begin(), others.begin() + static_cast<std::ptrdiff_t>(records.size()));
+        pairs = pairsOf(satellites, others, console);
+        allWell = allWell && pairs.size() == satellites.size();
+    }
+    if (satellites.empty()) {
+        console.error("", "there is nothing to plot");
+        return ExitStatus::Failure;
+    }
+    Plot plot = makePlot(satellites, pairs, {options.shown.begin(), options.shown.end()}, options.width_px);
+    describe(plot, satellites);
+    write(options, plot, satellites);
+    return statusOf(allWell);
+}
+
+}  // namespace
+
+void addPlotCommand(CLI::App& application, Session& session) {
+    const std::map<std::string, Shown> names{{"height", Shown::Height},
+                                             {"speed", Shown::Speed},
+                                             {"sigma", Shown::Sigma},
+                                             {"error", Shown::Error},
+                                             {"gaps", Shown::Gaps}};
+    CLI::App* const command = application.add_subcommand("plot", "Draw heights, speeds, sigmas, errors and orbits");
+    const auto options = std::make_shared<PlotCommandOptions>();
+    options->input.keys = Keys::Own;
+    addInput(*command, options->input);
+    command->add_option("-o,--output", options->output, "File to be written, .svg or .html")
+        ->type_name("OUT")
+        ->required();
+    command->add_option("--show", options->shown, "What is drawn: height, speed, sigma, error, gaps; all by default")
+        ->type_name("WHAT,...")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->transform(CLI::CheckedTransformer(names).description(""));
+    command->add_option("--diff", options->other, "Draw the difference of the satellites in this file, too")
+        ->type_name("OTHER");
+    addSatelliteNumbers(*command, options->satellites);
+    addTimeRange(*command, options->range);
+    command->add_option("--width", options->width_px, "Width in pixels")
+        ->type_name("PIXELS")
+        ->capture_default_str()
+        ->check(CLI::Range(kLeastPlotWidth, kLargestPlotWidth).description(""));
+    command->add_flag("--force", options->isForced, "Replace a file that exists");
+    addVerbose(*command, session.console);
+    command->footer(kFooter);
+    command->callback([options, command, &session] { session.status = runPlot(*command, *options, session.console); });
+}
+
+}  // namespace vorlandi::cli

@@ -1,0 +1,110 @@
+#include "PlotPage.hpp"
+
+#include <fmt/format.h>
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <iterator>
+
+#include "ForeignTexts.hpp"
+#include "PageTemplate.hpp"
+
+namespace vorlandi::cli {
+namespace {
+
+static_assert(std::endian::native == std::endian::little, "the page reads doubles as little endian");
+
+std::string base64(const std::string& bytes) {
+    constexpr std::string_view kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    text.reserve(bytes.size() / 3 * 4 + 4);
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        std::uint32_t group = 0;
+        for (std::size_t k = 0; k < 3; ++k)
+            group = group << 8 | (i + k < bytes.size() ? static_cast<unsigned char>(bytes[i + k]) : 0U);
+        for (std::size_t k = 0; k < 4; ++k)
+            text += i + k > bytes.size() ? '=' : kDigits[group >> (18 - 6 * k) & 63U];
+    }
+    return text;
+}
+
+void append(std::string& bytes, double value) {
+    char raw[sizeof value];
+    std::memcpy(raw, &value, sizeof value);
+    bytes.append(raw, sizeof raw);
+}
+
+std::string pointsOf(const analysis::Ephemeris& ephemeris, double start_tai_days) {
+    std::string bytes;
+    for (std::size_t i = 0; i < ephemeris.size(); ++i) {
+        append(bytes, (tai_days(ephemeris.times[i]) - start_tai_days) * analysis::kSecondsPerDay);
+        for (const double x : ephemeris.states[i].position_km)
+            append(bytes, x);
+        for (const double v : ephemeris.states[i].velocity_km_s)
+            append(bytes, v);
+    }
+    return base64(bytes);
+}
+
+// TAI minus UTC from each day of the span on which it is another than before.
+std::string offsetsOf(const Span& span) {
+    std::string text;
+    double before = -1.0;
+    for (double day = std::floor(span.first.days); day <= span.last.days; day += 1.0) {
+        const double offset_s = tai_minus_utc_s({day});
+        if (offset_s != before) text += fmt::format("{}[{},{}]", text.empty() ? "" : ",", day, offset_s);
+        before = offset_s;
+    }
+    return text;
+}
+
+// What ends a script element must not stand in one.
+std::string withinScript(std::string json) {
+    for (std::size_t at = 0; (at = json.find('<', at)) != std::string::npos;)
+        json.replace(at, 1, "\\u003c");
+    return json;
+}
+
+std::string dataOf(const std::vector<PageOrbit>& orbits, const Span& span) {
+    const double start_tai_days = tai_days(span.first);
+    std::string json =
+        fmt::format(R"({{"start_tai_days":{},"length_s":{},"tai_minus_utc":[{}],"satellites":[)", start_tai_days,
+                    (tai_days(span.last) - start_tai_days) * analysis::kSecondsPerDay, offsetsOf(span));
+    const char* separator = "\n";
+    for (const PageOrbit& orbit : orbits)
+        json += fmt::format("{}{{\"name\":{},\"frame\":{},\"points\":\"{}\"}}", std::exchange(separator, ",\n"),
+                            jsonText(orbit.name), jsonText(name(orbit.ephemeris.frame)),
+                            pointsOf(orbit.ephemeris, start_tai_days));
+    return withinScript(std::move(json)) + "]}";
+}
+
+std::string escaped(const std::string& text) {
+    std::string result;
+    for (const char c : printable(text))
+        result += c == '<' ? "&lt;" : c == '&' ? "&amp;" : std::string(1, c);
+    return result;
+}
+
+void replace(std::string& text, std::string_view place, const std::string& with) {
+    for (std::size_t at = 0; (at = text.find(place, at)) != std::string::npos; at += with.size())
+        text.replace(at, place.size(), with);
+}
+
+}  // namespace
+
+std::string pageOf(const Plot& plot, int width_px, const std::vector<PageOrbit>& orbits,
+                   const std::vector<std::string>& notes) {
+    std::string paragraphs;
+    for (const std::string& note : notes)
+        paragraphs += "<p>" + escaped(note) + "</p>\n";
+    std::string page(kPageTemplate);
+    // The data last: it is the longest, and nothing is looked for in it.
+    replace(page, "{title}", escaped(plot.title));
+    replace(page, "{notes}", paragraphs);
+    replace(page, "{panels}", svgOf(plot, width_px));
+    replace(page, "{data}", dataOf(orbits, plot.span));
+    return page;
+}
+
+}  // namespace vorlandi::cli

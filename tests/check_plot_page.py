@@ -1,0 +1,100 @@
+#!/usr/bin/env python3
+"""Opens a page of `vorlandi plot` in headless Chromium and compares the states that it shows with the tool's.
+
+    check_plot_page.py VORLANDI EPHEMERIS
+
+The console has to stay empty, ten states have to agree to a millimetre, times without an answer have to be said so, and
+the picture must not be blank.
+"""
+import html.parser
+import pathlib
+import struct
+import subprocess
+import sys
+import tempfile
+import zlib
+
+CHROMIUM = ["chromium", "--headless", "--no-sandbox", "--disable-gpu", "--hide-scrollbars", "--window-size=1060,900",
+            "--enable-logging=stderr", "--virtual-time-budget=5000"]
+TIMES = ["2026-01-31T" + time
+         for time in ("00:00:00", "00:00:42.1875", "00:07:30", "00:33:45", "01:07:30", "02:15:00", "03:22:30.25",
+                      "04:30:00", "05:37:30", "06:00:00")]
+OUTSIDE = ["2026-01-30T23:59:59", "2026-01-31T06:00:01"]
+
+
+class Cells(html.parser.HTMLParser):
+    """The rows of the table with the id `at`."""
+
+    def __init__(self):
+        super().__init__()
+        self.rows, self.inside = [], False
+
+    def handle_starttag(self, tag, attributes):
+        if tag == "table":
+            self.inside = dict(attributes).get("id") == "at"
+        if tag == "tr" and self.inside:
+            self.rows.append([])
+
+    def handle_endtag(self, tag):
+        if tag == "table":
+            self.inside = False
+
+    def handle_data(self, text):
+        if self.inside and self.rows and text.strip():
+            self.rows[-1].append(text)
+
+
+def run(*command):
+    return subprocess.run(command, check=True, capture_output=True, text=True, timeout=300)
+
+
+def pixels(png):
+    """The bytes of the lines of a PNG file, unfiltered only as far as telling colours apart needs it."""
+    at, data = 8, b""
+    while at < len(png):
+        size, kind = struct.unpack(">I4s", png[at:at + 8])
+        data += png[at + 8:at + 8 + size] if kind == b"IDAT" else b""
+        at += size + 12
+    return zlib.decompress(data)
+
+
+def check_states(vorlandi, ephemeris, page, folder):
+    opened = run(*CHROMIUM, f"--user-data-dir={folder}/profile", "--dump-dom",
+                 f"file://{page}#at={','.join(TIMES + OUTSIDE)}")
+    told = [line for line in opened.stderr.splitlines() if "CONSOLE" in line]
+    assert not told, told
+    cells = Cells()
+    cells.feed(opened.stdout)
+    assert len(cells.rows) == len(TIMES + OUTSIDE), cells.rows
+    states = run(vorlandi, "states", ephemeris, "--at", *TIMES, "--format", "csv").stdout.splitlines()
+    columns = states[0].split(",")
+    first = columns.index("x_km")
+    for row, line in zip(cells.rows, states[1:]):
+        shown = [float(text) for text in row[3:]]
+        expected = [float(text) for text in line.split(",")[first:first + 6]]
+        # Kilometres with six decimals: the last one is the millimetre.
+        worst = max(abs(a - b) for a, b in zip(shown, expected))
+        assert len(shown) == 6 and worst < 1.1e-6, (row, expected)
+    for row in cells.rows[len(TIMES):]:
+        assert row[3:] == ["no answer"], row
+
+
+def check_picture(page, folder):
+    run(*CHROMIUM, f"--user-data-dir={folder}/profile", f"--screenshot={folder}/page.png", f"file://{page}")
+    kinds = len(set(pixels((folder / "page.png").read_bytes())))
+    assert kinds > 50, f"the picture has {kinds} different bytes"
+
+
+def main():
+    vorlandi, ephemeris = sys.argv[1:]
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        page = folder / "page.html"
+        run(vorlandi, "plot", ephemeris, "-o", str(page))
+        assert page.stat().st_size < 200_000 + 75 * 10_000
+        check_states(vorlandi, ephemeris, page, folder)
+        check_picture(page, folder)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,85 @@
+#include <algorithm>
+
+#include "CommandLine.hpp"
+
+namespace vorlandi::cli_tests {
+namespace {
+
+class Plot : public CommandLine {
+protected:
+    std::string plotted(const std::string& arguments, int status = 0) const {
+        const Outcome outcome = run("plot " + arguments + " -o out.svg --force");
+        EXPECT_EQ(outcome.status, status) << arguments << outcome.messages;
+        return contentsOf(file("out.svg"));
+    }
+};
+
+std::size_t countOf(const std::string& text, const std::string& part) {
+    std::size_t count = 0;
+    for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size())
+        ++count;
+    return count;
+}
+
+TEST_F(Plot, PanelsAreThoseThatAreAskedForAndHaveValues) {
+    struct Case {
+        std::string arguments;
+        std::vector<std::string> titles;
+    };
+    const std::string height = ">height above 6378.137 km (km)<", speed = ">speed (km/s)<", sigma = ">sigma (m)",
+                      error = ">estimated interpolation error (m)", radial = ">radial difference (m)<";
+    const std::vector<std::string> all{height, speed, sigma, error, radial};
+    for (const Case& c : {Case{"81001.e", {height, speed, error}}, Case{"81002.itc", {height, speed, sigma, error}},
+                          Case{"81001.e --show speed,gaps", {speed}},
+                          Case{"81002.itc --show height --diff 81002.itc", {height, radial}}}) {
+        const std::string svg = plotted(c.arguments);
+        for (const std::string& title : all)
+            EXPECT_EQ(countOf(svg, title), std::count(c.titles.begin(), c.titles.end(), title)) << c.arguments << title;
+        EXPECT_EQ(countOf(svg, "<title>"), 1u);
+        EXPECT_EQ(countOf(svg, "</svg>\n"), 1u);
+    }
+}
+
+TEST_F(Plot, CurvesHaveTwoPointsAColumnAndBreakWhereThereAreNoStates) {
+    write("81009.e", ephemeris(20000, 0.0, 1.0));
+    const std::string svg = plotted("81009.e --show height --width 400");
+    EXPECT_GT(countOf(svg, "L"), 500u);
+    EXPECT_LE(countOf(svg, "L"), 2u * 400);
+    // Three hours without points: more than one stroke, and a darker rectangle between them.
+    std::vector<double> times;
+    for (double t = 0.0; t < 26000.0; t += 100.0)
+        if (t < 6000.0 || t > 18000.0) times.push_back(t);
+    write("81010.e", ephemerisAt(times));
+    const std::string broken = plotted("81010.e --show height,gaps");
+    EXPECT_GT(countOf(broken, "M"), 1u);
+    EXPECT_EQ(countOf(broken, "opacity=\"0.25\""), 1u);
+    EXPECT_EQ(countOf(plotted("81010.e --show height"), "opacity"), 0u);
+}
+
+TEST_F(Plot, WhatCantBePlottedIsTold) {
+    write("old.svg", "mine");
+    write("<b>.e", ephemeris(5));
+    struct Case {
+        std::string arguments;
+        int status;
+        std::string message;
+    };
+    for (const Case& c :
+         {Case{"81001.e -o old.svg", 1, "old.svg: error: exists; --force replaces it"},
+          Case{"81001.e -o out.png", 2, "needs a name that ends in .svg or .html"},
+          Case{"81001.e", 2, "--output is required"}, Case{"81001.e -o out.svg --show depth", 2, "depth"},
+          Case{"81001.e -o out.svg --width 10", 2, "--width"},
+          Case{"81001.e -o out.svg --sat 5", 1, "satellite 5 is not in any of the files"},
+          Case{"81001.e -o out.svg --from 2027-01-01", 1, "there is nothing to plot"},
+          Case{"81001.e -o new.svg --diff 81002.itc", 1, "has no partner of its number and frame"},
+          Case{"81001.e -o none/out.svg", 1, "none/out.svg"}}) {
+        const Outcome outcome = run("plot " + c.arguments);
+        EXPECT_EQ(outcome.status, c.status) << c.arguments;
+        EXPECT_THAT(outcome.messages, HasSubstr(c.message));
+    }
+    EXPECT_EQ(contentsOf(file("old.svg")), "mine");
+    EXPECT_FALSE(fs::exists(file("out.svg")));
+}
+
+}  // namespace
+}  // namespace vorlandi::cli_tests
