@@ -7,6 +7,7 @@
 
 #include "CheckCommand.hpp"
 #include "ConvertCommand.hpp"
+#include "DiffCommand.hpp"
 #include "FormatsCommand.hpp"
 #include "InfoCommand.hpp"
 #include "Options.hpp"
@@ -46,6 +47,7 @@ void addCommands(CLI::App& application, Session& session) {
     addInfoCommand(application, session);
     addStatesCommand(application, session);
     addCheckCommand(application, session);
+    addDiffCommand(application, session);
     addSaveCommand(application, session);
     addConvertCommand(application, session);
     addTimeCommand(application, session);

@@ -54,6 +54,10 @@ void addInput(CLI::App& command, InputOptions& input) {
             "tar; - is standard input, packed or not")
         ->type_name("")
         ->required();
+    addInputRules(command, input);
+}
+
+void addInputRules(CLI::App& command, InputOptions& input) {
     command.add_flag_callback(
         "--fixed-rules", [&input] { input.rules = Rules::Fixed; },
         "Read by the fixed rules instead of the practical ones (docs/formats.md compares them)");

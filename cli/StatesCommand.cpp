@@ -98,8 +98,7 @@ StateRequest requestOf(StatesOptions& options, const CLI::App& command) {
     request.from = options.range.from;
     request.to = options.range.to;
     if (command.count("--step") > 0) {
-        if (!std::isfinite(options.step_s) || options.step_s < kShortestStep_s)
-            throw UsageError("--step", "must be a finite number of seconds, a microsecond or more");
+        requireStep(options.step_s);
         request.step_s = options.step_s;
     }
     request.columns.covariance = options.withCovariance;
