@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "CheckCommand.hpp"
+#include "CompletionCommand.hpp"
 #include "ConvertCommand.hpp"
 #include "DiffCommand.hpp"
 #include "FormatsCommand.hpp"
@@ -52,6 +53,7 @@ void addCommands(CLI::App& application, Session& session) {
     addConvertCommand(application, session);
     addTimeCommand(application, session);
     addFormatsCommand(application, session);
+    addCompletionCommand(application, session);
 }
 
 std::string usageMessage(const CLI::ParseError& error, const CLI::App& application) {

@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "CommandTable.hpp"
 #include "Output.hpp"
 
 namespace vorlandi::cli {
@@ -14,6 +15,13 @@ const FormatsByName& formatsByName(Offered offered) {
     static const FormatsByName all = {
         {"table", Format::Table}, {"csv", Format::Csv}, {"json", Format::Json}, {"jsonl", Format::Jsonl}};
     return offered == Offered::All ? all : formats;
+}
+
+std::vector<std::string> namesOf(const FormatsByName& formats) {
+    std::vector<std::string> names;
+    for (const auto& [name, format] : formats)
+        names.push_back(name);
+    return names;
 }
 
 void useLeapSeconds(const std::string& file) {
@@ -95,7 +103,7 @@ void addFormat(CLI::App& command, Format& format, Offered offered) {
                                     : "table, csv or json")
         ->type_name("FORMAT")
         ->default_str("table")
-        ->check(CLI::IsMember(&formatsByName(offered)).description(""));
+        ->check(withChoices(CLI::IsMember(&formatsByName(offered)).description(""), namesOf(formatsByName(offered))));
 }
 
 void addVerbose(CLI::App& command, Console& console) {
