@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "analysis/TwoBodyOrbit.hpp"
+
 namespace vorlandi::analysis {
 namespace {
 
@@ -68,6 +70,23 @@ std::optional<SigmaRange> positionSigmas(std::span<const Matrix6> covariances) {
     }
     if (range.largest_m < 0.0) return std::nullopt;
     return range;
+}
+
+std::optional<std::array<double, 3>> orbitSigmas_m(const Matrix6& covariance, const State& state, Frame frame) {
+    const Motion motion = motionOf(frame);
+    if (motion == Motion::Unknown || !isCovariance(covariance)) return std::nullopt;
+    const std::optional<Axes> axes = orbitAxes(state, motion);
+    if (!axes) return std::nullopt;
+    std::array<double, 3> sigmas_m{};
+    for (std::size_t k = 0; k < 3; ++k) {
+        double variance = 0.0;
+        for (std::size_t row = 0; row < 3; ++row)
+            for (std::size_t column = 0; column < 3; ++column)
+                variance += (*axes)[k][row] * covariance[row][column] * (*axes)[k][column];
+        if (!(variance >= 0.0)) return std::nullopt;
+        sigmas_m[k] = std::sqrt(variance) * kMetresPerKm;
+    }
+    return sigmas_m;
 }
 
 std::vector<Matrix6> covariancesBetween(const Satellite& satellite, const Ephemeris& ephemeris) {

@@ -1,6 +1,7 @@
 // Whether covariances are what covariances have to be.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <span>
@@ -37,6 +38,10 @@ struct SigmaRange {
 
 // Of the positions; none if no covariance is present.
 std::optional<SigmaRange> positionSigmas(std::span<const Matrix6> covariances);
+
+// The sigmas of a position along the radial, in-track and cross-track axes of its state. None without a covariance,
+// without axes (see orbitAxes), in a frame whose axes are not known, or if a variance is negative.
+std::optional<std::array<double, 3>> orbitSigmas_m(const Matrix6& covariance, const State& state, Frame frame);
 
 // The covariances that the library answers in the middle of each interval; zero where it has none.
 std::vector<Matrix6> covariancesBetween(const Satellite& satellite, const Ephemeris& ephemeris);

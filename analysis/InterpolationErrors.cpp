@@ -149,4 +149,16 @@ InterpolationErrors estimatedErrors(const Ephemeris& ephemeris) {
     return estimatedErrors(ephemeris, dynamics.points > 0 ? dynamics.motion : motionOf(ephemeris.frame));
 }
 
+std::optional<double> errorAt(const Ephemeris& ephemeris, const InterpolationErrors& errors, Ds50 time) {
+    constexpr double kCoincidence_days = 1e-12;  // to which the library takes a time for that of a point
+    const auto& times = ephemeris.times;
+    const auto next = std::lower_bound(times.begin(), times.end(), Ds50{time.days - kCoincidence_days});
+    if (next != times.end() && next->days - time.days < kCoincidence_days) return 0.0;
+    if (errors.spacing_m.empty()) return std::nullopt;
+    // States are answered a little beyond the ends, too.
+    const auto after = std::clamp<std::ptrdiff_t>(next - times.begin(), 1, std::ssize(times) - 1);
+    const double error_m = errors.error_m(static_cast<std::size_t>(after - 1));
+    return std::isnan(error_m) ? std::nullopt : std::optional(error_m);
+}
+
 }  // namespace vorlandi::analysis

@@ -37,4 +37,8 @@ InterpolationErrors estimatedErrors(const Ephemeris& ephemeris, Motion motion);
 // The same under the motion that the points show; that of the frame's name if there are too few points to tell.
 InterpolationErrors estimatedErrors(const Ephemeris& ephemeris);
 
+// The error of the library's state at a time: 0 at a point, that of the interval between points. None where nothing is
+// answered or estimated.
+std::optional<double> errorAt(const Ephemeris& ephemeris, const InterpolationErrors& errors, Ds50 time);
+
 }  // namespace vorlandi::analysis

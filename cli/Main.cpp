@@ -6,7 +6,9 @@
 #include <sstream>
 
 #include "CheckCommand.hpp"
+#include "CompletionCommand.hpp"
 #include "ConvertCommand.hpp"
+#include "DiffCommand.hpp"
 #include "FormatsCommand.hpp"
 #include "InfoCommand.hpp"
 #include "Options.hpp"
@@ -46,10 +48,12 @@ void addCommands(CLI::App& application, Session& session) {
     addInfoCommand(application, session);
     addStatesCommand(application, session);
     addCheckCommand(application, session);
+    addDiffCommand(application, session);
     addSaveCommand(application, session);
     addConvertCommand(application, session);
     addTimeCommand(application, session);
     addFormatsCommand(application, session);
+    addCompletionCommand(application, session);
 }
 
 std::string usageMessage(const CLI::ParseError& error, const CLI::App& application) {

@@ -24,6 +24,9 @@ void addTimeRange(CLI::App& command, TimeRange& range);
 // Reads the texts that were given. Throws a UsageError, also for a range that ends before it begins.
 void readTimeRange(const CLI::App& command, TimeRange& range);
 
+// Throws a UsageError of --step for a step that is shorter than a grid of times can have, or not finite.
+void requireStep(double step_s);
+
 void addSatelliteNumbers(CLI::App& command, std::vector<std::int32_t>& numbers);
 
 // All satellites are wanted if no number is given.

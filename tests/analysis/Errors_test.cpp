@@ -1,5 +1,7 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "analysis/Covariances.hpp"
 #include "analysis/HermiteNodes.hpp"
 #include "analysis/InterpolationErrors.hpp"
 #include "analysis/Jumps.hpp"
@@ -141,6 +143,50 @@ TEST(Thinning, KeepsTheLargestSpacingWithinTheTolerance) {
         EXPECT_GT(largest_m(2.0 * spacing_s), 0.9 * tolerance_m);
     }
     EXPECT_FALSE(spacingThatWouldDo_s(orbitPoints(7000.0, 0.01, 600.0, 100).ephemeris(), 1.0));
+}
+
+TEST(ErrorAt, IsThatOfTheIntervalAndNothingAtAPoint) {
+    Points points = orbitPoints(7000.0, 0.01, 300.0, 30);
+    for (std::size_t i = 15; i < 30; ++i)
+        points.times[i].days += 1.0;
+    const Ephemeris ephemeris = points.ephemeris();
+    const InterpolationErrors errors = estimatedErrors(ephemeris, Motion::Inertial);
+    const auto at = [&](double seconds) { return errorAt(ephemeris, errors, {kEpoch_days + seconds / 86400.0}); };
+    EXPECT_EQ(at(0.0), 0.0);
+    EXPECT_EQ(at(1200.0), 0.0);
+    EXPECT_EQ(at(1200.001), errors.error_m(4));
+    EXPECT_EQ(at(1499.999), errors.error_m(4));
+    EXPECT_EQ(at(-0.0004), errors.error_m(0));
+    EXPECT_EQ(at(86400.0 + 29.0 * 300.0 + 0.0004), errors.error_m(28));
+    EXPECT_FALSE(at(40000.0)) << "not answered";
+    const Ephemeris three = orbitPoints(7000.0, 0.01, 300.0, 3).ephemeris();
+    EXPECT_EQ(errorAt(three, {}, three.times[2]), 0.0);
+    EXPECT_FALSE(errorAt(three, {}, {three.times[1].days + 0.001}));
+}
+
+TEST(OrbitSigmas, AreThoseAlongTheAxesOfTheState) {
+    Matrix6 matrix{};
+    matrix[0][0] = 4e-6;
+    matrix[1][1] = 9e-6;
+    matrix[2][2] = 16e-6;
+    const State state{{0.0, 7000.0, 0.0}, {-7.0, 1.0, 0.0}};
+    EXPECT_THAT(orbitSigmas_m(matrix, state, Frame::J2K).value(),
+                testing::Pointwise(testing::DoubleNear(1e-9), {3.0, 2.0, 4.0}));
+    // Turned by 45 degrees, the covariance of x and y counts.
+    matrix[0][1] = matrix[1][0] = 1e-6;
+    const State between{{7000.0, 7000.0, 0.0}, {-5.0, 5.0, 0.0}};
+    EXPECT_THAT(orbitSigmas_m(matrix, between, Frame::ECI).value(),
+                testing::Pointwise(testing::DoubleNear(1e-9), {std::sqrt(7.5), std::sqrt(5.5), 4.0}));
+    // Standing still on the turning earth is moving east.
+    EXPECT_THAT(orbitSigmas_m(matrix, {{0.0, 7000.0, 0.0}, {0.0, 0.0, 0.0}}, Frame::EFG).value(),
+                testing::Pointwise(testing::DoubleNear(1e-9), {3.0, 2.0, 4.0}));
+    EXPECT_FALSE(orbitSigmas_m(matrix, {{0.0, 7000.0, 0.0}, {0.0, 0.0, 0.0}}, Frame::ECI));
+    EXPECT_FALSE(orbitSigmas_m(matrix, state, Frame{17}));
+    EXPECT_FALSE(orbitSigmas_m({}, state, Frame::J2K));
+    matrix[0][1] = matrix[1][0] = 8e-6;
+    EXPECT_FALSE(orbitSigmas_m(matrix, between, Frame::ECI).has_value() &&
+                 orbitSigmas_m(matrix, {{7000.0, -7000.0, 0.0}, {5.0, 5.0, 0.0}}, Frame::ECI).has_value())
+        << "a negative variance";
 }
 
 }  // namespace
