@@ -1,6 +1,5 @@
 #include "ApproachesCommand.hpp"
 
-#include <map>
 #include <memory>
 
 #include "ApproachesReport.hpp"
@@ -36,21 +35,6 @@ struct ApproachesCommandOptions {
     Format format = Format::Table;
 };
 
-std::vector<ScreenedSatellite> loadedAndNumbered() {
-    std::vector<ScreenedSatellite> satellites;
-    std::map<std::string, std::int32_t> inFile;
-    for (SatelliteRecord& record : loadedSatellites()) {
-        const std::int32_t number = ++inFile[record.file];
-        satellites.push_back({std::move(record), number});
-    }
-    return satellites;
-}
-
-std::string subjectOf(const ScreenedSatellite& satellite) {
-    const std::string record = satellite.inFile > 1 ? fmt::format(", record {}", satellite.inFile) : "";
-    return fmt::format("satellite {} ({}{})", satellite.record.number, satellite.record.file, record);
-}
-
 // Tells which comparisons were not made, or not over the whole span.
 void reportLeftOut(const ApproachesReport& report, const Span& range, Console& console) {
     const analysis::Approaches& approaches = report.approaches;
@@ -60,7 +44,7 @@ void reportLeftOut(const ApproachesReport& report, const Span& range, Console& c
     Quota unknown(console);
     for (const std::size_t i : approaches.inUnknownFrames)
         if (unknown.admits())
-            console.warning(subjectOf(report.satellites[i]),
+            console.warning(nameOf(report.satellites[i]),
                             fmt::format("the axes of {} are not known; it was not compared",
                                         name(report.satellites[i].record.frame)));
     if (unknown.heldBack() > 0)
@@ -71,7 +55,7 @@ void reportLeftOut(const ApproachesReport& report, const Span& range, Console& c
         const bool isInRange =
             record.pointCount > 0 && record.span.start <= range.last.days && record.span.end >= range.first.days;
         if (isInRange && approaches.answered[i] < 1.0 - 1e-9 && partly.admits())
-            console.warning(subjectOf(report.satellites[i]),
+            console.warning(nameOf(report.satellites[i]),
                             fmt::format("has states for {:.1f} % of its span; the rest was not compared",
                                         100.0 * approaches.answered[i]));
     }
@@ -104,17 +88,13 @@ void keepThoseOf(const std::vector<std::int32_t>& numbers, ApproachesReport& rep
 
 ExitStatus runApproaches(const CLI::App& command, ApproachesCommandOptions& options, Console& console) {
     readTimeRange(command, options.range);
-    if (options.range.from) options.search.range.first.days = *options.range.from;
-    if (options.range.to) options.search.range.last.days = *options.range.to;
+    options.search.range = spanOf(options.range);
     bool couldLook = loadFiles(options.input, options.output, console);
-    ApproachesReport report{options.search.within_km, loadedAndNumbered(), {}};
-    std::vector<SatelliteRecord> records;
+    ApproachesReport report{options.search.within_km, loadedRecords(), {}};
     std::vector<Satellite> satellites;
-    for (const ScreenedSatellite& satellite : report.satellites) {
-        records.push_back(satellite.record);
+    for (const RecordOfFile& satellite : report.satellites)
         satellites.push_back(satellite.record.satellite);
-    }
-    couldLook = reportUnknown(options.satellites, records, console) && couldLook;
+    couldLook = reportUnknown(options.satellites, loadedSatellites(), console) && couldLook;
     options.search.progress = [&](double share) {
         console.progress(fmt::format("comparing, {:.0f} %", 100.0 * share));
     };

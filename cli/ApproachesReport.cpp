@@ -1,9 +1,8 @@
 #include "ApproachesReport.hpp"
 
-#include <cmath>
-
 #include "ForeignTexts.hpp"
 #include "TextTable.hpp"
+#include "Values.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -11,10 +10,6 @@ namespace {
 using analysis::Approach;
 
 constexpr std::string_view kComponents[] = {"radial_km", "in_track_km", "cross_track_km"};
-
-std::string number(std::optional<double> value, const char* missing) {
-    return value && std::isfinite(*value) ? fmt::format("{}", *value) : missing;
-}
 
 std::optional<double> component(const Approach& event, std::size_t i) {
     return event.components_km ? std::optional((*event.components_km)[i]) : std::nullopt;
@@ -24,32 +19,16 @@ std::string rounded(std::optional<double> value, int decimals) {
     return value ? fmt::format("{:.{}f}", *value, decimals) : "-";
 }
 
-// The record's number in its file, where that is not the first.
-std::string nameOf(const ScreenedSatellite& satellite) {
-    return satellite.inFile == 1 ? std::to_string(satellite.record.number)
-                                 : fmt::format("{}-{}", satellite.record.number, satellite.inFile);
-}
-
-template <typename Items, typename Print>
-void printArray(const Items& items, Output& output, Print print) {
-    const char* separator = "[\n";
-    for (const auto& item : items) {
-        output.write(std::exchange(separator, ",\n"));
-        print(item);
-    }
-    output.write(items.empty() ? "[]" : "\n]");
-}
-
 void printJson(const Approach& event, const ApproachesReport& report, Output& output) {
-    const ScreenedSatellite& a = report.first(event);
-    const ScreenedSatellite& b = report.second(event);
+    const RecordOfFile& a = report.first(event);
+    const RecordOfFile& b = report.second(event);
     output.print(R"({{"number_a":{},"number_b":{},"file_a":{},"file_b":{},"time_utc":{},"distance_km":{})",
                  a.record.number, b.record.number, jsonText(a.record.file), jsonText(b.record.file),
-                 jsonText(isoTime(event.time.days)), event.distance_km);
+                 jsonTime(event.time), event.distance_km);
     for (std::size_t i = 0; i < 3; ++i)
-        output.print(R"(,"{}":{})", kComponents[i], number(component(event, i), "null"));
+        output.print(R"(,"{}":{})", kComponents[i], jsonNumber(component(event, i)));
     output.print(R"(,"speed_km_s":{},"sigma_distance":{},"at_end":{},"record_a":{},"record_b":{}}})", event.speed_km_s,
-                 number(event.sigmas, "null"), event.atEnd, a.inFile, b.inFile);
+                 jsonNumber(event.sigmas), event.atEnd, a.inFile, b.inFile);
 }
 
 }  // namespace
@@ -62,7 +41,7 @@ void printApproachesTable(const ApproachesReport& report, Output& output) {
                     {"time (UTC)", "a", "b", "distance (km)", "radial (km)", "in-track (km)", "cross-track (km)",
                      "speed (km/s)", "sigmas", ""});
     for (const Approach& event : events)
-        table.addRow({isoTime(event.time.days), nameOf(report.first(event)), nameOf(report.second(event)),
+        table.addRow({isoTime(event.time.days), shortNameOf(report.first(event)), shortNameOf(report.second(event)),
                       rounded(event.distance_km, 3), rounded(component(event, 0), 3), rounded(component(event, 1), 3),
                       rounded(component(event, 2), 3), rounded(event.speed_km_s, 3), rounded(event.sigmas, 2),
                       event.atEnd ? "end of the common span" : ""});
@@ -74,25 +53,25 @@ void printApproachesCsv(const ApproachesReport& report, Output& output) {
         "number_a,number_b,file_a,file_b,time_utc,distance_km,radial_km,in_track_km,cross_track_km,speed_km_s,"
         "sigma_distance,at_end,record_a,record_b\n");
     for (const Approach& event : report.approaches.events) {
-        const ScreenedSatellite& a = report.first(event);
-        const ScreenedSatellite& b = report.second(event);
+        const RecordOfFile& a = report.first(event);
+        const RecordOfFile& b = report.second(event);
         output.print("{},{},{},{},{},{},{},{},{},{},{},{},{},{}\n", a.record.number, b.record.number,
                      csvField(a.record.file), csvField(b.record.file), isoTime(event.time.days), event.distance_km,
-                     number(component(event, 0), ""), number(component(event, 1), ""), number(component(event, 2), ""),
-                     event.speed_km_s, number(event.sigmas, ""), event.atEnd, a.inFile, b.inFile);
+                     csvNumber(component(event, 0)), csvNumber(component(event, 1)), csvNumber(component(event, 2)),
+                     event.speed_km_s, csvNumber(event.sigmas), event.atEnd, a.inFile, b.inFile);
     }
 }
 
 void printApproachesJson(const ApproachesReport& report, Output& output) {
     output.print(R"({{"schema":"vorlandi.approaches/1","within_km":{},"satellites":)", report.within_km);
-    printArray(report.satellites, output, [&](const ScreenedSatellite& satellite) {
+    printJsonArray(report.satellites, output, [&](const RecordOfFile& satellite) {
         const auto index = static_cast<std::size_t>(&satellite - report.satellites.data());
         output.print(R"({{"satellite":{},"record":{},"file":{},"frame":{},"answered":{}}})", satellite.record.number,
                      satellite.inFile, jsonText(satellite.record.file), jsonText(name(satellite.record.frame)),
                      report.approaches.answered[index]);
     });
     output.write(",\"approaches\":");
-    printArray(report.approaches.events, output, [&](const Approach& event) { printJson(event, report, output); });
+    printJsonArray(report.approaches.events, output, [&](const Approach& event) { printJson(event, report, output); });
     output.print(",\"pairs_across_frames\":{}}}\n", report.approaches.pairsAcrossFrames);
 }
 

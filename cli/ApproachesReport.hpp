@@ -10,18 +10,13 @@
 
 namespace vorlandi::cli {
 
-struct ScreenedSatellite {
-    SatelliteRecord record;
-    std::int32_t inFile = 1;  // its number within its file
-};
-
 struct ApproachesReport {
     double within_km = 0.0;
-    std::vector<ScreenedSatellite> satellites;
+    std::vector<RecordOfFile> satellites;
     analysis::Approaches approaches;  // its indices are those of the satellites
 
-    const ScreenedSatellite& first(const analysis::Approach& event) const { return satellites[event.a]; }
-    const ScreenedSatellite& second(const analysis::Approach& event) const { return satellites[event.b]; }
+    const RecordOfFile& first(const analysis::Approach& event) const { return satellites[event.a]; }
+    const RecordOfFile& second(const analysis::Approach& event) const { return satellites[event.b]; }
 };
 
 void printApproachesTable(const ApproachesReport& report, Output& output);

@@ -1,16 +1,9 @@
-#include <cmath>
-
 #include "CheckReport.hpp"
 #include "ForeignTexts.hpp"
+#include "Values.hpp"
 
 namespace vorlandi::cli {
 namespace {
-
-std::string number(std::optional<double> value) {
-    return value && std::isfinite(*value) ? fmt::format("{}", *value) : "";
-}
-
-std::string time(std::optional<Ds50> time) { return time ? isoTime(time->days) : ""; }
 
 // `satellite` is null for the findings of a file.
 void printLine(const analysis::Finding& finding, const std::string& file, const CheckedSatellite* satellite,
@@ -18,8 +11,8 @@ void printLine(const analysis::Finding& finding, const std::string& file, const 
     output.print("{},{},{},{},{},{},{},{},{},{},{}\n", nameOf(finding.severity), nameOf(finding.kind), csvField(file),
                  finding.line > 0 ? std::to_string(finding.line) : "",
                  satellite ? std::to_string(satellite->record.number) : "",
-                 satellite ? std::to_string(satellite->inFile) : "", time(finding.from), time(finding.to),
-                 number(finding.value), finding.unit, csvField(finding.text));
+                 satellite ? std::to_string(satellite->inFile) : "", csvTime(finding.from), csvTime(finding.to),
+                 csvNumber(finding.value), finding.unit, csvField(finding.text));
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
-#include <cmath>
-
 #include "CheckReport.hpp"
 #include "ForeignTexts.hpp"
+#include "Values.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -9,25 +8,15 @@ namespace {
 using analysis::Finding;
 using analysis::Severity;
 
-// JSON has neither infinities nor NaN.
-std::string number(std::optional<double> value) {
-    return value && std::isfinite(*value) ? fmt::format("{}", *value) : "null";
-}
-
-std::string time(std::optional<Ds50> time) {
-    const std::string text = time ? isoTime(time->days) : "";
-    return text.empty() ? "null" : jsonText(text);
-}
-
 std::string components(const std::array<double, 3>& vector) {
-    return fmt::format("[{},{},{}]", number(vector[0]), number(vector[1]), number(vector[2]));
+    return fmt::format("[{},{},{}]", jsonNumber(vector[0]), jsonNumber(vector[1]), jsonNumber(vector[2]));
 }
 
 std::string objectOf(const Finding& finding) {
     std::string text = fmt::format(
         R"({{"severity":"{}","kind":"{}","line":{},"from_utc":{},"to_utc":{},"value":{},"unit":{},"text":{})",
         nameOf(finding.severity), nameOf(finding.kind), finding.line > 0 ? std::to_string(finding.line) : "null",
-        time(finding.from), time(finding.to), number(finding.value),
+        jsonTime(finding.from), jsonTime(finding.to), jsonNumber(finding.value),
         *finding.unit == '\0' ? "null" : jsonText(finding.unit), jsonText(finding.text));
     if (finding.jump)
         text += fmt::format(R"(,"jump":{{"dv_m_s":{},"dx_m":{}}})", components(finding.jump->dv_m_s),
@@ -35,40 +24,32 @@ std::string objectOf(const Finding& finding) {
     return text + "}";
 }
 
-template <typename Items, typename Print>
-void printArray(const Items& items, Output& output, Print print) {
-    const char* separator = "[\n";
-    for (const auto& item : items) {
-        output.write(std::exchange(separator, ",\n"));
-        print(item);
-    }
-    output.write(items.empty() ? "[]" : "\n]");
-}
-
 void printFindings(const std::vector<Finding>& findings, Output& output) {
     output.write("\"findings\":");
-    printArray(findings, output, [&](const Finding& finding) { output.write(objectOf(finding)); });
+    printJsonArray(findings, output, [&](const Finding& finding) { output.write(objectOf(finding)); });
 }
 
 void printSatellite(const CheckedSatellite& satellite, Output& output) {
     const auto& [spacing, interpolation, covariances, findings] = satellite.check;
     const auto timeOf = [&](double ds50UTC) {
-        return time(satellite.points > 0 ? std::optional(Ds50{ds50UTC}) : std::nullopt);
+        return jsonTime(satellite.points > 0 ? std::optional(Ds50{ds50UTC}) : std::nullopt);
     };
     output.print(R"({{"satellite":{},"record":{},"file":{},"format":{},"frame":{},"points":{},)",
                  satellite.record.number, satellite.inFile, jsonText(satellite.record.file), jsonText(satellite.format),
                  jsonText(name(satellite.record.frame)), satellite.points);
     output.print(R"("first_utc":{},"last_utc":{},)", timeOf(satellite.span.start), timeOf(satellite.span.end));
     if (spacing)
-        output.print(R"("spacing_s":{{"least":{},"median":{},"largest":{}}},)", number(spacing->least_s),
-                     number(spacing->median_s), number(spacing->largest_s));
+        output.print(R"("spacing_s":{{"least":{},"median":{},"largest":{}}},)", jsonNumber(spacing->least_s),
+                     jsonNumber(spacing->median_s), jsonNumber(spacing->largest_s));
     else
         output.write(R"("spacing_s":null,)");
     output.print(R"("interpolation":{{"inside_m":{},"first_m":{},"last_m":{},"spacing_m":{},"digits_m":{},)",
-                 number(interpolation.inside_m), number(interpolation.first_m), number(interpolation.last_m),
-                 number(interpolation.spacing_m), number(interpolation.digits_m));
-    output.print(R"("worst_utc":{},"scatter_m":{},"largest_gain":{},"would_do_s":{}}},)", time(interpolation.worst),
-                 number(interpolation.scatter_m), number(interpolation.largestGain), number(interpolation.wouldDo_s));
+                 jsonNumber(interpolation.inside_m), jsonNumber(interpolation.first_m),
+                 jsonNumber(interpolation.last_m), jsonNumber(interpolation.spacing_m),
+                 jsonNumber(interpolation.digits_m));
+    output.print(R"("worst_utc":{},"scatter_m":{},"largest_gain":{},"would_do_s":{}}},)", jsonTime(interpolation.worst),
+                 jsonNumber(interpolation.scatter_m), jsonNumber(interpolation.largestGain),
+                 jsonNumber(interpolation.wouldDo_s));
     output.print(R"("covariances":{},)", covariances);
     printFindings(findings, output);
     output.write("}");
@@ -77,11 +58,12 @@ void printSatellite(const CheckedSatellite& satellite, Output& output) {
 }  // namespace
 
 void printCheckJson(const CheckReport& report, Output& output) {
-    output.print("{{\"schema\":\"vorlandi.check/1\",\"tolerance_m\":{},\"satellites\":", number(report.tolerance_m));
-    printArray(report.satellites, output,
-               [&](const CheckedSatellite& satellite) { printSatellite(satellite, output); });
+    output.print("{{\"schema\":\"vorlandi.check/1\",\"tolerance_m\":{},\"satellites\":",
+                 jsonNumber(report.tolerance_m));
+    printJsonArray(report.satellites, output,
+                   [&](const CheckedSatellite& satellite) { printSatellite(satellite, output); });
     output.write(",\"files\":");
-    printArray(report.files, output, [&](const CheckedFile& file) {
+    printJsonArray(report.files, output, [&](const CheckedFile& file) {
         output.print(R"({{"file":{},"status":{},)", jsonText(file.name), file.status);
         printFindings(file.findings, output);
         output.write("}");

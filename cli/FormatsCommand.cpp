@@ -4,6 +4,7 @@
 #include <cctype>
 #include <memory>
 
+#include "CommandTable.hpp"
 #include "ForeignTexts.hpp"
 #include "FormatsPage.hpp"
 #include "Output.hpp"
@@ -76,6 +77,13 @@ void printJson(Output& output) {
     output.write("\n]}\n");
 }
 
+std::vector<std::string> namesOfFormats() {
+    std::vector<std::string> names;
+    for (const FormatLine& line : kFormats)
+        names.emplace_back(line.name);
+    return names;
+}
+
 std::string inCapitals(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::toupper(c); });
     return text;
@@ -112,7 +120,8 @@ void addFormatsCommand(CLI::App& application, Session& session) {
     CLI::App* const command = application.add_subcommand("formats", "List the ephemeris formats, or describe one");
     const auto options = std::make_shared<FormatsOptions>();
     command->add_option("NAME", options->name, "Describe this format: what a producer has to write, with an example")
-        ->type_name("");
+        ->type_name("")
+        ->check(withChoices(CLI::Validator([](const std::string&) { return std::string(); }, ""), namesOfFormats()));
     addFormat(*command, options->format);
     addOutput(*command, options->output);
     command->footer(kFooter);

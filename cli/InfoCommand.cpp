@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "ForeignTexts.hpp"
+#include "InfoReport.hpp"
 #include "Loading.hpp"
 #include "Output.hpp"
 #include "SatelliteRecord.hpp"
@@ -29,13 +30,16 @@ is refused as a duplicate. Names in a card file are relative to the card file's 
 Archives and compressed files are detected by their content and never unpacked to disk. A card in an archive names files
 in the same archive; cards on standard input are not followed.
 
-csv and json also have the mean spacing. In csv a text that begins with = + - @, a tab or a carriage return gets an
-apostrophe in front, so that no spreadsheet takes it for a formula.
+--summary is for fleets: files, satellites, points, times, spacings, gaps, how many satellites have velocities and
+covariances, and the memory that the program takes once they are loaded; then the same by frame and format.
+
+csv and json also have the mean spacing, json the status of each file (0 if nothing is wrong). In csv a text that begins
+with = + - @, a tab or a carriage return gets an apostrophe in front, so that no spreadsheet takes it for a formula.
 
 Examples:
   vorlandi info 81001_stk.e
   vorlandi info --verbose fleet.card
-  vorlandi info delivery.zip
+  vorlandi info delivery.zip --summary
   curl https://example.org/81001.e.gz | vorlandi info -
   vorlandi info --format json *.e | jq '.satellites[].satellite')";
 
@@ -43,23 +47,7 @@ struct InfoOptions {
     InputOptions input;
     std::string output{kStandardOutput};
     Format format = Format::Table;
-};
-
-// Seconds; none of them if there are fewer than two points.
-struct Spacing {
-    std::optional<double> mean_s;
-    std::optional<double> least_s;
-    std::optional<double> median_s;
-    std::optional<double> largest_s;
-    std::size_t gaps = 0;
-};
-
-struct Row {
-    SatelliteRecord satellite;
-    std::string format;
-    std::string rules;
-    Spacing spacing;
-    Contents contents;
+    bool summary = false;
 };
 
 Spacing spacingOf(const SatelliteRecord& satellite) {
@@ -70,16 +58,11 @@ Spacing spacingOf(const SatelliteRecord& satellite) {
             *largest / kMicrosecondsPerSecond, gapsIn(steps).size()};
 }
 
-const char* nameOf(Share share) {
-    constexpr const char* kNames[] = {"none", "some", "all"};
-    return kNames[static_cast<std::size_t>(share)];
-}
-
 std::string timeText(const SatelliteRecord& satellite, double ds50UTC) {
     return satellite.pointCount > 0 ? isoTime(ds50UTC) : "";
 }
 
-void printTable(const std::vector<Row>& rows, Output& output) {
+void printTable(const std::vector<SatelliteInfo>& rows, Output& output) {
     if (rows.empty()) return;
     using enum Align;
     TextTable table(
@@ -122,7 +105,7 @@ Field time(const char* name, const SatelliteRecord& satellite, double ds50UTC) {
 Field flag(const char* name, bool value) { return {name, value ? "yes" : "no", value ? "true" : "false"}; }
 
 // New fields come last, so that those before them keep their columns.
-std::vector<Field> fieldsOf(const Row& row) {
+std::vector<Field> fieldsOf(const SatelliteInfo& row) {
     const auto& [satellite, format, rules, spacing, contents] = row;
     return {number("satellite", satellite.number),
             text("key", std::to_string(satellite.key())),
@@ -153,46 +136,52 @@ void printLine(const std::vector<Field>& fields, Part Field::*part, Output& outp
     output.write("\n");
 }
 
-void printCsv(const std::vector<Row>& rows, Output& output) {
+void printCsv(const std::vector<SatelliteInfo>& rows, Output& output) {
     printLine(fieldsOf({}), &Field::name, output);
-    for (const Row& row : rows)
+    for (const SatelliteInfo& row : rows)
         printLine(fieldsOf(row), &Field::csv, output);
 }
 
-void printJson(const std::vector<Row>& rows, Output& output) {
+void printJson(const std::vector<SatelliteInfo>& rows, const FileStatuses& files, Output& output) {
     output.write("{\"schema\":\"vorlandi.info/1\",\"satellites\":[");
     const char* rowSeparator = "\n";
-    for (const Row& row : rows) {
+    for (const SatelliteInfo& row : rows) {
         const char* separator = "{";
         output.write(std::exchange(rowSeparator, ",\n"));
         for (const Field& field : fieldsOf(row))
             output.print("{}\"{}\":{}", std::exchange(separator, ","), field.name, field.json);
         output.write("}");
     }
-    output.write("\n]}\n");
+    output.write("\n]");
+    printFiles(files, output);
+    output.write("}\n");
+}
+
+void print(const std::vector<SatelliteInfo>& rows, const FileStatuses& files, Format format, Output& output) {
+    switch (format) {
+        case Format::Table:
+            return printTable(rows, output);
+        case Format::Csv:
+            return printCsv(rows, output);
+        case Format::Json:
+        case Format::Jsonl:
+            return printJson(rows, files, output);
+    }
 }
 
 ExitStatus runInfo(const InfoOptions& options, Console& console) {
     LoadResults results;
     const bool allLoaded = loadFiles(options.input, options.output, console, &results);
-    std::vector<Row> rows;
+    std::vector<SatelliteInfo> rows;
     for (const SatelliteRecord& satellite : loadedSatellites())
         rows.push_back({satellite, results.origins[satellite.key()].format, rulesName(options.input.rules),
                         spacingOf(satellite), contentsOf(satellite)});
     if (rows.empty() && refusesEmptyFile(options.output, console)) return ExitStatus::Failure;
     Output output(options.output);
-    switch (options.format) {
-        case Format::Table:
-            printTable(rows, output);
-            break;
-        case Format::Csv:
-            printCsv(rows, output);
-            break;
-        case Format::Json:
-        case Format::Jsonl:
-            printJson(rows, output);
-            break;
-    }
+    if (options.summary)
+        printSummary(rows, results.statuses, options.format, output);
+    else
+        print(rows, results.statuses, options.format, output);
     output.close();
     return statusOf(allLoaded);
 }
@@ -203,6 +192,7 @@ void addInfoCommand(CLI::App& application, Session& session) {
     CLI::App* const command = application.add_subcommand("info", "List the satellites in ephemeris files");
     const auto options = std::make_shared<InfoOptions>();
     addInput(*command, options->input);
+    command->add_flag("--summary", options->summary, "One block for all satellites, a line for each frame and format");
     addFormat(*command, options->format);
     addOutput(*command, options->output);
     addVerbose(*command, session.console);

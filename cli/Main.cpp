@@ -7,7 +7,9 @@
 
 #include "ApproachesCommand.hpp"
 #include "CheckCommand.hpp"
+#include "CompletionCommand.hpp"
 #include "ConvertCommand.hpp"
+#include "DiffCommand.hpp"
 #include "FormatsCommand.hpp"
 #include "InfoCommand.hpp"
 #include "Options.hpp"
@@ -49,11 +51,13 @@ void addCommands(CLI::App& application, Session& session) {
     addStatesCommand(application, session);
     addCheckCommand(application, session);
     addApproachesCommand(application, session);
+    addDiffCommand(application, session);
     addSaveCommand(application, session);
     addConvertCommand(application, session);
     addPlotCommand(application, session);
     addTimeCommand(application, session);
     addFormatsCommand(application, session);
+    addCompletionCommand(application, session);
 }
 
 std::string usageMessage(const CLI::ParseError& error, const CLI::App& application) {

@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "CommandTable.hpp"
 #include "Output.hpp"
 
 namespace vorlandi::cli {
@@ -14,6 +15,13 @@ const FormatsByName& formatsByName(Offered offered) {
     static const FormatsByName all = {
         {"table", Format::Table}, {"csv", Format::Csv}, {"json", Format::Json}, {"jsonl", Format::Jsonl}};
     return offered == Offered::All ? all : formats;
+}
+
+std::vector<std::string> namesOf(const FormatsByName& formats) {
+    std::vector<std::string> names;
+    for (const auto& [name, format] : formats)
+        names.push_back(name);
+    return names;
 }
 
 void useLeapSeconds(const std::string& file) {
@@ -54,6 +62,10 @@ void addInput(CLI::App& command, InputOptions& input) {
             "tar; - is standard input, packed or not")
         ->type_name("")
         ->required();
+    addInputRules(command, input);
+}
+
+void addInputRules(CLI::App& command, InputOptions& input) {
     command.add_flag_callback(
         "--fixed-rules", [&input] { input.rules = Rules::Fixed; },
         "Read by the fixed rules instead of the practical ones (docs/formats.md compares them)");
@@ -91,7 +103,7 @@ void addFormat(CLI::App& command, Format& format, Offered offered) {
                                     : "table, csv or json")
         ->type_name("FORMAT")
         ->default_str("table")
-        ->check(CLI::IsMember(&formatsByName(offered)).description(""));
+        ->check(withChoices(CLI::IsMember(&formatsByName(offered)).description(""), namesOf(formatsByName(offered))));
 }
 
 void addVerbose(CLI::App& command, Console& console) {

@@ -49,7 +49,9 @@ struct InputOptions {
 
 inline constexpr std::string_view kStandardInput = "-";
 
+// The files and how they are read; the second alone for a command that names its files otherwise.
 void addInput(CLI::App& command, InputOptions& input);
+void addInputRules(CLI::App& command, InputOptions& input);
 void addOutput(CLI::App& command, std::string& output);
 // Of the formats all but JsonLines, a line an item, or all.
 enum class Offered { WithoutJsonl, All };

@@ -49,19 +49,16 @@ struct PlotCommandOptions {
 bool isPage(const std::string& output) { return output.ends_with(".html"); }
 
 std::vector<PlottedSatellite> wantedSatellites(const PlotCommandOptions& options,
-                                               const std::vector<SatelliteRecord>& records, Console& console) {
-    const Span range{{options.range.from.value_or(analysis::kAllTimes.first.days)},
-                     {options.range.to.value_or(analysis::kAllTimes.last.days)}};
+                                               const std::vector<RecordOfFile>& records, Console& console) {
+    const Span range = spanOf(options.range);
     std::vector<PlottedSatellite> wanted;
-    std::map<std::string, int> inFile;
-    for (const SatelliteRecord& record : records) {
-        const int number = ++inFile[record.file];
+    for (const RecordOfFile& satellite : records) {
+        const SatelliteRecord& record = satellite.record;
         if (!isWanted(record, options.satellites)) continue;
-        const std::string name =
-            std::to_string(record.number) + (number > 1 ? "-" + std::to_string(number) : std::string());
+        const std::string name = shortNameOf(satellite);
         analysis::Ephemeris ephemeris = analysis::ephemerisOf(record.satellite, range);
         if (ephemeris.times.empty())
-            console.warning(fmt::format("satellite {} ({})", name, record.file), "has no points in the range");
+            console.warning(nameOf(satellite), "has no points in the range");
         else
             wanted.push_back({record.satellite, name, std::move(ephemeris)});
     }
@@ -70,17 +67,18 @@ std::vector<PlottedSatellite> wantedSatellites(const PlotCommandOptions& options
 
 // Each satellite with the first one of the other files that has its number, frame and a part of its span.
 std::vector<PlottedPair> pairsOf(const std::vector<PlottedSatellite>& satellites,
-                                 const std::vector<SatelliteRecord>& others, Console& console) {
+                                 const std::vector<RecordOfFile>& others, Console& console) {
     std::vector<PlottedPair> pairs;
     for (std::size_t i = 0; i < satellites.size(); ++i) {
         const analysis::Ephemeris& ephemeris = satellites[i].ephemeris;
-        const auto isPartner = [&](const SatelliteRecord& other) {
+        const auto isPartner = [&](const RecordOfFile& candidate) {
+            const SatelliteRecord& other = candidate.record;
             return other.number == ephemeris.number && other.frame == ephemeris.frame &&
                    analysis::commonSpan(satellites[i].satellite, other.satellite);
         };
         const auto partner = std::find_if(others.begin(), others.end(), isPartner);
         if (partner != others.end())
-            pairs.push_back({i, partner->satellite});
+            pairs.push_back({i, partner->record.satellite});
         else
             console.warning("satellite " + satellites[i].name,
                             "has no partner of its number and frame at its times in the other file");
@@ -160,17 +158,15 @@ ExitStatus runPlot(const CLI::App& command, PlotCommandOptions& options, Console
     requireNewFile(options);
     readTimeRange(command, options.range);
     bool allWell = loadFiles(options.input, options.output, console);
-    const std::vector<SatelliteRecord> records = loadedSatellites();
-    allWell = reportUnknown(options.satellites, records, console) && allWell;
+    const std::vector<RecordOfFile> records = loadedRecords();
+    allWell = reportUnknown(options.satellites, loadedSatellites(), console) && allWell;
     std::vector<PlottedSatellite> satellites = wantedSatellites(options, records, console);
     std::vector<PlottedPair> pairs;
     if (!options.other.empty()) {
         InputOptions other = options.input;
         other.files = {options.other};
         allWell = loadFiles(other, options.output, console) && allWell;
-        std::vector<SatelliteRecord> others = loadedSatellites();
-        others.erase(others.begin(), others.begin() + static_cast<std::ptrdiff_t>(records.size()));
-        pairs = pairsOf(satellites, others, console);
+        pairs = pairsOf(satellites, loadedRecords(records.size()), console);
         allWell = allWell && pairs.size() == satellites.size();
     }
     if (satellites.empty()) {

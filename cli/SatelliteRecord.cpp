@@ -1,7 +1,10 @@
 #include "SatelliteRecord.hpp"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cmath>
+#include <map>
 
 namespace vorlandi::cli {
 namespace {
@@ -45,6 +48,27 @@ std::vector<SatelliteRecord> loadedSatellites() {
     std::vector<SatelliteRecord> records;
     for (const Satellite satellite : satellites())
         records.push_back(recordOf(satellite));
+    return records;
+}
+
+std::string nameOf(const RecordOfFile& satellite) {
+    const std::string record = satellite.inFile > 1 ? fmt::format(", record {}", satellite.inFile) : "";
+    return fmt::format("satellite {} ({}{})", satellite.record.number, satellite.record.file, record);
+}
+
+std::string shortNameOf(const RecordOfFile& satellite) {
+    return satellite.inFile == 1 ? std::to_string(satellite.record.number)
+                                 : fmt::format("{}-{}", satellite.record.number, satellite.inFile);
+}
+
+std::vector<RecordOfFile> loadedRecords(std::size_t earlier) {
+    std::vector<SatelliteRecord> loaded = loadedSatellites();
+    std::vector<RecordOfFile> records;
+    std::map<std::string, std::int32_t> inFile;
+    for (auto record = loaded.begin() + static_cast<std::ptrdiff_t>(earlier); record != loaded.end(); ++record) {
+        const std::int32_t number = ++inFile[record->file];
+        records.push_back({std::move(*record), number});
+    }
     return records;
 }
 

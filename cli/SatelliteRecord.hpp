@@ -50,6 +50,21 @@ SatelliteRecord recordOf(Satellite satellite);
 // All satellites in the order of loading.
 std::vector<SatelliteRecord> loadedSatellites();
 
+// A satellite, and its number within its file, from 1.
+struct RecordOfFile {
+    SatelliteRecord record;
+    std::int32_t inFile = 1;
+};
+
+// "satellite 81001 (a.e)", with the number of the record if it is not the first of its file.
+std::string nameOf(const RecordOfFile& satellite);
+
+// "81001", "81001-2" for the second of its file.
+std::string shortNameOf(const RecordOfFile& satellite);
+
+// The same with their numbers, without the `earlier` first ones.
+std::vector<RecordOfFile> loadedRecords(std::size_t earlier = 0);
+
 // The times of all stored points, days since 1950, UTC.
 std::vector<double> storedTimes(Satellite satellite);
 

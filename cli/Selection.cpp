@@ -3,8 +3,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include "Options.hpp"
+#include "TimeGrid.hpp"
 
 namespace vorlandi::cli {
 
@@ -17,6 +19,15 @@ void readTimeRange(const CLI::App& command, TimeRange& range) {
     if (command.count("--from") > 0) range.from = timeOf("--from", range.fromText).days;
     if (command.count("--to") > 0) range.to = timeOf("--to", range.toText).days;
     if (range.from && range.to && *range.from > *range.to) throw UsageError("--to", "is earlier than --from");
+}
+
+void requireStep(double step_s) {
+    if (!std::isfinite(step_s) || step_s < kShortestStep_s)
+        throw UsageError("--step", "must be a finite number of seconds, a microsecond or more");
+}
+
+Span spanOf(const TimeRange& range) {
+    return {{range.from.value_or(analysis::kAllTimes.first.days)}, {range.to.value_or(analysis::kAllTimes.last.days)}};
 }
 
 void addSatelliteNumbers(CLI::App& command, std::vector<std::int32_t>& numbers) {

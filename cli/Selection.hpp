@@ -21,8 +21,14 @@ struct TimeRange {
 };
 void addTimeRange(CLI::App& command, TimeRange& range);
 
+// From the first to the last limit; those that are not given are infinite.
+Span spanOf(const TimeRange& range);
+
 // Reads the texts that were given. Throws a UsageError, also for a range that ends before it begins.
 void readTimeRange(const CLI::App& command, TimeRange& range);
+
+// Throws a UsageError of --step for a step that is shorter than a grid of times can have, or not finite.
+void requireStep(double step_s);
 
 void addSatelliteNumbers(CLI::App& command, std::vector<std::int32_t>& numbers);
 

@@ -7,6 +7,9 @@
 
 #include "Spacing.hpp"
 #include "TimeGrid.hpp"
+#include "analysis/Covariances.hpp"
+#include "analysis/InterpolationErrors.hpp"
+#include "analysis/Steps.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -28,19 +31,45 @@ std::string reasonAgainst(double ds50UTC, const SatelliteRecord& record) {
     return last_error();
 }
 
+// Puts beside the states of a satellite what is asked for.
+class StateRows {
+public:
+    StateRows(const SatelliteRecord& satellite, const StateColumns& columns)
+        : satellite_(satellite), columns_(columns) {
+        if (!columns.error) return;
+        ephemeris_ = analysis::ephemerisOf(satellite.satellite);
+        if (ephemeris_.size() >= analysis::kWindow) errors_ = analysis::estimatedErrors(ephemeris_);
+    }
+
+    bool needsCovariances() const { return columns_.covariance || columns_.sigma; }
+
+    StateRow rowOf(const Point& point) const {
+        StateRow row{point, {}, {}};
+        if (columns_.sigma) row.sigma_m = analysis::orbitSigmas_m(point.covariance, point.state, satellite_.frame);
+        if (columns_.error) row.error_m = analysis::errorAt(ephemeris_, errors_, point.time);
+        return row;
+    }
+
+private:
+    const SatelliteRecord& satellite_;
+    StateColumns columns_;
+    analysis::Ephemeris ephemeris_;
+    analysis::InterpolationErrors errors_;
+};
+
 // Queries the states of one satellite at single times and writes them. Counts the failures and the times in gaps.
 class TimesQuery {
 public:
     TimesQuery(const SatelliteRecord& satellite, const StateColumns& columns, StateWriter& writer, Console& console)
         : satellite_(satellite),
-          withCovariance_(columns.covariance),
+          rows_(satellite, columns),
           writer_(writer),
           console_(console),
           gaps_(storedTimes(satellite.satellite)),
           states_(kTimesAtOnce),
           codes_(kTimesAtOnce),
           revolutions_(kTimesAtOnce),
-          covariances_(columns.covariance ? kTimesAtOnce : 0),
+          covariances_(rows_.needsCovariances() ? kTimesAtOnce : 0),
           failures_(console) {}
 
     // The times are answered in batches.
@@ -68,7 +97,7 @@ private:
 
     void answerAll() {
         const std::size_t count = times_.size();
-        const auto covariances = std::span(covariances_).first(withCovariance_ ? count : 0);
+        const auto covariances = std::span(covariances_).first(rows_.needsCovariances() ? count : 0);
         satellite_.satellite.try_states(times_, std::span(states_).first(count), std::span(codes_).first(count),
                                         covariances, std::span(revolutions_).first(count));
         for (std::size_t i = 0; i < count; ++i) {
@@ -76,8 +105,8 @@ private:
                 fail(times_[i].days);
                 continue;
             }
-            const Matrix6 covariance = withCovariance_ ? covariances[i] : Matrix6{};
-            writer_.state({{times_[i], states_[i], revolutions_[i], covariance}, {}, {}});
+            const Matrix6 covariance = covariances.empty() ? Matrix6{} : covariances[i];
+            writer_.state(rows_.rowOf({times_[i], states_[i], revolutions_[i], covariance}));
             ++answers_;
             if (!gaps_.contains(times_[i].days)) continue;
             if (answersInGaps_++ == 0) firstInGap_ = times_[i].days;
@@ -94,7 +123,7 @@ private:
     }
 
     const SatelliteRecord& satellite_;
-    bool withCovariance_;
+    StateRows rows_;
     StateWriter& writer_;
     Console& console_;
     Gaps gaps_;
@@ -127,7 +156,9 @@ bool answerGrid(const StateRequest& request, const TimeSpan& range, const Satell
     return query.finish();
 }
 
-bool answerStored(const TimeSpan& range, const SatelliteRecord& satellite, StateWriter& writer, Console& console) {
+bool answerStored(const StateRequest& request, const TimeSpan& range, const SatelliteRecord& satellite,
+                  StateWriter& writer, Console& console) {
+    const StateRows rows(satellite, request.columns);
     const std::vector<double> times = storedTimes(satellite.satellite);
     const auto begin = std::lower_bound(times.begin(), times.end(), range.start - kTimeTolerance_days);
     const auto first = static_cast<std::int32_t>(begin - times.begin()) + 1;
@@ -139,7 +170,7 @@ bool answerStored(const TimeSpan& range, const SatelliteRecord& satellite, State
             return false;
         }
         if (point.value.time.days > range.end + kTimeTolerance_days) break;
-        writer.state({point.value, {}, {}});
+        writer.state(rows.rowOf(point.value));
     }
     if (index > first) return true;
     console.error(nameOf(satellite), fmt::format("no stored point from {}", nameOf(range)));
@@ -155,7 +186,8 @@ bool answerRange(const StateRequest& request, const SatelliteRecord& satellite, 
         return false;
     }
     return request.step_s ? answerGrid(request, range, satellite, writer, console)
-                          : answerStored(range, satellite, writer, console);
+
+                          : answerStored(request, range, satellite, writer, console);
 }
 
 }  // namespace

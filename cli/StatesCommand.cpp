@@ -35,6 +35,10 @@ Covariances (--cov) are of x, y, z, vx, vy, vz in km and km/s. The table shows t
 has its 21 values row by row, cov_x_x, cov_y_x, cov_y_y, ..., empty if there is none; json has the whole 6x6 matrix, or
 null. Numbers in csv and json are exact: read back, they are the same doubles.
 
+Sigmas (--sigma) are those of the position along the radial, in-track and cross-track axes of each state. The error
+(--error) is an upper limit of what interpolation adds to the error of the points, estimated from the points as vorlandi
+check does: that of the interval around the time, 0 at a point.
+
 Examples:
   vorlandi states 81001_stk.e --at 2026-01-31T01:30:00
   vorlandi states fleet.card --sat 81001 --step 10 --format csv -o states.csv
@@ -47,7 +51,7 @@ struct StatesOptions {
     TimeRange range;
     double step_s = 0.0;
     std::vector<std::int32_t> satellites;
-    bool withCovariance = false;
+    StateColumns columns;
     std::string output{kStandardOutput};
     Format format = Format::Table;
 };
@@ -98,11 +102,10 @@ StateRequest requestOf(StatesOptions& options, const CLI::App& command) {
     request.from = options.range.from;
     request.to = options.range.to;
     if (command.count("--step") > 0) {
-        if (!std::isfinite(options.step_s) || options.step_s < kShortestStep_s)
-            throw UsageError("--step", "must be a finite number of seconds, a microsecond or more");
+        requireStep(options.step_s);
         request.step_s = options.step_s;
     }
-    request.columns.covariance = options.withCovariance;
+    request.columns = options.columns;
     return request;
 }
 
@@ -149,7 +152,9 @@ void addStatesCommand(CLI::App& application, Session& session) {
     addInput(*command, options->input);
     addTimes(*command, *options);
     addSatelliteNumbers(*command, options->satellites);
-    command->add_flag("--cov", options->withCovariance, "With covariances");
+    command->add_flag("--cov", options->columns.covariance, "With covariances");
+    command->add_flag("--sigma", options->columns.sigma, "With the radial, in-track and cross-track sigmas, in m");
+    command->add_flag("--error", options->columns.error, "With the estimated error of the interpolation, in m");
     addFormat(*command, options->format, Offered::All);
     addOutput(*command, options->output);
     addVerbose(*command, session.console);

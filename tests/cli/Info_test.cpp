@@ -54,12 +54,39 @@ TEST_F(Info, DescribesEverySatelliteInTheOrderOfLoading) {
                             "\"spacing_largest_s\":1350,\"gaps\":0,\"velocities\":\"all\",\"covariances\":\"some\","
                             "\"rules\":\"practical\"},\n"
                             "{\"satellite\":81001,\"key\":K,"));
-    EXPECT_THAT(json, testing::EndsWith("\"covariances\":\"none\",\"rules\":\"practical\"}\n]}\n"));
+    EXPECT_THAT(json, testing::EndsWith("\"covariances\":\"none\",\"rules\":\"practical\"}\n],\"files\":[\n"
+                                        "{\"file\":\"fleet.card\",\"status\":0}\n]}\n"));
     EXPECT_THAT(run("info --format csv --fixed-rules fleet.card").output, HasSubstr(",some,fixed\n81001,"));
     write("81001.e", ephemeris(1));
     EXPECT_EQ(columns("81001.e", kLeast, kLeast + 3), ",,,0");
     EXPECT_THAT(run("info 81001.e").output, HasSubstr("  -  "));
     EXPECT_THAT(run("info 81001.e --format json").output, HasSubstr("\"spacing_least_s\":null,"));
+}
+
+TEST_F(Info, SumsUpAFleetByFrameAndFormat) {
+    write("81003.e", ephemerisAt({0, 60, 120, 180, 4000}, "30 Jan 2026 00:00:00.000"));
+    const Outcome table = run("info 81001.e 81002.itc 81003.e missing.e --summary");
+    EXPECT_EQ(table.status, 1);
+    const Lines lines = split(std::regex_replace(table.output, std::regex(" +"), " "));
+    for (const char* const line :
+         {"files 4, 1 with errors", "satellites 3", "points 17", "first (UTC) 2026-01-30T00:00:00.000000",
+          "last (UTC) 2026-01-31T00:22:30.000000", "spacing (s) least 60.000, median 60.000, largest 3820.000",
+          "gaps 1", "velocities all points of 3, some of 0, none of 0",
+          "covariances all points of 0, some of 1, none of 2"})
+        EXPECT_THAT(lines, testing::Contains(line));
+    EXPECT_EQ(
+        run("info 81001.e 81002.itc 81003.e --summary --format csv").output,
+        "frame,format,satellites,points,first_utc,last_utc,spacing_least_s,spacing_median_s,spacing_largest_s,gaps,"
+        "velocities_all,velocities_some,velocities_none,covariances_all,covariances_some,covariances_none\n"
+        "ECI,ITC,1,2,2026-01-31T00:00:00.000000,2026-01-31T00:22:30.000000,1350,1350,1350,0,1,0,0,0,1,0\n"
+        "J2K,STK,2,15,2026-01-30T00:00:00.000000,2026-01-31T00:09:00.000000,60,60,3820,1,2,0,0,0,0,2\n");
+    EXPECT_EQ(
+        shell("vorlandi info 81001.e 81002.itc missing.e --summary --format json 2>/dev/null | python3 -c 'import "
+              "json, sys; d = json.load(sys.stdin); s = d[\"summary\"]; print(d[\"schema\"], s[\"points\"], "
+              "s[\"covariances\"][\"some\"], s[\"memory_bytes\"] > 1e6, [g[\"format\"] for g in s[\"groups\"]], "
+              "[f[\"status\"] for f in d[\"files\"]])'")
+            .output,
+        "vorlandi.info/1 12 1 True ['ITC', 'STK'] [0, 0, 2]\n");
 }
 
 TEST_F(Info, NamesEveryFrame) {

@@ -1,5 +1,6 @@
 // The states that `states` prints, and what it says of those that it can't.
 #include <algorithm>
+#include <cmath>
 
 #include "CommandLine.hpp"
 
@@ -56,6 +57,28 @@ TEST_F(States, AnswerTimesFromFilesAndSeveralAfterOneOption) {
     EXPECT_THAT(secondsOf("81001.e --times times"), testing::ElementsAre(60.0, 120.0));
     EXPECT_THAT(secondsOf("81001.e --times - <times"), testing::ElementsAre(60.0, 120.0));
     EXPECT_THAT(secondsOf("81001.e --at 2026-01-31T00:03 2026-01-31T00:04Z"), testing::ElementsAre(180.0, 240.0));
+}
+
+TEST_F(States, HaveSigmasAndErrorsBesideThem) {
+    // Of a position and a velocity along z and x, with variances of 9, 4 and 1 km^2.
+    const std::string itc = covarianceEphemeris("9 0 4 0 0 1 0\n0 0 0 0 0 0 0\n0 0 0 0 0 0 0\n");
+    write("81002.itc", itc);
+    const Lines lines = split(run("states 81002.itc --sigma --error --format csv").output);
+    EXPECT_THAT(lines.at(0), HasSubstr(",revolution,sigma_radial_m,sigma_in_track_m,sigma_cross_track_m,error_m"));
+    EXPECT_THAT(lines.at(1), HasSubstr(",0,,,,0")) << "it has no covariance";
+    double squares = 0.0;
+    for (std::size_t column = 12; column < 15; ++column)
+        squares += std::pow(std::stod(split(lines.at(2), ',').at(column)), 2);
+    EXPECT_NEAR(squares, 14e6, 1e-3) << "the trace";
+    EXPECT_THAT(run("states 81002.itc --sigma").output, HasSubstr("   sigma C (m)\n"));
+
+    const std::string example = "states " VORLANDI_EXAMPLES "/81001_stk.e --error --format jsonl --at 2026-01-31T01:0";
+    EXPECT_THAT(run(example + "0").output, testing::EndsWith(",\"error_m\":0}\n"));
+    const std::string between = run(example + "0:30").output;
+    const double error_m = std::stod(between.substr(between.rfind(':') + 1));
+    EXPECT_GT(error_m, 0.0);
+    EXPECT_LT(error_m, 0.1);
+    EXPECT_THAT(run("states 81002.itc --error --at 2026-01-31T00:00:00 2>&1").output, HasSubstr("  error (m)\n"));
 }
 
 TEST_F(States, StartAtTheBeginAndReachTheEnd) {

@@ -47,7 +47,7 @@ TEST_F(Usage, IsCheckedBeforeAnythingIsLoaded) {
 }
 
 TEST_F(Usage, IsShownWithExamples) {
-    for (const char* const command : {"", "check", "convert", "info", "states", "save", "time", "formats"})
+    for (const char* const command : {"", "check", "convert", "diff", "info", "states", "save", "time", "formats"})
         EXPECT_THAT(run(std::string(command) + " --help").output, HasSubstr("Examples:\n  vorlandi "));
     EXPECT_EQ(run("help").output, run("--help").output);
     EXPECT_EQ(run("help states").output, run("states --help").output);

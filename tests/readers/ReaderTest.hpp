@@ -67,7 +67,7 @@ inline Vorlanrecord expectRecord(const Lines& lines, std::int32_t satNum, std::i
     const Loaded loaded = loadLines(lines, fileName);
     EXPECT_EQ(loaded.errors, Lines{});
     EXPECT_EQ(loaded.records.size(), 1u);
-    const Vorlanrecord record = loaded.records.empty() ? Vorlanrecord{} : loaded.records.front();
+    Vorlanrecord record = loaded.records.empty() ? Vorlanrecord{} : loaded.records.front();
     EXPECT_EQ(record.satNum, satNum);
     EXPECT_EQ(record.coordSys, coordSys);
     EXPECT_EQ(record.epoch, states.front()[0]);

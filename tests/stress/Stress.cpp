@@ -61,6 +61,7 @@ void queryDma(World& world, Random& random) {
 bool isResidentAnswer(const World& world, std::size_t resident, std::size_t time, const double* state) {
     const auto& tables = world.residentAnswers[resident];
     return std::any_of(tables.begin(), tables.end(), [=](const auto& answers) {
+        // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): the bits are compared
         return std::memcmp(answers[time].data(), state, sizeof answers[time]) == 0;
     });
 }

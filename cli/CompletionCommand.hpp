@@ -1,0 +1,12 @@
+// The hidden command `completion`, which prints what is installed beside the program: completion for three shells, and
+// the manual page.
+#pragma once
+
+#include "Options.hpp"
+
+namespace vorlandi::cli {
+
+// After all other commands, which they describe.
+void addCompletionCommand(CLI::App& application, Session& session);
+
+}  // namespace vorlandi::cli

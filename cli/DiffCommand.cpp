@@ -1,0 +1,216 @@
+#include "DiffCommand.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include "DiffWriter.hpp"
+#include "Loading.hpp"
+#include "Output.hpp"
+#include "Selection.hpp"
+#include "TimeGrid.hpp"
+
+namespace vorlandi::cli {
+namespace {
+
+constexpr const char* kFooter =
+    R"(B minus A, on the radial, in-track and cross-track axes of A, at the points of A in the time that both have, or
+every SECONDS with --step. Satellites are paired by number; if A and B have one each, these are compared in any case.
+Of mean, rms and largest, largest is the value of the largest size, with its sign.
+
+With a covariance in A or B, the normalized distance is sqrt(d' P^-1 d), d being the difference of the positions and P
+the covariance, or the sum of both. Of independent errors that P describes, 1 % are above 3.368.
+
+Two causes are tried, and told if they leave less than a fifth of the rms: an offset of all times, and a constant
+rotation. See docs/comparing.md.
+
+Frames are never converted: satellites in different frames are not compared, unless --ignore-frames is given.
+
+Exit status: 0 compared; 1 a distance is above --tolerance, or a satellite of A has no partner; 2 wrong usage; 3 a file
+could not be read whole, the output not be written, or satellites can't be compared.
+
+Examples:
+  vorlandi diff 81001_stk.e 81001.oem
+  vorlandi diff old.card new.card --tolerance 10 --format json
+  vorlandi diff a.e b.e --step 60 --each --format csv -o difference.csv)";
+
+struct DiffOptions {
+    InputOptions input;
+    std::string a;
+    std::string b;
+    std::vector<std::int32_t> satellites;
+    TimeRange range;
+    double step_s = 0.0;
+    bool hasStep = false;
+    bool ignoresFrames = false;
+    std::string output{kStandardOutput};
+    DiffStyle style;
+};
+
+// Loads one of the two and returns its satellites, which come after the `earlier` ones in the store.
+std::vector<RecordOfFile> load(const std::string& file, std::size_t earlier, const DiffOptions& options,
+                               Console& console, bool& allLoaded) {
+    InputOptions input = options.input;
+    input.files = {file};
+    allLoaded = loadFiles(input, options.output, console) && allLoaded;
+    return loadedRecords(earlier);
+}
+
+// One run of the command.
+class Diff {
+public:
+    Diff(const DiffOptions& options, Console& console)
+        : options_(options), console_(console), range_(spanOf(options.range)) {}
+
+    ExitStatus run() {
+        a_ = load(options_.a, 0, options_, console_, couldLook_);
+        b_ = load(options_.b, a_.size(), options_, console_, couldLook_);
+        couldLook_ = reportUnknownSatellites() && couldLook_;
+        keepWanted(a_);
+        keepWanted(b_);
+        try {
+            write();
+        } catch (const OutputError& error) {
+            console_.error(error.name(), error.what());
+            couldLook_ = false;
+        }
+        return couldLook_ ? statusOf(!differs_) : ExitStatus::Unreadable;
+    }
+
+private:
+    bool reportUnknownSatellites() const {
+        std::vector<SatelliteRecord> all;
+        for (const auto* const satellites : {&a_, &b_})
+            for (const RecordOfFile& satellite : *satellites)
+                all.push_back(satellite.record);
+        return reportUnknown(options_.satellites, all, console_);
+    }
+
+    // Satellites without points in the range of times don't count.
+    void keepWanted(std::vector<RecordOfFile>& satellites) const {
+        std::erase_if(satellites, [this](const RecordOfFile& satellite) {
+            const auto& [start, end] = satellite.record.span;
+            return satellite.record.pointCount == 0 || !isWanted(satellite.record, options_.satellites) ||
+                   start - range_.last.days > kTimeTolerance_days || range_.first.days - end > kTimeTolerance_days;
+        });
+    }
+
+    void write() {
+        Output output(options_.output);
+        const auto writer = makeDiffWriter(options_.style, output);
+        std::vector<RecordOfFile> withoutPartner;
+        for (const RecordOfFile& satellite : a_)
+            if (!compareWithPartners(satellite, *writer)) withoutPartner.push_back(satellite);
+        differs_ = differs_ || !withoutPartner.empty();
+        if (a_.empty()) {
+            console_.error(options_.a, "has no satellite to compare");
+            couldLook_ = false;
+        }
+        writer->finish(withoutPartner);
+        if (compared_ == 0 && refusesEmptyFile(options_.output, console_)) return;
+        output.close();
+    }
+
+    // False if there is no partner.
+    bool compareWithPartners(const RecordOfFile& a, DiffWriter& writer) {
+        const bool isOnlyPair = a_.size() == 1 && b_.size() == 1;
+        bool hasPartner = false;
+        for (const RecordOfFile& b : b_) {
+            if (a.record.number != b.record.number && !isOnlyPair) continue;
+            const auto span = analysis::commonSpan(a.record.satellite, b.record.satellite, range_);
+            if (!span) continue;
+            hasPartner = true;
+            if (a.record.number != b.record.number)
+                console_.warning("", fmt::format("{} is compared with {}", nameOf(a), nameOf(b)));
+            compare(a, b, *span, writer);
+        }
+        if (!hasPartner)
+            console_.error(nameOf(a), fmt::format("{} has no such satellite at these times, {} to {}", options_.b,
+                                                  isoTime(a.record.span.start), isoTime(a.record.span.end)));
+        return hasPartner;
+    }
+
+    void compare(const RecordOfFile& a, const RecordOfFile& b, const Span& span, DiffWriter& writer) {
+        if (a.record.frame != b.record.frame && !options_.ignoresFrames)
+            return refuse(a,
+                          fmt::format("its frame is {}, that of {} is {} (--ignore-frames compares them as they are)",
+                                      name(a.record.frame), nameOf(b), name(b.record.frame)));
+        const std::vector<Ds50> times = timesOf(a, span);
+        if (times.empty())
+            return refuse(a, fmt::format("it has no point in the time of {}; --step compares states between the points",
+                                         nameOf(b)));
+        const ComparedPair pair{a, b, span, analysis::compare(a.record.satellite, b.record.satellite, times)};
+        if (pair.comparison.differences.empty())
+            return refuse(a, fmt::format("at no time both it and {} have a state", nameOf(b)));
+        ++compared_;
+        const double largest_m = pair.comparison.statistics(analysis::Quantity::Distance).largest;
+        differs_ = differs_ || (options_.style.tolerance_m && !(largest_m <= *options_.style.tolerance_m));
+        writer.pair(pair);
+    }
+
+    void refuse(const RecordOfFile& a, const std::string& reason) {
+        console_.error(nameOf(a), "not compared: " + reason);
+        couldLook_ = false;
+    }
+
+    std::vector<Ds50> timesOf(const RecordOfFile& a, const Span& span) const {
+        if (!options_.hasStep) return analysis::timesWithin(a.record.satellite, span);
+        const TimeGrid grid(span.first.days, span.last.days, options_.step_s);
+        std::vector<Ds50> times;
+        for (std::int64_t i = 0; i < grid.size(); ++i)
+            times.push_back({grid[i]});
+        return times;
+    }
+
+    const DiffOptions& options_;
+    Console& console_;
+    Span range_;
+    std::vector<RecordOfFile> a_;
+    std::vector<RecordOfFile> b_;
+    std::size_t compared_ = 0;
+    bool couldLook_ = true;
+    bool differs_ = false;
+};
+
+void readOptions(const CLI::App& command, DiffOptions& options) {
+    if (options.a == kStandardInput && options.b == kStandardInput)
+        throw UsageError("B", "- (standard input) can be given only once");
+    readTimeRange(command, options.range);
+    options.hasStep = command.count("--step") > 0;
+    if (options.hasStep) requireStep(options.step_s);
+}
+
+}  // namespace
+
+void addDiffCommand(CLI::App& application, Session& session) {
+    CLI::App* const command = application.add_subcommand("diff", "Compare the satellites of two files");
+    const auto options = std::make_shared<DiffOptions>();
+    options->input.keys = Keys::Own;
+    command->add_option("A", options->a, "Ephemeris file, card file or packed file; - is standard input")
+        ->type_name("")
+        ->required();
+    command->add_option("B", options->b, "The one that is compared with it")->type_name("")->required();
+    addInputRules(*command, options->input);
+    addSatelliteNumbers(*command, options->satellites);
+    addTimeRange(*command, options->range);
+    command->add_option("--step", options->step_s, "Seconds between the times; the points of A if not given")
+        ->type_name("SECONDS");
+    command->add_flag("--each", options->style.each, "Print the differences at every time");
+    command
+        ->add_option_function<double>(
+            "--tolerance", [options](double metres) { options->style.tolerance_m = metres; },
+            "Exit with status 1 if a distance is above METRES")
+        ->type_name("METRES")
+        ->check(CLI::NonNegativeNumber.description(""));
+    command->add_flag("--ignore-frames", options->ignoresFrames, "Compare satellites in different frames, too");
+    addFormat(*command, options->style.format);
+    addOutput(*command, options->output);
+    addVerbose(*command, session.console);
+    command->footer(kFooter);
+    command->callback([options, command, &session] {
+        readOptions(*command, *options);
+        session.status = Diff(*options, session.console).run();
+    });
+}
+
+}  // namespace vorlandi::cli

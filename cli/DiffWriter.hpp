@@ -1,0 +1,47 @@
+// Writes what the command `diff` has compared, in one of the output formats: a pair after the other, keeping none.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Options.hpp"
+#include "Output.hpp"
+#include "SatelliteRecord.hpp"
+#include "analysis/Comparison.hpp"
+
+namespace vorlandi::cli {
+
+struct ComparedPair {
+    const RecordOfFile& a;
+    const RecordOfFile& b;
+    Span span;  // that they have in common, in the range of times that was asked for
+    analysis::Comparison comparison;
+};
+
+class DiffWriter {
+public:
+    virtual ~DiffWriter() = default;
+
+    virtual void pair(const ComparedPair& pair) = 0;
+
+    // After the last pair, with the satellites of A that have no partner.
+    virtual void finish(const std::vector<RecordOfFile>& /*withoutPartner*/) {}
+};
+
+struct DiffStyle {
+    Format format = Format::Table;
+    bool each = false;  // every time, not only the statistics
+    std::optional<double> tolerance_m;
+};
+
+std::unique_ptr<DiffWriter> makeDiffWriter(const DiffStyle& style, Output& output);
+
+// The writers of the three formats.
+std::unique_ptr<DiffWriter> makeDiffTable(bool each, Output& output);
+std::unique_ptr<DiffWriter> makeDiffCsv(bool each, Output& output);
+std::unique_ptr<DiffWriter> makeDiffJson(bool each, std::optional<double> tolerance_m, Output& output);
+
+}  // namespace vorlandi::cli

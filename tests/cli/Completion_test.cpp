@@ -1,0 +1,59 @@
+// Completion in shells, and the manual page.
+#include "CommandLine.hpp"
+
+namespace vorlandi::cli_tests {
+namespace {
+
+class Completion : public CommandLine {
+protected:
+    // What bash offers for the last of these words.
+    std::string offered(const std::string& words) const {
+        return shell("bash -c 'source <(vorlandi completion bash); COMP_WORDS=(" + words +
+                     "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _vorlandi; echo \"${COMPREPLY[*]}\"'")
+            .output;
+    }
+};
+
+TEST_F(Completion, OfBashOffersCommandsOptionsAndValues) {
+    for (const auto& [words, expected] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"vorlandi sa", "save"},
+             {"vorlandi c", "check convert"},  // and not the hidden command that prints this
+             {"vorlandi help sta", "states"},
+             {"vorlandi states --ti", "--times"},
+             {"vorlandi info 81001.e --format j", "json"},
+             {"vorlandi states --format j", "json jsonl"},
+             {"vorlandi states --format = cs", "csv"},
+             {"vorlandi states --format =", "csv json jsonl table"},
+             {"vorlandi formats OE", "OEM"},
+             {"vorlandi states --at 81", ""},
+             {"vorlandi states 81", ""}})
+        EXPECT_EQ(offered(words), expected + "\n") << words;
+    // File names, where the shell completes by itself, but not for times.
+    const std::string complete = "bash -ic 'source <(vorlandi completion bash); complete -p vorlandi' 2>/dev/null";
+    EXPECT_EQ(shell(complete).output, "complete -o default -F _vorlandi vorlandi\n");
+}
+
+// What shells and programs that are installed say of their own file.
+TEST_F(Completion, AndManualAreValid) {
+    for (const auto& [program, check] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"shellcheck", "vorlandi completion bash | shellcheck -s bash -"},
+             {"zsh", "vorlandi completion zsh >_vorlandi && zsh -n _vorlandi"},
+             {"fish", "vorlandi completion fish >vorlandi.fish && fish -n vorlandi.fish"},
+             {"man",
+              "vorlandi completion man >vorlandi.1 && "
+              "LC_ALL=C.UTF-8 man --warnings -l -E UTF-8 vorlandi.1 >/dev/null"}}) {
+        if (shell("command -v " + program).status != 0) continue;
+        const Outcome outcome = shell(check);
+        EXPECT_EQ(outcome.status, 0) << program;
+        EXPECT_EQ(outcome.output + outcome.messages, "") << program;
+    }
+    const std::string manual = run("completion man").output;
+    EXPECT_THAT(manual, HasSubstr(".TP\n\\fB\\-\\-format\\fR \\fIFORMAT\\fR\ntable, csv or json\n(default: table)\n"));
+    EXPECT_THAT(manual, HasSubstr(".EX\nvorlandi states 81001_stk.e \\-\\-at 2026\\-01\\-31T01:30:00\n"));
+    EXPECT_THAT(run("completion zsh").output, HasSubstr("'*--format[table, csv or json]:FORMAT:(csv json table)'"));
+    EXPECT_THAT(run("completion fish").output,
+                HasSubstr("-l output -s o -r -F -d 'Write to FILE, which is replaced only when"));
+}
+
+}  // namespace
+}  // namespace vorlandi::cli_tests
