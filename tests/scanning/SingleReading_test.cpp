@@ -18,7 +18,7 @@ protected:
         return everythingOf(std::make_unique<ToldSource>(text, true, piece, reading), "81001_fleet", request);
     }
 
-    const LoadRequest fixed, practical{ReadingRules::practical()};
+    const LoadRequest fixed{}, practical{ReadingRules::practical()};
 };
 
 std::string owner(int lines, int badFrom) {

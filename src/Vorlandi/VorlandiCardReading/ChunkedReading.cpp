@@ -77,7 +77,7 @@ private:
 };
 
 void Crew::start(unsigned threads) {
-    constexpr std::size_t kChunksPerThread = 3;
+    constexpr std::size_t kChunksPerThread = 2;
     const bool observed = readObserver().call != nullptr;
     ring_.resize(threads * kChunksPerThread);
     for (auto& chunk : ring_)

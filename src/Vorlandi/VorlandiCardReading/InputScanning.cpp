@@ -65,10 +65,12 @@ std::optional<std::int32_t> readWithoutCards(InputUnit& unit, const InputFile& f
 
 std::int32_t readvorlansfrfileunit(InputUnit& unit, const InputFile& file, Load& load) {
     unit.rewind();
-    if (const auto status = readWithoutCards(unit, file, load)) return *status;
+    if (unit.size() >= 0) {
+        if (const auto status = readWithoutCards(unit, file, load)) return *status;
+        unit.rewind();
+    }
 
     InputTag tag;
-    unit.rewind();
     CardPass cards(unit, file, tag, load);
     const std::int64_t unreadable = cards.run();
     unit.rewind();

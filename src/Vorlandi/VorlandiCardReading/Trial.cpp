@@ -6,18 +6,14 @@
 namespace vorlandi {
 
 Trial::Trial(InputUnit& unit) : HeldReports(room_, readObserver().call != nullptr), unit_(unit), keeping_(*this) {
-    if (unit.size() < 0) return;
     auto watch = std::make_unique<CardWatch>(std::move(unit.source()));
     watch_ = watch.get();
     unit.source() = std::move(watch);
 }
 
-Trial::~Trial() {
-    if (watch_ != nullptr) unit_.source() = watch_->takeInner();
-}
+Trial::~Trial() { unit_.source() = watch_->takeInner(); }
 
 bool Trial::mayBegin() {
-    if (watch_ == nullptr) return false;
     unit_.atEnd();  // reads the first bytes
     return !watch_->hasSeenCard();
 }

@@ -16,13 +16,14 @@ class CardWatch;
 
 class Trial final : private HeldReports {
 public:
-    // Over a unit that is before its first line. The unit ends early where a card is seen.
+    // Over a unit that is before its first line, of a source that can go to any byte. The unit ends early where a card is
+    // seen.
     explicit Trial(InputUnit& unit);
     ~Trial();
     Trial(const Trial&) = delete;
     Trial& operator=(const Trial&) = delete;
 
-    // Can the trial begin? Not with a source that can't go back, or if the first lines have a card.
+    // Can the trial begin? Not if the first lines have a card.
     bool mayBegin();
 
     // Settles whether the file has a card or can't be read to its end: false, and nothing is to be stored, nor is
@@ -35,7 +36,7 @@ private:
     void onFull() noexcept override;
 
     InputUnit& unit_;
-    CardWatch* watch_ = nullptr;  // the unit's source; null if there is no trial
+    CardWatch* watch_;  // the unit's source
     State state_ = State::Open;
     std::exception_ptr thrown_;  // by an observer, where it could not leave at once
     std::array<char, 16384> room_;
