@@ -126,8 +126,8 @@ private:
     double km_ = kKmPerMeter;
     std::optional<stk::StateSystem> system_;
 
-    Section section_ = Section::None;    // of the last one that is open
-    std::vector<OpenSection> open_;      // a section that BEGIN opens is inside the one before
+    Section section_ = Section::None;  // of the last one that is open
+    std::vector<OpenSection> open_;    // a section that BEGIN opens is inside the one before
     std::size_t numbers_ = 0;
     std::optional<StateReader> states_;  // as the last keyword has left it
     stk::Covariances covariances_;
