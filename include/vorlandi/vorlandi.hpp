@@ -593,7 +593,7 @@ struct LoadOptions {
     Rules rules = Rules::Practical;
     Keys keys = Keys::Own;
     bool follow_cards = true;  // if not, the files that cards name are told as missing
-    bool threads = false;      // allows several threads for one large file
+    bool threads = false;      // allows several threads for one large file, of 16 MB and more
     bool strict = false;       // anything that could not be read, stored or kept makes the load fail
     ReadListener listener{};
 };
