@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "analysis/CovarianceFindings.hpp"
 #include "analysis/Covariances.hpp"
 #include "analysis/Dynamics.hpp"
 #include "analysis/InterpolationErrors.hpp"
@@ -19,9 +20,6 @@ constexpr double kEvenSteps = 1.001;
 constexpr double kGround_km = 6350.0;
 constexpr double kCoarseScatter_m = 0.1;
 constexpr double kUnevenGain = 20.0;
-constexpr double kLargestSigma_m = 1e6;
-constexpr double kLeastSigma_m = 1e-6;
-constexpr const char* kNotExamined = "; interpolation and jumps are not examined";
 
 std::string joined(const std::array<double, 3>& components, std::string (*text)(double)) {
     return "radial " + text(components[0]) + ", in-track " + text(components[1]) + ", cross-track " +
@@ -47,13 +45,19 @@ public:
         checkNumberOfPoints();
         checkSteps();
         checkTimes();
-        const Dynamics dynamics = examineDynamics(ephemeris_);
+        const Dynamics dynamics = examineMotion();
         reportVelocities(dynamics);
         reportFrame(dynamics);
         if (!dynamics.positionUnit && (dynamics.motion != Motion::Unknown || isKnownFrame())) checkHeights();
-        if (!dynamics.hasFault())
+        isUndecided_ = dynamics.isUndecided;
+        if (isUndecided_)
+            addNotExamined(
+                "velocities are not compared with positions: the points are too far apart, and follow no orbit");
+        if (dynamics.hasFault())
+            addNotExamined("interpolation and jumps are not examined, because of the fault in the states");
+        else
             examineInterpolation(dynamics.points > 0 ? dynamics.motion : motionOf(ephemeris_.frame));
-        checkCovariances();
+        findInCovariances(ephemeris_, between_, check_);
         return std::move(check_);
     }
 
@@ -67,6 +71,22 @@ private:
         add(std::move(finding));
     }
     void addOverall(Finding finding) { addBetween(0, ephemeris_.size() - 1, std::move(finding)); }
+
+    void addNotExamined(std::string text) { addOverall({Severity::Note, Kind::NotExamined, std::move(text)}); }
+
+    // A single bad point among few is left out, or its fault would pass for one of all points.
+    Dynamics examineMotion() {
+        if (ephemeris_.size() >= kFewestForJumps || !gaps_.empty()) return examineDynamics(ephemeris_);
+        const std::vector<Motion> motions =
+            isKnownFrame() ? std::vector{motionOf(ephemeris_.frame)} : std::vector{Motion::Inertial, Motion::Rotating};
+        for (const Motion motion : motions) {
+            const std::optional<analysis::Outlier> outlier = outlierOfFew(ephemeris_, motion);
+            if (!outlier) continue;
+            reportOutlier(*outlier);
+            return examineDynamics(withoutPoint(ephemeris_, outlier->point, ephemeris_.size()));
+        }
+        return examineDynamics(ephemeris_);
+    }
 
     bool isKnownFrame() const { return motionOf(ephemeris_.frame) != Motion::Unknown; }
 
@@ -113,29 +133,24 @@ private:
                 return;
             case VelocityFault::Missing:
                 return addOverall(
-                    {Severity::Error, Kind::NoVelocity,
-                     std::string("all velocities are zero, but interpolation needs them") + kNotExamined});
+                    {Severity::Error, Kind::NoVelocity, "all velocities are zero, but interpolation needs them"});
             case VelocityFault::InertialOfRotating:
-                return addOverall(
-                    {Severity::Error, Kind::VelocityFrame,
-                     std::string("the positions turn with the earth, the velocities are inertial") + kNotExamined,
-                     1.0});
+                return addOverall({Severity::Error, Kind::VelocityFrame,
+                                   "the positions turn with the earth, the velocities are inertial", 1.0});
             case VelocityFault::RotatingOfInertial:
                 return addOverall({Severity::Error, Kind::VelocityFrame,
-                                   std::string("the positions are inertial, the velocities are those of axes that turn "
-                                               "with the earth") +
-                                       kNotExamined,
+                                   "the positions are inertial, the velocities are those of axes that turn with the "
+                                   "earth",
                                    -1.0});
             case VelocityFault::OtherUnit:
                 return addOverall({Severity::Error, Kind::VelocityUnit,
                                    "velocities are " + roundedText(dynamics.velocityFactor) +
-                                       " times the change of the positions: " + dynamics.velocityUnit->meaning + "?" +
-                                       kNotExamined,
+                                       " times the change of the positions: " + dynamics.velocityUnit->meaning + "?",
                                    dynamics.velocityFactor});
             case VelocityFault::Mismatch:
                 return addOverall({Severity::Error, Kind::VelocityMismatch,
                                    "velocities differ from the change of the positions by " +
-                                       roundedText(100.0 * dynamics.velocityMismatch) + " %" + kNotExamined,
+                                       roundedText(100.0 * dynamics.velocityMismatch) + " %",
                                    dynamics.velocityMismatch});
         }
     }
@@ -144,12 +159,12 @@ private:
         const bool rotates = dynamics.motion == Motion::Rotating;
         if (dynamics.positionUnit)
             addOverall({Severity::Error, Kind::PositionUnit,
-                        std::string("positions seem to be in ") + dynamics.positionUnit->meaning + kNotExamined,
+                        std::string("positions seem to be in ") + dynamics.positionUnit->meaning,
                         dynamics.positionFactor});
         if (dynamics.frameMismatch)
             addOverall({Severity::Error, Kind::FrameMismatch,
                         "the frame is " + name(ephemeris_.frame) + ", but the points move as in " +
-                            (rotates ? "axes that turn with the earth" : "inertial axes") + kNotExamined});
+                            (rotates ? "axes that turn with the earth" : "inertial axes")});
         if (!isKnownFrame())
             addOverall({Severity::Note, Kind::FrameUnknown,
                         "the axes of frame " + name(ephemeris_.frame) + " are not known" +
@@ -180,22 +195,49 @@ private:
         const InterpolationErrors errors = estimatedErrors(ephemeris_, motion);
         if (errors.gain.empty()) return;
         check_.interpolation.wouldDo_s = spacingThatWouldDo_s(ephemeris_, options_.tolerance_m);
-        if (ephemeris_.size() >= 7) check_.interpolation.scatter_m = errors.scatter_m;
-        if (errors.scatter_m > kCoarseScatter_m)
+        const bool showsScatter = ephemeris_.size() >= 7 && !isUndecided_ && !isOfSpacing(errors);
+        if (showsScatter) check_.interpolation.scatter_m = errors.scatter_m;
+        if (showsScatter && errors.scatter_m > kCoarseScatter_m)
             addOverall({Severity::Note, Kind::CoarseDigits, "the points scatter by " + lengthText(errors.scatter_m),
                         errors.scatter_m, "m"});
         reportGaps(errors);
         summarise(errors);
         reportInterpolation(errors);
-        for (const analysis::Jump& jump : findJumps(ephemeris_, errors, gaps_))
+        examineJumps(errors);
+    }
+
+    void examineJumps(const InterpolationErrors& errors) {
+        const Irregularities found = findIrregularities(ephemeris_, errors, gaps_);
+        for (const analysis::Jump& jump : found.jumps)
             reportJump(jump);
+        for (const analysis::Outlier& outlier : found.outliers)
+            reportOutlier(outlier);
+        if (ephemeris_.size() < kWindow) return;
+        if (errors.motion == Motion::Unknown)
+            addNotExamined("jumps are not examined: the points follow no orbit");
+        else if (ephemeris_.size() < kFewestForJumps)
+            addNotExamined("jumps are not examined: there are fewer than " + std::to_string(kFewestForJumps) +
+                           " points");
+        else if (check_.spacing->least_s < kShortestStepForJumps_s)
+            addNotExamined("jumps are not examined beside steps of less than a millisecond");
+    }
+
+    // Where points are far apart, the six neighbours of a point don't show its scatter either: what they miss is then
+    // far below what four neighbours do.
+    static bool isOfSpacing(const InterpolationErrors& errors) {
+        constexpr double kOfSpacing = 3.0;
+        if (!(errors.scatter_m > kCoarseScatter_m)) return false;
+        std::vector<double> missed_km;
+        for (const Residual& residual : errors.residuals)
+            if (residual.gain > 0.0) missed_km.push_back(residual.residual_km / residual.gain);
+        return medianOf(std::move(missed_km)) * kMetresPerKm > kOfSpacing * errors.scatter_m;
     }
 
     // States beside a gap suffer, too, since their windows reach across it.
     void reportGaps(const InterpolationErrors& errors) {
         const auto isBad = [&](std::size_t i) { return errors.error_m(i) > options_.tolerance_m; };
         for (const std::size_t gap : gaps_) {
-            if (!isAnswered(ephemeris_, gap) || std::isnan(errors.error_m(gap))) continue;
+            if (!isAnswered(ephemeris_, gap) || !std::isfinite(errors.error_m(gap))) continue;
             const std::size_t first = gap > 0 && isBad(gap - 1) ? gap - 1 : gap;
             const std::size_t last = gap + 1 < ephemeris_.intervals() && isBad(gap + 1) ? gap + 1 : gap;
             const double error_m = errors.error_m(gap);
@@ -214,7 +256,7 @@ private:
     }
 
     bool counts(const InterpolationErrors& errors, std::size_t interval) const {
-        return !std::isnan(errors.error_m(interval)) && !reachesAcrossGap(interval);
+        return std::isfinite(errors.error_m(interval)) && !reachesAcrossGap(interval);
     }
 
     void summarise(const InterpolationErrors& errors) {
@@ -248,11 +290,20 @@ private:
             if (!isAbove(i)) continue;
             if (above++ == 0 || errors.error_m(i) > errors.error_m(worst)) worst = i;
         }
+        reportUnknownErrors(errors);
         if (above > 0)
             reportInterval(errors, worst, "states in " + countText(above, "interval") + " are off by up to about ");
         if (isAbove(0)) reportInterval(errors, 0, "states in the first interval are off by up to about ");
         if (last > 0 && isAbove(last))
             reportInterval(errors, last, "states in the last interval are off by up to about ");
+    }
+
+    void reportUnknownErrors(const InterpolationErrors& errors) {
+        std::size_t unknown = 0;
+        for (std::size_t i = 0; i < ephemeris_.intervals(); ++i)
+            unknown += isAnswered(ephemeris_, i) && !std::isfinite(errors.error_m(i));
+        if (unknown > 0)
+            addNotExamined("the error of interpolation can't be estimated in " + countText(unknown, "interval"));
     }
 
     void reportInterval(const InterpolationErrors& errors, std::size_t i, std::string text) {
@@ -282,61 +333,32 @@ private:
         addBetween(jump.interval, jump.interval + 1, std::move(finding));
     }
 
-    void checkCovariances() {
-        const auto& covariances = ephemeris_.covariances;
-        check_.covariances =
-            static_cast<std::size_t>(std::count_if(covariances.begin(), covariances.end(), isCovariance));
-        if (check_.covariances == 0) return;
-        const auto [serious, negligible] = poorCovariances(covariances);
-        for (const auto& [first, last, eigenvalue] : serious)
-            addBetween(first, last, notPositive(Severity::Error, last - first + 1, eigenvalue));
-        for (const auto& [first, last, eigenvalue] : negligible)
-            addBetween(first, last, notPositive(Severity::Note, last - first + 1, eigenvalue));
-        if (check_.covariances < covariances.size())
-            addOverall({Severity::Note, Kind::CovarianceMissing,
-                        countText(covariances.size() - check_.covariances, "point") + " of " +
-                            std::to_string(covariances.size()) + " without a covariance",
-                        static_cast<double>(covariances.size() - check_.covariances)});
-        checkSigmas();
-        if (between_) checkCovariancesBetween(serious);
-    }
-
-    static Finding notPositive(Severity severity, std::size_t points, double eigenvalue) {
-        return {severity, Kind::CovarianceNotPositive,
-                countText(points, "covariance") +
-                    " not positive: scaled to a diagonal of ones, the smallest "
-                    "eigenvalue is " +
-                    roundedText(eigenvalue),
-                eigenvalue};
-    }
-
-    void checkSigmas() {
-        const auto sigmas = positionSigmas(ephemeris_.covariances);
-        if (!sigmas) return;
-        const bool isLarge = sigmas->largest_m > kLargestSigma_m;
-        if (!isLarge && !(sigmas->least_m < kLeastSigma_m)) return;
-        const double sigma_m = isLarge ? sigmas->largest_m : sigmas->least_m;
-        addOverall({Severity::Warning, Kind::CovarianceSize,
-                    std::string("the ") + (isLarge ? "largest" : "smallest") + " sigma of a position is " +
-                        lengthText(sigma_m) + ": another unit than km^2?",
-                    sigma_m, "m"});
-    }
-
-    // Where the stored matrices are at fault already, nothing better can lie between them.
-    void checkCovariancesBetween(const std::vector<PoorCovariances>& stored) {
-        const auto [serious, negligible] = poorCovariances(between_());
-        for (const auto& [first, last, eigenvalue] : serious) {
-            const auto touches = [first = first, last = last](const PoorCovariances& stretch) {
-                return stretch.first <= last + kWindow && first <= stretch.last + kWindow;
-            };
-            if (std::any_of(stored.begin(), stored.end(), touches)) continue;
-            addBetween(first, last + 1,
-                       {Severity::Warning, Kind::CovarianceBetween,
-                        "covariances in the middle of " + countText(last - first + 1, "interval") +
-                            " are not positive: scaled to a diagonal of ones, the smallest eigenvalue is " +
-                            roundedText(eigenvalue),
-                        eigenvalue});
+    // Only the part that matters: the position, the velocity, or both.
+    void reportOutlier(const analysis::Outlier& outlier) {
+        constexpr double kOfStep_s = 10.0;  // a velocity counts as what it makes of a position in this time
+        constexpr double kNothing = 0.01;
+        const double distance_m = outlier.distance_m();
+        const double drift_m = kOfStep_s * outlier.speed_m_s();
+        const bool isPosition = !(distance_m < kNothing * drift_m);
+        const bool isVelocity = !(drift_m < kNothing * distance_m);
+        Finding finding{Severity::Warning,
+                        Kind::Outlier,
+                        {},
+                        isPosition ? distance_m : outlier.speed_m_s(),
+                        isPosition ? "m" : "m/s"};
+        if (outlier.isInLeapSecond) {
+            finding.text =
+                "the point is in the leap second, whose times can't be told from those of the second after: "
+                "states around are off by up to " +
+                lengthText(distance_m);
+        } else {
+            finding.text =
+                "the point is off by " + (isPosition ? lengthText(distance_m) : speedText(outlier.speed_m_s())) +
+                ", and those around agree without it: " + (isPosition ? joined(outlier.dx_m, lengthText) : "") +
+                (isPosition && isVelocity ? "; " : "") + (isVelocity ? joined(outlier.dv_m_s, speedText) : "");
+            finding.jump = JumpSize{outlier.dv_m_s, outlier.dx_m};
         }
+        addBetween(outlier.point, outlier.point, std::move(finding));
     }
 
     const Ephemeris& ephemeris_;
@@ -344,6 +366,7 @@ private:
     const CovariancesBetween& between_;
     std::vector<double> steps_s_;
     std::vector<std::size_t> gaps_;
+    bool isUndecided_ = false;  // whether the points follow an orbit
     SatelliteCheck check_;
 };
 

@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
+#include <numbers>
+#include <span>
+#include <tuple>
 
 #include "analysis/Steps.hpp"
 #include "analysis/Vectors.hpp"
@@ -11,6 +15,7 @@ namespace vorlandi::analysis {
 namespace {
 
 constexpr std::size_t kMostPoints = 10'000;
+constexpr std::size_t kFewestPoints = 4;
 constexpr double kFits = 0.01;
 constexpr double kRefused = 0.05;
 constexpr double kUnitTolerance = 0.02;
@@ -45,30 +50,29 @@ const Unit* unitNear(const Unit (&units)[N], double factor) {
     return unit == std::end(units) ? nullptr : unit;
 }
 
-// Weights of the values at five times for the derivatives of their polynomial at the third.
+// Weights of the values at five times or fewer for the derivatives of their polynomial at one of them.
 struct DerivativeWeights {
     std::array<double, 5> first;
     std::array<double, 5> second;
 };
 
-DerivativeWeights derivativeWeights(const double* times_s) {
-    constexpr std::size_t kCentre = 2;
+DerivativeWeights derivativeWeights(std::span<const double> times_s, std::size_t centre) {
     DerivativeWeights weights{};
-    for (std::size_t k = 0; k < 5; ++k) {
-        if (k == kCentre) continue;
-        const double own_s = times_s[k] - times_s[kCentre];
+    for (std::size_t k = 0; k < times_s.size(); ++k) {
+        if (k == centre) continue;
+        const double own_s = times_s[k] - times_s[centre];
         double first = 1.0 / own_s;
         double sum = 0.0;
-        for (std::size_t j = 0; j < 5; ++j) {
-            if (j == k || j == kCentre) continue;
-            const double other_s = times_s[j] - times_s[kCentre];
+        for (std::size_t j = 0; j < times_s.size(); ++j) {
+            if (j == k || j == centre) continue;
+            const double other_s = times_s[j] - times_s[centre];
             first *= -other_s / (own_s - other_s);
             sum -= 1.0 / other_s;
         }
         weights.first[k] = first;
         weights.second[k] = 2.0 * first * sum;
-        weights.first[kCentre] -= weights.first[k];
-        weights.second[kCentre] -= weights.second[k];
+        weights.first[centre] -= weights.first[k];
+        weights.second[centre] -= weights.second[k];
     }
     return weights;
 }
@@ -82,23 +86,26 @@ struct Sample {
     Vector curvature;     // second derivative of the positions
 };
 
+// Of the points around i, five or, in an ephemeris of four, all.
 Sample sampleAt(const Ephemeris& ephemeris, std::size_t i) {
-    const double* const times_s = &ephemeris.elapsed_s[i - 2];
-    const DerivativeWeights weights = derivativeWeights(times_s);
+    const std::size_t nodes = std::min<std::size_t>(ephemeris.size(), 5);
+    const std::size_t first = nodes == 5 ? i - 2 : 0;
+    const double* const times_s = &ephemeris.elapsed_s[first];
+    const DerivativeWeights weights = derivativeWeights({times_s, nodes}, i - first);
     Sample sample{positionOf(ephemeris.states[i]),
                   velocityOf(ephemeris.states[i]),
                   Vector::Zero(),
                   Vector::Zero(),
                   Vector::Zero(),
                   Vector::Zero()};
-    for (std::size_t k = 0; k < 5; ++k) {
-        const State& state = ephemeris.states[i - 2 + k];
+    for (std::size_t k = 0; k < nodes; ++k) {
+        const State& state = ephemeris.states[first + k];
         sample.acceleration += weights.first[k] * velocityOf(state);
         sample.change += weights.first[k] * positionOf(state);
         sample.curvature += weights.second[k] * positionOf(state);
     }
-    const double before_s = times_s[2] - times_s[1];
-    const double after_s = times_s[3] - times_s[2];
+    const double before_s = ephemeris.elapsed_s[i] - ephemeris.elapsed_s[i - 1];
+    const double after_s = ephemeris.elapsed_s[i + 1] - ephemeris.elapsed_s[i];
     const Vector before = sample.position - positionOf(ephemeris.states[i - 1]);
     const Vector after = positionOf(ephemeris.states[i + 1]) - sample.position;
     sample.coarseChange = (before * (after_s / before_s) + after * (before_s / after_s)) / (before_s + after_s);
@@ -108,14 +115,15 @@ Sample sampleAt(const Ephemeris& ephemeris, std::size_t i) {
 std::vector<Sample> samplesOf(const Ephemeris& ephemeris) {
     std::vector<Sample> samples;
     const std::size_t points = ephemeris.size();
-    if (points < 5) return samples;
+    if (points < kFewestPoints) return samples;
     // A gap counts for the two points on each side of it.
     std::vector<bool> nearGap(points, false);
     for (const std::size_t gap : gapsIn(stepsOf(ephemeris)))
         for (std::size_t i = gap - std::min<std::size_t>(gap, 1); i < std::min(gap + 3, points); ++i)
             nearGap[i] = true;
     const std::size_t stride = (points - 4 + kMostPoints - 1) / kMostPoints;
-    for (std::size_t i = 2; i + 2 < points; i += stride)
+    const std::size_t margin = points == kFewestPoints ? 1 : 2;
+    for (std::size_t i = margin; i + margin < points; i += std::max<std::size_t>(stride, 1))
         if (!nearGap[i]) samples.push_back(sampleAt(ephemeris, i));
     return samples;
 }
@@ -164,11 +172,11 @@ double mismatch(const std::vector<Sample>& samples, double shareOfRotation) {
 }
 
 // What derivatives of widely spaced points can't tell from a fault: their error goes with the square of that which
-// three points have.
-double mismatchOfSpacing(const std::vector<Sample>& samples) {
+// three points have; of four points, with its power 3/2.
+double mismatchOfSpacing(const std::vector<Sample>& samples, std::size_t points) {
     const double coarse = medianOver(
         samples, [](const Sample& sample) { return relativeTo(sample, sample.change - sample.coarseChange); });
-    return 3.0 * coarse * coarse;
+    return 3.0 * std::pow(coarse, points == kFewestPoints ? 1.5 : 2.0);
 }
 
 double ratio(const std::vector<Sample>& samples, auto numerator, auto denominator) {
@@ -186,10 +194,10 @@ bool hasVelocities(const Ephemeris& ephemeris) {
                        [](const State& state) { return state.velocity_km_s != std::array<double, 3>{}; });
 }
 
-VelocityFault velocityFaultIn(const std::vector<Sample>& samples, Dynamics& dynamics) {
+VelocityFault velocityFaultIn(const std::vector<Sample>& samples, double ofSpacing, Dynamics& dynamics) {
     constexpr double kRotationTolerance = 0.05;
     dynamics.velocityMismatch = mismatch(samples, 0.0);
-    const double allowed = std::max(kLargestMismatch, mismatchOfSpacing(samples));
+    const double allowed = std::max(kLargestMismatch, ofSpacing);
     if (!(dynamics.velocityMismatch > allowed)) return VelocityFault::None;
     const double rotations = ratio(
         samples, [](const Sample& sample) { return (sample.velocity - sample.change).dot(rotation(sample.position)); },
@@ -200,7 +208,11 @@ VelocityFault velocityFaultIn(const std::vector<Sample>& samples, Dynamics& dyna
     dynamics.velocityFactor = ratio(
         samples, [](const Sample& sample) { return sample.velocity.dot(sample.change); },
         [](const Sample& sample) { return sample.change.squaredNorm(); });
-    dynamics.velocityUnit = unitNear(kVelocityUnits, dynamics.velocityFactor);
+    // The factor alone can be a known one by chance.
+    const double remaining = medianOver(samples, [&](const Sample& sample) {
+        return relativeTo(sample, sample.velocity / dynamics.velocityFactor - sample.change);
+    });
+    if (remaining <= allowed) dynamics.velocityUnit = unitNear(kVelocityUnits, dynamics.velocityFactor);
     return dynamics.velocityUnit ? VelocityFault::OtherUnit : VelocityFault::Mismatch;
 }
 
@@ -217,6 +229,123 @@ void findPositionUnit(const std::vector<Sample>& samples, Dynamics& dynamics) {
     }
 }
 
+// ---- Points too far apart for derivatives ----
+
+// Two neighbouring points, and what may be wrong with them.
+struct Pair {
+    State before;
+    State after;
+    double step_s;
+};
+
+std::vector<Pair> pairsOf(const Ephemeris& ephemeris) {
+    std::vector<Pair> pairs;
+    const std::size_t stride = ephemeris.intervals() / kMostPoints + 1;
+    const std::vector<double> steps_s = stepsOf(ephemeris);
+    const double median_s = medianOf(steps_s);
+    for (std::size_t i = 0; i < steps_s.size(); i += stride)
+        if (steps_s[i] <= kGapFactor * median_s)
+            pairs.push_back({ephemeris.states[i], ephemeris.states[i + 1], steps_s[i]});
+    return pairs;
+}
+
+struct Correction {
+    double positionUnits = 1.0;  // in a kilometre
+    double velocityUnits = 1.0;
+    double rotation = 0.0;  // of the axes, as a share of the earth's, that the velocities have too much
+};
+
+State corrected(const State& state, const Correction& correction) {
+    const Vector position = positionOf(state) / correction.positionUnits;
+    const Vector velocity = velocityOf(state) / correction.velocityUnits - correction.rotation * rotation(position);
+    return {arrayOf(position), arrayOf(velocity)};
+}
+
+// How far the second point of a pair is from the orbit through the first, as a share of the way between them, or of the
+// radius where that is less: no orbit takes a point further away.
+double distanceFromOrbit(const std::vector<Pair>& pairs, Motion motion, const Correction& correction = {}) {
+    std::vector<double> distances;
+    for (const Pair& pair : pairs) {
+        const State before = corrected(pair.before, correction);
+        const double radius_km = positionOf(before).norm();
+        const State expected = TwoBodyOrbit(before, motion).at(pair.step_s);
+        const double off_km = (positionOf(expected) - positionOf(corrected(pair.after, correction))).norm();
+        const double share = off_km / std::min(std::sqrt(kMu_km3_s2 / radius_km) * pair.step_s, radius_km);
+        distances.push_back(std::isfinite(share) ? share : std::numeric_limits<double>::max());
+    }
+    return medianOf(std::move(distances));
+}
+
+bool areFewerPerRevolution(const std::vector<Pair>& pairs, double revolutions) {
+    std::vector<double> shares;
+    for (const Pair& pair : pairs) {
+        const double radius_km = positionOf(pair.before).norm();
+        shares.push_back(pair.step_s * std::sqrt(kMu_km3_s2 / (radius_km * radius_km * radius_km)));
+    }
+    return medianOf(std::move(shares)) > revolutions * 2.0 * std::numbers::pi;
+}
+
+void setResiduals(Dynamics& dynamics, const std::vector<Pair>& pairs, const Correction& correction) {
+    dynamics.inertialResidual = distanceFromOrbit(pairs, Motion::Inertial, correction);
+    dynamics.rotatingResidual = distanceFromOrbit(pairs, Motion::Rotating, correction);
+}
+
+bool noneIsBelow(const Dynamics& dynamics, double limit) {
+    return !(std::min(dynamics.inertialResidual, dynamics.rotatingResidual) < limit);
+}
+
+// The fault without which the points follow orbits, if there is one.
+void findFaultOfPairs(const std::vector<Pair>& pairs, Dynamics& dynamics) {
+    const auto fits = [&](Motion motion, const Correction& correction) {
+        return distanceFromOrbit(pairs, motion, correction) < kLargestMismatch;
+    };
+    const auto accept = [&](const Correction& correction) { setResiduals(dynamics, pairs, correction); };
+    for (const auto& [fault, motion, share] : {std::tuple{VelocityFault::InertialOfRotating, Motion::Rotating, 1.0},
+                                               {VelocityFault::RotatingOfInertial, Motion::Inertial, -1.0}}) {
+        if (!fits(motion, {1.0, 1.0, share})) continue;
+        dynamics.velocityFault = fault;
+        return accept({1.0, 1.0, share});
+    }
+    for (const Motion motion : {Motion::Inertial, Motion::Rotating}) {
+        for (const Unit& unit : kVelocityUnits) {
+            if (!fits(motion, {1.0, unit.factor, 0.0})) continue;
+            dynamics.velocityFault = VelocityFault::OtherUnit;
+            dynamics.velocityUnit = &unit;
+            dynamics.velocityFactor = unit.factor;
+            return accept({1.0, unit.factor, 0.0});
+        }
+        for (const Unit& unit : kPositionUnits) {
+            if (!fits(motion, {unit.factor, unit.factor, 0.0})) continue;
+            dynamics.positionUnit = &unit;
+            dynamics.positionFactor = unit.factor;
+            return accept({unit.factor, unit.factor, 0.0});
+        }
+    }
+}
+
+// The motion by which the points go, if one fits.
+void chooseMotion(const Ephemeris& ephemeris, double refused, Dynamics& dynamics) {
+    dynamics.motion = dynamics.inertialResidual < dynamics.rotatingResidual ? Motion::Inertial : Motion::Rotating;
+    const Motion promised = motionOf(ephemeris.frame);
+    const double promisedResidual =
+        promised == Motion::Rotating ? dynamics.rotatingResidual : dynamics.inertialResidual;
+    dynamics.frameMismatch = promised != Motion::Unknown && promised != dynamics.motion && promisedResidual > refused;
+}
+
+void examinePairs(const Ephemeris& ephemeris, Dynamics& dynamics) {
+    constexpr double kMostOfRevolution = 1.0;
+    const std::vector<Pair> pairs = pairsOf(ephemeris);
+    dynamics.points = std::max(dynamics.points, pairs.size());
+    if (pairs.empty()) return;
+    setResiduals(dynamics, pairs, {});
+    if (noneIsBelow(dynamics, kLargestMismatch)) findFaultOfPairs(pairs, dynamics);
+    if (noneIsBelow(dynamics, kLargestMismatch) || areFewerPerRevolution(pairs, kMostOfRevolution)) {
+        dynamics.isUndecided = true;
+        return;
+    }
+    chooseMotion(ephemeris, kRefused, dynamics);
+}
+
 }  // namespace
 
 Dynamics examineDynamics(const Ephemeris& ephemeris) {
@@ -224,8 +353,14 @@ Dynamics examineDynamics(const Ephemeris& ephemeris) {
     std::vector<Sample> samples = samplesOf(ephemeris);
     dynamics.points = samples.size();
     if (!ephemeris.states.empty() && !hasVelocities(ephemeris)) dynamics.velocityFault = VelocityFault::Missing;
+    const bool hasVelocity = dynamics.velocityFault == VelocityFault::None;
+    const double ofSpacing = samples.empty() ? 0.0 : mismatchOfSpacing(samples, ephemeris.size());
+    if (hasVelocity && (samples.empty() || ofSpacing > kLargestMismatch)) {
+        examinePairs(ephemeris, dynamics);
+        return dynamics;
+    }
     if (samples.empty()) return dynamics;
-    if (dynamics.velocityFault == VelocityFault::None) dynamics.velocityFault = velocityFaultIn(samples, dynamics);
+    if (hasVelocity) dynamics.velocityFault = velocityFaultIn(samples, ofSpacing, dynamics);
     if (dynamics.velocityFault != VelocityFault::None)
         for (Sample& sample : samples) {
             sample.velocity = sample.change;
@@ -237,15 +372,9 @@ Dynamics examineDynamics(const Ephemeris& ephemeris) {
         dynamics.rotatingResidual = residual(samples, Motion::Rotating, unitsInKm);
     };
     residuals(1.0);
-    const auto noneFits = [&] { return !(std::min(dynamics.inertialResidual, dynamics.rotatingResidual) < kFits); };
-    if (noneFits()) findPositionUnit(samples, dynamics);
+    if (noneIsBelow(dynamics, kFits)) findPositionUnit(samples, dynamics);
     if (dynamics.positionUnit) residuals(dynamics.positionFactor);
-    if (noneFits()) return dynamics;
-    dynamics.motion = dynamics.inertialResidual < dynamics.rotatingResidual ? Motion::Inertial : Motion::Rotating;
-    const Motion promised = motionOf(ephemeris.frame);
-    const double promisedResidual =
-        promised == Motion::Rotating ? dynamics.rotatingResidual : dynamics.inertialResidual;
-    dynamics.frameMismatch = promised != Motion::Unknown && promised != dynamics.motion && promisedResidual > kRefused;
+    if (!noneIsBelow(dynamics, kFits)) chooseMotion(ephemeris, kRefused, dynamics);
     return dynamics;
 }
 

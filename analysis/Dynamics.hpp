@@ -24,12 +24,15 @@ enum class VelocityFault {
     Mismatch             // they differ otherwise
 };
 
-// What the motion of at most 10,000 inner points shows, none of them near a gap.
+// What the motion of at most 10,000 inner points shows, none of them near a gap. Where points are too far apart for
+// derivatives, or there are none away from gaps, each point is compared with the two-body orbit through the one before.
 struct Dynamics {
     std::size_t points = 0;           // examined; nothing else is known if there are none
+    bool isUndecided = false;         // they are too far apart, and follow no orbit: nothing else is known
     Motion motion = Motion::Unknown;  // that explains the points to 1 %; unknown if none does
-    double inertialResidual = 0.0;    // median of |acceleration - gravity| / |gravity|, in inertial axes
-    double rotatingResidual = 0.0;    // the same in rotating ones
+    double inertialResidual = 0.0;  // median of |acceleration - gravity| / |gravity|, in inertial axes; of the distance
+                                    // from the orbit as a share of the way, where there are no derivatives
+    double rotatingResidual = 0.0;  // the same in rotating ones
     VelocityFault velocityFault = VelocityFault::None;
     double velocityMismatch = 0.0;       // median of |velocity - change of position| / |change of position|
     double velocityFactor = 1.0;         // velocities / changes of the positions

@@ -22,6 +22,16 @@ constexpr int kInstantsInInterval = 13;
 constexpr double kManoeuvreFits = 4.0;
 constexpr double kAccuracyOfFit = 0.05;  // a jump drifts away linearly, which holds for a few steps only
 
+// The intervals across which nothing is examined. Beside a short step the times of the points count as well.
+std::vector<std::size_t> barriers(const Ephemeris& ephemeris, const std::vector<std::size_t>& gaps) {
+    std::vector<std::size_t> intervals = gaps;
+    for (std::size_t i = 0; i < ephemeris.intervals(); ++i)
+        if (ephemeris.elapsed_s[i + 1] - ephemeris.elapsed_s[i] < kShortestStepForJumps_s)
+            for (std::size_t k = i - std::min<std::size_t>(i, 1); k < std::min(i + 2, ephemeris.intervals()); ++k)
+                intervals.push_back(k);
+    return intervals;
+}
+
 // Residuals over their gain; NaN for points that are not examined.
 std::vector<double> scaledResiduals(const std::vector<Residual>& residuals, const std::vector<std::size_t>& gaps) {
     std::vector<double> scaled;
@@ -57,10 +67,16 @@ public:
             smaller += scaled_[k] < limit;
         }
         if (2 * smaller + 2 * kLeftOfThem + 1 < usual) return false;
+        return scaled_[i] > kSuspicious * usualAround(i, i);
+    }
+
+    // The median of the values around some points; infinite where too few are known.
+    double usualAround(std::size_t first, std::size_t last) const {
         std::vector<double> around;
-        for (std::size_t k = first; k <= last; ++k)
-            if (scaled_[k] >= 0.0 && (k + kLeftOfThem < i || k > i + kLeftOfThem)) around.push_back(scaled_[k]);
-        return around.size() >= kLeastUsual && scaled_[i] > kSuspicious * medianOf(std::move(around));
+        for (std::size_t k = first - std::min(first, kAround); k <= std::min(last + kAround, scaled_.size() - 1); ++k)
+            if (scaled_[k] >= 0.0 && (k + kLeftOfThem < first || k > last + kLeftOfThem)) around.push_back(scaled_[k]);
+        if (around.size() < kLeastUsual) return std::numeric_limits<double>::infinity();
+        return medianOf(std::move(around));
     }
 
 private:
@@ -199,6 +215,21 @@ void refineInstant(const Ephemeris& ephemeris, const std::vector<Witness>& witne
     }
 }
 
+// One bad point disturbs the residuals of itself and of two points on each side.
+std::optional<Outlier> outlierOf(const Ephemeris& ephemeris, Motion motion, const Suspicion& positions,
+                                 const Suspicion& velocities, const Event& event) {
+    constexpr std::size_t kMostDisturbed = 5;
+    if (event.last - event.first >= kMostDisturbed) return std::nullopt;
+    Disturbance disturbance{0.0, 0.0};
+    for (const Suspicion* const suspicion : {&positions, &velocities}) {
+        for (std::size_t i = event.first; i <= event.last; ++i)
+            disturbance.peak = std::fmax(disturbance.peak, suspicion->scaled()[i]);
+        disturbance.usual = std::max(disturbance.usual, suspicion->usualAround(event.first, event.last));
+    }
+    return outlierAmong(ephemeris, motion, event.first - std::min<std::size_t>(event.first, 2),
+                        std::min(event.last + 2, ephemeris.size() - 1), disturbance);
+}
+
 double length(const std::array<double, 3>& vector) { return vectorOf(vector).norm(); }
 
 std::optional<Jump> fitJump(const Ephemeris& ephemeris, const InterpolationErrors& errors,
@@ -235,16 +266,21 @@ std::optional<Jump> fitJump(const Ephemeris& ephemeris, const InterpolationError
 double Jump::speed_m_s() const noexcept { return length(dv_m_s); }
 double Jump::distance_m() const noexcept { return dx_m ? length(*dx_m) : 0.0; }
 
-std::vector<Jump> findJumps(const Ephemeris& ephemeris, const InterpolationErrors& errors,
-                            const std::vector<std::size_t>& gaps) {
-    std::vector<Jump> jumps;
-    if (errors.motion == Motion::Unknown || errors.residuals.empty()) return jumps;
-    const Suspicion positions(ephemeris, errors.residuals, gaps);
-    const Suspicion velocities(ephemeris, errors.velocityResiduals, gaps);
+Irregularities findIrregularities(const Ephemeris& ephemeris, const InterpolationErrors& errors,
+                                  const std::vector<std::size_t>& gaps) {
+    Irregularities found;
+    if (errors.motion == Motion::Unknown || errors.residuals.empty()) return found;
+    const std::vector<std::size_t> examinedApart = barriers(ephemeris, gaps);
+    const Suspicion positions(ephemeris, errors.residuals, examinedApart);
+    const Suspicion velocities(ephemeris, errors.velocityResiduals, examinedApart);
     const double step_s = medianOf(stepsOf(ephemeris));
-    for (const Event& event : eventsIn(positions, velocities))
-        if (const auto jump = fitJump(ephemeris, errors, positions.scaled(), event, step_s)) jumps.push_back(*jump);
-    return jumps;
+    for (const Event& event : eventsIn(positions, velocities)) {
+        if (const auto outlier = outlierOf(ephemeris, errors.motion, positions, velocities, event))
+            found.outliers.push_back(*outlier);
+        else if (const auto jump = fitJump(ephemeris, errors, positions.scaled(), event, step_s))
+            found.jumps.push_back(*jump);
+    }
+    return found;
 }
 
 }  // namespace vorlandi::analysis

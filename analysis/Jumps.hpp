@@ -7,6 +7,7 @@
 
 #include "analysis/Ephemeris.hpp"
 #include "analysis/InterpolationErrors.hpp"
+#include "analysis/Outliers.hpp"
 
 namespace vorlandi::analysis {
 
@@ -21,10 +22,21 @@ struct Jump {
     double distance_m() const noexcept;
 };
 
-// The jumps of an ephemeris with these errors, which are those of an orbit. Points whose neighbours are across a gap
-// are not examined.
+// Fewer points don't show what is usual.
+inline constexpr std::size_t kFewestForJumps = 21;
+
+// Steps that short are in the range of the rounding of times.
+inline constexpr double kShortestStepForJumps_s = 1e-3;
+
+struct Irregularities {
+    std::vector<Jump> jumps;
+    std::vector<Outlier> outliers;
+};
+
+// The jumps of an ephemeris with these errors, which are those of an orbit, and single points that are off. Points
+// whose neighbours are across a gap, or closer together than the shortest step, are not examined.
 //   gaps  the intervals that are gaps
-std::vector<Jump> findJumps(const Ephemeris& ephemeris, const InterpolationErrors& errors,
-                            const std::vector<std::size_t>& gaps);
+Irregularities findIrregularities(const Ephemeris& ephemeris, const InterpolationErrors& errors,
+                                  const std::vector<std::size_t>& gaps);
 
 }  // namespace vorlandi::analysis

@@ -134,6 +134,19 @@ void loadInThreads(benchmark::State& state) {
                             static_cast<std::int64_t>(std::filesystem::file_size(paths[0])));
 }
 
+// One large file, by one thread or, from 2 on, by as many as the process may run on.
+void loadOneFile(benchmark::State& state) {
+    constexpr std::int64_t kPoints = 1'000'000;
+    const Path path = ephemerisFile("STK", kPoints);
+    const std::int32_t options = state.range(0) > 1 ? VORLAN_LOAD_THREADS : 0;
+    emptyStore();
+    for (auto _ : state) {
+        const std::int32_t status = VorlanLoadFileExt(path.c_str(), options, 0, nullptr, nullptr);
+        if (!emptyAfter(state, status == 0 ? kPoints : -1)) break;
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(std::filesystem::file_size(path)));
+}
+
 // Files of modified ITC, three days of a point a minute each, which threads take one by one.
 void loadDelivery(benchmark::State& state) {
     std::vector<Path> paths;
@@ -219,6 +232,7 @@ const bool kAdded = [] {
 }();
 
 BENCHMARK(loadInThreads)->DenseRange(1, 2)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(loadOneFile)->DenseRange(1, 2)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(loadDelivery)->DenseRange(1, 2)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(turnCovariance)->Unit(benchmark::kMicrosecond);
 BENCHMARK(fromCharsInThreads)->DenseRange(1, 2)->UseRealTime()->Unit(benchmark::kMillisecond);

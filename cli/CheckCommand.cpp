@@ -11,6 +11,7 @@
 #include "LoadFindings.hpp"
 #include "Loading.hpp"
 #include "Output.hpp"
+#include "Selection.hpp"
 #include "analysis/Covariances.hpp"
 
 namespace vorlandi::cli {
@@ -61,7 +62,7 @@ Span rangeOf(const CheckCommandOptions& options) {
 std::vector<CheckedSatellite> wantedSatellites(const CheckCommandOptions& options, const LoadResults& results) {
     std::vector<CheckedSatellite> wanted;
     std::map<std::string, std::int32_t> inFile;
-    for (SatelliteRecord& record : loadedSatellites()) {
+    for (SatelliteRecord& record : loadedSatellites(results)) {
         const std::int32_t number = ++inFile[record.file];
         const auto origin = results.origins.find(record.key());
         const std::string format = origin == results.origins.end() ? "" : origin->second.format;
@@ -106,9 +107,26 @@ bool isNamed(const std::vector<std::string>& kinds, analysis::Kind kind) {
     return std::find(kinds.begin(), kinds.end(), nameOf(kind)) != kinds.end();
 }
 
+// What was not examined is told with any choice of kinds but its own: it could have been of those.
+bool isLeftOut(analysis::Kind kind, const CheckCommandOptions& options) {
+    const bool isAlwaysTold = kind == analysis::Kind::NotExamined;
+    return isNamed(options.skip, kind) || (!options.only.empty() && !isNamed(options.only, kind) && !isAlwaysTold);
+}
+
 void keepWanted(std::vector<analysis::Finding>& findings, const CheckCommandOptions& options) {
-    std::erase_if(findings, [&](const analysis::Finding& finding) {
-        return isNamed(options.skip, finding.kind) || (!options.only.empty() && !isNamed(options.only, finding.kind));
+    std::erase_if(findings, [&](const analysis::Finding& finding) { return isLeftOut(finding.kind, options); });
+}
+
+// With --sat only the files that hold one of the satellites; those that hold none may have lost it.
+void keepFilesOfWanted(const CheckCommandOptions& options, const std::vector<SatelliteRecord>& all,
+                       std::vector<CheckedFile>& files) {
+    if (options.satellites.empty()) return;
+    std::erase_if(files, [&](const CheckedFile& file) {
+        const auto isHere = [&](const SatelliteRecord& record) { return record.file == file.name; };
+        return std::any_of(all.begin(), all.end(), isHere) &&
+               std::none_of(all.begin(), all.end(), [&](const SatelliteRecord& record) {
+                   return isHere(record) && isWanted(record, options.satellites);
+               });
     });
 }
 
@@ -147,14 +165,20 @@ ExitStatus runCheck(const CheckCommandOptions& options, Console& console) {
     LoadResults results;
     results.wantsReports = true;
     loadFiles(options.input, options.output, console, &results);
+    const std::vector<SatelliteRecord> all = loadedSatellites(results);
     CheckReport report{options.check.tolerance_m, wantedSatellites(options, results), filesOf(results)};
+    keepFilesOfWanted(options, all, report.files);
     checkAll(report.satellites, options, range);
     findAmongSatellites(results, report.satellites);
     for (CheckedSatellite& satellite : report.satellites)
         keepWanted(satellite.check.findings, options);
     for (CheckedFile& file : report.files)
         keepWanted(file.findings, options);
-    bool couldLook = reportUnknown(options, report, console) && !anyUnreadable(results);
+    bool couldLook = reportUnknown(options, report, console);
+    for (const LoadReport* const unreadable : unreadableFiles(results, all)) {
+        couldLook = false;
+        if (isLeftOut(analysis::Kind::NotRead, options)) console.error(unreadable->file, unreadable->text);
+    }
     try {
         write(report, options);
     } catch (const OutputError& error) {
@@ -212,25 +236,24 @@ void addCheckCommand(CLI::App& application, Session& session) {
         ->allow_extra_args(false);
     command->add_option("--from", options->from, "Only points from this time on")->type_name("TIME");
     command->add_option("--to", options->to, "Only points up to this time")->type_name("TIME");
-    command->add_option("--tolerance", options->check.tolerance_m, "Warn of states that may be off by more than METRES")
-        ->type_name("METRES")
-        ->capture_default_str()
-        ->check(CLI::PositiveNumber.description(""));
+    addMetres(*command, "--tolerance", options->check.tolerance_m,
+              "Warn of states that may be off by more than METRES");
     command
         ->add_option("--gap-factor", options->check.gapFactor,
                      "A gap is a step of more than F times what is usual around it")
         ->type_name("F")
         ->capture_default_str()
-        ->check(CLI::Range(1.0, 1e9).description(""));
+        ->check(finiteAtLeast(1.0));
     addKinds(*command, "--only", options->only, "Only these kinds of findings");
     addKinds(*command, "--skip", options->skip, "Not these kinds of findings");
     command->add_option("--limit", options->limit, "In tables show at most N findings of a kind for each satellite")
         ->type_name("N")
-        ->capture_default_str();
+        ->capture_default_str()
+        ->check(wholeNumber());
     command->add_option("-j", options->threads, "Check with N threads")
         ->type_name("N")
         ->capture_default_str()
-        ->check(CLI::Range(1U, 1024U).description(""));
+        ->check(wholeNumber() & CLI::Range(1U, 1024U).description(""));
     addFormat(*command, options->format);
     addOutput(*command, options->output);
     addVerbose(*command, session.console);

@@ -54,6 +54,8 @@ void Console::information(std::string_view subject, std::string_view text) {
     if (verbose_) print(subject, "", text);
 }
 
+void Console::note(std::string_view subject, std::string_view text) { print(subject, "", text); }
+
 void Console::print(std::string_view subject, std::string_view severity, std::string_view text) {
     clearProgress();
     std::string line = "vorlandi: ";

@@ -21,6 +21,9 @@ public:
     void warning(std::string_view subject, std::string_view text);
     void information(std::string_view subject, std::string_view text);
 
+    // Always shown; says what was done, where nothing is wrong.
+    void note(std::string_view subject, std::string_view text);
+
     bool hasReportedError() const { return errorReported_; }
 
     // Shows a line that the next one replaces. Does nothing unless standard error is a terminal.

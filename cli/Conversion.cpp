@@ -121,24 +121,44 @@ private:
     void runIntoOneFile() {
         writers::Options options = request_.options;
         std::set<std::string> files;
-        for (const NumberedSatellite& one : satellites_)
-            files.insert(one.satellite.file);
-        addComments(options, files);
-        setInterval(options);
-        if (isCzml(target_) && satellites_.size() > kManyForViewers)
-            console_.warning("", fmt::format("viewers stall with {} satellites", satellites_.size()));
-        std::unique_ptr<TargetFile> file;
+        std::vector<const NumberedSatellite*> written;
+        std::optional<writers::Ephemeris> only;
         for (std::size_t i = 0; i < satellites_.size(); ++i) {
             showProgress(i);
-            const auto ephemeris = accepted(satellites_[i]);
+            auto ephemeris = accepted(satellites_[i]);
             if (!ephemeris) continue;
             warnOfName(*ephemeris);
-            if (!file) file = std::make_unique<TargetFile>(request_.output, request_, options);
-            file->add(*ephemeris);
+            extend(options, *ephemeris, written.empty());
+            files.insert(satellites_[i].satellite.file);
+            written.push_back(&satellites_[i]);
+            if (satellites_.size() == 1) only = std::move(ephemeris);
         }
-        if (file) return file->close();
-        reportNothingToWrite(request_.output == kStandardOutput ? "" : request_.output, console_);
-        failed_ = true;
+        if (written.empty()) {
+            reportNothingToWrite(request_.output == kStandardOutput ? "" : request_.output, console_);
+            failed_ = true;
+            return;
+        }
+        addComments(options, files);
+        if (isCzml(target_) && written.size() > kManyForViewers)
+            console_.warning("", fmt::format("viewers stall with {} satellites", written.size()));
+        TargetFile file(request_.output, request_, options);
+        for (std::size_t i = 0; i < written.size(); ++i) {
+            showProgress(i);
+            // The header is ready only now; the points of all satellites at once could take too much memory.
+            writers::Ephemeris ephemeris = only ? *std::move(only) : extracted(*written[i]).ephemeris;
+            while (!identities_.insert({ephemeris.number, ephemeris.record}).second)
+                ++ephemeris.record;
+            file.add(ephemeris);
+        }
+        file.close();
+    }
+
+    // The time of all satellites, for formats that begin with it.
+    static void extend(writers::Options& options, const writers::Ephemeris& ephemeris, bool isFirst) {
+        const double first = ephemeris.times.front();
+        const double last = ephemeris.times.back();
+        options.first = isFirst ? first : std::min(options.first, first);
+        options.last = isFirst ? last : std::max(options.last, last);
     }
 
     void writeOwnFile(const NumberedSatellite& one) {
@@ -152,48 +172,35 @@ private:
         std::error_code error;
         if (inputs_.contains(fs::weakly_canonical(name, error)))
             return fail(name, "is an input file and would be overwritten");
-        fs::create_directories(request_.directory, error);
+        if (fs::create_directory(request_.directory, error)) console_.note(request_.directory, "new directory");
         if (error) throw OutputError(request_.directory, error.value());
         writers::Options options = request_.options;
         addComments(options, {one.satellite.file});
-        options.first = ephemeris->times.front();
-        options.last = ephemeris->times.back();
+        extend(options, *ephemeris, true);
         TargetFile file(name, request_, options);
         file.add(*ephemeris);
         file.close();
     }
 
-    // The time of all satellites, for formats that begin with it.
-    void setInterval(writers::Options& options) {
-        if (!isCzml(target_)) return;
-        std::optional<TimeSpan> all;
-        for (const NumberedSatellite& one : satellites_) {
-            const TimeSpan& span = one.satellite.span;
-            const TimeRange& range = request_.extraction.range;
-            const double first = std::max(span.start, range.from.value_or(span.start));
-            const double last = std::min(span.end, range.to.value_or(span.end));
-            const auto frame = static_cast<writers::Frame>(one.satellite.frame);
-            if (first > last || !writers::hasText(first) || !writers::hasText(last)) continue;
-            if (writers::nameIn(target_.frames, frame).empty()) continue;
-            all = all ? TimeSpan{std::min(all->start, first), std::max(all->end, last)} : TimeSpan{first, last};
-        }
-        if (all) options.first = all->start, options.last = all->end;
+    Extraction extracted(const NumberedSatellite& one) const {
+        Extraction extraction = extract(one.satellite, request_.extraction);
+        extraction.ephemeris.record = one.record;
+        return extraction;
     }
 
     // The points to be written; none, with a message, if the target can't hold them.
     std::optional<writers::Ephemeris> accepted(const NumberedSatellite& one) {
-        Extraction extraction = extract(one.satellite, request_.extraction);
+        Extraction extraction = extracted(one);
         writers::Ephemeris& ephemeris = extraction.ephemeris;
-        ephemeris.record = one.record;
         const std::string subject = nameOf(one.satellite);
         if (ephemeris.times.empty())
             return refuse(subject, request_.extraction.step_s ? "it has no states at these times"
                                                               : "it has no points at these times");
         if (const auto problem = writers::problemOf(target_, ephemeris, request_.options); !problem.empty())
             return refuse(subject, problem);
-        if (target_.times == TimesKept::ToTheMillisecond && !acceptsRounding(subject, ephemeris)) return std::nullopt;
+        if (!acceptsRounding(subject, ephemeris)) return std::nullopt;
         reportLosses(subject, extraction, one.satellite.tag);
-        reportGaps(subject, extraction);
+        reportGaps(one, extraction);
         if (isCzml(target_) && ephemeris.frame == writers::Frame::Eci) warnOfDate(subject, ephemeris);
         return std::move(ephemeris);
     }
@@ -204,23 +211,28 @@ private:
     }
 
     bool acceptsRounding(const std::string& subject, const writers::Ephemeris& ephemeris) {
-        const writers::TimeRounding rounding = writers::roundingOf(ephemeris);
+        const writers::TimeRounding rounding = writers::roundingOf(target_, ephemeris);
+        const bool isSince1970 = target_.times == TimesKept::ExactlySince1970;
         if (rounding.joinsPoints) {
-            refuse(subject, fmt::format("two of its points are in the same millisecond, and {} files keep no more",
+            refuse(subject, fmt::format("two of its points {}, and {} files keep no more",
+                                        isSince1970 ? "have the same time once it is counted from 1970"
+                                                    : "are in the same millisecond",
                                         target_.name));
             return false;
         }
         if (rounding.count == 0) return true;
         if (!request_.roundTimes) {
-            refuse(subject, fmt::format("{} of its {} times are not whole milliseconds, the first {}; {} files keep no "
-                                        "more; --round-times rounds them",
+            refuse(subject, fmt::format("{} of its {} times {}, the first {}; {} files keep no more; --round-times "
+                                        "rounds them",
                                         rounding.count, ephemeris.times.size(),
+                                        isSince1970 ? "lose digits when they are counted from 1970"
+                                                    : "are not whole milliseconds",
                                         writers::exactIsoText(rounding.firstTime), target_.name));
             return false;
         }
-        console_.warning(
-            subject, fmt::format("{} times are rounded to milliseconds, by up to {:.1f} us, {:.3f} m along the track",
-                                 rounding.count, rounding.largest_s * 1e6, rounding.largest_m));
+        console_.warning(subject, fmt::format("{} times are rounded{}, by up to {:.{}f} us, {:.3f} m along the track",
+                                              rounding.count, isSince1970 ? "" : " to milliseconds",
+                                              rounding.largest_s * 1e6, isSince1970 ? 3 : 1, rounding.largest_m));
         return true;
     }
 
@@ -233,10 +245,18 @@ private:
         if (extraction.hasRevolutions) console_.information(subject, "its revolution numbers are left out");
     }
 
-    void reportGaps(const std::string& subject, const Extraction& extraction) {
-        if (extraction.unanswered > 0)
-            console_.warning(subject, fmt::format("{} times have no state and are left out, the first {}",
-                                                  extraction.unanswered, isoTime(extraction.firstUnanswered)));
+    void reportGaps(const NumberedSatellite& one, const Extraction& extraction) {
+        const std::string subject = nameOf(one.satellite);
+        const auto& inGaps = extraction.inGaps;
+        if (inGaps.count > 0)
+            console_.warning(subject, fmt::format("{} times are in gaps between its points and are left out, the "
+                                                  "first {}",
+                                                  inGaps.count, isoTime(inGaps.first)));
+        if (const auto& unanswered = extraction.unanswered; unanswered.count > 0) {
+            one.satellite.satellite.try_state({unanswered.first});  // a batch has the message of its first failure
+            fail(subject, fmt::format("{} times have no state and are left out, the first {}: {}", unanswered.count,
+                                      isoTime(unanswered.first), last_error()));
+        }
         const std::size_t segments = extraction.ephemeris.segments.size();
         if (segments > 1 && !target_.holdsSeveral)
             console_.warning(subject,
@@ -294,6 +314,8 @@ private:
     Console& console_;
     std::set<fs::path> inputs_;
     std::set<std::string> written_;
+    std::set<std::pair<std::int32_t, std::int32_t>>
+        identities_;  // numbers and records of a file, which keeps them apart
     bool failed_ = false;
 };
 

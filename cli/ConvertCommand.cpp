@@ -26,10 +26,11 @@ than half a microsecond off is an error, unless --round-times is given. A satell
 not written. No format keeps tags and revolution numbers; -v tells what is left out. States are not turned from one
 frame to another.
 
-Files of oem and czml hold any number of satellites, each divided where there are no states between its points; all
-others hold one. With --directory each satellite has a file of its own, NUMBER_RECORD and the suffix, without the record
-if it is the first one of its file. Readers take the number from the names of stk and owner files, and number and frame
-from those of modified-itc. For csv see vorlandi states --format csv.
+Files of oem and czml hold any number of satellites, each divided where there are no states between its points, and at
+gaps in which states are off by more than --tolerance; all others hold one, and don't mark gaps. With --directory each
+satellite has a file of its own, NUMBER_RECORD and the suffix, without the record if it is the first one of its file.
+Readers take the number from the names of stk and owner files, and number and frame from those of modified-itc. For
+csv see vorlandi states --format csv.
 
 An existing file is an error, unless --force is given; it is replaced when the new one is complete. The date of creation
 is SOURCE_DATE_EPOCH if that is set.
@@ -52,7 +53,7 @@ std::string listOfTargets() {
     TextTable table(std::vector<Align>(7, Align::Left),
                     {"format", "suffix", "frames", "number", "times", "numbers (km)", "covariance"});
     for (const Target& target : writers::targets()) {
-        const bool isExact = target.times == writers::TimesKept::Exactly;
+        const bool isExact = target.times != writers::TimesKept::ToTheMillisecond;
         const bool onRequest = target.covariances == CovariancesKept::OnRequest;
         table.addRow({std::string(target.name), std::string(target.suffix), writers::namesOf(target.frames),
                       target.largestNumber == 99999 ? "<= 99999" : "any", isExact ? "exact" : "1 ms",
@@ -154,10 +155,10 @@ void finish(ConvertOptions& options, const CLI::App& command) {
 }
 
 // The wanted satellites, numbered within their files.
-std::vector<NumberedSatellite> wantedSatellites(const std::vector<std::int32_t>& numbers) {
+std::vector<NumberedSatellite> wantedSatellites(const std::vector<std::int32_t>& numbers, const LoadResults& results) {
     std::map<std::string, std::int32_t> records;
     std::vector<NumberedSatellite> wanted;
-    for (SatelliteRecord& satellite : loadedSatellites()) {
+    for (SatelliteRecord& satellite : loadedSatellites(results)) {
         const std::int32_t record = ++records[satellite.file];
         if (isWanted(satellite, numbers)) wanted.push_back({std::move(satellite), record});
     }
@@ -167,9 +168,14 @@ std::vector<NumberedSatellite> wantedSatellites(const std::vector<std::int32_t>&
 ExitStatus runConvert(ConvertOptions& options, Console& console) {
     const ConversionRequest& request = options.request;
     const std::string output = request.output.empty() ? std::string(kStandardOutput) : request.output;
-    const bool allLoaded = loadFiles(options.input, output, console);
-    const bool allKnown = reportUnknown(options.satellites, loadedSatellites(), console);
-    const std::vector<NumberedSatellite> satellites = wantedSatellites(options.satellites);
+    LoadResults results;
+    const bool allLoaded = loadFiles(options.input, output, console, &results);
+    const bool allKnown = reportUnknown(options.satellites, loadedSatellites(results), console);
+    const std::vector<NumberedSatellite> satellites = wantedSatellites(options.satellites, results);
+    std::vector<SatelliteRecord> records;
+    for (const NumberedSatellite& one : satellites)
+        records.push_back(one.satellite);
+    warnOfMissingVelocities(records, console);
     if (satellites.empty()) {
         reportNothingToWrite(request.output + request.directory, console);
         return ExitStatus::Failure;
@@ -200,6 +206,8 @@ void addConvertCommand(CLI::App& application, Session& session) {
     addTimeRange(*command, request.extraction.range);
     command->add_option("--step", options->step_s, "Seconds between the states; stored points if not given")
         ->type_name("SECONDS");
+    addMetres(*command, "--tolerance", request.extraction.tolerance_m,
+              "Divide satellites at gaps in which states may be off by more than METRES");
     command->add_flag("--cov", options->withCovariances, "stk: with covariances");
     command->add_flag("--round-times", request.roundTimes,
                       "Round times to milliseconds where the format keeps no more");

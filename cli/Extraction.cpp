@@ -46,7 +46,7 @@ class Extractor {
 public:
     Extractor(const SatelliteRecord& satellite, const ExtractionRequest& request)
         : satellite_(satellite), request_(request), storedTimes_(storedTimes(satellite.satellite)) {
-        cuts_ = cutsOf(storedTimes_);
+        cuts_ = cutsOf(satellite.satellite, storedTimes_, request.tolerance_m);
         result_.ephemeris.number = satellite.number;
         result_.ephemeris.frame = static_cast<writers::Frame>(satellite.frame);
         const Fields fields = satellite.satellite.try_fields().value;
@@ -132,8 +132,10 @@ private:
         std::size_t kept = 0;
         for (std::size_t i = 0; i < count; ++i) {
             const double time = times[i].days;
-            if (codes[i] != 0 || isInCut(cuts_, time)) {
-                if (result_.unanswered++ == 0) result_.firstUnanswered = time;
+            const bool isInGap = isInCut(cuts_, time);
+            if (codes[i] != 0 || isInGap) {
+                auto& [leftOut, first] = isInGap ? result_.inGaps : result_.unanswered;
+                if (leftOut++ == 0) first = time;
                 broken_ = true;
                 continue;
             }

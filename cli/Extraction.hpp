@@ -13,6 +13,7 @@ namespace vorlandi::cli {
 struct ExtractionRequest {
     TimeRange range;
     std::optional<double> step_s;  // interpolated states; without it, the stored points
+    double tolerance_m = 1000.0;   // segments end at gaps in which states are off by more
     bool withCovariances = false;
     bool namesLosses = false;  // looks for what is not wanted
 };
@@ -22,8 +23,13 @@ struct Extraction {
     // If they are wanted, or losses named.
     bool hasCovariances = false;
     bool hasRevolutions = false;
-    std::int64_t unanswered = 0;  // times of the step that are between segments, or have no answer
-    double firstUnanswered = 0.0;
+    // Times of the step without a state: between segments, and within one, next to times that the library refuses.
+    struct LeftOut {
+        std::int64_t count = 0;
+        double first = 0.0;
+    };
+    LeftOut inGaps;
+    LeftOut unanswered;
 };
 
 Extraction extract(const SatelliteRecord& satellite, const ExtractionRequest& request);

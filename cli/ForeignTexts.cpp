@@ -98,10 +98,18 @@ std::string printable(std::string_view text) {
 }
 
 std::string csvField(std::string_view text) {
-    constexpr std::string_view kFormulaStarts = "=+-@\t\r";
-    std::string field(text);
-    if (!text.empty() && kFormulaStarts.find(text.front()) != std::string_view::npos) field.insert(0, 1, '\'');
-    if (field.find_first_of(",\"\r\n") == std::string::npos) return field;
+    constexpr std::string_view kFormulaStarts = "=+-@";
+    std::string field;
+    forEachCharacter(text, [&](const Character& character) {
+        if (character.valid && !isSteering(character.code)) {
+            field += character.bytes;
+        } else {
+            for (const char c : character.bytes)
+                field += fmt::format("\\x{:02x}", byteOf(c));
+        }
+    });
+    if (!field.empty() && kFormulaStarts.find(field.front()) != std::string_view::npos) field.insert(0, 1, '\'');
+    if (field.find_first_of(",\"") == std::string::npos) return field;
     std::string quoted = "\"";
     for (const char c : field)
         quoted.append(c == '"' ? 2 : 1, c);

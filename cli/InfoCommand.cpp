@@ -173,7 +173,7 @@ ExitStatus runInfo(const InfoOptions& options, Console& console) {
     LoadResults results;
     const bool allLoaded = loadFiles(options.input, options.output, console, &results);
     std::vector<SatelliteInfo> rows;
-    for (const SatelliteRecord& satellite : loadedSatellites())
+    for (const SatelliteRecord& satellite : loadedSatellites(results))
         rows.push_back({satellite, results.origins[satellite.key()].format, rulesName(options.input.rules),
                         spacingOf(satellite), contentsOf(satellite)});
     if (rows.empty() && refusesEmptyFile(options.output, console)) return ExitStatus::Failure;

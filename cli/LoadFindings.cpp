@@ -97,7 +97,27 @@ std::vector<CheckedFile> filesOf(const LoadResults& results) {
     return files;
 }
 
+namespace {
+
+// A record that begins with a second state at the last time of the one before.
+void findSeam(const SatelliteRecord& before, CheckedSatellite& satellite) {
+    const SatelliteRecord& record = satellite.record;
+    const bool continues = before.file == record.file && before.number == record.number &&
+                           before.frame == record.frame && before.pointCount > 0 && record.pointCount > 0 &&
+                           before.span.end == record.span.start;
+    if (!continues) return;
+    Finding finding{Severity::Note, Kind::Seam,
+                    "a second state at the last time of the record before begins this one: states on both sides of "
+                    "that time may differ"};
+    finding.from = finding.to = Ds50{record.span.start};
+    satellite.check.findings.push_back(std::move(finding));
+}
+
+}  // namespace
+
 void findAmongSatellites(const LoadResults& results, std::vector<CheckedSatellite>& satellites) {
+    for (std::size_t i = 1; i < satellites.size(); ++i)
+        findSeam(satellites[i - 1].record, satellites[i]);
     std::map<std::tuple<std::int32_t, std::int32_t, double>, const SatelliteRecord*> earlier;
     for (CheckedSatellite& satellite : satellites) {
         const SatelliteRecord& record = satellite.record;
@@ -114,9 +134,21 @@ void findAmongSatellites(const LoadResults& results, std::vector<CheckedSatellit
     }
 }
 
-bool anyUnreadable(const LoadResults& results) {
-    return std::any_of(results.reports.begin(), results.reports.end(),
-                       [](const LoadReport& report) { return report.problem == LoadProblem::UnreadableFile; });
+std::vector<const LoadReport*> unreadableFiles(const LoadResults& results,
+                                               const std::vector<SatelliteRecord>& satellites) {
+    std::set<std::string> stored;
+    for (const SatelliteRecord& satellite : satellites)
+        stored.insert(satellite.file);
+    const auto endsFile = [&](const LoadReport& report) {
+        if (report.problem == LoadProblem::UnreadableFile) return true;
+        const bool isRefused = report.problem == LoadProblem::EndedBlock || report.problem == LoadProblem::NotStored ||
+                               report.problem == LoadProblem::Other;
+        return isRefused && !stored.contains(report.file);
+    };
+    std::vector<const LoadReport*> unreadable;
+    for (const LoadReport& report : results.reports)
+        if (endsFile(report)) unreadable.push_back(&report);
+    return unreadable;
 }
 
 }  // namespace vorlandi::cli

@@ -16,7 +16,9 @@ std::vector<CheckedFile> filesOf(const LoadResults& results);
 // earlier one, one that continues another, and lines of a covariance block that have been taken for points.
 void findAmongSatellites(const LoadResults& results, std::vector<CheckedSatellite>& satellites);
 
-// Whether a file could not be read, or nothing in it.
-bool anyUnreadable(const LoadResults& results);
+// What was told of files that could not be read, or of which nothing was stored; the satellites are all that were
+// loaded.
+std::vector<const LoadReport*> unreadableFiles(const LoadResults& results,
+                                               const std::vector<SatelliteRecord>& satellites);
 
 }  // namespace vorlandi::cli

@@ -142,6 +142,8 @@ std::string hintAt(const std::string& name, const std::string& card, Rules rules
 
 // A read that failed and a missing file have the same status, 2.
 std::string describeStatus(std::int32_t status, const std::string& name) {
+    struct stat file {};
+    if (stat(name.c_str(), &file) == 0 && !S_ISREG(file.st_mode) && !S_ISDIR(file.st_mode)) return "not a regular file";
     return status == ENOENT && exists(name) ? "reading failed" : std::strerror(status);
 }
 
@@ -152,6 +154,20 @@ std::int64_t keyIn(std::string_view text) {
 }
 
 }  // namespace
+
+bool lacksNumber(const SatelliteRecord& satellite, const Origin& origin) {
+    const bool isGiven = isOneOf(kFormatsWithoutNumber, origin.format) ||
+                         (isOneOf(kFormatsNumberedByName, origin.format) && !hasNumber(satellite.file));
+    return satellite.number == kUncatalogued && isGiven;
+}
+
+std::vector<SatelliteRecord> loadedSatellites(const LoadResults& results) {
+    std::vector<SatelliteRecord> satellites = loadedSatellites();
+    for (SatelliteRecord& satellite : satellites)
+        if (const auto number = results.numbers.find(satellite.key()); number != results.numbers.end())
+            satellite.number = number->second;
+    return satellites;
+}
 
 LoadListener::LoadListener(std::string argument, Rules rules, Medium medium, LoadResults& results, Console& console)
     : argument_(std::move(argument)),

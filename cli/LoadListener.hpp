@@ -29,6 +29,9 @@ using Origins = std::map<std::int64_t, Origin>;
 
 enum class LoadProblem { UnreadableLine, EndedBlock, UnreadableFile, NotStored, DroppedPoints, Remark, Other };
 
+// Whether the library gave a satellite its number because it found none.
+bool lacksNumber(const SatelliteRecord& satellite, const Origin& origin);
+
 // What went wrong, for those who want it as data.
 struct LoadReport {
     LoadProblem problem;
@@ -41,10 +44,14 @@ struct LoadReport {
 // Where a load leaves what it has shown.
 struct LoadResults {
     Origins origins;
-    bool wantsReports = false;  // if so they are collected here and not printed
+    std::map<std::int64_t, std::int32_t> numbers;  // by key, of satellites that have another one than in the store
+    bool wantsReports = false;                     // if so they are collected here and not printed
     std::vector<LoadReport> reports;
     std::vector<std::pair<std::string, std::int32_t>> statuses;  // of the files, with the library's status
 };
+
+// All satellites in the order of loading, with these numbers.
+std::vector<SatelliteRecord> loadedSatellites(const LoadResults& results);
 
 class LoadListener {
 public:

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <set>
 #include <span>
 #include <utility>
 
@@ -152,12 +153,25 @@ private:
     LoadResults& results_;
 };
 
+void numberSatellites(std::int32_t number, LoadResults& results) {
+    std::set<std::string> files;
+    const std::vector<SatelliteRecord> satellites = loadedSatellites();
+    for (const SatelliteRecord& satellite : satellites) {
+        if (!lacksNumber(satellite, results.origins[satellite.key()])) continue;
+        if (!files.insert(satellite.file).second)
+            throw UsageError("--number", satellite.file + " holds several satellites without a number");
+        results.numbers[satellite.key()] = number;
+    }
+    if (files.empty() && !satellites.empty()) throw UsageError("--number", "every satellite has a number already");
+}
+
 }  // namespace
 
 bool loadFiles(const InputOptions& input, const std::string& output, Console& console, LoadResults* results) {
     LoadResults unused;
+    LoadResults& filled = results != nullptr ? *results : unused;
     checkArguments(input, output);
-    Loader loader(input, output, console, results != nullptr ? *results : unused);
+    Loader loader(input, output, console, filled);
     const std::size_t count = input.files.size();
     bool allWell = true;
     for (std::size_t i = 0; i < count; ++i) {
@@ -165,6 +179,7 @@ bool loadFiles(const InputOptions& input, const std::string& output, Console& co
         allWell = loader.load(input.files[i]) && allWell;
     }
     console.clearProgress();
+    if (input.number) numberSatellites(*input.number, filled);
     return allWell;
 }
 

@@ -89,6 +89,11 @@ ExitStatus parseAndRun(int argc, const char* const* argv, Session& session) {
     // Many programs have "help" and "help COMMAND".
     const bool helpAsked = (argc == 2 || argc == 3) && std::string_view(argv[1]) == "help";
     const char* const help[] = {"vorlandi", argc == 3 ? argv[2] : "--help", "--help"};
+    const auto isAsked = [&](const CLI::App* command) { return command->check_name(argv[2]); };
+    if (helpAsked && argc == 3 && argv[2][0] != '-' && application.get_subcommands(isAsked).empty()) {
+        session.console.error("", fmt::format("unknown command {} (see vorlandi --help)", argv[2]));
+        return ExitStatus::Usage;
+    }
     try {
         application.parse(argc, helpAsked ? help : argv);
     } catch (const CLI::ParseError& error) {

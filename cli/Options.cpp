@@ -1,5 +1,8 @@
 #include "Options.hpp"
 
+#include <charconv>
+#include <cmath>
+#include <functional>
 #include <map>
 
 #include "CommandTable.hpp"
@@ -22,6 +25,18 @@ std::vector<std::string> namesOf(const FormatsByName& formats) {
     for (const auto& [name, format] : formats)
         names.push_back(name);
     return names;
+}
+
+// In any of the forms that a number has in C++.
+CLI::Validator finite(const std::function<bool(double)>& isRight, const std::string& wanted) {
+    return CLI::Validator(
+        [=](const std::string& text) {
+            double value = 0.0;
+            const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+            const bool isNumber = error == std::errc() && end == text.data() + text.size() && std::isfinite(value);
+            return isNumber && isRight(value) ? std::string() : text + " is not " + wanted;
+        },
+        "");
 }
 
 void useLeapSeconds(const std::string& file) {
@@ -75,9 +90,11 @@ void addInputRules(CLI::App& command, InputOptions& input) {
         ->type_name("NAME")
         ->capture_default_str();
     command
-        .add_option_function<std::string>("--leap-seconds", useLeapSeconds,
-                                          "Take the leap seconds of this leap-seconds.list file, as the IERS has it")
-        ->type_name("FILE");
+        .add_option("--number", input.number,
+                    "The number of a satellite that has none, neither in its file nor in the file's name")
+        ->type_name("N")
+        ->check(CLI::Range(0, 999999999).description(""));
+    addLeapSeconds(command);
     command
         .add_option("--max-member", input.mostMemberBytes,
                     "Refuse files in archives, and unpacked ones, that are larger than SIZE: bytes, or with K, M or G")
@@ -85,6 +102,34 @@ void addInputRules(CLI::App& command, InputOptions& input) {
         ->default_str("1G")
         ->transform(CLI::AsSizeValue(false).description(""))
         ->check(CLI::Range(std::uint64_t{1}, std::uint64_t{1} << 40).description(""));
+}
+
+void addLeapSeconds(CLI::App& command) {
+    command
+        .add_option_function<std::string>("--leap-seconds", useLeapSeconds,
+                                          "Take the leap seconds of this leap-seconds.list file, as the IERS has it")
+        ->type_name("FILE");
+}
+
+CLI::Validator finiteAtLeast(double least) {
+    return finite([least](double value) { return value >= least; }, fmt::format("a finite number, {} or more", least));
+}
+
+CLI::Validator finiteAbove(double limit) {
+    return finite([limit](double value) { return value > limit; }, fmt::format("a finite number above {}", limit));
+}
+
+CLI::Validator wholeNumber() {
+    return CLI::Validator(
+        [](const std::string& text) {
+            const bool isWhole = !text.empty() && text.find_first_not_of("0123456789") == std::string::npos;
+            return isWhole ? std::string() : text + " is not a whole number, 0 or more";
+        },
+        "");
+}
+
+void addMetres(CLI::App& command, const std::string& option, double& value_m, const std::string& help) {
+    command.add_option(option, value_m, help)->type_name("METRES")->capture_default_str()->check(finiteAbove(0.0));
 }
 
 void addOutput(CLI::App& command, std::string& output) {

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,8 +43,9 @@ const char* rulesName(Rules rules);
 struct InputOptions {
     std::vector<std::string> files;
     Rules rules = Rules::Practical;
-    Keys keys = Keys::Ordinary;       // with keys of their own equal satellites are all kept
-    std::string stdinName = "stdin";  // in messages, and where some formats take the satellite number from
+    Keys keys = Keys::Ordinary;          // with keys of their own equal satellites are all kept
+    std::optional<std::int32_t> number;  // of the satellite of a file that has none
+    std::string stdinName = "stdin";     // in messages, and where some formats take the satellite number from
     std::uint64_t mostMemberBytes = static_cast<std::uint64_t>(archives::kMostMemberBytes);
 };
 
@@ -52,7 +54,16 @@ inline constexpr std::string_view kStandardInput = "-";
 // The files and how they are read; the second alone for a command that names its files otherwise.
 void addInput(CLI::App& command, InputOptions& input);
 void addInputRules(CLI::App& command, InputOptions& input);
+void addLeapSeconds(CLI::App& command);
 void addOutput(CLI::App& command, std::string& output);
+
+// An option whose value is a length above 0.
+void addMetres(CLI::App& command, const std::string& option, double& value_m, const std::string& help);
+
+// Validators of finite numbers, and of whole ones that are not negative: those of CLI11 take NaN and -1.
+CLI::Validator finiteAtLeast(double least);
+CLI::Validator finiteAbove(double limit);
+CLI::Validator wholeNumber();
 // Of the formats all but JsonLines, a line an item, or all.
 enum class Offered { WithoutJsonl, All };
 void addFormat(CLI::App& command, Format& format, Offered offered = Offered::WithoutJsonl);

@@ -70,6 +70,9 @@ std::vector<double> storedTimes(Satellite satellite);
 
 using analysis::isCovariance;
 
+// Whether any point has a velocity other than zero.
+bool hasVelocities(const SatelliteRecord& record);
+
 // How many of a satellite's points have something.
 enum class Share { None, Some, All };
 

@@ -128,7 +128,10 @@ void addSaveCommand(CLI::App& application, Session& session) {
     command->add_flag("--absolute", options->absolute, "Write absolute file names");
     addVerbose(*command, session.console);
     command->footer(kFooter);
-    command->callback([options, &session] { session.status = runSave(*options, session.console); });
+    command->callback([options, &session] {
+        if (options->input.number) throw UsageError("--number", "can't be kept: cards hold no numbers");
+        session.status = runSave(*options, session.console);
+    });
 }
 
 }  // namespace vorlandi::cli

@@ -4,6 +4,8 @@
 #include <span>
 #include <vector>
 
+#include "vorlandi/vorlandi.hpp"
+
 namespace vorlandi::cli {
 
 // The time between two neighbouring points of different segments, days since 1950, UTC.
@@ -14,8 +16,9 @@ struct Cut {
 
 // The cuts of a satellite with points at these times, in their order. It is cut where the library refuses to answer: at
 // each step of more than 61 minutes that is among the four points of such an answer. In each segment of four or more
-// points every state can then be interpolated.
-std::vector<Cut> cutsOf(std::span<const double> timesDs50UTC);
+// points every state can then be interpolated. It is also cut at each gap in which states are estimated to be off by
+// more than the tolerance.
+std::vector<Cut> cutsOf(Satellite satellite, std::span<const double> timesDs50UTC, double tolerance_m);
 
 // The first cut that does not end before this time.
 std::span<const Cut>::iterator firstCutFrom(std::span<const Cut> cuts, double ds50UTC);

@@ -56,4 +56,22 @@ bool reportUnknown(const std::vector<std::int32_t>& numbers, const std::vector<S
     return allKnown;
 }
 
+void warnOfMissingVelocities(const std::vector<SatelliteRecord>& satellites, Console& console) {
+    const SatelliteRecord* first = nullptr;
+    std::size_t more = 0;
+    for (const SatelliteRecord& satellite : satellites) {
+        if (satellite.pointCount == 0 || hasVelocities(satellite)) continue;
+        if (first == nullptr)
+            first = &satellite;
+        else
+            ++more;
+    }
+    if (first == nullptr) return;
+    const std::string others = more == 0   ? ""
+                               : more == 1 ? ", and of another one"
+                                           : fmt::format(", and of {} others", more);
+    console.warning(fmt::format("satellite {} ({})", first->number, first->file),
+                    fmt::format("all velocities are zero{}: states between the points are useless", others));
+}
+
 }  // namespace vorlandi::cli

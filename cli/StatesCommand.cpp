@@ -116,10 +116,12 @@ bool hasRevolutions(const SatelliteRecord& record) {
 }
 
 ExitStatus runStates(const StatesOptions& options, StateRequest request, Console& console) {
-    bool allWell = loadFiles(options.input, options.output, console);
-    std::vector<SatelliteRecord> satellites = loadedSatellites();
+    LoadResults results;
+    bool allWell = loadFiles(options.input, options.output, console, &results);
+    std::vector<SatelliteRecord> satellites = loadedSatellites(results);
     allWell = reportUnknown(options.satellites, satellites, console) && allWell;
     std::erase_if(satellites, [&](const auto& satellite) { return !isWanted(satellite, options.satellites); });
+    warnOfMissingVelocities(satellites, console);
     request.columns.revolution = std::any_of(satellites.begin(), satellites.end(), hasRevolutions);
 
     Output output(options.output);

@@ -12,9 +12,9 @@ namespace {
 
 constexpr const char* kFooter =
     R"(TEXT is UTC in any form that states --at takes; quote it if it holds a blank. Ds50UTC, Julian dates and Unix
-seconds count 86,400 s a day, so that a leap second can't be told from the second after it. TAI is ahead of UTC by whole
-seconds from 1972 on, and counted as 10 s before. GPS time is TAI - 19 s; its weeks count from 1980-01-06 and don't roll
-over. YYDDDHHMMSS.SSS means the years 1957 to 2056.
+seconds count 86,400 s a day, so that they don't tell a leap second from the second after it. TAI is ahead of UTC by
+whole seconds from 1972 on, and counted as 10 s before. GPS time is TAI - 19 s; its weeks count from 1980-01-06 and
+don't roll over. YYDDDHHMMSS.SSS means the years 1957 to 2056.
 
 Examples:
   vorlandi time 2026-01-31T01:30
@@ -64,12 +64,22 @@ void printJson(const std::vector<Forms>& times, Output& output) {
     output.write("\n]}\n");
 }
 
-ExitStatus runTime(const TimeOptions& options) {
+// YYDDD.DDD has the form of a modified Julian date, which means another time.
+void warnOfOtherMeaning(const std::string& text, Ds50 time, Console& console) {
+    constexpr double kModifiedJulianDateOf1950 = 33281.0;
+    if (!detail::may_be_modified_julian_date(detail::without_blanks_around(text))) return;
+    const Ds50 other{std::stod(text) - kModifiedJulianDateOf1950};
+    console.warning("", fmt::format("{} is read as YYDDD.DDD, {}; it looks like a modified Julian date, that of {}",
+                                    text, isoTime(time.days), isoTime(other.days)));
+}
+
+ExitStatus runTime(const TimeOptions& options, Console& console) {
     std::vector<Forms> times;
     for (const std::string& text : options.texts) {
         const Ds50 time = timeOf("TEXT", text);
         if (!try_iso(time)) throw UsageError("TEXT", fmt::format("\"{}\" is outside the years 1900 to 2199", text));
-        times.push_back(formsOf(time));
+        warnOfOtherMeaning(text, time, console);
+        times.push_back(formsOf(time, hasSecond60(text, time)));
     }
     Output output(options.output);
     switch (options.format) {
@@ -94,10 +104,11 @@ void addTimeCommand(CLI::App& application, Session& session) {
     CLI::App* const command = application.add_subcommand("time", "Show a time in every form");
     const auto options = std::make_shared<TimeOptions>();
     command->add_option("TEXT", options->texts, "Times, UTC")->type_name("")->required();
+    addLeapSeconds(*command);
     addFormat(*command, options->format);
     addOutput(*command, options->output);
     command->footer(kFooter);
-    command->callback([options, &session] { session.status = runTime(*options); });
+    command->callback([options, &session] { session.status = runTime(*options, session.console); });
 }
 
 }  // namespace vorlandi::cli

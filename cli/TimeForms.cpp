@@ -3,6 +3,7 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -23,8 +24,11 @@ constexpr std::int64_t kModifiedJulianDayOf1950 = 33281;
 // A time of day in parts, rounded to Resolution.
 template <typename Resolution>
 struct Calendar {
-    explicit Calendar(SysTime time) {
-        const auto rounded = chrono::round<Resolution>(time);
+    // A leap second is the one after 23:59:59. It is not rounded up: the next second is another day's.
+    explicit Calendar(SysTime time, bool isInLeapSecond = false) {
+        const SysTime shown = isInLeapSecond ? time - chrono::seconds(1) : time;
+        auto rounded = chrono::round<Resolution>(shown);
+        if (isInLeapSecond && rounded >= chrono::ceil<chrono::days>(shown)) rounded -= Resolution(1);
         const auto day = chrono::floor<chrono::days>(rounded);
         const chrono::year_month_day date(day);
         const chrono::hh_mm_ss clock(rounded - day);
@@ -34,7 +38,7 @@ struct Calendar {
         dayOfYear = static_cast<int>((day - chrono::sys_days(date.year() / 1 / 1)).count()) + 1;
         hour = static_cast<int>(clock.hours().count());
         minute = static_cast<int>(clock.minutes().count());
-        second = static_cast<int>(clock.seconds().count());
+        second = static_cast<int>(clock.seconds().count()) + (isInLeapSecond ? 1 : 0);
         fraction = clock.subseconds().count();
     }
     int year;
@@ -56,15 +60,15 @@ std::string dayText(std::int64_t whole, double fraction) {
     return fmt::format("{}.{:012}", whole, parts);
 }
 
-std::string isoText(SysTime time) {
-    const Calendar<chrono::microseconds> c(time);
+std::string isoText(SysTime time, bool isInLeapSecond = false) {
+    const Calendar<chrono::microseconds> c(time, isInLeapSecond);
     return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.{:06}", c.year, c.month, c.dayOfMonth, c.hour, c.minute,
                        c.second, c.fraction);
 }
 
-void addDates(SysTime time, std::vector<TimeForm>& forms) {
-    const Calendar<chrono::microseconds> c(time);
-    const Calendar<chrono::milliseconds> m(time);
+void addDates(SysTime time, bool isInLeapSecond, std::vector<TimeForm>& forms) {
+    const Calendar<chrono::microseconds> c(time, isInLeapSecond);
+    const Calendar<chrono::milliseconds> m(time, isInLeapSecond);
     const char* const month = kMonths[m.month - 1];
     const int yearInCentury = m.year % 100;
     // Two digits mean the years 1957 to 2056.
@@ -74,7 +78,7 @@ void addDates(SysTime time, std::vector<TimeForm>& forms) {
     const auto add = [&forms](const char* name, const char* title, std::string text) {
         forms.push_back({name, title, std::move(text), false});
     };
-    add("utc", "UTC", isoText(time));
+    add("utc", "UTC", isoText(time, isInLeapSecond));
     add("utc_day_of_year", "UTC, day of year",
         fmt::format("{:04}-{:03}T{:02}:{:02}:{:02}.{:06}", c.year, c.dayOfYear, c.hour, c.minute, c.second,
                     c.fraction));
@@ -105,13 +109,26 @@ void addDays(Ds50 time, std::vector<TimeForm>& forms) {
 
 }  // namespace
 
-std::vector<TimeForm> formsOf(Ds50 time) {
+bool hasSecond60(std::string_view text, Ds50 time) {
+    constexpr double kSecond_days = 1.0 / 86400.0;
+    const double midnight = std::floor(time.days);
+    const bool followsLeapSecond =
+        time.days - midnight < kSecond_days && tai_minus_utc_s(time) > tai_minus_utc_s({midnight - kSecond_days});
+    if (!followsLeapSecond) return false;
+    // The last digits before a fraction or a zone are those of the second.
+    const std::size_t fraction = std::min(text.find('.'), text.find('+'));
+    const std::string_view clock = text.substr(0, fraction);
+    const std::size_t end = clock.find_last_of("0123456789");
+    return end != std::string_view::npos && end > 0 && clock.substr(end - 1, 2) == "60";
+}
+
+std::vector<TimeForm> formsOf(Ds50 time, bool isInLeapSecond) {
     std::vector<TimeForm> forms;
     const SysTime utc = sys_time(time);
-    addDates(utc, forms);
+    addDates(utc, isInLeapSecond, forms);
     addDays(time, forms);
 
-    const chrono::seconds taiMinusUtc{static_cast<std::int64_t>(tai_minus_utc_s(time))};
+    const chrono::seconds taiMinusUtc{static_cast<std::int64_t>(tai_minus_utc_s(time)) - (isInLeapSecond ? 1 : 0)};
     const SysTime tai = utc + taiMinusUtc;
     forms.push_back({"tai", "TAI", isoText(tai), false});
     forms.push_back({"tai_minus_utc_s", "TAI - UTC (s)", fmt::format("{}", taiMinusUtc.count()), true});

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "vorlandi/vorlandi.hpp"
@@ -16,7 +17,11 @@ struct TimeForm {
 };
 
 // The forms that the library reads, and those of other clocks: TAI, Julian dates, GPS, Unix. The time lies in the years
-// 1900 to 2199.
-std::vector<TimeForm> formsOf(Ds50 time);
+// 1900 to 2199. A time in a leap second is, as Ds50, the same as the one a second later: the forms of clocks that tell
+// them apart are those of the leap second.
+std::vector<TimeForm> formsOf(Ds50 time, bool isInLeapSecond);
+
+// Whether a text that means this time has second 60.
+bool hasSecond60(std::string_view text, Ds50 time);
 
 }  // namespace vorlandi::cli

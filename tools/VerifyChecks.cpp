@@ -396,7 +396,7 @@ std::vector<Fault> faults() {
         for (std::size_t i = somewhere(m, r); i < m.states.size(); ++i)
             m.states[i].position_km[2] += 0.01;
     });
-    add("one position 10 m aside", Kind::Jump, leo(60),
+    add("one position 10 m aside", Kind::Outlier, leo(60),
         [](Made& m, auto&, auto& r) { m.states[somewhere(m, r)].position_km[1] += 0.01; });
     add("one point inside the earth", Kind::BelowGround, leo(60), [](Made& m, auto&, auto& r) {
         for (double& x : m.states[somewhere(m, r)].position_km)

@@ -36,7 +36,7 @@ constexpr std::array kTargets{
            "16 columns", No, Nothing, {16, 1, 1.0}, writeVector},
     Target{"simobs", ".txt", kFourFrames, false, kFiveDigits, ToTheMillisecond, OfTwoDigits,
            "22 columns", No, Nothing, {22, 1, 1.0}, writeSimObs},
-    Target{"dce-text", ".txt", kEciAlone, false, kNineDigits, Exactly, All,
+    Target{"dce-text", ".txt", kEciAlone, false, kNineDigits, ExactlySince1970, All,
            "exact", No, Nothing, {}, writeDceText},
     Target{"ecr", ".txt", kEcrAlone, false, kFiveDigits, ToTheMillisecond, OfTwoDigits,
            "exact", No, Nothing, {}, writeEcr},
@@ -44,7 +44,7 @@ constexpr std::array kTargets{
            "exact", No, Nothing, {}, writeOasys},
     Target{"owner", ".txt", kJ2kAlone, false, kNineDigits, ToTheMillisecond, OfTwoDigits,
            "exact", No, Number, {}, writeOwner},
-    Target{"dce-binary", ".DCE", kEciAlone, false, kNineDigits, Exactly, All,
+    Target{"dce-binary", ".DCE", kEciAlone, false, kNineDigits, ExactlySince1970, All,
            "exact", No, Suffix, {}, writeDceBinary},
     Target{"modified-itc", ".txt", kModifiedItcFrames, false, kNineDigits, ToTheMillisecond, All,
            "10 decimals", Yes, FrameAndNumber, {}, writeModifiedItc},
@@ -157,15 +157,20 @@ std::string problemOf(const Target& target, const Ephemeris& ephemeris, const Op
     return problemOfNumbers(target, ephemeris);
 }
 
-TimeRounding roundingOf(const Ephemeris& ephemeris) {
+TimeRounding roundingOf(const Target& target, const Ephemeris& ephemeris) {
     TimeRounding rounding;
-    std::int64_t before = std::numeric_limits<std::int64_t>::min();
+    if (target.times == Exactly) return rounding;
+    const bool isSince1970 = target.times == ExactlySince1970;
+    const auto kept = [=](double time) {
+        return isSince1970 ? timeSince1970(daysSince1970(time)) : timeOfMilliseconds(roundedToMilliseconds(time));
+    };
+    double before = -std::numeric_limits<double>::infinity();
     for (std::size_t i = 0; i < ephemeris.times.size(); ++i) {
-        const std::int64_t milliseconds = roundedToMilliseconds(ephemeris.times[i]);
-        const double change_s = std::abs(timeOfMilliseconds(milliseconds) - ephemeris.times[i]) * kSecondsPerDay;
-        rounding.joinsPoints = rounding.joinsPoints || milliseconds <= before;
-        before = milliseconds;
-        if (change_s <= kSameTime_s) continue;
+        const double time = kept(ephemeris.times[i]);
+        const double change_s = std::abs(time - ephemeris.times[i]) * kSecondsPerDay;
+        rounding.joinsPoints = rounding.joinsPoints || time <= before;
+        before = time;
+        if (change_s <= (isSince1970 ? 0.0 : kSameTime_s)) continue;
         if (rounding.count++ == 0) rounding.firstTime = ephemeris.times[i];
         rounding.largest_s = std::max(rounding.largest_s, change_s);
         rounding.largest_m = std::max(rounding.largest_m, change_s * speed_km_s(ephemeris.states[i]) * 1000.0);

@@ -13,7 +13,8 @@
 
 namespace vorlandi::writers {
 
-enum class TimesKept { Exactly, ToTheMillisecond };
+// A double of days since 1970 has fewer digits for times before 1960 than one of days since 1950.
+enum class TimesKept { Exactly, ExactlySince1970, ToTheMillisecond };
 
 // Two digits stand for 1957 to 2056.
 enum class Years { All, OfTwoDigits };
@@ -60,18 +61,18 @@ std::string namesOf(FrameNames frames);
 // A file name for a satellite, such as 81001.e, or 81001_2.e for the second record of its file.
 std::string fileName(const Target& target, const Ephemeris& ephemeris);
 
-// What the target can't hold of this ephemeris, in words; empty if it can hold all that it keeps. Times that are not
-// whole milliseconds are another matter: roundingOf.
+// What the target can't hold of this ephemeris, in words; empty if it can hold all that it keeps. Times that it rounds
+// are another matter: roundingOf.
 std::string problemOf(const Target& target, const Ephemeris& ephemeris, const Options& options);
 
-// What rounding to milliseconds does to the times.
+// What the target's rounding does to the times.
 struct TimeRounding {
-    std::size_t count = 0;     // times that are more than half a microsecond off
+    std::size_t count = 0;     // times that change; to milliseconds, by more than half a microsecond
     double firstTime = 0.0;    // the first of them
     double largest_s = 0.0;    // the largest change of a time
     double largest_m = 0.0;    // the same along the track
     bool joinsPoints = false;  // two points get the same time
 };
-TimeRounding roundingOf(const Ephemeris& ephemeris);
+TimeRounding roundingOf(const Target& target, const Ephemeris& ephemeris);
 
 }  // namespace vorlandi::writers

@@ -197,6 +197,7 @@ double timeOfMilliseconds(std::int64_t milliseconds) {
 }
 
 double daysSince1970(double time) { return time - static_cast<double>(kDay0Of1970); }
+double timeSince1970(double days) { return days + static_cast<double>(kDay0Of1970); }
 
 double ElapsedSeconds::operator()(double time) const {
     double leap_s = 0.0;

@@ -47,8 +47,9 @@ std::string exactText26(double time);
 std::int64_t roundedToMilliseconds(double time);
 double timeOfMilliseconds(std::int64_t milliseconds);
 
-// Days since 1970 Jan 0.0.
+// Days since 1970 Jan 0.0, and back.
 double daysSince1970(double time);
+double timeSince1970(double days);
 
 // The shortest number of seconds since an epoch, leap seconds counted, that a reader turns back into the same time: to
 // the microsecond, or with as many decimals as it takes. The leap steps are those after the epoch.

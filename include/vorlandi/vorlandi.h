@@ -378,7 +378,7 @@ enum {
     VORLAN_LOAD_PRACTICAL = 1, /* by the practical rules instead of the fixed ones (docs/formats.md has both) */
     VORLAN_LOAD_DMA_KEYS = 2,  /* DMA keys for these records, whatever the key modes of the process are */
     VORLAN_LOAD_NO_CARDS = 4,  /* cards that name files are reported (VORLAN_READ_MISSING), not followed */
-    VORLAN_LOAD_THREADS = 8    /* allows several threads for one large file; today one thread reads it */
+    VORLAN_LOAD_THREADS = 8    /* allows several threads for one large file */
 };
 
 /*
@@ -400,7 +400,12 @@ enum {
  * Messages: those of VorlanLoadFile; by the practical rules also "VorlanLoadFileExt: file:line: ...", and of the
  * readers "ReadOEM: file:line: reason" between "*** ReadOEM : Bad ephemeris data. ***" and the line;
  * "VorlanLoadFileExt: Out of memory.". Memory: with VORLAN_LOAD_PRACTICAL a failed allocation never ends the process.
- * Threads: as VorlanLoadFile. Loads with different options may run at the same time.
+ * Threads: as VorlanLoadFile. Loads with different options may run at the same time. With VORLAN_LOAD_THREADS the lines
+ * of a file of 16 MB and more are read by as many threads as the process may run on, the calling one included, and at
+ * most one for each 4 MB, if they mean the same wherever they are (docs/threads.md has the formats). These threads end
+ * before the call does. What is stored, and all messages and events with their order, is as without the option; the
+ * last error, the handler and the read observer are served on the calling thread alone. If the system starts no thread,
+ * the calling one reads alone.
  */
 int32_t VorlanLoadFileExt(const char* fileName, int32_t options, int64_t capacity, int64_t satKeys[], int64_t* count);
 

@@ -593,7 +593,7 @@ struct LoadOptions {
     Rules rules = Rules::Practical;
     Keys keys = Keys::Own;
     bool follow_cards = true;  // if not, the files that cards name are told as missing
-    bool threads = false;      // allows several threads for one large file
+    bool threads = false;      // allows several threads for one large file, of 16 MB and more
     bool strict = false;       // anything that could not be read, stored or kept makes the load fail
     ReadListener listener{};
 };
@@ -858,6 +858,14 @@ inline const char* other_clock(std::string_view text) noexcept {
     return nullptr;
 }
 
+// Whether a number looks like a modified Julian date of the years 1957 to 2056, such as 61071.5. Some of these can be
+// read as dates of the form YYDDD.DDD, of 2036 to 2056 and 1957 to 1972.
+inline bool may_be_modified_julian_date(std::string_view text) noexcept {
+    const std::string_view whole = text.substr(0, text.find('.'));
+    const bool digits = has_shape(whole, "00000") && whole >= "36115" && whole < "72364";
+    return digits && std::all_of(text.begin() + std::min(text.size(), whole.size() + 1), text.end(), is_digit);
+}
+
 inline std::optional<Ds50> date(std::string_view text) noexcept {
     // No date is longer than this, and the length must not wrap.
     if (text.size() > 512) return std::nullopt;
@@ -918,7 +926,9 @@ inline SysTime sys_time(Ds50 time) {
 
 inline Ds50 parse(std::string_view text) {
     if (const auto time = try_parse(text)) return *time;
-    const char* const clock = detail::other_clock(detail::without_blanks_around(text));
+    const std::string_view plain = detail::without_blanks_around(text);
+    const char* clock = detail::other_clock(plain);
+    if (!clock && detail::may_be_modified_julian_date(plain)) clock = "a modified Julian date";
     const std::string why = clock ? std::string("it looks like ") + clock + "; " : "";
     throw Error("\"" + std::string(text) + "\" is not a time: " + why + "wanted is UTC such as 2026-01-31T01:02:03",
                 kFailure);

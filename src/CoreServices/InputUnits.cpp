@@ -31,7 +31,13 @@ public:
 
     std::int64_t read(char* bytes, std::size_t capacity) override { return readBytes(file_, bytes, capacity); }
 
-    bool rewind() override { return ::lseek(file_.number(), 0, SEEK_SET) == 0; }
+    bool rewind() override { return goTo(0); }
+
+    std::int64_t size() const override {
+        struct stat status {};
+        return ::fstat(file_.number(), &status) == 0 && S_ISREG(status.st_mode) ? status.st_size : -1;
+    }
+    bool goTo(std::int64_t position) override { return ::lseek(file_.number(), position, SEEK_SET) == position; }
 
 private:
     Descriptor file_;
@@ -47,8 +53,11 @@ public:
         return static_cast<std::int64_t>(count);
     }
 
-    bool rewind() override {
-        position_ = 0;
+    bool rewind() override { return goTo(0); }
+
+    std::int64_t size() const override { return static_cast<std::int64_t>(bytes_.size()); }
+    bool goTo(std::int64_t position) override {
+        position_ = static_cast<std::size_t>(position);
         return true;
     }
 
@@ -80,8 +89,11 @@ public:
         return static_cast<std::int64_t>(count);
     }
 
-    bool rewind() override {
-        position_ = 0;
+    bool rewind() override { return goTo(0); }
+
+    std::int64_t size() const override { return static_cast<std::int64_t>(size_); }
+    bool goTo(std::int64_t position) override {
+        position_ = static_cast<std::size_t>(position);
         return true;
     }
 
@@ -160,13 +172,31 @@ InputUnit::InputUnit(std::unique_ptr<ByteSource> source)
 }
 
 void InputUnit::rewind() {
+    next_ = buffer_.get();
+    lineNumber_ = firstLine_;
     if (!source_) return;
-    failed_ = !source_->rewind();
-    next_ = end_ = buffer_.get();
-    lineNumber_ = 0;
-    bytesRead_ = 0;
     atStart_ = true;
+    fresh_ = true;
     exhausted_ = false;
+    if (holdsStart_ && bytesRead_ > 0 && !failed_ && source_->size() >= 0) return;
+    failed_ = !source_->rewind();
+    end_ = buffer_.get();
+    bytesRead_ = 0;
+    holdsStart_ = true;
+}
+
+// Reads bytes of the source. Their number, 0 at its end and when a read has failed.
+std::int64_t InputUnit::readInto(char* bytes, std::size_t capacity) {
+    const std::int64_t count = source_->read(bytes, capacity);
+    exhausted_ = count == 0;
+    failed_ = count < 0 || (exhausted_ && bytesRead_ < size_);
+    if (count <= 0) return 0;
+    bytesRead_ += count;
+    size_ = std::max(size_, bytesRead_);
+    if (std::memchr(bytes, '\0', static_cast<std::size_t>(count)) != nullptr) {
+        std::replace(bytes, bytes + count, '\0', ' ');
+    }
+    return count;
 }
 
 // Reads more bytes, after those not handed out yet. False when there are none, for whatever reason.
@@ -174,26 +204,19 @@ bool InputUnit::refill() {
     if (exhausted_ || failed_ || !source_) return false;
     const auto kept = static_cast<std::size_t>(end_ - next_);
     char* const start = buffer_.get();
+    if (next_ != start) holdsStart_ = false;
     if (kept > 0 && next_ != start) std::memmove(start, next_, kept);
-    const std::int64_t count = source_->read(start + kept, kBufferBytes - kept);
+    const std::int64_t count = readInto(start + kept, kBufferBytes - kept);
     next_ = start;
-    end_ = start + kept + std::max<std::int64_t>(count, 0);
-    exhausted_ = count == 0;
-    failed_ = count < 0 || (exhausted_ && bytesRead_ < size_);
-    bytesRead_ += std::max<std::int64_t>(count, 0);
-    size_ = std::max(size_, bytesRead_);
-    if (count <= 0) return false;
-    fresh_ = true;
-    char* const fresh = start + kept;
-    if (std::memchr(fresh, '\0', static_cast<std::size_t>(count)) != nullptr) {
-        std::replace(fresh, fresh + count, '\0', ' ');
-    }
-    return true;
+    end_ = start + kept + count;
+    if (count > 0) fresh_ = true;
+    return count > 0;
 }
 
 // Drops the rest of a line whose beginning fills the buffer; the beginning stays.
 void InputUnit::skipLongLine() {
     char* const start = buffer_.get();
+    holdsStart_ = false;
     for (;;) {
         end_ = start + kLongestLine;
         next_ = start;
@@ -270,6 +293,75 @@ void InputUnit::skipLinesWithout(std::string_view marks, bool count) {
     if (lineEnd == std::string_view::npos) return;
     if (count) lineNumber_ += countLines({next_, lineEnd + 1});
     next_ += lineEnd + 1;
+}
+
+namespace {
+
+// The end of the last whole group in a text of whole lines, which begins with a group and has so many lines; 0 if no
+// group is known to end in it.
+std::size_t endOfGroups(std::string_view text, std::int64_t lines, LineGrouping grouping) {
+    const auto beforeLastLine = [](std::string_view part) {
+        part.remove_suffix(1);
+        return part.rfind('\n') + 1;  // 0 if there is none
+    };
+    if (grouping.beginsGroup == nullptr) {
+        for (auto over = lines % static_cast<std::int64_t>(grouping.size); over > 0; --over)
+            text = text.substr(0, beforeLastLine(text));
+        return text.size();
+    }
+    while (!text.empty()) {
+        const std::size_t start = beforeLastLine(text);
+        if (grouping.beginsGroup(text.substr(start))) return start;
+        text = text.substr(0, start);
+    }
+    return 0;
+}
+
+}  // namespace
+
+bool InputUnit::moveLines(InputUnit& to, std::size_t bytes, LineGrouping grouping) {
+    if (atStart_) skipByteOrderMark();
+    if (!to.buffer_) to.buffer_ = std::make_unique_for_overwrite<char[]>(bytes);
+    char* const start = to.buffer_.get();
+    const std::size_t inBuffer = std::min(bytes, static_cast<std::size_t>(end_ - next_));
+    std::copy_n(next_, inBuffer, start);
+    std::size_t size = inBuffer;
+    while (size < bytes && !exhausted_ && !failed_)
+        size += static_cast<std::size_t>(readInto(start + size, bytes - size));
+    const std::string_view text(start, std::string_view(start, size).rfind('\n') + 1);
+    std::int64_t lines = countLines(text);
+    const std::size_t end = endOfGroups(text, lines, grouping);
+    lines -= countLines(text.substr(end));
+
+    const std::size_t rest = size - end;  // stays in this unit
+    if (size == inBuffer) {
+        next_ += end;
+    } else if (rest <= kBufferBytes) {
+        std::copy_n(start + end, rest, buffer_.get());
+        next_ = buffer_.get();
+        end_ = next_ + rest;
+        holdsStart_ = false;
+    } else {
+        goTo(bytesRead_ - static_cast<std::int64_t>(size), lineNumber_);
+        return false;
+    }
+    to.next_ = start;
+    to.end_ = start + end;
+    to.bytesRead_ = position();
+    to.firstLine_ = to.lineNumber_ = lineNumber_;
+    to.atStart_ = false;
+    lineNumber_ += lines;
+    return end > 0;
+}
+
+void InputUnit::goOnAfter(const InputUnit& part) { goTo(part.position(), part.lineNumber_); }
+
+void InputUnit::goTo(std::int64_t position, std::int64_t lineNumber) {
+    failed_ = !source_->goTo(position);
+    next_ = end_ = buffer_.get();
+    lineNumber_ = lineNumber;
+    bytesRead_ = position;
+    holdsStart_ = exhausted_ = false;
 }
 
 bool InputUnit::atEnd() { return next_ == end_ && !refill() && !failed_; }

@@ -26,6 +26,10 @@ public:
 
     // Starts again at the first byte; false if that fails.
     virtual bool rewind() = 0;
+
+    // The number of bytes of a source that can go to any of them, -1 for any other. False if going there fails.
+    virtual std::int64_t size() const { return -1; }
+    virtual bool goTo(std::int64_t /*position*/) { return false; }
 };
 
 // A view of bytes in memory, which must outlive the source.
@@ -35,10 +39,19 @@ std::unique_ptr<ByteSource> memorySource(std::string_view bytes);
 // failed, or EFBIG if there are more than `most` bytes.
 int spoolSource(ByteSource& source, std::int64_t most, std::unique_ptr<ByteSource>& spooled);
 
+// Which lines belong together: groups of so many, or groups that each begin with a certain line.
+struct LineGrouping {
+    std::size_t size = 1;
+    bool (*beginsGroup)(std::string_view line) = nullptr;
+};
+
 class InputUnit {
 public:
     InputUnit() = default;
     explicit InputUnit(std::unique_ptr<ByteSource> source);
+
+    // The source, to be looked at or to be exchanged for one that hands out the same bytes.
+    std::unique_ptr<ByteSource>& source() noexcept { return source_; }
 
     // Reads the next line, cut at `maxColumns` (at most kLongestLine); a shorter one counts as padded with blanks.
     // Returns Error after a failed read or rewind, EndOfData at the end of the file; the line is then empty.
@@ -54,8 +67,23 @@ public:
     // nothing if a mark occurs in it. With `count` the lines count as read, which takes longer.
     void skipLinesWithout(std::string_view marks, bool count = false);
 
-    // Goes back to the first line. If that fails, the next read returns Error.
+    // Goes back to the first line. If that fails, the next read returns Error. What is still in the buffer from the
+    // first byte on is not read again, if the source can go to any byte.
     void rewind();
+
+    // Moves about so many bytes, whole groups of lines, into a unit of their own, which needs no source and numbers its
+    // lines as this one would. False if no group ends there, or none is left. Not with a line still to be unread.
+    bool moveLines(InputUnit& to, std::size_t bytes, LineGrouping grouping);
+
+    // Goes on, for a source that can, after the lines that have been read from a unit into which they were moved.
+    void goOnAfter(const InputUnit& part);
+
+    // The bytes of a source that can go to any of them, and those that are left; -1 for any other source.
+    std::int64_t size() const { return source_ ? source_->size() : -1; }
+    std::int64_t bytesLeft() const {
+        const std::int64_t all = size();
+        return all < 0 ? all : all - position();
+    }
 
     // True when no line is left and no read has failed. May read ahead.
     bool atEnd();
@@ -78,6 +106,11 @@ private:
         bool isCut;
     };
 
+    // Of the next byte in the source.
+    std::int64_t position() const noexcept { return bytesRead_ - (end_ - next_); }
+
+    void goTo(std::int64_t position, std::int64_t lineNumber);
+    std::int64_t readInto(char* bytes, std::size_t capacity);
     bool refill();
     void skipByteOrderMark();
     LineEnd findLineEnd();
@@ -89,10 +122,12 @@ private:
     const char* end_ = nullptr;       // one past the last byte in the buffer
     const char* lastLine_ = nullptr;  // beginning of the line read last
     std::int64_t lineNumber_ = 0;
-    std::int64_t bytesRead_ = 0;  // since the unit was opened or rewound
+    std::int64_t firstLine_ = 0;  // number before that of the first line; not 0 in a unit of moved lines
+    std::int64_t bytesRead_ = 0;  // since the unit was opened or rewound: the position of end_ in the source
     std::int64_t size_ = 0;       // of the file, as far as it has ever been read
     bool atStart_ = true;
-    bool fresh_ = false;  // bytes have come since marks were looked for
+    bool holdsStart_ = true;  // the buffer begins with the first byte of the source, and nothing is missing up to end_
+    bool fresh_ = false;      // bytes have come since marks were looked for
     bool exhausted_ = false;
     bool failed_ = false;
 };

@@ -2,6 +2,8 @@
 
 #include <type_traits>
 
+#include "CoreServices/HeldReports.hpp"
+
 namespace vorlandi {
 namespace {
 
@@ -16,6 +18,8 @@ void setReadObserver(VorlanReadObserver call, void* userData) noexcept { observe
 ReadObserver readObserver() noexcept { return observer; }
 
 void observeRead(std::int32_t event, std::string_view fileName, std::int64_t line, std::string_view text) {
+    HeldReports* const held = heldReports();
+    if (held != nullptr && held->takeEvent(event, fileName, line, text)) return;
     if (observer.call == nullptr) return;
     if (text.data() == nullptr) text = "";  // observers get no null pointer
     observer.call(event, fileName.data(), static_cast<std::int32_t>(fileName.size()), line, text.data(),

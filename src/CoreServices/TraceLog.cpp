@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "CoreServices/HeldAcrossFork.hpp"
+#include "CoreServices/HeldReports.hpp"
 #include "CoreServices/TraceFile.hpp"
 
 namespace vorlandi {
@@ -52,6 +53,11 @@ struct LogLocks {
 constexpr LogLocks kLogLocks;
 [[maybe_unused]] const HeldAcrossFork<kLogLocks> kLogHeldAcrossFork;
 
+bool isKeptBack(std::int32_t severity, std::string_view text) noexcept {
+    HeldReports* const held = heldReports();
+    return held != nullptr && held->takeMessage(severity, text);
+}
+
 void deliver(std::int32_t severity, std::string_view text) {
     if (text.data() == nullptr) text = "";  // handlers get no null pointer
     if (handlerSlot.isSet.load(std::memory_order_acquire)) {
@@ -65,11 +71,15 @@ void deliver(std::int32_t severity, std::string_view text) {
 
 void tracelogerror(std::string_view text) noexcept {
     text = trimmed(text);
+    if (isKeptBack(VORLAN_TRACE_ERROR, text)) return;
     lastError = text;
     deliver(VORLAN_TRACE_ERROR, text);
 }
 
-void traceloginfo(std::string_view text) noexcept { deliver(VORLAN_TRACE_INFO, trimmed(text)); }
+void traceloginfo(std::string_view text) noexcept {
+    text = trimmed(text);
+    if (!isKeptBack(VORLAN_TRACE_INFO, text)) deliver(VORLAN_TRACE_INFO, text);
+}
 
 int openTraceFile(std::string_view name) noexcept { return traceFile.open(name); }
 

@@ -45,23 +45,34 @@ TEST_F(Check, NamesFileAndLineOfWhatLoadingShows) {
     writeExample("end.e", "", "\nEND Ephemeris\n");
     writeExample("covariance.e", "", "CovarianceTimePosVel\n0 1 2 3 4 5 6 7 8\n2400 1 2 3 4 5 6 7 8\n");
     write("none.e", "nothing\n");
+    writeExample("refused.e", "", "");
+    shell("sed -i s/Earth/Moon/ refused.e; cp clean.e 81002_clean.e");
+    write("82.card", "EPHFIL=bad.e\nEPHFIL=81002_clean.e\n");
+    write("seam.e", contentsOf(file("clean.e")) + "2340.0 7000000 0 0 0 7546 0\n2400 6985360 452430 0 -488 7530 0\n");
+    write("1.e", ephemeris(10));
     write("some.card", "VORFIL=missing.e\n");
     struct Case {
         std::string arguments;
         int status;
         Lines findings;
     };
-    for (const Case& c : {Case{"clean.e", 0, {}}, Case{"bad.e", 1, {"error unreadable-line bad.e 29"}},
-                          Case{"bad.e --skip unreadable-line", 0, {}}, Case{"bad.e --only gap,steps", 0, {}},
-                          Case{"late.e", 1, {"warning dropped-point late.e 29"}}, Case{"end.e", 0, {}},
-                          Case{"end.e --fixed-rules", 0, {"note harmless-line end.e 50"}},
-                          Case{"covariance.e --fixed-rules --skip steps,unanswered,below-ground,interpolation,jump",
-                               1,
-                               {"note harmless-line covariance.e 49", "note harmless-line covariance.e 50",
-                                "error covariance-as-points covariance.e "}},
-                          Case{"clean.e clean.e", 1, {"warning duplicate clean.e "}},
-                          Case{"bad.e none.e", 3, {"error unreadable-line bad.e 29", "error not-read none.e "}},
-                          Case{"missing.e", 3, {"error not-read missing.e "}}}) {
+    for (const Case& c :
+         {Case{"clean.e", 0, {}}, Case{"bad.e", 1, {"error unreadable-line bad.e 29"}},
+          Case{"bad.e --skip unreadable-line", 0, {}}, Case{"bad.e --only gap,steps", 0, {}},
+          Case{"late.e", 1, {"warning dropped-point late.e 29"}}, Case{"end.e", 0, {}},
+          Case{"end.e --fixed-rules", 0, {"note harmless-line end.e 50"}},
+          Case{"covariance.e --fixed-rules "
+               "--skip steps,unanswered,below-ground,interpolation,jump,outlier,not-examined",
+               1,
+               {"note harmless-line covariance.e 49", "note harmless-line covariance.e 50",
+                "error covariance-as-points covariance.e "}},
+          Case{"clean.e clean.e", 1, {"warning duplicate clean.e "}},
+          Case{"bad.e none.e", 3, {"error unreadable-line bad.e 29", "error not-read none.e "}},
+          Case{"missing.e", 3, {"error not-read missing.e "}}, Case{"refused.e", 3, {"error not-read refused.e 5"}},
+          Case{"82.card --sat 81002 --only unreadable-line", 0, {}},
+          Case{"82.card --sat 99999 --only unreadable-line", 1, {"error unreadable-line bad.e 29"}},
+          Case{"seam.e --only seam", 0, {"note seam seam.e "}},
+          Case{"1.e --only gap", 0, {"note not-examined 1.e "}}}) {
         SCOPED_TRACE(c.arguments);
         const Outcome outcome = run("check --format csv " + c.arguments);
         EXPECT_EQ(outcome.status, c.status);
@@ -90,6 +101,9 @@ TEST_F(Check, TellsWrongUsageFromWhatItCannotDo) {
     EXPECT_EQ(run("check clean.e --tolerance 0").status, 2);
     EXPECT_EQ(run("check clean.e --from 2026-02-01 --to 2026-01-01").status, 2);
     EXPECT_EQ(run("check clean.e --sat 7").status, 3);
+    const Outcome silenced = run("check missing.e --skip not-read");
+    EXPECT_EQ(silenced.status, 3);
+    EXPECT_EQ(silenced.messages, "vorlandi: missing.e: error: No such file or directory\n");
     EXPECT_EQ(run("check clean.e -o missing/folder").status, 3);
 }
 

@@ -142,6 +142,7 @@ TEST_F(Convert, WritesWhatIsReadAgainAsThePageSays) {
         {"oem", "--oem-version 2.0", "EME2000", "81001.oem", true, false, true, 0, 0},
         {"oem", "--oem-version 2.0 --ref-frame ITRF2014", "ITRF", "81001.oem", true, false, true, 0, 0},
     };
+    fs::create_directory(file("d"));
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.into) + " " + c.options + " from " + c.frame);
         // Times that no microsecond hits, where the format can keep them.
@@ -202,6 +203,10 @@ TEST_F(Convert, RefusesWhatAFormatCannotHoldAndWritesTheRest) {
     write("far.oem",
           oem({{"TEMEOFDATE", kEveryTenMinutes, "0", "81001", false}}) + "2017-06-01T00:00:00 1e13 0 0 1 0 0\n");
     write("late.oem", oem({{"TEMEOFDATE", {}, "0", "81001", false}}) + "2100-01-01T00:00:00 1 2 3 4 5 6\n");
+    write("7.e",
+          "stk.v.4.3\nScenarioEpoch 1 Jan 2026 00:00:00\nDistanceUnit Kilometers\nCoordinateSystem J2000\n"
+          "EphemerisTimePosVel\n0 7000 0 0 0 0 0\n60 7000 100 0 0 0 0\nEND Ephemeris\n");
+    write("early.oem", oem({{"TEMEOFDATE", {}, "0", "81001", false}}) + "1955-01-01T00:00:00.1234567 7000 0 0 0 7 0\n");
     write("1.txt", "9\n9 1 0 20485.5 1 2 3 4 5 6 0 0 0 0\n9 2 0 1e300 1 2 3 4 5 6 0 0 0 0\n");
     const struct Case {
         const char* arguments;
@@ -241,6 +246,14 @@ TEST_F(Convert, RefusesWhatAFormatCannotHoldAndWritesTheRest) {
          "./00007.oem: error: is an input file and would be overwritten", ""},
         {"two.oem --sat 7 --into oem -o - --step 7200 --from 2016-12-30", 0, "", ""},
         {"two.oem --into oem -o two.oem --force", 2, "is an input file and would be overwritten", ""},
+        {"7.e --into oem -o d/7.oem", 0, "(7.e): warning: all velocities are zero: states between", "7.oem"},
+        {"early.oem --into dce-text --directory d", 1, "1 of its 1 times lose digits when they are counted from 1970",
+         ""},
+        {"early.oem --into dce-binary --directory d --round-times", 0, "1 times are rounded, by up to 0.0",
+         "81001.DCE"},
+        {"early.oem --into stk --directory d --round-times", 2, "stk files keep every time", ""},
+        {"two.oem --sat 7 --into oasys --directory d/new", 0, "d/new: new directory", "new"},
+        {"two.oem --sat 7 --into oasys --directory d/new/deep", 1, "d/new/deep: error: No such file or directory", ""},
         {"two.oem --into stk", 2, "needs either --output or --directory", ""},
         {"two.oem --into stk --directory d --originator X", 2, "--originator: is an option of oem alone", ""},
         {"two.oem --into oasys --directory d --cov", 2, "oasys files have no covariances", ""},
@@ -265,9 +278,13 @@ TEST_F(Convert, RefusesWhatAFormatCannotHoldAndWritesTheRest) {
     EXPECT_THAT(contentsOf(file("d/7.e")), testing::StartsWith("stk.v."));
     EXPECT_THAT(run("convert two.oem --sat 7 --into oasys -o - -v").messages,
                 HasSubstr("its covariances are left out"));
+    EXPECT_THAT(run("convert odd.oem two.oem --into oem --oem-version 2.0 -o -").output,
+                testing::AllOf(HasSubstr("COMMENT two.oem\n"), Not(HasSubstr("odd.oem"))));
+    shell("cp two.oem again.oem; vorlandi convert two.oem again.oem --into czml -o d/two.czml");
+    EXPECT_EQ(shell("grep -o '\"id\":\"[0-9-]*' d/two.czml | sort | uniq -c | grep -c ' 1 '").output, "5\n");
 }
 
-// Steps of 10 minutes, a gap that the library does not answer, a point alone, and a gap that it answers.
+// Steps of 10 minutes, a gap that the library does not answer, a point alone, and a gap that it answers, but far off.
 const std::vector<double> kWithGaps{0, 10, 20, 30, 40, 340, 640, 650, 660, 670, 680, 780, 790, 800};
 
 TEST_F(Convert, DividesOemWhereNothingIsAnsweredForAnyReader) {
@@ -303,7 +320,7 @@ TEST_F(Convert, DividesOemWhereNothingIsAnsweredForAnyReader) {
         }
     }
     EXPECT_EQ(header, (Lines{"CCSDS_OEM_VERS 3.0", "CREATION_DATE 1970-01-01T00:00:00", "ORIGINATOR A B"}));
-    const std::vector<std::size_t> sizes{5, 1, 8};
+    const std::vector<std::size_t> sizes{5, 1, 5, 3};
     ASSERT_EQ(segments.size(), sizes.size());
     const std::vector<Row> stored = statesOf("source.oem");
     std::size_t point = 0;
@@ -313,7 +330,7 @@ TEST_F(Convert, DividesOemWhereNothingIsAnsweredForAnyReader) {
         EXPECT_EQ(keys.at("OBJECT_ID") + keys.at("REF_FRAME") + keys.at("TIME_SYSTEM"), "81001EME2000UTC");
         EXPECT_EQ(keys.at("START_TIME") + keys.at("STOP_TIME"), first + last);
         EXPECT_EQ(keys.count("INTERPOLATION_DEGREE"), sizes[i] > 1 ? 1U : 0U);
-        EXPECT_EQ(keys.count("USEABLE_START_TIME"), sizes[i] > 1 ? 1U : 0U);
+        EXPECT_EQ(keys.count("USEABLE_START_TIME"), sizes[i] > 3 ? 1U : 0U);
         ASSERT_EQ(states[i].size(), sizes[i]);
         ASSERT_EQ(covariances[i].size(), sizes[i]);
         for (std::size_t k = 0; k < sizes[i]; ++k, ++point) {
@@ -328,17 +345,23 @@ TEST_F(Convert, DividesOemWhereNothingIsAnsweredForAnyReader) {
             EXPECT_EQ(numbers[21], row.at("cov_vz_vz"));
         }
     }
-    EXPECT_EQ(segments[2].at("USEABLE_STOP_TIME"), stored[12].at("time_utc"));
+    EXPECT_EQ(segments[2].at("USEABLE_STOP_TIME"), stored[9].at("time_utc"));
 
     // Times without an answer end a segment, too. Formats without segments don't mark them.
     const Outcome stepped = run("convert source.oem --into oem -o - --step 300");
-    EXPECT_THAT(stepped.messages, HasSubstr("times have no state and are left out, the first 2016-12-31T22:35:00"));
+    EXPECT_EQ(stepped.status, 1) << "22:35 is in a segment";
+    EXPECT_THAT(stepped.messages,
+                HasSubstr("error: 2 times have no state and are left out, the first 2016-12-31T22:35:"));
+    EXPECT_THAT(stepped.messages, HasSubstr("times are in gaps between its points and are left out, the first "
+                                            "2016-12-31T22:45:00"));
     Lines starts;
     for (const std::string& line : split(stepped.output))
         if (line.starts_with("START_TIME")) starts.push_back(line.substr(line.find('T', 20) + 1, 5));
-    EXPECT_EQ(starts, (Lines{"22:00", "22:40", "03:40", "08:40", "08:50"}));
+    EXPECT_EQ(starts, (Lines{"22:00", "22:40", "03:40", "08:40", "08:50", "11:00"}));
     EXPECT_THAT(run("convert source.oem --into stk -o 81001.e --force").messages,
-                HasSubstr("2 gaps between its points are not marked in stk files"));
+                HasSubstr("3 gaps between its points are not marked in stk files"));
+    EXPECT_EQ(run("convert source.oem --into oem -o - --tolerance 1e30 | grep -c META_START").output, "3\n")
+        << "a gap that is accurate enough cuts nothing";
 }
 
 // The polynomial of degree 7 through four points and their derivatives, by divided differences.
@@ -383,7 +406,7 @@ TEST_F(Convert, WritesCzmlWhoseCurveIsTheLibrarysToAMillimeter) {
     // The period is that of the semimajor axis 6929.2 km.
     EXPECT_EQ(packets.output,
               "1.0 2016-12-31T22:00:00.000000Z/2017-01-01T11:20:00.000000Z "
-              "[('81001', 3, 3, 'INERTIAL'), ('5', 1, 1, 'FIXED')] 5740.316\n");
+              "[('81001', 4, 4, 'INERTIAL'), ('5', 1, 1, 'FIXED')] 5740.316\n");
 
     // t, x, y, z, vx, vy, vz, ... of the last satellite
     const std::string text = contentsOf(file("out.czml"));

@@ -165,6 +165,17 @@ TEST_F(Info, TellsWhetherAllPointsHaveVelocitiesAndCovariances) {
               "nonone");
 }
 
+// With the byte NN for each \xNN.
+std::string unescaped(const std::string& text) {
+    std::string bytes;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool isEscaped = text.compare(i, 2, "\\x") == 0;
+        bytes += isEscaped ? static_cast<char>(std::stoi(text.substr(i + 2, 2), nullptr, 16)) : text[i];
+        i += isEscaped ? 3 : 0;
+    }
+    return bytes;
+}
+
 TEST_F(Info, MakesForeignTextsSafeToShow) {
     struct Case {
         std::string tag, shown, json;
@@ -194,7 +205,9 @@ TEST_F(Info, MakesForeignTextsSafeToShow) {
                     testing::EndsWith("  81001.e  " + (shown.empty() ? tag : shown) + "\n"));
         EXPECT_THAT(run("info tag.card --format json").output,
                     HasSubstr("\"tag\":\"" + (json.empty() ? tag : json) + "\","));
-        EXPECT_THAT(lineOf("tag.card"), HasSubstr(",81001.e," + tag + ",60,"));
+        const std::string csv = lineOf("tag.card");
+        EXPECT_THAT(unescaped(csv), HasSubstr(",81001.e," + tag + ",60,"));
+        EXPECT_EQ(csv != unescaped(csv), !shown.empty() && shown != tag) << "what the table doesn't show is escaped";
     }
 }
 
@@ -210,7 +223,9 @@ TEST_F(Info, KeepsSpreadsheetsFromTakingATextForAFormula) {
         EXPECT_THAT(lineOf("tag.card"), HasSubstr(",81001.e," + field + ",60,"));
     }
     for (const auto& [name, field] : std::initializer_list<std::pair<std::string, std::string>>{
-             {"\t81001.e", ",'\t81001.e,"}, {"\r81001.e", ",\"'\r81001.e\","}, {"a\n81001.e", ",\"a\n81001.e\","}}) {
+             {"\t81001.e", ",\\x0981001.e,"},
+             {"a\n,81001.e", ",\"a\\x0a,81001.e\","},
+             {"\xFF\xC2\x9B\xC3\xA9_81001.e", ",\\xff\\xc2\\x9b\xC3\xA9_81001.e,"}}) {
         fs::rename(file("81001.e"), file(name));
         EXPECT_THAT(run("info --format csv *81001.e").output, HasSubstr(field));
         fs::rename(file(name), file("81001.e"));

@@ -23,6 +23,27 @@ std::string replaced(std::string text, const std::string& before, const std::str
 
 class Loading : public CommandLine {};
 
+TEST_F(Loading, NumbersASatelliteThatHasNone) {
+    write("plain.e", ephemeris(10));
+    write("99999.e", ephemeris(10));
+    write("two.e", ephemeris(10) + ephemeris(10, 86400.0));
+    for (const auto& [command, output] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"info --format csv --number 7 plain.e 81001.e | cut -d, -f1", "satellite\n7\n81001\n"},
+             {"states --format csv --number 7 --sat 7 plain.e | tail -1 | cut -d, -f1", "7\n"},
+             {"check --format csv --number 7 --sat 7 plain.e | tail -1 | cut -d, -f5", "7\n"},
+             {"convert --number 7 plain.e --into oem -o - | grep OBJECT_ID", "OBJECT_ID = 7\n"}})
+        EXPECT_EQ(run(command).output, output) << command;
+    for (const auto& [files, message] : std::initializer_list<std::pair<std::string, std::string>>{
+             {"81001.e", "--number: every satellite has a number already"},
+             {"99999.e", "--number: every satellite has a number already"},
+             {"two.e", "--number: two.e holds several satellites without a number"}}) {
+        const Outcome outcome = run("info --number 7 " + files);
+        EXPECT_EQ(outcome.status, 2) << files;
+        EXPECT_THAT(outcome.messages, HasSubstr(message));
+    }
+    EXPECT_EQ(run("save --number 7 - plain.e").status, 2);
+}
+
 TEST_F(Loading, SaysOfEveryFaultInWhichFileAndLineItIs) {
     write("prose.txt", "Nothing of interest\n");
     write("orbits.sp3", "#dP2026 1 31\n");
@@ -48,7 +69,7 @@ TEST_F(Loading, SaysOfEveryFaultInWhichFileAndLineItIs) {
     for (const auto& [name, messages] : std::initializer_list<std::pair<std::string, Lines>>{
         {"missing.e", {"missing.e: error: No such file or directory"}},
         {"'\x1b]0;\x9B.e'", {"?]0;?.e: error: No such file or directory"}},
-        {"folder", {"folder: error: Is a directory"}},
+        {"folder", {"folder: error: Is a directory"}}, {"/dev/null", {"/dev/null: error: not a regular file"}},
         {"--fixed-rules prose.txt", {"prose.txt: error: no ephemeris recognised in this file, "
          "nor in any that its cards name"}},
         {"orbits.sp3", {"orbits.sp3: error: no ephemeris format recognised; it seems to hold SP3"}},

@@ -32,6 +32,27 @@ TEST_F(Time, IsShownInEveryForm) {
     EXPECT_EQ(early.at(15), "-426189600.000000");
 }
 
+TEST_F(Time, InALeapSecondIsNotTheOneAfter) {
+    for (const char* const text : {"2016-12-31T23:59:60.25Z", "31 Dec 2016 23:59:60.25", "16366235960.25"}) {
+        const Lines leap = formsOf(text);
+        EXPECT_EQ(leap.at(0) + " " + leap.at(2), "2016-12-31T23:59:60.250000 16366235960.250") << text;
+        EXPECT_EQ(leap.at(11) + " " + leap.at(12), "2017-01-01T00:00:36.250000 36");
+        EXPECT_EQ(leap.at(14), "17.250000");
+    }
+    EXPECT_EQ(formsOf("2017-01-01T00:00:00.25").at(14), "18.250000");
+    write("none.list", "#$ 1\n#@ 9999999999\n2272060800 10\n");
+    EXPECT_THAT(run("time --leap-seconds none.list 2026-01-31 --format csv").output, HasSubstr("T00:00:10.000000,10,"));
+}
+
+TEST_F(Time, OfAModifiedJulianDateIsTold) {
+    EXPECT_THAT(
+        run("time 61071.5625").messages,
+        HasSubstr("61071.5625 is read as YYDDD.DDD, 1961-03-12T13:30:00.000000; it looks like a modified Julian "
+                  "date, that of 2026-01-31T13:30:00.000000"));
+    EXPECT_THAT(run("time 60700.5").messages, HasSubstr("is not a time: it looks like a modified Julian date"));
+    EXPECT_EQ(run("time 26031.5 1961071.5").messages, "");
+}
+
 TEST_F(Time, CanBeSeveral) {
     EXPECT_THAT(run("time --format json 1956-06-30 2026-01-31").output,
                 testing::MatchesRegex("\\{\"schema\":\"vorlandi.time/1\",\"times\":\\[\n\\{\"utc\":\"1956-06-30T.*"

@@ -32,7 +32,12 @@ TEST_F(Usage, IsCheckedBeforeAnythingIsLoaded) {
         {"STATES --times 81001.e", "--times 81001.e:1: \"stk.v"}, {"STATES --times /dev/null", "has no times"},
         {"STATES --leap-seconds missing", "--leap-seconds: missing: No such file"},
         {"info --format jsonl 81001.e", "--format: jsonl"}, {"time tomorrow", "TEXT: \"tomorrow\" is not a time"},
-        {"time 2300-01-01", "outside the years 1900 to 2199"}}) {
+        {"time 2300-01-01", "outside the years 1900 to 2199"}, {"help nonsense", "unknown command nonsense"},
+        {"check --tolerance nan 81001.e", "--tolerance: nan is not a finite number above 0"},
+        {"check --tolerance inf 81001.e", "--tolerance: "}, {"check --tolerance -1 81001.e", "--tolerance: "},
+        {"check --gap-factor nan 81001.e", "--gap-factor: "}, {"check --gap-factor 0.5 81001.e", "--gap-factor: "},
+        {"check --limit -1 81001.e", "--limit: -1 is not a whole number"}, {"check -j -1 81001.e", "-j: "},
+        {"convert 81001.e --into oem -o x --tolerance 0", "--tolerance: "}}) {
         // clang-format on
         const std::string line =
             std::regex_replace(std::regex_replace(arguments, std::regex("STATES"), "states missing.e"),

@@ -20,7 +20,9 @@ TEST(ReadEELV, CountsFromItsFirstLineAndConvertsFeet) {
         {"below", put(kGood, 1, 24, "-.3E99 "), {"@1", invalid}, 0},
         {"six numbers", put(kGood, 2, "60 1 2 3 4 5"), {"!@2"}, 1},
         {"a blank line", put(kGood, 2, ""), {"!"}, 1},
+        {"hour 24", put(kGood, 1, 70, "2.4E1"), {}, 2},
     });
+    expectLoads("ReadEELV", {{"hour 24", put(kGood, 1, 70, "2.4E1"), {"@1", invalid}, 0}}, ReadingRules::practical());
 }
 // clang-format on
 

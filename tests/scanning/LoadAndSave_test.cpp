@@ -1,10 +1,13 @@
 // Loading and saving through the exported functions: cards, tags, blocks after one another, status codes,
 // what a saved file holds, and loading by several threads at once.
+#include <malloc.h>
+
 #include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <thread>
 
+#include "CoreServices/Sanitized.hpp"
 #include "Vorlandi/VorlandiTree.hpp"
 #include "scanning/LoadingTest.hpp"
 
@@ -245,6 +248,26 @@ TEST(LoadingByThreads, StoresTheSameAsLoadingOneByOne) {
         EXPECT_TRUE(contents == oneByOne);
     }
     vorlanemptytree();
+}
+
+TEST_F(LoadAndSave, LinesAfterTheLastBlockCostNoMemory) {
+    if (VORLANDI_SANITIZED) GTEST_SKIP() << "their heap is another one";
+    std::string text = stk("J2000", {});
+    text.resize(text.size() - std::string("end Ephemeris\n").size());
+    for (int k = 0; k < 1200; ++k)
+        text += std::to_string(60 * k) + " 7000 1 2 3 4 5\n";
+    text += "end Ephemeris\n";
+    const auto heapOf = [&](const std::string& bytes) {
+        const std::size_t before = mallinfo2().uordblks;
+        VorlanLoadBytes(bytes.data(), static_cast<std::int64_t>(bytes.size()), "9.e", 0, 0, nullptr, nullptr);
+        const std::size_t after = mallinfo2().uordblks;
+        VorlanRemoveAllSats();
+        return after - before;
+    };
+    heapOf(text);  // pools begin
+    const std::size_t expected = heapOf(text);
+    for (const std::string rest : {"\n", "* a comment\n\n", "END Ephemeris\n"})
+        EXPECT_NEAR(static_cast<double>(heapOf(text + rest)), static_cast<double>(expected), 1000.0) << rest;
 }
 
 }  // namespace

@@ -17,6 +17,7 @@ LoadRequest requestOf(std::int32_t options) noexcept {
     LoadRequest request;
     if ((options & VORLAN_LOAD_PRACTICAL) != 0) request.rules = ReadingRules::practical();
     if ((options & VORLAN_LOAD_DMA_KEYS) != 0) request.keyMode = kDmaKeyMode;
+    request.threads.isAllowed = (options & VORLAN_LOAD_THREADS) != 0;
     request.followsCards = (options & VORLAN_LOAD_NO_CARDS) == 0;
     return request;
 }

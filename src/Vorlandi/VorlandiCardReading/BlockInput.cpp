@@ -14,6 +14,7 @@ ReadOutcome BlockInput::skipLines(int count) {
 }
 
 void BlockInput::appendLate(const Vorlanstate& point, const Vorlanrecord& record, const PointCovariance* covariance) {
+    hasLatePoints_ = true;
     if (rules_.has(Rule::SeamBeginsRecord) && record.numberOfPoints() > 0) {
         records_.takeLate(point, covariance, record, place_);
     } else {

@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "CoreServices/InputUnits.hpp"
 #include "CoreServices/Texts.hpp"
 #include "Vorlandi/VorlandiCardReading/BlockRecords.hpp"
+#include "Vorlandi/VorlandiCardReading/ChunkedReading.hpp"
 #include "Vorlandi/VorlandiCardReading/PointAccumulation.hpp"
 #include "Vorlandi/VorlandiCardReading/ReadPlace.hpp"
 #include "Vorlandi/VorlandiCardReading/ReadingRules.hpp"
@@ -41,8 +43,8 @@ inline ReadOutcome readState(FreeFormList& list, Vorlanstate& point) noexcept {
 class BlockInput {
 public:
     BlockInput(InputUnit& unit, std::string_view headerLine, std::string_view fileName,
-               ReadingRules rules = ReadingRules::fixed(), RecordSink* sink = nullptr)
-        : unit_(unit), sink_(sink), place_{fileName, unit.lineNumber(), {}}, rules_(rules) {
+               ReadingRules rules = ReadingRules::fixed(), RecordSink* sink = nullptr, ThreadRequest* threads = nullptr)
+        : unit_(&unit), sink_(sink), threads_(threads), place_{fileName, unit.lineNumber(), {}}, rules_(rules) {
         headerLine_ = headerLine;
         place_.line = headerLine_;
     }
@@ -58,15 +60,15 @@ public:
 
     // The next line, which stays valid until the next one is read.
     ReadOutcome readLine(std::string_view& line) {
-        const ReadOutcome outcome = unit_.readLine(kEphemerisColumns, line);
-        blame(line, unit_.lineNumber());
+        const ReadOutcome outcome = unit_->readLine(kEphemerisColumns, line);
+        blame(line, unit_->lineNumber());
         if (outcome != ReadOutcome::Success) [[unlikely]]
             ++place_.number;
         return outcome;
     }
 
     // Leaves the line read last to the next block. Only right after it was read.
-    void unreadLine() noexcept { unit_.unreadLine(); }
+    void unreadLine() noexcept { unit_->unreadLine(); }
 
     // The line to blame for what goes wrong now. At first it is the header; then the line read last, or, if it could
     // not be read, the empty one after the last; a reader of groups sets it to the first line of a group.
@@ -81,7 +83,26 @@ public:
     // Skips lines. Error or EndOfData if the file doesn't have that many.
     ReadOutcome skipLines(int count);
 
-    void rewind() { unit_.rewind(); }
+    void rewind() { unit_->rewind(); }
+
+    // Reads lines that mean the same wherever they are by several threads, if the load allows it and they are many. They
+    // begin with a group. `read(part, record)` reads the lines of a part, up to its end or to one that it leaves; it
+    // runs on several threads at once. Lines may be left, also all of them.
+    template <class Read>
+    void readInChunks(Vorlanrecord& record, LineGrouping grouping, const Read& read) {
+        if (threads_ != nullptr) vorlandi::readInChunks(*this, *unit_, record, grouping, PartReader(read), *threads_);
+    }
+
+    // Takes lines from another unit while `read` runs.
+    template <class Read>
+    void readFrom(InputUnit& unit, Read read) {
+        struct Back {
+            ~Back() { input.unit_ = before; }
+            BlockInput& input;
+            InputUnit* before;
+        } const back{*this, std::exchange(unit_, &unit)};
+        read();
+    }
 
     // ---- Numbers, in the forms that the rules allow ----
 
@@ -109,6 +130,9 @@ public:
             appendLate(point, record, covariance);
     }
 
+    // Has a point been appended that is not later than the last one?
+    bool hasLatePoints() const noexcept { return hasLatePoints_; }
+
     // What divides the points of this block into records.
     BlockRecords& records() noexcept { return records_; }
 
@@ -134,12 +158,14 @@ public:
 private:
     void appendLate(const Vorlanstate& point, const Vorlanrecord& record, const PointCovariance* covariance);
 
-    InputUnit& unit_;
+    InputUnit* unit_;
     RecordSink* sink_;
+    ThreadRequest* threads_;  // null: one thread alone
     InlineChars<kEphemerisColumns> headerLine_;
     ReadPlace place_;
     ReadingRules rules_;
     BlockRecords records_;
+    bool hasLatePoints_ = false;
 };
 
 }  // namespace vorlandi

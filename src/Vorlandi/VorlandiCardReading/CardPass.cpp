@@ -13,9 +13,6 @@
 namespace vorlandi {
 namespace {
 
-// A line without these characters is not a tag card, and if it is an input-file card, it doesn't name a file.
-constexpr std::string_view kCardMarks = "#=";
-
 // A fault of the system, which may be gone at the next try, and not one of the name or the file.
 constexpr bool isShortage(int error) noexcept {
     return error == EMFILE || error == ENFILE || error == ENOMEM || error == EIO;

@@ -5,6 +5,7 @@
 #include "TimeLibrary/DateTexts.hpp"
 #include "TimeLibrary/SatelliteKeys.hpp"
 #include "Vorlandi/VorlandiCardReading/FormatDetection.hpp"
+#include "Vorlandi/VorlandiCardReading/Trial.hpp"
 #include "Vorlandi/VorlandiTree.hpp"
 
 namespace vorlandi {
@@ -35,7 +36,7 @@ MessageText summaryOf(const Vorlanrecord& record) noexcept {
 }
 
 EphemerisPass::EphemerisPass(InputUnit& unit, const InputFile& file, InputTag& tag, Load& load)
-    : unit_(unit), file_(file), tag_(tag), load_(load) {
+    : unit_(unit), file_(file), tag_(tag), load_(load), threads_(load.request.threads) {
     record_.fileName = file_.name;
     cardTag_ = tag.view();
     record_.inputTag = cardTag_.view();
@@ -76,18 +77,31 @@ std::int32_t EphemerisPass::readBlocks() {
 // False if the block failed or the record has no points after it.
 bool EphemerisPass::readOnWorkingRecord(const FormatRow& row, std::string_view line) {
     found(row.name, unit_.lineNumber());
-    BlockInput block(unit_, line, file_.name);
+    BlockInput block(unit_, line, file_.name, load_.request.rules, nullptr, &threads_);
     const std::int32_t status = row.reader(block, record_);
     readFailed_ = unit_.failed();
     return status != kFailure && hasData(block.headerLine());
 }
 
 void EphemerisPass::storeWorkingRecord() {
-    // While lines are left, a further block would go on from this record.
-    const bool isLast = unit_.atEnd();
+    const std::int64_t line = unit_.lineNumber();
+    const bool isLast = skipToFormat() == ReadOutcome::EndOfData;
+    // A further block would go on from this record.
     if (isLast) trimvorlanempts(record_);
-    add(isLast ? std::move(record_) : shareOf(record_), unit_.lineNumber(), header_);
+    add(isLast ? std::move(record_) : shareOf(record_), line, header_);
     tag_ = std::string_view{};
+}
+
+// Skips the lines ahead that have no format.
+ReadOutcome EphemerisPass::skipToFormat() {
+    std::string_view line;
+    for (;;) {
+        const ReadOutcome outcome = unit_.readLine(kEphemerisColumns, line);
+        if (outcome != ReadOutcome::Success) return outcome;
+        if (isComment(line) || isBlank(line) || recognise(line, load_.request.rules) == nullptr) continue;
+        unit_.unreadLine();
+        return outcome;
+    }
 }
 
 // False if the block failed or has no points.
@@ -95,7 +109,7 @@ bool EphemerisPass::readOwnRecords(const FormatRow& row, std::string_view line) 
     found(row.name, unit_.lineNumber());
     beginRecord();
     hasSegments_ = false;
-    BlockInput block(unit_, line, file_.name, load_.request.rules, this);
+    BlockInput block(unit_, line, file_.name, load_.request.rules, this, &threads_);
     const std::int32_t status = row.practicalReader(block, record_);
     readFailed_ = unit_.failed();
     if (status == kFailure) return false;
@@ -168,6 +182,7 @@ bool EphemerisPass::hasData(std::string_view headerLine) const {
 }
 
 void EphemerisPass::add(Vorlanrecord&& record, std::int64_t line, std::int64_t header) {
+    if (load_.trial != nullptr && !load_.trial->settle()) return;
     const auto [satNum, epoch] = std::pair(record.satNum, record.epoch);
     const Vorlanbintree* stored = nullptr;
     const std::int32_t keyMode = load_.request.keyMode.value_or(effectiveKeyMode());

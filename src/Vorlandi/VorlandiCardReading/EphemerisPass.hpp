@@ -40,6 +40,7 @@ private:
     std::int32_t readBlocks();
     bool readOnWorkingRecord(const FormatRow& row, std::string_view line);
     void storeWorkingRecord();
+    ReadOutcome skipToFormat();
     bool readOwnRecords(const FormatRow& row, std::string_view line);
     void beginRecord();
     std::int32_t readDceBinary();
@@ -55,6 +56,7 @@ private:
     const InputFile& file_;
     InputTag& tag_;
     Load& load_;
+    ThreadRequest threads_;
     Vorlanrecord record_;
     InputTag cardTag_;  // of the last tag card, or of the card that names the file
     std::string_view foreign_;

@@ -104,6 +104,18 @@ std::int32_t vorlancardtype(std::string_view line) noexcept {
     return row != nullptr ? row->code : kUnknownFormat;
 }
 
+bool mayBeginCard(std::string_view head) noexcept {
+    const auto mayHave = [head](const LineTest& test) {
+        const TextAt& wanted = test.texts[0];
+        return wanted.column == 1 &&
+               hasText(head, {1, wanted.text.substr(0, std::min(head.size(), wanted.text.size()))});
+    };
+    return std::any_of(std::begin(kFormats), std::end(kFormats), [&](const FormatRow& row) {
+        const bool isCard = row.code == kInputFileCard || row.code == kTagCard;
+        return isCard && std::any_of(row.alternatives.begin(), row.alternatives.end(), mayHave);
+    });
+}
+
 bool mayBeCard(std::string_view line) noexcept {
     if (line.empty()) return false;
     const char first = touppercase(line.front());

@@ -103,6 +103,14 @@ const FormatRow* recognise(std::string_view line, ReadingRules rules = ReadingRu
 // The code of that row, kUnknownFormat for none.
 std::int32_t vorlancardtype(std::string_view line) noexcept;
 
+// A line without these characters is not a tag card, and if it is an input-file card, it doesn't name a file.
+constexpr std::string_view kCardMarks = "#=";
+
+// Can a line with this beginning, of any length, be an input-file card or a tag card? Cards are told by no more than
+// kCardHead characters.
+constexpr std::size_t kCardHead = 18;
+bool mayBeginCard(std::string_view head) noexcept;
+
 // Can a line that begins so be an input-file card or a tag card? A quick look that saves most lines the tests.
 bool mayBeCard(std::string_view line) noexcept;
 

@@ -4,6 +4,7 @@
 #include "Vorlandi/VorlandiCardReading/CardPass.hpp"
 #include "Vorlandi/VorlandiCardReading/EphemerisPass.hpp"
 #include "Vorlandi/VorlandiCardReading/FormatDetection.hpp"
+#include "Vorlandi/VorlandiCardReading/Trial.hpp"
 
 namespace vorlandi {
 
@@ -27,9 +28,49 @@ std::int32_t readvorlansfrfile(const InputFile& file, Load& load) {
     return isBinary ? load.statusWith(ReadOnlyVorlans(unit, file, tag, load)) : readvorlansfrfileunit(unit, file, load);
 }
 
-std::int32_t readvorlansfrfileunit(InputUnit& unit, const InputFile& file, Load& load) {
+namespace {
+
+// The end of a load, when the passes over its file are done.
+std::int32_t finish(const EphemerisPass& pass, std::int32_t status, bool foundCard, const InputFile& file, Load& load) {
+    if (load.has(Rule::UnrecognisedFileFails) && !pass.foundBlock() && !foundCard) {
+        reportUnrecognised(file.name, pass.foreignFormat());
+        load.miss();
+    }
+    return load.statusWith(status);
+}
+
+// Reads a file that has no cards. Nothing if it has, or can't be read: nothing has been done then.
+std::optional<std::int32_t> readWithoutCards(InputUnit& unit, const InputFile& file, Load& load) {
+    Trial trial(unit);
+    if (!trial.mayBegin()) return std::nullopt;
+    load.trial = &trial;
+    struct End {
+        ~End() { load.trial = nullptr; }
+        Load& load;
+    } const end{load};
     InputTag tag;
+    EphemerisPass pass(unit, file, tag, load);
+    std::int32_t status = kFailure;
+    try {
+        status = pass.run();
+    } catch (...) {
+        if (trial.settle()) throw;
+    }
+    if (trial.settle()) return finish(pass, status, false, file, load);
+    load.startAgain();
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::int32_t readvorlansfrfileunit(InputUnit& unit, const InputFile& file, Load& load) {
     unit.rewind();
+    if (unit.size() >= 0) {
+        if (const auto status = readWithoutCards(unit, file, load)) return *status;
+        unit.rewind();
+    }
+
+    InputTag tag;
     CardPass cards(unit, file, tag, load);
     const std::int64_t unreadable = cards.run();
     unit.rewind();
@@ -40,11 +81,7 @@ std::int32_t readvorlansfrfileunit(InputUnit& unit, const InputFile& file, Load&
     if (unreadable > 0 && !pass.readFailed()) {
         blockFailed({file.name, unreadable, {}}, "readvorlansfrfileunit", kFileReadError);
     }
-    if (load.has(Rule::UnrecognisedFileFails) && !pass.foundBlock() && !cards.foundCard()) {
-        reportUnrecognised(file.name, pass.foreignFormat());
-        load.miss();
-    }
-    return load.statusWith(status);
+    return finish(pass, status, cards.foundCard(), file, load);
 }
 
 std::int64_t addvorlanfile(std::string_view fileName) {

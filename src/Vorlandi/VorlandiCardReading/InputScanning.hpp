@@ -1,5 +1,6 @@
 // Input scanning: the passes over an input file. A card pass follows the cards that name ephemeris files; an ephemeris
-// pass gives each recognised block to its reader and stores the record that it fills.
+// pass gives each recognised block to its reader and stores the record that it fills. What the files of cards make comes
+// first. A file is tried without a card pass, which shows whether it has cards.
 //
 // Nothing is locked while a file is read. Status: 0; 2 if reading failed, and what was stored before stays; or the
 // errno of a failed open. By the practical rules it is also 2 if anything was left out; a message says what.
@@ -19,7 +20,7 @@ namespace vorlandi {
 // Reads a file: one whose name ends in .DCE as DCE binary, any other in a card pass and an ephemeris pass.
 std::int32_t readvorlansfrfile(const InputFile& file, Load& load);
 
-// The two passes over an open unit.
+// The passes over an open unit. A file without cards is read once.
 std::int32_t readvorlansfrfileunit(InputUnit& unit, const InputFile& file, Load& load);
 
 // Reads a file in an ephemeris pass alone, by the fixed rules. Returns the key of the record stored last, or of the

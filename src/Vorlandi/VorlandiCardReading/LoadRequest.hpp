@@ -11,14 +11,18 @@
 #include "CoreServices/Status.hpp"
 #include "CoreServices/Texts.hpp"
 #include "TimeLibrary/SatelliteKeys.hpp"
+#include "Vorlandi/VorlandiCardReading/ChunkedReading.hpp"
 #include "Vorlandi/VorlandiCardReading/ReadingRules.hpp"
 
 namespace vorlandi {
+
+class Trial;
 
 struct LoadRequest {
     ReadingRules rules = ReadingRules::fixed();
     std::optional<std::int32_t> keyMode = {};  // none: the key modes of the process hold
     bool followsCards = true;
+    ThreadRequest threads = {};
 };
 
 // The keys of stored records: the first ones in the caller's array, and the number of all.
@@ -54,7 +58,11 @@ public:
         return status != kSuccess || complete_ ? status : std::int32_t{kFailure};
     }
 
+    // Forgets what was missed: the file is read again.
+    void startAgain() noexcept { complete_ = true; }
+
     const LoadRequest request{};
+    Trial* trial = nullptr;  // while the file is read on the supposition that it has no cards
     StoredKeys stored;
     std::int64_t lastKey = kNoKey;  // what adding the last record returned, 0 for a refused duplicate
 

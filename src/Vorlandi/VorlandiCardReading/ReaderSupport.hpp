@@ -81,6 +81,18 @@ std::int32_t useLinesToEnd(BlockInput& input, std::string_view reader, Vorlanrec
     }
 }
 
+// The same for lines that mean the same wherever they are, and so may be read by several threads:
+// `use(line, input, record)` uses nothing else that changes.
+template <class Use>
+std::int32_t useLoneLinesToEnd(BlockInput& input, std::string_view reader, Vorlanrecord& record, const Use& use) {
+    input.readInChunks(record, {}, [&use](BlockInput& part, Vorlanrecord& partRecord) {
+        std::string_view line;
+        while (part.readLine(line) == ReadOutcome::Success)
+            use(line, part, partRecord);
+    });
+    return useLinesToEnd(input, reader, record, [&](std::string_view line) { use(line, input, record); });
+}
+
 // The satellite number in a file's base name, 99999 if there is none. By the fixed rules it is the first five
 // characters; the practical rules are those of Rule::NumberFromLongName.
 std::int32_t satNumFromFileName(std::string_view fileName, ReadingRules rules = ReadingRules::fixed()) noexcept;

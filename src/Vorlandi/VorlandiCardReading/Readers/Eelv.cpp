@@ -61,8 +61,9 @@ std::int32_t ReadEELV(BlockInput& input, Vorlanrecord& record) {
     }
     record.satNum = kUncataloguedSatNum;
     record.coordSys = kEci;
-    return useLinesToEnd(input, kName, record,
-                         [&](std::string_view line) { readPoint(line, referenceEpoch, input, record); });
+    return useLoneLinesToEnd(input, kName, record, [=](std::string_view line, BlockInput& part, Vorlanrecord& points) {
+        readPoint(line, referenceEpoch, part, points);
+    });
 }
 
 }  // namespace vorlandi

@@ -52,6 +52,11 @@ std::int32_t ReadITC(BlockInput& input, Vorlanrecord& record) {
     const bool covariance = columns(header, kCovariance.first, kCovariance.last) != kWithoutCovariance;
     const std::size_t covarianceLines = covariance ? kCovarianceLines : 0;
 
+    input.readInChunks(record, {1 + covarianceLines}, [=](BlockInput& part, Vorlanrecord& points) {
+        LineGroup lines(1 + covarianceLines);
+        while (lines.read(part) == ReadOutcome::Success)
+            readPoint(lines, covarianceLines, part, points);
+    });
     LineGroup lines(1 + covarianceLines);
     for (;;) {
         const ReadOutcome outcome = lines.read(input);

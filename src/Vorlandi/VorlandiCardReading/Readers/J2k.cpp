@@ -43,7 +43,7 @@ void readPoint(std::string_view line, BlockInput& input, Vorlanrecord& record) {
 std::int32_t ReadJ2K(BlockInput& input, Vorlanrecord& record) {
     record.satNum = 0;
     record.coordSys = kJ2k;
-    return useLinesToEnd(input, kName, record, [&](std::string_view line) { readPoint(line, input, record); });
+    return useLoneLinesToEnd(input, kName, record, readPoint);
 }
 
 }  // namespace vorlandi

@@ -47,7 +47,7 @@ void readPoint(std::string_view line, BlockInput& input, Vorlanrecord& record) {
 std::int32_t ReadLCH(BlockInput& input, Vorlanrecord& record) {
     record.coordSys = kEci;
     if (!readHeader(input, record)) return blockFailed(input, kName, kFileReadError);
-    return useLinesToEnd(input, kName, record, [&](std::string_view line) { readPoint(line, input, record); });
+    return useLoneLinesToEnd(input, kName, record, readPoint);
 }
 
 }  // namespace vorlandi

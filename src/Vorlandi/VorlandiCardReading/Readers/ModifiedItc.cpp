@@ -64,22 +64,45 @@ public:
     PointReader(BlockInput& input, Vorlanrecord& record) noexcept : input_(input), record_(record) {}
 
     std::int32_t run() {
-        std::string_view line;
-        for (;;) {
-            const ReadOutcome outcome = input_.readLine(line);
-            if (outcome == ReadOutcome::Error) return blockFailed(input_, kName, kFileReadError);
-            if (outcome == ReadOutcome::EndOfData) break;
-            if (beginsBlock(line)) [[unlikely]] {
-                input_.unreadLine();
-                break;
-            }
-            take(withoutBlanksBefore(line));
-        }
+        ReadOutcome outcome = ReadOutcome::Success;
+        while (headerLines_ < kHeaderLines && outcome == ReadOutcome::Success)
+            outcome = readLine();
+        // Axes that are not read are told once.
+        if (outcome == ReadOutcome::Success && after_ == After::CompletePoint && std::string_view(axes_) == kUvw)
+            readInChunks();
+        while (outcome == ReadOutcome::Success)
+            outcome = readLine();
+        if (outcome == ReadOutcome::Error) return blockFailed(input_, kName, kFileReadError);
         finishPoint();
         return blockRead(record_);
     }
 
 private:
+    // EndOfData also at the beginning of another block.
+    ReadOutcome readLine() {
+        std::string_view line;
+        const ReadOutcome outcome = input_.readLine(line);
+        if (outcome != ReadOutcome::Success) return outcome;
+        if (beginsBlock(line)) [[unlikely]] {
+            input_.unreadLine();
+            return ReadOutcome::EndOfData;
+        }
+        take(withoutBlanksBefore(line));
+        return outcome;
+    }
+
+    void readInChunks() {
+        const LineGrouping points{1,
+                                  [](std::string_view line) { return !timeField(withoutBlanksBefore(line)).empty(); }};
+        input_.readInChunks(record_, points, [](BlockInput& part, Vorlanrecord& record) {
+            PointReader reader(part, record);
+            reader.endHeader(kUvw);
+            while (reader.readLine() == ReadOutcome::Success) {
+            }
+            reader.finishPoint();
+        });
+    }
+
     // What the next line follows.
     enum class After {
         CompletePoint,  // or the header

@@ -28,7 +28,7 @@ std::int32_t ReadOwner(BlockInput& input, Vorlanrecord& record) {
     record.coordSys = kJ2k;
     record.satNum = satNumFromFileName(input.fileName(), input.rules());
     input.rewind();
-    return useLinesToEnd(input, kName, record, [&](std::string_view line) { readPoint(line, input, record); });
+    return useLoneLinesToEnd(input, kName, record, readPoint);
 }
 
 }  // namespace vorlandi

@@ -138,6 +138,12 @@ std::int32_t ReadDotE(BlockInput& input, Vorlanrecord& record) {
         return blockFailed(input, kName, "Unable to read reference epoch time.");
     }
 
+    input.readInChunks(record, {}, [&header](BlockInput& part, Vorlanrecord& points) {
+        std::string_view line;
+        while (part.readLine(line) == ReadOutcome::Success) {
+            if (readDataLine(line, header, part, points)) return part.unreadLine();
+        }
+    });
     std::string_view line;
     for (;;) {
         const ReadOutcome outcome = input.readLine(line);

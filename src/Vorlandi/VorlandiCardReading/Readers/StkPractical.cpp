@@ -33,6 +33,13 @@ std::string_view unquoted(std::string_view text) noexcept {
     return stripped(text.substr(1, text.find(text[0], 1) - 1));
 }
 
+// A line without the blanks before it; empty for a comment.
+std::string_view contentOf(std::string_view line) noexcept {
+    const auto first = line.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos || line[first] == '#' || isComment(line)) return {};
+    return line.substr(first);
+}
+
 std::string_view firstWord(std::string_view text) noexcept { return takeWord(text); }
 
 bool contains(std::string_view text, std::string_view word) noexcept {
@@ -53,6 +60,17 @@ std::string_view dateIn(std::string_view text) noexcept {
     }
     return text;
 }
+
+// Reads the lines of a section of states. Each thread that reads some has one of its own.
+struct StateReader {
+    ElapsedTime time;
+    double km;
+    std::size_t numbers;
+    std::string_view section;
+
+    void read(std::string_view text, BlockInput& input, Vorlanrecord& record);
+    void readLines(BlockInput& input, Vorlanrecord& record);
+};
 
 class StkBlock {
 public:
@@ -76,7 +94,7 @@ private:
 
     void readKeyword(std::string_view text);
     void readNumbers(std::string_view text);
-    void readState(std::string_view text);
+    void beginStates();
     void readBoundaries(std::string_view text);
     void set(const Named<Setting>& setting, std::string_view value);
     void setEpoch(std::string_view value);
@@ -111,6 +129,7 @@ private:
     Section section_ = Section::None;  // of the last one that is open
     std::vector<OpenSection> open_;    // a section that BEGIN opens is inside the one before
     std::size_t numbers_ = 0;
+    std::optional<StateReader> states_;  // as the last keyword has left it
     stk::Covariances covariances_;
     std::vector<Boundary> boundaries_;
 };
@@ -245,20 +264,40 @@ void StkBlock::readKeyword(std::string_view text) {
 
 // ---- Numbers ----
 
-void StkBlock::readState(std::string_view text) {
-    std::array<double, kMostNumbers> numbers;
-    std::fill(numbers.begin() + 4, numbers.begin() + 7, 0.0);
-    FreeFormList list = input_.list(text);
-    if (list.next(std::span(numbers).first(numbers_)) != ReadOutcome::Success || list.leftOut()) [[unlikely]] {
-        return skip(MessageText("a line of ")
-                    << open_.back().name << " has " << static_cast<std::int64_t>(numbers_) << " numbers.");
+void StateReader::read(std::string_view text, BlockInput& input, Vorlanrecord& record) {
+    std::array<double, kMostNumbers> values;
+    std::fill(values.begin() + 4, values.begin() + 7, 0.0);
+    FreeFormList list = input.list(text);
+    if (list.next(std::span(values).first(numbers)) != ReadOutcome::Success || list.leftOut()) [[unlikely]] {
+        return input.skipBadLine(kName, MessageText("a line of ")
+                                            << section << " has " << static_cast<std::int64_t>(numbers) << " numbers.");
     }
     Vorlanstate point;
-    point.time = time_->utcAt(numbers[0]);
-    std::copy_n(numbers.begin() + 1, 3, point.pos);
-    std::copy_n(numbers.begin() + 4, 3, point.vel);
-    scaleState(point, km_);
-    input_.append(point, record_);
+    point.time = time.utcAt(values[0]);
+    std::copy_n(values.begin() + 1, 3, point.pos);
+    std::copy_n(values.begin() + 4, 3, point.vel);
+    scaleState(point, km);
+    input.append(point, record);
+}
+
+// Up to a keyword, which it leaves.
+void StateReader::readLines(BlockInput& input, Vorlanrecord& record) {
+    std::string_view line;
+    while (input.readLine(line) == ReadOutcome::Success) {
+        const std::string_view text = contentOf(line);
+        if (text.empty()) continue;
+        if (isLetter(text[0])) return input.unreadLine();
+        read(text, input, record);
+    }
+}
+
+// The keyword before them may have been any.
+void StkBlock::beginStates() {
+    states_.emplace(StateReader{*time_, km_, numbers_, open_.back().name});
+    input_.readInChunks(record_, {}, [this](BlockInput& part, Vorlanrecord& points) {
+        StateReader reader = *states_;
+        reader.readLines(part, points);
+    });
 }
 
 void StkBlock::readBoundaries(std::string_view text) {
@@ -274,7 +313,7 @@ void StkBlock::readBoundaries(std::string_view text) {
 void StkBlock::readNumbers(std::string_view text) {
     switch (section_) {
         case Section::States:
-            return readState(text);
+            return states_->read(text, input_, record_);
         case Section::Covariances:
             return covariances_.readLine(text, states());
         case Section::Boundaries:
@@ -297,13 +336,13 @@ std::int32_t StkBlock::read() {
             endBlock();
             break;
         }
-        const auto first = line.find_first_not_of(kBlanks);
-        if (first == std::string_view::npos || line[first] == '#' || isComment(line)) continue;
-        const std::string_view text = line.substr(first);
+        const std::string_view text = contentOf(line);
+        if (text.empty()) continue;
         if (isLetter(text[0])) {
             readKeyword(stripped(text));
+            if (!status_ && section_ == Section::States) beginStates();
         } else if (section_ == Section::States) {
-            readState(text);
+            states_->read(text, input_, record_);
         } else {
             readNumbers(text);
         }

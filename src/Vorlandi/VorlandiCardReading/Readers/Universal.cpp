@@ -78,8 +78,8 @@ std::int32_t ReadKQUniversalVorlan(BlockInput& input, Vorlanrecord& record) {
     if (record.satNum == kNoInteger) return blockFailed(input, kName, "Invalid satellite number.");
     const auto readPoint = padded(header, kLayout) == kCommaSeparated ? readCommas : readFixedColumns;
 
-    return useLinesToEnd(input, kName, record, [&](std::string_view line) {
-        if (!isComment(line) && !isBlank(line)) readPoint(line, input, record);
+    return useLoneLinesToEnd(input, kName, record, [=](std::string_view line, BlockInput& part, Vorlanrecord& points) {
+        if (!isComment(line) && !isBlank(line)) readPoint(line, part, points);
     });
 }
 

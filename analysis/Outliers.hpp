@@ -1,0 +1,40 @@
+// Single points that don't belong to the orbit of the points around them.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <optional>
+
+#include "analysis/Ephemeris.hpp"
+#include "analysis/TwoBodyOrbit.hpp"
+
+namespace vorlandi::analysis {
+
+struct Outlier {
+    std::size_t point;
+    bool isInLeapSecond;         // it belongs there a second earlier
+    std::array<double, 3> dx_m;  // by which it is off: radial, in-track, cross-track
+    std::array<double, 3> dv_m_s;
+    double distance_m() const noexcept;
+    double speed_m_s() const noexcept;
+};
+
+// How far the residuals around a point are above what is usual.
+struct Disturbance {
+    double peak;   // the largest of the event, over its gain
+    double usual;  // the median around
+};
+
+// The point from `first` to `last` without which the residuals of the others around are usual again; none if there is
+// no such point, as with a jump.
+std::optional<Outlier> outlierAmong(const Ephemeris& ephemeris, Motion motion, std::size_t first, std::size_t last,
+                                    const Disturbance& disturbance);
+
+// The same in an ephemeris of four points or more that has too few for residuals: the point that is far from the
+// two-body orbits through its neighbours, while those agree.
+std::optional<Outlier> outlierOfFew(const Ephemeris& ephemeris, Motion motion);
+
+// The ephemeris without one point, and with no more than `reach` points on each side of it.
+Ephemeris withoutPoint(const Ephemeris& ephemeris, std::size_t point, std::size_t reach);
+
+}  // namespace vorlandi::analysis

@@ -1,0 +1,75 @@
+// Held reports: messages and read events of a thread that are kept back until it is known whether they are to be
+// delivered, or until their turn has come.
+//
+// 1. Reports are kept in memory given beforehand, so that keeping one allocates nothing and can't fail for want of it.
+// 2. Delivered, they take the ways of the calling thread, in the order in which they came. If that thread keeps reports
+//    itself, they are kept there.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace vorlandi {
+
+class HeldReports {
+public:
+    // `observed`: is there a read observer whom events would reach?
+    HeldReports(std::span<char> room, bool observed) noexcept : room_(room), observed_(observed) {}
+    HeldReports(const HeldReports&) = delete;
+    HeldReports& operator=(const HeldReports&) = delete;
+
+    // While it lives, what the thread that made it reports is kept.
+    class OnThisThread {
+    public:
+        explicit OnThisThread(HeldReports& reports) noexcept;
+        ~OnThisThread();
+        OnThisThread(const OnThisThread&) = delete;
+        OnThisThread& operator=(const OnThisThread&) = delete;
+
+    private:
+        HeldReports* const before_;
+    };
+
+    bool empty() const noexcept { return used_ == 0; }
+
+    // Has a report been dropped?
+    bool hasDropped() const noexcept { return hasDropped_; }
+
+    // Delivers what has been kept; reports that follow are passed on at once. Throws what the read observer throws.
+    void deliver();
+
+    // Drops what follows.
+    void drop() noexcept { state_ = State::Dropping; }
+
+    // Keeps from the beginning again.
+    void clear() noexcept;
+
+    // Takes a report of the thread: false if it is to be passed on. The file name of an event has to stay valid.
+    bool takeMessage(std::int32_t severity, std::string_view text) noexcept;
+    bool takeEvent(std::int32_t event, std::string_view fileName, std::int64_t line, std::string_view text) noexcept;
+
+protected:
+    ~HeldReports() = default;
+
+    // There is no room for a report: decides, by deliver() or drop(), what becomes of it and of those that follow.
+    virtual void onFull() noexcept { drop(); }
+
+private:
+    enum class State { Keeping, PassingOn, Dropping };
+    struct Report;
+
+    bool take(const Report& report, std::string_view text) noexcept;
+
+    std::span<char> room_;
+    std::size_t used_ = 0;
+    bool observed_;
+    bool hasDropped_ = false;
+    State state_ = State::Keeping;
+};
+
+// Those that the calling thread keeps its reports in; null if it delivers them.
+HeldReports* heldReports() noexcept;
+
+}  // namespace vorlandi

@@ -1,0 +1,46 @@
+// A trial: reads a file on the supposition that none of its lines is a card, so that it need not be read for its cards
+// first. What the files of cards make is stored and reported before what the file itself makes; so until it is known
+// that there are none, reports are kept back and nothing is stored.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <exception>
+
+#include "CoreServices/HeldReports.hpp"
+#include "CoreServices/InputUnits.hpp"
+
+namespace vorlandi {
+
+class CardWatch;
+
+class Trial final : private HeldReports {
+public:
+    // Over a unit that is before its first line, of a source that can go to any byte. The unit ends early where a card is
+    // seen.
+    explicit Trial(InputUnit& unit);
+    ~Trial();
+    Trial(const Trial&) = delete;
+    Trial& operator=(const Trial&) = delete;
+
+    // Can the trial begin? Not if the first lines have a card.
+    bool mayBegin();
+
+    // Settles whether the file has a card or can't be read to its end: false, and nothing is to be stored, nor is
+    // anything reported. Else what has been kept back is delivered, and the file is read on as any other.
+    bool settle();
+
+private:
+    enum class State { Open, Passed, Failed };
+
+    void onFull() noexcept override;
+
+    InputUnit& unit_;
+    CardWatch* watch_;  // the unit's source
+    State state_ = State::Open;
+    std::exception_ptr thrown_;  // by an observer, where it could not leave at once
+    std::array<char, 16384> room_;
+    OnThisThread keeping_;
+};
+
+}  // namespace vorlandi
