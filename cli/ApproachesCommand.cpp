@@ -89,12 +89,13 @@ void keepThoseOf(const std::vector<std::int32_t>& numbers, ApproachesReport& rep
 ExitStatus runApproaches(const CLI::App& command, ApproachesCommandOptions& options, Console& console) {
     readTimeRange(command, options.range);
     options.search.range = spanOf(options.range);
-    bool couldLook = loadFiles(options.input, options.output, console);
-    ApproachesReport report{options.search.within_km, loadedRecords(), {}};
+    LoadResults results;
+    bool couldLook = loadFiles(options.input, options.output, console, &results);
+    ApproachesReport report{options.search.within_km, loadedRecords(results), {}};
     std::vector<Satellite> satellites;
     for (const RecordOfFile& satellite : report.satellites)
         satellites.push_back(satellite.record.satellite);
-    couldLook = reportUnknown(options.satellites, loadedSatellites(), console) && couldLook;
+    couldLook = reportUnknown(options.satellites, loadedSatellites(results), console) && couldLook;
     options.search.progress = [&](double share) {
         console.progress(fmt::format("comparing, {:.0f} %", 100.0 * share));
     };
@@ -123,11 +124,8 @@ void addApproachesCommand(CLI::App& application, Session& session) {
     command->add_option("--within", options->search.within_km, "Approaches nearer than KM")
         ->type_name("KM")
         ->required()
-        ->check(CLI::Range(1e-6, 1e5).description(""));
-    command->add_option("--sat", options->satellites, "Only approaches of this satellite number; may be repeated")
-        ->type_name("N")
-        ->allow_extra_args(false)
-        ->check(CLI::Range(0, 999999999).description(""));
+        ->check(finiteBetween(1e-6, 1e5));
+    addSatelliteNumbers(*command, options->satellites);
     addTimeRange(*command, options->range);
     command
         ->add_option("--step", options->search.step_s,
@@ -135,7 +133,7 @@ void addApproachesCommand(CLI::App& application, Session& session) {
                      "not depend on it")
         ->type_name("SECONDS")
         ->capture_default_str()
-        ->check(CLI::Range(1.0, analysis::kLargestApproachStep_s).description(""));
+        ->check(finiteBetween(1.0, analysis::kLargestApproachStep_s));
     command->add_flag("--same-number", options->search.sameNumber, "Compare records of equal number, too");
     command->add_option("-j", options->search.threads, "Compare with N threads")
         ->type_name("N")

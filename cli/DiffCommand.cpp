@@ -52,8 +52,9 @@ std::vector<RecordOfFile> load(const std::string& file, std::size_t earlier, con
                                Console& console, bool& allLoaded) {
     InputOptions input = options.input;
     input.files = {file};
-    allLoaded = loadFiles(input, options.output, console) && allLoaded;
-    return loadedRecords(earlier);
+    LoadResults results;
+    allLoaded = loadFiles(input, options.output, console, &results) && allLoaded;
+    return loadedRecords(results, earlier);
 }
 
 // One run of the command.
@@ -186,6 +187,7 @@ void addDiffCommand(CLI::App& application, Session& session) {
     CLI::App* const command = application.add_subcommand("diff", "Compare the satellites of two files");
     const auto options = std::make_shared<DiffOptions>();
     options->input.keys = Keys::Own;
+    options->input.numberMustApply = false;
     command->add_option("A", options->a, "Ephemeris file, card file or packed file; - is standard input")
         ->type_name("")
         ->required();
@@ -201,7 +203,7 @@ void addDiffCommand(CLI::App& application, Session& session) {
             "--tolerance", [options](double metres) { options->style.tolerance_m = metres; },
             "Exit with status 1 if a distance is above METRES")
         ->type_name("METRES")
-        ->check(CLI::NonNegativeNumber.description(""));
+        ->check(finiteAtLeast(0.0));
     command->add_flag("--ignore-frames", options->ignoresFrames, "Compare satellites in different frames, too");
     addFormat(*command, options->style.format);
     addOutput(*command, options->output);

@@ -169,6 +169,17 @@ std::vector<SatelliteRecord> loadedSatellites(const LoadResults& results) {
     return satellites;
 }
 
+std::vector<RecordOfFile> loadedRecords(const LoadResults& results, std::size_t earlier) {
+    std::vector<SatelliteRecord> loaded = loadedSatellites(results);
+    std::vector<RecordOfFile> records;
+    std::map<std::string, std::int32_t> inFile;
+    for (auto record = loaded.begin() + static_cast<std::ptrdiff_t>(earlier); record != loaded.end(); ++record) {
+        const std::int32_t number = ++inFile[record->file];
+        records.push_back({std::move(*record), number});
+    }
+    return records;
+}
+
 LoadListener::LoadListener(std::string argument, Rules rules, Medium medium, LoadResults& results, Console& console)
     : argument_(std::move(argument)),
       file_(argument_),

@@ -53,6 +53,9 @@ struct LoadResults {
 // All satellites in the order of loading, with these numbers.
 std::vector<SatelliteRecord> loadedSatellites(const LoadResults& results);
 
+// The same with their numbers within their files, without the `earlier` first ones.
+std::vector<RecordOfFile> loadedRecords(const LoadResults& results, std::size_t earlier = 0);
+
 class LoadListener {
 public:
     // `argument` is the file to be loaded, as the user named it; the origin of each satellite is added to `results`.

@@ -153,16 +153,17 @@ private:
     LoadResults& results_;
 };
 
-void numberSatellites(std::int32_t number, LoadResults& results) {
+void numberSatellites(const InputOptions& input, LoadResults& results) {
     std::set<std::string> files;
     const std::vector<SatelliteRecord> satellites = loadedSatellites();
     for (const SatelliteRecord& satellite : satellites) {
         if (!lacksNumber(satellite, results.origins[satellite.key()])) continue;
         if (!files.insert(satellite.file).second)
             throw UsageError("--number", satellite.file + " holds several satellites without a number");
-        results.numbers[satellite.key()] = number;
+        results.numbers[satellite.key()] = *input.number;
     }
-    if (files.empty() && !satellites.empty()) throw UsageError("--number", "every satellite has a number already");
+    if (files.empty() && !satellites.empty() && input.numberMustApply)
+        throw UsageError("--number", "every satellite has a number already");
 }
 
 }  // namespace
@@ -179,7 +180,7 @@ bool loadFiles(const InputOptions& input, const std::string& output, Console& co
         allWell = loader.load(input.files[i]) && allWell;
     }
     console.clearProgress();
-    if (input.number) numberSatellites(*input.number, filled);
+    if (input.number) numberSatellites(input, filled);
     return allWell;
 }
 

@@ -119,6 +119,11 @@ CLI::Validator finiteAbove(double limit) {
     return finite([limit](double value) { return value > limit; }, fmt::format("a finite number above {}", limit));
 }
 
+CLI::Validator finiteBetween(double least, double largest) {
+    return finite([=](double value) { return value >= least && value <= largest; },
+                  fmt::format("a number from {} to {}", least, largest));
+}
+
 CLI::Validator wholeNumber() {
     return CLI::Validator(
         [](const std::string& text) {

@@ -45,6 +45,7 @@ struct InputOptions {
     Rules rules = Rules::Practical;
     Keys keys = Keys::Ordinary;          // with keys of their own equal satellites are all kept
     std::optional<std::int32_t> number;  // of the satellite of a file that has none
+    bool numberMustApply = true;         // or all satellites may have numbers already
     std::string stdinName = "stdin";     // in messages, and where some formats take the satellite number from
     std::uint64_t mostMemberBytes = static_cast<std::uint64_t>(archives::kMostMemberBytes);
 };
@@ -63,6 +64,7 @@ void addMetres(CLI::App& command, const std::string& option, double& value_m, co
 // Validators of finite numbers, and of whole ones that are not negative: those of CLI11 take NaN and -1.
 CLI::Validator finiteAtLeast(double least);
 CLI::Validator finiteAbove(double limit);
+CLI::Validator finiteBetween(double least, double largest);
 CLI::Validator wholeNumber();
 // Of the formats all but JsonLines, a line an item, or all.
 enum class Offered { WithoutJsonl, All };

@@ -157,16 +157,18 @@ void requireNewFile(const PlotCommandOptions& options) {
 ExitStatus runPlot(const CLI::App& command, PlotCommandOptions& options, Console& console) {
     requireNewFile(options);
     readTimeRange(command, options.range);
-    bool allWell = loadFiles(options.input, options.output, console);
-    const std::vector<RecordOfFile> records = loadedRecords();
-    allWell = reportUnknown(options.satellites, loadedSatellites(), console) && allWell;
+    LoadResults results;
+    bool allWell = loadFiles(options.input, options.output, console, &results);
+    const std::vector<RecordOfFile> records = loadedRecords(results);
+    allWell = reportUnknown(options.satellites, loadedSatellites(results), console) && allWell;
     std::vector<PlottedSatellite> satellites = wantedSatellites(options, records, console);
     std::vector<PlottedPair> pairs;
     if (!options.other.empty()) {
         InputOptions other = options.input;
         other.files = {options.other};
-        allWell = loadFiles(other, options.output, console) && allWell;
-        pairs = pairsOf(satellites, loadedRecords(records.size()), console);
+        other.numberMustApply = false;
+        allWell = loadFiles(other, options.output, console, &results) && allWell;
+        pairs = pairsOf(satellites, loadedRecords(results, records.size()), console);
         allWell = allWell && pairs.size() == satellites.size();
     }
     if (satellites.empty()) {

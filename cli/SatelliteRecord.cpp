@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 
 namespace vorlandi::cli {
 namespace {
@@ -59,17 +58,6 @@ std::string nameOf(const RecordOfFile& satellite) {
 std::string shortNameOf(const RecordOfFile& satellite) {
     return satellite.inFile == 1 ? std::to_string(satellite.record.number)
                                  : fmt::format("{}-{}", satellite.record.number, satellite.inFile);
-}
-
-std::vector<RecordOfFile> loadedRecords(std::size_t earlier) {
-    std::vector<SatelliteRecord> loaded = loadedSatellites();
-    std::vector<RecordOfFile> records;
-    std::map<std::string, std::int32_t> inFile;
-    for (auto record = loaded.begin() + static_cast<std::ptrdiff_t>(earlier); record != loaded.end(); ++record) {
-        const std::int32_t number = ++inFile[record->file];
-        records.push_back({std::move(*record), number});
-    }
-    return records;
 }
 
 std::vector<double> storedTimes(Satellite satellite) {

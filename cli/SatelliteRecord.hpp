@@ -62,9 +62,6 @@ std::string nameOf(const RecordOfFile& satellite);
 // "81001", "81001-2" for the second of its file.
 std::string shortNameOf(const RecordOfFile& satellite);
 
-// The same with their numbers, without the `earlier` first ones.
-std::vector<RecordOfFile> loadedRecords(std::size_t earlier = 0);
-
 // The times of all stored points, days since 1950, UTC.
 std::vector<double> storedTimes(Satellite satellite);
 
