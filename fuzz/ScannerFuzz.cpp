@@ -1,6 +1,7 @@
 // Both passes over any bytes, as the text file fuzz.txt: cards, detection, the readers behind it, the store.
 // Cards name files: they are read from a folder of this target's own, and an input with a card that leads
-// elsewhere is passed over.
+// elsewhere is passed over. As scanner_practical by the practical rules: blocks that are refused, divided and stored one
+// after the other.
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -23,6 +24,11 @@ constexpr NestedFile kNestedFiles[] = {
     {"c", "EPHFIL = a\nVORLAN = c\n"},
     {"d.dce", ""},
 };
+#ifdef VORLANDI_FUZZ_PRACTICAL
+constexpr auto kRules = ReadingRules::practical();
+#else
+constexpr auto kRules = ReadingRules::fixed();
+#endif
 constexpr std::size_t kNestedSize = 128;  // of the longest
 
 // A folder with these files, which goes away with the process.
@@ -67,7 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::filesystem::current_path(nested.path());
     const Outcome outcome = readTwice(text, [=](auto source, Outcome& made) {
         vorlandi::InputUnit unit(std::move(source));
-        vorlandi::Load load;
+        vorlandi::Load load({kRules});
         made.status = readvorlansfrfileunit(unit, {"fuzz.txt"}, load);
         takeStore(made, size + kNestedSize);
     });

@@ -43,7 +43,7 @@ seeds_of() {
             done
             if [ -e "$root/fuzz/seeds/$1.txt" ]; then cp "$root/fuzz/seeds/$1.txt" "$2"; fi
             ;;
-        scanner)
+        scanner*)
             for example in "$examples"/81001_*.{txt,e}; do cut_example "$example" "$2"; done
             split_lines "$root/fuzz/seeds/scanner.txt" "$2"
             ;;
@@ -54,7 +54,7 @@ seeds_of() {
 
 dictionary_of() {
     case "$1" in
-        reader_* | scanner) echo "$root/fuzz/dictionaries/ephemeris.dict" ;;
+        reader_* | scanner*) echo "$root/fuzz/dictionaries/ephemeris.dict" ;;
         dates) echo "$root/fuzz/dictionaries/dates.dict" ;;
         numbers) echo "$root/fuzz/dictionaries/numbers.dict" ;;
     esac

@@ -266,6 +266,7 @@ InputUnit::LineEnd InputUnit::findLineEnd() {
 
 ReadOutcome InputUnit::readLine(std::size_t maxColumns, std::string_view& line) {
     line = {};
+    isLineCut_ = false;
     if (atStart_) [[unlikely]]
         skipByteOrderMark();
     const auto [feed, isCut] = findLineEnd();
@@ -275,6 +276,7 @@ ReadOutcome InputUnit::readLine(std::size_t maxColumns, std::string_view& line) 
     const bool endsWithReturn = feed != nullptr && !isCut && size > 0 && next_[size - 1] == '\r';
     if (endsWithReturn) --size;
     line = {next_, std::min(size, maxColumns)};
+    isLineCut_ = isCut || size > maxColumns;
     lastLine_ = next_;
     next_ = feed != nullptr ? feed + 1 : end_;
     ++lineNumber_;

@@ -53,9 +53,13 @@ public:
     // The source, to be looked at or to be exchanged for one that hands out the same bytes.
     std::unique_ptr<ByteSource>& source() noexcept { return source_; }
 
-    // Reads the next line, cut at `maxColumns` (at most kLongestLine); a shorter one counts as padded with blanks.
+    // Reads the next line, cut at `maxColumns` (at most kLongestWholeLine); a shorter one counts as padded with blanks.
     // Returns Error after a failed read or rewind, EndOfData at the end of the file; the line is then empty.
     ReadOutcome readLine(std::size_t maxColumns, std::string_view& line);
+
+    // Was the line read last longer than what was handed out? Of one that is longer than kLongestWholeLine not even that
+    // much is sure to be handed out.
+    bool isLineCut() const noexcept { return isLineCut_; }
 
     // Hands the line read last out again at the next read. Only right after it was read.
     void unreadLine() noexcept {
@@ -96,6 +100,7 @@ public:
     std::int64_t lineNumber() const noexcept { return lineNumber_; }
 
     static constexpr std::size_t kLongestLine = 1500;
+    static constexpr std::size_t kLongestWholeLine = 65000;
 
 private:
     static constexpr std::size_t kBufferBytes = 65536;
@@ -128,6 +133,7 @@ private:
     bool atStart_ = true;
     bool holdsStart_ = true;  // the buffer begins with the first byte of the source, and nothing is missing up to end_
     bool fresh_ = false;      // bytes have come since marks were looked for
+    bool isLineCut_ = false;
     bool exhausted_ = false;
     bool failed_ = false;
 };

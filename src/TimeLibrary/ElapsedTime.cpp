@@ -1,5 +1,6 @@
 #include "TimeLibrary/ElapsedTime.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -33,7 +34,11 @@ void ElapsedTime::enter(const LeapStep& step) noexcept {
     leapSeconds_ = step.taiMinusUtc - taiMinusUtc_;
     // The value of the first step also holds before it.
     from_ = &stepBefore(step, table_) == &step ? -kInfinity : secondsTo(step);
-    end_ = step.nextDay == kInfinity ? kInfinity : secondsTo(table_.atUtc(step.nextDay));
+    leapSecond_ = end_ = kInfinity;
+    if (step.nextDay == kInfinity) return;
+    const LeapStep& next = table_.atUtc(step.nextDay);
+    end_ = secondsTo(next);
+    leapSecond_ = end_ - std::max(next.taiMinusUtc - step.taiMinusUtc, 0.0);
 }
 
 void ElapsedTime::moveTo(double seconds) noexcept {

@@ -11,12 +11,20 @@ public:
     // `inLeapSecond`: the epoch is in second 60, whose Ds50UTC is that of the second after it.
     explicit ElapsedTime(double epochUTC, bool inLeapSecond = false, const LeapTable& table = leapTable()) noexcept;
 
-    // Ds50UTC. A time inside a leap second continues the old day.
+    // Ds50UTC. A time inside a leap second continues the old day: it is that of a second later.
     double utcAt(double seconds) noexcept {
         seconds -= epochOffset_;
         if (!(seconds >= from_ && seconds < end_)) [[unlikely]]
             moveTo(seconds);
         return epoch_ + (seconds - leapSeconds_) / 86400.0;
+    }
+
+    // Is a time inside a leap second?
+    bool isInLeapSecond(double seconds) noexcept {
+        seconds -= epochOffset_;
+        if (!(seconds >= from_ && seconds < end_)) [[unlikely]]
+            moveTo(seconds);
+        return seconds >= leapSecond_;
     }
 
 private:
@@ -29,6 +37,7 @@ private:
     double taiMinusUtc_;        // at the epoch
     const LeapStep* step_;      // the step in force from from_ to end_
     double from_, end_;         // seconds since epoch_
+    double leapSecond_;         // where the one before end_ begins, end_ if there is none
     double leapSeconds_ = 0.0;  // between the epoch and this span
 };
 

@@ -118,27 +118,32 @@ double taiMinus(TimeScale scale) noexcept {
     }
 }
 
-double inUtc(DayTime time, TimeScale scale) noexcept {
+double inUtc(DayTime time, TimeScale scale, bool& inLeapSecond) noexcept {
     if (scale != TimeScale::Utc) {
         const double toTai = taiMinus(scale);
         const double tai = time.day + (time.second + toTai) / kSecondsPerDay;
-        time.second -= leapTable().atTai(tai).taiMinusUtc - toTai;
+        const LeapStep& step = leapTable().atTai(tai);
+        time.second -= step.taiMinusUtc - toTai;
         if (time.second < 0.0) {
             time.day -= 1.0;
             time.second += kSecondsPerDay;
         }
+        inLeapSecond = time.day >= step.nextDay;
     }
     return time.day + time.second / kSecondsPerDay;
 }
 
 }  // namespace
 
-std::optional<double> epochToDs50utc(std::string_view text, TimeScale scale, LastDay& lastDay) noexcept {
-    if (const auto time = usualForm(text, lastDay)) return inUtc(*time, scale);
+std::optional<double> epochToDs50utc(std::string_view text, TimeScale scale, LastDay& lastDay,
+                                     bool& inLeapSecond) noexcept {
+    inLeapSecond = false;
+    if (const auto time = usualForm(text, lastDay)) return inUtc(*time, scale, inLeapSecond);
     const auto time = looseForm(text, scale);
+    if (time && scale == TimeScale::Utc) inLeapSecond = isSecond60(text);
     if (!time || scale == TimeScale::Utc) return time;
     const double day = wholeDays(*time);
-    return inUtc({day, (*time - day) * kSecondsPerDay}, scale);
+    return inUtc({day, (*time - day) * kSecondsPerDay}, scale, inLeapSecond);
 }
 
 }  // namespace vorlandi

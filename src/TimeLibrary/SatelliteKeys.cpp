@@ -20,7 +20,7 @@ static_assert(kKeysPerSatellite % 10 == 0 && INT64_MAX / kKeysPerSatellite > kLa
 
 std::int64_t createsatkey(std::int32_t satNum, std::int32_t type, double epochDs50UTC) noexcept {
     if (satNum < 0 || satNum > kLargestSatNum || type < 1 || type > 9) return kNoKey;
-    if (!(epochDs50UTC >= 0.0 && epochDs50UTC < kFirstDayNumberAfter2199)) return kNoKey;
+    if (!hasSatKey(epochDs50UTC)) return kNoKey;
     const auto unit = static_cast<std::int64_t>(epochDs50UTC * kUnitsPerDay + kUnitOffset);
     return satNum * kKeysPerSatellite + unit * 10 + type;
 }

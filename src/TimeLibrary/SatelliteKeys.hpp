@@ -11,12 +11,20 @@
 #include <cstdint>
 #include <string_view>
 
+#include "TimeLibrary/Calendar.hpp"
+
 namespace vorlandi {
 
 constexpr std::int32_t kVorlanElsetType = 6;  // the type code of this library's records
 constexpr std::int64_t kNoKey = -1;
 
 constexpr bool vorlanelsettype(std::int32_t type) noexcept { return type == kVorlanElsetType; }
+
+// Can an ordinary key hold this epoch, Ds50UTC: 1950 to 2199?
+constexpr bool hasSatKey(double epochDs50UTC) noexcept {
+    constexpr auto kFirstDayNumberAfter2199 = static_cast<double>(dayZeroOfYear(2200) + 1);
+    return epochDs50UTC >= 0.0 && epochDs50UTC < kFirstDayNumberAfter2199;
+}
 
 // The key of a satellite: number 0 to 999999999, type code 1 to 9, epoch from 0.0 to the end of 2199, or as a
 // text (see epochTextToDs50). kNoKey for anything else.

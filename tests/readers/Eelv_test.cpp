@@ -22,7 +22,10 @@ TEST(ReadEELV, CountsFromItsFirstLineAndConvertsFeet) {
         {"a blank line", put(kGood, 2, ""), {"!"}, 1},
         {"hour 24", put(kGood, 1, 70, "2.4E1"), {}, 2},
     });
-    expectLoads("ReadEELV", {{"hour 24", put(kGood, 1, 70, "2.4E1"), {"@1", invalid}, 0}}, ReadingRules::practical());
+    const std::string noDate =
+        "ReadEELV: test.txt:1: the first line is not a date: year, month, day, hour, minute and seconds.";
+    expectLoads("ReadEELV", {{"hour 24", put(kGood, 1, 70, "2.4E1"), {noDate, "@1", invalid}, 0}},
+                ReadingRules::practical());
 }
 // clang-format on
 

@@ -56,6 +56,8 @@ TEST(ReadModifiedITC, LeavesOutWhatIsBadAndReadsOnAtTheNextState) {
         {"blanks and tabs before the time, an empty line", insert(put(kGood, 9, 1, "\t " + kGood[8]), 6, ""), {}, 3},
         {"no such day", put(kGood, 5, 5, "999"), bad(5, noDate), 2},
         {"five numbers", put(kGood, 9, "2024061120000.000 0 7000.0 0 -7.5 0"), bad(9, noState), 2},
+        {"a state that a slash ends", put(kGood, 13, "2024062000000.000 0 -7000 /"), bad(13, noState), 2},
+        {"a covariance line that a slash ends", put(kGood, 7, "1 /"), bad(7, kSeven), 2},
         {"a letter in the state", put(kGood, 13, 20, "x"), bad(13, noState), 2},
         {"six numbers in a covariance line", put(kGood, 7, "0 0 4e-8 0 0 0"), bad(7, kSeven), 2},
         {"a letter in the covariance", put(kGood, 12, 1, "x"), bad(12, kSeven), 2},

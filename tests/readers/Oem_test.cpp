@@ -313,7 +313,8 @@ TEST(ReadOEM, TurnsCovariancesIntoTheFrameOfTheStates) {
 TEST(ReadOEM, NumbersAndTagsSatellites) {
     const Lines file = cut(kGood, 3);
     const std::string differ =
-        "ReadOEM: MEME_42_X_1.oem:18: segments name different objects, 2020-001A and 2020-001B: their number is 99999.";
+        "ReadOEM: MEME_42_X_1.oem:18: segments name different objects, 2020-001A and 2020-001B: the "
+        "number of those without one is 99999.";
     const auto expectNumbers = [](const Lines& lines, const std::vector<std::int32_t>& numbers, const Lines& errors) {
         const Loaded loaded = loadOem(lines, "MEME_42_X_1.oem");
         std::vector<std::int32_t> found;
@@ -327,9 +328,23 @@ TEST(ReadOEM, NumbersAndTagsSatellites) {
     const Lines b = put(segment("BETA", "2020-001B"), 8, "2024-03-03T00:00:00 1 2 3 4 5 6");
     expectNumbers(file + a + laterA, {42, 42}, {});
     expectNumbers(file + a + b, {99999, 99999}, {differ});
-    expectNumbers(file + a + segment("BETA", "77") + put(b, 3, "OBJECT_ID = 1234567890"), {99999, 77, 99999},
-                  {"ReadOEM: MEME_42_X_1.oem:26: segments name different objects, 2020-001A and 1234567890: their "
-                   "number is 99999."});
+    expectNumbers(
+        file + a + segment("BETA", "77") + put(b, 3, "OBJECT_ID = 1234567890"), {99999, 77, 99999},
+        {"ReadOEM: MEME_42_X_1.oem:18: segments name different objects, 2020-001A and 77: the number of those "
+         "without one is 99999."});
+    // Objects are compared by what both segments say, also those of a refused segment, whatever the order of its keys.
+    const Lines numbered = segment("ALPHA", "77"), nameAlone = put(laterA, 3, "COMMENT");
+    expectNumbers(file + a + put(nameAlone, 2, "OBJECT_NAME = alpha"), {42, 42}, {});
+    expectNumbers(file + numbered + put(nameAlone, 2, "OBJECT_NAME = alpha"), {77, 77}, {});
+    expectNumbers(
+        file + segment("BETA", "77") + laterA, {77, 99999},
+        {"ReadOEM: MEME_42_X_1.oem:18: segments name different objects, 77 and 2020-001a: the number of those "
+         "without one is 99999."});
+    Lines refused = segment("BETA", "2020-001B", "TOD");
+    std::rotate(refused.begin() + 1, refused.begin() + 3, refused.begin() + 4);
+    const Loaded besideRefused = loadOem(file + a + refused, "MEME_42_X_1.oem");
+    EXPECT_EQ(besideRefused.records.at(0).satNum, 99999);
+    EXPECT_EQ(besideRefused.errors.back(), differ);
     expectNumbers(file + segment("55", "2020-001A"), {55}, {});
     // A file behind another one in the same file
     const Lines second = file + b;
@@ -337,6 +352,20 @@ TEST(ReadOEM, NumbersAndTagsSatellites) {
     const Loaded badVersion = loadOem(put(file + a + second, 12, "CCSDS_OEM_VERS = 9.0"));
     EXPECT_EQ(badVersion.records.size(), 1u);
     EXPECT_EQ(badVersion.status, 2);
+    // A point in a leap second is dropped, in whatever scale.
+    for (const auto& [scale, epochs] :
+         {std::pair("UTC", Lines{"2016-12-31T23:59:59", "2016-12-31T23:59:60", "2017-01-01T00:00:00"}),
+          {"TAI", {"2017-01-01T00:00:35", "2017-01-01T00:00:36.5", "2017-01-01T00:00:37"}}}) {
+        Lines leap = put(segment("A", "1"), 6, std::string("TIME_SYSTEM = ") + scale);
+        leap.pop_back();
+        for (const std::string& epoch : epochs)
+            leap.push_back(epoch + " 7000 0 " + std::to_string(leap.size()) + " 0 7 0");
+        const Loaded loaded = loadOem(file + leap);
+        ASSERT_EQ(pointCounts(loaded), std::vector{2});
+        EXPECT_EQ(loaded.records[0].points[1].time, 24473.0);
+        EXPECT_EQ(loaded.records[0].points[1].pos[2], 9.0);
+        EXPECT_EQ(loaded.errors.size(), 1u);
+    }
     // The tag of a card wins.
     const Loaded tagged = loadOem(Lines{"#VORLANDI = mine"} + file + a + b);
     for (const Vorlanrecord& record : tagged.records)

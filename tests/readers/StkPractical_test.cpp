@@ -114,6 +114,15 @@ TEST(ReadSTK, ReadsSettingsInAnyCaseAndRefusesByNameWhatItDoesNotRead) {
         expectPractical(text + ", and a good block after it", both, j2k, {reason});
     }
     EXPECT_EQ(loadPractical(put(kGood, kBody, "CentralBody Moon")).status, 2);
+    // After the states a setting may only repeat what they have been taken for.
+    const std::string late = " has to be before the states.";
+    for (const char* const setting : {"DistanceUnit Meters", "CoordinateSystem Fixed"})
+        expectPractical(setting, with(kGood, kEnd, {setting}), {}, {std::string("15: ") + setting + late});
+    expectPractical("the same once more", with(kGood, kEnd, {"DistanceUnit Kilometers", "CoordinateSystem J2000"}),
+                    j2k);
+    Lines deep(65, "BEGIN EphemerisTimePosVel");
+    expectPractical("sections without an end", with(cut(kGood, 14), kStates, deep), {},
+                    {"72: sections are nested 64 deep."});
 }
 
 TEST(ReadSTK, ReadsPositionsVelocitiesAndLeavesAccelerationsOut) {
@@ -154,15 +163,14 @@ TEST(ReadSTK, CountsElapsedSecondsAcrossLeapSeconds) {
               (std::vector{27791.0 + 0.12345678901 / 86400 + -0.1 / 86400,
                            27791.0 + 0.12345678901 / 86400 + 43200.7 / 86400}));
     const double newYear = 24473.0;  // 2017 January 1, after a leap second
-    EXPECT_EQ(
-        times("31 Dec 2016 12:00:00", {"0", "43199", "43200.5", "43201", "43202", "86401"}),
-        (std::vector{newYear - 0.5, newYear - 1 / 86400.0, newYear + 0.5 / 86400, newYear + 1 / 86400.0,
-                     newYear + 0.5}));  // the first second of the year is dropped: it has the times of the leap second
+    EXPECT_EQ(times("31 Dec 2016 12:00:00", {"0", "43199", "43200.5", "43201", "43202", "86401"}),
+              (std::vector{newYear - 0.5, newYear - 1 / 86400.0, newYear, newYear + 1 / 86400.0,
+                           newYear + 0.5}));  // a point in the leap second is dropped
     EXPECT_EQ(times("1 Jan 2017 00:00:00", {"-86401", "-1.5", "0", "1"}),
               (std::vector{newYear - 1, newYear + -0.5 / 86400, newYear, newYear + 1 / 86400.0}));
     // An epoch in a leap second
     EXPECT_EQ(times("31 Dec 2016 23:59:60.5", {"-1", "0", "0.5", "1.5"}),
-              (std::vector{newYear + 0.5 / 86400 + -1 / 86400.0, newYear + 0.5 / 86400,
+              (std::vector{newYear + 0.5 / 86400 + -1 / 86400.0, newYear + 0.5 / 86400 + -0.5 / 86400,
                            newYear + 0.5 / 86400 + 0.5 / 86400}));
     for (const char* const epoch : {"31 Dec 2016 23:59: 60 UTCG", "2016366235960.000", "2016/366 2359 60.000"})
         EXPECT_EQ(times(epoch, {"1"}), std::vector{newYear}) << epoch;
@@ -201,8 +209,8 @@ TEST(ReadSTK, ReadsPastSectionsThatItDoesNotKnow) {
         {"7: the line is in no section.", "14: a line of EphemerisTimePosVel has 7 numbers.",
          "16: the line is in no section.", "17: the line is in no section.", "18: the line is in no section."});
     expectPractical("settings after the states",
-                    with(kGood, 11, {"InterpolationMethod Lagrange", "DistanceUnit Meters"}), all,
-                    {"12: DistanceUnit has to be before the states."});
+                    with(kGood, 11, {"InterpolationMethod Lagrange", "ScenarioEpoch 1 Jan 2026 00:00:00"}), all,
+                    {"12: ScenarioEpoch has to be before the states."});
     Lines twice = cut(kGood, 14);
     twice.insert(twice.end(), kGood.begin(), kGood.end());
     expectPractical("no END before the next block", put(twice, 14 + kEpoch, "ScenarioEpoch 31 Jan 2026 01:00:00"),
@@ -334,6 +342,10 @@ TEST(ReadSTK, GivesCovariancesToThePointsOfTheirTimeBeforeOrAfterThem) {
         Lines reasons;
     } cases[] = {
         {"one a line", {oneLine, second}, "- 1..21 2..22 - - - ", {}},
+        {"on lines of more than 512 columns",
+         {oneLine, "120" + std::string(900, ' ') + values(21, 2)},
+         "- 1..21 2..22 - - - ",
+         {}},
         {"across lines", {"60", values(1), values(20, 2), second}, "- 1..21 2..22 - - - ", {}},
         {"a time without a point", {"61 " + values(21), second}, "- - 2..22 - - - ", {"+0" + none}},
         {"twice", {oneLine, "60 " + values(21, 5)}, "- 1..21 - - - - ", {"+1" + none}},

@@ -98,6 +98,10 @@ TEST_F(ReadObserver, HearsTheFirstLineOfAGroupOrTheRecordOfABinaryFile) {
     };
     for (const auto& [name, bytes, heard] : cases)
         EXPECT_EQ(heardIn(name, bytes), heard);
+    events.clear();
+    VorlanRemoveAllSats();
+    VorlanLoadFileExt(folder.write("b.dce", binary).c_str(), VORLAN_LOAD_PRACTICAL, 0, nullptr, nullptr);
+    EXPECT_EQ(events.heard, (Lines{"1|b.dce:1|DCE_BINARY", "4|b.dce:5|key"}));
 }
 
 TEST_F(ReadObserver, ThatThrowsEndsOnlyTheLoad) {

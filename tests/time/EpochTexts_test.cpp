@@ -64,10 +64,11 @@ TEST(EpochTexts, AreConvertedToUtcExactly) {
 
 TEST(EpochTexts, AreReadOneAfterTheOther) {
     LastDay lastDay;
+    bool inLeapSecond = true;
     for (const char* const text :
          {"1950-01-01T12:00:00", "2026-01-31T00:00:00", "2026-01-31T06:00:00Z", "2026-01-30T00:00:00",
           "2026-02-30T00:00:00", "2026-061T00:00:00", "2026-01-30T23:59:59.5", "2025-01-30T00:00:00"})
-        EXPECT_EQ(epochToDs50utc(text, TimeScale::Utc, lastDay).value_or(0.0), dtg2ds50utc(text)) << text;
+        EXPECT_EQ(epochToDs50utc(text, TimeScale::Utc, lastDay, inLeapSecond).value_or(0.0), dtg2ds50utc(text)) << text;
 }
 
 TEST(EpochTexts, AreRefusedWhereThereIsNoSuchTime) {

@@ -10,6 +10,8 @@
 
 #include "CoreServices/InputUnits.hpp"
 #include "CoreServices/Texts.hpp"
+#include "TimeLibrary/SatelliteKeys.hpp"
+#include "Vorlandi/VorlandiCardReading/BlockHeaders.hpp"
 #include "Vorlandi/VorlandiCardReading/BlockRecords.hpp"
 #include "Vorlandi/VorlandiCardReading/ChunkedReading.hpp"
 #include "Vorlandi/VorlandiCardReading/PointAccumulation.hpp"
@@ -18,8 +20,12 @@
 
 namespace vorlandi {
 
-constexpr std::size_t kEphemerisColumns = 512;  // width of a line in an ephemeris pass
+constexpr std::size_t kEphemerisColumns = 512;  // width of a line in an ephemeris pass, but by Rule::LinesAreWhole
 constexpr std::size_t kCardColumns = 1500;      // and in a card pass
+
+// Begins messages about lines that are the same for all formats.
+constexpr std::string_view kScanner = "ReadOnlyVorlans";
+constexpr std::string_view kTimeOutside = "its time is not in 1950 to 2199";
 
 // Receives the records of a block as soon as they are complete.
 class RecordSink {
@@ -44,7 +50,12 @@ class BlockInput {
 public:
     BlockInput(InputUnit& unit, std::string_view headerLine, std::string_view fileName,
                ReadingRules rules = ReadingRules::fixed(), RecordSink* sink = nullptr, ThreadRequest* threads = nullptr)
-        : unit_(&unit), sink_(sink), threads_(threads), place_{fileName, unit.lineNumber(), {}}, rules_(rules) {
+        : unit_(&unit),
+          sink_(sink),
+          threads_(threads),
+          place_{fileName, unit.lineNumber(), {}},
+          rules_(rules),
+          headerNumber_(unit.lineNumber()) {
         headerLine_ = headerLine;
         place_.line = headerLine_;
     }
@@ -58,10 +69,25 @@ public:
 
     // ---- Lines ----
 
-    // The next line, which stays valid until the next one is read.
-    ReadOutcome readLine(std::string_view& line) {
-        const ReadOutcome outcome = unit_->readLine(kEphemerisColumns, line);
-        blame(line, unit_->lineNumber());
+    // The next line, which stays valid until the next one is read. By Rule::HeaderEndsBlock a header of a further block
+    // is left to it, and is the end of data here: a distinct one, but of `ownFormat`.
+    ReadOutcome readLine(std::string_view& line, std::string_view ownFormat = {}) {
+        const ReadOutcome outcome = readAnyLine(line);
+        return mayEndAt(line) ? endAtHeader(line, true, ownFormat) : outcome;
+    }
+
+    // The same where lines are points and no free text: any header.
+    ReadOutcome readPointLine(std::string_view& line) {
+        const ReadOutcome outcome = readAnyLine(line);
+        return mayEndAt(line) ? endAtHeader(line, false, {}) : outcome;
+    }
+
+    ReadOutcome readAnyLine(std::string_view& line) {
+        const ReadOutcome outcome =
+            unit_->readLine(has(Rule::LinesAreWhole) ? InputUnit::kLongestWholeLine : kEphemerisColumns, line);
+        blame(line.substr(0, kEphemerisColumns), unit_->lineNumber());
+        if (unit_->isLineCut() && has(Rule::LinesAreWhole)) [[unlikely]]
+            skipLongLine(line);
         if (outcome != ReadOutcome::Success) [[unlikely]]
             ++place_.number;
         return outcome;
@@ -83,8 +109,6 @@ public:
     // Skips lines. Error or EndOfData if the file doesn't have that many.
     ReadOutcome skipLines(int count);
 
-    void rewind() { unit_->rewind(); }
-
     // Reads lines that mean the same wherever they are by several threads, if the load allows it and they are many. They
     // begin with a group. `read(part, record)` reads the lines of a part, up to its end or to one that it leaves; it
     // runs on several threads at once. Lines may be left, also all of them.
@@ -103,6 +127,29 @@ public:
         } const back{*this, std::exchange(unit_, &unit)};
         read();
     }
+
+    // This input has lines of another one.
+    void setPartOf(const BlockInput& whole) noexcept { headerNumber_ = whole.headerNumber_; }
+
+    // The block is not the first of its file.
+    void setFollowsAnother() noexcept { followsAnother_ = true; }
+
+    // For a format without a header: goes to the first line of the file, where its lines may have begun; by
+    // Rule::HeaderEndsBlock not into another block, but to the line that was recognised. Only before the first line is
+    // read.
+    void goToFirstLine() {
+        if (followsAnother_ && rules_.has(Rule::HeaderEndsBlock)) {
+            unit_->unreadLine();
+        } else {
+            unit_->rewind();
+        }
+    }
+
+    // Has the line read last been left out, and told, since it is too long?
+    bool isLineLeftOut() const noexcept { return unit_->isLineCut() && has(Rule::LinesAreWhole); }
+
+    // Is this line, read last, before the one that was recognised?
+    bool isBeforeHeader() const noexcept { return place_.number < headerNumber_; }
 
     // ---- Numbers, in the forms that the rules allow ----
 
@@ -124,14 +171,22 @@ public:
     // ---- Points and records ----
 
     // Appends a point of revolution number 0. One that is not later than the last is dropped, or by the practical rules
-    // may begin the next record.
+    // may begin the next record. By Rule::TimesAreStorable a time that no record can begin with is a bad line.
     void append(const Vorlanstate& point, Vorlanrecord& record, const PointCovariance* covariance = nullptr) {
+        if (has(Rule::TimesAreStorable) && !hasSatKey(point.time)) [[unlikely]]
+            return skipBadLine(kScanner, kTimeOutside);
         if (!addoneeppoint(point, record, covariance)) [[unlikely]]
             appendLate(point, record, covariance);
     }
 
-    // Has a point been appended that is not later than the last one?
+    // Has a point been appended that is not later than the last one, or been dropped?
     bool hasLatePoints() const noexcept { return hasLatePoints_; }
+
+    // Drops the point on this line, which is inside a leap second.
+    void dropInLeapSecond() {
+        hasLatePoints_ = true;
+        records_.dropInLeapSecond(place_);
+    }
 
     // What divides the points of this block into records.
     BlockRecords& records() noexcept { return records_; }
@@ -156,6 +211,11 @@ public:
     void skipBadLine(std::string_view reader, std::string_view reason) const;
 
 private:
+    bool mayEndAt(std::string_view line) const noexcept {
+        return rules_.has(Rule::HeaderEndsBlock) && mayBeHeader(line);
+    }
+    ReadOutcome endAtHeader(std::string_view& line, bool isFreeText, std::string_view ownFormat);
+    void skipLongLine(std::string_view& line) const;
     void appendLate(const Vorlanstate& point, const Vorlanrecord& record, const PointCovariance* covariance);
 
     InputUnit* unit_;
@@ -164,6 +224,8 @@ private:
     InlineChars<kEphemerisColumns> headerLine_;
     ReadPlace place_;
     ReadingRules rules_;
+    std::int64_t headerNumber_;
+    bool followsAnother_ = false;
     BlockRecords records_;
     bool hasLatePoints_ = false;
 };

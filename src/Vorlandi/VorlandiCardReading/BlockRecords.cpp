@@ -31,10 +31,19 @@ struct BlockRecords::Part {
     }
 };
 
-void BlockRecords::drop(const ReadPlace& place) {
+void BlockRecords::drop(const ReadPlace& place, Dropped& dropped) {
     observeRead(VORLAN_READ_DROPPED, place);
-    if (dropped_ == 0 || place.number < firstDropped_) firstDropped_ = place.number;
-    ++dropped_;
+    if (dropped.count == 0 || place.number < dropped.firstLine) dropped.firstLine = place.number;
+    ++dropped.count;
+}
+
+void BlockRecords::dropInLeapSecond(const ReadPlace& place) { drop(place, inLeapSecond_); }
+
+void BlockRecords::report(const Dropped& dropped, std::string_view fileName, std::string_view reason) {
+    if (dropped.count == 0) return;
+    tracelogerror(MessageText(kPracticalLoader)
+                  << ": " << fileName << ":" << dropped.firstLine << ": " << dropped.count
+                  << (dropped.count == 1 ? " point" : " points") << " dropped, the first of them here: " << reason);
 }
 
 void BlockRecords::takeLate(const Vorlanstate& state, const PointCovariance* covariance, const Vorlanrecord& record,
@@ -187,12 +196,8 @@ std::vector<Vorlanrecord> BlockRecords::take(Vorlanrecord&& record, std::string_
     std::vector<Vorlanrecord> records;
     std::vector<Part> parts = {{std::nullopt, 0, record.numberOfPoints()}};
     if (!seams_.empty() || !boundaries_.empty()) parts = divide(record.points, fileName);
-    if (dropped_ > 0) {
-        tracelogerror(MessageText(kPracticalLoader)
-                      << ": " << fileName << ":" << firstDropped_ << ": " << dropped_
-                      << (dropped_ == 1 ? " point" : " points")
-                      << " dropped, the first of them here: not later than the point before.");
-    }
+    report(late_, fileName, "not later than the point before.");
+    report(inLeapSecond_, fileName, "in a leap second, which days cannot tell from the second after it.");
     if (parts.size() == 1) {
         records.push_back(std::move(record));
     } else {

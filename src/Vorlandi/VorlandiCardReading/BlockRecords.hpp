@@ -34,6 +34,9 @@ public:
     void takeLate(const Vorlanstate& state, const PointCovariance* covariance, const Vorlanrecord& record,
                   const ReadPlace& place);
 
+    // Drops a point inside a leap second, whose time is that of a point a second later.
+    void dropInLeapSecond(const ReadPlace& place);
+
     void addBoundary(double time, const ReadPlace& place) {
         boundaries_.push_back({time, place.number});
         areSorted_ = false;
@@ -91,7 +94,7 @@ private:
     std::int32_t indexAt(const PointArray& points, double time) noexcept;
 
     void sortBoundaries();
-    void drop(const ReadPlace& place);
+    void drop(const ReadPlace& place) { drop(place, late_); }
     void dropUnlessRegular(const Seam& seam, std::string_view fileName);
     Seam* seamAfter(std::int32_t count) noexcept;
     void cutAtBoundaries(const PointArray& points, std::string_view fileName, std::vector<Cut>& cuts);
@@ -101,9 +104,16 @@ private:
     std::vector<Boundary> boundaries_;
     bool areSorted_ = true;
     bool mayHaveBoundaries_ = false;
-    std::int64_t dropped_ = 0;
-    std::int64_t firstDropped_ = 0;  // its line
-    std::int32_t nextAsked_ = 0;     // index after the point that was asked for last
+    struct Dropped {
+        std::int64_t count = 0;
+        std::int64_t firstLine = 0;
+    };
+    static void drop(const ReadPlace& place, Dropped& dropped);
+    static void report(const Dropped& dropped, std::string_view fileName, std::string_view reason);
+
+    Dropped late_;
+    Dropped inLeapSecond_;
+    std::int32_t nextAsked_ = 0;  // index after the point that was asked for last
 };
 
 }  // namespace vorlandi

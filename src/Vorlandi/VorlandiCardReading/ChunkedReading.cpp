@@ -117,6 +117,7 @@ void Crew::readApart(Chunk& chunk) noexcept {
     const HeldReports::OnThisThread keeping(chunk.reports);
     try {
         BlockInput part(chunk.unit, input_.headerLine(), input_.fileName(), input_.rules());
+        part.setPartOf(input_);
         read_(part, chunk.record);
         // By rules that look at more than the last point, a late one is for the block as a whole.
         chunk.isSure = !chunk.reports.hasDropped() && !(part.hasLatePoints() && part.has(Rule::SeamBeginsRecord));

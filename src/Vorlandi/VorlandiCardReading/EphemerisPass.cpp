@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view kNoData =
     "ReadOnlyVorlans: Input ephemeris does not contain any ephemeris data. It will not be stored.";
-constexpr std::string_view kName = "ReadOnlyVorlans";
+constexpr std::string_view kName = kScanner;
 constexpr std::string_view kOutOfMemory = "out of memory";
 
 // Why a record was not stored; `key` is the result of AddRecToMem.
@@ -51,13 +51,19 @@ std::int32_t EphemerisPass::readBlocks() {
     ReadOutcome outcome = ReadOutcome::Success;
     while ((outcome = unit_.readLine(kEphemerisColumns, line)) == ReadOutcome::Success) {
         if (isComment(line) || isBlank(line)) continue;
-        const FormatRow* const row = recognise(line, rules);
-        if (row == nullptr) skipLine(line);
+        const FormatRow* row = recognise(line, rules);
+        if (row != nullptr && row->byShape && rules.has(Rule::HeaderEndsBlock)) {
+            if (row->confirmedBy != nullptr) line = keptLine_ = line;
+            row = blockOn(line, row);
+        } else if (row == nullptr) {
+            skipLine(line);
+        }
+        if (row != nullptr && row->code == kInputFileCard) hasFileCards_ = true;
         if (row != nullptr && row->code == kTagCard) record_.inputTag = (cardTag_ = getinputfilename(line)).view();
-        if (row == nullptr || row->readerBy(rules) == nullptr || (afterRefused_ && row->byShape)) continue;
+        if (row == nullptr || row->readerBy(rules) == nullptr) continue;
         if (rules.has(Rule::BlockIsRecord)) {
-            afterRefused_ = !readOwnRecords(*row, line);
-            if (afterRefused_) load_.miss();
+            refused_ = readOwnRecords(*row, line) ? nullptr : row;
+            if (refused_ != nullptr) load_.miss();
             continue;
         }
         if (!readOnWorkingRecord(*row, line)) return kFailure;
@@ -106,10 +112,12 @@ ReadOutcome EphemerisPass::skipToFormat() {
 
 // False if the block failed or has no points.
 bool EphemerisPass::readOwnRecords(const FormatRow& row, std::string_view line) {
+    const bool followsAnother = foundBlock_;
     found(row.name, unit_.lineNumber());
     beginRecord();
     hasSegments_ = false;
     BlockInput block(unit_, line, file_.name, load_.request.rules, this, &threads_);
+    if (followsAnother) block.setFollowsAnother();
     const std::int32_t status = row.practicalReader(block, record_);
     readFailed_ = unit_.failed();
     if (status == kFailure) return false;
@@ -125,11 +133,15 @@ void EphemerisPass::beginRecord() {
 }
 
 void EphemerisPass::store(std::vector<Vorlanrecord> records, std::int64_t header) {
+    storeRecords(std::move(records), unit_.lineNumber(), header);
+}
+
+void EphemerisPass::storeRecords(std::vector<Vorlanrecord> records, std::int64_t line, std::int64_t header) {
     hasSegments_ = true;
     for (Vorlanrecord& record : records) {
         trimvorlanempts(record);
         const MessageText summary = summaryOf(record);
-        add(std::move(record), unit_.lineNumber(), header);
+        add(std::move(record), line, header);
         traceloginfo(summary);
     }
     tag_ = std::string_view{};
@@ -159,7 +171,7 @@ std::int32_t EphemerisPass::readDceBinary() {
         return kFailure;
     }
     if (load_.request.rules.arePractical()) {
-        store(input.records.take(std::move(record_), file_.name), 1);
+        storeRecords(input.records.take(std::move(record_), file_.name), input.place.number, 1);
         return status;
     }
     trimvorlanempts(record_);
@@ -201,12 +213,41 @@ void EphemerisPass::add(Vorlanrecord&& record, std::int64_t line, std::int64_t h
     load_.miss();
 }
 
+// The format of a line that has the shape of one, null if it is skipped: a block of another kind that was refused may
+// have such lines.
+const FormatRow* EphemerisPass::blockOn(std::string_view line, const FormatRow* row) {
+    const std::string_view next = row->confirmedBy != nullptr ? lineAhead() : std::string_view{};
+    if (!vorlandi::foreignFormat(next).empty()) {
+        skipLine(line);
+        return nullptr;
+    }
+    const bool isHeader = refused_ == nullptr || headerOn(line) ||
+                          (row->confirmedBy != nullptr && row->confirmedBy(next)) ||
+                          (row == refused_ && row->isHeaderAmongOwn != nullptr && row->isHeaderAmongOwn(line));
+    if (isHeader) return row;
+    tellLines(line, MessageText("lines after a refused block that look like ")
+                        << row->name << " are not read: they may be its own");
+    return nullptr;
+}
+
+// The next line, which is read again; empty if there is none.
+std::string_view EphemerisPass::lineAhead() {
+    std::string_view line;
+    if (unit_.readLine(kEphemerisColumns, line) == ReadOutcome::Success) unit_.unreadLine();
+    return line;
+}
+
 // Skips a line that no block begins with.
 void EphemerisPass::skipLine(std::string_view line) {
     if (!foundBlock_) return lookForForeignFormat(line);
-    if (!load_.has(Rule::LinesAfterBlockAreTold) || afterRefused_ || hasToldLines_ || line.starts_with('#')) return;
+    if (refused_ == nullptr && !line.starts_with('#')) tellLines(line, "lines after the end of a block are not read");
+}
+
+// Tells of the first line that is skipped after a block.
+void EphemerisPass::tellLines(std::string_view line, std::string_view reason) {
+    if (!load_.has(Rule::LinesAfterBlockAreTold) || hasToldLines_) return;
     hasToldLines_ = true;
-    reportBadLine({file_.name, unit_.lineNumber(), line}, kName, "lines after the end of a block are not read");
+    reportBadLine({file_.name, unit_.lineNumber(), line}, kName, reason);
 }
 
 void EphemerisPass::lookForForeignFormat(std::string_view line) {

@@ -33,8 +33,10 @@ public:
     // Could the file not be read to its end, whatever it holds?
     bool readFailed() const noexcept { return readFailed_; }
 
-    // The foreign format that the file's first lines show, empty if it shows none.
-    std::string_view foreignFormat() const noexcept { return foreign_; }
+    // What the file holds instead of a block: a foreign format that its first lines show, or cards; empty if neither.
+    std::string_view foreignFormat() const noexcept {
+        return foreign_.empty() && hasFileCards_ ? "cards, which are followed one level deep" : foreign_;
+    }
 
 private:
     std::int32_t readBlocks();
@@ -46,10 +48,14 @@ private:
     std::int32_t readDceBinary();
     void store(std::vector<Vorlanrecord> records, std::int64_t header) override;
     void refuse() override;
+    void storeRecords(std::vector<Vorlanrecord> records, std::int64_t line, std::int64_t header);
     void add(Vorlanrecord&& record, std::int64_t line, std::int64_t header);
     void found(std::string_view format, std::int64_t line);
     bool hasData(std::string_view headerLine) const;
+    const FormatRow* blockOn(std::string_view line, const FormatRow* row);
+    std::string_view lineAhead();
     void skipLine(std::string_view line);
+    void tellLines(std::string_view line, std::string_view reason);
     void lookForForeignFormat(std::string_view line);
 
     InputUnit& unit_;
@@ -63,9 +69,11 @@ private:
     int linesLookedAt_ = 0;    // for a foreign format
     std::int64_t header_ = 1;  // line of the block's header
     bool foundBlock_ = false;
-    bool afterRefused_ = false;  // the lines now may be those of a block that was refused
-    bool hasToldLines_ = false;  // of those skipped since the last block
-    bool hasSegments_ = false;   // the block has stored or refused segments
+    bool hasFileCards_ = false;
+    const FormatRow* refused_ = nullptr;  // the lines now may be those of a block of this format, which was refused
+    bool hasToldLines_ = false;           // of those skipped since the last block
+    InlineChars<kEphemerisColumns> keptLine_;
+    bool hasSegments_ = false;  // the block has stored or refused segments
     bool readFailed_ = false;
 };
 

@@ -12,22 +12,34 @@ bool isLoneComment(std::string_view line) noexcept { return isblankornull(line.s
 
 bool isOemVersion(std::string_view line) noexcept;
 
+// Does it begin with so many numbers, and no more?
+bool hasNumbers(std::string_view line, int count) noexcept {
+    FreeFormList list(line, Exponents::AlsoWithoutLetter);
+    double number = 0.0;
+    while (count > 0 && list.next(number) == ReadOutcome::Success)
+        --count;
+    return count == 0 && list.next(number) != ReadOutcome::Success;
+}
+
+bool isDate(std::string_view line) noexcept { return hasNumbers(line, 6); }
+bool isDceTextPoint(std::string_view line) noexcept { return hasNumbers(line, 14); }
+
 constexpr TextAt at(std::size_t column, std::string_view text) noexcept { return {column, text}; }
 
 // clang-format off
 constexpr FormatRow kFormats[] = {
-    FormatRow(1, "V31", ReadV31).when(at(1, "EPHEMERIS FILE FOR SATELLITE")),
-    FormatRow(17, "UNIVERSAL", ReadKQUniversalVorlan).when(at(1, "KQ_UNIVERSAL_VORLANDI_V")),
+    FormatRow(1, "V31", ReadV31).when(at(1, "EPHEMERIS FILE FOR SATELLITE")).distinct(),
+    FormatRow(17, "UNIVERSAL", ReadKQUniversalVorlan).when(at(1, "KQ_UNIVERSAL_VORLANDI_V")).distinct(),
     FormatRow(9, "CCSDS_OEM").when(at(1, " CCSDS_OEM_VERS")).only(RowRules::Fixed),
     FormatRow(9, "OEM", nullptr, ReadOEM)
-        .further(isOemVersion, "`CCSDS_OEM_VERS` with or without blanks before it").only(RowRules::Practical),
-    FormatRow(2, "SIMOBS", ReadSimObs).when(at(57, "."), at(75, "     Z")),
-    FormatRow(3, "VECTOR", ReadVecEph).when(at(57, "."), at(75, "SP ")).when(at(57, "."), at(75, "GP ")),
+        .further(isOemVersion, "`CCSDS_OEM_VERS` with or without blanks before it").only(RowRules::Practical).distinct(),
+    FormatRow(2, "SIMOBS", ReadSimObs).when(at(57, "."), at(75, "     Z")).distinct(),
+    FormatRow(3, "VECTOR", ReadVecEph).when(at(57, "."), at(75, "SP ")).when(at(57, "."), at(75, "GP ")).distinct(),
     FormatRow(4, "ITC", ReadITC)
         .when(at(65, "."), at(29, " "), at(51, " "), at(113, "SP"))
-        .when(at(65, "."), at(29, " "), at(51, " "), at(113, "GP")),
+        .when(at(65, "."), at(29, " "), at(51, " "), at(113, "GP")).distinct(),
     FormatRow(6, "ECR", ReadECR).when(at(1, "CLASSIFICATION: UNCLASSIFIED")),
-    FormatRow(7, "J2K", ReadJ2K).when(at(1, " SPEPH PREDICTION EPHEMERIS")),
+    FormatRow(7, "J2K", ReadJ2K).when(at(1, " SPEPH PREDICTION EPHEMERIS")).distinct(),
     FormatRow(kInputFileCard, "input-file card")
         .when(at(1, "EPHFIL"))
         .when(at(1, "EXTERNAL_EPHEMERIS"))
@@ -36,24 +48,24 @@ constexpr FormatRow kFormats[] = {
         .when(at(1, "VORLAN"))
         .when(at(1, "EPHEMFILE")),
     FormatRow(kTagCard, "tag card").when(at(1, "#VORLANDI")),
-    FormatRow(12, "STK", ReadDotE, ReadSTK).when(at(1, "STK.V")),
+    FormatRow(12, "STK", ReadDotE, ReadSTK).when(at(1, "STK.V")).distinct(),
     FormatRow(10, "OWNER", ReadOwner)
         .when(at(12, "."), at(16, " "))
         .further(isowneroperatorfile, "six numbers with decimal points after it, blanks between them")
         .deciding().knownByShape(),
     FormatRow(13, "OASYS", ReadOASYS)
-        .when(at(13, "VERSION:"))
+        .when(at(13, "VERSION:")).withHeader()
         .when(at(1, "*")).further(isLoneComment, "nothing else on the line")
         .when(at(5, "/"), at(8, "/"), at(14, ":"), at(17, ":"), at(20, "."))
         .knownByShape(),
     FormatRow(15, "LCH", ReadLCH).when(at(1, "CLASSIFICATION:                 UNCLASSIFIED")),
     FormatRow(16, "EELV", ReadEELV)
         .when(at(2, "."), at(25, "."), at(48, "."), at(71, "."), at(94, "."), at(117, "."))
-        .knownByShape(),
+        .knownByShape().amongOwn(isDate),
     FormatRow(18, "DCE_TEXT", ReadDCEText)
         .further(issatnumonly, "one to nine digits from column 1 on, no other digit on the line")
-        .knownByShape(),
-    FormatRow(19, "LAUNCH", ReadLaunchFormat).when(at(1, "TIME(SEC): TIME")),
+        .knownByShape().confirmed(isDceTextPoint),
+    FormatRow(19, "LAUNCH", ReadLaunchFormat).when(at(1, "TIME(SEC): TIME")).distinct(),
     FormatRow(20, "MODIFIED_ITC", nullptr, ReadModifiedITC).when(at(1, "CREATED:")).only(RowRules::Practical),
 };
 // clang-format on
@@ -75,11 +87,15 @@ bool hasTexts(std::string_view line, const LineTest& test) noexcept {
 
 enum class Verdict { Passed, Failed, Settled };
 
-Verdict verdictOf(std::string_view line, const FormatRow& row) noexcept {
+// `passed` is set to the alternative that passed.
+Verdict verdictOf(std::string_view line, const FormatRow& row, const LineTest** passed = nullptr) noexcept {
     for (const LineTest& test : row.alternatives) {
         if (test.empty()) break;
         if (!hasTexts(line, test)) continue;
-        if (test.further == nullptr || test.further(line)) return Verdict::Passed;
+        if (test.further == nullptr || test.further(line)) {
+            if (passed != nullptr) *passed = &test;
+            return Verdict::Passed;
+        }
         if (row.decides) return Verdict::Settled;
     }
     return Verdict::Failed;
@@ -114,6 +130,22 @@ bool mayBeginCard(std::string_view head) noexcept {
         const bool isCard = row.code == kInputFileCard || row.code == kTagCard;
         return isCard && std::any_of(row.alternatives.begin(), row.alternatives.end(), mayHave);
     });
+}
+
+BlockHeader headerOn(std::string_view line) noexcept {
+    if (!mayBeHeader(line)) return {};
+    const ReadingRules rules = ReadingRules::practical();
+    const FormatRow* const row = recognise(line, rules);
+    const LineTest* passed = nullptr;
+    if (row == nullptr || row->practicalReader == nullptr || verdictOf(line, *row, &passed) != Verdict::Passed)
+        return {};
+    return row->byShape && !passed->isHeader ? BlockHeader{} : BlockHeader{row->name, row->isDistinct};
+}
+
+bool isCard(std::string_view line) noexcept {
+    if (!mayBeCard(line)) return false;
+    const std::int32_t code = vorlancardtype(line);
+    return code == kInputFileCard || code == kTagCard;
 }
 
 bool mayBeCard(std::string_view line) noexcept {

@@ -7,6 +7,7 @@
 #include <span>
 #include <string_view>
 
+#include "Vorlandi/VorlandiCardReading/BlockHeaders.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
 
 namespace vorlandi {
@@ -27,6 +28,7 @@ struct LineTest {
     std::array<TextAt, 6> texts = {};
     bool (*further)(std::string_view line) = nullptr;
     std::string_view description = {};  // what `further` asks of a line, in words
+    bool isHeader = false;              // though the format is known by the shape of its lines
 
     constexpr bool empty() const noexcept { return texts[0].column == 0 && further == nullptr; }
 };
@@ -42,8 +44,11 @@ struct FormatRow {
     Reader practicalReader = nullptr;           // by the practical rules
     std::array<LineTest, 6> alternatives = {};  // one has to pass; the unused ones are empty
     std::size_t alternativeCount = 0;
-    bool decides = false;  // if the texts match but `further` fails, the line has no format
-    bool byShape = false;  // known by the shape of a data line: can't begin inside a refused block
+    bool decides = false;     // if the texts match but `further` fails, the line has no format
+    bool byShape = false;     // known by the shape of a data line, which can be one of another block as well
+    bool isDistinct = false;  // its header occurs nowhere else, not even in free text
+    bool (*confirmedBy)(std::string_view) = nullptr;       // a line of this shape after it shows that it is a header
+    bool (*isHeaderAmongOwn)(std::string_view) = nullptr;  // tells its first line from others of the same format
     RowRules rules = RowRules::All;
 
     constexpr FormatRow(std::int32_t rowCode, std::string_view rowName, Reader fixedReader = nullptr,
@@ -78,6 +83,27 @@ struct FormatRow {
     constexpr FormatRow knownByShape() const noexcept {
         FormatRow row = *this;
         row.byShape = true;
+        return row;
+    }
+    // The last way is a header line.
+    constexpr FormatRow withHeader() const noexcept {
+        FormatRow row = *this;
+        row.alternatives[row.alternativeCount - 1].isHeader = true;
+        return row;
+    }
+    constexpr FormatRow distinct() const noexcept {
+        FormatRow row = *this;
+        row.isDistinct = true;
+        return row;
+    }
+    constexpr FormatRow confirmed(bool (*byNextLine)(std::string_view)) const noexcept {
+        FormatRow row = *this;
+        row.confirmedBy = byNextLine;
+        return row;
+    }
+    constexpr FormatRow amongOwn(bool (*isHeader)(std::string_view)) const noexcept {
+        FormatRow row = *this;
+        row.isHeaderAmongOwn = isHeader;
         return row;
     }
     constexpr FormatRow only(RowRules which) const noexcept {

@@ -10,7 +10,7 @@ namespace vorlandi {
 ReadOutcome LineGroup::read(BlockInput& input) {
     std::int64_t firstNumber = 0;
     for (std::size_t k = 0; k < size_; ++k) {
-        if (const ReadOutcome outcome = input.readLine(last_); outcome != ReadOutcome::Success) {
+        if (const ReadOutcome outcome = input.readPointLine(last_); outcome != ReadOutcome::Success) {
             return outcome;
         }
         if (k == 0) firstNumber = input.place().number;

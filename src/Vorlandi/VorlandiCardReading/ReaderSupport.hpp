@@ -60,6 +60,14 @@ std::int32_t blockFailedWithLine(const BlockInput& input, std::string_view reade
 std::int32_t blockRefused(const BlockInput& input, std::string_view reader, std::string_view problem,
                           std::string_view reason);
 
+// The same where the fixed rules don't say it: by them `otherwise` ends the block.
+template <class Otherwise>
+std::int32_t blockRefusedBy(const BlockInput& input, std::string_view reader, std::string_view problem,
+                            std::string_view reason, Otherwise otherwise) {
+    return input.has(Rule::FailedBlockIsRefused) ? blockRefused(input, reader, problem, reason)
+                                                 : otherwise(input, reader, problem);
+}
+
 // The usual problem.
 constexpr std::string_view kFileReadError = "File read error.";
 
@@ -69,12 +77,12 @@ constexpr std::string_view kNoSuchDate = "there is no such date or time";
 // Ends a block that has been read: its epoch is the time of its first point.
 std::int32_t blockRead(Vorlanrecord& record) noexcept;
 
-// Passes every line up to the end of the file to `use`, then ends the block.
+// Passes every line up to the end of the file, or to any header, to `use`, then ends the block.
 template <class Use>
 std::int32_t useLinesToEnd(BlockInput& input, std::string_view reader, Vorlanrecord& record, Use use) {
     std::string_view line;
     for (;;) {
-        const ReadOutcome outcome = input.readLine(line);
+        const ReadOutcome outcome = input.readPointLine(line);
         if (outcome == ReadOutcome::Error) return blockFailed(input, reader, kFileReadError);
         if (outcome == ReadOutcome::EndOfData) return blockRead(record);
         use(line);
@@ -87,7 +95,7 @@ template <class Use>
 std::int32_t useLoneLinesToEnd(BlockInput& input, std::string_view reader, Vorlanrecord& record, const Use& use) {
     input.readInChunks(record, {}, [&use](BlockInput& part, Vorlanrecord& partRecord) {
         std::string_view line;
-        while (part.readLine(line) == ReadOutcome::Success)
+        while (part.readPointLine(line) == ReadOutcome::Success)
             use(line, part, partRecord);
     });
     return useLinesToEnd(input, reader, record, [&](std::string_view line) { use(line, input, record); });

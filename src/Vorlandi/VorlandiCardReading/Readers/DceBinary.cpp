@@ -162,6 +162,10 @@ void append(const Vorlanstate& point, Vorlanrecord& record, BinaryInput& input) 
         observeRead(VORLAN_READ_BAD, input.place);
         tracelogerror(MessageText("*** ") << kName << " : Bad ephemeris data. ***");
         tracelogerror(reasonAt(input.place, kName, "a number in this record is not finite"));
+    } else if (input.rules.has(Rule::TimesAreStorable) && !hasSatKey(point.time)) {
+        observeRead(VORLAN_READ_BAD, input.place);
+        tracelogerror(MessageText("*** ") << kName << " : Bad ephemeris data. ***");
+        tracelogerror(reasonAt(input.place, kName, kTimeOutside));
     } else if (addoneeppoint(point, record)) {
         return;
     } else if (input.rules.has(Rule::SeamBeginsRecord)) {

@@ -33,10 +33,14 @@ std::int32_t ReadDCEText(BlockInput& input, Vorlanrecord& record) {
     for (;;) {
         std::string_view line;
         Vorlanstate point;
-        ReadOutcome outcome = input.readLine(line);
-        if (outcome == ReadOutcome::Success) outcome = readPoint(input.list(line), point);
+        ReadOutcome outcome = input.readPointLine(line);
+        const bool hasLine = outcome == ReadOutcome::Success;
+        if (hasLine) outcome = readPoint(input.list(line), point);
         if (outcome == ReadOutcome::Error) return blockFailed(input, kName, kFileReadError);
-        if (outcome == ReadOutcome::EndOfData) return blockRead(record);
+        if (outcome == ReadOutcome::EndOfData) {
+            if (hasLine && input.has(Rule::HeaderEndsBlock)) input.unreadLine();  // it may be the next header
+            return blockRead(record);
+        }
         input.append(point, record);
     }
 }

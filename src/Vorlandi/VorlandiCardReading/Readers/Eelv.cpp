@@ -57,7 +57,9 @@ void readPoint(std::string_view line, double referenceEpoch, BlockInput& input, 
 std::int32_t ReadEELV(BlockInput& input, Vorlanrecord& record) {
     double referenceEpoch = 0.0;
     if (!readReferenceEpoch(input, referenceEpoch)) {
-        return blockFailedWithLine(input, kName, "Invalid EELV first line.");
+        return blockRefusedBy(input, kName, "Invalid EELV first line.",
+                              "the first line is not a date: year, month, day, hour, minute and seconds.",
+                              blockFailedWithLine);
     }
     record.satNum = kUncataloguedSatNum;
     record.coordSys = kEci;

@@ -10,8 +10,7 @@ namespace {
 
 constexpr std::string_view kName = "ReadModifiedITC";
 
-constexpr std::string_view kHeaderMark = "created:";  // in column 1, any case
-constexpr int kHeaderLines = 3;                       // after the recognised one; the last of them names the axes
+constexpr int kHeaderLines = 3;  // after the recognised one; the last of them names the axes
 constexpr std::string_view kUvw = "UVW";
 
 constexpr std::size_t kTimeDigits = 13;  // YYYYDDDHHMMSS
@@ -36,12 +35,6 @@ std::int32_t frameOf(std::string_view fileName) noexcept {
 constexpr bool isRotating(std::int32_t coordSys) noexcept { return coordSys == kEfg || coordSys == kEcr; }
 
 constexpr bool isBlankOrTab(char c) noexcept { return c == ' ' || c == '\t'; }
-
-bool beginsBlock(std::string_view line) noexcept {
-    return line.size() >= kHeaderMark.size() &&
-           std::equal(kHeaderMark.begin(), kHeaderMark.end(), line.begin(),
-                      [](char mark, char c) { return touppercase(mark) == touppercase(c); });
-}
 
 std::string_view withoutBlanksBefore(std::string_view line) noexcept {
     while (!line.empty() && isBlankOrTab(line.front()))
@@ -81,12 +74,8 @@ private:
     // EndOfData also at the beginning of another block.
     ReadOutcome readLine() {
         std::string_view line;
-        const ReadOutcome outcome = input_.readLine(line);
+        const ReadOutcome outcome = input_.readPointLine(line);
         if (outcome != ReadOutcome::Success) return outcome;
-        if (beginsBlock(line)) [[unlikely]] {
-            input_.unreadLine();
-            return ReadOutcome::EndOfData;
-        }
         take(withoutBlanksBefore(line));
         return outcome;
     }
@@ -139,7 +128,8 @@ private:
         after_ = After::LeftOutPoint;
         point_.time = date_in(time);
         if (!(point_.time > 0.0)) return input_.skipBadLine(kName, kNoSuchDate);
-        if (input_.readState(line.substr(time.size()), point_) != ReadOutcome::Success)
+        FreeFormList state = input_.list(line.substr(time.size()));
+        if (readState(state, point_) != ReadOutcome::Success || state.leftOut())
             return input_.skipBadLine(kName, "a state line has a time and six numbers");
         after_ = After::State;
         stateLine_ = line;
@@ -153,7 +143,8 @@ private:
             return input_.skipBadLine(kName, "there is no point for these numbers");
         }
         const auto values = std::span(covariance_.cov).subspan(covarianceLines_ * kNumbersPerLine, kNumbersPerLine);
-        if (input_.readFreeForm(line, values) != ReadOutcome::Success) {
+        FreeFormList list = input_.list(line);
+        if (list.next(values) != ReadOutcome::Success || list.leftOut()) {
             after_ = After::LeftOutPoint;
             return input_.skipBadLine(kName, "a covariance line has seven numbers; the point is left out");
         }

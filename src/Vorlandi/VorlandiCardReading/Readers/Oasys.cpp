@@ -1,5 +1,7 @@
 // Reads OASYS text files: free text in which a line of data is known by the shape of its date, YYYY/MM/DD
 // HH:MM:SS.SSS. Values are stored unchanged.
+#include <utility>
+
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
 
@@ -7,6 +9,7 @@ namespace vorlandi {
 namespace {
 
 constexpr std::string_view kName = "ReadOASYS";
+constexpr std::string_view kFormat = "OASYS";
 
 // Satellite line
 constexpr Columns kSatelliteMark{10, 20};
@@ -29,10 +32,15 @@ bool beginsWithDate(std::string_view line) noexcept {
     });
 }
 
-void useLine(std::string_view line, BlockInput& input, Vorlanrecord& record) {
+void useLine(std::string_view line, const Vorlanrecord& before, BlockInput& input, Vorlanrecord& record) {
     if (isComment(line) || isBlank(line)) return;
     if (columns(line, kSatelliteMark.first, kSatelliteMark.last) == kSatelliteText) {
-        record.satNum = strtoint(columnsFrom(line, kSatNumFrom));
+        const std::int32_t satNum = strtoint(columnsFrom(line, kSatNumFrom));
+        // The points so far are those of another satellite.
+        if (input.has(Rule::HeaderEndsBlock) && record.numberOfPoints() > 0 && satNum != record.satNum) {
+            input.storeSegment(input.takeRecords(std::exchange(record, before)), input.place().number);
+        }
+        record.satNum = satNum;
     }
     if (!beginsWithDate(line)) return;
     Vorlanstate point;
@@ -46,11 +54,23 @@ void useLine(std::string_view line, BlockInput& input, Vorlanrecord& record) {
 
 }  // namespace
 
+// By Rule::HeaderEndsBlock the header of the next block of this format ends one that has points.
 std::int32_t ReadOASYS(BlockInput& input, Vorlanrecord& record) {
     record.coordSys = kJ2k;
     record.satNum = satNumFromFileName(input.fileName(), input.rules());
-    input.rewind();
-    return useLinesToEnd(input, kName, record, [&](std::string_view line) { useLine(line, input, record); });
+    input.goToFirstLine();
+    const Vorlanrecord before = record;
+    std::string_view line;
+    for (;;) {
+        const ReadOutcome outcome = input.readLine(line);
+        if (outcome == ReadOutcome::Error) return blockFailed(input, kName, kFileReadError);
+        if (outcome == ReadOutcome::EndOfData) return blockRead(record);
+        if (input.has(Rule::HeaderEndsBlock) && record.numberOfPoints() > 0 && headerOn(line).format == kFormat) {
+            input.unreadLine();
+            return blockRead(record);
+        }
+        useLine(line, before, input, record);
+    }
 }
 
 }  // namespace vorlandi

@@ -1,5 +1,8 @@
 // Reads CCSDS OEM in its text form: segments of metadata, lines of an epoch and a state, and blocks of covariances. A
 // segment is a record; one that can't be read is refused, and reading goes on at the next. Accelerations are not read.
+#include <optional>
+#include <utility>
+
 #include "Vorlandi/VorlandiCardReading/Readers/OemCovariances.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/OemMetadata.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
@@ -53,9 +56,11 @@ private:
     void beginSegment();
     bool beginsUnmarked(const OemEntry& entry) const noexcept;
     void endMetadata();
+    void endRefusedMetadata();
     void endSegment();
     void refuseSegment(std::string_view reason, Section next = Section::RefusedData);
     void noteObject();
+    std::int32_t numberOf(const OemObject& object) const noexcept;
     void storeSegments();
     void skip(std::string_view reason) { input_.skipBadLine(kName, reason); }
 
@@ -70,15 +75,17 @@ private:
 
     // Segments are stored at the end: whether the file's name numbers them depends on all of them.
     std::vector<Segment> segments_;
-    InlineChars<kEphemerisColumns> object_;  // of the first segment without a number
-    bool objectsDiffer_ = false;
+    std::optional<OemObject> object_;       // the first one
+    std::optional<OemObject> otherObject_;  // the first one that differs from it
+    bool isUnnumbered_ = false;             // is there one without a number?
+    bool objectIsNoted_ = false;            // that of this segment
 };
 
 std::int32_t OemBlock::read() {
     bool good = readVersion(stripped(input_.headerLine()));
     while (good) {
         std::string_view line;
-        const ReadOutcome outcome = input_.readLine(line);
+        const ReadOutcome outcome = input_.readLine(line, kFormat);
         if (outcome == ReadOutcome::Error) {
             record_ = empty_;
             blockFailed(input_, kName, kFileReadError);
@@ -149,8 +156,7 @@ void OemBlock::readNumbers(std::string_view text) {
             skip("a state before the META_STOP; it is read");
             return readPoint(text);
         case Section::RefusedMetadata:
-            section_ = Section::RefusedData;
-            return;
+            return endRefusedMetadata();
         case Section::RefusedData:
             return;
     }
@@ -183,7 +189,11 @@ void OemBlock::readEntry(const OemEntry& entry) {
             section_ = Section::States;
             return;
         case Section::RefusedMetadata:
-            if (entry.is(kMetaStop) || entry.is(kCovarianceStart)) section_ = Section::RefusedData;
+            if (entry.is(kMetaStop) || entry.is(kCovarianceStart)) {
+                endRefusedMetadata();
+            } else {
+                metadata_.take(entry);  // it may name its object
+            }
             return;
         case Section::RefusedData:
             return;
@@ -195,11 +205,13 @@ void OemBlock::readEntry(const OemEntry& entry) {
 void OemBlock::readPoint(std::string_view text) {
     std::string_view epoch = text.substr(0, text.find(' '));
     epoch = epoch.substr(0, epoch.find('\t'));
-    const auto time = epochToDs50utc(epoch, metadata_.timeScale(), lastDay_);
+    bool inLeapSecond = false;
+    const auto time = epochToDs50utc(epoch, metadata_.timeScale(), lastDay_, inLeapSecond);
     if (!time) return skip(kNoSuchDate);
     Vorlanstate point;
     point.time = *time;
     if (!readState(text.substr(epoch.size()), point)) return skip("a state is an epoch and six or nine numbers");
+    if (inLeapSecond) return input_.dropInLeapSecond();
     input_.append(point, record_);
 }
 
@@ -217,6 +229,7 @@ void OemBlock::beginSegment() {
     endSegment();
     header_ = input_.keep();
     metadata_ = {};
+    objectIsNoted_ = false;
     section_ = Section::Metadata;
 }
 
@@ -230,12 +243,18 @@ void OemBlock::endMetadata() {
     if (!metadata_.problem().empty()) return refuseSegment(metadata_.problem());
     noteObject();
     record_.coordSys = metadata_.coordSys();
-    if (record_.inputTag.blank()) record_.inputTag = metadata_.objectName();
+    if (record_.inputTag.blank()) record_.inputTag = metadata_.object().name();
     covariances_.beginSegment(metadata_.timeScale(), metadata_.coordSys());
     section_ = Section::States;
 }
 
+void OemBlock::endRefusedMetadata() {
+    noteObject();
+    section_ = Section::RefusedData;
+}
+
 void OemBlock::endSegment() {
+    if (section_ == Section::RefusedMetadata) endRefusedMetadata();
     if (section_ == Section::Header || isRefused(section_)) return;
     if (section_ == Section::Covariances) covariances_.end();
     if (record_.numberOfPoints() == 0) {
@@ -245,37 +264,43 @@ void OemBlock::endSegment() {
         input_.blame(here.line, here.number);
         return;
     }
-    segments_.push_back({input_.takeRecords(std::move(record_)), header_.number, metadata_.satNum()});
+    segments_.push_back({input_.takeRecords(std::move(record_)), header_.number, numberOf(metadata_.object())});
     record_ = empty_;
 }
 
 void OemBlock::refuseSegment(std::string_view reason, Section next) {
-    noteObject();
+    if (next != Section::RefusedMetadata) noteObject();
     blockRefused(input_, kName, "Segment refused.", reason);
     input_.refuseSegment(record_);
     record_ = empty_;
     section_ = next;
 }
 
-// The name of a file can't number satellites that it holds several of.
+// The name of a file can't number one of several satellites.
 void OemBlock::noteObject() {
-    const std::string_view object = metadata_.object(), first = object_;
-    if (metadata_.satNum() >= 0 || object.empty() || objectsDiffer_) return;
-    if (first.empty()) {
-        object_ = object;
-    } else if (!isWord(object, first)) {
-        objectsDiffer_ = true;
-        constexpr std::size_t kShown = 40;
-        tracelogerror(reasonAt(input_.place(), kName,
-                               MessageText("segments name different objects, ")
-                                   << first.substr(0, kShown) << " and " << object.substr(0, kShown)
-                                   << ": their number is 99999."));
-    }
+    const OemObject& object = metadata_.object();
+    if (std::exchange(objectIsNoted_, true) || !object.isKnown()) return;
+    const bool isTold = isUnnumbered_ && otherObject_;
+    if (!object_) object_ = object;
+    if (!otherObject_ && object.differsFrom(*object_)) otherObject_ = object;
+    isUnnumbered_ = isUnnumbered_ || numberOf(object) < 0;
+    if (isTold || !isUnnumbered_ || !otherObject_) return;
+    constexpr std::size_t kShown = 40;
+    tracelogerror(reasonAt(input_.place(), kName,
+                           MessageText("segments name different objects, ")
+                               << object_->text().substr(0, kShown) << " and " << otherObject_->text().substr(0, kShown)
+                               << ": the number of those without one is 99999."));
+}
+
+// The number that an object has, or that the first one has if it is the same; -1 if there is none.
+std::int32_t OemBlock::numberOf(const OemObject& object) const noexcept {
+    const std::int32_t number = object.satNum();
+    return number >= 0 || !object.isKnown() || !object_ || object.differsFrom(*object_) ? number : object_->satNum();
 }
 
 void OemBlock::storeSegments() {
     const std::int32_t fileSatNum =
-        objectsDiffer_ ? kUncataloguedSatNum : satNumFromFileName(input_.fileName(), input_.rules());
+        otherObject_ ? kUncataloguedSatNum : satNumFromFileName(input_.fileName(), input_.rules());
     for (auto& [records, header, satNum] : segments_) {
         for (Vorlanrecord& record : records)
             record.satNum = satNum >= 0 ? satNum : fileSatNum;

@@ -54,9 +54,11 @@ bool OemCovariances::take(const OemEntry& entry) {
     }
     epochLine_ = input_.place().line;
     epochLineNumber_ = input_.place().number;
-    time_ = epochToDs50utc(*entry.value, timeScale_);
-    bad_ = !time_;
-    if (bad_) input_.skipBadLine(reader_, kNoSuchDate);
+    LastDay lastDay;
+    bool inLeapSecond = false;
+    time_ = epochToDs50utc(*entry.value, timeScale_, lastDay, inLeapSecond);
+    bad_ = !time_ || inLeapSecond;  // the point of such an epoch is dropped
+    if (!time_) input_.skipBadLine(reader_, kNoSuchDate);
     return true;
 }
 

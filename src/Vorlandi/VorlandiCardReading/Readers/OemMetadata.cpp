@@ -115,10 +115,10 @@ bool OemMetadata::take(const OemEntry& entry) noexcept {
     const std::string_view value = *entry.value;
     switch (*key) {
         case Key::ObjectName:
-            name_ = value;
+            object_.setName(value);
             break;
         case Key::ObjectId:
-            id_ = value;
+            object_.setId(value);
             break;
         case Key::Center:
             hasCenter_ = meaningOf(kCenters, value).has_value();
@@ -153,9 +153,15 @@ void OemMetadata::complete() noexcept {
     }
 }
 
-std::int32_t OemMetadata::satNum() const noexcept {
+std::int32_t OemObject::satNum() const noexcept {
     const std::int32_t number = numberOfDigits(id_);
     return number >= 0 ? number : numberOfDigits(name_);
+}
+
+bool OemObject::differsFrom(const OemObject& other) const noexcept {
+    const auto bothSay = [](std::string_view a, std::string_view b) { return !a.empty() && !b.empty(); };
+    if (bothSay(id_, other.id_)) return !isWord(id_, other.id_);
+    return !bothSay(name_, other.name_) || !isWord(name_, other.name_);
 }
 
 }  // namespace vorlandi

@@ -37,6 +37,29 @@ MessageText problemOfOemVersion(const OemEntry& version) noexcept;
 // The coordinate system of a frame name; none if it is not read.
 std::optional<std::int32_t> oemCoordSys(std::string_view frame) noexcept;
 
+// What a segment says its object is.
+class OemObject {
+public:
+    void setName(std::string_view name) noexcept { name_ = name; }
+    void setId(std::string_view id) noexcept { id_ = id; }
+
+    std::string_view name() const noexcept { return name_; }
+    bool isKnown() const noexcept { return !text().empty(); }
+
+    // The identifier, or the name if there is none.
+    std::string_view text() const noexcept { return std::string_view(id_).empty() ? name_ : id_; }
+
+    // The satellite number that the name or the identifier is, -1 if neither is one.
+    std::int32_t satNum() const noexcept;
+
+    // By what both say; if that is nothing, they differ.
+    bool differsFrom(const OemObject& other) const noexcept;
+
+private:
+    InlineChars<512> name_;
+    InlineChars<512> id_;
+};
+
 class OemMetadata {
 public:
     // Takes an entry. False if its key is not one of metadata.
@@ -52,18 +75,10 @@ public:
     std::int32_t coordSys() const noexcept { return *coordSys_; }
     TimeScale timeScale() const noexcept { return *timeScale_; }
 
-    // The satellite number that the object's name or identifier is, -1 if neither is one.
-    std::int32_t satNum() const noexcept;
-    std::string_view objectName() const noexcept { return name_; }
-
-    // The identifier, or the name if there is none.
-    std::string_view object() const noexcept { return std::string_view(id_).empty() ? name_ : id_; }
+    const OemObject& object() const noexcept { return object_; }
 
 private:
-    using Value = InlineChars<512>;
-
-    Value name_;
-    Value id_;
+    OemObject object_;
     std::optional<std::int32_t> coordSys_;
     std::optional<TimeScale> timeScale_;
     bool hasCenter_ = false;

@@ -13,7 +13,9 @@ constexpr std::size_t kNumbersFrom = 16;
 double timeOf(std::string_view line) noexcept { return date_in(columns(line, kTime.first, kTime.last)); }
 
 void readPoint(std::string_view line, BlockInput& input, Vorlanrecord& record) {
-    if (isComment(line) || isBlank(line)) return;
+    if (isComment(line) || isBlank(line) ||
+        (input.has(Rule::HeaderEndsBlock) && input.isBeforeHeader() && isCard(line)))
+        return;
     Vorlanstate point;
     point.time = timeOf(line);
     if (!(point.time > 0.0) || input.readState(columnsFrom(line, kNumbersFrom), point) != ReadOutcome::Success) {
@@ -27,7 +29,7 @@ void readPoint(std::string_view line, BlockInput& input, Vorlanrecord& record) {
 std::int32_t ReadOwner(BlockInput& input, Vorlanrecord& record) {
     record.coordSys = kJ2k;
     record.satNum = satNumFromFileName(input.fileName(), input.rules());
-    input.rewind();
+    input.goToFirstLine();
     return useLoneLinesToEnd(input, kName, record, readPoint);
 }
 

@@ -86,6 +86,7 @@ void Covariances::complete(const StateSystem* states) {
 }
 
 void Covariances::cover(const Kept& kept, const StateSystem& states, const ReadPlace& place) {
+    if (states.time.isInLeapSecond(kept.seconds)) return;  // its point is dropped
     const PointCovariance covariance = covarianceOf(kept.values, kept.rows, kept.triangle, states.km);
     const auto give = [&](const Vorlanstate&, PointCovariance& given) {
         given = covariance;

@@ -15,8 +15,6 @@ namespace {
 
 using namespace stk;
 
-constexpr std::string_view kHeaderMark = "stk.v";
-
 constexpr bool isLetter(char c) noexcept { return touppercase(c) >= 'A' && touppercase(c) <= 'Z'; }
 
 // Takes the first word of a text, and the blanks after it.
@@ -166,23 +164,33 @@ void StkBlock::set(const Named<Setting>& setting, std::string_view value) {
         default:
             break;
     }
-    if (record_.numberOfPoints() > 0) return skip(MessageText(setting.name) << " has to be before the states.");
+    constexpr std::string_view kInvalidFrame = "Invalid coordinate system.", kInvalidUnit = "Invalid distance unit.";
+    // What the states before it have been taken for can't be changed.
+    const auto change = [&](auto& setTo, auto wanted, std::string_view problem) {
+        if (record_.numberOfPoints() > 0 && setTo != wanted)
+            return refuse(problem, MessageText(setting.name) << " " << value << " has to be before the states.");
+        setTo = wanted;
+    };
     switch (setting.value) {
         case Setting::Epoch:
+            if (record_.numberOfPoints() > 0) return skip("ScenarioEpoch has to be before the states.");
             return setEpoch(value);
         case Setting::CentralBody:
             return setByName(kCentralBodies, setting, value, "Invalid central body.", [](bool) {});
         case Setting::Frame:
-            return setByName(kFrames, setting, value, "Invalid coordinate system.",
-                             [this](std::int32_t code) { record_.coordSys = code; });
+            return setByName(kFrames, setting, value, kInvalidFrame,
+                             [&](std::int32_t code) { change(record_.coordSys, code, kInvalidFrame); });
         default:
-            return setByName(kUnits, setting, value, "Invalid distance unit.", [this](double km) { km_ = km; });
+            return setByName(kUnits, setting, value, kInvalidUnit, [&](double km) { change(km_, km, kInvalidUnit); });
     }
 }
 
 // ---- Sections ----
 
 void StkBlock::open(Section section, std::string_view name, bool begins) {
+    // An END searches the sections that are open.
+    constexpr std::size_t kDeepest = 64;
+    if (begins && open_.size() == kDeepest) return refuse("Invalid sections.", "sections are nested 64 deep.");
     covariances_.close();
     if (!begins && !open_.empty()) open_.pop_back();
     open_.push_back({section, std::string(name), begins});
@@ -226,10 +234,6 @@ void StkBlock::endBlock() {
 }
 
 void StkBlock::readKeyword(std::string_view text) {
-    if (isWord(input_.place().line.substr(0, kHeaderMark.size()), kHeaderMark)) {
-        input_.unreadLine();
-        return endBlock();
-    }
     const std::string_view line = text;
     std::string_view word = takeWord(text);
     if (isWord(word, "END")) return end(firstWord(unquoted(text)));
@@ -273,6 +277,7 @@ void StateReader::read(std::string_view text, BlockInput& input, Vorlanrecord& r
                                             << section << " has " << static_cast<std::int64_t>(numbers) << " numbers.");
     }
     Vorlanstate point;
+    if (time.isInLeapSecond(values[0])) return input.dropInLeapSecond();
     point.time = time.utcAt(values[0]);
     std::copy_n(values.begin() + 1, 3, point.pos);
     std::copy_n(values.begin() + 4, 3, point.vel);
@@ -336,6 +341,7 @@ std::int32_t StkBlock::read() {
             endBlock();
             break;
         }
+        if (input_.isLineLeftOut()) covariances_.close();  // its numbers may have been of this one
         const std::string_view text = contentOf(line);
         if (text.empty()) continue;
         if (isLetter(text[0])) {

@@ -72,7 +72,12 @@ std::string padded(std::string_view line, Columns where) {
 std::int32_t ReadKQUniversalVorlan(BlockInput& input, Vorlanrecord& record) {
     const std::string_view header = input.headerLine();
     const std::int32_t coordSys = coord(padded(header, kCoordinateSystem));
-    if (coordSys == kUnknownCoordinates) return blockFailed(input, kName, "Invalid coordinate system.");
+    if (coordSys == kUnknownCoordinates) {
+        return blockRefusedBy(input, kName, "Invalid coordinate system.",
+                              MessageText("coordinate system ") << stripped(textIn(header, kCoordinateSystem))
+                                                                << " is not read; HCSRL, WPTRL, HCSGC and WPTGC are.",
+                              [](auto&... said) { return blockFailed(said...); });
+    }
     record.coordSys = coordSys;
     record.satNum = strtoint(textIn(header, kSatNum));
     if (record.satNum == kNoInteger) return blockFailed(input, kName, "Invalid satellite number.");

@@ -70,7 +70,10 @@ std::int32_t ReadV31(BlockInput& input, Vorlanrecord& record) {
         } else if (isMark(line, '=')) {
             inData = true;
         } else if (line.starts_with(kCoordinateLine) && !readCoordinates(line, record)) {
-            return blockFailedWithLine(input, kName, "Unrecognized Coordinates.");
+            return blockRefusedBy(input, kName, "Unrecognized Coordinates.",
+                                  MessageText("coordinates ") << columns(line, kCoordinates.first, kCoordinates.last)
+                                                              << " are not read; ECI and EFG are.",
+                                  blockFailedWithLine);
         }
     }
 }

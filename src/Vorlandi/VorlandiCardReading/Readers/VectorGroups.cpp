@@ -6,6 +6,9 @@ namespace {
 // Header
 constexpr RealColumns kGravityModel{1, 22, 15};  // E22.15 each: ke, then the earth radius in km
 
+constexpr std::string_view kInvalidSystem = "Invalid Coordinate system.";
+constexpr std::string_view kSystemsRead = "ECI, J2K, EFG and ECR are.";
+
 bool readHeader(const BlockInput& input, Vorlanrecord& record) noexcept {
     const std::string_view line = input.headerLine();
     std::array<double, 2> gravityModel{};
@@ -29,13 +32,16 @@ std::int32_t readVectorGroups(const VectorFormat& format, BlockInput& input, Vor
                 input.skipbadephempoint(format.reader, lines[0]);
                 continue;
             }
-            record.coordSys = coordOfThree(columns(lines[0], format.coordinates.first, format.coordinates.last));
+            const std::string_view name = columns(lines[0], format.coordinates.first, format.coordinates.last);
+            record.coordSys = coordOfThree(name);
             if (record.coordSys == kUnknownCoordinates) {
-                return blockFailedWithLine(input, format.reader, "Invalid Coordinate system.");
+                return blockRefusedBy(input, format.reader, kInvalidSystem,
+                                      MessageText("coordinates ") << name << " are not read; " << kSystemsRead,
+                                      blockFailedWithLine);
             }
             if (input.has(Rule::FramesAreCartesian) && (record.coordSys == kLlh || record.coordSys == kSen)) {
-                return blockRefused(input, format.reader, "Invalid Coordinate system.",
-                                    "LLH and SEN are not cartesian coordinates");
+                return blockRefused(input, format.reader, kInvalidSystem,
+                                    MessageText("LLH and SEN are not cartesian coordinates; ") << kSystemsRead);
             }
         }
         format.readPoint(lines, input, record);
