@@ -90,7 +90,7 @@ private:
             if (isAnswered(ephemeris, gap))
                 plot_.gaps.push_back({{ephemeris.times[gap], ephemeris.times[gap + 1]}, i, true});
         if (errors.motion == analysis::Motion::Unknown || errors.spacing_m.empty()) return;
-        for (const analysis::Jump& jump : findJumps(ephemeris, errors, gaps))
+        for (const analysis::Jump& jump : findIrregularities(ephemeris, errors, gaps).jumps)
             plot_.marks.push_back(
                 {from_tai_days(tai_days(ephemeris.times.front()) + jump.elapsed_s / analysis::kSecondsPerDay), i,
                  fmt::format("{} of {}, {:.3g} m/s", jump.isManoeuvre ? "manoeuvre" : "step", satellites_[i].name,
