@@ -241,7 +241,7 @@ def machine(context):
               if c["type"] != "Instruction"]
     parts = [context.get("processor", "processor unknown"), f"{context['num_cpus']} cores",
              f"{context['mhz_per_cpu']} MHz", *caches, context.get("compiler", "compiler unknown")]
-    return ", ".join(parts) + f"; {context['date'][:10]}, load average {context['load_avg'][0]:.1f}."
+    return ", ".join(parts) + f";\n{context['date'][:10]}, load average {context['load_avg'][0]:.1f}."
 
 
 def table(rows, markdown):

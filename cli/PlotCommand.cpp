@@ -16,10 +16,10 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kFooter =
-    R"(The suffix of the output chooses the form. svg: panels one above the other over time, UTC; gaps are shaded (darker
-where there are no states), jumps marked; the first eight satellites have a colour each. html: one file without network
-with the orbits in their own frame, to be turned and zoomed, a time slider with the states, and the panels below. #at=
-and times after the page's address list states: plot.html#at=2026-01-31T01:00:00.
+    R"(The suffix of the output chooses the form. svg: panels one above the other over time, UTC; gaps are shaded
+(darker where there are no states), jumps marked; the first eight satellites have a colour each. html: one file without
+network with the orbits in their own frame, to be turned and zoomed, a time slider with the states, and the panels
+below. #at= and times after the page's address list states: plot.html#at=2026-01-31T01:00:00.
 
 height and speed are those of the stored points or, if these are few, of interpolated states. sigma is along the radial,
 in-track and cross-track axes. error is the estimated interpolation error (docs/checking.md).

@@ -1,7 +1,7 @@
 // Both passes over any bytes, as the text file fuzz.txt: cards, detection, the readers behind it, the store.
 // Cards name files: they are read from a folder of this target's own, and an input with a card that leads
-// elsewhere is passed over. As scanner_practical by the practical rules: blocks that are refused, divided and stored one
-// after the other.
+// elsewhere is passed over. As scanner_practical by the practical rules: blocks that are refused, divided and stored
+// one after the other.
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>

@@ -57,8 +57,8 @@ public:
     // Returns Error after a failed read or rewind, EndOfData at the end of the file; the line is then empty.
     ReadOutcome readLine(std::size_t maxColumns, std::string_view& line);
 
-    // Was the line read last longer than what was handed out? Of one that is longer than kLongestWholeLine not even that
-    // much is sure to be handed out.
+    // Was the line read last longer than what was handed out? Of one that is longer than kLongestWholeLine not even
+    // that much is sure to be handed out.
     bool isLineCut() const noexcept { return isLineCut_; }
 
     // Hands the line read last out again at the next read. Only right after it was read.

@@ -26,8 +26,8 @@ private:
 // Ds50UTC of an epoch; nothing if it is not one. A time in UTC has the bits of dtg2ds50utc; the others are converted in
 // seconds of the day, so that they round once, as a time in UTC does. Second 60 exists in UTC only.
 //
-// `lastDay` may serve many epochs. `inLeapSecond` tells whether the epoch is inside a leap second: its Ds50UTC is that of
-// a second later.
+// `lastDay` may serve many epochs. `inLeapSecond` tells whether the epoch is inside a leap second: its Ds50UTC is that
+// of a second later.
 std::optional<double> epochToDs50utc(std::string_view text, TimeScale scale, LastDay& lastDay,
                                      bool& inLeapSecond) noexcept;
 inline std::optional<double> epochToDs50utc(std::string_view text, TimeScale scale) noexcept {

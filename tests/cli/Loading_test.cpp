@@ -74,7 +74,9 @@ TEST_F(Loading, SaysOfEveryFaultInWhichFileAndLineItIs) {
          "nor in any that its cards name"}},
         {"orbits.sp3", {"orbits.sp3: error: no ephemeris format recognised; it seems to hold SP3"}},
         {"prose.card", {"prose.txt: error: no ephemeris format recognised"}},
-        {"heights.txt", {"heights.txt:2: error: SIMOBS data refused: LLH and SEN are not cartesian coordinates"}},
+        {"heights.txt",
+         {"heights.txt:2: error: SIMOBS data refused: LLH and SEN are not cartesian coordinates; ECI, J2K, EFG and ECR "
+          "are"}},
         {"date.txt", {"date.txt:4: error: unreadable as OASYS data (there is no such date or time): "
          + split(contentsOf(file("date.txt"))).at(3)}},
         {"prose.txt", {"prose.txt: error: no ephemeris format recognised"}},

@@ -109,9 +109,9 @@ public:
     // Skips lines. Error or EndOfData if the file doesn't have that many.
     ReadOutcome skipLines(int count);
 
-    // Reads lines that mean the same wherever they are by several threads, if the load allows it and they are many. They
-    // begin with a group. `read(part, record)` reads the lines of a part, up to its end or to one that it leaves; it
-    // runs on several threads at once. Lines may be left, also all of them.
+    // Reads lines that mean the same wherever they are by several threads, if the load allows it and they are many.
+    // They begin with a group. `read(part, record)` reads the lines of a part, up to its end or to one that it leaves;
+    // it runs on several threads at once. Lines may be left, also all of them.
     template <class Read>
     void readInChunks(Vorlanrecord& record, LineGrouping grouping, const Read& read) {
         if (threads_ != nullptr) vorlandi::readInChunks(*this, *unit_, record, grouping, PartReader(read), *threads_);

@@ -1,6 +1,6 @@
-// Chunked reading: several threads read the lines of one large file, chunk by chunk, each into points of its own, and the
-// thread that called appends the chunks in order. Whatever a chunk of its own can't say for sure is left to that thread,
-// which reads such a chunk again as if there were no others.
+// Chunked reading: several threads read the lines of one large file, chunk by chunk, each into points of its own, and
+// the thread that called appends the chunks in order. Whatever a chunk of its own can't say for sure is left to that
+// thread, which reads such a chunk again as if there were no others.
 //
 // 1. A chunk begins and ends where a group of lines does, and its lines must mean the same wherever they are.
 // 2. Points, reports and their order are those of reading by one thread. All reports are made on the calling thread.

@@ -32,7 +32,8 @@ constexpr FormatRow kFormats[] = {
     FormatRow(17, "UNIVERSAL", ReadKQUniversalVorlan).when(at(1, "KQ_UNIVERSAL_VORLANDI_V")).distinct(),
     FormatRow(9, "CCSDS_OEM").when(at(1, " CCSDS_OEM_VERS")).only(RowRules::Fixed),
     FormatRow(9, "OEM", nullptr, ReadOEM)
-        .further(isOemVersion, "`CCSDS_OEM_VERS` with or without blanks before it").only(RowRules::Practical).distinct(),
+        .further(isOemVersion, "`CCSDS_OEM_VERS` with or without blanks before it")
+        .only(RowRules::Practical).distinct(),
     FormatRow(2, "SIMOBS", ReadSimObs).when(at(57, "."), at(75, "     Z")).distinct(),
     FormatRow(3, "VECTOR", ReadVecEph).when(at(57, "."), at(75, "SP ")).when(at(57, "."), at(75, "GP ")).distinct(),
     FormatRow(4, "ITC", ReadITC)

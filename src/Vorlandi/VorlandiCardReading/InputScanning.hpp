@@ -1,6 +1,6 @@
 // Input scanning: the passes over an input file. A card pass follows the cards that name ephemeris files; an ephemeris
-// pass gives each recognised block to its reader and stores the record that it fills. What the files of cards make comes
-// first. A file is tried without a card pass, which shows whether it has cards.
+// pass gives each recognised block to its reader and stores the record that it fills. What the files of cards make
+// comes first. A file is tried without a card pass, which shows whether it has cards.
 //
 // Nothing is locked while a file is read. Status: 0; 2 if reading failed, and what was stored before stays; or the
 // errno of a failed open. By the practical rules it is also 2 if anything was left out; a message says what.
