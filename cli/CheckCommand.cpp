@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "CheckReport.hpp"
+#include "CommandTable.hpp"
 #include "LoadFindings.hpp"
 #include "Loading.hpp"
 #include "Output.hpp"
@@ -201,11 +202,14 @@ void addKinds(CLI::App& command, const std::string& option, std::vector<std::str
         ->type_name("KIND,...")
         ->delimiter(',')
         ->allow_extra_args(false)
-        ->check(CLI::Validator(
-            [](const std::string& text) {
-                return analysis::kindNamed(text) ? "" : text + " is not a kind of finding; these are: " + kindList();
-            },
-            ""));
+        ->check(withChoices(CLI::Validator(
+                                [](const std::string& text) {
+                                    return analysis::kindNamed(text)
+                                               ? ""
+                                               : text + " is not a kind of finding; these are: " + kindList();
+                                },
+                                ""),
+                            {analysis::kKindNames.begin(), analysis::kKindNames.end()}));
 }
 
 }  // namespace

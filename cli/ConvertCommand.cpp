@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 
+#include "CommandTable.hpp"
 #include "Conversion.hpp"
 #include "Loading.hpp"
 #include "Output.hpp"
@@ -143,8 +144,7 @@ void finish(ConvertOptions& options, const CLI::App& command) {
     if (request.roundTimes && request.target->times == writers::TimesKept::Exactly)
         throw UsageError("--round-times", fmt::format("{} files keep every time", request.target->name));
     if (command.count("--step") > 0) {
-        if (!std::isfinite(options.step_s) || options.step_s < kShortestStep_s)
-            throw UsageError("--step", "must be a finite number of seconds, a microsecond or more");
+        requireStep(options.step_s);
         request.extraction.step_s = options.step_s;
     }
     readTimeRange(command, request.extraction.range);
@@ -198,7 +198,7 @@ void addConvertCommand(CLI::App& application, Session& session) {
     command->add_option("--into", options->into, "The format to write, see below")
         ->type_name("FORMAT")
         ->required()
-        ->check(CLI::IsMember(names).description(""));
+        ->check(withChoices(CLI::IsMember(names).description(""), names));
     command->add_option("-o,--output", request.output, "The file to write; - is standard output")->type_name("FILE");
     command->add_option("--directory", request.directory, "Write a file for each satellite into DIR")->type_name("DIR");
     command->add_flag("--force", request.force, "Replace files that exist");
