@@ -325,7 +325,9 @@ TEST_F(PracticalRules, ReadOrTellWhatFollowsABlockInAFormatThatIsKnownByTheShape
         EXPECT_EQ(outcome.status, status);
         EXPECT_EQ(outcome.records, records);
         EXPECT_EQ(outcome.messages.empty(), status == 0);
-        const auto says = [&said = said](const std::string& message) { return message.find(said) != std::string::npos; };
+        const auto says = [&said = said](const std::string& message) {
+            return message.find(said) != std::string::npos;
+        };
         EXPECT_EQ(std::any_of(outcome.messages.begin(), outcome.messages.end(), says), status != 0) << said;
     }
 }
