@@ -65,18 +65,9 @@ void reportLeftOut(const ApproachesReport& report, const Span& range, Console& c
 
 void write(const ApproachesReport& report, const ApproachesCommandOptions& options) {
     Output output(options.output);
-    switch (options.format) {
-        case Format::Table:
-            printApproachesTable(report, output);
-            break;
-        case Format::Csv:
-            printApproachesCsv(report, output);
-            break;
-        case Format::Json:
-        case Format::Jsonl:
-            printApproachesJson(report, output);
-            break;
-    }
+    inFormat(
+        options.format, [&] { printApproachesTable(report, output); }, [&] { printApproachesCsv(report, output); },
+        [&] { printApproachesJson(report, output); });
     output.close();
 }
 

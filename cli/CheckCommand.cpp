@@ -146,18 +146,9 @@ bool reportUnknown(const CheckCommandOptions& options, const CheckReport& report
 
 void write(const CheckReport& report, const CheckCommandOptions& options) {
     Output output(options.output);
-    switch (options.format) {
-        case Format::Table:
-            printCheckTable(report, options.limit, output);
-            break;
-        case Format::Csv:
-            printCheckCsv(report, output);
-            break;
-        case Format::Json:
-        case Format::Jsonl:
-            printCheckJson(report, output);
-            break;
-    }
+    inFormat(
+        options.format, [&] { printCheckTable(report, options.limit, output); }, [&] { printCheckCsv(report, output); },
+        [&] { printCheckJson(report, output); });
     output.close();
 }
 

@@ -158,15 +158,9 @@ void printJson(const std::vector<SatelliteInfo>& rows, const FileStatuses& files
 }
 
 void print(const std::vector<SatelliteInfo>& rows, const FileStatuses& files, Format format, Output& output) {
-    switch (format) {
-        case Format::Table:
-            return printTable(rows, output);
-        case Format::Csv:
-            return printCsv(rows, output);
-        case Format::Json:
-        case Format::Jsonl:
-            return printJson(rows, files, output);
-    }
+    inFormat(
+        format, [&] { printTable(rows, output); }, [&] { printCsv(rows, output); },
+        [&] { printJson(rows, files, output); });
 }
 
 ExitStatus runInfo(const InfoOptions& options, Console& console) {

@@ -176,15 +176,9 @@ void printSummary(const std::vector<SatelliteInfo>& satellites, const FileStatus
         all.add(info);
         groups[{name(info.satellite.frame), info.format}].add(info);
     }
-    switch (format) {
-        case Format::Table:
-            return printTable(all, groups, files, output);
-        case Format::Csv:
-            return printCsv(groups, output);
-        case Format::Json:
-        case Format::Jsonl:
-            return printJson(all, groups, files, output);
-    }
+    inFormat(
+        format, [&] { printTable(all, groups, files, output); }, [&] { printCsv(groups, output); },
+        [&] { printJson(all, groups, files, output); });
 }
 
 }  // namespace vorlandi::cli

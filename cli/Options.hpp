@@ -66,6 +66,19 @@ CLI::Validator finiteAtLeast(double least);
 CLI::Validator finiteAbove(double limit);
 CLI::Validator finiteBetween(double least, double largest);
 CLI::Validator wholeNumber();
+// Calls the one of three that writes the format. Lines of JSON, where a command has none, are JSON.
+template <typename Table, typename Csv, typename Json>
+void inFormat(Format format, const Table& table, const Csv& csv, const Json& json) {
+    switch (format) {
+        case Format::Table:
+            return table();
+        case Format::Csv:
+            return csv();
+        case Format::Json:
+        case Format::Jsonl:
+            return json();
+    }
+}
 // Of the formats all but JsonLines, a line an item, or all.
 enum class Offered { WithoutJsonl, All };
 void addFormat(CLI::App& command, Format& format, Offered offered = Offered::WithoutJsonl);

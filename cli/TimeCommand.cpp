@@ -82,18 +82,9 @@ ExitStatus runTime(const TimeOptions& options, Console& console) {
         times.push_back(formsOf(time, hasSecond60(text, time)));
     }
     Output output(options.output);
-    switch (options.format) {
-        case Format::Table:
-            printTable(times, output);
-            break;
-        case Format::Csv:
-            printCsv(times, output);
-            break;
-        case Format::Json:
-        case Format::Jsonl:
-            printJson(times, output);
-            break;
-    }
+    inFormat(
+        options.format, [&] { printTable(times, output); }, [&] { printCsv(times, output); },
+        [&] { printJson(times, output); });
     output.close();
     return ExitStatus::Success;
 }
