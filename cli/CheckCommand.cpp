@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <map>
 #include <memory>
 #include <thread>
 
@@ -38,8 +37,7 @@ Examples:
 struct CheckCommandOptions {
     InputOptions input;
     std::vector<std::int32_t> satellites;
-    std::string from;
-    std::string to;
+    TimeRange range;
     analysis::CheckOptions check;
     std::vector<std::string> only;
     std::vector<std::string> skip;
@@ -49,27 +47,13 @@ struct CheckCommandOptions {
     Format format = Format::Table;
 };
 
-Ds50 timeOr(const std::string& option, const std::string& text, Ds50 otherwise) {
-    return text.empty() ? otherwise : timeOf(option, text);
-}
-
-Span rangeOf(const CheckCommandOptions& options) {
-    const Span range{timeOr("--from", options.from, analysis::kAllTimes.first),
-                     timeOr("--to", options.to, analysis::kAllTimes.last)};
-    if (range.first > range.last) throw UsageError("--to", "is earlier than --from");
-    return range;
-}
-
 std::vector<CheckedSatellite> wantedSatellites(const CheckCommandOptions& options, const LoadResults& results) {
     std::vector<CheckedSatellite> wanted;
-    std::map<std::string, std::int32_t> inFile;
-    for (SatelliteRecord& record : loadedSatellites(results)) {
-        const std::int32_t number = ++inFile[record.file];
-        const auto origin = results.origins.find(record.key());
+    for (RecordOfFile& satellite : loadedRecords(results)) {
+        if (!isWanted(satellite.record, options.satellites)) continue;
+        const auto origin = results.origins.find(satellite.record.key());
         const std::string format = origin == results.origins.end() ? "" : origin->second.format;
-        if (options.satellites.empty() ||
-            std::find(options.satellites.begin(), options.satellites.end(), record.number) != options.satellites.end())
-            wanted.push_back({std::move(record), number, format, 0, {}, {}});
+        wanted.push_back({std::move(satellite.record), satellite.inFile, format, 0, {}, {}});
     }
     return wanted;
 }
@@ -131,19 +115,6 @@ void keepFilesOfWanted(const CheckCommandOptions& options, const std::vector<Sat
     });
 }
 
-bool reportUnknown(const CheckCommandOptions& options, const CheckReport& report, Console& console) {
-    bool allKnown = true;
-    for (const std::int32_t number : options.satellites) {
-        const auto hasNumber = [number](const CheckedSatellite& satellite) {
-            return satellite.record.number == number;
-        };
-        if (std::any_of(report.satellites.begin(), report.satellites.end(), hasNumber)) continue;
-        allKnown = false;
-        console.error("", fmt::format("satellite {} is not in any of the files", number));
-    }
-    return allKnown;
-}
-
 void write(const CheckReport& report, const CheckCommandOptions& options) {
     Output output(options.output);
     inFormat(
@@ -152,21 +123,21 @@ void write(const CheckReport& report, const CheckCommandOptions& options) {
     output.close();
 }
 
-ExitStatus runCheck(const CheckCommandOptions& options, Console& console) {
-    const Span range = rangeOf(options);
+ExitStatus runCheck(const CLI::App& command, CheckCommandOptions& options, Console& console) {
+    readTimeRange(command, options.range);
     LoadResults results;
     results.wantsReports = true;
     loadFiles(options.input, options.output, console, &results);
     const std::vector<SatelliteRecord> all = loadedSatellites(results);
     CheckReport report{options.check.tolerance_m, wantedSatellites(options, results), filesOf(results)};
     keepFilesOfWanted(options, all, report.files);
-    checkAll(report.satellites, options, range);
+    checkAll(report.satellites, options, spanOf(options.range));
     findAmongSatellites(results, report.satellites);
     for (CheckedSatellite& satellite : report.satellites)
         keepWanted(satellite.check.findings, options);
     for (CheckedFile& file : report.files)
         keepWanted(file.findings, options);
-    bool couldLook = reportUnknown(options, report, console);
+    bool couldLook = reportUnknown(options.satellites, all, console);
     for (const LoadReport* const unreadable : unreadableFiles(results, all)) {
         couldLook = false;
         if (isLeftOut(analysis::Kind::NotRead, options)) console.error(unreadable->file, unreadable->text);
@@ -226,11 +197,8 @@ void addCheckCommand(CLI::App& application, Session& session) {
     const auto options = std::make_shared<CheckCommandOptions>();
     options->input.keys = Keys::Own;
     addInput(*command, options->input);
-    command->add_option("--sat", options->satellites, "Only satellites with this number; may be repeated")
-        ->type_name("N")
-        ->allow_extra_args(false);
-    command->add_option("--from", options->from, "Only points from this time on")->type_name("TIME");
-    command->add_option("--to", options->to, "Only points up to this time")->type_name("TIME");
+    addSatelliteNumbers(*command, options->satellites);
+    addTimeRange(*command, options->range);
     addMetres(*command, "--tolerance", options->check.tolerance_m,
               "Warn of states that may be off by more than METRES");
     command
@@ -253,7 +221,7 @@ void addCheckCommand(CLI::App& application, Session& session) {
     addOutput(*command, options->output);
     addVerbose(*command, session.console);
     command->footer(kFooter);
-    command->callback([options, &session] { session.status = runCheck(*options, session.console); });
+    command->callback([options, command, &session] { session.status = runCheck(*command, *options, session.console); });
 }
 
 }  // namespace vorlandi::cli
