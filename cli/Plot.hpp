@@ -14,7 +14,6 @@ inline constexpr std::size_t kPlotColours = 8;
 struct PlotCurve {
     analysis::Curve curve;
     std::size_t satellite;    // its number in the plot, from 0
-    std::string name;         // within the panel; may be empty
     const char* dashes = "";  // as in stroke-dasharray
 };
 

@@ -49,7 +49,7 @@ private:
         PlotPanel panel{title, false, {}};
         for (std::size_t i = 0; i < satellites_.size(); ++i)
             panel.curves.push_back(
-                {curveOf(satellites_[i].satellite, satellites_[i].ephemeris, samples_, value), i, "", ""});
+                {curveOf(satellites_[i].satellite, satellites_[i].ephemeris, samples_, value), i, ""});
         plot_.panels.push_back(std::move(panel));
     }
 
@@ -58,14 +58,10 @@ private:
         for (std::size_t i = 0; i < satellites_.size(); ++i) {
             std::array<Curve, 3> curves = sigmaCurves(satellites_[i].ephemeris);
             for (std::size_t axis = 0; axis < curves.size(); ++axis)
-                if (!curves[axis].times.empty())
-                    panel.curves.push_back({std::move(curves[axis]), i, nameOnItsOwn(axis), kDashes[axis]});
+                if (!curves[axis].times.empty()) panel.curves.push_back({std::move(curves[axis]), i, kDashes[axis]});
         }
         if (!panel.curves.empty()) plot_.panels.push_back(std::move(panel));
     }
-
-    // Curves are named where there is no more than one satellite to name.
-    std::string nameOnItsOwn(std::size_t axis) const { return satellites_.size() == 1 ? kAxisNames[axis] : ""; }
 
     // Gaps and jumps are marked for the satellites that have a colour.
     void addErrors() {
@@ -76,7 +72,7 @@ private:
             const analysis::Ephemeris& ephemeris = satellites_[i].ephemeris;
             const analysis::InterpolationErrors errors = analysis::estimatedErrors(ephemeris);
             if (isMarked) markGapsAndJumps(i, errors);
-            panel.curves.push_back({errorCurve(ephemeris, errors), i, "", ""});
+            panel.curves.push_back({errorCurve(ephemeris, errors), i, ""});
         }
         if (shown_.contains(Shown::Error)) plot_.panels.push_back(std::move(panel));
     }
@@ -113,7 +109,7 @@ private:
                 Curve curve;
                 for (const analysis::Difference& difference : comparison.differences)
                     curve.add(difference.time, difference[kQuantities[axis]]);
-                panels[axis].curves.push_back({std::move(curve), pair.first, "", ""});
+                panels[axis].curves.push_back({std::move(curve), pair.first, ""});
             }
         }
         for (PlotPanel& panel : panels)

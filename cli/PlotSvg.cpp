@@ -166,14 +166,6 @@ private:
             isPenDown = isDrawn;
         }
         text_ += "\"/>\n";
-        if (curve.name.empty()) return;
-        // At the right end, where curves of one panel are most often apart.
-        const auto last = std::find_if(shown.values.rbegin(), shown.values.rend(),
-                                       [](double value) { return std::isfinite(value) && value != 0.0; });
-        if (last == shown.values.rend()) return;
-        print("<text x=\"{:g}\" y=\"{:.1f}\" text-anchor=\"end\" fill=\"{}\" font-size=\"10\">{}</text>\n",
-              width_px_ - kRight_px - 4.0, y(*last, panel, range, top_px) - 3.0, colourOf(curve.satellite),
-              escaped(curve.name));
     }
 
     void printGaps(double top_px) {
