@@ -44,9 +44,9 @@ bool isName(std::int32_t number) { return number != 0 && number != 99999; }
 // Samples are evenly spaced in TAI. Borders lie half a step around each.
 class Samples {
 public:
-    Samples(const Span& span, double step_s) : first_tai_(tai_days(span.first)), step_days_(step_s / kSecondsPerDay) {
+    Samples(const Span& span, double step_s) : first_days_(tai_days(span.first)), step_days_(step_s / kSecondsPerDay) {
         // The last window ends after the span.
-        count_ = static_cast<std::size_t>(std::floor((tai_days(span.last) - first_tai_) / step_days_ + 0.5)) + 1;
+        count_ = static_cast<std::size_t>(std::floor((tai_days(span.last) - first_days_) / step_days_ + 0.5)) + 1;
     }
 
     std::size_t count() const noexcept { return count_; }
@@ -55,9 +55,9 @@ public:
     Span window(std::size_t k) const { return {at(static_cast<double>(k) - 0.5), at(static_cast<double>(k) + 0.5)}; }
 
 private:
-    Ds50 at(double steps) const { return {VorlanTimeTaiToUtc(first_tai_ + steps * step_days_)}; }
+    Ds50 at(double steps) const { return {VorlanTimeTaiToUtc(first_days_ + steps * step_days_)}; }
 
-    double first_tai_;
+    double first_days_;
     double step_days_;
     std::size_t count_;
 };
