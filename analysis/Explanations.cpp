@@ -146,13 +146,13 @@ const char* meaningOf(double offset_s, Ds50 time) {
     return hours >= 1.0 && std::abs(size_s - hours * 3600.0) < kTolerance_s ? "local time taken as UTC" : nullptr;
 }
 
-const char* meaningOf(double angle_deg, const Vector& axis, Ds50 time) {
+const char* meaningOf(double degrees, const Vector& axis, Ds50 time) {
     static const double kYear2000_days = ds50(std::chrono::sys_days{std::chrono::year{2000} / 1 / 1}).days;
-    constexpr double kPrecession_deg_year = 0.01397;  // general precession in longitude
+    constexpr double kPrecessionDegreesPerYear = 0.01397;  // general precession in longitude
     const Vector poleOfEcliptic(0.0, -0.3978, 0.9175);
-    const double expected_deg = kPrecession_deg_year * std::abs(time.days - kYear2000_days) / 365.25;
+    const double expectedDegrees = kPrecessionDegreesPerYear * std::abs(time.days - kYear2000_days) / 365.25;
     const bool isAboutPole = std::abs(axis.dot(poleOfEcliptic)) > std::cos(5.0 / kDegrees);
-    return isAboutPole && std::abs(angle_deg - expected_deg) < 0.03 * expected_deg
+    return isAboutPole && std::abs(degrees - expectedDegrees) < 0.03 * expectedDegrees
                ? "one is of date, the other of J2000"
                : nullptr;
 }
@@ -193,10 +193,10 @@ std::optional<Rotation> rotation(std::span<const std::array<double, 3>> a_km, co
     const auto rms_m = [&](double sum_km2) {
         return std::sqrt(sum_km2 / static_cast<double>(a_km.size())) * kMetresPerKm;
     };
-    const double angle_deg = std::atan2(twiceSine.norm(), turn.trace() - 1.0) * kDegrees;
+    const double degrees = std::atan2(twiceSine.norm(), turn.trace() - 1.0) * kDegrees;
     const Vector axis = twiceSine.normalized();
     return Rotation{
-        angle_deg, arrayOf(axis), {rms_m(before_km2), rms_m(after_km2)}, meaningOf(angle_deg, axis, b.times.front())};
+        degrees, arrayOf(axis), {rms_m(before_km2), rms_m(after_km2)}, meaningOf(degrees, axis, b.times.front())};
 }
 
 }  // namespace vorlandi::analysis
