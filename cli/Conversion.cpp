@@ -145,7 +145,7 @@ private:
         for (std::size_t i = 0; i < written.size(); ++i) {
             showProgress(i);
             // The header is ready only now; the points of all satellites at once could take too much memory.
-            writers::Ephemeris ephemeris = only ? *std::move(only) : extracted(*written[i]).ephemeris;
+            writers::Ephemeris ephemeris = only ? *std::exchange(only, std::nullopt) : extracted(*written[i]).ephemeris;
             while (!identities_.insert({ephemeris.number, ephemeris.record}).second)
                 ++ephemeris.record;
             file.add(ephemeris);
