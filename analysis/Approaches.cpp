@@ -337,10 +337,11 @@ Approaches findApproaches(std::span<const Satellite> satellites, const ApproachO
             result.inUnknownFrames.push_back(i);
             continue;
         }
-        pairs.add(fields.number, fields.frame);
+        const std::int32_t number = options.numbers.empty() ? fields.number : options.numbers[i];
+        pairs.add(number, fields.frame);
         Fleet& fleet = fleets[fields.frame];
         fleet.motion = motion;
-        fleet.members.push_back({i, satellite, fields.number, std::move(pieces)});
+        fleet.members.push_back({i, satellite, number, std::move(pieces)});
     }
     result.pairsAcrossFrames = pairs.count(options.sameNumber);
     for (const auto& [frame, fleet] : fleets)

@@ -17,6 +17,7 @@ struct ApproachOptions {
     double within_km = 10.0;
     double step_s = 60.0;  // between the samples of the sieve; the result doesn't depend on it. At most 300
     Span range = kAllTimes;
+    std::vector<std::int32_t> numbers{};           // of the satellites; those of the store if empty
     bool sameNumber = false;                       // compares records of equal number, too
     unsigned threads = 1;                          // the result doesn't depend on them
     std::function<void(double share)> progress{};  // called now and then by the calling thread; may be empty

@@ -62,8 +62,11 @@ Ephemeris ephemerisOf(const Satellite& satellite, const Span& range) {
     std::vector<Ds50> times(static_cast<std::size_t>(fields.points));
     detail::require(VorlanGetEphemerisArr(satellite.key(), 1, fields.points, detail::raw(times.data()), nullptr,
                                           nullptr, nullptr, nullptr));
-    times.erase(std::upper_bound(times.begin(), times.end(), range.last), times.end());
-    const auto begin = std::lower_bound(times.begin(), times.end(), range.first);
+    // Times are written to the microsecond: one that is off by no more is meant.
+    constexpr double kMicrosecond_days = 1e-6 / kSecondsPerDay;
+    const Ds50 first_days{range.first.days - kMicrosecond_days}, last_days{range.last.days + kMicrosecond_days};
+    times.erase(std::upper_bound(times.begin(), times.end(), last_days), times.end());
+    const auto begin = std::lower_bound(times.begin(), times.end(), first_days);
     const std::int64_t first = begin - times.begin() + 1;
     times.erase(times.begin(), begin);
     if (times.empty()) return makeEphemeris(fields.number, fields.frame, {}, {});

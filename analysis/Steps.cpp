@@ -23,6 +23,7 @@ double usualAround(std::span<const double> steps_s, std::size_t i) {
 }  // namespace
 
 double medianOf(std::vector<double> values) {
+    std::erase_if(values, [](double value) { return std::isnan(value); });
     if (values.empty()) return std::numeric_limits<double>::quiet_NaN();
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());

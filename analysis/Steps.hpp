@@ -10,7 +10,7 @@
 
 namespace vorlandi::analysis {
 
-// The mean of the middle two if their number is even; NaN if there are none.
+// The mean of the middle two if their number is even; NaN if there are none. What is not a number doesn't count.
 double medianOf(std::vector<double> values);
 
 // Seconds between neighbouring points.

@@ -1,5 +1,6 @@
 #include "ApproachesCommand.hpp"
 
+#include <algorithm>
 #include <memory>
 
 #include "ApproachesReport.hpp"
@@ -7,6 +8,7 @@
 #include "Loading.hpp"
 #include "Output.hpp"
 #include "Selection.hpp"
+#include "analysis/Steps.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -34,6 +36,23 @@ struct ApproachesCommandOptions {
     std::string output{kStandardOutput};
     Format format = Format::Table;
 };
+
+// Tells which satellites are interpolated across gaps: their approaches there can be made up, and others be missed.
+void reportGaps(const std::vector<RecordOfFile>& satellites, Console& console) {
+    Quota quota(console);
+    for (const RecordOfFile& satellite : satellites) {
+        const analysis::Ephemeris times =
+            analysis::makeEphemeris(0, Frame::ECI, satellite.record.satellite.times(), {});
+        std::vector<std::size_t> gaps = analysis::gapsIn(analysis::stepsOf(times));
+        std::erase_if(gaps, [&](std::size_t gap) { return !isAnswered(times, gap); });
+        if (!gaps.empty() && quota.admits())
+            console.warning(nameOf(satellite),
+                            fmt::format("is interpolated across {} gap{}, the first at {}; states there can be far off",
+                                        gaps.size(), gaps.size() == 1 ? "" : "s", isoTime(times.times[gaps[0]].days)));
+    }
+    if (quota.heldBack() > 0)
+        console.warning("", fmt::format("{} more satellites are interpolated across gaps", quota.heldBack()));
+}
 
 // Tells which comparisons were not made, or not over the whole span.
 void reportLeftOut(const ApproachesReport& report, const Span& range, Console& console) {
@@ -84,8 +103,11 @@ ExitStatus runApproaches(const CLI::App& command, ApproachesCommandOptions& opti
     bool couldLook = loadFiles(options.input, options.output, console, &results);
     ApproachesReport report{options.search.within_km, loadedRecords(results), {}};
     std::vector<Satellite> satellites;
-    for (const RecordOfFile& satellite : report.satellites)
+    for (const RecordOfFile& satellite : report.satellites) {
         satellites.push_back(satellite.record.satellite);
+        options.search.numbers.push_back(satellite.record.number);
+    }
+    warnOfMissingVelocities(loadedSatellites(results), console);
     couldLook = reportUnknown(options.satellites, loadedSatellites(results), console) && couldLook;
     options.search.progress = [&](double share) {
         console.progress(fmt::format("comparing, {:.0f} %", 100.0 * share));
@@ -94,6 +116,12 @@ ExitStatus runApproaches(const CLI::App& command, ApproachesCommandOptions& opti
     console.clearProgress();
     keepThoseOf(options.satellites, report);
     reportLeftOut(report, options.search.range, console);
+    reportGaps(report.satellites, console);
+    const auto& answered = report.approaches.answered;
+    if (std::count_if(answered.begin(), answered.end(), [](double share) { return share > 0.0; }) < 2) {
+        console.error("", "there are no two satellites with states to compare");
+        couldLook = false;
+    }
     try {
         write(report, options);
     } catch (const OutputError& error) {

@@ -66,7 +66,9 @@ public:
     ExitStatus run() {
         a_ = load(options_.a, 0, options_, console_, couldLook_);
         b_ = load(options_.b, a_.size(), options_, console_, couldLook_);
-        couldLook_ = reportUnknownSatellites() && couldLook_;
+        const std::vector<SatelliteRecord> all = satellites();
+        couldLook_ = reportUnknown(options_.satellites, all, console_) && couldLook_;
+        warnOfMissingVelocities(all, console_);
         keepWanted(a_);
         keepWanted(b_);
         try {
@@ -79,12 +81,12 @@ public:
     }
 
 private:
-    bool reportUnknownSatellites() const {
+    std::vector<SatelliteRecord> satellites() const {
         std::vector<SatelliteRecord> all;
         for (const auto* const satellites : {&a_, &b_})
             for (const RecordOfFile& satellite : *satellites)
                 all.push_back(satellite.record);
-        return reportUnknown(options_.satellites, all, console_);
+        return all;
     }
 
     // Satellites without points in the range of times don't count.

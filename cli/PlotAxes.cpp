@@ -43,8 +43,10 @@ std::string textOf(double days, double step_s) {
 std::vector<Tick> evenTicks(double least, double largest, int count) {
     std::vector<Tick> ticks;
     const double step = roundStep((largest - least) / count);
-    for (double k = std::ceil(least / step); k * step <= largest; ++k)
-        ticks.push_back({k * step, fmt::format("{:.6g}", k * step)});
+    const double first = std::ceil(least / step);
+    for (int i = 0; i <= count; ++i)
+        if (const double value = (first + i) * step; value <= largest)
+            ticks.push_back({value, fmt::format("{:.9g}", value)});
     return ticks;
 }
 

@@ -1,9 +1,11 @@
 #include "PlotCommand.hpp"
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
-#include <map>
 #include <memory>
 
+#include "CommandTable.hpp"
 #include "Loading.hpp"
 #include "Output.hpp"
 #include "PlotPage.hpp"
@@ -35,11 +37,21 @@ Examples:
 // A page with more points than this is more than browsers take, some 150 MB.
 constexpr std::size_t kMostEmbeddedPoints = 2'000'000;
 
+// In the order of Shown.
+constexpr std::array<const char*, 5> kShownNames{"height", "speed", "sigma", "error", "gaps"};
+
+std::set<Shown> shownOf(const std::vector<std::string>& names) {
+    std::set<Shown> shown;
+    for (std::size_t i = 0; i < kShownNames.size(); ++i)
+        if (std::find(names.begin(), names.end(), kShownNames[i]) != names.end()) shown.insert(static_cast<Shown>(i));
+    return shown;
+}
+
 struct PlotCommandOptions {
     InputOptions input;
     std::vector<std::int32_t> satellites;
     TimeRange range;
-    std::vector<Shown> shown{Shown::Height, Shown::Speed, Shown::Sigma, Shown::Error, Shown::Gaps};
+    std::vector<std::string> shown{kShownNames.begin(), kShownNames.end()};
     std::string other;
     std::string output;
     int width_px = 1000;
@@ -57,6 +69,7 @@ std::vector<PlottedSatellite> wantedSatellites(const PlotCommandOptions& options
         if (!isWanted(record, options.satellites)) continue;
         const std::string name = shortNameOf(satellite);
         analysis::Ephemeris ephemeris = analysis::ephemerisOf(record.satellite, range);
+        ephemeris.number = record.number;
         if (ephemeris.times.empty())
             console.warning(nameOf(satellite), "has no points in the range");
         else
@@ -65,21 +78,22 @@ std::vector<PlottedSatellite> wantedSatellites(const PlotCommandOptions& options
     return wanted;
 }
 
-// Each satellite with the first one of the other files that has its number, frame and a part of its span.
+// Each satellite with those of the other files that have its number, its frame and a part of its span.
 std::vector<PlottedPair> pairsOf(const std::vector<PlottedSatellite>& satellites,
-                                 const std::vector<RecordOfFile>& others, Console& console) {
+                                 const std::vector<RecordOfFile>& others, Console& console, bool& allPaired) {
     std::vector<PlottedPair> pairs;
     for (std::size_t i = 0; i < satellites.size(); ++i) {
         const analysis::Ephemeris& ephemeris = satellites[i].ephemeris;
-        const auto isPartner = [&](const RecordOfFile& candidate) {
-            const SatelliteRecord& other = candidate.record;
-            return other.number == ephemeris.number && other.frame == ephemeris.frame &&
-                   analysis::commonSpan(satellites[i].satellite, other.satellite);
-        };
-        const auto partner = std::find_if(others.begin(), others.end(), isPartner);
-        if (partner != others.end())
-            pairs.push_back({i, partner->record.satellite});
-        else
+        bool hasPartner = false;
+        for (const RecordOfFile& other : others) {
+            if (other.record.number != ephemeris.number || other.record.frame != ephemeris.frame ||
+                !analysis::commonSpan(satellites[i].satellite, other.record.satellite))
+                continue;
+            hasPartner = true;
+            pairs.push_back({i, other.record.satellite});
+        }
+        allPaired = allPaired && hasPartner;
+        if (!hasPartner)
             console.warning("satellite " + satellites[i].name,
                             "has no partner of its number and frame at its times in the other file");
     }
@@ -157,25 +171,29 @@ void requireNewFile(const PlotCommandOptions& options) {
 ExitStatus runPlot(const CLI::App& command, PlotCommandOptions& options, Console& console) {
     requireNewFile(options);
     readTimeRange(command, options.range);
+    options.input.numberMustApply = options.other.empty();
     LoadResults results;
     bool allWell = loadFiles(options.input, options.output, console, &results);
     const std::vector<RecordOfFile> records = loadedRecords(results);
     allWell = reportUnknown(options.satellites, loadedSatellites(results), console) && allWell;
+    warnOfMissingVelocities(loadedSatellites(results), console);
     std::vector<PlottedSatellite> satellites = wantedSatellites(options, records, console);
     std::vector<PlottedPair> pairs;
     if (!options.other.empty()) {
         InputOptions other = options.input;
         other.files = {options.other};
-        other.numberMustApply = false;
         allWell = loadFiles(other, options.output, console, &results) && allWell;
-        pairs = pairsOf(satellites, loadedRecords(results, records.size()), console);
-        allWell = allWell && pairs.size() == satellites.size();
+        pairs = pairsOf(satellites, loadedRecords(results, records.size()), console, allWell);
     }
     if (satellites.empty()) {
         console.error("", "there is nothing to plot");
         return ExitStatus::Failure;
     }
-    Plot plot = makePlot(satellites, pairs, {options.shown.begin(), options.shown.end()}, options.width_px);
+    Plot plot = makePlot(satellites, pairs, shownOf(options.shown), options.width_px);
+    if (plot.panels.empty() && !isPage(options.output)) {
+        console.error("", "there is nothing to plot: gaps are shown in panels, and no panel has values");
+        return ExitStatus::Failure;
+    }
     describe(plot, satellites);
     write(options, plot, satellites);
     return statusOf(allWell);
@@ -184,11 +202,7 @@ ExitStatus runPlot(const CLI::App& command, PlotCommandOptions& options, Console
 }  // namespace
 
 void addPlotCommand(CLI::App& application, Session& session) {
-    const std::map<std::string, Shown> names{{"height", Shown::Height},
-                                             {"speed", Shown::Speed},
-                                             {"sigma", Shown::Sigma},
-                                             {"error", Shown::Error},
-                                             {"gaps", Shown::Gaps}};
+    const std::vector<std::string> names(kShownNames.begin(), kShownNames.end());
     CLI::App* const command = application.add_subcommand("plot", "Draw heights, speeds, sigmas, errors and orbits");
     const auto options = std::make_shared<PlotCommandOptions>();
     options->input.keys = Keys::Own;
@@ -200,7 +214,7 @@ void addPlotCommand(CLI::App& application, Session& session) {
         ->type_name("WHAT,...")
         ->delimiter(',')
         ->allow_extra_args(false)
-        ->transform(CLI::CheckedTransformer(names).description(""));
+        ->check(withChoices(CLI::IsMember(names).description(""), names));
     command->add_option("--diff", options->other, "Draw the difference of the satellites in this file, too")
         ->type_name("OTHER");
     addSatelliteNumbers(*command, options->satellites);

@@ -57,7 +57,10 @@ std::optional<Range> rangeOf(const PlotPanel& panel) {
     if (panel.isLogarithmic)
         return Range{std::pow(10.0, std::floor(std::log10(least))),
                      std::pow(10.0, std::ceil(std::log10(largest * 1.01)))};
-    const double room = largest > least ? 0.05 * (largest - least) : std::max(std::abs(largest) * 1e-6, 1e-9);
+    // What differs by rounding alone is a straight line.
+    const double extent = largest - least;
+    const double size = std::max(std::abs(least), std::abs(largest));
+    const double room = extent > 1e-6 * size ? 0.05 * extent : std::max(1e-6 * size, 1e-9);
     return Range{least - room, largest + room};
 }
 

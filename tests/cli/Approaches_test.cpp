@@ -24,6 +24,7 @@ protected:
         writeLine("81002.e", "J2000", 7000.0, 3.0, -7.0);
         writeLine("81003.e", "J2000", -7000.0, 0.0, 7.0);
         writeLine("81004.e", "Fixed", 7000.0, 1.0, -6.0);
+        writeLine("noname.e", "J2000", 7000.0, 2.0, -7.0);
         writeLine("81005.e", "J2000", 7000.0, 5.0, 7.0, 10);
     }
 };
@@ -50,6 +51,9 @@ TEST_F(Approaches, EventsStatusesAndWhatIsLeftOut) {
              Case{"81001.e 81001.e --within 4", 0, "", ""},
              Case{"81001.e --within 4 --sat 5", 3, "", "satellite 5 is not in any of the files"},
              Case{"81001.e missing.e --within 4", 3, "", "missing.e"},
+             Case{"81001.e --within 4", 3, "", "there are no two satellites with states to compare"},
+             Case{"81001.e 81002.e --within 4 --from 2030-01-01", 3, "", "there are no two satellites"},
+             Case{"81001.e noname.e --within 9000 --number 81001", 0, "", ""},
              Case{"81001.e --within nan", 2, "", "--within"},
              Case{"81001.e", 2, "", "--within is required"},
              Case{"81001.e --within 4 --step 301", 2, "", "--step"},

@@ -45,6 +45,13 @@ TEST_F(Plot, CurvesHaveTwoPointsAColumnAndBreakWhereThereAreNoStates) {
     const std::string svg = plotted("81009.e --show height --width 400");
     EXPECT_GT(countOf(svg, "L"), 500u);
     EXPECT_LE(countOf(svg, "L"), 2u * 400);
+    // A speed that only rounding changes is a straight line with a few ticks.
+    std::string circular = ephemeris(0);
+    for (int k = 0; k < 9; ++k)
+        circular += std::to_string(k * 60) + " 7000000 0 " + std::to_string(k) + " 7.00000000000000" +
+                    (k % 2 ? "1" : "0") + " 0 0\n";
+    write("81011.e", circular);
+    EXPECT_LE(countOf(plotted("81011.e --show speed"), "<line"), 30u);
     // Three hours without points: more than one stroke, and a darker rectangle between them.
     std::vector<double> times;
     for (double t = 0.0; t < 26000.0; t += 100.0)
