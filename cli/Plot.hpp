@@ -46,6 +46,9 @@ struct Plot {
     std::vector<PlotMark> marks;
 };
 
+// A text from outside within svg or html.
+std::string markupText(const std::string& text);
+
 inline constexpr int kLeastPlotWidth = 300;
 inline constexpr int kLargestPlotWidth = 10000;
 

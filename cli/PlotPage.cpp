@@ -79,13 +79,6 @@ std::string dataOf(const std::vector<PageOrbit>& orbits, const Span& span) {
     return withinScript(std::move(json)) + "]}";
 }
 
-std::string escaped(const std::string& text) {
-    std::string result;
-    for (const char c : printable(text))
-        result += c == '<' ? "&lt;" : c == '&' ? "&amp;" : std::string(1, c);
-    return result;
-}
-
 void replace(std::string& text, std::string_view place, const std::string& with) {
     for (std::size_t at = 0; (at = text.find(place, at)) != std::string::npos; at += with.size())
         text.replace(at, place.size(), with);
@@ -97,10 +90,10 @@ std::string pageOf(const Plot& plot, int width_px, const std::vector<PageOrbit>&
                    const std::vector<std::string>& notes) {
     std::string paragraphs;
     for (const std::string& note : notes)
-        paragraphs += "<p>" + escaped(note) + "</p>\n";
+        paragraphs += "<p>" + markupText(note) + "</p>\n";
     std::string page(kPageTemplate);
     // The data last: it is the longest, and nothing is looked for in it.
-    replace(page, "{title}", escaped(plot.title));
+    replace(page, "{title}", markupText(plot.title));
     replace(page, "{notes}", paragraphs);
     replace(page, "{panels}", svgOf(plot, width_px));
     replace(page, "{data}", dataOf(orbits, plot.span));

@@ -22,23 +22,6 @@ constexpr std::size_t kMostPoints = 60'000;  // of the curves of a panel: keeps 
 
 const char* colourOf(std::size_t satellite) { return satellite < kPlotColours ? kColours[satellite] : kGrey; }
 
-std::string escaped(const std::string& text) {
-    std::string result;
-    for (const char c : printable(text)) {
-        if (c == '<')
-            result += "&lt;";
-        else if (c == '>')
-            result += "&gt;";
-        else if (c == '&')
-            result += "&amp;";
-        else if (c == '"')
-            result += "&quot;";
-        else
-            result += c;
-    }
-    return result;
-}
-
 // The least and the largest value of a panel, with some room.
 struct Range {
     double least;
@@ -76,12 +59,12 @@ public:
             R"(font-family="sans-serif" font-size="12">)"
             "\n",
             width_px_, height_px);
-        print("<title>{}</title>\n<desc>{}</desc>\n", escaped(plot_.title), escaped(plot_.description));
+        print("<title>{}</title>\n<desc>{}</desc>\n", markupText(plot_.title), markupText(plot_.description));
         print(R"(<rect width="100%" height="100%" fill="#ffffff"/>)"
               "\n");
         print(R"(<text x="{:g}" y="20" font-size="15">{}</text>)"
               "\n",
-              kLeft_px, escaped(plot_.title));
+              kLeft_px, markupText(plot_.title));
         printLegend();
         double top_px = kTop_px;
         for (const PlotPanel& panel : plot_.panels) {
@@ -110,7 +93,7 @@ private:
         const auto label = [&](const std::string& name, const char* colour) {
             print(R"(<text x="{:.0f}" y="40" fill="{}">{}</text>)"
                   "\n",
-                  left_px, colour, escaped(name));
+                  left_px, colour, markupText(name));
             left_px += 14.0 + 7.5 * static_cast<double>(displayWidth(name));
         };
         for (std::size_t i = 0; i < named; ++i)
@@ -120,7 +103,7 @@ private:
 
     void printPanel(const PlotPanel& panel, double top_px) {
         const std::optional<Range> range = rangeOf(panel);
-        print("<g>\n<text x=\"{:g}\" y=\"{:.0f}\">{}{}</text>\n", kLeft_px, top_px - 6.0, escaped(panel.title),
+        print("<g>\n<text x=\"{:g}\" y=\"{:.0f}\">{}{}</text>\n", kLeft_px, top_px - 6.0, markupText(panel.title),
               range ? "" : ": no values");
         printGaps(top_px);
         print("<rect x=\"{:g}\" y=\"{:g}\" width=\"{:g}\" height=\"{:g}\" fill=\"none\" stroke=\"#444444\"/>\n",
@@ -185,7 +168,7 @@ private:
             print(
                 "<line x1=\"{0:.1f}\" x2=\"{0:.1f}\" y1=\"{1:g}\" y2=\"{2:g}\" stroke=\"{3}\" stroke-dasharray=\"2 3\">"
                 "<title>{4}</title></line>\n",
-                x(mark.time), top_px, top_px + kPanel_px, colourOf(mark.satellite), escaped(mark.text));
+                x(mark.time), top_px, top_px + kPanel_px, colourOf(mark.satellite), markupText(mark.text));
     }
 
     void printTimes(double bottom_px) {
@@ -208,6 +191,23 @@ private:
 };
 
 }  // namespace
+
+std::string markupText(const std::string& text) {
+    std::string result;
+    for (const char c : printable(text)) {
+        if (c == '<')
+            result += "&lt;";
+        else if (c == '>')
+            result += "&gt;";
+        else if (c == '&')
+            result += "&amp;";
+        else if (c == '"')
+            result += "&quot;";
+        else
+            result += c;
+    }
+    return result;
+}
 
 std::string svgOf(const Plot& plot, int width_px) { return Svg(plot, width_px).text(); }
 

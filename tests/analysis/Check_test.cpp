@@ -21,16 +21,6 @@ struct Case {
 Points low(int count = 400, double step_s = 60.0) { return orbitPoints(7000.0, 0.01, step_s, count); }
 Points lowRotating() { return orbitPoints(7000.0, 0.01, 60.0, 400, 0.0, true); }
 
-Points without(Points points, std::size_t first, std::size_t last) {
-    const auto cut = [=](auto& items) {
-        items.erase(items.begin() + static_cast<std::ptrdiff_t>(first),
-                    items.begin() + static_cast<std::ptrdiff_t>(last) + 1);
-    };
-    cut(points.times);
-    cut(points.states);
-    return points;
-}
-
 Points changed(Points points, const std::function<void(State&, std::size_t)>& change) {
     for (std::size_t i = 0; i < points.states.size(); ++i)
         change(points.states[i], i);

@@ -172,15 +172,6 @@ TEST(Compare, NormalizesByTheSumOfTheCovariances) {
 }
 
 TEST(Compare, CountsWhatIsNotAnsweredAndLeavesOutWhatHasNoAxes) {
-    const auto without = [](Points points, std::size_t first, std::size_t last) {
-        const auto cut = [=](auto& items) {
-            items.erase(items.begin() + static_cast<std::ptrdiff_t>(first),
-                        items.begin() + static_cast<std::ptrdiff_t>(last) + 1);
-        };
-        cut(points.times);
-        cut(points.states);
-        return points;
-    };
     const Points a = orbit(0.0, false, 400);
     EXPECT_EQ(compared(a, without(a, 100, 299)).unanswered, 200U);
     const Comparison later = compared(without(a, 0, 9), without(a, 390, 399));

@@ -76,4 +76,15 @@ inline Points orbitPoints(double axis_km, double eccentricity, double step_s, in
     return points;
 }
 
+// Without some of the points, first to last.
+inline Points without(Points points, std::size_t first, std::size_t last) {
+    const auto cut = [=](auto& items) {
+        items.erase(items.begin() + static_cast<std::ptrdiff_t>(first),
+                    items.begin() + static_cast<std::ptrdiff_t>(last) + 1);
+    };
+    cut(points.times);
+    cut(points.states);
+    return points;
+}
+
 }  // namespace vorlandi::analysis
