@@ -3,11 +3,9 @@
 #pragma once
 
 #include <mutex>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include "Vorlandi/VorlandiCardReading/InputScanning.hpp"
 #include "scanning/LoadingTest.hpp"
@@ -19,7 +17,6 @@ namespace vorlandi::testing {
 struct Reading {
     std::mutex mutex;
     std::size_t bytes = 0;
-    std::set<std::thread::id> threads;
 };
 
 class ToldSource : public ByteSource {
@@ -34,7 +31,6 @@ public:
         if (reading_ != nullptr) {
             const std::lock_guard lock(reading_->mutex);
             reading_->bytes += count;
-            reading_->threads.insert(std::this_thread::get_id());
         }
         return static_cast<std::int64_t>(count);
     }
