@@ -1,5 +1,6 @@
 #include "ApproachesCommand.hpp"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 

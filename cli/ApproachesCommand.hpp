@@ -1,8 +1,6 @@
 // `vorlandi approaches`: where satellites come close to each other.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include "Options.hpp"
 
 namespace vorlandi::cli {

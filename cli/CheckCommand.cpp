@@ -1,5 +1,6 @@
 #include "CheckCommand.hpp"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <atomic>
 #include <cmath>

@@ -1,6 +1,7 @@
 #include "CommandTable.hpp"
 
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 

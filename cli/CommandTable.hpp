@@ -1,9 +1,10 @@
 // The commands with their options as data, read from the parser: completion and manual are made from it.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
+
+#include "CommandParser.hpp"
 
 namespace vorlandi::cli {
 

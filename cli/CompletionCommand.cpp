@@ -1,5 +1,6 @@
 #include "CompletionCommand.hpp"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 

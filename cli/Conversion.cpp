@@ -1,6 +1,7 @@
 #include "Conversion.hpp"
 
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,6 @@
 #include "ConvertCommand.hpp"
 
+#include <CLI/CLI.hpp>
 #include <charconv>
 #include <chrono>
 #include <cmath>

@@ -1,5 +1,6 @@
 #include "FormatsCommand.hpp"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
 #include <memory>

@@ -1,5 +1,6 @@
 #include "InfoCommand.hpp"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <memory>

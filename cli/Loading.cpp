@@ -1,6 +1,7 @@
 #include "Loading.hpp"
 
 #include <fmt/format.h>
+#include <CLI/CLI.hpp>
 
 #include <cerrno>
 #include <cstring>

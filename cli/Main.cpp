@@ -1,6 +1,7 @@
 // The command line tool `vorlandi`.
 #include <fcntl.h>
 #include <unistd.h>
+#include <CLI/CLI.hpp>
 
 #include <csignal>
 #include <sstream>

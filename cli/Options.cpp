@@ -1,5 +1,6 @@
 #include "Options.hpp"
 
+#include <CLI/CLI.hpp>
 #include <charconv>
 #include <cmath>
 #include <functional>

@@ -1,13 +1,13 @@
 // Shared by the commands: exit statuses, options and the session that a command runs in.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "CommandParser.hpp"
 #include "Console.hpp"
 #include "SatelliteRecord.hpp"
 #include "archives/Loading.hpp"

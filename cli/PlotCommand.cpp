@@ -1,5 +1,6 @@
 #include "PlotCommand.hpp"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <filesystem>

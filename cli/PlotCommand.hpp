@@ -1,8 +1,6 @@
 // `vorlandi plot`: pictures of ephemerides over time, and a page with their orbits.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include "Options.hpp"
 
 namespace vorlandi::cli {

@@ -1,5 +1,6 @@
 #include "SaveCommand.hpp"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
 #include <map>

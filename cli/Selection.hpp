@@ -1,12 +1,12 @@
 // Which satellites and which times a command is about.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "CommandParser.hpp"
 #include "Console.hpp"
 #include "SatelliteRecord.hpp"
 

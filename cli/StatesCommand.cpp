@@ -1,5 +1,6 @@
 #include "StatesCommand.hpp"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
 #include <cmath>

@@ -1,5 +1,6 @@
 #include "TimeCommand.hpp"
 
+#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "ForeignTexts.hpp"
