@@ -17,8 +17,6 @@
 namespace vorlandi::analysis {
 namespace {
 
-constexpr double kMicrosecond_days = 1e-6 / kSecondsPerDay;
-
 // A stretch of time in which a satellite has states, and its orbit at both ends.
 struct Piece {
     Span span;

@@ -11,8 +11,6 @@
 namespace vorlandi::analysis {
 namespace {
 
-constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
-constexpr double kMicrosecond_days = 1e-6 / kSecondsPerDay;
 constexpr double kMillimetresPerKm = 1e6;
 constexpr std::size_t kTimesAtOnce = 4096;
 

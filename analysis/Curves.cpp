@@ -6,6 +6,7 @@
 
 #include "analysis/Covariances.hpp"
 #include "analysis/Steps.hpp"
+#include "analysis/TwoBodyOrbit.hpp"
 #include "analysis/Vectors.hpp"
 
 namespace vorlandi::analysis {

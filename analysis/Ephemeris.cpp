@@ -63,7 +63,6 @@ Ephemeris ephemerisOf(const Satellite& satellite, const Span& range) {
     detail::require(VorlanGetEphemerisArr(satellite.key(), 1, fields.points, detail::raw(times.data()), nullptr,
                                           nullptr, nullptr, nullptr));
     // Times are written to the microsecond: one that is off by no more is meant.
-    constexpr double kMicrosecond_days = 1e-6 / kSecondsPerDay;
     const Ds50 first_days{range.first.days - kMicrosecond_days}, last_days{range.last.days + kMicrosecond_days};
     times.erase(std::upper_bound(times.begin(), times.end(), last_days), times.end());
     const auto begin = std::lower_bound(times.begin(), times.end(), first_days);

@@ -11,7 +11,9 @@
 namespace vorlandi::analysis {
 
 inline constexpr double kSecondsPerDay = 86400.0;
+inline constexpr double kMicrosecond_days = 1e-6 / kSecondsPerDay;
 inline constexpr double kMetresPerKm = 1000.0;
+inline constexpr double kNone = std::numeric_limits<double>::quiet_NaN();  // there is no such number
 
 // Indices count from 0 everywhere; interval i lies between the points i and i + 1.
 struct Ephemeris {

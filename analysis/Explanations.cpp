@@ -15,7 +15,7 @@ constexpr std::size_t kLeastTimes = 3;
 constexpr double kDegrees = 180.0 / std::numbers::pi;
 
 // A asked some seconds after the times of B.
-struct Fit {
+struct ShiftFit {
     std::size_t answered = 0;
     double before_km2 = 0.0;  // sums over the answered times of the squares of the distances
     double after_km2 = 0.0;
@@ -33,7 +33,7 @@ public:
     }
 
     // With `most` times at most, evenly chosen.
-    Fit fit(double offset_s, std::size_t most) const {
+    ShiftFit fit(double offset_s, std::size_t most) const {
         const std::size_t stride = (b_.times.size() + most - 1) / most;
         std::vector<std::size_t> chosen;
         std::vector<Ds50> times;
@@ -44,7 +44,7 @@ public:
         std::vector<State> states(times.size());
         std::vector<std::int32_t> codes(times.size());
         a_.try_states(times, states, codes);
-        Fit fit;
+        ShiftFit fit;
         double alongTrack_km2_s = 0.0;
         for (std::size_t k = 0; k < times.size(); ++k) {
             if (codes[k] != 0) continue;
@@ -70,7 +70,7 @@ public:
         constexpr double kLastStep_s = 1e-6;
         double offset_s = start_s;
         for (int step = 0; step < kMostSteps; ++step) {
-            const Fit fit = this->fit(offset_s, kMostTimes);
+            const ShiftFit fit = this->fit(offset_s, kMostTimes);
             if (!isEnough(fit, kMostTimes)) return std::nullopt;
             const double change_s = fit.betterOffset_s - offset_s;
             offset_s = fit.betterOffset_s;
@@ -89,12 +89,12 @@ public:
         constexpr std::size_t kMostTimes = 64;
         constexpr double kFarApart_s = 60.0;  // distances of that time at the speed of A
         constexpr int kMostHours = 14;        // of a time zone
-        const Fit unshifted = fit(0.0, kMostTimes);
+        const ShiftFit unshifted = fit(0.0, kMostTimes);
         double best_s = unshifted.betterOffset_s;
         if (!(unshifted.before_km2 > kFarApart_s * kFarApart_s * unshifted.speed_km2_s2)) return best_s;
         double least = 1.0;
         const auto consider = [&](double offset_s) {
-            const Fit shifted = fit(offset_s, kMostTimes);
+            const ShiftFit shifted = fit(offset_s, kMostTimes);
             if (!isEnough(shifted, kMostTimes) || !(shifted.share() < least)) return;
             least = shifted.share();
             best_s = offset_s;
@@ -110,7 +110,7 @@ public:
 
 private:
     // An offset that leaves only a small part of the times explains little.
-    bool isEnough(const Fit& fit, std::size_t most) const {
+    bool isEnough(const ShiftFit& fit, std::size_t most) const {
         const std::size_t asked = std::min(b_.times.size(), most);
         return fit.answered >= kLeastTimes && 5 * fit.answered >= asked && std::isfinite(fit.betterOffset_s);
     }
@@ -169,17 +169,16 @@ std::optional<TimeOffset> timeOffset(const Satellite& a, const Track& b) {
 
 // The singular values of the sum of the products of the positions give the rotation that leaves the least squares.
 std::optional<Rotation> rotation(std::span<const std::array<double, 3>> a_km, const Track& b) {
-    using Matrix = Eigen::Matrix3d;
     constexpr double kLine = 1e-12;  // of the largest singular value
     if (a_km.size() < kLeastTimes) return std::nullopt;
-    Matrix products = Matrix::Zero();
+    Eigen::Matrix3d products = Eigen::Matrix3d::Zero();
     for (std::size_t i = 0; i < a_km.size(); ++i)
         products += vectorOf(b.positions_km[i]) * vectorOf(a_km[i]).transpose();
-    const Eigen::JacobiSVD<Matrix> parts(products, Eigen::ComputeFullU | Eigen::ComputeFullV);
+    const Eigen::JacobiSVD<Eigen::Matrix3d> parts(products, Eigen::ComputeFullU | Eigen::ComputeFullV);
     if (!(parts.singularValues()[1] > kLine * parts.singularValues()[0])) return std::nullopt;
-    Matrix handed = Matrix::Identity();
+    Eigen::Matrix3d handed = Eigen::Matrix3d::Identity();
     handed(2, 2) = (parts.matrixU() * parts.matrixV().transpose()).determinant() < 0.0 ? -1.0 : 1.0;
-    const Matrix turn = parts.matrixU() * handed * parts.matrixV().transpose();
+    const Eigen::Matrix3d turn = parts.matrixU() * handed * parts.matrixV().transpose();
 
     const Vector twiceSine(turn(2, 1) - turn(1, 2), turn(0, 2) - turn(2, 0), turn(1, 0) - turn(0, 1));
     if (!(twiceSine.norm() > 0.0)) return std::nullopt;

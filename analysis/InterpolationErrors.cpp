@@ -13,7 +13,6 @@
 namespace vorlandi::analysis {
 namespace {
 
-constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 constexpr std::size_t kMostOfScatter = 10'000;  // points are enough for the median
 constexpr std::array<double, 3> kInstants{0.25, 0.5, 0.75};
 

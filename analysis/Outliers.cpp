@@ -12,7 +12,7 @@
 namespace vorlandi::analysis {
 namespace {
 
-constexpr std::size_t kReach = 6;          // points on each side of one that is left out
+constexpr std::size_t kOutlierReach = 6;   // points on each side of one that is left out
 constexpr double kShareOfPeak = 0.05;      // that may be left without the point; the wider steps count there
 constexpr double kUsualAgain = 8.0;        // times the usual, as long as
 constexpr double kShareOfSmallPeak = 0.3;  // it is that much less than with the point
@@ -123,7 +123,7 @@ std::optional<Outlier> outlierAmong(const Ephemeris& ephemeris, Motion motion, s
     double least = std::max(kShareOfPeak * disturbance.peak, enough);
     std::optional<std::size_t> found;
     for (std::size_t point = first; point <= last; ++point) {
-        const Ephemeris others = withoutPoint(ephemeris, point, kReach);
+        const Ephemeris others = withoutPoint(ephemeris, point, kOutlierReach);
         if (others.size() < kWindow + 1) continue;
         const double peak = peakOf(others, motion);
         if (!(peak < least)) continue;
@@ -131,7 +131,7 @@ std::optional<Outlier> outlierAmong(const Ephemeris& ephemeris, Motion motion, s
         found = point;
     }
     if (!found) return std::nullopt;
-    const Outlier outlier = outlierAt(ephemeris, withoutPoint(ephemeris, *found, kReach), motion, *found);
+    const Outlier outlier = outlierAt(ephemeris, withoutPoint(ephemeris, *found, kOutlierReach), motion, *found);
     if (!std::isfinite(outlier.distance_m() + outlier.speed_m_s())) return std::nullopt;
     return outlier;
 }

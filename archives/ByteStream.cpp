@@ -10,11 +10,7 @@
 #include "archives/Packing.hpp"
 
 namespace vorlandi::archives {
-namespace {
-
-constexpr std::size_t kReadSize = 1 << 18;
-
-}  // namespace
+namespace {}  // namespace
 
 int ByteStream::open(archive* handle) {
     if (source_.begin.empty()) return archive_read_open_fd(handle, source_.descriptor, kReadSize);

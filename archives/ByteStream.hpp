@@ -3,11 +3,14 @@
 
 #include <archive.h>
 
+#include <cstddef>
 #include <string>
 
 #include "archives/Loading.hpp"
 
 namespace vorlandi::archives {
+
+inline constexpr std::size_t kReadSize = 1 << 18;
 
 class ByteStream {
 public:

@@ -17,7 +17,6 @@
 namespace vorlandi::archives {
 namespace {
 
-constexpr std::size_t kReadSize = 1 << 18;
 constexpr std::size_t kLongestName = 512;  // that the library takes
 constexpr int kMostFilters = 2;            // the compression, but for gzip, and the file itself
 constexpr const char* kNestedReason = "an archive in an archive is not read";

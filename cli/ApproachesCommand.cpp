@@ -14,7 +14,7 @@
 namespace vorlandi::cli {
 namespace {
 
-constexpr const char* kFooter =
+constexpr const char* kApproachesFooter =
     R"(All satellites are compared with all others of their frame, where both have interpolated states. An event is a
 local minimum of a distance, or the end of a common span nearer than --within. Components are those of b from a on the
 axes of a. sigmas is the distance in standard deviations where both satellites have covariances, whose errors are taken
@@ -162,7 +162,7 @@ void addApproachesCommand(CLI::App& application, Session& session) {
     addFormat(*command, options->format);
     addOutput(*command, options->output);
     addVerbose(*command, session.console);
-    command->footer(kFooter);
+    command->footer(kApproachesFooter);
     command->callback(
         [options, command, &session] { session.status = runApproaches(*command, *options, session.console); });
 }

@@ -18,7 +18,7 @@
 namespace vorlandi::cli {
 namespace {
 
-constexpr const char* kFooter =
+constexpr const char* kCheckFooter =
     R"(inside and ends are upper limits of the error of states between the points, estimated from the points: within,
 and in the first and the last interval. scatter is the noise of the points, rounding included. would do is the largest
 spacing that keeps the error below the tolerance. docs/checking.md describes every kind of finding, how it is found, and
@@ -221,7 +221,7 @@ void addCheckCommand(CLI::App& application, Session& session) {
     addFormat(*command, options->format);
     addOutput(*command, options->output);
     addVerbose(*command, session.console);
-    command->footer(kFooter);
+    command->footer(kCheckFooter);
     command->callback([options, command, &session] { session.status = runCheck(*command, *options, session.console); });
 }
 

@@ -22,7 +22,7 @@ namespace {
 using writers::CovariancesKept;
 using writers::Target;
 
-constexpr const char* kFooter =
+constexpr const char* kConvertFooter =
     R"(Exact means: read again, the same doubles come back. Where times are kept to the millisecond, one that is more
 than half a microsecond off is an error, unless --round-times is given. A satellite that the format can't hold is
 not written. No format keeps tags and revolution numbers; -v tells what is left out. States are not turned from one
@@ -214,7 +214,7 @@ void addConvertCommand(CLI::App& application, Session& session) {
                       "Round times to milliseconds where the format keeps no more");
     addFormatOptions(*command, request.options);
     addVerbose(*command, session.console);
-    command->footer([] { return listOfTargets() + "\n" + kFooter; });
+    command->footer([] { return listOfTargets() + "\n" + kConvertFooter; });
     command->callback([options, command, &session] {
         finish(*options, *command);
         session.status = runConvert(*options, session.console);

@@ -14,7 +14,7 @@
 namespace vorlandi::cli {
 namespace {
 
-constexpr const char* kFooter =
+constexpr const char* kDiffFooter =
     R"(B minus A, on the radial, in-track and cross-track axes of A, at the points of A in the time that both have, or
 every SECONDS with --step. Satellites are paired by number; if A and B have one each, these are compared in any case.
 Of mean, rms and largest, largest is the value of the largest size, with its sign.
@@ -211,7 +211,7 @@ void addDiffCommand(CLI::App& application, Session& session) {
     addFormat(*command, options->style.format);
     addOutput(*command, options->output);
     addVerbose(*command, session.console);
-    command->footer(kFooter);
+    command->footer(kDiffFooter);
     command->callback([options, command, &session] {
         readOptions(*command, *options);
         session.status = Diff(*options, session.console).run();

@@ -40,7 +40,7 @@ constexpr FormatLine kFormats[] = {
     {"MODIFIED_ITC", "created:", "dates with states and covariances of four lines a point; practical rules only"},
 };
 
-constexpr const char* kFooter =
+constexpr const char* kFormatsFooter =
     R"(A file's format is recognised by its lines, DCE_BINARY by the file name. docs/formats.md says what a producer
 has to write, and by which rules. OEM and MODIFIED_ITC are read by the practical rules, which this tool takes unless
 --fixed-rules is given.
@@ -125,7 +125,7 @@ void addFormatsCommand(CLI::App& application, Session& session) {
         ->check(withChoices(CLI::Validator([](const std::string&) { return std::string(); }, ""), namesOfFormats()));
     addFormat(*command, options->format);
     addOutput(*command, options->output);
-    command->footer(kFooter);
+    command->footer(kFormatsFooter);
     command->callback([options, &session] { session.status = runFormats(*options); });
 }
 

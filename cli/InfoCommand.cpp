@@ -17,7 +17,7 @@
 namespace vorlandi::cli {
 namespace {
 
-constexpr const char* kFooter =
+constexpr const char* kInfoFooter =
     R"(least, median and largest are the seconds between neighbouring points, to the microsecond. A gap is a step that
 is longer than three times the median of the 31 steps around it: states within it can be far off. velocities and
 covariances say whether all points have them, some or none; between points without velocities (all zero) states are
@@ -191,7 +191,7 @@ void addInfoCommand(CLI::App& application, Session& session) {
     addFormat(*command, options->format);
     addOutput(*command, options->output);
     addVerbose(*command, session.console);
-    command->footer(kFooter);
+    command->footer(kInfoFooter);
     command->callback([options, &session] { session.status = runInfo(*options, session.console); });
 }
 

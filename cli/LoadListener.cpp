@@ -106,7 +106,7 @@ bool hasNumber(const std::string& file) {
 }
 
 // Why a file that a card names could not be read. The library doesn't say.
-std::string reasonAgainst(const std::string& name) {
+std::string whyNotRead(const std::string& name) {
     struct stat status {};
     if (stat(name.c_str(), &status) != 0) return std::strerror(errno);
     if (S_ISDIR(status.st_mode)) return std::strerror(EISDIR);
@@ -189,7 +189,7 @@ LoadListener::LoadListener(std::string argument, Rules rules, Medium medium, Loa
       origins_(results.origins),
       console_(console),
       tallies_(std::size(kPlurals), Tally{Quota(console), ""}),
-      messages_([this](Severity severity, std::string_view text) { handleMessage(severity, text); }),
+      messages_([this](vorlandi::Severity severity, std::string_view text) { handleMessage(severity, text); }),
       events_([this](const ReadEvent& event) { handleEvent(event); }) {}
 
 void LoadListener::beginFile(const std::string& name) {
@@ -269,12 +269,12 @@ void LoadListener::handleMissing(const ReadEvent& event) {
     const std::string name(event.text), card(event.file);
     const std::string reason = medium_ == Medium::Memory
                                    ? "cards on standard input are not followed"
-                                   : reasonAgainst(fileOfCard(name, card, rules_)) + hintAt(name, card, rules_);
+                                   : whyNotRead(fileOfCard(name, card, rules_)) + hintAt(name, card, rules_);
     report(Problem::UnreadableFile, {card, event.line, ""}, fmt::format("{}: {}", name, reason));
 }
 
-void LoadListener::handleMessage(Severity severity, std::string_view message) {
-    if (severity != Severity::Error) return console_.information(file_, message);
+void LoadListener::handleMessage(vorlandi::Severity severity, std::string_view message) {
+    if (severity != vorlandi::Severity::Error) return console_.information(file_, message);
     if (message.starts_with(kDuplicate)) return;
     const bool repeatsRefusal = std::exchange(refusalTold_, false) && message.starts_with(kLoader);
     if (repeatsRefusal && message.find(" is not stored: ") != std::string_view::npos) return;

@@ -24,7 +24,7 @@
 namespace vorlandi::cli {
 namespace {
 
-constexpr const char* kFooter =
+constexpr const char* kMainFooter =
     R"(Exit status: 0 all is well; 1 something could not be loaded, answered or written; 2 wrong usage.
 
 Examples:
@@ -47,7 +47,7 @@ void addCommands(CLI::App& application, Session& session) {
     application.name("vorlandi");
     application.require_subcommand(1);
     application.set_version_flag("--version", version, "Print the version and exit");
-    application.footer(kFooter);
+    application.footer(kMainFooter);
     addInfoCommand(application, session);
     addStatesCommand(application, session);
     addCheckCommand(application, session);

@@ -10,7 +10,6 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr int kClosed = -1;
-constexpr mode_t kReadAndWriteForAll = 0666;
 
 bool isFile(const std::string& name) { return name != kStandardOutput; }
 

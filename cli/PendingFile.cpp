@@ -23,7 +23,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kNone = -1;
-constexpr mode_t kReadAndWriteForAll = 0666;
 constexpr mode_t kAllModeBits = 07777;
 constexpr std::array kEndingSignals = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 

@@ -1,10 +1,15 @@
 // A file that replaces another one only when it is complete.
 #pragma once
 
+#include <sys/types.h>
+
 #include <memory>
 #include <string>
 
 namespace vorlandi::cli {
+
+// The mode of new files, of which the mask of the process takes away.
+inline constexpr mode_t kReadAndWriteForAll = 0666;
 
 // Written under a temporary name beside its target. Unless it is committed, the target stays as it was and the
 // temporary file is removed, also when a signal ends the program. Only one may exist at a time.

@@ -18,7 +18,7 @@
 namespace vorlandi::cli {
 namespace {
 
-constexpr const char* kFooter =
+constexpr const char* kPlotFooter =
     R"(The suffix of the output chooses the form. svg: panels one above the other over time, UTC; gaps are shaded
 (darker where there are no states), jumps marked; the first eight satellites have a colour each. html: one file without
 network with the orbits in their own frame, to be turned and zoomed, a time slider with the states, and the panels
@@ -226,7 +226,7 @@ void addPlotCommand(CLI::App& application, Session& session) {
         ->check(CLI::Range(kLeastPlotWidth, kLargestPlotWidth).description(""));
     command->add_flag("--force", options->isForced, "Replace a file that exists");
     addVerbose(*command, session.console);
-    command->footer(kFooter);
+    command->footer(kPlotFooter);
     command->callback([options, command, &session] { session.status = runPlot(*command, *options, session.console); });
 }
 

@@ -68,10 +68,10 @@ std::vector<double> storedTimes(Satellite satellite) {
 }
 
 bool hasVelocities(const SatelliteRecord& record) {
-    constexpr std::int64_t kPointsAtOnce = 1024;
-    std::vector<State> states(kPointsAtOnce);
-    for (std::int64_t done = 0; done < record.pointCount; done += kPointsAtOnce) {
-        const std::int64_t count = std::min(kPointsAtOnce, record.pointCount - done);
+    constexpr std::int64_t kStatesAtOnce = 1024;
+    std::vector<State> states(kStatesAtOnce);
+    for (std::int64_t done = 0; done < record.pointCount; done += kStatesAtOnce) {
+        const std::int64_t count = std::min(kStatesAtOnce, record.pointCount - done);
         VorlanGetEphemerisArr(record.key(), done + 1, count, nullptr, detail::raw(states.data()), nullptr, nullptr,
                               nullptr);
         if (std::any_of(states.begin(), states.begin() + count, hasVelocity)) return true;

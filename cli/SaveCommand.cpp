@@ -13,7 +13,7 @@
 namespace vorlandi::cli {
 namespace {
 
-constexpr const char* kFooter =
+constexpr const char* kSaveFooter =
     R"(A card file names each input file once, in the order of loading; loading it loads the same satellites. The names
 are written as they were given, so load it from the same directory; with --absolute they are written so that the card
 file loads from any directory. An existing file is replaced once the new one is complete.
@@ -128,7 +128,7 @@ void addSaveCommand(CLI::App& application, Session& session) {
     addInput(*command, options->input);
     command->add_flag("--absolute", options->absolute, "Write absolute file names");
     addVerbose(*command, session.console);
-    command->footer(kFooter);
+    command->footer(kSaveFooter);
     command->callback([options, &session] {
         if (options->input.number) throw UsageError("--number", "can't be kept: cards hold no numbers");
         session.status = runSave(*options, session.console);

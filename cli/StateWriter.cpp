@@ -7,7 +7,7 @@
 namespace vorlandi::cli {
 namespace {
 
-constexpr std::array<std::string_view, 6> kComponents = {"x", "y", "z", "vx", "vy", "vz"};
+constexpr std::array<std::string_view, 6> kStateComponents = {"x", "y", "z", "vx", "vy", "vz"};
 
 class TableWriter : public StateWriter {
 public:
@@ -46,7 +46,7 @@ private:
     void covariance(const Matrix6& matrix) {
         if (!isCovariance(matrix)) return output_.print("{:>11}no covariance\n", "");
         for (std::size_t row = 0; row < 6; ++row) {
-            output_.print("{:>11}{:<2}", "", kComponents[row]);
+            output_.print("{:>11}{:<2}", "", kStateComponents[row]);
             for (std::size_t column = 0; column <= row; ++column)
                 output_.print(" {:>14.6e}", matrix[row][column]);
             output_.write("\n");
@@ -88,7 +88,7 @@ private:
     void covarianceTitles() {
         for (std::size_t row = 0; row < 6; ++row) {
             for (std::size_t column = 0; column <= row; ++column)
-                output_.print(",cov_{}_{}", kComponents[row], kComponents[column]);
+                output_.print(",cov_{}_{}", kStateComponents[row], kStateComponents[column]);
         }
     }
 

@@ -21,7 +21,7 @@
 namespace vorlandi::cli {
 namespace {
 
-constexpr const char* kFooter =
+constexpr const char* kStatesFooter =
     R"(Positions are km, velocities km/s, in the frame of the ephemeris. Without times all stored points are printed;
 with --from or --to alone, the stored points in that range; with --step, states at from, from + step, ... up to and
 including the end. A step counts seconds of the UTC clock. A time that misses the first or last point by less than a
@@ -161,7 +161,7 @@ void addStatesCommand(CLI::App& application, Session& session) {
     addFormat(*command, options->format, Offered::All);
     addOutput(*command, options->output);
     addVerbose(*command, session.console);
-    command->footer(kFooter);
+    command->footer(kStatesFooter);
     command->callback([options, command, &session] {
         moveTimes(*options);
         session.status = runStates(*options, requestOf(*options, *command), session.console);

@@ -11,7 +11,7 @@
 namespace vorlandi::cli {
 namespace {
 
-constexpr const char* kFooter =
+constexpr const char* kTimeFooter =
     R"(TEXT is UTC in any form that states --at takes; quote it if it holds a blank. Ds50UTC, Julian dates and Unix
 seconds count 86,400 s a day, so that they don't tell a leap second from the second after it. TAI is ahead of UTC by
 whole seconds from 1972 on, and counted as 10 s before. GPS time is TAI - 19 s; its weeks count from 1980-01-06 and
@@ -99,7 +99,7 @@ void addTimeCommand(CLI::App& application, Session& session) {
     addLeapSeconds(*command);
     addFormat(*command, options->format);
     addOutput(*command, options->output);
-    command->footer(kFooter);
+    command->footer(kTimeFooter);
     command->callback([options, &session] { session.status = runTime(*options, session.console); });
 }
 

@@ -1,9 +1,15 @@
 # How the project's own targets are compiled and linked. The options belong to the targets, so that a project that
 # takes this one in as a subproject keeps its own.
 #   vorlandi_options             every target
+#   vorlandi_unite               targets of many files with heavy headers: as VORLANDI_UNITY_BUILD says
 #   vorlandi_unshipped_options   test programs, in addition: less optimised, which builds faster. Not for programs
 #                                whose speed matters
 include(CheckCXXCompilerFlag)
+
+# Where parsing the headers takes most of the time. Names without linkage have to differ within such a target.
+function(vorlandi_unite TARGET)
+    set_target_properties(${TARGET} PROPERTIES UNITY_BUILD ${VORLANDI_UNITY_BUILD} UNITY_BUILD_BATCH_SIZE 12)
+endfunction()
 
 add_library(vorlandi_options INTERFACE)
 add_library(vorlandi_unshipped_options INTERFACE)

@@ -8,7 +8,6 @@ namespace {
 
 using Matrix6 = std::array<std::array<double, 6>, 6>;
 
-constexpr double kEarthRotation_rad_s = 7.292115e-5;
 constexpr double kLeastSine = 1e-9;  // of the angle between position and velocity
 
 Vector3 cross(const Vector3& a, const Vector3& b) {

@@ -11,9 +11,7 @@
 namespace vorlandi::writers {
 namespace {
 
-constexpr double kMetersPerKilometer = 1000.0;
 constexpr double kEarthGm_km3_s2 = 398600.4418;
-constexpr double kEarthRotation_rad_s = 7.292115e-5;
 
 std::string zulu(double time) { return exactIsoText(time) + "Z"; }
 std::string interval(double first, double last) { return zulu(first) + "/" + zulu(last); }

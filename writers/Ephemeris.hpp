@@ -10,6 +10,9 @@ namespace vorlandi::writers {
 
 using Vector3 = std::array<double, 3>;
 
+inline constexpr double kMetersPerKilometer = 1000.0;
+inline constexpr double kEarthRotation_rad_s = 7.292115e-5;
+
 struct State {
     Vector3 position_km{};
     Vector3 velocity_km_s{};

@@ -8,8 +8,6 @@
 namespace vorlandi::writers {
 namespace {
 
-constexpr double kMetersPerKilometer = 1000.0;
-
 // Header shared by the vector and the simulated-observation layout.
 //   1-22   square root of the gravitational parameter, earth radii^1.5 per minute
 //   23-44  earth radius, km

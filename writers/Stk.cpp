@@ -9,8 +9,6 @@
 namespace vorlandi::writers {
 namespace {
 
-constexpr double kMetersPerKilometer = 1000.0;
-
 void writeSettings(const Ephemeris& ephemeris, double epoch, std::string_view unit, Lines& out) {
     out.line("NumberOfEphemerisPoints {}", ephemeris.times.size());
     out.line("ScenarioEpoch           {}", monthNameText24(epoch));

@@ -8,7 +8,6 @@
 namespace vorlandi::writers {
 namespace {
 
-constexpr double kMetersPerKilometer = 1000.0;
 constexpr double kFeetPerKilometer = 1.0 / 0.0003048;
 
 // The lines skipped after the first one. They say what a data line holds.

@@ -11,18 +11,18 @@
 namespace vorlandi::analysis {
 namespace {
 
-constexpr double kStep_s = 84.375;  // 1/1024 day, so that times are exact
+constexpr double kSpacing_s = 84.375;  // 1/1024 day, so that times are exact
 constexpr double kAxis_km = 7000.0;
 constexpr double kEccentricity = 0.01;
 
 Points orbit(double late_s = 0.0, bool rotates = false, int count = 180) {
-    Points points = orbitPoints(kAxis_km, kEccentricity, kStep_s, count, late_s, rotates);
+    Points points = orbitPoints(kAxis_km, kEccentricity, kSpacing_s, count, late_s, rotates);
     for (std::size_t i = 0; i < points.times.size(); ++i)
         points.times[i] = {kEpoch_days + static_cast<double>(i) / 1024.0};
     return points;
 }
 
-Points changed(Points points, const std::function<void(State&, std::size_t)>& change) {
+Points changedBy(Points points, const std::function<void(State&, std::size_t)>& change) {
     for (std::size_t i = 0; i < points.states.size(); ++i)
         change(points.states[i], i);
     return points;
@@ -31,7 +31,7 @@ Points changed(Points points, const std::function<void(State&, std::size_t)>& ch
 // By metres and mm/s along the axes of each state.
 Points shifted(Points points, const std::array<double, 3>& metres, const std::array<double, 3>& mm_s) {
     const Motion motion = points.frame == Frame::ECR ? Motion::Rotating : Motion::Inertial;
-    return changed(std::move(points), [=](State& state, std::size_t) {
+    return changedBy(std::move(points), [=](State& state, std::size_t) {
         const Axes axes = orbitAxes(state, motion).value();
         for (std::size_t k = 0; k < 3; ++k)
             for (std::size_t i = 0; i < 3; ++i) {
@@ -45,7 +45,7 @@ Points shifted(Points points, const std::array<double, 3>& metres, const std::ar
 Points turned(Points points, double degrees, double z) {
     const double y = -std::sqrt(1.0 - z * z);
     const double angle = degrees * std::numbers::pi / 180.0;
-    return changed(std::move(points), [=](State& state, std::size_t) {
+    return changedBy(std::move(points), [=](State& state, std::size_t) {
         for (auto* const vector : {&state.position_km, &state.velocity_km_s}) {
             const auto [vx, vy, vz] = *vector;
             const double along = (y * vy + z * vz) * (1.0 - std::cos(angle));
@@ -56,7 +56,7 @@ Points turned(Points points, double degrees, double z) {
     });
 }
 
-Points called(Points points, Frame frame) {
+Points labelled(Points points, Frame frame) {
     points.frame = frame;
     return points;
 }
@@ -146,7 +146,7 @@ TEST(Compare, FindsOffsetsAndRotationsAndNamesTheirCauses) {
 
 TEST(Compare, NormalizesByTheSumOfTheCovariances) {
     const Points a = orbit();
-    const Points b = changed(a, [](State& state, std::size_t i) {
+    const Points b = changedBy(a, [](State& state, std::size_t i) {
         state.position_km[0] += 2e-3;
         state.position_km[1] += 2e-3;
         if (i == 20) state.position_km[2] += 8e-3;
@@ -178,7 +178,7 @@ TEST(Compare, CountsWhatIsNotAnsweredAndLeavesOutWhatHasNoAxes) {
     ASSERT_EQ(later.differences.size(), 380U);
     EXPECT_EQ(later.differences.front().time, a.times[10]);
 
-    const Comparison unknown = compared(called(a, Frame{17}), shifted(a, {2.0, 0.0, 0.0}, {0.0, 0.0, 0.0}));
+    const Comparison unknown = compared(labelled(a, Frame{17}), shifted(a, {2.0, 0.0, 0.0}, {0.0, 0.0, 0.0}));
     EXPECT_TRUE(std::isnan(unknown.statistics(Quantity::Radial).mean));
     EXPECT_FALSE(unknown.statistics(Quantity::Radial).when);
     EXPECT_NEAR(unknown.statistics(Quantity::Distance).rms, 2.0, 1e-6);
@@ -191,7 +191,7 @@ TEST(CommonSpan, IsThatOfBothAndOfTheRange) {
         for (std::size_t i = 0; i < late.times.size(); ++i)
             late.times[i].days = early.times[i].days + days;
         const OwnedSatellite a = early.stored();
-        const OwnedSatellite b = called(late, Frame::ECI).stored();
+        const OwnedSatellite b = labelled(late, Frame::ECI).stored();
         const auto span = commonSpan(a, b, range);
         return span ? span->last.days - span->first.days : -1.0;
     };

@@ -28,7 +28,7 @@ struct Outputs {
 };
 
 // What a function is asked for: a time in minutes, a time, an index, something of the points, anything else.
-enum Asked { kMse, kTime, kIndex, kPoints, kOther };
+enum Asked { kMse, kAskedTime, kIndex, kPoints, kOther };
 
 struct KeyedCall {
     const char* name;
@@ -51,11 +51,11 @@ std::int32_t xten(std::int64_t key, double value, Outputs& o) {
 // clang-format off
 const KeyedCall kCalls[] = {
     {"Mse", kMse, 8, state<VorlanMse, double>}, {"MseCovMtx", kMse, 44, withCov<VorlanMseCovMtx, double>},
-    {"Ds50UTC", kTime, 8, state<VorlanDs50UTC, double>},
-    {"Ds50UTCCovMtx", kTime, 44, withCov<VorlanDs50UTCCovMtx, double>},
+    {"Ds50UTC", kAskedTime, 8, state<VorlanDs50UTC, double>},
+    {"Ds50UTCCovMtx", kAskedTime, 44, withCov<VorlanDs50UTCCovMtx, double>},
     {"GetEphemeris", kIndex, 8, state<VorlanGetEphemeris, std::int32_t>},
     {"GetCovMtx", kIndex, 44, withCov<VorlanGetCovMtx, std::int32_t>},
-    {"Xten by MSE", kMse, 128, xten<1>}, {"Xten by time", kTime, 128, xten<2>},
+    {"Xten by MSE", kMse, 128, xten<1>}, {"Xten by time", kAskedTime, 128, xten<2>},
     {"Xten by index", kIndex, 128, xten<3>},
     {"StartEndTime", kPoints, 2, [](auto k, double, auto& o) { return VorlanStartEndTime(k, o.d(0), o.d(1)); }},
     {"GetField", kPoints, 512, [](auto k, double, auto& o) { return VorlanGetField(k, 1, o.t(0)); }},
@@ -149,7 +149,7 @@ TEST_F(KeyedCalls, AnswerStoredPointsByIndexByTimeAndByMinutes) {
                 ASSERT_EQ(call.call(key, asked[call.asked], o), 0);
                 EXPECT_EQ(call.call(key, asked[call.asked], none), 0);
                 const bool extended = call.outputs == 128;
-                EXPECT_EQ(*o.d(0), extended || call.asked == kTime ? minutes : lineTime(i));
+                EXPECT_EQ(*o.d(0), extended || call.asked == kAskedTime ? minutes : lineTime(i));
                 EXPECT_EQ(extended ? *o.d(1) : lineTime(i), lineTime(i));
                 // A request in minutes or by time goes through TAI and reaches the point within a rounding,
                 // 4e-12 days, which is 4e-7 s of flight at 1 km/s.

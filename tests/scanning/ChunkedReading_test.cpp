@@ -128,12 +128,12 @@ std::set<std::string> runningThreads() {
 TEST_F(ChunkedReading, StartsThreadsOnlyForALargeFileThatTheCallerAllowsThemFor) {
     // All threads run until the last read, whichever of them the machine lets read.
     struct WatchingSource : ToldSource {
-        WatchingSource(std::string_view text, std::set<std::string>& seen) : ToldSource(text, true), seen_(seen) {}
+        WatchingSource(std::string_view text, std::set<std::string>& ids) : ToldSource(text, true), seen(ids) {}
         std::int64_t read(char* bytes, std::size_t capacity) override {
-            seen_.merge(runningThreads());
+            seen.merge(runningThreads());
             return ToldSource::read(bytes, capacity);
         }
-        std::set<std::string>& seen_;
+        std::set<std::string>& seen;
     };
     const std::string header = "KQ_UNIVERSAL_VORLANDI_V1.0        81001HCSRL\n", blank(511, ' ');
     std::string text = header + std::string((16 << 20) - header.size(), ' ');
