@@ -4,7 +4,7 @@
 namespace vorlandi::cli_tests {
 namespace {
 
-struct Case {
+struct ArchiveCase {
     std::string make, arguments;
     Lines messages, satellites;  // number, points, file and tag of each satellite
 };
@@ -27,7 +27,7 @@ protected:
         EXPECT_EQ(info.status, messages.empty() ? 0 : 1);
     }
 
-    void expectLoads(const std::vector<Case>& cases) const {
+    void expectLoads(const std::vector<ArchiveCase>& cases) const {
         for (const auto& [make, arguments, messages, satellites] : cases) {
             ASSERT_EQ(shell(make).status, 0) << make;
             expectLoads(arguments, messages, satellites);
