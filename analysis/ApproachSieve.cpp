@@ -9,7 +9,6 @@ namespace vorlandi::analysis {
 namespace {
 
 constexpr double kJ2 = 1.0826e-3;
-constexpr double kEarthRadius_km = 6378.137;
 constexpr double kLeastRadius_km = 1000.0;
 // Of sun and moon at three times the distance of geostationary satellites, and of drag and manoeuvres at low thrust.
 constexpr double kOtherForces_km_s2 = 1e-7;

@@ -11,8 +11,6 @@
 
 namespace vorlandi::analysis {
 
-inline constexpr double kEarthRadius_km = 6378.137;
-
 // Values over rising times. A value that is not a number interrupts the curve.
 struct Curve {
     std::vector<Ds50> times;

@@ -9,6 +9,7 @@
 namespace vorlandi::analysis {
 
 inline constexpr double kMu_km3_s2 = 398600.4418;
+inline constexpr double kEarthRadius_km = 6378.137;
 inline constexpr double kEarthRotation_rad_s = 7.292115e-5;
 
 // How the axes of a frame move. Unknown: codes other than ECI, J2K, EFG and ECR, and data that no orbit explains.
