@@ -263,10 +263,9 @@ Fits bestFits(const Ephemeris& ephemeris, const std::vector<Witness>& witnesses,
     return best;
 }
 
-// Whether neither kind of jump makes the points agree.
-bool isUnexplained(const Fit& fit, double all, std::size_t witnesses, double usual) {
-    const double remaining = std::sqrt(fit.squares / (2.0 * static_cast<double>(witnesses)));
-    return fit.squares > kUnexplained * all && remaining > kStillUnusual * usual;
+// Whether the residuals that are left are still far above the usual.
+bool isUnusual(const Fit& fit, std::size_t witnesses, double usual) {
+    return !(std::sqrt(fit.squares / (2.0 * static_cast<double>(witnesses))) <= kStillUnusual * usual);
 }
 
 Jump jumpOf(const Fit& fit, bool isManoeuvre, const Ephemeris& ephemeris, Motion motion, double step_s) {
@@ -294,18 +293,22 @@ Irregularities findIrregularities(const Ephemeris& ephemeris, const Interpolatio
     const double step_s = medianOf(stepsOf(ephemeris));
     for (const Event& event : eventsIn(positions, velocities)) {
         const Disturbance disturbance = disturbanceBy(event, positions, velocities);
-        if (const auto outlier = outlierOf(ephemeris, errors.motion, event, disturbance)) {
+        // What a weak jump leaves without one of its points is as small as usual, too: the better explanation counts.
+        if (const auto outlier = outlierOf(ephemeris, errors.motion, event, {disturbance.peak, 0.0})) {
             found.outliers.push_back(*outlier);
             continue;
         }
         const auto witnesses = witnessesOf(event, ephemeris, errors.motion, positions.scaled(), step_s);
         const Fits best = bestFits(ephemeris, witnesses, event);
         const Fit& fit = best.isManoeuvre() ? best.velocityAlone : best.both;
-        if (!std::isfinite(fit.squares)) continue;
-        if (isUnexplained(fit, best.all, witnesses.size(), disturbance.usual))
-            found.disagreements.push_back({event.first, event.last, disturbance.peak * kMetresPerKm});
-        else
+        const bool isJump = std::isfinite(fit.squares) && fit.squares <= kUnexplained * best.all;
+        const auto outlier = isJump ? std::nullopt : outlierOf(ephemeris, errors.motion, event, disturbance);
+        if (outlier)
+            found.outliers.push_back(*outlier);
+        else if (isJump || !isUnusual(fit, witnesses.size(), disturbance.usual))
             found.jumps.push_back(jumpOf(fit, best.isManoeuvre(), ephemeris, errors.motion, step_s));
+        else if (std::isfinite(fit.squares))
+            found.disagreements.push_back({event.first, event.last, disturbance.peak * kMetresPerKm});
     }
     return found;
 }
