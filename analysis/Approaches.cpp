@@ -28,6 +28,7 @@ struct Member {
     std::size_t index;  // among all satellites
     Satellite satellite;
     std::int32_t number;
+    bool isWanted;              // its pairs are compared; of the others, those with a wanted one
     std::vector<Piece> pieces;  // by time
 };
 
@@ -39,25 +40,77 @@ struct Fleet {
 
 bool isName(std::int32_t number) { return number != 0 && number != 99999; }
 
-// Samples are evenly spaced in TAI. Borders lie half a step around each.
+// The spans in which two or more of the members have states, by time.
+std::vector<Span> sharedSpans(const std::vector<Member>& members) {
+    std::vector<std::pair<Ds50, int>> changes;
+    for (const Member& member : members)
+        for (const Piece& piece : member.pieces) {
+            changes.emplace_back(piece.span.first, 1);
+            changes.emplace_back(piece.span.last, -1);
+        }
+    std::sort(changes.begin(), changes.end());
+    std::vector<Span> spans;
+    int present = 0;
+    for (const auto& [time, change] : changes) {
+        if (present == 1 && change == 1) spans.push_back({time, time});
+        if (present == 2 && change == -1) spans.back().last = time;
+        present += change;
+    }
+    return spans;
+}
+
+// Samples are evenly spaced in TAI. Borders lie half a step around each. Only those count whose windows are in the
+// spans.
 class Samples {
 public:
-    Samples(const Span& span, double step_s) : first_days_(tai_days(span.first)), step_days_(step_s / kSecondsPerDay) {
-        // The last window ends after the span.
-        count_ = static_cast<std::size_t>(std::floor((tai_days(span.last) - first_days_) / step_days_ + 0.5)) + 1;
+    // The spans rise; there is at least one.
+    Samples(const std::vector<Span>& spans, double step_s)
+        : first_days_(tai_days(spans.front().first)), step_days_(step_s / kSecondsPerDay) {
+        for (const Span& span : spans) {
+            // The rounding of a time may be on the other side of a border.
+            const std::size_t first = std::max(numberAt(span.first, -kRounding), end_);
+            const std::size_t end = numberAt(span.last, kRounding) + 1;
+            if (first >= end) continue;
+            stretches_.push_back({count_, first});
+            count_ += end - first;
+            end_ = end;
+        }
     }
 
     std::size_t count() const noexcept { return count_; }
-    Ds50 time(std::size_t k) const { return at(static_cast<double>(k)); }
+    Ds50 time(std::size_t i) const { return at(static_cast<double>(numberOf(i))); }
     // From the first on, up to the second, but without it.
-    Span window(std::size_t k) const { return {at(static_cast<double>(k) - 0.5), at(static_cast<double>(k) + 0.5)}; }
+    Span window(std::size_t i) const {
+        const auto k = static_cast<double>(numberOf(i));
+        return {at(k - 0.5), at(k + 0.5)};
+    }
 
 private:
+    static constexpr double kRounding = 1e-4;
+
+    struct Stretch {
+        std::size_t before;  // samples in earlier stretches
+        std::size_t first;   // number of its first one, by the step
+    };
+
+    std::size_t numberAt(Ds50 time, double rounding) const {
+        const double number = std::floor((tai_days(time) - first_days_) / step_days_ + 0.5 + rounding);
+        return static_cast<std::size_t>(std::max(number, 0.0));
+    }
+
+    std::size_t numberOf(std::size_t i) const {
+        const auto next = std::upper_bound(stretches_.begin(), stretches_.end(), i,
+                                           [](std::size_t value, const Stretch& s) { return value < s.before; });
+        return std::prev(next)->first + i - std::prev(next)->before;
+    }
+
     Ds50 at(double steps) const { return {VorlanTimeTaiToUtc(first_days_ + steps * step_days_)}; }
 
     double first_days_;
     double step_days_;
-    std::size_t count_;
+    std::vector<Stretch> stretches_;
+    std::size_t end_ = 0;  // the number after the last stretch
+    std::size_t count_ = 0;
 };
 
 double seconds(Ds50 from, Ds50 to) { return (tai_days(to) - tai_days(from)) * kSecondsPerDay; }
@@ -112,7 +165,8 @@ public:
             const Member& first = fleet_.members[a];
             const Member& second = fleet_.members[b];
             const bool same = first.number == second.number && isName(first.number);
-            if (!same || options_.sameNumber) examinePair(first, second, found);
+            const bool isWanted = first.isWanted || second.isWanted;
+            if (isWanted && (!same || options_.sameNumber)) examinePair(first, second, found);
         }
     }
 
@@ -251,12 +305,9 @@ private:
 
 // Each thread takes the next sample.
 void searchFleet(const Fleet& fleet, const ApproachOptions& options, std::vector<Approach>& events) {
-    std::optional<Span> all;
-    for (const Member& member : fleet.members)
-        for (const Piece& piece : member.pieces)
-            all = all ? Span{std::min(all->first, piece.span.first), std::max(all->last, piece.span.last)} : piece.span;
-    if (!all) return;
-    const Samples samples(*all, options.step_s);
+    const std::vector<Span> shared = sharedSpans(fleet.members);
+    if (shared.empty()) return;
+    const Samples samples(shared, options.step_s);
     const std::size_t workers = std::clamp<std::size_t>(options.threads, 1, samples.count());
     std::atomic<std::size_t> next = 0;
     std::vector<std::vector<Approach>> found(workers);
@@ -325,6 +376,7 @@ Approaches findApproaches(std::span<const Satellite> satellites, const ApproachO
     result.answered.resize(satellites.size());
     std::map<Frame, Fleet> fleets;
     FramePairs pairs;
+    FramePairs unwantedPairs;
     for (std::size_t i = 0; i < satellites.size(); ++i) {
         const Satellite satellite = satellites[i];
         const Fields fields = satellite.fields();
@@ -336,12 +388,15 @@ Approaches findApproaches(std::span<const Satellite> satellites, const ApproachO
             continue;
         }
         const std::int32_t number = options.numbers.empty() ? fields.number : options.numbers[i];
+        const bool isWanted =
+            options.only.empty() || std::find(options.only.begin(), options.only.end(), number) != options.only.end();
         pairs.add(number, fields.frame);
+        if (!isWanted) unwantedPairs.add(number, fields.frame);
         Fleet& fleet = fleets[fields.frame];
         fleet.motion = motion;
-        fleet.members.push_back({i, satellite, number, std::move(pieces)});
+        fleet.members.push_back({i, satellite, number, isWanted, std::move(pieces)});
     }
-    result.pairsAcrossFrames = pairs.count(options.sameNumber);
+    result.pairsAcrossFrames = pairs.count(options.sameNumber) - unwantedPairs.count(options.sameNumber);
     for (const auto& [frame, fleet] : fleets)
         searchFleet(fleet, options, result.events);
     std::sort(result.events.begin(), result.events.end(), [](const Approach& x, const Approach& y) {

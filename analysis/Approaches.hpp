@@ -21,6 +21,7 @@ struct ApproachOptions {
     bool sameNumber = false;                       // compares records of equal number, too
     unsigned threads = 1;                          // the result doesn't depend on them
     std::function<void(double share)> progress{};  // called now and then by the calling thread; may be empty
+    std::vector<std::int32_t> only{};              // pairs that have one of these numbers; all pairs if empty
 };
 
 inline constexpr double kLargestApproachStep_s = 300.0;

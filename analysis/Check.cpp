@@ -18,6 +18,7 @@ namespace {
 
 constexpr double kEvenSteps = 1.001;
 constexpr double kGround_km = 6350.0;
+constexpr double kFarthest_km = 1e7;  // from the earth; no orbit about it is that large
 constexpr double kCoarseScatter_m = 0.1;
 constexpr double kUnevenGain = 20.0;
 
@@ -48,6 +49,7 @@ public:
         const Dynamics dynamics = examineMotion();
         reportVelocities(dynamics);
         reportFrame(dynamics);
+        if (!dynamics.positionUnit) checkDistances();
         if (!dynamics.positionUnit && (dynamics.motion != Motion::Unknown || isKnownFrame())) checkHeights();
         isUndecided_ = dynamics.isUndecided;
         if (isUndecided_)
@@ -173,29 +175,58 @@ private:
                                        : "; the points move as in inertial axes")});
     }
 
-    void checkHeights() {
-        std::size_t i = 0;
-        const auto radius_km = [this](std::size_t point) { return positionOf(ephemeris_.states[point]).norm(); };
-        while (i < ephemeris_.size()) {
+    // Infinite only beyond the largest of all numbers: squares are not.
+    double radius_km(std::size_t point) const {
+        const auto& [x, y, z] = ephemeris_.states[point].position_km;
+        return std::hypot(x, y, z);
+    }
+
+    bool isTooFar(std::size_t point) const { return !(radius_km(point) < kFarthest_km); }
+
+    // Calls `report` for each row of neighbouring points that are wanted, with the first and the last.
+    void forEachRow(const auto& isWanted, const auto& report) const {
+        for (std::size_t i = 0; i < ephemeris_.size(); ++i) {
             const std::size_t first = i;
-            double least_km = kGround_km;
-            for (double r_km; i < ephemeris_.size() && (r_km = radius_km(i)) < kGround_km; ++i)
-                least_km = std::min(least_km, r_km);
-            if (i > first)
-                addBetween(first, i - 1,
-                           {Severity::Warning, Kind::BelowGround,
-                            countText(i - first, "point") + " below the ground: " + roundedText(least_km) +
-                                " km from the centre of the earth",
-                            least_km, "km"});
-            ++i;
+            while (i < ephemeris_.size() && isWanted(i))
+                ++i;
+            if (i > first) report(first, i - 1);
         }
+    }
+
+    void checkDistances() {
+        forEachRow([this](std::size_t i) { return isTooFar(i); },
+                   [this](std::size_t first, std::size_t last) {
+                       double largest_km = 0.0;
+                       for (std::size_t i = first; i <= last; ++i)
+                           largest_km = std::max(largest_km, radius_km(i));
+                       addBetween(first, last,
+                                  {Severity::Warning, Kind::Outlier,
+                                   countText(last - first + 1, "point") + " too far away: " + roundedText(largest_km) +
+                                       " km from the centre of the earth",
+                                   largest_km, "km"});
+                   });
+    }
+
+    void checkHeights() {
+        forEachRow([this](std::size_t i) { return radius_km(i) < kGround_km; },
+                   [this](std::size_t first, std::size_t last) {
+                       double least_km = kGround_km;
+                       for (std::size_t i = first; i <= last; ++i)
+                           least_km = std::min(least_km, radius_km(i));
+                       addBetween(first, last,
+                                  {Severity::Warning, Kind::BelowGround,
+                                   countText(last - first + 1, "point") + " below the ground: " +
+                                       roundedText(least_km) + " km from the centre of the earth",
+                                   least_km, "km"});
+                   });
     }
 
     void examineInterpolation(Motion motion) {
         const InterpolationErrors errors = estimatedErrors(ephemeris_, motion);
         if (errors.gain.empty()) return;
         check_.interpolation.wouldDo_s = spacingThatWouldDo_s(ephemeris_, options_.tolerance_m);
-        const bool showsScatter = ephemeris_.size() >= 7 && !isUndecided_ && !isOfSpacing(errors);
+        const bool showsScatter = ephemeris_.size() >= kFewestForScatter && !isUndecided_ &&
+                                  std::isfinite(errors.scatter_m) && !isOfSpacing(errors);
         if (showsScatter) check_.interpolation.scatter_m = errors.scatter_m;
         if (showsScatter && errors.scatter_m > kCoarseScatter_m)
             addOverall({Severity::Note, Kind::CoarseDigits, "the points scatter by " + lengthText(errors.scatter_m),
@@ -212,14 +243,28 @@ private:
             reportJump(jump);
         for (const analysis::Outlier& outlier : found.outliers)
             reportOutlier(outlier);
+        for (const analysis::Disagreement& disagreement : found.disagreements)
+            reportDisagreement(disagreement);
         if (ephemeris_.size() < kWindow) return;
         if (errors.motion == Motion::Unknown)
             addNotExamined("jumps are not examined: the points follow no orbit");
         else if (ephemeris_.size() < kFewestForJumps)
-            addNotExamined("jumps are not examined: there are fewer than " + std::to_string(kFewestForJumps) +
-                           " points");
+            addNotExamined(notShownByFew() + " are not examined: there are fewer than " +
+                           std::to_string(kFewestForJumps) + " points");
         else if (check_.spacing->least_s < kShortestStepForJumps_s)
             addNotExamined("jumps are not examined beside steps of less than a millisecond");
+    }
+
+    // Fewer points show less.
+    std::string notShownByFew() const {
+        std::string list = "jumps";
+        const bool hasGaps = !gaps_.empty();
+        const bool hasSingle = hasGaps || ephemeris_.size() < kFewestForOutliers;
+        if (ephemeris_.size() < kFewestForScatter) list += (hasSingle ? ", " : " and ") + std::string("the scatter");
+        if (hasGaps) return list + " and single points that are off";
+        if (hasSingle)
+            list += " and single points that are off by less than " + lengthText(leastOutlierOfFew_m(ephemeris_));
+        return list;
     }
 
     // Where points are far apart, the six neighbours of a point don't show its scatter either: what they miss is then
@@ -333,10 +378,19 @@ private:
         addBetween(jump.interval, jump.interval + 1, std::move(finding));
     }
 
+    void reportDisagreement(const analysis::Disagreement& disagreement) {
+        addBetween(disagreement.first, disagreement.last,
+                   {Severity::Warning, Kind::Outlier,
+                    "points disagree by up to " + lengthText(disagreement.size_m) +
+                        ": several are off; neither a manoeuvre nor a step explains them",
+                    disagreement.size_m, "m"});
+    }
+
     // Only the part that matters: the position, the velocity, or both.
     void reportOutlier(const analysis::Outlier& outlier) {
         constexpr double kOfStep_s = 10.0;  // a velocity counts as what it makes of a position in this time
         constexpr double kNothing = 0.01;
+        if (isTooFar(outlier.point)) return;  // told already
         const double distance_m = outlier.distance_m();
         const double drift_m = kOfStep_s * outlier.speed_m_s();
         const bool isPosition = !(distance_m < kNothing * drift_m);

@@ -14,13 +14,19 @@ struct Residual {
     double residual_km;   // error of leaving the point out, beyond that of a two-body orbit through it
     double curvature_km;  // error of leaving the point out of that orbit
     double gain;          // by which errors of the points are magnified in the residual
+
+    // Twice what the spacing makes of it: the points themselves are off.
+    bool isOfPoints() const noexcept { return residual_km > 2.0 * curvature_km; }
 };
+
+// With fewer points nothing is known of their scatter: the estimate is that of their distance alone.
+inline constexpr std::size_t kFewestForScatter = 7;
 
 // An upper limit of the errors, meant to hold in 999 of 1000 intervals: spacing_m + digits_m. Intervals that the
 // library doesn't answer have NaN.
 struct InterpolationErrors {
     Motion motion = Motion::Unknown;  // of the orbits that the errors are estimated with; unknown: without orbits
-    double scatter_m = 0.0;           // of the points, what their digits make of it included; 0 for fewer than seven
+    double scatter_m = 0.0;           // of the points, what their digits make of it included; 0 if they are too few
     std::vector<double> spacing_m;    // for each interval, the part that comes from the distance of the points
     std::vector<double> digits_m;     // the part that comes from their scatter
     std::vector<double> gain;         // by which the window magnifies the scatter: 0.9 on an even grid

@@ -14,13 +14,14 @@ constexpr double kSuspicious = 8.0;     // times the usual residual around
 constexpr std::size_t kAround = 30;     // points on each side that are usual
 constexpr std::size_t kLeftOfThem = 3;  // the nearest of them, which a jump disturbs, too
 constexpr std::size_t kLeastUsual = 10;
-constexpr double kLeastShareOfCurvature = 2.0;
 constexpr double kDigitsOfDoubles = 1e-12;  // of a position; a residual below that is rounding
 constexpr std::size_t kBeside = 3;          // points on each side of an event that its fit takes
 constexpr std::size_t kLongestEvent = 9;    // points; of a longer one only those around the largest are fitted
 constexpr int kInstantsInInterval = 13;
 constexpr double kManoeuvreFits = 4.0;
 constexpr double kAccuracyOfFit = 0.05;  // a jump drifts away linearly, which holds for a few steps only
+constexpr double kUnexplained = 0.1;     // of the squares that a jump has to leave less of,
+constexpr double kStillUnusual = 4.0;    // or residuals that are no more than so many times the usual
 
 // The intervals across which nothing is examined. Beside a short step the times of the points count as well.
 std::vector<std::size_t> barriers(const Ephemeris& ephemeris, const std::vector<std::size_t>& gaps) {
@@ -53,8 +54,7 @@ public:
 
     bool of(std::size_t i) const {
         const Residual& residual = residuals_[i];
-        if (!(scaled_[i] > 0.0) || !(residual.residual_km > kLeastShareOfCurvature * residual.curvature_km))
-            return false;
+        if (!(scaled_[i] > 0.0) || !residual.isOfPoints()) return false;
         if (residual.residual_km < kDigitsOfDoubles * positionOf(ephemeris_.states[i]).norm()) return false;
         // Counting is quicker than the median, and nearly always enough: too few values are that small.
         const std::size_t first = i - std::min(i, kAround);
@@ -170,6 +170,11 @@ struct Fits {
     double all = 0.0;  // squares before the fit
     Fit velocityAlone;
     Fit both;
+
+    bool isManoeuvre() const {
+        return !(velocityAlone.squares > kManoeuvreFits * kManoeuvreFits * std::max(both.squares, 0.0)) ||
+               velocityAlone.squares < kAccuracyOfFit * kAccuracyOfFit * all;
+    }
 };
 
 void fitAt(const std::vector<Witness>& witnesses, double instant_s, std::size_t interval, Fits& best) {
@@ -215,29 +220,37 @@ void refineInstant(const Ephemeris& ephemeris, const std::vector<Witness>& witne
     }
 }
 
-// One bad point disturbs the residuals of itself and of two points on each side.
-std::optional<Outlier> outlierOf(const Ephemeris& ephemeris, Motion motion, const Suspicion& positions,
-                                 const Suspicion& velocities, const Event& event) {
-    constexpr std::size_t kMostDisturbed = 5;
-    if (event.last - event.first >= kMostDisturbed) return std::nullopt;
+Disturbance disturbanceBy(const Event& event, const Suspicion& positions, const Suspicion& velocities) {
     Disturbance disturbance{0.0, 0.0};
     for (const Suspicion* const suspicion : {&positions, &velocities}) {
         for (std::size_t i = event.first; i <= event.last; ++i)
             disturbance.peak = std::fmax(disturbance.peak, suspicion->scaled()[i]);
         disturbance.usual = std::max(disturbance.usual, suspicion->usualAround(event.first, event.last));
     }
+    return disturbance;
+}
+
+// One bad point disturbs the residuals of itself and of two points on each side.
+std::optional<Outlier> outlierOf(const Ephemeris& ephemeris, Motion motion, const Event& event,
+                                 const Disturbance& disturbance) {
+    constexpr std::size_t kMostDisturbed = 5;
+    if (event.last - event.first >= kMostDisturbed) return std::nullopt;
     return outlierAmong(ephemeris, motion, event.first - std::min<std::size_t>(event.first, 2),
                         std::min(event.last + 2, ephemeris.size() - 1), disturbance);
 }
 
 double length(const std::array<double, 3>& vector) { return vectorOf(vector).norm(); }
 
-std::optional<Jump> fitJump(const Ephemeris& ephemeris, const InterpolationErrors& errors,
-                            const std::vector<double>& scaled, const Event& event, double step_s) {
+std::vector<Witness> witnessesOf(const Event& event, const Ephemeris& ephemeris, Motion motion,
+                                 const std::vector<double>& scaled, double step_s) {
     std::vector<Witness> witnesses;
     for (std::size_t i = event.first - std::min(event.first, kBeside);
          i <= std::min(event.last + kBeside, ephemeris.size() - 1); ++i)
-        if (scaled[i] >= 0.0) witnesses.emplace_back(ephemeris, i, errors.motion, step_s);
+        if (scaled[i] >= 0.0) witnesses.emplace_back(ephemeris, i, motion, step_s);
+    return witnesses;
+}
+
+Fits bestFits(const Ephemeris& ephemeris, const std::vector<Witness>& witnesses, const Event& event) {
     Fits best;
     const std::size_t last = std::min(event.last + 1, ephemeris.intervals() - 1);
     for (std::size_t interval = event.first - std::min<std::size_t>(event.first, 2); interval <= last; ++interval)
@@ -247,12 +260,16 @@ std::optional<Jump> fitJump(const Ephemeris& ephemeris, const InterpolationError
             fitAt(witnesses, from_s + share * (ephemeris.elapsed_s[interval + 1] - from_s), interval, best);
         }
     refineInstant(ephemeris, witnesses, best);
-    const bool isManoeuvre =
-        !(best.velocityAlone.squares > kManoeuvreFits * kManoeuvreFits * std::max(best.both.squares, 0.0)) ||
-        best.velocityAlone.squares < kAccuracyOfFit * kAccuracyOfFit * best.all;
-    const Fit& fit = isManoeuvre ? best.velocityAlone : best.both;
-    if (!std::isfinite(fit.squares)) return std::nullopt;
-    const std::optional<Axes> axes = orbitAxes(ephemeris.states[fit.interval], errors.motion);
+    return best;
+}
+
+// Whether the residuals that are left are still far above the usual.
+bool isUnusual(const Fit& fit, std::size_t witnesses, double usual) {
+    return !(std::sqrt(fit.squares / (2.0 * static_cast<double>(witnesses))) <= kStillUnusual * usual);
+}
+
+Jump jumpOf(const Fit& fit, bool isManoeuvre, const Ephemeris& ephemeris, Motion motion, double step_s) {
+    const std::optional<Axes> axes = orbitAxes(ephemeris.states[fit.interval], motion);
     const auto components = [&](const Vector& vector) {
         return axes ? onAxes(*axes, arrayOf(vector)) : arrayOf(vector);
     };
@@ -275,10 +292,23 @@ Irregularities findIrregularities(const Ephemeris& ephemeris, const Interpolatio
     const Suspicion velocities(ephemeris, errors.velocityResiduals, examinedApart);
     const double step_s = medianOf(stepsOf(ephemeris));
     for (const Event& event : eventsIn(positions, velocities)) {
-        if (const auto outlier = outlierOf(ephemeris, errors.motion, positions, velocities, event))
+        const Disturbance disturbance = disturbanceBy(event, positions, velocities);
+        // What a weak jump leaves without one of its points is as small as usual, too: the better explanation counts.
+        if (const auto outlier = outlierOf(ephemeris, errors.motion, event, {disturbance.peak, 0.0})) {
             found.outliers.push_back(*outlier);
-        else if (const auto jump = fitJump(ephemeris, errors, positions.scaled(), event, step_s))
-            found.jumps.push_back(*jump);
+            continue;
+        }
+        const auto witnesses = witnessesOf(event, ephemeris, errors.motion, positions.scaled(), step_s);
+        const Fits best = bestFits(ephemeris, witnesses, event);
+        const Fit& fit = best.isManoeuvre() ? best.velocityAlone : best.both;
+        const bool isJump = std::isfinite(fit.squares) && fit.squares <= kUnexplained * best.all;
+        const auto outlier = isJump ? std::nullopt : outlierOf(ephemeris, errors.motion, event, disturbance);
+        if (outlier)
+            found.outliers.push_back(*outlier);
+        else if (isJump || !isUnusual(fit, witnesses.size(), disturbance.usual))
+            found.jumps.push_back(jumpOf(fit, best.isManoeuvre(), ephemeris, errors.motion, step_s));
+        else if (std::isfinite(fit.squares))
+            found.disagreements.push_back({event.first, event.last, disturbance.peak * kMetresPerKm});
     }
     return found;
 }

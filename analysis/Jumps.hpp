@@ -28,9 +28,17 @@ inline constexpr std::size_t kFewestForJumps = 21;
 // Steps that short are in the range of the rounding of times.
 inline constexpr double kShortestStepForJumps_s = 1e-3;
 
+// Points that don't belong to one orbit, nor to two with a jump between them: several are off.
+struct Disagreement {
+    std::size_t first;
+    std::size_t last;
+    double size_m;  // the largest residual, over its gain
+};
+
 struct Irregularities {
     std::vector<Jump> jumps;
     std::vector<Outlier> outliers;
+    std::vector<Disagreement> disagreements;
 };
 
 // The jumps of an ephemeris with these errors, which are those of an orbit, and single points that are off. Points

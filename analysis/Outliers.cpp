@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <limits>
 
 #include "analysis/HermiteNodes.hpp"
@@ -12,16 +13,14 @@
 namespace vorlandi::analysis {
 namespace {
 
-constexpr std::size_t kOutlierReach = 6;   // points on each side of one that is left out
 constexpr double kShareOfPeak = 0.05;      // that may be left without the point; the wider steps count there
 constexpr double kUsualAgain = 8.0;        // times the usual, as long as
 constexpr double kShareOfSmallPeak = 0.3;  // it is that much less than with the point
-constexpr double kAgreement = 0.1;         // of few points, to the differences of the one,
-constexpr double kGross = 0.02;            // which are at least this share of the way in a step
+constexpr double kAgreement = 0.1;         // of few points, to the differences of the one
+constexpr double kGross = 0.02;            // of the way in a step: more is never due to other forces
 
 // The largest residual, over its gain.
-double peakOf(const Ephemeris& ephemeris, Motion motion) {
-    const InterpolationErrors errors = estimatedErrors(ephemeris, motion);
+double peakOf(const InterpolationErrors& errors) {
     double peak = 0.0;
     for (const auto* residuals : {&errors.residuals, &errors.velocityResiduals})
         for (const Residual& residual : *residuals)
@@ -89,6 +88,24 @@ double disagreement_km(const Ephemeris& ephemeris, Motion motion, std::size_t fr
     return std::isfinite(distance_km) ? distance_km : std::numeric_limits<double>::max();
 }
 
+// The largest distance of this kind that other forces can make: the flattening of the earth, and, of high orbits, sun
+// and moon.
+double ofOtherForces_km(const Ephemeris& ephemeris) {
+    constexpr double kFlattening = 3.3e-3;  // three times J2
+    constexpr double kTides_km_s2 = 1e-8;
+    constexpr double kWithVelocity = 1.5;  // half the square of the time, and once more for the velocity
+    double largest_km = 0.0;
+    for (std::size_t i = 0; i < ephemeris.intervals(); ++i) {
+        const double step_s = ephemeris.elapsed_s[i + 1] - ephemeris.elapsed_s[i];
+        const double radius_km =
+            std::min(positionOf(ephemeris.states[i]).norm(), positionOf(ephemeris.states[i + 1]).norm());
+        const double flattening_km_s2 =
+            kFlattening * kMu_km3_s2 * std::pow(kEarthRadius_km / (radius_km * radius_km), 2);
+        largest_km = std::max(largest_km, kWithVelocity * (flattening_km_s2 + kTides_km_s2) * step_s * step_s);
+    }
+    return largest_km;
+}
+
 // Of a satellite at the median height, in a median step.
 double wayOf(const Ephemeris& ephemeris) {
     std::vector<double> radii_km;
@@ -118,31 +135,38 @@ Ephemeris withoutPoint(const Ephemeris& ephemeris, std::size_t point, std::size_
 }
 
 std::optional<Outlier> outlierAmong(const Ephemeris& ephemeris, Motion motion, std::size_t first, std::size_t last,
-                                    const Disturbance& disturbance) {
+                                    const Disturbance& disturbance, std::size_t reach) {
     const double enough = std::min(kUsualAgain * disturbance.usual, kShareOfSmallPeak * disturbance.peak);
     double least = std::max(kShareOfPeak * disturbance.peak, enough);
     std::optional<std::size_t> found;
     for (std::size_t point = first; point <= last; ++point) {
-        const Ephemeris others = withoutPoint(ephemeris, point, kOutlierReach);
+        const Ephemeris others = withoutPoint(ephemeris, point, reach);
         if (others.size() < kWindow + 1) continue;
-        const double peak = peakOf(others, motion);
+        const double peak = peakOf(estimatedErrors(others, motion));
         if (!(peak < least)) continue;
         least = peak;
         found = point;
     }
     if (!found) return std::nullopt;
-    const Outlier outlier = outlierAt(ephemeris, withoutPoint(ephemeris, *found, kOutlierReach), motion, *found);
+    const Outlier outlier = outlierAt(ephemeris, withoutPoint(ephemeris, *found, reach), motion, *found);
     if (!std::isfinite(outlier.distance_m() + outlier.speed_m_s())) return std::nullopt;
     return outlier;
 }
 
-std::optional<Outlier> outlierOfFew(const Ephemeris& ephemeris, Motion motion) {
+double leastOutlierOfFew_m(const Ephemeris& ephemeris) {
+    constexpr double kMargin = 2.0;
+    return std::min(kMargin * ofOtherForces_km(ephemeris), kGross * wayOf(ephemeris)) * kMetresPerKm;
+}
+
+namespace {
+
+// The point that is far from the two-body orbits through its neighbours, while those agree.
+std::optional<Outlier> outlierOfPairs(const Ephemeris& ephemeris, Motion motion) {
     const std::size_t points = ephemeris.size();
-    if (points < kWindow || motion == Motion::Unknown) return std::nullopt;
     std::vector<double> pairs_km;
     for (std::size_t i = 0; i + 1 < points; ++i)
         pairs_km.push_back(disagreement_km(ephemeris, motion, i, i + 1));
-    const double way_km = wayOf(ephemeris);
+    const double least_km = leastOutlierOfFew_m(ephemeris) / kMetresPerKm;
     for (std::size_t point = 0; point < points; ++point) {
         double own_km = std::numeric_limits<double>::infinity();
         double others_km = 0.0;
@@ -153,7 +177,7 @@ std::optional<Outlier> outlierOfFew(const Ephemeris& ephemeris, Motion motion) {
                 others_km = std::max(others_km, pairs_km[i]);
         if (point > 0 && point + 1 < points)
             others_km = std::max(others_km, disagreement_km(ephemeris, motion, point - 1, point + 1));
-        if (!(others_km < kAgreement * own_km && own_km > kGross * way_km)) continue;
+        if (!(others_km < kAgreement * own_km && own_km > least_km)) continue;
         const Ephemeris others = withoutPoint(ephemeris, point, points);
         if (others.size() >= kWindow) return outlierAt(ephemeris, others, motion, point);
         const State expected =
@@ -163,6 +187,24 @@ std::optional<Outlier> outlierOfFew(const Ephemeris& ephemeris, Motion motion) {
         return Outlier{point, false, arrayOf(off_m), arrayOf(speed_m_s)};
     }
     return std::nullopt;
+}
+
+// The point without which all residuals are far smaller. They have to be more than what the spacing makes, or those at
+// perigee would look like it.
+std::optional<Outlier> outlierOfResiduals(const Ephemeris& ephemeris, Motion motion) {
+    if (ephemeris.size() < kFewestForOutliers) return std::nullopt;
+    const InterpolationErrors errors = estimatedErrors(ephemeris, motion);
+    if (std::none_of(errors.residuals.begin(), errors.residuals.end(), std::mem_fn(&Residual::isOfPoints)))
+        return std::nullopt;
+    return outlierAmong(ephemeris, motion, 0, ephemeris.size() - 1, {peakOf(errors), 0.0}, ephemeris.size());
+}
+
+}  // namespace
+
+std::optional<Outlier> outlierOfFew(const Ephemeris& ephemeris, Motion motion) {
+    if (ephemeris.size() < kWindow || motion == Motion::Unknown) return std::nullopt;
+    const std::optional<Outlier> outlier = outlierOfPairs(ephemeris, motion);
+    return outlier ? outlier : outlierOfResiduals(ephemeris, motion);
 }
 
 }  // namespace vorlandi::analysis

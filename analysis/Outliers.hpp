@@ -25,14 +25,24 @@ struct Disturbance {
     double usual;  // the median around
 };
 
+inline constexpr std::size_t kReachOfOutlier = 6;  // points on each side of one that is left out
+
 // The point from `first` to `last` without which the residuals of the others around are usual again; none if there is
 // no such point, as with a jump.
 std::optional<Outlier> outlierAmong(const Ephemeris& ephemeris, Motion motion, std::size_t first, std::size_t last,
-                                    const Disturbance& disturbance);
+                                    const Disturbance& disturbance, std::size_t reach = kReachOfOutlier);
 
-// The same in an ephemeris of four points or more that has too few for residuals: the point that is far from the
-// two-body orbits through its neighbours, while those agree.
+// With fewer points only those that are off by leastOutlierOfFew_m are found.
+inline constexpr std::size_t kFewestForOutliers = 6;
+
+// The same in an ephemeris of four points or more that has too few to show what is usual: the point that is far from
+// the two-body orbits through its neighbours, while those agree, or the one without which the residuals are far
+// smaller.
 std::optional<Outlier> outlierOfFew(const Ephemeris& ephemeris, Motion motion);
+
+// By how much a point has to be off, position and velocity, to be told by the orbits through its neighbours alone: less
+// can be due to other forces.
+double leastOutlierOfFew_m(const Ephemeris& ephemeris);
 
 // The ephemeris without one point, and with no more than `reach` points on each side of it.
 Ephemeris withoutPoint(const Ephemeris& ephemeris, std::size_t point, std::size_t reach);

@@ -51,8 +51,11 @@ std::vector<std::size_t> gapsIn(std::span<const double> steps_s, double factor) 
     if (steps_s.empty()) return gaps;
     // What is usual is not below the least step, so most files need no more than that.
     const double least_s = *std::min_element(steps_s.begin(), steps_s.end());
+    // Steps are known to the microsecond: one that is longer by rounding is none.
+    constexpr double kRounding_s = 5e-7;
+    const auto isLonger = [&](double step_s, double usual_s) { return step_s > factor * usual_s + kRounding_s; };
     for (std::size_t i = 0; i < steps_s.size(); ++i)
-        if (steps_s[i] > factor * least_s && steps_s[i] > factor * usualAround(steps_s, i)) gaps.push_back(i);
+        if (isLonger(steps_s[i], least_s) && isLonger(steps_s[i], usualAround(steps_s, i))) gaps.push_back(i);
     return gaps;
 }
 

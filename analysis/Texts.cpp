@@ -32,4 +32,8 @@ std::string countText(std::size_t count, const char* what) {
     return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
+const char* isOrAre(std::size_t count) { return count == 1 ? "is" : "are"; }
+
+std::string countIsText(std::size_t count, const char* what) { return countText(count, what) + " " + isOrAre(count); }
+
 }  // namespace vorlandi::analysis

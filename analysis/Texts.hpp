@@ -16,4 +16,8 @@ std::string speedText(double metresPerSecond);
 // "1 point", "2 points".
 std::string countText(std::size_t count, const char* what);
 
+// "1 point is", "2 points are".
+const char* isOrAre(std::size_t count);
+std::string countIsText(std::size_t count, const char* what);
+
 }  // namespace vorlandi::analysis

@@ -9,8 +9,8 @@
 namespace vorlandi::analysis {
 
 inline constexpr double kMu_km3_s2 = 398600.4418;
+inline constexpr double kEarthRadius_km = 6378.137;
 inline constexpr double kEarthRotation_rad_s = 7.292115e-5;
-inline constexpr double kEarthRadius_km = 6378.137;  // at the equator
 
 // How the axes of a frame move. Unknown: codes other than ECI, J2K, EFG and ECR, and data that no orbit explains.
 enum class Motion { Inertial, Rotating, Unknown };

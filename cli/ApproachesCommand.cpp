@@ -10,6 +10,7 @@
 #include "Output.hpp"
 #include "Selection.hpp"
 #include "analysis/Steps.hpp"
+#include "analysis/Texts.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -48,19 +49,20 @@ void reportGaps(const std::vector<RecordOfFile>& satellites, Console& console) {
         std::erase_if(gaps, [&](std::size_t gap) { return !isAnswered(times, gap); });
         if (!gaps.empty() && quota.admits())
             console.warning(nameOf(satellite),
-                            fmt::format("is interpolated across {} gap{}, the first at {}; states there can be far off",
-                                        gaps.size(), gaps.size() == 1 ? "" : "s", isoTime(times.times[gaps[0]].days)));
+                            fmt::format("is interpolated across {}, the first at {}; states there can be far off",
+                                        analysis::countText(gaps.size(), "gap"), isoTime(times.times[gaps[0]].days)));
     }
     if (quota.heldBack() > 0)
-        console.warning("", fmt::format("{} more satellites are interpolated across gaps", quota.heldBack()));
+        console.warning(
+            "", fmt::format("{} interpolated across gaps", analysis::countIsText(quota.heldBack(), "more satellite")));
 }
 
 // Tells which comparisons were not made, or not over the whole span.
 void reportLeftOut(const ApproachesReport& report, const Span& range, Console& console) {
     const analysis::Approaches& approaches = report.approaches;
     if (approaches.pairsAcrossFrames > 0)
-        console.warning(
-            "", fmt::format("{} pairs are in different frames and were not compared", approaches.pairsAcrossFrames));
+        console.warning("", fmt::format("{} in different frames and not compared",
+                                        analysis::countIsText(approaches.pairsAcrossFrames, "pair")));
     Quota unknown(console);
     for (const std::size_t i : approaches.inUnknownFrames)
         if (unknown.admits())
@@ -68,7 +70,8 @@ void reportLeftOut(const ApproachesReport& report, const Span& range, Console& c
                             fmt::format("the axes of {} are not known; it was not compared",
                                         name(report.satellites[i].record.frame)));
     if (unknown.heldBack() > 0)
-        console.warning("", fmt::format("{} more satellites are in frames that are not known", unknown.heldBack()));
+        console.warning("", fmt::format("{} in a frame that is not known",
+                                        analysis::countIsText(unknown.heldBack(), "more satellite")));
     Quota partly(console);
     for (std::size_t i = 0; i < report.satellites.size(); ++i) {
         const SatelliteRecord& record = report.satellites[i].record;
@@ -80,7 +83,8 @@ void reportLeftOut(const ApproachesReport& report, const Span& range, Console& c
                                         100.0 * approaches.answered[i]));
     }
     if (partly.heldBack() > 0)
-        console.warning("", fmt::format("{} more satellites have states for a part of their span", partly.heldBack()));
+        console.warning("", fmt::format("{} compared for a part of the span",
+                                        analysis::countIsText(partly.heldBack(), "more satellite")));
 }
 
 void write(const ApproachesReport& report, const ApproachesCommandOptions& options) {
@@ -91,15 +95,11 @@ void write(const ApproachesReport& report, const ApproachesCommandOptions& optio
     output.close();
 }
 
-void keepThoseOf(const std::vector<std::int32_t>& numbers, ApproachesReport& report) {
-    std::erase_if(report.approaches.events, [&](const analysis::Approach& event) {
-        return !isWanted(report.first(event).record, numbers) && !isWanted(report.second(event).record, numbers);
-    });
-}
-
 ExitStatus runApproaches(const CLI::App& command, ApproachesCommandOptions& options, Console& console) {
     readTimeRange(command, options.range);
     options.search.range = spanOf(options.range);
+    options.search.only = options.satellites;
+    options.search.threads = options.input.threads;
     LoadResults results;
     bool couldLook = loadFiles(options.input, options.output, console, &results);
     ApproachesReport report{options.search.within_km, loadedRecords(results), {}};
@@ -115,7 +115,6 @@ ExitStatus runApproaches(const CLI::App& command, ApproachesCommandOptions& opti
     };
     report.approaches = analysis::findApproaches(satellites, options.search);
     console.clearProgress();
-    keepThoseOf(options.satellites, report);
     reportLeftOut(report, options.search.range, console);
     reportGaps(report.satellites, console);
     const auto& answered = report.approaches.answered;
@@ -123,12 +122,7 @@ ExitStatus runApproaches(const CLI::App& command, ApproachesCommandOptions& opti
         console.error("", "there are no two satellites with states to compare");
         couldLook = false;
     }
-    try {
-        write(report, options);
-    } catch (const OutputError& error) {
-        console.error(error.name(), error.what());
-        couldLook = false;
-    }
+    write(report, options);
     if (!couldLook) return ExitStatus::Unreadable;
     return statusOf(report.approaches.events.empty());
 }
@@ -155,16 +149,15 @@ void addApproachesCommand(CLI::App& application, Session& session) {
         ->capture_default_str()
         ->check(finiteBetween(1.0, analysis::kLargestApproachStep_s));
     command->add_flag("--same-number", options->search.sameNumber, "Compare records of equal number, too");
-    command->add_option("-j", options->search.threads, "Compare with N threads")
-        ->type_name("N")
-        ->capture_default_str()
-        ->check(CLI::Range(1U, 1024U).description(""));
+    addThreads(*command, options->input, "Compare with N threads, and read large files with several");
     addFormat(*command, options->format);
     addOutput(*command, options->output);
     addVerbose(*command, session.console);
     command->footer(kApproachesFooter);
-    command->callback(
-        [options, command, &session] { session.status = runApproaches(*command, *options, session.console); });
+    command->callback([options, command, &session] {
+        session.unwritten = ExitStatus::Unreadable;
+        session.status = runApproaches(*command, *options, session.console);
+    });
 }
 
 }  // namespace vorlandi::cli

@@ -43,7 +43,6 @@ struct CheckCommandOptions {
     std::vector<std::string> only;
     std::vector<std::string> skip;
     std::size_t limit = 10;
-    unsigned threads = 1;
     std::string output{kStandardOutput};
     Format format = Format::Table;
 };
@@ -81,7 +80,7 @@ void checkAll(std::vector<CheckedSatellite>& satellites, const CheckCommandOptio
     };
     {
         std::vector<std::jthread> threads;
-        for (std::size_t i = 1; i < std::min<std::size_t>(options.threads, satellites.size()); ++i)
+        for (std::size_t i = 1; i < std::min<std::size_t>(options.input.threads, satellites.size()); ++i)
             threads.emplace_back(work);
         work();
     }
@@ -143,12 +142,7 @@ ExitStatus runCheck(const CLI::App& command, CheckCommandOptions& options, Conso
         couldLook = false;
         if (isLeftOut(analysis::Kind::NotRead, options)) console.error(unreadable->file, unreadable->text);
     }
-    try {
-        write(report, options);
-    } catch (const OutputError& error) {
-        console.error(error.name(), error.what());
-        couldLook = false;
-    }
+    write(report, options);
     if (!couldLook) return ExitStatus::Unreadable;
     return statusOf(report.count(analysis::Severity::Error) + report.count(analysis::Severity::Warning) == 0);
 }
@@ -214,15 +208,15 @@ void addCheckCommand(CLI::App& application, Session& session) {
         ->type_name("N")
         ->capture_default_str()
         ->check(wholeNumber());
-    command->add_option("-j", options->threads, "Check with N threads")
-        ->type_name("N")
-        ->capture_default_str()
-        ->check(wholeNumber() & CLI::Range(1U, 1024U).description(""));
+    addThreads(*command, options->input, "Check with N threads, and read large files with several");
     addFormat(*command, options->format);
     addOutput(*command, options->output);
     addVerbose(*command, session.console);
     command->footer(kCheckFooter);
-    command->callback([options, command, &session] { session.status = runCheck(*command, *options, session.console); });
+    command->callback([options, command, &session] {
+        session.unwritten = ExitStatus::Unreadable;
+        session.status = runCheck(*command, *options, session.console);
+    });
 }
 
 }  // namespace vorlandi::cli

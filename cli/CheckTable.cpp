@@ -13,7 +13,9 @@ namespace {
 using analysis::Finding;
 using analysis::Severity;
 
-std::string rounded(std::optional<double> value) { return value ? analysis::roundedText(*value) : "-"; }
+std::string rounded(std::optional<double> value) {
+    return value && std::isfinite(*value) ? analysis::roundedText(*value) : "-";
+}
 
 // Without digits after the second that are all zero.
 std::string shortTime(Ds50 time) {

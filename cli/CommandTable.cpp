@@ -34,6 +34,7 @@ OptionEntry entryOf(CLI::Option& option) {
     const bool takesValue = option.get_items_expected_max() > 0;
     entry.value = takesValue ? option.get_type_name() : "";
     entry.choices = choicesOf(option);
+    entry.isList = option.get_delimiter() != '\0';
     entry.standard = takesValue ? option.get_default_str() : "";
     entry.help = option.get_description();
     return entry;
@@ -67,6 +68,10 @@ std::vector<CommandEntry> commandsOf(CLI::App& application) {
 
 CLI::Validator withChoices(CLI::Validator validator, const std::vector<std::string>& choices) {
     return validator.name(fmt::format("{}", fmt::join(choices, std::string(1, kBetweenChoices))));
+}
+
+CLI::Validator oneOf(const std::vector<std::string>& choices) {
+    return withChoices(CLI::IsMember(choices).description(""), choices);
 }
 
 }  // namespace vorlandi::cli

@@ -15,6 +15,8 @@ struct OptionEntry {
     std::string standard;              // the value that it has if it is not given
     std::string help;
 
+    bool isList = false;  // of values with commas between them
+
     bool takesFile() const { return value == "FILE" || value == "DIR"; }
 };
 
@@ -33,5 +35,6 @@ std::vector<CommandEntry> commandsOf(CLI::App& application);
 
 // A validator that accepts nothing but the choices shows them to completion by its name.
 CLI::Validator withChoices(CLI::Validator validator, const std::vector<std::string>& choices);
+CLI::Validator oneOf(const std::vector<std::string>& choices);
 
 }  // namespace vorlandi::cli

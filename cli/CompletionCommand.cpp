@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 
 #include "CommandTable.hpp"
@@ -39,7 +40,7 @@ std::string namesOf(const Commands& commands) {
 constexpr const char* kBashBegin = R"(# Completion of vorlandi for bash.
 _vorlandi() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} command=${COMP_WORDS[1]}
-    local words='' files=yes
+    local words='' files=yes list=no prefix=''
     if [[ $word == '=' ]]; then
         word=''
     elif [[ $before == '=' ]]; then
@@ -49,8 +50,12 @@ _vorlandi() {
     case "$((COMP_CWORD == 1)):$command:$before" in
 )";
 constexpr const char* kBashEnd = R"(    esac
+    if [[ $list == yes && $word == *,* ]]; then
+        prefix=${word%,*},
+        word=${word##*,}
+    fi
     if [[ -n $words ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
+        mapfile -t COMPREPLY < <(compgen -P "$prefix" -W "$words" -- "$word")
     elif [[ $files == no ]]; then
         compopt +o default 2>/dev/null
     fi
@@ -70,7 +75,7 @@ void printBash(const Commands& commands, Output& output) {
                 patterns += fmt::format("{}0:{}:{}", patterns.empty() ? "" : " | ", command.name, name);
             const std::string words = fmt::format("{}", fmt::join(option.choices, " "));
             if (!words.empty())
-                output.print("        {}) words='{}' ;;\n", patterns, words);
+                output.print("        {}) words='{}'{} ;;\n", patterns, words, option.isList ? " list=yes" : "");
             else
                 output.print("        {}) {} ;;\n", patterns, option.takesFile() ? "return" : "files=no");
         }
@@ -96,7 +101,10 @@ std::string zshText(std::string_view text) {
 
 std::string zshValue(const OptionEntry& option) {
     if (option.value.empty()) return "";
-    if (!option.choices.empty()) return fmt::format(":{}:({})", option.value, fmt::join(option.choices, " "));
+    const std::string choices = fmt::format("{}", fmt::join(option.choices, " "));
+    if (!choices.empty() && option.isList)
+        return fmt::format(":{}:_values -s , value {}", zshText(option.value), choices);
+    if (!choices.empty()) return fmt::format(":{}:({})", option.value, choices);
     return fmt::format(":{}:{}", zshText(option.value), option.takesFile() ? "_files" : " ");
 }
 
@@ -139,7 +147,9 @@ void printFish(const Commands& commands, Output& output) {
             output.print("complete -c vorlandi -n {}", when);
             for (const std::string& name : option.names)
                 output.print(" {} {}", name.starts_with("--") ? "-l" : "-s", name.substr(name.find_first_not_of('-')));
-            if (!option.choices.empty())
+            if (!option.choices.empty() && option.isList)
+                output.print(" -x -a '(__fish_complete_list , \"string split , {}\")'", fmt::join(option.choices, ","));
+            else if (!option.choices.empty())
                 output.print(" -x -a '{}'", fmt::join(option.choices, " "));
             else if (!option.value.empty())
                 output.write(option.takesFile() ? " -r -F" : " -x");
@@ -151,10 +161,28 @@ void printFish(const Commands& commands, Output& output) {
 struct CompletionOptions {
     std::string kind;
     std::string output{kStandardOutput};
+    std::string directory;
 };
+
+// The page of the program, and those of its commands.
+void writeManuals(const std::string& directory, const Commands& commands, const std::string& footer) {
+    const auto write = [&](const std::string& name, const auto& print) {
+        Output output((std::filesystem::path(directory) / (name + ".1")).string());
+        print(output);
+        output.close();
+    };
+    write("vorlandi", [&](Output& output) { printManual(commands, footer, output); });
+    for (const CommandEntry& command : commands)
+        write("vorlandi-" + command.name, [&](Output& output) { printManual(command, output); });
+}
 
 ExitStatus runCompletion(const CompletionOptions& options, CLI::App& application) {
     const Commands commands = commandsOf(application);
+    if (!options.directory.empty()) {
+        if (options.kind != "man") throw UsageError("--directory", "is for manual pages alone");
+        writeManuals(options.directory, commands, application.get_footer());
+        return ExitStatus::Success;
+    }
     Output output(options.output);
     if (options.kind == "bash") printBash(commands, output);
     if (options.kind == "zsh") printZsh(commands, output);
@@ -175,8 +203,10 @@ void addCompletionCommand(CLI::App& application, Session& session) {
     command->add_option("KIND", options->kind, "bash, zsh, fish or man")
         ->type_name("")
         ->required()
-        ->check(withChoices(CLI::IsMember(kinds).description(""), kinds));
+        ->check(oneOf(kinds));
     addOutput(*command, options->output);
+    command->add_option("--directory", options->directory, "man: write all pages into DIR, one for each command")
+        ->type_name("DIR");
     command->callback([options, &application, &session] { session.status = runCompletion(*options, application); });
 }
 

@@ -66,7 +66,8 @@ void Console::print(std::string_view subject, std::string_view severity, std::st
 }
 
 void Console::progress(const std::string& text) {
-    if (!terminal_) return;
+    constexpr std::chrono::seconds kQuick(1);
+    if (!terminal_ || std::chrono::steady_clock::now() - start_ < kQuick) return;
     // A line that wraps could not be cleared again.
     const std::string line = printable(text);
     toStandardError("\r\x1b[K" + std::string(cutToWidth(line, terminalColumns() - 1)));

@@ -1,7 +1,8 @@
 // Messages and progress, on standard error.
 #pragma once
 
-#include <cstdint>
+#include <chrono>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -26,13 +27,15 @@ public:
 
     bool hasReportedError() const { return errorReported_; }
 
-    // Shows a line that the next one replaces. Does nothing unless standard error is a terminal.
+    // Shows a line that the next one replaces. Does nothing unless standard error is a terminal, nor in the first
+    // second: what is quick needs no progress.
     void progress(const std::string& text);
     void clearProgress();
 
 private:
     void print(std::string_view subject, std::string_view severity, std::string_view text);
 
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
     bool terminal_;
     bool coloured_;
     bool verbose_ = false;
@@ -48,13 +51,13 @@ public:
     // Counts a message. True if it may be shown.
     bool admits() { return ++count_ <= kMostShown || unlimited_; }
 
-    std::int64_t heldBack() const { return unlimited_ || count_ <= kMostShown ? 0 : count_ - kMostShown; }
+    std::size_t heldBack() const { return unlimited_ || count_ <= kMostShown ? 0 : count_ - kMostShown; }
 
 private:
-    static constexpr std::int64_t kMostShown = 10;
+    static constexpr std::size_t kMostShown = 10;
 
     bool unlimited_;
-    std::int64_t count_ = 0;
+    std::size_t count_ = 0;
 };
 
 }  // namespace vorlandi::cli

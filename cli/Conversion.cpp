@@ -13,6 +13,8 @@
 
 #include "Options.hpp"
 #include "Output.hpp"
+#include "Selection.hpp"
+#include "analysis/Texts.hpp"
 #include "writers/Times.hpp"
 
 namespace vorlandi::cli {
@@ -69,7 +71,8 @@ void addComments(writers::Options& options, const std::set<std::string>& files) 
     options.comments = {fmt::format("Converted by {} from", version())};
     for (const std::string& file : files) {
         if (options.comments.size() > kMostFiles) {
-            options.comments.push_back(fmt::format("and {} more files", files.size() - kMostFiles));
+            options.comments.push_back(
+                fmt::format("and {}", analysis::countText(files.size() - kMostFiles, "more file")));
             break;
         }
         options.comments.push_back(plain(file));
@@ -223,17 +226,18 @@ private:
         }
         if (rounding.count == 0) return true;
         if (!request_.roundTimes) {
-            refuse(subject, fmt::format("{} of its {} times {}, the first {}; {} files keep no more; --round-times "
-                                        "rounds them",
-                                        rounding.count, ephemeris.times.size(),
-                                        isSince1970 ? "lose digits when they are counted from 1970"
-                                                    : "are not whole milliseconds",
-                                        writers::exactIsoText(rounding.firstTime), target_.name));
+            refuse(subject,
+                   fmt::format("{} of its {} {}, the first {}; {} files keep no more; --round-times rounds them",
+                               rounding.count, analysis::countText(ephemeris.times.size(), "time"),
+                               isSince1970 ? "can't be counted from 1970 with all digits"
+                                           : analysis::isOrAre(rounding.count) + std::string(" not whole milliseconds"),
+                               writers::exactIsoText(rounding.firstTime), target_.name));
             return false;
         }
-        console_.warning(subject, fmt::format("{} times are rounded{}, by up to {:.{}f} us, {:.3f} m along the track",
-                                              rounding.count, isSince1970 ? "" : " to milliseconds",
-                                              rounding.largest_s * 1e6, isSince1970 ? 3 : 1, rounding.largest_m));
+        console_.warning(
+            subject, fmt::format("{} rounded{}, by up to {:.{}f} us, {:.3f} m along the track",
+                                 analysis::countIsText(rounding.count, "time"), isSince1970 ? "" : " to milliseconds",
+                                 rounding.largest_s * 1e6, isSince1970 ? 3 : 1, rounding.largest_m));
         return true;
     }
 
@@ -250,20 +254,20 @@ private:
         const std::string subject = nameOf(one.satellite);
         const auto& inGaps = extraction.inGaps;
         if (inGaps.count > 0)
-            console_.warning(subject, fmt::format("{} times are in gaps between its points and are left out, the "
-                                                  "first {}",
-                                                  inGaps.count, isoTime(inGaps.first)));
+            console_.warning(subject, fmt::format("{} in gaps between its points and left out, the first {}",
+                                                  analysis::countIsText(inGaps.count, "time"), isoTime(inGaps.first)));
         if (const auto& unanswered = extraction.unanswered; unanswered.count > 0) {
             one.satellite.satellite.try_state({unanswered.first});  // a batch has the message of its first failure
-            fail(subject, fmt::format("{} times have no state and are left out, the first {}: {}", unanswered.count,
-                                      isoTime(unanswered.first), last_error()));
+            fail(subject,
+                 fmt::format("{} without a state and left out, the first {}: {}",
+                             analysis::countIsText(unanswered.count, "time"), isoTime(unanswered.first), last_error()));
         }
         const std::size_t segments = extraction.ephemeris.segments.size();
         if (segments > 1 && !target_.holdsSeveral)
-            console_.warning(subject,
-                             fmt::format("{} gaps between its points are not marked in {} files, whose readers "
-                                         "may interpolate across them",
-                                         segments - 1, target_.name));
+            console_.warning(subject, fmt::format("{} between its points {} not marked in {} files, whose readers may "
+                                                  "interpolate across",
+                                                  analysis::countText(segments - 1, "gap"),
+                                                  analysis::isOrAre(segments - 1), target_.name));
     }
 
     // What viewers take for the axes of J2000 are those of date.
@@ -273,10 +277,10 @@ private:
         constexpr double kDaysAYear = 365.25;
         const double degrees = std::abs(ephemeris.times.front() - kDay2000) / kDaysAYear * kDegreesAYear;
         const auto& [x, y, z] = ephemeris.states.front().position_km;
-        const double off_km = degrees * std::numbers::pi / 180.0 * std::sqrt(x * x + y * y + z * z);
-        console_.warning(
-            subject,
-            fmt::format("ECI is shown as J2000, which turns it by about {:.2f} degrees, {:.0f} km", degrees, off_km));
+        const double off_km = degrees * std::numbers::pi / 180.0 * std::hypot(x, y, z);
+        console_.warning(subject,
+                         fmt::format("ECI is shown as J2000, which turns it by about {:.2f} degrees, {} km", degrees,
+                                     off_km < 1e6 ? fmt::format("{:.0f}", off_km) : analysis::roundedText(off_km)));
     }
 
     // Readers take from the name of some files what their content doesn't say.
@@ -326,6 +330,13 @@ bool convert(const ConversionRequest& request, const std::vector<NumberedSatelli
     if (request.directory.empty() && satellites.size() > 1 && !request.target->holdsSeveral)
         throw UsageError("--directory", fmt::format("is needed: there are {} satellites, and a file of {} holds one",
                                                     satellites.size(), request.target->name));
+    if (request.extraction.step_s)
+        for (const NumberedSatellite& one : satellites) {
+            const auto& [from, to] = one.satellite.span;
+            requireTimesInMemory(std::min(request.extraction.range.to.value_or(to), to) -
+                                     std::max(request.extraction.range.from.value_or(from), from),
+                                 *request.extraction.step_s);
+        }
     return Conversion(request, satellites, console).run();
 }
 

@@ -100,11 +100,11 @@ void addFormatOptions(CLI::App& command, writers::Options& options) {
         .add_option("--frame-label", options.universalFrame,
                     "universal: write HCSRL, WPTRL, HCSGC or WPTGC for a frame that has no name there")
         ->type_name("NAME")
-        ->check(CLI::IsMember({"HCSRL", "WPTRL", "HCSGC", "WPTGC"}).description(""));
+        ->check(oneOf({"HCSRL", "WPTRL", "HCSGC", "WPTGC"}));
     command.add_option("--oem-version", options.oemVersion, "oem: 3.0 or 2.0")
         ->type_name("VERSION")
         ->capture_default_str()
-        ->check(CLI::IsMember({"3.0", "2.0"}).description(""));
+        ->check(oneOf({"3.0", "2.0"}));
     command.add_option("--ref-frame", options.refFrame, "oem: write this name for every frame")
         ->type_name("NAME")
         ->check(CLI::Validator(refuseFrameName, ""));
@@ -199,7 +199,7 @@ void addConvertCommand(CLI::App& application, Session& session) {
     command->add_option("--into", options->into, "The format to write, see below")
         ->type_name("FORMAT")
         ->required()
-        ->check(withChoices(CLI::IsMember(names).description(""), names));
+        ->check(oneOf(names));
     command->add_option("-o,--output", request.output, "The file to write; - is standard output")->type_name("FILE");
     command->add_option("--directory", request.directory, "Write a file for each satellite into DIR")->type_name("DIR");
     command->add_flag("--force", request.force, "Replace files that exist");
@@ -213,6 +213,7 @@ void addConvertCommand(CLI::App& application, Session& session) {
     command->add_flag("--round-times", request.roundTimes,
                       "Round times to milliseconds where the format keeps no more");
     addFormatOptions(*command, request.options);
+    addThreads(*command, options->input);
     addVerbose(*command, session.console);
     command->footer([] { return listOfTargets() + "\n" + kConvertFooter; });
     command->callback([options, command, &session] {

@@ -9,7 +9,9 @@
 #include "Loading.hpp"
 #include "Output.hpp"
 #include "Selection.hpp"
+#include "Spacing.hpp"
 #include "TimeGrid.hpp"
+#include "analysis/Texts.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -24,6 +26,8 @@ the covariance, or the sum of both. Of independent errors that P describes, 1 % 
 
 Two causes are tried, and told if they leave less than a fifth of the rms: an offset of all times, and a constant
 rotation. See docs/comparing.md.
+
+Times that A or B answers across a gap between its points are compared as well; a warning says how many there are.
 
 Frames are never converted: satellites in different frames are not compared, unless --ignore-frames is given.
 
@@ -50,11 +54,12 @@ struct DiffOptions {
 
 // Loads one of the two and returns its satellites, which come after the `earlier` ones in the store.
 std::vector<RecordOfFile> load(const std::string& file, std::size_t earlier, const DiffOptions& options,
-                               Console& console, bool& allLoaded) {
+                               Console& console, bool& allLoaded, bool& numberUsed) {
     InputOptions input = options.input;
     input.files = {file};
     LoadResults results;
     allLoaded = loadFiles(input, options.output, console, &results) && allLoaded;
+    numberUsed = numberUsed || !results.numbers.empty();
     return loadedRecords(results, earlier);
 }
 
@@ -65,19 +70,16 @@ public:
         : options_(options), console_(console), range_(spanOf(options.range)) {}
 
     ExitStatus run() {
-        a_ = load(options_.a, 0, options_, console_, couldLook_);
-        b_ = load(options_.b, a_.size(), options_, console_, couldLook_);
+        bool numberUsed = !options_.input.number;
+        a_ = load(options_.a, 0, options_, console_, couldLook_, numberUsed);
+        b_ = load(options_.b, a_.size(), options_, console_, couldLook_, numberUsed);
+        if (!numberUsed && !(a_.empty() && b_.empty())) refuseNumber();
         const std::vector<SatelliteRecord> all = satellites();
         couldLook_ = reportUnknown(options_.satellites, all, console_) && couldLook_;
         warnOfMissingVelocities(all, console_);
         keepWanted(a_);
         keepWanted(b_);
-        try {
-            write();
-        } catch (const OutputError& error) {
-            console_.error(error.name(), error.what());
-            couldLook_ = false;
-        }
+        write();
         return couldLook_ ? statusOf(!differs_) : ExitStatus::Unreadable;
     }
 
@@ -143,13 +145,35 @@ private:
         if (times.empty())
             return refuse(a, fmt::format("it has no point in the time of {}; --step compares states between the points",
                                          nameOf(b)));
-        const ComparedPair pair{a, b, span, analysis::compare(a.record.satellite, b.record.satellite, times)};
+        const ComparedPair pair{a,
+                                b,
+                                span,
+                                analysis::compare(a.record.satellite, b.record.satellite, times),
+                                gapsOf(a.record, span),
+                                gapsOf(b.record, span)};
         if (pair.comparison.differences.empty())
             return refuse(a, fmt::format("at no time both it and {} have a state", nameOf(b)));
         ++compared_;
+        for (const auto& [satellite, gaps] : {std::pair{&a, &pair.gapsOfA}, {&b, &pair.gapsOfB}})
+            warnOfGaps(*satellite, *gaps, pair.comparison);
         const double largest_m = pair.comparison.statistics(analysis::Quantity::Distance).largest;
         differs_ = differs_ || (options_.style.tolerance_m && !(largest_m <= *options_.style.tolerance_m));
         writer.pair(pair);
+    }
+
+    static GapsOfRecord gapsOf(const SatelliteRecord& record, const Span& span) {
+        Gaps gaps(record.satellite);
+        const std::size_t count = gaps.countWithin(span);
+        return {std::move(gaps), count};
+    }
+
+    void warnOfGaps(const RecordOfFile& satellite, const GapsOfRecord& gaps, const analysis::Comparison& comparison) {
+        const std::size_t times = gaps.timesOf(comparison);
+        if (times > 0)
+            console_.warning(nameOf(satellite),
+                             fmt::format("{} of {} {} interpolated across {}: the difference there can be its own",
+                                         times, analysis::countText(comparison.differences.size(), "state"),
+                                         analysis::isOrAre(times), analysis::countText(gaps.count, "gap")));
     }
 
     void refuse(const RecordOfFile& a, const std::string& reason) {
@@ -159,6 +183,7 @@ private:
 
     std::vector<Ds50> timesOf(const RecordOfFile& a, const Span& span) const {
         if (!options_.hasStep) return analysis::timesWithin(a.record.satellite, span);
+        requireTimesInMemory(span.last.days - span.first.days, options_.step_s);
         const TimeGrid grid(span.first.days, span.last.days, options_.step_s);
         std::vector<Ds50> times;
         for (std::int64_t i = 0; i < grid.size(); ++i)
@@ -210,9 +235,11 @@ void addDiffCommand(CLI::App& application, Session& session) {
     command->add_flag("--ignore-frames", options->ignoresFrames, "Compare satellites in different frames, too");
     addFormat(*command, options->style.format);
     addOutput(*command, options->output);
+    addThreads(*command, options->input);
     addVerbose(*command, session.console);
     command->footer(kDiffFooter);
     command->callback([options, command, &session] {
+        session.unwritten = ExitStatus::Unreadable;
         readOptions(*command, *options);
         session.status = Diff(*options, session.console).run();
     });

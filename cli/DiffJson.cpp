@@ -25,6 +25,8 @@ public:
                       jsonTime(pair.span.last), pair.comparison.differences.size(), pair.comparison.unanswered);
         statistics(pair.comparison);
         explanations(pair.comparison);
+        output_.print(R"(,"gaps_a":{},"gaps_b":{},"in_gaps_a":{},"in_gaps_b":{})", pair.gapsOfA.count,
+                      pair.gapsOfB.count, pair.gapsOfA.timesOf(pair.comparison), pair.gapsOfB.timesOf(pair.comparison));
         if (each_) {
             output_.write(",\"states\":");
             printJsonArray(pair.comparison.differences, output_, [&](const auto& difference) { state(difference); });

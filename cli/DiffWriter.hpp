@@ -1,6 +1,7 @@
 // Writes what the command `diff` has compared, in one of the output formats: a pair after the other, keeping none.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -10,15 +11,32 @@
 #include "Options.hpp"
 #include "Output.hpp"
 #include "SatelliteRecord.hpp"
+#include "Spacing.hpp"
 #include "analysis/Comparison.hpp"
 
 namespace vorlandi::cli {
+
+// Where a record is interpolated across gaps between its points.
+struct GapsOfRecord {
+    Gaps gaps;
+    std::size_t count;  // in the common span
+
+    // How many of the compared times are in one of them.
+    std::size_t timesOf(const analysis::Comparison& comparison) const {
+        if (count == 0) return 0;
+        return static_cast<std::size_t>(
+            std::count_if(comparison.differences.begin(), comparison.differences.end(),
+                          [&](const analysis::Difference& difference) { return gaps.contains(difference.time.days); }));
+    }
+};
 
 struct ComparedPair {
     const RecordOfFile& a;
     const RecordOfFile& b;
     Span span;  // that they have in common, in the range of times that was asked for
     analysis::Comparison comparison;
+    GapsOfRecord gapsOfA;
+    GapsOfRecord gapsOfB;
 };
 
 class DiffWriter {

@@ -25,7 +25,7 @@ struct Extraction {
     bool hasRevolutions = false;
     // Times of the step without a state: between segments, and within one, next to times that the library refuses.
     struct LeftOut {
-        std::int64_t count = 0;
+        std::size_t count = 0;
         double first = 0.0;
     };
     LeftOut inGaps;

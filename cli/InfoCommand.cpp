@@ -19,8 +19,8 @@ namespace {
 
 constexpr const char* kInfoFooter =
     R"(least, median and largest are the seconds between neighbouring points, to the microsecond. A gap is a step that
-is longer than three times the median of the 31 steps around it: states within it can be far off. velocities and
-covariances say whether all points have them, some or none; between points without velocities (all zero) states are
+is longer than three times what is usual around it, the upper quartile of 31 steps: states within it can be far off.
+velocities and covariances say whether all points have them, some or none; between points without velocities (all zero) states are
 also far off. The tag is the text that a card file gives the satellite it names next.
 
 Files are read by the practical rules; --fixed-rules asks for the fixed ones (see docs/formats.md). format and rules say
@@ -52,11 +52,11 @@ struct InfoOptions {
 };
 
 Spacing spacingOf(const SatelliteRecord& satellite) {
-    const std::vector<double> steps = stepsBetween(storedTimes(satellite.satellite));
-    if (steps.empty()) return {};
-    const auto [least, largest] = std::minmax_element(steps.begin(), steps.end());
-    return {satellite.meanSpacing_s(), *least / kMicrosecondsPerSecond, medianOf(steps) / kMicrosecondsPerSecond,
-            *largest / kMicrosecondsPerSecond, gapsIn(steps).size()};
+    const std::vector<double> steps_s = stepsBetween(satellite.satellite.try_times().value);
+    const std::optional<analysis::StepRange> range = analysis::stepRange(steps_s);
+    if (!range) return {};
+    return {satellite.meanSpacing_s(), range->least_s, range->median_s, range->largest_s,
+            analysis::gapsIn(steps_s).size()};
 }
 
 std::string timeText(const SatelliteRecord& satellite, double ds50UTC) {
@@ -190,6 +190,7 @@ void addInfoCommand(CLI::App& application, Session& session) {
     command->add_flag("--summary", options->summary, "One block for all satellites, a line for each frame and format");
     addFormat(*command, options->format);
     addOutput(*command, options->output);
+    addThreads(*command, options->input);
     addVerbose(*command, session.console);
     command->footer(kInfoFooter);
     command->callback([options, &session] { session.status = runInfo(*options, session.console); });

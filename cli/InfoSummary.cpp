@@ -39,7 +39,7 @@ public:
 
     // Of the satellites' medians.
     std::optional<double> median_s() const {
-        return medians_s_.empty() ? std::nullopt : std::optional(medianOf(medians_s_));
+        return medians_s_.empty() ? std::nullopt : std::optional(analysis::medianOf(medians_s_));
     }
 
     static std::size_t indexOf(Share share) {
@@ -78,13 +78,25 @@ std::size_t withErrors(const FileStatuses& files) {
 std::string secondsText(std::optional<double> seconds) { return seconds ? fmt::format("{:.3f}", *seconds) : "-"; }
 std::string timeText(std::optional<Ds50> time) { return time ? csvTime(time) : "-"; }
 
+// "all points of 3, none of 1": what no satellite has is left out.
 std::string sharesText(const Shares& shares) {
-    return fmt::format("all points of {}, some of {}, none of {}", shares[0], shares[1], shares[2]);
+    constexpr std::array<const char*, kShares.size()> kNames{"all", "some", "none"};
+    std::string text;
+    for (std::size_t i = 0; i < kShares.size(); ++i)
+        if (shares[i] > 0)
+            text += fmt::format("{}{}{} of {}", text.empty() ? "" : ", ", kNames[i], text.empty() ? " points" : "",
+                                shares[i]);
+    return text.empty() ? "-" : text;
+}
+
+std::string filesText(const FileStatuses& files) {
+    const std::size_t faulty = withErrors(files);
+    return fmt::format("{}, {} with errors", files.size(), faulty == 0 ? "none" : std::to_string(faulty));
 }
 
 void printTable(const Group& all, const Groups& groups, const FileStatuses& files, Output& output) {
     using enum Align;
-    TextTable block({Left, Left}, {"files", fmt::format("{}, {} with errors", files.size(), withErrors(files))});
+    TextTable block({Left, Left}, {"files", filesText(files)});
     block.addRow({"satellites", std::to_string(all.satellites)});
     block.addRow({"points", std::to_string(all.points)});
     block.addRow({"first (UTC)", timeText(all.first)});

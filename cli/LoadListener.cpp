@@ -1,4 +1,5 @@
 #include "LoadListener.hpp"
+#include "analysis/Texts.hpp"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -17,13 +18,17 @@ namespace vorlandi::cli {
 namespace {
 
 // In the order of Problem.
-constexpr const char* kPlurals[] = {"unreadable lines",
-                                    "unreadable blocks",
-                                    "unreadable files",
-                                    "satellites not stored",
-                                    "satellites with dropped points",
-                                    "remarks",
-                                    "messages"};
+struct ProblemName {
+    const char* what;
+    const char* rest = "";
+};
+constexpr ProblemName kNames[] = {{"unreadable line"},
+                                  {"unreadable block"},
+                                  {"unreadable file"},
+                                  {"satellite", " not stored"},
+                                  {"satellite", " with dropped points"},
+                                  {"remark"},
+                                  {"message"}};
 
 // The reason in a message of the form "reader: file:line: reason" about a place; none in any other text.
 std::optional<std::string_view> reasonIn(std::string_view message, const std::string& file, std::int64_t line) {
@@ -188,7 +193,7 @@ LoadListener::LoadListener(std::string argument, Rules rules, Medium medium, Loa
       results_(results),
       origins_(results.origins),
       console_(console),
-      tallies_(std::size(kPlurals), Tally{Quota(console), ""}),
+      tallies_(std::size(kNames), Tally{Quota(console), ""}),
       messages_([this](vorlandi::Severity severity, std::string_view text) { handleMessage(severity, text); }),
       events_([this](const ReadEvent& event) { handleEvent(event); }) {}
 
@@ -220,7 +225,10 @@ void LoadListener::finish() {
     for (std::size_t i = 0; i < tallies_.size(); ++i) {
         const auto& [quota, last] = tallies_[i];
         if (quota.heldBack() == 0) continue;
-        const std::string text = fmt::format("{} more {}, the last at {}", quota.heldBack(), kPlurals[i], last);
+        const std::string text =
+            fmt::format("{}{}, the last at {}",
+                        analysis::countText(quota.heldBack(), (std::string("more ") + kNames[i].what).c_str()),
+                        kNames[i].rest, last);
         isWarning(static_cast<Problem>(i)) ? console_.warning(argument_, text) : console_.error(argument_, text);
     }
 }

@@ -131,6 +131,7 @@ private:
         LoadOptions options;
         options.rules = input_.rules;
         options.keys = input_.keys;
+        options.threads = input_.threads > 1;
         return options;
     }
 
@@ -163,11 +164,12 @@ void numberSatellites(const InputOptions& input, LoadResults& results) {
             throw UsageError("--number", satellite.file + " holds several satellites without a number");
         results.numbers[satellite.key()] = *input.number;
     }
-    if (files.empty() && !satellites.empty() && input.numberMustApply)
-        throw UsageError("--number", "every satellite has a number already");
+    if (files.empty() && !satellites.empty() && input.numberMustApply) refuseNumber();
 }
 
 }  // namespace
+
+void refuseNumber() { throw UsageError("--number", "every satellite has a number already"); }
 
 bool loadFiles(const InputOptions& input, const std::string& output, Console& console, LoadResults* results) {
     LoadResults unused;

@@ -14,4 +14,7 @@ namespace vorlandi::cli {
 // Fills `results` if it is given.
 bool loadFiles(const InputOptions& input, const std::string& output, Console& console, LoadResults* results = nullptr);
 
+// Throws the UsageError of a --number that no satellite needs.
+[[noreturn]] void refuseNumber();
+
 }  // namespace vorlandi::cli

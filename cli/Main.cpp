@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 
 #include <csignal>
+#include <new>
 #include <sstream>
 
 #include "ApproachesCommand.hpp"
@@ -25,7 +26,9 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kMainFooter =
-    R"(Exit status: 0 all is well; 1 something could not be loaded, answered or written; 2 wrong usage.
+    R"(Exit status: 0 all is well; 1 something could not be loaded, answered or written; 2 wrong usage;
+3 there is not enough memory. check, diff and approaches: 0 nothing found; 1 something found; 3 a file could not be read,
+the output not be written, or satellites not be compared.
 
 Examples:
   vorlandi info 81001_stk.e
@@ -111,7 +114,10 @@ ExitStatus run(int argc, const char* const* argv) {
         return statusOf(!session.console.hasReportedError());
     } catch (const OutputError& error) {
         session.console.error(error.name(), error.what());
-        return ExitStatus::Failure;
+        return session.unwritten;
+    } catch (const std::bad_alloc&) {
+        session.console.error("", "there is not enough memory");
+        return ExitStatus::Unreadable;
     } catch (const std::exception& error) {
         session.console.error("", error.what());
         return ExitStatus::Failure;

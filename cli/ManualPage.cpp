@@ -1,5 +1,6 @@
 #include "ManualPage.hpp"
 
+#include <algorithm>
 #include <sstream>
 
 #include "vorlandi/vorlandi.hpp"
@@ -22,27 +23,84 @@ std::string roff(std::string_view text) {
     return result;
 }
 
-// Indented lines stay as they are, the others are filled; an empty line ends a paragraph.
+// Indented lines and those of tables stay as they are, the others are filled; an empty line ends a paragraph.
 void printText(const std::string& text, Output& output) {
     std::istringstream lines(text);
-    bool isIndented = false;
+    bool isKept = false;
     bool isNew = true;
     for (std::string line; std::getline(lines, line);) {
-        const bool indented = line.starts_with(' ');
-        if (isIndented && !indented) output.write(".EE\n.RE\n");
+        const bool keeps = line.find("  ") != std::string::npos;
+        if (isKept && !keeps) output.write(".EE\n.RE\n");
         if (line.empty())
             isNew = true;
-        else if (indented && !isIndented)
+        else if (keeps && !isKept)
             output.write(".PP\n.RS 4\n.EX\n");
-        else if (!indented && (isNew || isIndented))
+        else if (!keeps && (isNew || isKept))
             output.write(".PP\n");
         if (!line.empty()) {
-            output.print("{}\n", roff(indented ? line.substr(line.find_first_not_of(' ')) : line));
+            output.print("{}\n", roff(keeps ? line.substr(line.find_first_not_of(' ')) : line));
             isNew = false;
         }
-        isIndented = indented;
+        isKept = keeps;
     }
-    if (isIndented) output.write(".EE\n.RE\n");
+    if (isKept) output.write(".EE\n.RE\n");
+}
+
+// The parts of a help text that have sections of their own.
+struct HelpText {
+    std::string description;
+    std::string exitStatus =
+        "0 all is well; 1 something could not be loaded, answered or written; 2 wrong usage; 3 there is "
+        "not enough memory.\n";
+    std::string examples;
+};
+
+HelpText partsOf(const std::string& footer) {
+    constexpr std::string_view kExitStatus = "Exit status: ";
+    constexpr std::string_view kExamples = "Examples:";
+    HelpText parts;
+    std::string* part = &parts.description;
+    std::istringstream lines(footer);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with(kExitStatus)) {
+            part = &parts.exitStatus;
+            part->clear();
+            line.erase(0, kExitStatus.size());
+        } else if (line.starts_with(kExamples)) {
+            part = &parts.examples;
+            line.clear();
+        } else if (line.empty() && part == &parts.exitStatus) {
+            part = &parts.description;
+        }
+        *part += line + "\n";
+    }
+    return parts;
+}
+
+// What has an influence on all commands.
+constexpr const char* kEnvironment = R"(.SH ENVIRONMENT
+.TP
+\fBNO_COLOR\fR
+If set and not empty, messages have no colour. Neither have they with \fBTERM\fR=dumb.
+.TP
+\fBSOURCE_DATE_EPOCH\fR
+Seconds since 1970: the date of creation in converted files, instead of the time of now.
+)";
+
+void printHead(const std::string& name, const std::string& description, Output& output) {
+    std::string title = name;
+    std::ranges::transform(title, title.begin(),
+                           [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
+    output.print(".TH {} 1 \"\" \"{}\" \"User Commands\"\n", roff(title), roff(version()));
+    output.print(".SH NAME\n{} \\- {}\n", roff(name), roff(description));
+}
+
+void printTail(const HelpText& help, Output& output) {
+    output.write(".SH EXIT STATUS\n");
+    printText(help.exitStatus, output);
+    output.write(kEnvironment);
+    output.write(".SH EXAMPLES\n");
+    printText(help.examples, output);
 }
 
 void printOption(const OptionEntry& option, Output& output) {
@@ -55,27 +113,32 @@ void printOption(const OptionEntry& option, Output& output) {
     if (!option.standard.empty()) output.print("(default: {})\n", roff(option.standard));
 }
 
-void printCommand(const CommandEntry& command, Output& output) {
-    output.print(".SS \"vorlandi {} [OPTIONS] {}\"\n{}\n", command.name, roff(command.usage),
-                 roff(command.description + "."));
-    for (const OptionEntry& option : command.options)
-        printOption(option, output);
-    printText(command.footer, output);
-}
-
 }  // namespace
 
 void printManual(const std::vector<CommandEntry>& commands, const std::string& footer, Output& output) {
-    output.print(".TH VORLANDI 1 \"\" \"{}\" \"User Commands\"\n", roff(version()));
-    output.write(".SH NAME\nvorlandi \\- satellite states from ephemeris files\n");
+    const HelpText help = partsOf(footer);
+    printHead("vorlandi", "satellite states from ephemeris files", output);
     output.write(".SH SYNOPSIS\n\\fBvorlandi\\fR \\fICOMMAND\\fR [\\fIOPTIONS\\fR] \\fIARGUMENT\\fR...\n");
     output.write(".SH DESCRIPTION\n");
     for (const CommandEntry& command : commands)
-        output.print(".TP\n\\fB{}\\fR\n{}\n", command.name, roff(command.description + "."));
-    printText(footer, output);
-    output.write(".SH COMMANDS\n");
-    for (const CommandEntry& command : commands)
-        printCommand(command, output);
+        output.print(".TP\n\\fBvorlandi\\-{}\\fR(1)\n{}\n", command.name, roff(command.description + "."));
+    printText(help.description, output);
+    printTail(help, output);
+}
+
+void printManual(const CommandEntry& command, Output& output) {
+    const HelpText help = partsOf(command.footer);
+    std::string description = command.description;
+    if (description[0] >= 'A' && description[0] <= 'Z') description[0] = static_cast<char>(description[0] - 'A' + 'a');
+    printHead("vorlandi-" + command.name, description, output);
+    output.print(".SH SYNOPSIS\n\\fBvorlandi {}\\fR [\\fIOPTIONS\\fR] \\fI{}\\fR\n", command.name, roff(command.usage));
+    output.write(".SH DESCRIPTION\n");
+    printText(help.description, output);
+    output.write(".SH OPTIONS\n");
+    for (const OptionEntry& option : command.options)
+        printOption(option, output);
+    printTail(help, output);
+    output.write(".SH SEE ALSO\n.BR vorlandi (1)\n");
 }
 
 }  // namespace vorlandi::cli

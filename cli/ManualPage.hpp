@@ -1,4 +1,4 @@
-// The manual page vorlandi(1), made from the options and the help texts.
+// The manual pages vorlandi(1) and vorlandi-COMMAND(1), made from the options and the help texts.
 #pragma once
 
 #include <string>
@@ -9,7 +9,9 @@
 
 namespace vorlandi::cli {
 
-// `footer` is the text about all commands.
+// The page about the program. `footer` is the text about all commands.
 void printManual(const std::vector<CommandEntry>& commands, const std::string& footer, Output& output);
+
+void printManual(const CommandEntry& command, Output& output);
 
 }  // namespace vorlandi::cli

@@ -112,6 +112,13 @@ void addLeapSeconds(CLI::App& command) {
         ->type_name("FILE");
 }
 
+void addThreads(CLI::App& command, InputOptions& input, const char* help) {
+    command.add_option("-j", input.threads, help)
+        ->type_name("N")
+        ->capture_default_str()
+        ->check(wholeNumber() & CLI::Range(1U, 1024U).description(""));
+}
+
 CLI::Validator finiteAtLeast(double least) {
     return finite([least](double value) { return value >= least; }, fmt::format("a finite number, {} or more", least));
 }

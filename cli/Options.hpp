@@ -14,7 +14,7 @@
 
 namespace vorlandi::cli {
 
-// Of check and diff: found nothing, found something, wrong usage, could not look.
+// Of check, diff and approaches: found nothing, found something, wrong usage, could not look.
 enum class ExitStatus { Success = 0, Failure = 1, Usage = 2, Unreadable = 3 };
 
 inline ExitStatus statusOf(bool allWell) { return allWell ? ExitStatus::Success : ExitStatus::Failure; }
@@ -22,6 +22,7 @@ inline ExitStatus statusOf(bool allWell) { return allWell ? ExitStatus::Success 
 struct Session {
     Console console;
     ExitStatus status = ExitStatus::Success;
+    ExitStatus unwritten = ExitStatus::Failure;  // if the output can't be written
 };
 
 // Thrown for a fault in the arguments that only the command itself can detect: option and reason.
@@ -47,6 +48,7 @@ struct InputOptions {
     std::optional<std::int32_t> number;  // of the satellite of a file that has none
     bool numberMustApply = true;         // or all satellites may have numbers already
     std::string stdinName = "stdin";     // in messages, and where some formats take the satellite number from
+    unsigned threads = 1;                // large files are read by several if there are more; the result is the same
     std::uint64_t mostMemberBytes = static_cast<std::uint64_t>(archives::kMostMemberBytes);
 };
 
@@ -56,6 +58,9 @@ inline constexpr std::string_view kStandardInput = "-";
 void addInput(CLI::App& command, InputOptions& input);
 void addInputRules(CLI::App& command, InputOptions& input);
 void addLeapSeconds(CLI::App& command);
+// -j, with what a command does with several threads beside loading.
+void addThreads(CLI::App& command, InputOptions& input,
+                const char* help = "Read large files with several threads, if N is above 1");
 void addOutput(CLI::App& command, std::string& output);
 
 // An option whose value is a length above 0.

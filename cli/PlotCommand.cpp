@@ -165,8 +165,10 @@ void write(const PlotCommandOptions& options, Plot& plot, std::vector<PlottedSat
 void requireNewFile(const PlotCommandOptions& options) {
     if (!isPage(options.output) && !options.output.ends_with(".svg"))
         throw UsageError("-o", "needs a name that ends in .svg or .html");
-    if (!options.isForced && std::filesystem::exists(options.output))
-        throw OutputError(options.output, "exists; --force replaces it");
+    std::error_code error;
+    const auto status = std::filesystem::status(options.output, error);
+    if (error && status.type() == std::filesystem::file_type::none) throw OutputError(options.output, error.value());
+    if (!options.isForced && exists(status)) throw OutputError(options.output, "exists; --force replaces it");
 }
 
 ExitStatus runPlot(const CLI::App& command, PlotCommandOptions& options, Console& console) {
@@ -185,6 +187,7 @@ ExitStatus runPlot(const CLI::App& command, PlotCommandOptions& options, Console
         other.files = {options.other};
         allWell = loadFiles(other, options.output, console, &results) && allWell;
         pairs = pairsOf(satellites, loadedRecords(results, records.size()), console, allWell);
+        if (options.input.number && results.numbers.empty()) refuseNumber();
     }
     if (satellites.empty()) {
         console.error("", "there is nothing to plot");
@@ -215,7 +218,7 @@ void addPlotCommand(CLI::App& application, Session& session) {
         ->type_name("WHAT,...")
         ->delimiter(',')
         ->allow_extra_args(false)
-        ->check(withChoices(CLI::IsMember(names).description(""), names));
+        ->check(oneOf(names));
     command->add_option("--diff", options->other, "Draw the difference of the satellites in this file, too")
         ->type_name("OTHER");
     addSatelliteNumbers(*command, options->satellites);
@@ -225,6 +228,7 @@ void addPlotCommand(CLI::App& application, Session& session) {
         ->capture_default_str()
         ->check(CLI::Range(kLeastPlotWidth, kLargestPlotWidth).description(""));
     command->add_flag("--force", options->isForced, "Replace a file that exists");
+    addThreads(*command, options->input);
     addVerbose(*command, session.console);
     command->footer(kPlotFooter);
     command->callback([options, command, &session] { session.status = runPlot(*command, *options, session.console); });

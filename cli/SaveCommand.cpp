@@ -9,6 +9,7 @@
 #include "Loading.hpp"
 #include "Output.hpp"
 #include "SatelliteRecord.hpp"
+#include "analysis/Texts.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -98,7 +99,8 @@ bool leaveOutUnnamed(std::vector<SatelliteRecord>& satellites, const Origins& or
         return true;
     };
     satellites.erase(std::remove_if(satellites.begin(), satellites.end(), isUnnamed), satellites.end());
-    if (unnamed.heldBack() > 0) console.error("", fmt::format("{} more satellites are not saved", unnamed.heldBack()));
+    if (unnamed.heldBack() > 0)
+        console.error("", fmt::format("{} not saved", analysis::countIsText(unnamed.heldBack(), "more satellite")));
     return count == 0;
 }
 
@@ -127,6 +129,7 @@ void addSaveCommand(CLI::App& application, Session& session) {
         ->required();
     addInput(*command, options->input);
     command->add_flag("--absolute", options->absolute, "Write absolute file names");
+    addThreads(*command, options->input);
     addVerbose(*command, session.console);
     command->footer(kSaveFooter);
     command->callback([options, &session] {

@@ -8,6 +8,7 @@
 
 #include "Options.hpp"
 #include "TimeGrid.hpp"
+#include "analysis/Texts.hpp"
 
 namespace vorlandi::cli {
 
@@ -25,6 +26,16 @@ void readTimeRange(const CLI::App& command, TimeRange& range) {
 void requireStep(double step_s) {
     if (!std::isfinite(step_s) || step_s < kShortestStep_s)
         throw UsageError("--step", "must be a finite number of seconds, a microsecond or more");
+}
+
+void requireTimesInMemory(double days, double step_s) {
+    constexpr double kMostTimes = 20e6;  // some 2 GB
+    const double times = std::floor(days * kSecondsPerDay / step_s) + 1.0;
+    if (times > kMostTimes)
+        throw UsageError("--step",
+                         fmt::format("gives {:.0f} times, more than the {:.0f} that are kept in memory; choose "
+                                     "a longer step, or a range with --from and --to",
+                                     times, kMostTimes));
 }
 
 Span spanOf(const TimeRange& range) {
@@ -53,7 +64,8 @@ bool reportUnknown(const std::vector<std::int32_t>& numbers, const std::vector<S
         if (unknown.admits()) console.error("", fmt::format("satellite {} is not in any of the files", number));
     }
     if (unknown.heldBack() > 0)
-        console.error("", fmt::format("{} more satellites are not in any of the files", unknown.heldBack()));
+        console.error(
+            "", fmt::format("{} not in any of the files", analysis::countIsText(unknown.heldBack(), "more satellite")));
     return allKnown;
 }
 

@@ -30,6 +30,9 @@ void readTimeRange(const CLI::App& command, TimeRange& range);
 // Throws a UsageError of --step for a step that is shorter than a grid of times can have, or not finite.
 void requireStep(double step_s);
 
+// Throws a UsageError of --step for more times than a command may keep in memory.
+void requireTimesInMemory(double days, double step_s);
+
 void addSatelliteNumbers(CLI::App& command, std::vector<std::int32_t>& numbers);
 
 // All satellites are wanted if no number is given.

@@ -10,6 +10,7 @@
 #include "analysis/Covariances.hpp"
 #include "analysis/InterpolationErrors.hpp"
 #include "analysis/Steps.hpp"
+#include "analysis/Texts.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -65,7 +66,7 @@ public:
           rows_(satellite, columns),
           writer_(writer),
           console_(console),
-          gaps_(storedTimes(satellite.satellite)),
+          gaps_(satellite.satellite),
           states_(kTimesAtOnce),
           codes_(kTimesAtOnce),
           revolutions_(kTimesAtOnce),
@@ -82,13 +83,15 @@ public:
     bool finish() {
         answerAll();
         if (failures_.heldBack() > 0)
-            console_.error(nameOf(satellite_), fmt::format("{} more times without a state, the last {}",
-                                                           failures_.heldBack(), timeName(lastFailure_)));
+            console_.error(nameOf(satellite_),
+                           fmt::format("{} without a state, the last {}",
+                                       analysis::countText(failures_.heldBack(), "more time"), timeName(lastFailure_)));
         if (answersInGaps_ > 0)
             console_.warning(nameOf(satellite_),
-                             fmt::format("{} of {} states are interpolated across gaps between its points and can be "
-                                         "far off, the first at {}",
-                                         answersInGaps_, answers_, timeName(firstInGap_)));
+                             fmt::format("{} of {} {} interpolated across gaps between its points and can be far off, "
+                                         "the first at {}",
+                                         answersInGaps_, analysis::countText(answers_, "state"),
+                                         analysis::isOrAre(answersInGaps_), timeName(firstInGap_)));
         return allAnswered_;
     }
 
@@ -135,8 +138,8 @@ private:
     Quota failures_;
     bool allAnswered_ = true;
     double lastFailure_ = 0.0;
-    std::int64_t answers_ = 0;
-    std::int64_t answersInGaps_ = 0;
+    std::size_t answers_ = 0;
+    std::size_t answersInGaps_ = 0;
     double firstInGap_ = 0.0;
 };
 

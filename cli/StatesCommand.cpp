@@ -160,6 +160,7 @@ void addStatesCommand(CLI::App& application, Session& session) {
     command->add_flag("--error", options->columns.error, "With the estimated error of the interpolation, in m");
     addFormat(*command, options->format, Offered::All);
     addOutput(*command, options->output);
+    addThreads(*command, options->input);
     addVerbose(*command, session.console);
     command->footer(kStatesFooter);
     command->callback([options, command, &session] {

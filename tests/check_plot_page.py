@@ -8,6 +8,7 @@ the picture must not be blank.
 """
 import html.parser
 import pathlib
+import re
 import struct
 import subprocess
 import sys
@@ -23,13 +24,14 @@ OUTSIDE = ["2026-01-30T23:59:59", "2026-01-31T06:00:01"]
 
 
 class Cells(html.parser.HTMLParser):
-    """The rows of the table with the id `at`."""
+    """The rows of the table with the id `at`, and how many points of orbits are drawn."""
 
     def __init__(self):
         super().__init__()
-        self.rows, self.inside = [], False
+        self.rows, self.inside, self.points = [], False, 0
 
     def handle_starttag(self, tag, attributes):
+        self.points = int(dict(attributes).get("data-points", self.points))
         if tag == "table":
             self.inside = dict(attributes).get("id") == "at"
         if tag == "tr" and self.inside:
@@ -79,6 +81,22 @@ def check_states(vorlandi, ephemeris, page, folder):
         assert row[3:] == ["no answer"], row
 
 
+def check_fleet(vorlandi, ephemeris, folder):
+    """Orbits of a fleet keep their shape: fewer parts of them are drawn, not longer chords."""
+    page = folder / "fleet.html"
+    for copies, said in ((30, ""), (300, "One revolution of each satellite is drawn"),
+                         (600, "One revolution of the first (4[0-9]{2}) of 600 satellites is drawn")):
+        run(vorlandi, "plot", *[ephemeris] * copies, "-o", str(page), "--force", "--show", "gaps")
+        opened = run(*CHROMIUM, f"--user-data-dir={folder}/profile", "--dump-dom", f"file://{page}")
+        cells = Cells()
+        cells.feed(opened.stdout)
+        told = re.search(r'<p id="drawn">(.*)</p>', opened.stdout).group(1)
+        found = re.match(said, told)
+        assert found and bool(said) == bool(told), told
+        drawn = int(found.group(1)) if copies > 500 else copies
+        assert 64 * drawn <= cells.points <= 31000, (copies, drawn, cells.points)
+
+
 def check_picture(page, folder):
     run(*CHROMIUM, f"--user-data-dir={folder}/profile", f"--screenshot={folder}/page.png", f"file://{page}")
     kinds = len(set(pixels((folder / "page.png").read_bytes())))
@@ -94,6 +112,7 @@ def main():
         assert page.stat().st_size < 200_000 + 75 * 10_000
         check_states(vorlandi, ephemeris, page, folder)
         check_picture(page, folder)
+        check_fleet(vorlandi, ephemeris, folder)
 
 
 if __name__ == "__main__":

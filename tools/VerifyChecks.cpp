@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <fstream>
 #include <functional>
@@ -458,6 +459,46 @@ void verifyFaults(std::size_t files, std::uint64_t seed) {
     }
 }
 
+// ---- Few points ----
+
+bool hasOutlier(const Made& made, Frame frame) {
+    const OwnedSatellite satellite = store(made, frame);
+    const analysis::SatelliteCheck check = analysis::checkSatellite(satellite);
+    return std::any_of(check.findings.begin(), check.findings.end(),
+                       [](const analysis::Finding& finding) { return finding.kind == Kind::Outlier; });
+}
+
+// Parts of an ephemeris, as they are and with one position off.
+void verifyFewPoints(std::size_t files, std::uint64_t seed) {
+    print(
+        "| orbit | points | files | clean: `outlier` | 5 km off: found | 100 m off: found | 10 m off: found |\n"
+        "|---|---|---|---|---|---|---|\n");
+    for (const Scenario& scenario : {Scenario{"LEO 60 s", kLeo, even(60.0), 0.001},
+                                     {"LEO 60 s, rotating", kLeo, even(60.0), 0.001, true},
+                                     {"GEO 900 s", kGeo, even(900.0), 0.001},
+                                     {"HEO 900 s", kHeo, even(900.0), 0.001}}) {
+        std::mt19937_64 random(seed);
+        const Made whole = make(scenario, 400, random);
+        for (const std::size_t points : {4, 5, 6, 8, 12, 16, 20}) {
+            std::array<std::size_t, 4> found{};
+            for (std::size_t file = 0; file < files; ++file) {
+                const std::size_t first = random() % (400 - points);
+                Made part = whole;
+                keepOnly(part, [=](std::size_t i) { return i >= first && i < first + points; });
+                double& x_km = part.states[random() % points].position_km[random() % 3];
+                const double clean_km = x_km;
+                constexpr std::array<double, 4> kOff_km{0.0, 5.0, 0.1, 0.01};
+                for (std::size_t i = 0; i < kOff_km.size(); ++i) {
+                    x_km = clean_km + kOff_km[i];
+                    found[i] += hasOutlier(part, frameOf(scenario));
+                }
+            }
+            print("| {} | {} | {} | {} | {} | {} | {} |\n", scenario.name, points, files, found[0], found[1], found[2],
+                  found[3]);
+        }
+    }
+}
+
 }  // namespace
 }  // namespace vorlandi::tools
 
@@ -481,6 +522,8 @@ int main(int argc, char** argv) {
     verifyBurns(files, seed);
     print("\n### Faults\n\n");
     verifyFaults(files, seed);
+    print("\n### Few points\n\n");
+    verifyFewPoints(files, seed);
     if (page.empty()) {
         std::fputs(printed().c_str(), stdout);
         return 0;

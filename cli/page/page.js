@@ -4,12 +4,17 @@
 const kWindow = 4;
 const kLargestMeanSpacing_s = 61 * 60;
 const kEarthRadius_km = 6378.137;
+const kMu_km3_s2 = 398600.4418;
+const kPointsOfCircle = 64;  // on a circle at the least height
+const kMostDrawn = 30000;    // points of all orbits, so that turning the view stays smooth
 const kColours = ["#56b4e9", "#e69f00", "#2fc79a", "#ff7f3f", "#e59bc4", "#8fd0ff", "#f0e442", "#ffffff"];
 
 function decoded(base64) {
     const bytes = Uint8Array.from(atob(base64), c => c.charCodeAt(0));
     return new Float64Array(bytes.buffer);
 }
+
+function period_s(radius_km) { return 2 * Math.PI * Math.sqrt(radius_km ** 3 / kMu_km3_s2); }
 
 class Satellite {
     constructor(entry, index) {
@@ -18,6 +23,19 @@ class Satellite {
         this.colour = index < kColours.length ? kColours[index] : "#8a8f98";
         this.values = decoded(entry.points);  // seconds, x, y, z, vx, vy, vz
         this.count = this.values.length / 7;
+        let least_km = Infinity;
+        this.largest_km = 0;
+        this.hasVelocities = false;
+        for (let i = 0; i < this.count; ++i) {
+            const [at, values] = [7 * i, this.values];
+            const radius_km = Math.hypot(values[at + 1], values[at + 2], values[at + 3]);
+            least_km = Math.min(least_km, radius_km);
+            this.largest_km = Math.max(this.largest_km, radius_km);
+            this.hasVelocities ||= values[at + 4] !== 0 || values[at + 5] !== 0 || values[at + 6] !== 0;
+        }
+        // What is inside the earth is a fault, and has no period.
+        this.chord_s = period_s(Math.max(least_km, kEarthRadius_km)) / kPointsOfCircle;
+        this.revolution_s = period_s(Math.max((least_km + this.largest_km) / 2, kEarthRadius_km));
     }
 
     time(i) { return this.values[7 * i]; }
@@ -101,13 +119,7 @@ function secondsOf(text) {
 
 const data = JSON.parse(document.getElementById("data").textContent);
 const satellites = data.satellites.map((entry, index) => new Satellite(entry, index));
-const farthest_km = Math.max(kEarthRadius_km, ...satellites.map(largestRadius));
-
-function largestRadius(satellite) {
-    let largest = 0;
-    for (let i = 0; i < satellite.count; ++i) largest = Math.max(largest, Math.hypot(...satellite.position(i)));
-    return largest;
-}
+const farthest_km = satellites.reduce((farthest, satellite) => Math.max(farthest, satellite.largest_km), kEarthRadius_km);
 
 // ---- The view ----
 
@@ -166,24 +178,73 @@ function drawGraticule(context, project) {
     }
 }
 
-const kMostSegments = 20000;
+// ---- Orbits ----
 
-function drawOrbit(context, project, satellite) {
-    const stride = Math.max(1, Math.ceil(satellite.count * satellites.length / kMostSegments));
+// Which parts of the orbits are drawn: everything, or of many long ones a revolution each, or of too many a few.
+class Drawing {
+    constructor() {
+        const drawable = satellites.filter(satellite => satellite.count > 1);
+        const pointsOf = (satellite, length_s) => Math.ceil(length_s / satellite.chord_s) + 1;
+        const total = drawable.reduce((sum, s) => sum + pointsOf(s, s.time(s.count - 1) - s.time(0)), 0);
+        this.isWhole = total <= kMostDrawn;
+        this.satellites = [];
+        let points = 0;
+        for (const satellite of drawable) {
+            points += pointsOf(satellite, satellite.revolution_s);
+            if (this.isWhole || points <= kMostDrawn) this.satellites.push(satellite);
+        }
+        const some = `the first ${this.satellites.length} of ${drawable.length} satellites`;
+        const which = this.satellites.length < drawable.length ? some : "each satellite";
+        document.getElementById("drawn").textContent =
+            this.isWhole ? "" : `One revolution of ${which} is drawn, up to the time.`;
+    }
+
+    // Positions a chord apart, null where there is no answer.
+    pathOf(satellite, t) {
+        const first_s = satellite.time(0), last_s = satellite.time(satellite.count - 1);
+        const to_s = this.isWhole ? last_s : Math.min(Math.max(t, first_s + satellite.revolution_s), last_s);
+        const from_s = this.isWhole ? first_s : Math.max(to_s - satellite.revolution_s, first_s);
+        if (satellite.path && satellite.path.from_s === from_s) return satellite.path.points;
+        const points = satellite.hasVelocities ? this.between(satellite, from_s, to_s)
+                                               : this.stored(satellite, from_s, to_s);
+        satellite.path = { from_s, points };
+        return points;
+    }
+
+    between(satellite, from_s, to_s) {
+        const count = Math.max(Math.ceil((to_s - from_s) / satellite.chord_s), 1), points = [];
+        for (let i = 0; i <= count; ++i)
+            points.push(satellite.state(i === count ? to_s : from_s + i * (to_s - from_s) / count));
+        return points;
+    }
+
+    stored(satellite, from_s, to_s) {
+        const points = [];
+        for (let i = 0; i < satellite.count; ++i)
+            if (satellite.time(i) >= from_s && satellite.time(i) <= to_s) points.push(satellite.position(i));
+        return points;
+    }
+}
+
+function drawOrbit(context, project, satellite, path) {
     context.strokeStyle = satellite.colour;
     let wasHidden = null;
-    for (let i = 0; i + 1 < satellite.count; i += stride) {
-        const next = Math.min(i + stride, satellite.count - 1);
-        if (satellite.state((satellite.time(i) + satellite.time(next)) / 2) === null) continue;
-        const a = satellite.position(i), b = satellite.position(next), hidden = isHidden(...a);
-        if (hidden !== wasHidden) context.globalAlpha = hidden ? 0.25 : 0.8;
-        wasHidden = hidden;
-        const pa = project(...a), pb = project(...b);
-        context.beginPath();
+    context.beginPath();
+    for (let i = 0; i + 1 < path.length; ++i) {
+        const a = path[i], b = path[i + 1];
+        if (a === null || b === null) continue;
+        const hidden = isHidden(a[0], a[1], a[2]);
+        if (hidden !== wasHidden) {
+            context.stroke();
+            context.beginPath();
+            context.globalAlpha = hidden ? 0.25 : 0.8;
+            wasHidden = hidden;
+        }
+        const pa = project(a[0], a[1], a[2]), pb = project(b[0], b[1], b[2]);
         context.moveTo(pa[0], pa[1]);
         context.lineTo(pb[0], pb[1]);
-        context.stroke();
     }
+    context.stroke();
     context.globalAlpha = 1;
 }
 
@@ -209,7 +270,9 @@ function draw() {
     context.font = "12px sans-serif";
     const project = projector(width, height);
     drawGraticule(context, project);
-    for (const satellite of satellites) drawOrbit(context, project, satellite);
+    for (const satellite of drawing.satellites)
+        drawOrbit(context, project, satellite, drawing.pathOf(satellite, now()));
+    canvas.dataset.points = drawing.satellites.reduce((sum, satellite) => sum + satellite.path.points.length, 0);
     for (const satellite of satellites) drawNow(context, project, satellite, now());
 }
 
@@ -293,5 +356,6 @@ canvas.addEventListener("pointermove", event => {
     view.spread = spread;
     draw();
 });
+const drawing = new Drawing();
 readAddress();
 showAll();

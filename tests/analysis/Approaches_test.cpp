@@ -112,6 +112,27 @@ TEST(Approaches, EndOfACommonSpanIsMarked) {
     EXPECT_NEAR((*within.events[1].components_km)[1], -1.0, 0.01);
 }
 
+// Two pairs with half a year between them: the times in which one satellite or none answers cost nothing.
+TEST(Approaches, TimesOfOneSatelliteAloneAreSkipped) {
+    const State leader = keplerState(7000.0, 0.0, 0.0);
+    const State follower = keplerState(7000.0, 0.0, -1.0 / 7.5);
+    const double later_s = 180.0 * kSecondsPerDay;
+    std::vector<OwnedSatellite> fleet;
+    for (const double start_s : {0.0, later_s}) {
+        fleet.push_back(stored(static_cast<std::int32_t>(fleet.size()), leader, start_s, start_s, start_s + 600.0));
+        fleet.push_back(
+            stored(static_cast<std::int32_t>(fleet.size()), follower, start_s, start_s + 240.0, start_s + 7200.0));
+    }
+    std::size_t samples = 0;
+    const Approaches found = findApproaches(std::array<Satellite, 4>{fleet[0], fleet[1], fleet[2], fleet[3]},
+                                            {.within_km = 1.1, .progress = [&](double) { ++samples; }});
+    EXPECT_LE(samples, 2U * 9U);
+    std::vector<double> ends_s;
+    for (const Approach& event : found.events)
+        if (event.atEnd) ends_s.push_back(std::round((event.time.days - kEpoch_days) * kSecondsPerDay));
+    EXPECT_EQ(ends_s, (std::vector<double>{240.0, 600.0, later_s + 240.0, later_s + 600.0}));
+}
+
 TEST(Approaches, AreWithinOneFrameAndOfDifferentNumbers) {
     const State a = keplerState(7000.0, 0.001, 500.0);
     const State b = passing(a, 1.2, 1.0, 3.0);

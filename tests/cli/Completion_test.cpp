@@ -25,6 +25,10 @@ TEST_F(Completion, OfBashOffersCommandsOptionsAndValues) {
              {"vorlandi states --format = cs", "csv"},
              {"vorlandi states --format =", "csv json jsonl table"},
              {"vorlandi formats OE", "OEM"},
+             {"vorlandi convert --oem-version 3", "3.0"},
+             {"vorlandi convert --frame-label W", "WPTRL WPTGC"},
+             {"vorlandi plot --show height,s", "height,speed height,sigma"},
+             {"vorlandi check --skip st", "steps"},
              {"vorlandi states --at 81", ""},
              {"vorlandi states 81", ""}})
         EXPECT_EQ(offered(words), expected + "\n") << words;
@@ -40,16 +44,25 @@ TEST_F(Completion, AndManualAreValid) {
              {"zsh", "vorlandi completion zsh >_vorlandi && zsh -n _vorlandi"},
              {"fish", "vorlandi completion fish >vorlandi.fish && fish -n vorlandi.fish"},
              {"man",
-              "vorlandi completion man >vorlandi.1 && "
-              "LC_ALL=C.UTF-8 man --warnings -l -E UTF-8 vorlandi.1 >/dev/null"}}) {
+              "mkdir man && vorlandi completion man --directory man && for page in man/*.1; do "
+              "LC_ALL=C.UTF-8 man --warnings -l -E UTF-8 $page >/dev/null || exit 1; done"}}) {
         if (shell("command -v " + program).status != 0) continue;
         const Outcome outcome = shell(check);
         EXPECT_EQ(outcome.status, 0) << program;
         EXPECT_EQ(outcome.output + outcome.messages, "") << program;
     }
-    const std::string manual = run("completion man").output;
-    EXPECT_THAT(manual, HasSubstr(".TP\n\\fB\\-\\-format\\fR \\fIFORMAT\\fR\ntable, csv or json\n(default: table)\n"));
+    shell("mkdir -p man; vorlandi completion man --directory man");
+    const std::string manual = contentsOf(file("man/vorlandi-states.1"));
+    EXPECT_THAT(contentsOf(file("man/vorlandi-info.1")),
+                HasSubstr(".TP\n\\fB\\-\\-format\\fR \\fIFORMAT\\fR\ntable, csv or json\n(default: table)\n"));
     EXPECT_THAT(manual, HasSubstr(".EX\nvorlandi states 81001_stk.e \\-\\-at 2026\\-01\\-31T01:30:00\n"));
+    EXPECT_THAT(manual, HasSubstr(".SH NAME\nvorlandi\\-states \\- print states of satellites\n"));
+    // An exit status of its own, and the one of all commands.
+    EXPECT_THAT(contentsOf(file("man/vorlandi-check.1")),
+                HasSubstr(".SH EXIT STATUS\n.PP\n0 no error or warning; 1 some; 2 wrong usage; 3 a file"));
+    EXPECT_THAT(manual, HasSubstr(".SH EXIT STATUS\n.PP\n0 all is well; 1 something"));
+    EXPECT_THAT(contentsOf(file("man/vorlandi-convert.1")), HasSubstr(".EX\nformat        suffix  frames"));
+    EXPECT_THAT(run("completion man").output, HasSubstr("\\fBvorlandi\\-check\\fR(1)\nLook for faults"));
     EXPECT_THAT(run("completion zsh").output, HasSubstr("'*--format[table, csv or json]:FORMAT:(csv json table)'"));
     EXPECT_THAT(run("completion fish").output,
                 HasSubstr("-l output -s o -r -F -d 'Write to FILE, which is replaced only when"));

@@ -202,6 +202,8 @@ TEST_F(Convert, RefusesWhatAFormatCannotHoldAndWritesTheRest) {
     write("two.oem", oem({{"EME2000", kEveryTenMinutes}, {"EME2000", kOverLeapSecond, "000", "7"}}));
     write("far.oem",
           oem({{"TEMEOFDATE", kEveryTenMinutes, "0", "81001", false}}) + "2017-06-01T00:00:00 1e13 0 0 1 0 0\n");
+    write("farther.oem",
+          oem({{"EME2000", kEveryTenMinutes, "0", "81001", false}}) + "2017-06-01T00:00:00 1e306 0 0 1 0 0\n");
     write("late.oem", oem({{"TEMEOFDATE", {}, "0", "81001", false}}) + "2100-01-01T00:00:00 1 2 3 4 5 6\n");
     write("7.e",
           "stk.v.4.3\nScenarioEpoch 1 Jan 2026 00:00:00\nDistanceUnit Kilometers\nCoordinateSystem J2000\n"
@@ -227,6 +229,7 @@ TEST_F(Convert, RefusesWhatAFormatCannotHoldAndWritesTheRest) {
         {"odd.oem --into universal --directory d", 1, "--frame-label writes one of these", ""},
         {"odd.oem --into oem --oem-version 2.0 --directory d", 1,
          "its frame is ECI, and oem files of version 2.0 hold J2K", ""},
+        {"farther.oem --into czml -o d/x.czml", 1, "the number 1e+306 is too large in metres", ""},
         {"far.oem --into itc --directory d", 1, "the number 1e+13 doesn't fit into 16 columns", ""},
         {"late.oem --into owner --directory d", 1, "its frame is ECI, and owner files hold J2K", ""},
         {"late.oem --into itc --directory d", 1, "years of two digits, 1957 to 2056", ""},
@@ -248,10 +251,9 @@ TEST_F(Convert, RefusesWhatAFormatCannotHoldAndWritesTheRest) {
         {"two.oem --sat 7 --into oem -o - --step 7200 --from 2016-12-30", 0, "", ""},
         {"two.oem --into oem -o two.oem --force", 2, "is an input file and would be overwritten", ""},
         {"7.e --into oem -o d/7.oem", 0, "(7.e): warning: all velocities are zero: states between", "7.oem"},
-        {"early.oem --into dce-text --directory d", 1, "1 of its 1 times lose digits when they are counted from 1970",
+        {"early.oem --into dce-text --directory d", 1, "1 of its 1 time can't be counted from 1970 with all digits",
          ""},
-        {"early.oem --into dce-binary --directory d --round-times", 0, "1 times are rounded, by up to 0.0",
-         "81001.DCE"},
+        {"early.oem --into dce-binary --directory d --round-times", 0, "1 time is rounded, by up to 0.0", "81001.DCE"},
         {"early.oem --into stk --directory d --round-times", 2, "stk files keep every time", ""},
         {"two.oem --sat 7 --into oasys --directory d/new", 0, "d/new: new directory", "new"},
         {"two.oem --sat 7 --into oasys --directory d/new/deep", 1, "d/new/deep: error: No such file or directory", ""},
@@ -352,8 +354,8 @@ TEST_F(Convert, DividesOemWhereNothingIsAnsweredForAnyReader) {
     const Outcome stepped = run("convert source.oem --into oem -o - --step 300");
     EXPECT_EQ(stepped.status, 1) << "22:35 is in a segment";
     EXPECT_THAT(stepped.messages,
-                HasSubstr("error: 2 times have no state and are left out, the first 2016-12-31T22:35:"));
-    EXPECT_THAT(stepped.messages, HasSubstr("times are in gaps between its points and are left out, the first "
+                HasSubstr("error: 2 times are without a state and left out, the first 2016-12-31T22:35:"));
+    EXPECT_THAT(stepped.messages, HasSubstr("times are in gaps between its points and left out, the first "
                                             "2016-12-31T22:45:00"));
     Lines starts;
     for (const std::string& line : split(stepped.output))

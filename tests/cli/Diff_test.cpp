@@ -34,6 +34,12 @@ protected:
         write("81001_ecr.e", circle(100, 0.0, "Fixed"));
         write("81001_later.e", circle(100, 0.0, "J2000", "02 Feb 2026 00:00:00.000"));
         write("81001_after.e", circle(50, 0.0, "J2000", "31 Jan 2026 01:00:30.000"));
+        Lines lines = split(circle(100));
+        lines.erase(lines.begin() + 45, lines.begin() + 54);
+        std::string gap;
+        for (const std::string& line : lines)
+            gap += line + "\n";
+        write("81001_gap.e", gap);
         write("81002.e", circle(100));
         write("81003.e", circle(100));
         write("both.card", "EPHFIL = 81001.e\nEPHFIL = 81002.e\n");
@@ -75,6 +81,10 @@ TEST_F(Diff, PairsSatellitesAndTellsWhatItCannotCompare) {
                   {},
                   "it has no point in the time of"},
              Case{"81001.e 81001_new.e -o missing/folder", 3, {}, "missing/folder"},
+             // Of the 100 times of A, 9 are in a gap of B.
+             Case{"81001.e 81001_gap.e", 0, {"81001 1 1 100 0 0"}, "(81001_gap.e): warning: 9 of 100 states are "},
+             Case{"81001.e 81001.e --number 5", 2, {}, "--number: every satellite has a number already"},
+             Case{"81001.e 81001.e --step 1e-6", 2, {}, "times, more than the 20000000 that are kept in memory"},
              Case{"81001.e", 2, {}, "B is required"},
              Case{"- -", 2, {}, "given only once"},
              Case{"81001.e 81001_new.e --step 0", 2, {}, "--step"},
@@ -99,6 +109,8 @@ TEST_F(Diff, PairsSatellitesAndTellsWhatItCannotCompare) {
 }
 
 TEST_F(Diff, WritesStatisticsOrEveryTimeInEachForm) {
+    EXPECT_THAT(run("diff 81001_gap.e 81001.e --step 30 --format json 2>/dev/null").output,
+                HasSubstr(R"("gaps_a":1,"gaps_b":0,"in_gaps_a":19,"in_gaps_b":0)"));
     const std::string files = "diff 81001.e 81001_new.e ";
     const Outcome table = run(files);
     EXPECT_THAT(table.output, HasSubstr("satellite 81001 (81001_new.e) minus satellite 81001 (81001.e), frame J2K\n"));
@@ -119,6 +131,15 @@ TEST_F(Diff, WritesStatisticsOrEveryTimeInEachForm) {
                     "d[\"without_partner\"])'")
                   .output,
               "vorlandi.diff/1 100 5.0 5.0 5.0 None None []\n");
+}
+
+TEST_F(Diff, SaysThatMemoryIsShort) {
+    // Programs that the sanitizers watch need more than that to start.
+    const std::string limit = "ulimit -v 400000; ";
+    if (shell(limit + "vorlandi --version").status != 0) GTEST_SKIP() << "the program does not start";
+    const Outcome outcome = shell(limit + "vorlandi diff 81001.e 81001_new.e --step 5e-4");  // 12 million times
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_EQ(outcome.messages, "vorlandi: error: there is not enough memory\n");
 }
 
 TEST_F(Diff, TellsATimeOffsetWithItsLikelyCause) {

@@ -188,7 +188,7 @@ TEST_F(Loading, TellsOfMoreThanTenFaultsOfAKindOnlyTheNumber) {
     const Lines kinds = split(run("info fleet.card").messages);
     ASSERT_EQ(kinds.size(), 22U);
     EXPECT_EQ(kinds[20], "vorlandi: fleet.card: error: 3 more unreadable lines, the last at 81003.e:18");
-    EXPECT_EQ(kinds[21], "vorlandi: fleet.card: error: 1 more unreadable files, the last at fleet.card:11");
+    EXPECT_EQ(kinds[21], "vorlandi: fleet.card: error: 1 more unreadable file, the last at fleet.card:11");
 }
 
 }  // namespace

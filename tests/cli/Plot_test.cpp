@@ -80,7 +80,8 @@ TEST_F(Plot, WhatCantBePlottedIsTold) {
           Case{"81001.e -o out.svg --sat 5", 1, "satellite 5 is not in any of the files"},
           Case{"81001.e -o out.svg --from 2027-01-01", 1, "there is nothing to plot"},
           Case{"81001.e -o new.svg --diff 81002.itc", 1, "has no partner of its number and frame"},
-          Case{"81001.e -o none/out.svg", 1, "none/out.svg"}}) {
+          Case{"81001.e -o none/out.svg", 1, "none/out.svg"},
+          Case{"81001.e -o " + std::string(300, 'x') + ".svg", 1, "x.svg: error: File name too long"}}) {
         const Outcome outcome = run("plot " + c.arguments);
         EXPECT_EQ(outcome.status, c.status) << c.arguments;
         EXPECT_THAT(outcome.messages, HasSubstr(c.message));

@@ -37,7 +37,8 @@ TEST_F(Usage, IsCheckedBeforeAnythingIsLoaded) {
         {"check --tolerance inf 81001.e", "--tolerance: "}, {"check --tolerance -1 81001.e", "--tolerance: "},
         {"check --gap-factor nan 81001.e", "--gap-factor: "}, {"check --gap-factor 0.5 81001.e", "--gap-factor: "},
         {"check --limit -1 81001.e", "--limit: -1 is not a whole number"}, {"check -j -1 81001.e", "-j: "},
-        {"convert 81001.e --into oem -o x --tolerance 0", "--tolerance: "}}) {
+        {"convert 81001.e --into oem -o x --tolerance 0", "--tolerance: "},
+        {"convert 81001.e --into oem -o x --step 1e-6", "--step: gives 54000000"}}) {
         // clang-format on
         const std::string line =
             std::regex_replace(std::regex_replace(arguments, std::regex("STATES"), "states missing.e"),
@@ -72,14 +73,17 @@ TEST_F(Usage, InformationComesOnlyIfAskedForAndColourOnlyOnATerminal) {
                      " >/dev/null' /dev/null")
             .output;
     };
-    EXPECT_THAT(onTerminal("81001.e missing.e"), HasSubstr(clear + "loading file 2 of 2: missing.e" + clear));
-    EXPECT_THAT(onTerminal("81001.e missing.e"), HasSubstr(red));
+    const Outcome quick = {0, onTerminal("81001.e missing.e"), ""};
+    EXPECT_THAT(quick.output, Not(HasSubstr("loading"))) << "what is quick needs no progress";
+    EXPECT_THAT(quick.output, HasSubstr(red));
     EXPECT_THAT(onTerminal("81001.e 81003.e"), HasSubstr(yellow));
     for (const char* const variable : {"NO_COLOR=1", "TERM=dumb"})
         EXPECT_THAT(onTerminal("missing.e", variable), HasSubstr("missing.e: error: "));
     EXPECT_THAT(onTerminal("missing.e", "NO_COLOR="), HasSubstr(red));
     EXPECT_EQ(onTerminal("81001.e"), "") << "a single file needs no progress";
-    EXPECT_THAT(onTerminal("81001.e \xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC", "", "stty cols 24; "),
+    const std::string slowly = "(sleep 1.1; cat 81001.e) | ";
+    EXPECT_THAT(onTerminal("- missing.e", "", slowly), HasSubstr(clear + "loading file 2 of 2: missing.e" + clear));
+    EXPECT_THAT(onTerminal("- \xE2\x82\xAC\xE2\x82\xAC\xE2\x82\xAC", "", "stty cols 24; " + slowly),
                 HasSubstr(clear + "loading file 2 of 2: \xE2\x82\xAC\xE2\x82\xAC" + clear))
         << "a line that wraps can't be cleared";
 }
