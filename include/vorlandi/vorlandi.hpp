@@ -224,7 +224,7 @@ inline std::string last_error() {
     return detail::trimmed(message);
 }
 
-// Name and version, such as "Vorlandi 1.0.0".
+// Name and version, such as "Vorlandi 1.1.0".
 inline std::string version() {
     std::array<char, 128> information{};
     VorlanGetInfo(information.data());
