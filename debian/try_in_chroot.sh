@@ -22,11 +22,12 @@ if ! mmdebstrap --mode=root --variant=apt \
     --customize-hook="copy-in $work/packages $work/sources /srv" \
     --customize-hook='chroot "$1" sh -c "apt-get install -y -q --no-install-recommends /srv/packages/*.deb"' \
     --customize-hook='chroot "$1" useradd --create-home user' \
-    --customize-hook="for kind in $kinds; do"' chroot "$1" su user -c "cd /srv/sources && debian/tests/try $kind" ||
+    --customize-hook="for kind in $kinds; do"' chroot "$1" su - user -c "cd /srv/sources && debian/tests/try $kind" ||
         exit 1; done' \
     bookworm /dev/null $lists >"$folder/chroot.log" 2>&1; then
     tail -20 "$folder/chroot.log" >&2
-    echo "try_in_chroot.sh: failed; it needs root and one of the Debian mirrors in $lists. Log: $folder/chroot.log" >&2
+    echo "try_in_chroot.sh: failed as above; the log is $folder/chroot.log. Making the chroot takes root and a mirror that" \
+        "$lists names" >&2
     exit 1
 fi
 for kind in $kinds; do grep -x "$kind: answers" "$folder/chroot.log"; done
