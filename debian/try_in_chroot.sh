@@ -26,8 +26,8 @@ if ! mmdebstrap --mode=root --variant=apt \
         exit 1; done' \
     bookworm /dev/null $lists >"$folder/chroot.log" 2>&1; then
     tail -20 "$folder/chroot.log" >&2
-    echo "try_in_chroot.sh: failed as above; the log is $folder/chroot.log. Making the chroot takes root and a mirror that" \
-        "$lists names" >&2
+    echo "try_in_chroot.sh: failed as above; the log is $folder/chroot.log. Making the chroot takes root and a mirror" \
+        "that $lists names" >&2
     exit 1
 fi
 for kind in $kinds; do grep -x "$kind: answers" "$folder/chroot.log"; done
