@@ -12,6 +12,7 @@ blocks() { awk -v kind="$1" '/^```/ { inside = $1 == "```" kind; next } inside' 
 blocks c >first.c
 blocks cpp >first.cpp
 { blocks sh | grep -v '^\./dev'; sed -n 's/^ \*   //p' examples/*.c examples/*.cpp; } >commands
+[ ! -e build/gcc/fortran/modules/vorlandi.mod ] || sed -n 's/^!   //p' examples/*.f90 >>commands
 bash -euxo pipefail commands | tee printed
 # shellcheck disable=SC2016  # backquotes of Markdown
 sed -n 's/^It prints `\([^`]*\)`.*/\1/p' README.md >said

@@ -1,9 +1,9 @@
 #!/bin/bash
-# The shared library exports exactly the functions that the headers declare.
-#   check_exports.sh LIBRARY INCLUDE_DIR
+# The shared library exports exactly the functions that the headers declare, each with the version name VORLANDI_1.
+#   check_exports.sh LIBRARY
 set -euo pipefail
-exported=$(nm -D --defined-only "$1" | awk '{print $3}' | sort)
-declared=$(cat "$2"/vorlandi/*.h | sed 's://.*$::; /^ *\*/d; /^\/\*/d' |
-           grep -oE '^(double|void|int32_t|int64_t) +Vorlan[A-Za-z0-9]+\(' | grep -oE 'Vorlan[A-Za-z0-9]+' | sort)
+exported=$(nm -D --defined-only "$1" | awk '$2 != "A" {print $3}' | sort)
+declared=$("$(dirname "${BASH_SOURCE[0]}")"/../abi/symbols.py --names)
 [ -n "$declared" ]
-diff <(echo "$declared") <(echo "$exported") && echo "$(echo "$exported" | wc -l) exported functions, all declared"
+diff <(awk "{print \$0 \"@@VORLANDI_1\"}" <<<"$declared") <(echo "$exported") &&
+    echo "$(echo "$exported" | wc -l) exported functions, all declared"

@@ -61,7 +61,7 @@ int32_t VorlanInit(void);
 /*
  * Name and version of the library.
  *
- *   infoStr  out  [128] for example "Vorlandi 1.0.0"
+ *   infoStr  out  [128] for example "Vorlandi 1.1.0"
  */
 void VorlanGetInfo(char infoStr[128]);
 

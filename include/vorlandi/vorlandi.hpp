@@ -16,6 +16,10 @@
 #ifndef VORLANDI_VORLANDI_HPP
 #define VORLANDI_VORLANDI_HPP
 
+#if __cplusplus < 202002L
+#error "vorlandi.hpp needs C++20: GCC 12, Clang 14 or newer, with -std=c++20. vorlandi.h works with any compiler."
+#endif
+
 #include <vorlandi/services.h>
 #include <vorlandi/time.h>
 #include <vorlandi/vorlandi.h>
@@ -220,7 +224,7 @@ inline std::string last_error() {
     return detail::trimmed(message);
 }
 
-// Name and version, such as "Vorlandi 1.0.0".
+// Name and version, such as "Vorlandi 1.1.0".
 inline std::string version() {
     std::array<char, 128> information{};
     VorlanGetInfo(information.data());

@@ -1,0 +1,39 @@
+# Installs the library, its headers, the Fortran module, and the files by which CMake and pkg-config find them. All
+# paths in these are relative to their own place, so that the installed tree can be moved.
+include(CMakePackageConfigHelpers)
+set(PACKAGE_FOLDER ${CMAKE_INSTALL_LIBDIR}/cmake/vorlandi)
+set(PKGCONFIG_FOLDER ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# Installs a target of an export file of its own, which the package has or lacks as a whole.
+function(install_component EXPORT_FILE)
+    install(TARGETS ${ARGN} EXPORT ${EXPORT_FILE})
+    install(EXPORT ${EXPORT_FILE} NAMESPACE vorlandi:: DESTINATION ${PACKAGE_FOLDER})
+endfunction()
+
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/vorlandi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install_component(vorlandi-targets vorlandi vorlandi_cpp)
+if(TARGET vorlandi_static)
+    install_component(vorlandi-static-targets vorlandi_static)
+endif()
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/vorlandi-config.cmake.in vorlandi-config.cmake
+    INSTALL_DESTINATION ${PACKAGE_FOLDER} NO_SET_AND_CHECK_MACRO NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+write_basic_package_version_file(vorlandi-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/vorlandi-config.cmake ${PROJECT_BINARY_DIR}/vorlandi-config-version.cmake
+    DESTINATION ${PACKAGE_FOLDER})
+
+file(RELATIVE_PATH PREFIX_FROM_PKGCONFIG /prefix/${PKGCONFIG_FOLDER} /prefix)
+get_target_property(LIBRARY_TYPE vorlandi TYPE)
+set(PRIVATE_LIBS "-lstdc++ -lm -pthread")
+if(LIBRARY_TYPE STREQUAL "STATIC_LIBRARY")
+    set(LIBS_OF_AN_ARCHIVE " ${PRIVATE_LIBS}")
+endif()
+configure_file(${CMAKE_CURRENT_LIST_DIR}/vorlandi.pc.in vorlandi.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/vorlandi.pc DESTINATION ${PKGCONFIG_FOLDER})
+
+if(TARGET vorlandi_fortran)
+    install_component(vorlandi-fortran-targets vorlandi_fortran)
+    install(FILES ${PROJECT_BINARY_DIR}/fortran/modules/vorlandi.mod DESTINATION ${VORLANDI_FORTRAN_MODULE_FOLDER})
+    install(FILES ${PROJECT_SOURCE_DIR}/fortran/vorlandi.f90 DESTINATION ${CMAKE_INSTALL_DATADIR}/vorlandi/fortran)
+    configure_file(${CMAKE_CURRENT_LIST_DIR}/vorlandi-fortran.pc.in vorlandi-fortran.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/vorlandi-fortran.pc DESTINATION ${PKGCONFIG_FOLDER})
+endif()
