@@ -228,28 +228,27 @@ AgeStatistics statisticsOf(int age_days, const std::vector<Part>& parts) {
     AgeStatistics statistics;
     statistics.age_days = age_days;
     statistics.satellites = parts.size();
-    std::array<Mean, 4> squares_m2;
     std::vector<double> distances;
+    for (const auto& [index, difference] : parts)
+        distances.push_back(difference->meanSquaredDistance);
+    const double usual = medianOf(distances);
+    const auto counted = std::count_if(distances.begin(), distances.end(), [](double e) { return !std::isnan(e); });
+    const bool canTell = static_cast<std::size_t>(counted) >= kFewestForHonesty;
+    std::array<Mean, 4> squares_m2;
+    std::array<Mean, 3> squares_sigma2;
+    Mean distance;
     for (const auto& [index, difference] : parts) {
         statistics.times += difference->times;
-        for (std::size_t k = 0; k < squares_m2.size(); ++k)
-            squares_m2[k].add(difference->meanSquares_m2[k]);
         if (difference->largest_m >= statistics.largest_m) {
             statistics.largest_m = difference->largest_m;
             statistics.largestOf = index;
         }
-        distances.push_back(difference->meanSquaredDistance);
-    }
-    const double usual = medianOf(distances);
-    const auto counted = std::count_if(distances.begin(), distances.end(), [](double e) { return !std::isnan(e); });
-    std::array<Mean, 3> squares_sigma2;
-    Mean distance;
-    for (const auto& [index, difference] : parts) {
-        if (static_cast<std::size_t>(counted) >= kFewestForHonesty &&
-            difference->meanSquaredDistance > kFarOff * usual) {
+        if (canTell && difference->meanSquaredDistance > kFarOff * usual) {
             statistics.setAside.push_back(index);
             continue;
         }
+        for (std::size_t k = 0; k < squares_m2.size(); ++k)
+            squares_m2[k].add(difference->meanSquares_m2[k]);
         for (std::size_t k = 0; k < squares_sigma2.size(); ++k)
             squares_sigma2[k].add(difference->meanSquares_sigma2[k]);
         distance.add(difference->meanSquaredDistance);

@@ -1,6 +1,6 @@
 // A delivery of ephemerides beside the one before: which records belong together, which findings are new, and how far
-// the earlier predictions were off. The later delivery is nearer to the truth, and the difference over the overlap shows
-// the error of the earlier one by its age; where there are covariances, it shows whether they are honest.
+// the earlier predictions were off. The later delivery is nearer to the truth: the difference over the overlap shows
+// the error of the earlier one by its age and, where there are covariances, whether these are honest.
 #pragma once
 
 #include <array>
@@ -94,7 +94,7 @@ struct AgeStatistics {
     int age_days = 0;
     std::size_t satellites = 0;
     std::size_t times = 0;
-    std::array<double, 4> rms_m{};
+    std::array<double, 4> rms_m{};  // without those that are set aside
     double largest_m = 0.0;
     std::size_t largestOf = 0;             // index of the difference
     std::size_t normalizedSatellites = 0;  // that count: with covariances, and not set aside

@@ -29,7 +29,7 @@ public:
             table("Difference to the previous delivery", ageRows(report_));
             for (const std::string& note : ageNotes(report_))
                 paragraph(note);
-            if (!report_.differences.empty()) parts_ += svgOf(differences(), kWidth_px);
+            if (!report_.ages.empty()) parts_ += svgOf(differences(), kWidth_px);
         }
         table("Satellites", satelliteRows(report_));
         std::string page(kDeliveryPageTemplate);
@@ -76,14 +76,14 @@ private:
         parts_ += "</table></div>\n";
     }
 
-    // The satellites that differ most have a colour each.
+    // The satellites that differ most have a colour each; those that don't differ at all are not drawn.
     std::vector<std::size_t> byDifference() const {
         std::vector<std::pair<double, std::size_t>> largest;
         for (std::size_t i = 0; i < report_.differences.size(); ++i) {
             double largest_m = 0.0;
             for (const analysis::AgeDifference& age : report_.differences[i].ages)
                 largest_m = std::max(largest_m, age.largest_m);
-            largest.emplace_back(-largest_m, i);
+            if (!report_.differences[i].isSame) largest.emplace_back(-largest_m, i);
         }
         std::sort(largest.begin(), largest.end());
         std::vector<std::size_t> order;
@@ -97,8 +97,9 @@ private:
         plot.title = "This delivery less the previous one";
         plot.description = "Distances of the positions over time, and in sigmas where there are covariances";
         plot.panels = {{"distance (m)", true, {}}, {"normalized distance (sigmas)", true, {}}};
-        plot.span = report_.compared.front().span;
-        for (const std::size_t index : byDifference()) {
+        const std::vector<std::size_t> order = byDifference();
+        plot.span = report_.compared[order.front()].span;
+        for (const std::size_t index : order) {
             const ComparedRecords& compared = report_.compared[index];
             const CheckedSatellite& satellite = report_.satelliteOf(index);
             const std::size_t number = plot.satellites.size();

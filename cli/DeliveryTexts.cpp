@@ -152,6 +152,9 @@ std::vector<std::string> ageNotes(const DeliveryReport& report) {
                     [](const AgeStatistics& age) { return age.normalizedSatellites > 0; }))
         notes.emplace_back(
             "factor: by so much standard deviations would have to grow to explain the differences; 1 is honest.");
+    if (std::any_of(report.ages.begin(), report.ages.end(),
+                    [](const AgeStatistics& age) { return !age.setAside.empty(); }))
+        notes.emplace_back("Satellites that are far off are left out, but of the largest difference.");
     std::size_t same = 0;
     std::size_t unanswered = 0;
     for (const analysis::PredictionDifference& difference : report.differences) {

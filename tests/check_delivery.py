@@ -112,9 +112,11 @@ def write_page(options, planted, found, judged, example):
              "example`:", "", "```", "$ cd example; vorlandi delivery faulty --previous previous",
              example.rstrip("\n"), "```", "", "## How it was verified", "",
              f"`tests/check_delivery.py --satellites {options.satellites} --faults {options.faults}` makes predictions "
-             "whose errors are what their covariances say, and a second delivery a day later; then it plants faults.",
-             "All were found, in the satellites that have them, and no other error or warning was told. The delivery "
-             "without faults is silent.", "", "| fault | planted | told as | found |", "|---|---|---|---|"]
+             "whose errors are what their",
+             "covariances say, and a second delivery a day later; then it plants faults. All were found, in the "
+             "satellites that have",
+             "them, and no other error or warning was told. The delivery without faults is silent.",
+             "", "| fault | planted | told as | found |", "|---|---|---|---|"]
     rows = collections.Counter((row["fault"], row["kinds"]) for row in planted)
     for (fault, kinds), count in rows.items():
         hits = sum(all((int(row["satellite"]), kind) in found for kind in kinds.split())

@@ -147,6 +147,7 @@ TEST(Delivery, CovariancesAreJudgedByChiSquaredOverTheSatellites) {
 TEST(Delivery, SatellitesFarOffAreSetAside) {
     std::vector<PredictionDifference> differences(9, withDistance(3.0));
     differences.push_back(withDistance(76.0));
+    differences.back().ages[0].meanSquares_m2.fill(1e6);
     const auto statistics = statisticsByAge(differences);
     EXPECT_THAT(statistics[0].setAside, ElementsAre(9));
     EXPECT_EQ(statistics[0].normalizedSatellites, 9U);
