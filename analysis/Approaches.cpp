@@ -37,8 +37,6 @@ struct Fleet {
     std::vector<Member> members;
 };
 
-bool isName(std::int32_t number) { return number != 0 && number != 99999; }
-
 // Samples are evenly spaced in TAI. Borders lie half a step around each.
 class Samples {
 public:

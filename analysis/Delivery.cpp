@@ -12,11 +12,6 @@
 namespace vorlandi::analysis {
 namespace {
 
-constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
-constexpr double kMicrosecond_days = 1e-6 / kSecondsPerDay;
-
-bool isName(std::int32_t number) { return number != 0 && number != 99999; }
-
 std::optional<double> overlapOf(const DeliveredRecord& a, const DeliveredRecord& b) {
     if (!a.span || !b.span) return std::nullopt;
     const double days =

@@ -1,5 +1,6 @@
 #include "Checking.hpp"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 
 #include "CommandTable.hpp"

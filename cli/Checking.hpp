@@ -1,12 +1,12 @@
 // What the commands that check satellites share.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <string>
 #include <vector>
 
 #include "CheckReport.hpp"
+#include "CommandParser.hpp"
 #include "LoadListener.hpp"
 #include "analysis/Check.hpp"
 

@@ -1,5 +1,6 @@
 #include "DeliveryCommand.hpp"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
 #include <memory>
@@ -14,7 +15,7 @@
 namespace vorlandi::cli {
 namespace {
 
-constexpr const char* kFooter =
+constexpr const char* kDeliveryFooter =
     R"(DELIVERY and --previous are a folder, whose files are all read (those that a card file in it names, once), an
 archive, a card file or an ephemeris file. The report has the satellites and their spacing, what `vorlandi check` finds
 in them and, beside the previous delivery, what of it is new, unchanged or gone; satellites that are missing, added, in
@@ -249,7 +250,7 @@ void addDeliveryCommand(CLI::App& application, Session& session) {
     addOutput(*command, options->output);
     command->add_flag("--force", options->isForced, "Replace a page that exists");
     addVerbose(*command, session.console);
-    command->footer(kFooter);
+    command->footer(kDeliveryFooter);
     command->callback(
         [options, command, &session] { session.status = runDelivery(*command, *options, session.console); });
 }

@@ -10,7 +10,7 @@ using analysis::AgeStatistics;
 using analysis::Finding;
 using analysis::Severity;
 
-constexpr std::array<const char*, 4> kComponents{"radial", "in_track", "cross_track", "distance"};
+constexpr std::array<const char*, 4> kDifferenceNames{"radial", "in_track", "cross_track", "distance"};
 
 class DeliveryJson {
 public:
@@ -96,7 +96,7 @@ private:
     template <std::size_t Size>
     void rms(const std::array<double, Size>& squares, std::string_view unit) {
         for (std::size_t k = 0; k < Size; ++k)
-            output_.print(R"("{}_{}":{},)", kComponents[k], unit, jsonNumber(std::sqrt(squares[k])));
+            output_.print(R"("{}_{}":{},)", kDifferenceNames[k], unit, jsonNumber(std::sqrt(squares[k])));
     }
 
     void findings(const std::vector<Finding>& findings, const std::vector<bool>& isNew) {
@@ -122,11 +122,11 @@ private:
     void age(const AgeStatistics& age) {
         output_.print(R"({{"age_days":{},"satellites":{},"times":{},)", age.age_days, age.satellites, age.times);
         for (std::size_t k = 0; k < age.rms_m.size(); ++k)
-            output_.print(R"("{}_m":{},)", kComponents[k], jsonNumber(age.rms_m[k]));
+            output_.print(R"("{}_m":{},)", kDifferenceNames[k], jsonNumber(age.rms_m[k]));
         output_.print(R"("largest_m":{},"largest_of":{},)", jsonNumber(age.largest_m),
                       report_.satelliteOf(age.largestOf).record.number);
         for (std::size_t k = 0; k < age.rms_sigma.size(); ++k)
-            output_.print(R"("{}_sigmas":{},)", kComponents[k], jsonNumber(age.rms_sigma[k]));
+            output_.print(R"("{}_sigmas":{},)", kDifferenceNames[k], jsonNumber(age.rms_sigma[k]));
         output_.print(R"("normalized_satellites":{},"set_aside":{},"factor":{},"covariances":{}}})",
                       age.normalizedSatellites, age.setAside.size(), jsonNumber(age.factor),
                       nameOf(age.honesty).empty() ? "null" : jsonText(nameOf(age.honesty)));

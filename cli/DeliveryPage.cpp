@@ -10,11 +10,11 @@
 namespace vorlandi::cli {
 namespace {
 
-constexpr int kWidth_px = 1000;
+constexpr int kPicture_px = 1000;
 
-class Page {
+class DeliveryPageText {
 public:
-    Page(const DeliveryReport& report, std::size_t limit) : report_(report), limit_(limit) {}
+    DeliveryPageText(const DeliveryReport& report, std::size_t limit) : report_(report), limit_(limit) {}
 
     std::string text() {
         paragraph(summaryOf(report_.now));
@@ -29,7 +29,7 @@ public:
             table("Difference to the previous delivery", ageRows(report_));
             for (const std::string& note : ageNotes(report_))
                 paragraph(note);
-            if (!report_.ages.empty()) parts_ += svgOf(differences(), kWidth_px);
+            if (!report_.ages.empty()) parts_ += svgOf(differences(), kPicture_px);
         }
         table("Satellites", satelliteRows(report_));
         std::string page(kDeliveryPageTemplate);
@@ -121,6 +121,8 @@ private:
 
 }  // namespace
 
-std::string deliveryPage(const DeliveryReport& report, std::size_t limit) { return Page(report, limit).text(); }
+std::string deliveryPage(const DeliveryReport& report, std::size_t limit) {
+    return DeliveryPageText(report, limit).text();
+}
 
 }  // namespace vorlandi::cli

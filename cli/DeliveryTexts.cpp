@@ -14,16 +14,16 @@ using analysis::AgeStatistics;
 using analysis::Finding;
 using analysis::Severity;
 
-std::string rounded(std::optional<double> value) {
+std::string roundedOrNone(std::optional<double> value) {
     return value && std::isfinite(*value) ? analysis::roundedText(*value) : "-";
 }
 
 std::string timeOrNone(std::size_t points, double time) { return points > 0 ? isoTime(time) : "-"; }
 
 // Collects the lines of findings, at most so many of a kind.
-class Lines {
+class FindingLines {
 public:
-    explicit Lines(std::size_t limit) : limit_(limit) {}
+    explicit FindingLines(std::size_t limit) : limit_(limit) {}
 
     void add(const std::vector<Finding>& findings, const std::vector<bool>& isNew, const std::string& subject,
              Severity severity) {
@@ -59,7 +59,7 @@ TextRows groupRows(const DeliveryReport& report) {
                   {true, false, false, false, true, true},
                   {}};
     for (const DeliveryGroup& group : groupsOf(report.now))
-        rows.rows.push_back({name(group.frame), rounded(group.spacing_s), std::to_string(group.satellites),
+        rows.rows.push_back({name(group.frame), roundedOrNone(group.spacing_s), std::to_string(group.satellites),
                              std::to_string(group.points), timeOrNone(group.points, group.span.start),
                              timeOrNone(group.points, group.span.end)});
     return rows;
@@ -84,7 +84,7 @@ TextRows findingRows(const DeliveryReport& report) {
 }
 
 std::vector<std::string> findingLines(const DeliveryReport& report, std::size_t limit) {
-    Lines lines(limit);
+    FindingLines lines(limit);
     for (const Severity severity : {Severity::Error, Severity::Warning}) {
         for (std::size_t i = 0; i < report.now.files.size(); ++i)
             lines.add(report.now.files[i].findings, report.isNewInFile[i], printable(report.now.files[i].name),
@@ -128,14 +128,14 @@ TextRows ageRows(const DeliveryReport& report) {
     for (const AgeStatistics& age : report.ages) {
         TextTable::Row row{std::to_string(age.age_days), std::to_string(age.satellites)};
         for (const double rms_m : age.rms_m)
-            row.push_back(rounded(rms_m));
-        row.push_back(rounded(age.largest_m));
+            row.push_back(roundedOrNone(rms_m));
+        row.push_back(roundedOrNone(age.largest_m));
         const CheckedSatellite& largest = report.satelliteOf(age.largestOf);
         row.push_back(shortNameOf({largest.record, largest.inFile}));
         if (hasSigmas) {
             for (const double sigmas : age.rms_sigma)
-                row.push_back(rounded(sigmas));
-            row.push_back(rounded(age.factor));
+                row.push_back(roundedOrNone(sigmas));
+            row.push_back(roundedOrNone(age.factor));
             row.push_back(honestyText(age));
         }
         rows.rows.push_back(std::move(row));
@@ -190,7 +190,7 @@ TextRows satelliteRows(const DeliveryReport& report) {
                            std::to_string(satellite.points),
                            timeOrNone(satellite.points, satellite.span.start),
                            timeOrNone(satellite.points, satellite.span.end),
-                           rounded(spacing ? std::optional(spacing->median_s) : std::nullopt),
+                           roundedOrNone(spacing ? std::optional(spacing->median_s) : std::nullopt),
                            std::to_string(countOf(satellite.check.findings, Severity::Error)),
                            std::to_string(countOf(satellite.check.findings, Severity::Warning))};
         if (report.before) {
@@ -198,9 +198,9 @@ TextRows satelliteRows(const DeliveryReport& report) {
             if (differences[i] != nullptr)
                 for (const analysis::AgeDifference& age : differences[i]->ages)
                     if (largest == nullptr || age.largest_m > largest->largest_m) largest = &age;
-            row.push_back(largest ? rounded(largest->largest_m) : "-");
+            row.push_back(largest ? roundedOrNone(largest->largest_m) : "-");
             row.push_back(largest ? std::to_string(largest->age_days) : "-");
-            row.push_back(largest ? rounded(std::sqrt(largest->meanSquaredDistance / 3.0)) : "-");
+            row.push_back(largest ? roundedOrNone(std::sqrt(largest->meanSquaredDistance / 3.0)) : "-");
         }
         rows.rows.push_back(std::move(row));
     }
