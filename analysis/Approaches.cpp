@@ -38,8 +38,6 @@ struct Fleet {
     std::vector<Member> members;
 };
 
-bool isName(std::int32_t number) { return number != 0 && number != 99999; }
-
 // The spans in which two or more of the members have states, by time.
 std::vector<Span> sharedSpans(const std::vector<Member>& members) {
     std::vector<std::pair<Ds50, int>> changes;

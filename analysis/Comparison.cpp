@@ -27,8 +27,9 @@ void answer(const Satellite& satellite, std::span<const Ds50> times, Answers& an
     satellite.try_states(times, answers.states, answers.codes, answers.covariances);
 }
 
-double normalizedDistance(const Vector& difference_km, const Matrix6& a, const Matrix6& b) {
-    if (!isCovariance(a) && !isCovariance(b)) return kNone;
+// The covariance of the difference of two positions, km^2; none if neither has one.
+std::optional<Eigen::Matrix3d> sumOfCovariances(const Matrix6& a, const Matrix6& b) {
+    if (!isCovariance(a) && !isCovariance(b)) return std::nullopt;
     Eigen::Matrix3d sum = Eigen::Matrix3d::Zero();
     for (const Matrix6* const covariance : {&a, &b}) {
         if (!isCovariance(*covariance)) continue;
@@ -36,9 +37,7 @@ double normalizedDistance(const Vector& difference_km, const Matrix6& a, const M
             for (std::size_t column = 0; column < 3; ++column)
                 sum(static_cast<Eigen::Index>(row), static_cast<Eigen::Index>(column)) += (*covariance)[row][column];
     }
-    const Eigen::LLT<Eigen::Matrix3d> root(sum);
-    if (root.info() != Eigen::Success) return kNone;
-    return root.matrixL().solve(difference_km).norm();
+    return sum;
 }
 
 // The components of a vector, then its length.
@@ -49,13 +48,52 @@ void fill(std::span<double, 4> values, const std::optional<Axes>& axes, const Ve
     values[3] = vector.norm();
 }
 
-Difference differenceOf(Ds50 time, Motion motion, const State& a, const State& b) {
-    Difference difference{time, {}, kNone};
-    const std::optional<Axes> axes = motion == Motion::Unknown ? std::nullopt : orbitAxes(a, motion);
+Difference differenceOf(Ds50 time, const std::optional<Axes>& axes, const State& a, const State& b) {
+    Difference difference{time, {}, kNone, {kNone, kNone, kNone}};
     const std::span<double, kQuantityNames.size()> values(difference.values);
     fill(values.first<4>(), axes, (positionOf(b) - positionOf(a)) * kMetresPerKm);
     fill(values.last<4>(), axes, (velocityOf(b) - velocityOf(a)) * kMillimetresPerKm);
     return difference;
+}
+
+void normalize(Difference& difference, const std::optional<Axes>& axes, const Vector& difference_km,
+               const Eigen::Matrix3d& covariance) {
+    const Eigen::LLT<Eigen::Matrix3d> root(covariance);
+    if (root.info() != Eigen::Success) return;
+    difference.normalized = root.matrixL().solve(difference_km).norm();
+    if (!axes) return;
+    for (std::size_t k = 0; k < 3; ++k) {
+        const Vector axis = vectorOf((*axes)[k]);
+        difference.normalizedComponents[k] = axis.dot(difference_km) / std::sqrt(axis.dot(covariance * axis));
+    }
+}
+
+// Collects the differences where both have states, and hands on these, with the index of their time.
+template <typename Use>
+void forEachDifference(const Satellite& a, const Satellite& b, std::span<const Ds50> times, Comparison& comparison,
+                       const Use& use) {
+    const Motion motion = motionOf(a.fields().frame);
+    comparison.differences.reserve(times.size());
+    Answers ofA;
+    Answers ofB;
+    for (std::size_t done = 0; done < times.size(); done += ofA.codes.size()) {
+        const std::span<const Ds50> chunk = times.subspan(done, std::min(kTimesAtOnce, times.size() - done));
+        answer(a, chunk, ofA);
+        answer(b, chunk, ofB);
+        for (std::size_t i = 0; i < chunk.size(); ++i) {
+            if (ofA.codes[i] != 0 || ofB.codes[i] != 0) {
+                ++comparison.unanswered;
+                continue;
+            }
+            const std::optional<Axes> axes =
+                motion == Motion::Unknown ? std::nullopt : orbitAxes(ofA.states[i], motion);
+            Difference& difference =
+                comparison.differences.emplace_back(differenceOf(chunk[i], axes, ofA.states[i], ofB.states[i]));
+            if (const auto covariance = sumOfCovariances(ofA.covariances[i], ofB.covariances[i]))
+                normalize(difference, axes, positionOf(ofB.states[i]) - positionOf(ofA.states[i]), *covariance);
+            use(done + i, ofA.states[i], ofB.states[i]);
+        }
+    }
 }
 
 // The explanations look at an even choice of the compared positions.
@@ -124,34 +162,23 @@ std::vector<Ds50> timesWithin(const Satellite& satellite, const Span& span) {
     return times;
 }
 
+Comparison compareStates(const Satellite& a, const Satellite& b, std::span<const Ds50> times) {
+    Comparison comparison;
+    forEachDifference(a, b, times, comparison, [](std::size_t, const State&, const State&) {});
+    return comparison;
+}
+
 Comparison compare(const Satellite& a, const Satellite& b, std::span<const Ds50> times) {
-    const Motion motion = motionOf(a.fields().frame);
     const std::size_t stride = strideFor(times.size());
     Comparison comparison;
-    comparison.differences.reserve(times.size());
-    Answers ofA;
-    Answers ofB;
     std::vector<std::array<double, 3>> positionsOfA;
     Track track;
-    for (std::size_t done = 0; done < times.size(); done += ofA.codes.size()) {
-        const std::span<const Ds50> chunk = times.subspan(done, std::min(kTimesAtOnce, times.size() - done));
-        answer(a, chunk, ofA);
-        answer(b, chunk, ofB);
-        for (std::size_t i = 0; i < chunk.size(); ++i) {
-            if (ofA.codes[i] != 0 || ofB.codes[i] != 0) {
-                ++comparison.unanswered;
-                continue;
-            }
-            Difference& difference =
-                comparison.differences.emplace_back(differenceOf(chunk[i], motion, ofA.states[i], ofB.states[i]));
-            difference.normalized = normalizedDistance(positionOf(ofB.states[i]) - positionOf(ofA.states[i]),
-                                                       ofA.covariances[i], ofB.covariances[i]);
-            if ((done + i) % stride != 0) continue;
-            positionsOfA.push_back(ofA.states[i].position_km);
-            track.times.push_back(chunk[i]);
-            track.positions_km.push_back(ofB.states[i].position_km);
-        }
-    }
+    forEachDifference(a, b, times, comparison, [&](std::size_t i, const State& ofA, const State& ofB) {
+        if (i % stride != 0) return;
+        positionsOfA.push_back(ofA.position_km);
+        track.times.push_back(times[i]);
+        track.positions_km.push_back(ofB.position_km);
+    });
     comparison.timeOffset = timeOffset(a, track);
     if (comparison.timeOffset && !comparison.timeOffset->rms.isConvincing()) comparison.timeOffset.reset();
     comparison.rotation = rotation(positionsOfA, track);

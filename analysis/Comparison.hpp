@@ -38,6 +38,8 @@ struct Difference {
     // sqrt(d' P^-1 d) of the difference d of the positions, P being the sum of the covariances that A and B have then;
     // NaN if neither has one or P is not positive.
     double normalized;
+    // The components of d, each over its own standard deviation by P; NaN as above, and where there are no components.
+    std::array<double, 3> normalizedComponents;
 
     double operator[](Quantity quantity) const { return values[static_cast<std::size_t>(quantity)]; }
 };
@@ -81,5 +83,8 @@ std::vector<Ds50> timesWithin(const Satellite& satellite, const Span& span);
 
 // Compares B with A at rising times. The frames are taken to be the same. Throws Error if A has gone.
 Comparison compare(const Satellite& a, const Satellite& b, std::span<const Ds50> times);
+
+// The same without looking for explanations, which take most of the time.
+Comparison compareStates(const Satellite& a, const Satellite& b, std::span<const Ds50> times);
 
 }  // namespace vorlandi::analysis

@@ -31,6 +31,13 @@ Matrix scaledToUnitDiagonal(const Matrix6& covariance) {
     return matrix;
 }
 
+// Where there are no velocities their rows are zero, which makes no eigenvalue negative, but ends a decomposition.
+Matrix withoutEmptyRows(Matrix matrix) {
+    for (Eigen::Index i = 0; i < 6; ++i)
+        if (matrix(i, i) == 0.0 && matrix.row(i).isZero(0.0)) matrix(i, i) = 1.0;
+    return matrix;
+}
+
 void extend(std::vector<PoorCovariances>& stretches, std::size_t point, double eigenvalue) {
     if (stretches.empty() || stretches.back().last + 1 != point) stretches.push_back({point, point, eigenvalue});
     stretches.back().last = point;
@@ -41,7 +48,7 @@ void extend(std::vector<PoorCovariances>& stretches, std::size_t point, double e
 
 std::optional<double> negativeEigenvalue(const Matrix6& covariance) {
     const Matrix matrix = scaledToUnitDiagonal(covariance);
-    if (Eigen::LLT<Matrix>(matrix).info() == Eigen::Success) return std::nullopt;
+    if (Eigen::LLT<Matrix>(withoutEmptyRows(matrix)).info() == Eigen::Success) return std::nullopt;
     const Eigen::SelfAdjointEigenSolver<Matrix> solver(matrix, Eigen::EigenvaluesOnly);
     const double least = solver.eigenvalues().minCoeff();
     if (least >= kRoundedZero) return std::nullopt;

@@ -15,6 +15,9 @@ inline constexpr double kMicrosecond_days = 1e-6 / kSecondsPerDay;
 inline constexpr double kMetresPerKm = 1000.0;
 inline constexpr double kNone = std::numeric_limits<double>::quiet_NaN();  // there is no such number
 
+// Files without a number, and satellites without one in the catalogue, have these.
+inline bool isName(std::int32_t number) noexcept { return number != 0 && number != 99999; }
+
 // Indices count from 0 everywhere; interval i lies between the points i and i + 1.
 struct Ephemeris {
     std::int32_t number = 0;

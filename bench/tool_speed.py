@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Measures the tool on one satellite of a million points: convert, states and check, the states beside numpy.savetxt.
+"""Measures the tool on one satellite of a million points: convert, states and check, the states beside numpy.savetxt;
+and the report on deliveries of many files.
 
 Runs each five times in turn and prints the medians. Processor time and wall time differ where the tool uses two
 threads. Needs numpy.
@@ -50,37 +51,69 @@ def savetxt(states, path):
     return time.perf_counter() - begin, time.process_time() - cpu
 
 
+def measured(jobs):
+    """Median wall and processor time of each job."""
+    times = {name: [] for name in jobs}
+    for _ in range(ROUNDS):
+        for name, job in jobs.items():
+            times[name].append(job())
+    return {name: tuple(statistics.median(column) for column in zip(*pairs)) for name, pairs in times.items()}
+
+
+def measure_satellite(tool, points, home):
+    source, converted = home / "81001.e", home / "81002.e"
+    write_points(source, points, 60)
+    array = numpy.random.default_rng(1).uniform(-7000, 7000, (points, 7))
+    times = measured({
+        "load alone (info)": lambda: run([tool, "info", source]),
+        "convert, stk to stk": lambda: run([tool, "convert", source, "--into", "stk", "--force", "-o", converted],
+                                           stderr=subprocess.DEVNULL),
+        "states as csv": lambda: run([tool, "states", source, "--format", "csv", "-o", home / "states.csv"]),
+        "interpolated states as csv": lambda: run([tool, "states", source, "--step", "59", "--format", "csv", "-o",
+                                                   home / "states.csv"]),
+        "numpy.savetxt": lambda: savetxt(array, home / "numpy.csv"),
+        "check": lambda: run([tool, "check", source]),
+    })
+    print(f"| {points:,} points | wall | processor | |\n|---|---|---|---|")
+    for name, (wall_s, cpu_s) in times.items():
+        rate = {"convert, stk to stk": f"{converted.stat().st_size / wall_s / 1e6:.0f} MB/s of output",
+                "check": f"{wall_s / points * 1e6:.2f} us a point"}.get(name, "")
+        print(f"| {name} | {wall_s:.2f} s | {cpu_s:.2f} s | {rate} |")
+
+
+def measure_delivery(tool, satellites, home):
+    generator = pathlib.Path(tool).with_name("generate_delivery")
+    subprocess.run([generator, "--satellites", str(satellites), "--faults", "0", "--out", home / "fleet"], check=True)
+    now, before = home / "fleet" / "clean", home / "fleet" / "previous"
+    files = sorted(now.iterdir())
+    report = [tool, "delivery", now, "-o", home / "report.json", "--format", "json"]
+    jobs = {
+        "load alone (info)": (lambda: run([tool, "info", *files]), 1),
+        "load alone, both": (lambda: run([tool, "info", *files, *sorted(before.iterdir())]), 2),
+    }
+    for threads in ("1", "2"):
+        jobs[f"delivery -j {threads}"] = (lambda j=threads: run([*report, "-j", j]), 1)
+        jobs[f"delivery --previous -j {threads}"] = (lambda j=threads: run([*report, "--previous", before, "-j", j]), 2)
+    times = measured({name: job for name, (job, _) in jobs.items()})
+    loads_s = {1: times["load alone (info)"][0], 2: times["load alone, both"][0]}
+    print(f"\n| {satellites} files with covariances | wall | processor | of the load |\n|---|---|---|---|")
+    for name, (wall_s, cpu_s) in times.items():
+        print(f"| {name} | {wall_s:.2f} s | {cpu_s:.2f} s | {wall_s / loads_s[jobs[name][1]]:.1f} |")
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("tool", help="the program vorlandi")
+    parser.add_argument("tool", help="the program vorlandi; generate_delivery is beside it")
     parser.add_argument("--points", type=int, default=1_000_000)
+    parser.add_argument("--satellites", type=int, default=500, help="of a delivery; 0: none")
     options = parser.parse_args()
+    tool = os.path.abspath(options.tool)
     with tempfile.TemporaryDirectory() as folder:
         home = pathlib.Path(folder)
-        source, converted = home / "81001.e", home / "81002.e"
-        write_points(source, options.points, 60)
-        array = numpy.random.default_rng(1).uniform(-7000, 7000, (options.points, 7))
-        tool = os.path.abspath(options.tool)
-        jobs = {
-            "load alone (info)": lambda: run([tool, "info", source]),
-            "convert, stk to stk": lambda: run([tool, "convert", source, "--into", "stk", "--force", "-o", converted],
-                                               stderr=subprocess.DEVNULL),
-            "states as csv": lambda: run([tool, "states", source, "--format", "csv", "-o", home / "states.csv"]),
-            "interpolated states as csv": lambda: run([tool, "states", source, "--step", "59", "--format", "csv", "-o",
-                                                       home / "states.csv"]),
-            "numpy.savetxt": lambda: savetxt(array, home / "numpy.csv"),
-            "check": lambda: run([tool, "check", source]),
-        }
-        times = {name: [] for name in jobs}
-        for _ in range(ROUNDS):
-            for name, job in jobs.items():
-                times[name].append(job())
-        print(f"| {options.points:,} points | wall | processor | |\n|---|---|---|---|")
-        for name, pairs in times.items():
-            wall_s, cpu_s = (statistics.median(column) for column in zip(*pairs))
-            rate = {"convert, stk to stk": f"{converted.stat().st_size / wall_s / 1e6:.0f} MB/s of output",
-                    "check": f"{wall_s / options.points * 1e6:.2f} us a point"}.get(name, "")
-            print(f"| {name} | {wall_s:.2f} s | {cpu_s:.2f} s | {rate} |")
+        if options.points:
+            measure_satellite(tool, options.points, home)
+        if options.satellites:
+            measure_delivery(tool, options.satellites, home)
 
 
 if __name__ == "__main__":

@@ -2,18 +2,14 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <atomic>
-#include <cmath>
 #include <memory>
-#include <thread>
 
 #include "CheckReport.hpp"
-#include "CommandTable.hpp"
+#include "Checking.hpp"
 #include "LoadFindings.hpp"
 #include "Loading.hpp"
 #include "Output.hpp"
 #include "Selection.hpp"
-#include "analysis/Covariances.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -40,67 +36,11 @@ struct CheckCommandOptions {
     std::vector<std::int32_t> satellites;
     TimeRange range;
     analysis::CheckOptions check;
-    std::vector<std::string> only;
-    std::vector<std::string> skip;
+    KindChoice kinds;
     std::size_t limit = 10;
     std::string output{kStandardOutput};
     Format format = Format::Table;
 };
-
-std::vector<CheckedSatellite> wantedSatellites(const CheckCommandOptions& options, const LoadResults& results) {
-    std::vector<CheckedSatellite> wanted;
-    for (RecordOfFile& satellite : loadedRecords(results)) {
-        if (!isWanted(satellite.record, options.satellites)) continue;
-        const auto origin = results.origins.find(satellite.record.key());
-        const std::string format = origin == results.origins.end() ? "" : origin->second.format;
-        wanted.push_back({std::move(satellite.record), satellite.inFile, format, 0, {}, {}});
-    }
-    return wanted;
-}
-
-void check(CheckedSatellite& satellite, const analysis::CheckOptions& options, const Span& range) {
-    const analysis::Ephemeris ephemeris = analysis::ephemerisOf(satellite.record.satellite, range);
-    satellite.points = ephemeris.size();
-    if (satellite.points > 0) satellite.span = {ephemeris.times.front().days, ephemeris.times.back().days};
-    satellite.check = analysis::checkEphemeris(
-        ephemeris, options, [&] { return analysis::covariancesBetween(satellite.record.satellite, ephemeris); });
-}
-
-// Each thread takes the next satellite; the order of the results stays that of the satellites.
-void checkAll(std::vector<CheckedSatellite>& satellites, const CheckCommandOptions& options, const Span& range) {
-    std::atomic<std::size_t> next = 0;
-    std::vector<std::exception_ptr> failures(satellites.size());
-    const auto work = [&] {
-        for (std::size_t i; (i = next++) < satellites.size();)
-            try {
-                check(satellites[i], options.check, range);
-            } catch (...) {
-                failures[i] = std::current_exception();
-            }
-    };
-    {
-        std::vector<std::jthread> threads;
-        for (std::size_t i = 1; i < std::min<std::size_t>(options.input.threads, satellites.size()); ++i)
-            threads.emplace_back(work);
-        work();
-    }
-    for (const std::exception_ptr& failure : failures)
-        if (failure) std::rethrow_exception(failure);
-}
-
-bool isNamed(const std::vector<std::string>& kinds, analysis::Kind kind) {
-    return std::find(kinds.begin(), kinds.end(), nameOf(kind)) != kinds.end();
-}
-
-// What was not examined is told with any choice of kinds but its own: it could have been of those.
-bool isLeftOut(analysis::Kind kind, const CheckCommandOptions& options) {
-    const bool isAlwaysTold = kind == analysis::Kind::NotExamined;
-    return isNamed(options.skip, kind) || (!options.only.empty() && !isNamed(options.only, kind) && !isAlwaysTold);
-}
-
-void keepWanted(std::vector<analysis::Finding>& findings, const CheckCommandOptions& options) {
-    std::erase_if(findings, [&](const analysis::Finding& finding) { return isLeftOut(finding.kind, options); });
-}
 
 // With --sat only the files that hold one of the satellites; those that hold none may have lost it.
 void keepFilesOfWanted(const CheckCommandOptions& options, const std::vector<SatelliteRecord>& all,
@@ -129,44 +69,22 @@ ExitStatus runCheck(const CLI::App& command, CheckCommandOptions& options, Conso
     results.wantsReports = true;
     loadFiles(options.input, options.output, console, &results);
     const std::vector<SatelliteRecord> all = loadedSatellites(results);
-    CheckReport report{options.check.tolerance_m, wantedSatellites(options, results), filesOf(results)};
+    CheckReport report{options.check.tolerance_m, satellitesToCheck(results, options.satellites), filesOf(results)};
     keepFilesOfWanted(options, all, report.files);
-    checkAll(report.satellites, options, spanOf(options.range));
+    checkAll(report.satellites, options.check, spanOf(options.range), options.input.threads);
     findAmongSatellites(results, report.satellites);
     for (CheckedSatellite& satellite : report.satellites)
-        keepWanted(satellite.check.findings, options);
+        options.kinds.keepWanted(satellite.check.findings);
     for (CheckedFile& file : report.files)
-        keepWanted(file.findings, options);
+        options.kinds.keepWanted(file.findings);
     bool couldLook = reportUnknown(options.satellites, all, console);
     for (const LoadReport* const unreadable : unreadableFiles(results, all)) {
         couldLook = false;
-        if (isLeftOut(analysis::Kind::NotRead, options)) console.error(unreadable->file, unreadable->text);
+        if (options.kinds.leavesOut(analysis::Kind::NotRead)) console.error(unreadable->file, unreadable->text);
     }
     write(report, options);
     if (!couldLook) return ExitStatus::Unreadable;
     return statusOf(report.count(analysis::Severity::Error) + report.count(analysis::Severity::Warning) == 0);
-}
-
-std::string kindList() {
-    std::string list;
-    for (const char* const name : analysis::kKindNames)
-        list += (list.empty() ? "" : ", ") + std::string(name);
-    return list;
-}
-
-void addKinds(CLI::App& command, const std::string& option, std::vector<std::string>& kinds, const std::string& help) {
-    command.add_option(option, kinds, help)
-        ->type_name("KIND,...")
-        ->delimiter(',')
-        ->allow_extra_args(false)
-        ->check(withChoices(CLI::Validator(
-                                [](const std::string& text) {
-                                    return analysis::kindNamed(text)
-                                               ? ""
-                                               : text + " is not a kind of finding; these are: " + kindList();
-                                },
-                                ""),
-                            {analysis::kKindNames.begin(), analysis::kKindNames.end()}));
 }
 
 }  // namespace
@@ -202,8 +120,7 @@ void addCheckCommand(CLI::App& application, Session& session) {
         ->type_name("F")
         ->capture_default_str()
         ->check(finiteAtLeast(1.0));
-    addKinds(*command, "--only", options->only, "Only these kinds of findings");
-    addKinds(*command, "--skip", options->skip, "Not these kinds of findings");
+    addKindChoice(*command, options->kinds);
     command->add_option("--limit", options->limit, "In tables show at most N findings of a kind for each satellite")
         ->type_name("N")
         ->capture_default_str()

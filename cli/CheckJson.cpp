@@ -12,21 +12,9 @@ std::string components(const std::array<double, 3>& vector) {
     return fmt::format("[{},{},{}]", jsonNumber(vector[0]), jsonNumber(vector[1]), jsonNumber(vector[2]));
 }
 
-std::string objectOf(const Finding& finding) {
-    std::string text = fmt::format(
-        R"({{"severity":"{}","kind":"{}","line":{},"from_utc":{},"to_utc":{},"value":{},"unit":{},"text":{})",
-        nameOf(finding.severity), nameOf(finding.kind), finding.line > 0 ? std::to_string(finding.line) : "null",
-        jsonTime(finding.from), jsonTime(finding.to), jsonNumber(finding.value),
-        *finding.unit == '\0' ? "null" : jsonText(finding.unit), jsonText(finding.text));
-    if (finding.jump)
-        text += fmt::format(R"(,"jump":{{"dv_m_s":{},"dx_m":{}}})", components(finding.jump->dv_m_s),
-                            finding.jump->dx_m ? components(*finding.jump->dx_m) : "null");
-    return text + "}";
-}
-
 void printFindings(const std::vector<Finding>& findings, Output& output) {
     output.write("\"findings\":");
-    printJsonArray(findings, output, [&](const Finding& finding) { output.write(objectOf(finding)); });
+    printJsonArray(findings, output, [&](const Finding& finding) { output.write(jsonOf(finding)); });
 }
 
 void printSatellite(const CheckedSatellite& satellite, Output& output) {
@@ -56,6 +44,18 @@ void printSatellite(const CheckedSatellite& satellite, Output& output) {
 }
 
 }  // namespace
+
+std::string jsonOf(const Finding& finding) {
+    std::string text = fmt::format(
+        R"({{"severity":"{}","kind":"{}","line":{},"from_utc":{},"to_utc":{},"value":{},"unit":{},"text":{})",
+        nameOf(finding.severity), nameOf(finding.kind), finding.line > 0 ? std::to_string(finding.line) : "null",
+        jsonTime(finding.from), jsonTime(finding.to), jsonNumber(finding.value),
+        *finding.unit == '\0' ? "null" : jsonText(finding.unit), jsonText(finding.text));
+    if (finding.jump)
+        text += fmt::format(R"(,"jump":{{"dv_m_s":{},"dx_m":{}}})", components(finding.jump->dv_m_s),
+                            finding.jump->dx_m ? components(*finding.jump->dx_m) : "null");
+    return text + "}";
+}
 
 void printCheckJson(const CheckReport& report, Output& output) {
     output.print("{{\"schema\":\"vorlandi.check/1\",\"tolerance_m\":{},\"satellites\":",

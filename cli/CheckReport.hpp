@@ -37,6 +37,15 @@ struct CheckReport {
 
 std::size_t countOf(const std::vector<analysis::Finding>& findings, analysis::Severity severity);
 
+// "satellite 81001 (a.e)", as it is printed.
+std::string subjectOf(const CheckedSatellite& satellite);
+
+// A line about a finding, without its end; the subject is printed where the finding has no place in a file.
+std::string lineOf(const analysis::Finding& finding, const std::string& subject);
+
+// An object.
+std::string jsonOf(const analysis::Finding& finding);
+
 // `limit`: how many findings of a kind are shown for one satellite or file.
 void printCheckTable(const CheckReport& report, std::size_t limit, Output& output);
 void printCheckCsv(const CheckReport& report, Output& output);

@@ -44,32 +44,31 @@ public:
 
     void print(const std::vector<Finding>& findings) {
         for (const Finding& finding : findings)
-            if (++counts_[static_cast<std::size_t>(finding.kind)] <= limit_) print(finding);
+            if (++counts_[static_cast<std::size_t>(finding.kind)] <= limit_)
+                output_.write(lineOf(finding, subject_) + '\n');
         for (std::size_t kind = 0; kind < counts_.size(); ++kind)
             if (counts_[kind] > limit_)
                 output_.print("{}: {} more {}\n", subject_, counts_[kind] - limit_, analysis::kKindNames[kind]);
     }
 
 private:
-    void print(const Finding& finding) {
-        const std::string place =
-            finding.line > 0 ? fmt::format("{}:{}", printable(finding.file), finding.line) : subject_;
-        output_.print("{}: {} {}{}: {}\n", place, nameOf(finding.severity), nameOf(finding.kind), timesOf(finding),
-                      printable(finding.text));
-    }
-
     std::string subject_;
     std::size_t limit_;
     Output& output_;
     std::array<std::size_t, analysis::kKindNames.size()> counts_{};
 };
 
+}  // namespace
+
 std::string subjectOf(const CheckedSatellite& satellite) {
-    const std::string record = satellite.inFile > 1 ? fmt::format(", record {}", satellite.inFile) : "";
-    return fmt::format("satellite {} ({}{})", satellite.record.number, printable(satellite.record.file), record);
+    return printable(nameOf(RecordOfFile{satellite.record, satellite.inFile}));
 }
 
-}  // namespace
+std::string lineOf(const Finding& finding, const std::string& subject) {
+    const std::string place = finding.line > 0 ? fmt::format("{}:{}", printable(finding.file), finding.line) : subject;
+    return fmt::format("{}: {} {}{}: {}", place, nameOf(finding.severity), nameOf(finding.kind), timesOf(finding),
+                       printable(finding.text));
+}
 
 void printCheckTable(const CheckReport& report, std::size_t limit, Output& output) {
     using enum Align;

@@ -11,6 +11,7 @@
 #include "CheckCommand.hpp"
 #include "CompletionCommand.hpp"
 #include "ConvertCommand.hpp"
+#include "DeliveryCommand.hpp"
 #include "DiffCommand.hpp"
 #include "FormatsCommand.hpp"
 #include "InfoCommand.hpp"
@@ -54,6 +55,7 @@ void addCommands(CLI::App& application, Session& session) {
     addInfoCommand(application, session);
     addStatesCommand(application, session);
     addCheckCommand(application, session);
+    addDeliveryCommand(application, session);
     addApproachesCommand(application, session);
     addDiffCommand(application, session);
     addSaveCommand(application, session);

@@ -18,7 +18,8 @@ const FormatsByName& formatsByName(Offered offered) {
     static const FormatsByName formats = {{"table", Format::Table}, {"csv", Format::Csv}, {"json", Format::Json}};
     static const FormatsByName all = {
         {"table", Format::Table}, {"csv", Format::Csv}, {"json", Format::Json}, {"jsonl", Format::Jsonl}};
-    return offered == Offered::All ? all : formats;
+    static const FormatsByName few = {{"table", Format::Table}, {"json", Format::Json}};
+    return offered == Offered::All ? all : offered == Offered::TableAndJson ? few : formats;
 }
 
 std::vector<std::string> namesOf(const FormatsByName& formats) {
@@ -157,8 +158,9 @@ void addFormat(CLI::App& command, Format& format, Offered offered) {
     command
         .add_option_function<std::string>(
             "--format", [&format](const std::string& name) { format = formatsByName(Offered::All).at(name); },
-            offered == Offered::All ? "table, csv, json, or jsonl: a line of json for each state"
-                                    : "table, csv or json")
+            offered == Offered::All            ? "table, csv, json, or jsonl: a line of json for each state"
+            : offered == Offered::TableAndJson ? "table or json"
+                                               : "table, csv or json")
         ->type_name("FORMAT")
         ->default_str("table")
         ->check(withChoices(CLI::IsMember(&formatsByName(offered)).description(""), namesOf(formatsByName(offered))));

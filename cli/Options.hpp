@@ -84,8 +84,8 @@ void inFormat(Format format, const Table& table, const Csv& csv, const Json& jso
             return json();
     }
 }
-// Of the formats all but JsonLines, a line an item, or all.
-enum class Offered { WithoutJsonl, All };
+// Of the formats all but JsonLines, a line an item; all; or the table and JSON.
+enum class Offered { WithoutJsonl, All, TableAndJson };
 void addFormat(CLI::App& command, Format& format, Offered offered = Offered::WithoutJsonl);
 void addVerbose(CLI::App& command, Console& console);
 

@@ -1,10 +1,21 @@
-// The page that shows orbits, from cli/page: {title}, {notes}, {panels} and {data} are filled in.
+// The pages, from cli/page, in which places are filled in.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace vorlandi::cli {
 
+// Shows orbits: {title}, {notes}, {panels} and {data}.
 extern const std::string_view kPageTemplate;
+
+// Reports on a delivery: {title} and {parts}.
+extern const std::string_view kDeliveryPageTemplate;
+
+// Puts a text wherever a place is; nothing is looked for in that text.
+inline void fillIn(std::string& page, std::string_view place, const std::string& text) {
+    for (std::size_t at = 0; (at = page.find(place, at)) != std::string::npos; at += text.size())
+        page.replace(at, place.size(), text);
+}
 
 }  // namespace vorlandi::cli

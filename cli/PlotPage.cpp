@@ -79,11 +79,6 @@ std::string dataOf(const std::vector<PageOrbit>& orbits, const Span& span) {
     return withinScript(std::move(json)) + "]}";
 }
 
-void replace(std::string& text, std::string_view place, const std::string& with) {
-    for (std::size_t at = 0; (at = text.find(place, at)) != std::string::npos; at += with.size())
-        text.replace(at, place.size(), with);
-}
-
 }  // namespace
 
 std::string pageOf(const Plot& plot, int width_px, const std::vector<PageOrbit>& orbits,
@@ -93,10 +88,10 @@ std::string pageOf(const Plot& plot, int width_px, const std::vector<PageOrbit>&
         paragraphs += "<p>" + markupText(note) + "</p>\n";
     std::string page(kPageTemplate);
     // The data last: it is the longest, and nothing is looked for in it.
-    replace(page, "{title}", markupText(plot.title));
-    replace(page, "{notes}", paragraphs);
-    replace(page, "{panels}", svgOf(plot, width_px));
-    replace(page, "{data}", dataOf(orbits, plot.span));
+    fillIn(page, "{title}", markupText(plot.title));
+    fillIn(page, "{notes}", paragraphs);
+    fillIn(page, "{panels}", svgOf(plot, width_px));
+    fillIn(page, "{data}", dataOf(orbits, plot.span));
     return page;
 }
 

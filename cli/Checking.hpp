@@ -1,0 +1,34 @@
+// What the commands that check satellites share.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "CheckReport.hpp"
+#include "CommandParser.hpp"
+#include "LoadListener.hpp"
+#include "analysis/Check.hpp"
+
+namespace vorlandi::cli {
+
+// The kinds of findings that are wanted: --only and --skip.
+struct KindChoice {
+    std::vector<std::string> only;
+    std::vector<std::string> skip;
+
+    // What was not examined is told with any choice of kinds but its own: it could have been of those.
+    bool leavesOut(analysis::Kind kind) const;
+    void keepWanted(std::vector<analysis::Finding>& findings) const;
+};
+void addKindChoice(CLI::App& command, KindChoice& kinds);
+
+// The satellites of a load without the `earlier` first ones of the store, in the order of loading.
+std::vector<CheckedSatellite> satellitesToCheck(const LoadResults& results, const std::vector<std::int32_t>& numbers,
+                                                std::size_t earlier = 0);
+
+// The result doesn't depend on the threads.
+void checkAll(std::vector<CheckedSatellite>& satellites, const analysis::CheckOptions& options, const Span& range,
+              unsigned threads);
+
+}  // namespace vorlandi::cli

@@ -1,0 +1,254 @@
+#include "DeliveryCommand.hpp"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <set>
+
+#include "Checking.hpp"
+#include "DeliveryReport.hpp"
+#include "LoadFindings.hpp"
+#include "Loading.hpp"
+#include "Selection.hpp"
+
+namespace vorlandi::cli {
+namespace {
+
+constexpr const char* kDeliveryFooter =
+    R"(DELIVERY and --previous are a folder, whose files are all read (those that a card file in it names, once), an
+archive, a card file or an ephemeris file. The report has the satellites and their spacing, what `vorlandi check` finds
+in them and, beside the previous delivery, what of it is new, unchanged or gone; satellites that are missing, added, in
+another frame, not updated, or end earlier; and the difference of the states over the overlap, in radial, in-track and
+cross-track, by the age of the previous prediction: whole days since its first point. With covariances it says whether
+they are honest: a factor of 2.1 means that standard deviations would have to grow 2.1 times. See docs/delivery.md.
+
+Records belong together if their satellite number and frame are the same. Frames are never converted: satellites whose
+frame has changed are told and not compared.
+
+With -o and a name that ends in .html a page is written, one file without network; --force replaces one that exists.
+
+Exit status: 0 nothing found; 1 an error or a warning; 2 wrong usage; 3 a file could not be read, or the output not be
+written.
+
+Examples:
+  vorlandi delivery today/ --previous yesterday/
+  vorlandi delivery today.zip --previous yesterday.zip -o report.html -j 2
+  vorlandi delivery fleet.card --format json --skip steps)";
+
+namespace fs = std::filesystem;
+
+struct DeliveryOptions {
+    InputOptions input;
+    std::string delivery;
+    std::string previous;
+    std::vector<std::int32_t> satellites;
+    analysis::CheckOptions check;
+    KindChoice kinds;
+    std::size_t limit = 10;
+    std::string output{kStandardOutput};
+    Format format = Format::Table;
+    bool isForced = false;
+};
+
+bool isPage(const DeliveryOptions& options) { return options.output.ends_with(".html"); }
+
+// The files in a folder and in those below, by name. Hidden ones don't count.
+std::vector<std::string> filesIn(const std::string& folder) {
+    std::vector<std::string> files;
+    const auto options = fs::directory_options::skip_permission_denied;
+    for (auto entry = fs::recursive_directory_iterator(folder, options); entry != fs::recursive_directory_iterator();
+         ++entry) {
+        const bool isHidden = entry->path().filename().string().starts_with('.');
+        if (isHidden && entry->is_directory()) entry.disable_recursion_pending();
+        if (!isHidden && entry->is_regular_file()) files.push_back(entry->path().string());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+std::set<fs::path> filesOfSatellites(std::size_t earlier) {
+    std::set<fs::path> files;
+    const std::vector<SatelliteRecord> satellites = loadedSatellites();
+    for (std::size_t i = earlier; i < satellites.size(); ++i)
+        files.insert(fs::weakly_canonical(satellites[i].file));
+    return files;
+}
+
+// One run of the command.
+class Delivery {
+public:
+    Delivery(const DeliveryOptions& options, Console& console) : options_(options), console_(console) {}
+
+    ExitStatus run() {
+        DeliveryReport report;
+        report.tolerance_m = options_.check.tolerance_m;
+        report.now = load(options_.delivery);
+        if (!options_.previous.empty()) {
+            CheckedDelivery before = load(options_.previous);
+            // Without one, every satellite would count as new.
+            if (!before.satellites.empty()) report.before = std::move(before);
+        }
+        couldLook_ = reportUnknown(options_.satellites, loadedSatellites(), console_) && couldLook_;
+        compareDeliveries(report, options_.input.threads);
+        tellFrames(report);
+        write(report);
+        if (!couldLook_) return ExitStatus::Unreadable;
+        return statusOf(report.count(analysis::Severity::Error) + report.count(analysis::Severity::Warning) == 0);
+    }
+
+private:
+    void refuse(const std::string& name, const std::string& reason) {
+        console_.error(name, reason);
+        couldLook_ = false;
+    }
+
+    CheckedDelivery load(const std::string& name) {
+        CheckedDelivery delivery{name, {}, {}};
+        LoadResults results;
+        results.wantsReports = true;
+        const std::size_t earlier = loadedSatellites().size();
+        std::error_code error;
+        if (!fs::is_directory(name, error))
+            loadAll({name}, results);
+        else if (!loadFolder(name, earlier, results))
+            return delivery;
+        delivery.satellites = satellitesToCheck(results, options_.satellites, earlier);
+        delivery.files = filesOf(results);
+        checkAll(delivery.satellites, options_.check, analysis::kAllTimes, options_.input.threads);
+        findAmongSatellites(results, delivery.satellites);
+        for (CheckedSatellite& satellite : delivery.satellites)
+            options_.kinds.keepWanted(satellite.check.findings);
+        for (CheckedFile& file : delivery.files)
+            options_.kinds.keepWanted(file.findings);
+        tellUnreadable(name, earlier, results);
+        return delivery;
+    }
+
+    void loadAll(std::vector<std::string> files, LoadResults& results) {
+        InputOptions input = options_.input;
+        input.files = std::move(files);
+        loadFiles(input, options_.output, console_, &results);
+    }
+
+    // Card files come first; what they name is not read again.
+    bool loadFolder(const std::string& folder, std::size_t earlier, LoadResults& results) {
+        std::vector<std::string> files;
+        try {
+            files = filesIn(folder);
+        } catch (const fs::filesystem_error& error) {
+            refuse(folder, error.code().message());
+            return false;
+        }
+        if (files.empty()) {
+            refuse(folder, "there are no files in it");
+            return false;
+        }
+        const auto isNoCard = std::stable_partition(files.begin(), files.end(),
+                                                    [](const std::string& file) { return file.ends_with(".card"); });
+        if (isNoCard != files.begin()) {
+            loadAll({files.begin(), isNoCard}, results);
+            const std::set<fs::path> loaded = filesOfSatellites(earlier);
+            files.erase(files.begin(), isNoCard);
+            std::erase_if(files, [&](const std::string& file) { return loaded.contains(fs::weakly_canonical(file)); });
+        }
+        if (!files.empty()) loadAll(std::move(files), results);
+        return true;
+    }
+
+    void tellUnreadable(const std::string& name, std::size_t earlier, const LoadResults& results) {
+        const std::vector<SatelliteRecord> all = loadedSatellites(results);
+        const std::vector<SatelliteRecord> loaded(all.begin() + static_cast<std::ptrdiff_t>(earlier), all.end());
+        const bool isPrevious = name != options_.delivery || earlier > 0;
+        Quota quota(console_);
+        for (const LoadReport* const unreadable : unreadableFiles(results, loaded)) {
+            couldLook_ = false;
+            // Findings of the previous delivery are only counted.
+            if ((isPrevious || options_.kinds.leavesOut(analysis::Kind::NotRead)) && quota.admits())
+                console_.error(unreadable->file, unreadable->text);
+        }
+        if (quota.heldBack() > 0)
+            console_.error(name, fmt::format("{} more files could not be read", quota.heldBack()));
+        if (loaded.empty()) refuse(name, "there is no satellite in it that could be read");
+    }
+
+    // It must not go unnoticed where the report isn't looked at.
+    void tellFrames(const DeliveryReport& report) {
+        const auto count = std::count_if(report.changes.begin(), report.changes.end(),
+                                         [](const Change& change) { return change.kind == ChangeKind::FrameChanged; });
+        if (count > 0)
+            console_.warning("", fmt::format("{} in another frame than before and not compared",
+                                             count == 1 ? "1 satellite is" : fmt::format("{} satellites are", count)));
+    }
+
+    void write(const DeliveryReport& report) {
+        if (report.now.satellites.empty() && refusesEmptyFile(options_.output, console_)) return;
+        Output output(options_.output);
+        if (isPage(options_))
+            output.write(deliveryPage(report, options_.limit));
+        else if (options_.format == Format::Json)
+            printDeliveryJson(report, output);
+        else
+            printDeliveryTable(report, options_.limit, output);
+        output.close();
+    }
+
+    const DeliveryOptions& options_;
+    Console& console_;
+    bool couldLook_ = true;
+};
+
+void requireOutput(const CLI::App& command, const DeliveryOptions& options) {
+    if (!isPage(options)) return;
+    if (command.count("--format") > 0) throw UsageError("--format", "can't be chosen for a page, a file .html");
+    if (!options.isForced && fs::exists(options.output))
+        throw OutputError(options.output, "exists; --force replaces it");
+}
+
+ExitStatus runDelivery(const CLI::App& command, const DeliveryOptions& options, Console& console) {
+    if (options.delivery == kStandardInput && options.previous == kStandardInput)
+        throw UsageError("--previous", "- (standard input) can be given only once");
+    try {
+        requireOutput(command, options);
+    } catch (const OutputError& error) {
+        console.error(error.name(), error.what());
+        return ExitStatus::Unreadable;
+    }
+    return Delivery(options, console).run();
+}
+
+}  // namespace
+
+void addDeliveryCommand(CLI::App& application, Session& session) {
+    CLI::App* const command = application.add_subcommand(
+        "delivery", "Report on a delivery of ephemerides, and on what the previous was worth");
+    const auto options = std::make_shared<DeliveryOptions>();
+    options->input.keys = Keys::Own;
+    options->input.numberMustApply = false;
+    command
+        ->add_option("DELIVERY", options->delivery, "Folder, archive, card file or ephemeris file; - is standard input")
+        ->type_name("")
+        ->required();
+    command->add_option("--previous", options->previous, "The delivery before, to compare with")->type_name("OTHER");
+    addInputRules(*command, options->input);
+    addSatelliteNumbers(*command, options->satellites);
+    addMetres(*command, "--tolerance", options->check.tolerance_m,
+              "Warn of states that may be off by more than METRES");
+    addKindChoice(*command, options->kinds);
+    command->add_option("--limit", options->limit, "List at most N findings of a kind, and N changes of a kind")
+        ->type_name("N")
+        ->capture_default_str()
+        ->check(wholeNumber());
+    addThreads(*command, options->input, "Check and compare with N threads, and read large files with several");
+    addFormat(*command, options->format, Offered::TableAndJson);
+    addOutput(*command, options->output);
+    command->add_flag("--force", options->isForced, "Replace a page that exists");
+    addVerbose(*command, session.console);
+    command->footer(kDeliveryFooter);
+    command->callback([options, command, &session] {
+        session.unwritten = ExitStatus::Unreadable;
+        session.status = runDelivery(*command, *options, session.console);
+    });
+}
+
+}  // namespace vorlandi::cli

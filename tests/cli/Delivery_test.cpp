@@ -1,0 +1,155 @@
+// What `delivery` reports, its messages and exit statuses.
+#include <cmath>
+#include <sstream>
+
+#include "CommandLine.hpp"
+
+namespace vorlandi::cli_tests {
+namespace {
+
+class Delivery : public CommandLine {
+protected:
+    // A circular orbit in the equator, 14 hours with a point a minute, the radius so many metres above 7000 km. The
+    // minutes count from 2026-01-31; some points may be left out.
+    static std::string circle(int first_min, double height_m = 0.0, const std::string& frame = "J2000", int count = 840,
+                              int gap_min = -100) {
+        std::ostringstream text;
+        text << "stk.v.11.0\nBEGIN Ephemeris\nScenarioEpoch 31 Jan 2026 00:00:00.000\nDistanceUnit Kilometers\n"
+             << "CoordinateSystem " << frame << "\nEphemerisTimePosVel\n";
+        text.precision(15);
+        const double rate = std::sqrt(398600.4418 / std::pow(7000.0, 3.0));
+        for (int minute = first_min; minute < first_min + count; ++minute) {
+            if (minute > gap_min && minute < gap_min + 30) continue;
+            const double c = std::cos(rate * 60.0 * minute), s = std::sin(rate * 60.0 * minute);
+            const double radius = 7000.0 + height_m * 1e-3;
+            text << 60 * minute << ' ' << radius * c << ' ' << radius * s << " 0 " << -radius * rate * s << ' '
+                 << radius * rate * c << " 0\n";
+        }
+        text << "END Ephemeris\n";
+        return text.str();
+    }
+
+    Delivery() {
+        shell("mkdir old new empty clean bad rubbish late hidden carded");
+        write("old/81001_a.e", circle(0));
+        write("old/81002_a.e", circle(0, 0.0, "J2000", 840, 500));
+        write("old/81003_a.e", circle(0));
+        write("old/81004_a.e", circle(0));
+        write("old/81005_a.e", circle(0));
+        write("old/81006_a.e", circle(0));
+        write("new/81001_b.e", circle(60, 5.0));
+        write("new/81002_b.e", circle(60, 0.0, "J2000", 840, 700));
+        write("new/81003_b.e", circle(60, 0.0, "Fixed"));
+        write("new/81004_b.e", circle(0));
+        write("new/81006_b.e", circle(60, 0.0, "J2000", 700));
+        write("new/81007_b.e", circle(60));
+        write("clean/81001_b.e", circle(60, 5.0));
+        write("bad/81001_b.e", circle(60, 5.0));
+        write("bad/81009_b.e", "");
+        write("rubbish/readme.txt", "nothing\n");
+        write("late/81001_c.e", circle(6000));
+        write("hidden/.81001_b.e", circle(60));
+        write("hidden/81001_b.e", circle(60, 5.0));
+        write("carded/81001_b.e", circle(60, 5.0));
+        write("carded/fleet.card", "EPHFIL = 81001_b.e\n");
+    }
+
+    // Severities, kinds and satellites of the changes in a report of JSON.
+    static std::string changesIn(const std::string& json) {
+        std::string changes;
+        for (const std::string& line : split(json.substr(json.find("\"changes\":")))) {
+            if (line.find("\"severity\"") == std::string::npos || line.find("\"file\"") == std::string::npos) continue;
+            const Lines parts = split(line, '"');
+            changes += parts.at(3) + ' ' + parts.at(7) + parts.at(10).substr(0, 6) + ", ";
+        }
+        return changes;
+    }
+};
+
+TEST_F(Delivery, ChangesStatusesAndMessages) {
+    struct Case {
+        std::string arguments;
+        int status;
+        std::string changes;
+        std::string message;
+    };
+    const std::string skip = " --skip steps,time-scale,harmless-line,coarse-digits,not-read";
+    for (const Case& c : {
+             Case{"clean", 0, "", ""},
+             Case{"clean --previous old --sat 81001", 0, "", ""},
+             Case{"new --previous old", 1,
+                  "warning missing:81005, note added:81007, warning frame-changed:81003, "
+                  "warning ends-earlier:81006, warning not-updated:81004, ",
+                  "warning: 1 satellite is in another frame than before and not compared"},
+             Case{"late --previous old --sat 81001", 1, "warning no-overlap:81001, ", ""},
+             Case{"new --sat 81002", 1, "", ""},
+             Case{"carded", 0, "", ""},
+             Case{"hidden", 0, "", ""},
+             Case{"empty", 3, "", "empty: error: there are no files in it"},
+             Case{"missing", 3, "", "missing: error: there is no satellite in it that could be read"},
+             Case{"rubbish", 3, "", "rubbish: error: there is no satellite in it that could be read"},
+             Case{"bad", 3, "", "81009_b.e: error: "},
+             Case{"clean --previous missing", 3, "", "missing: error: there is no satellite in it"},
+             Case{"clean --previous empty", 3, "", "empty: error: there are no files in it"},
+             Case{"clean --sat 7", 3, "", "satellite 7 is not in any of the files"},
+             Case{"clean -o missing/report.json", 3, "", "missing/report.json"},
+             Case{"- --previous -", 2, "", "given only once"},
+             Case{"clean --previous", 2, "", "--previous"},
+             Case{"clean --format csv", 2, "", "--format"},
+         }) {
+        SCOPED_TRACE(c.arguments);
+        const std::string format = c.status == 2 ? "" : " --format json" + skip;
+        const Outcome outcome = run("delivery " + c.arguments + format);
+        EXPECT_EQ(outcome.status, c.status) << outcome.messages;
+        EXPECT_THAT(outcome.messages, HasSubstr(c.message));
+        EXPECT_EQ(outcome.messages.empty(), c.message.empty()) << outcome.messages;
+        if (c.status == 2 || outcome.output.empty()) continue;
+        EXPECT_EQ(changesIn(outcome.output), c.changes);
+        EXPECT_EQ(run("delivery -j 3 " + c.arguments + format).output, outcome.output);
+    }
+}
+
+TEST_F(Delivery, SaysWhichFindingsAreNewAndHowFarPredictionsWereOff) {
+    const std::string options = " --skip steps,time-scale,harmless-line,coarse-digits";
+    const Outcome json = run("delivery new --previous old --format json" + options);
+    // The gap of 81002 is another one than before, and the earlier one is in the new span: it is gone.
+    EXPECT_THAT(json.output, HasSubstr(R"("kind":"gap","findings":1,"subjects":1,"new":1,"unchanged":0,"gone":1})"));
+    EXPECT_THAT(json.output, HasSubstr(R"("schema":"vorlandi.delivery/1","delivery":"new","previous":"old")"));
+    // 780 minutes of 81001 and 700 of 81006 in common, less the gaps of 81002.
+    EXPECT_THAT(json.output, HasSubstr(R"("ages":[
+{"age_days":0,"satellites":3,"times":2231,)"));
+    EXPECT_THAT(json.output, HasSubstr(R"("normalized_satellites":0,"set_aside":0,"factor":null,"covariances":null})"));
+
+    const Outcome table = run("delivery new --previous old --limit 0" + options);
+    EXPECT_EQ(table.status, 1);
+    EXPECT_THAT(table.output, HasSubstr("delivery new: 6 satellites in 6 files, 4871 points, "
+                                        "2026-01-31T00:00:00.000000 to 2026-01-31T14:59:00.000000\n"));
+    EXPECT_THAT(table.output, HasSubstr("1 more missing\n1 more added\n1 more frame-changed\n"));
+    EXPECT_THAT(table.output, HasSubstr("1 satellite was not updated"));
+    const Outcome one = run("delivery clean --previous old --sat 81001" + options);
+    EXPECT_THAT(one.output, HasSubstr("\nno findings\n"));
+    EXPECT_THAT(one.output, HasSubstr("\n         0           1           5  "));
+    EXPECT_THAT(one.output, HasSubstr("  5            5  81001\n"));
+}
+
+TEST_F(Delivery, PagesAreCompleteAndReplaceOthersOnlyWhenForced) {
+    EXPECT_EQ(run("delivery new --previous old -o page.html").status, 1);
+    const std::string page = contentsOf(file("page.html"));
+    for (const char* const part :
+         {"<title>Delivery new</title>", "<svg ", "frame-changed", "<h2>Satellites</h2>", "</html>"})
+        EXPECT_THAT(page, HasSubstr(part));
+    EXPECT_THAT(page, Not(HasSubstr("<script")));
+    EXPECT_THAT(page, Not(HasSubstr("{parts}")));
+    const Outcome again = run("delivery clean -o page.html");
+    EXPECT_EQ(again.status, 3);
+    EXPECT_THAT(again.messages, HasSubstr("page.html: error: exists; --force replaces it"));
+    EXPECT_EQ(contentsOf(file("page.html")), page);
+    EXPECT_EQ(run("delivery clean -o page.html --force").status, 0);
+    EXPECT_THAT(contentsOf(file("page.html")), HasSubstr("Delivery clean"));
+    EXPECT_EQ(run("delivery clean -o page.html --force --format json").status, 2);
+    EXPECT_EQ(run("delivery empty -o none.html").status, 3);
+    EXPECT_FALSE(fs::exists(file("none.html")));
+}
+
+}  // namespace
+}  // namespace vorlandi::cli_tests
