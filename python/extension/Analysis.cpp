@@ -172,6 +172,7 @@ py::object compare(std::int64_t keyOfA, std::int64_t keyOfB, double first, doubl
 py::dict approaches(const std::vector<std::int64_t>& keys, double within_km, double step_s, double first, double last,
                     bool sameNumber, unsigned threads) {
     std::vector<Satellite> satellites;
+    satellites.reserve(keys.size());
     for (const std::int64_t key : keys)
         satellites.emplace_back(key);
     const analysis::Approaches found = calculated([&] {

@@ -82,10 +82,10 @@ py::tuple convert(const std::vector<Named>& satellites, const std::string& into,
     request.roundTimes = roundTimes;
     const std::vector<cli::NumberedSatellite> records = recordsOf(satellites);
     cli::ConsoleCapture capture;
+    cli::Console console;
     bool allWritten = false;
     {
         const py::gil_scoped_release release;
-        cli::Console console;
         allWritten = cli::convert(request, records, console);
     }
     py::list messages;

@@ -28,11 +28,10 @@ struct Loaded {
 
 using Load = std::function<void(const cli::InputOptions&, cli::Console&, cli::LoadResults&)>;
 
-Loaded run(const Load& load, const cli::InputOptions& input) {
+Loaded run(const Load& load, const cli::InputOptions& input, cli::Console& console) {
     Loaded loaded;
     loaded.results.wantsReports = true;
     try {
-        cli::Console console;
         load(input, console, loaded.results);
     } catch (...) {
         loaded.thrown = std::current_exception();
@@ -75,10 +74,10 @@ cli::InputOptions optionsOf(const std::string& file, bool isPractical, bool hasO
 }
 
 // Each thread takes the next file, until one has failed.
-std::vector<Loaded> loadAll(const std::vector<std::string>& files, unsigned threads, bool isPractical,
-                            bool hasOwnKeys) {
-    const Load load = [](const auto& input, auto& console, auto& results) {
-        cli::loadFiles(input, std::string(cli::kStandardOutput), console, &results);
+std::vector<Loaded> loadAll(const std::vector<std::string>& files, unsigned threads, bool isPractical, bool hasOwnKeys,
+                            cli::Console& console) {
+    const Load load = [](const auto& input, auto& teller, auto& results) {
+        cli::loadFiles(input, std::string(cli::kStandardOutput), teller, &results);
     };
     std::vector<Loaded> loaded(files.size());
     std::atomic<std::size_t> next = 0;
@@ -87,7 +86,7 @@ std::vector<Loaded> loadAll(const std::vector<std::string>& files, unsigned thre
         for (std::size_t i; (i = next++) < firstFailed;) {
             cli::InputOptions input = optionsOf(files[i], isPractical, hasOwnKeys);
             input.threads = files.size() == 1 ? threads : 1;
-            loaded[i] = run(load, input);
+            loaded[i] = run(load, input, console);
             std::size_t first = firstFailed;
             while (loaded[i].hasFailed() && i < first && !firstFailed.compare_exchange_weak(first, i)) {
             }
@@ -109,10 +108,11 @@ std::vector<Loaded> loadAll(const std::vector<std::string>& files, unsigned thre
 
 // The outcomes of the files up to the first from which nothing was stored.
 py::list loadFiles(const std::vector<std::string>& files, unsigned threads, bool isPractical, bool hasOwnKeys) {
+    cli::Console console;  // asks the environment, which Python code can change
     std::vector<Loaded> loaded;
     {
         const py::gil_scoped_release release;
-        loaded = loadAll(files, threads, isPractical, hasOwnKeys);
+        loaded = loadAll(files, threads, isPractical, hasOwnKeys, console);
     }
     py::list outcomes;
     for (const Loaded& one : loaded)
@@ -125,13 +125,14 @@ py::tuple loadContent(const py::bytes& content, const std::string& name, unsigne
     const std::string bytes = content;
     cli::InputOptions input = optionsOf(name, isPractical, hasOwnKeys);
     input.threads = threads;
-    const Load load = [&](const auto& options, auto& console, auto& results) {
-        cli::loadBytes(bytes, name, options, console, results);
+    const Load load = [&](const auto& options, auto& teller, auto& results) {
+        cli::loadBytes(bytes, name, options, teller, results);
     };
+    cli::Console console;
     Loaded loaded;
     {
         const py::gil_scoped_release release;
-        loaded = run(load, input);
+        loaded = run(load, input, console);
     }
     return outcomeOf(loaded);
 }

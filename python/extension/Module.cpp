@@ -18,7 +18,7 @@ void set(const py::object& exception) {
 }
 
 // Exceptions of the C++ libraries, as those of the package.
-void translate(std::exception_ptr thrown) {
+void translate(std::exception_ptr thrown) {  // NOLINT(performance-unnecessary-value-param): pybind11 wants it so
     try {
         if (thrown) std::rethrow_exception(thrown);
     } catch (const Error& error) {
@@ -31,6 +31,7 @@ void translate(std::exception_ptr thrown) {
 
 int runTool(const std::vector<std::string>& arguments) {
     std::vector<const char*> texts;
+    texts.reserve(arguments.size() + 1);
     for (const std::string& argument : arguments)
         texts.push_back(argument.c_str());
     texts.push_back(nullptr);

@@ -122,6 +122,9 @@ def test_rules_and_options_are_checked():
             vorlandi.loads(STK, "a.e", **options)
     with pytest.raises(TypeError):
         vorlandi.load()
+    for bad in (5, "text"):
+        with pytest.raises(TypeError):
+            vorlandi.loads(bad, "a.e")
 
 
 def test_the_hosts_trace_handler_hears_and_stays(library, tmp_path):

@@ -7,7 +7,7 @@ import subprocess
 import sys
 
 import pytest
-from conftest import EXAMPLES
+from conftest import DATA, EXAMPLES
 
 import vorlandi
 
@@ -15,7 +15,8 @@ ROOT = EXAMPLES.parent
 PACKAGE = ROOT / "python" / "vorlandi"
 MODULES = [f"vorlandi.{path.stem}".removesuffix(".__init__") for path in sorted(PACKAGE.glob("*.py"))
            if path.stem not in ("__main__", "dask", "plot")]
-PROGRAMS = re.findall(r"^```python\n(.*?)^```", (ROOT / "docs" / "python.md").read_text(), re.M | re.S)
+PROGRAMS = [(folder, program) for folder, page in ((ROOT, ROOT / "README.md"), (DATA, ROOT / "docs" / "python.md"))
+            for program in re.findall(r"^```python\n(.*?)^```", page.read_text(), re.M | re.S)]
 
 
 @pytest.mark.parametrize("name", MODULES)
@@ -38,12 +39,13 @@ def test_every_public_name_has_a_docstring_with_its_arguments():
     assert tried > 80 and not missing
 
 
-@pytest.mark.parametrize("program", PROGRAMS, ids=range(len(PROGRAMS)))
-def test_programs_of_the_page_run(program, tmp_path):
+@pytest.mark.parametrize("folder, program", PROGRAMS, ids=range(len(PROGRAMS)))
+def test_programs_of_the_pages_run(folder, program, tmp_path):
     (tmp_path / "program.py").write_text(program)
-    run = subprocess.run([sys.executable, "-W", "error", tmp_path / "program.py"], capture_output=True, text=True)
+    run = subprocess.run([sys.executable, "-W", "error", tmp_path / "program.py"], capture_output=True, text=True,
+                         cwd=folder)
     assert run.returncode == 0, run.stderr
-    assert len(PROGRAMS) == 5
+    assert len(PROGRAMS) == 6
 
 
 @pytest.mark.parametrize("program", sorted((EXAMPLES / "python").glob("*.py")), ids=lambda path: path.stem)

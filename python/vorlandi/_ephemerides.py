@@ -7,15 +7,17 @@ import warnings
 from collections.abc import Iterable, Sequence
 from dataclasses import dataclass
 from types import TracebackType
-from typing import Any, Literal, TypeAlias, overload
+from typing import TYPE_CHECKING, Any, Literal, TypeAlias, overload
 
 import numpy as np
-from numpy.typing import NDArray
 
 from vorlandi import _vorlandi
 from vorlandi._errors import DuplicateError, LoadError, LoadWarning
 from vorlandi._satellite import Errors, Origin, Satellite, output, wants_nan
 from vorlandi.times import Floats, TimeLike, ds50
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 OnBadLines: TypeAlias = Literal["warn", "raise", "ignore"]
 Rules: TypeAlias = Literal["practical", "fixed"]
@@ -349,7 +351,8 @@ def loads(data: bytes, name: str, *, threads: int = 1, errors: OnBadLines = "war
         the content is binary. It is not opened.
     """
     _check_options(errors, rules, keys, threads)
-    outcome = _vorlandi.load_bytes(bytes(data), os.fsencode(name), threads, rules == "practical", keys == "own")
+    outcome = _vorlandi.load_bytes(bytes(memoryview(data)), os.fsencode(name), threads, rules == "practical",
+                                   keys == "own")
     collector = _Collector(errors, keys, _CALLER)
     _take(collector, [name], [outcome])
     return Ephemerides(collector.satellites, collector.messages)

@@ -4,15 +4,17 @@ from __future__ import annotations
 
 from collections.abc import Callable
 from dataclasses import dataclass
-from typing import Any, Literal, TypeAlias
+from typing import TYPE_CHECKING, Any, Literal, TypeAlias
 
 import numpy as np
-from numpy.typing import ArrayLike, NDArray
 
 from vorlandi import _vorlandi
 from vorlandi import times as _times
 from vorlandi._errors import ClosedError, Error
 from vorlandi.times import Floats, TimeLike, ds50
+
+if TYPE_CHECKING:  # NumPy's types take ten milliseconds
+    from numpy.typing import ArrayLike, NDArray
 
 Errors: TypeAlias = Literal["raise", "nan"]
 
@@ -21,8 +23,10 @@ _TRIANGLE = np.tril_indices(6)
 _FRAMES = {_vorlandi.frame_name(code): code for code in range(1, 32) if not _vorlandi.frame_name(code).isdigit()}
 _LONGEST_TAG = 128
 _TEXT_FIELD, _TAG_FIELD = 14, 15
-_one_state = _vorlandi.state
-_one_state_and_covariance = _vorlandi.state_and_covariance
+# The quick way for one time as it is.
+_FLOATS = frozenset((float, np.float64))
+_one_state: Callable[[int, Any], Floats] = _vorlandi.state
+_one_state_and_covariance: Callable[[int, Any], tuple[Floats, Floats]] = _vorlandi.state_and_covariance
 
 
 def wants_nan(errors: str) -> bool:
@@ -114,9 +118,9 @@ class Satellite:
         self._origin = origin
         self._interval_errors: Any = None
 
-    def __del__(self) -> None:
+    def __del__(self, _remove: Callable[[int], int] = _vorlandi.remove) -> None:  # modules may have gone
         if self._key and self._is_owner:
-            _vorlandi.remove(self._key)
+            _remove(self._key)
 
     def _close(self) -> None:
         key, self._key = self._key, 0
@@ -297,7 +301,7 @@ class Satellite:
         >>> sat.state([27790.1, 27790.2]).shape
         (2, 6)
         """
-        if type(t) is float and out is None and errors == "raise":
+        if type(t) in _FLOATS and out is None and errors == "raise":
             return _one_state(self._key, t)
         return self._states(t, errors, out)
 
@@ -337,7 +341,7 @@ class Satellite:
     def state_and_covariance(self, t: TimeLike, *, errors: Errors = "raise",
                              out: tuple[Floats, Floats] | None = None) -> tuple[Floats, Floats]:
         """What `state` and `covariance` return, in one call; `out` is a pair of arrays."""
-        if type(t) is float and out is None and errors == "raise":
+        if type(t) in _FLOATS and out is None and errors == "raise":
             return _one_state_and_covariance(self._key, t)
         times = np.asarray(ds50(t))
         states = output(out[0] if out else None, times.shape + (6,))

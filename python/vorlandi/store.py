@@ -3,13 +3,16 @@
 from __future__ import annotations
 
 import os
+from typing import TYPE_CHECKING
 
 import numpy as np
-from numpy.typing import NDArray
 
 from vorlandi import _vorlandi
 from vorlandi._errors import Error, system_error
 from vorlandi._satellite import Origin, Satellite
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 __all__ = ["attach", "count", "keys", "save"]
 

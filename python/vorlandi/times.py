@@ -18,16 +18,15 @@ from __future__ import annotations
 import os
 from collections.abc import Sequence
 from datetime import datetime, timedelta, timezone
-from typing import TYPE_CHECKING, Any, Protocol, Union, overload
+from typing import TYPE_CHECKING, Any, Protocol, TypeAlias, Union, overload
 
 import numpy as np
-from numpy.typing import NDArray
 
 from vorlandi import _vorlandi
 from vorlandi._errors import LoadError, TimeError
 
 if TYPE_CHECKING:
-    from typing import TypeAlias
+    from numpy.typing import NDArray
 
 __all__ = ["ds50", "load_leap_seconds", "tai_to_utc", "to_astropy", "to_datetime", "to_datetime64", "to_iso",
            "utc_to_tai"]
