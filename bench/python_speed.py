@@ -3,9 +3,10 @@
 
     python_speed.py LIBRARY TOOL         LIBRARY: libvorlandi.so of the build; TOOL: generate_constellation
 
-Each figure is the median of alternating runs, of the time of the processor. Limits are ratios to the C call made by ctypes with arrays that exist,
-or times; a figure above its limit ends the program with status 1. The other packages calculate other things, of the
-same shapes: orbits from mean elements, planets from their ephemerides, or interpolation without a check.
+Each figure is the median of alternating runs, of the time of the processor. Limits are ratios to the C call made by
+ctypes with arrays that exist, or times; a figure above its limit ends the program with status 1. The other packages
+calculate other things, of the same shapes: orbits from mean elements, planets from their ephemerides, or interpolation
+without a check.
 """
 import ctypes
 import pathlib

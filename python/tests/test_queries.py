@@ -3,6 +3,7 @@ import ctypes
 import gc
 import sys
 import threading
+import time
 
 import numpy as np
 import pytest
@@ -225,21 +226,33 @@ def test_eight_threads_query_load_and_close_beside_each_other():
     assert not failures
 
 
-def test_batches_run_without_the_interpreters_lock():
+TIMES = START + 1999 * MINUTE * np.random.default_rng(3).random(1_000_000)
+LONG_CALLS = {
+    "states": lambda sat: sat.state(TIMES),
+    "states of many": lambda sat: vorlandi.Ephemerides([sat, sat]).states(TIMES[:500_000]),
+    "mask": lambda sat: sat.answers(TIMES),
+    "loading": lambda sat: vorlandi.loads(LONG_FILE, "81001.e"),
+}
+LINES = (DATA / "81001_stk.e").read_bytes().split(b"\n")
+LONG_FILE = b"\n".join(LINES[:8] + [b"%d %s" % (60 * i, LINES[10].split(b" ", 1)[1]) for i in range(100_000)])
+
+
+@pytest.mark.parametrize("call", LONG_CALLS.values(), ids=LONG_CALLS.keys())
+def test_long_calls_run_without_the_interpreters_lock(call):
     sat = circle(5, points=2000)
-    times = START + 1999 * MINUTE * np.random.default_rng(3).random(2_000_000)
-    thread = threading.Thread(target=sat.state, args=(times,))
-    counted = 0
-    interval, before = sys.getswitchinterval(), None
-    sys.setswitchinterval(10)  # a thread that keeps the lock isn't asked for it
-    try:
-        thread.start()
-        while thread.is_alive():
-            counted += 1
-            before = counted
-    finally:
-        sys.setswitchinterval(interval)
-    assert before and counted > 100
+    span, awake = [], []
+
+    def work():
+        span.append(time.perf_counter())
+        call(sat)
+        span.append(time.perf_counter())
+
+    thread = threading.Thread(target=work)
+    thread.start()
+    while thread.is_alive():
+        time.sleep(0.001)
+        awake.append(time.perf_counter())
+    assert sum(span[0] < moment < span[1] for moment in awake) > 10
 
 
 def test_nothing_keeps_references(sat):
