@@ -1,4 +1,4 @@
-// What the parts of the extension share: its parts, arrays, calls without the interpreter's lock, and failures.
+// What the parts of the extension share: arrays, texts, calls without the interpreter's lock, and failures.
 #pragma once
 
 #include <pybind11/numpy.h>
@@ -6,8 +6,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "vorlandi/vorlandi.hpp"
 

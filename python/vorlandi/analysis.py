@@ -24,9 +24,6 @@ __all__ = ["Approaches", "Check", "Comparison", "Finding", "Interpolation", "Jum
 _COINCIDENCE_DAYS = 1e-12  # to which the library takes a time for that of a point
 _LARGEST_STEP_S = 300.0
 
-_QUANTITIES = ("radial_m", "in_track_m", "cross_track_m", "distance_m", "radial_mm_s", "in_track_mm_s",
-               "cross_track_mm_s", "speed_mm_s")
-
 
 def _utc(time: float | None) -> np.datetime64 | None:
     return None if time is None else to_datetime64(time)
@@ -285,7 +282,7 @@ def diff(a: Satellite, b: Satellite, *, step_s: float | None = None, start: OneT
     found = _vorlandi.compare(a.key, b.key, *_limits(start, end), step_s)
     if not found or not found["compared"]:
         raise NoDataError("at no time both satellites have a state")
-    names = ("time_utc", *_QUANTITIES, "normalized")
+    names = ("time_utc", *found["statistics"], "normalized")
     rows = found["differences"]
     states = np.empty(len(rows), dtype=[(name, "M8[ns]" if name == "time_utc" else "f8") for name in names])
     for at, name in enumerate(names):
