@@ -185,6 +185,16 @@ def test_a_record_lives_as_long_as_its_satellite(library):
         vorlandi.store.attach(key)
 
 
+def test_a_slice_knows_that_its_satellites_were_closed():
+    fleet = vorlandi.Ephemerides([circle(5), circle(6)])
+    part = fleet[1:]
+    assert part.states(START).shape == (1, 6)
+    fleet.close()
+    with pytest.raises(vorlandi.ClosedError, match=r"\(<=0\)"):  # a removed key can be another satellite's in time
+        part.states(START)
+    assert repr(part[0]) == "<Satellite, closed>" and part[0].key == 0
+
+
 def test_tables_and_frames_of_others(fleet):
     table = fleet.table()
     assert table["number"].tolist() == [sat.number for sat in fleet] and table["points"].min() > 3

@@ -412,7 +412,6 @@ class Satellite:
                                  matrices if many or matrices is None else matrices[np.newaxis],
                                  np.full(times.size, revolution) if np.ndim(revolution) == 0 else revolution, last)
         _vorlandi.append(self._key, *points)
-        self._interval_errors = None
         self._origin = Origin(self.file, self.format, self.record)
 
     def to_pandas(self) -> Any:
