@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "ConsoleCapture.hpp"
 #include "ForeignTexts.hpp"
 
 namespace vorlandi::cli {
@@ -43,10 +44,12 @@ Console::Console()
 
 void Console::error(std::string_view subject, std::string_view text) {
     errorReported_ = true;
+    if (ConsoleCapture* const capture = ConsoleCapture::current()) return capture->add(true, subject, text);
     print(subject, coloured_ ? "\x1b[1;31merror:\x1b[0m " : "error: ", text);
 }
 
 void Console::warning(std::string_view subject, std::string_view text) {
+    if (ConsoleCapture* const capture = ConsoleCapture::current()) return capture->add(false, subject, text);
     print(subject, coloured_ ? "\x1b[1;33mwarning:\x1b[0m " : "warning: ", text);
 }
 
@@ -57,6 +60,7 @@ void Console::information(std::string_view subject, std::string_view text) {
 void Console::note(std::string_view subject, std::string_view text) { print(subject, "", text); }
 
 void Console::print(std::string_view subject, std::string_view severity, std::string_view text) {
+    if (ConsoleCapture::current() != nullptr) return;
     clearProgress();
     std::string line = "vorlandi: ";
     if (!subject.empty()) line += printable(subject) + ": ";
@@ -68,6 +72,7 @@ void Console::print(std::string_view subject, std::string_view severity, std::st
 void Console::progress(const std::string& text) {
     constexpr std::chrono::seconds kQuick(1);
     if (!terminal_ || std::chrono::steady_clock::now() - start_ < kQuick) return;
+    if (ConsoleCapture::current() != nullptr) return;
     // A line that wraps could not be cleared again.
     const std::string line = printable(text);
     toStandardError("\r\x1b[K" + std::string(cutToWidth(line, terminalColumns() - 1)));

@@ -41,6 +41,11 @@ InputFile::InputFile() {
     beginStream();
 }
 
+InputFile::InputFile(Content content) {
+    source_ = {open("/dev/null", O_RDONLY | O_CLOEXEC), content.bytes};
+    beginStream();
+}
+
 void InputFile::beginStream() {
     isStream_ = true;
     // An error comes back when the rest is read.

@@ -17,6 +17,12 @@ public:
     // Standard input, whose first bytes are consumed.
     InputFile();
 
+    // What a file holds, as a stream that has been read to its end.
+    struct Content {
+        const std::string& bytes;
+    };
+    explicit InputFile(Content content);
+
     ~InputFile();
     InputFile(const InputFile&) = delete;
     InputFile& operator=(const InputFile&) = delete;

@@ -39,6 +39,16 @@ std::int64_t covarianceBlockIn(const LoadResults& results, const std::string& fi
     return 0;
 }
 
+bool endsBelowGround(const SatelliteRecord& record) {
+    constexpr double kGround_km = 6350.0;
+    const Outcome<Point> last = record.satellite.try_point(record.pointCount);
+    if (!last) return false;
+    const auto& [x, y, z] = last.value.state.position_km;
+    return std::hypot(x, y, z) < kGround_km;
+}
+
+}  // namespace
+
 Finding findingOf(const LoadReport& report, const LoadResults& results) {
     const auto make = [&](Severity severity, Kind kind, std::string text) {
         Finding finding{severity, kind, std::move(text)};
@@ -71,16 +81,6 @@ Finding findingOf(const LoadReport& report, const LoadResults& results) {
     }
     return make(Severity::Error, Kind::NotRead, report.text);
 }
-
-bool endsBelowGround(const SatelliteRecord& record) {
-    constexpr double kGround_km = 6350.0;
-    const Outcome<Point> last = record.satellite.try_point(record.pointCount);
-    if (!last) return false;
-    const auto& [x, y, z] = last.value.state.position_km;
-    return std::hypot(x, y, z) < kGround_km;
-}
-
-}  // namespace
 
 std::vector<CheckedFile> filesOf(const LoadResults& results) {
     std::vector<CheckedFile> files;

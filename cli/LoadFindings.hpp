@@ -8,6 +8,9 @@
 
 namespace vorlandi::cli {
 
+// What a report amounts to, beside the others of the load.
+analysis::Finding findingOf(const LoadReport& report, const LoadResults& results);
+
 // The files of a load with what was found in them, in the order of loading; the reports of one are put to the file that
 // they name.
 std::vector<CheckedFile> filesOf(const LoadResults& results);

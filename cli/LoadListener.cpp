@@ -258,6 +258,7 @@ void LoadListener::handleEvent(const ReadEvent& event) {
             break;
         case Stored:
             origins_[keyIn(text)] = {block_.format, medium_};
+            results_.stored.push_back(keyIn(text));
             fileHasSatellite_ = true;
             reportDropped();
             break;
@@ -266,6 +267,7 @@ void LoadListener::handleEvent(const ReadEvent& event) {
             handleMissing(event);
             break;
         case Refused:
+            if (text.starts_with(kDuplicateReason)) ++results_.duplicates;
             report(Problem::NotStored, place, "not stored: " + reasonOfRefusal(text));
             reportDropped();
             refusalTold_ = true;

@@ -12,6 +12,7 @@
 
 #include "Console.hpp"
 #include "SatelliteRecord.hpp"
+#include "ThreadMessages.hpp"
 
 namespace vorlandi::cli {
 
@@ -48,6 +49,8 @@ struct LoadResults {
     bool wantsReports = false;                     // if so they are collected here and not printed
     std::vector<LoadReport> reports;
     std::vector<std::pair<std::string, std::int32_t>> statuses;  // of the files, with the library's status
+    std::vector<std::int64_t> stored;                            // keys, in the order of storing
+    std::size_t duplicates = 0;                                  // satellites refused as such
 };
 
 // All satellites in the order of loading, with these numbers.
@@ -138,7 +141,7 @@ private:
     bool fileHasSatellite_ = false;
     std::vector<Tally> tallies_;  // one for each problem
     bool errorSeen_ = false;
-    TraceListener messages_;
+    ThreadMessages messages_;
     ReadObservation events_;
 };
 

@@ -69,6 +69,16 @@ public:
     // True if all went well.
     bool load(const std::string& file) { return file == kStandardInput ? loadStandardInput() : loadNamed(file); }
 
+    bool loadBytes(const std::string& content, const std::string& file) {
+        const std::string name = libraryName(file);
+        if (const char* const reason = reasonAgainst(name)) {
+            refuse(file, reason);
+            return false;
+        }
+        InputFile opened(InputFile::Content{content});
+        return loadOpened(name, opened);
+    }
+
 private:
     // Of a pipe, cards are followed, as of a file.
     bool loadStream(const std::string& name, InputFile& opened, Medium medium) {
@@ -104,8 +114,12 @@ private:
             return false;
         }
         InputFile opened;
-        if (opened.packing()) return loadPacked(input_.stdinName, opened);
-        return loadStream(input_.stdinName, opened, Medium::Memory);
+        return loadOpened(input_.stdinName, opened);
+    }
+
+    bool loadOpened(const std::string& name, InputFile& opened) {
+        if (opened.packing()) return loadPacked(name, opened);
+        return loadStream(name, opened, Medium::Memory);
     }
 
     bool loadPacked(const std::string& name, const InputFile& opened) {
@@ -185,6 +199,12 @@ bool loadFiles(const InputOptions& input, const std::string& output, Console& co
     console.clearProgress();
     if (input.number) numberSatellites(input, filled);
     return allWell;
+}
+
+bool loadBytes(const std::string& content, const std::string& name, const InputOptions& input, Console& console,
+               LoadResults& results) {
+    const std::string output{kStandardOutput};
+    return Loader(input, output, console, results).loadBytes(content, name);
 }
 
 }  // namespace vorlandi::cli

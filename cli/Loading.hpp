@@ -17,4 +17,8 @@ bool loadFiles(const InputOptions& input, const std::string& output, Console& co
 // Throws the UsageError of a --number that no satellite needs.
 [[noreturn]] void refuseNumber();
 
+// The same for the content of one file in memory, which may be packed.
+bool loadBytes(const std::string& content, const std::string& name, const InputOptions& input, Console& console,
+               LoadResults& results);
+
 }  // namespace vorlandi::cli

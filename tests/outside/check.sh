@@ -91,3 +91,6 @@ readelf -dW "$library" | grep -q 'SONAME.*\[libvorlandi.so.1\]' || { echo "anoth
 ! readelf -dW "$library" | grep -E 'R(UN)?PATH' || { echo "the library has a search path"; exit 1; }
 ! grep -rIlE "$work/before|$build" "$work/shared" || { echo "these files know where they were made"; exit 1; }
 "$work/shared/bin/vorlandi" formats >/dev/null
+package=$work/shared/lib/python3/dist-packages
+PYTHONPATH=$package /usr/bin/python3 -c 'import sys, vorlandi; print(len(vorlandi.load(sys.argv[1])[0]))' \
+    "$source/examples/data/81001_stk.e" | grep -qx 361 || { echo "the Python package: wrong answer"; exit 1; }
