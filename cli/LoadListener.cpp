@@ -22,13 +22,13 @@ struct ProblemName {
     const char* what;
     const char* rest = "";
 };
-constexpr ProblemName kNames[] = {{"unreadable line"},
-                                  {"unreadable block"},
-                                  {"unreadable file"},
-                                  {"satellite", " not stored"},
-                                  {"satellite", " with dropped points"},
-                                  {"remark"},
-                                  {"message"}};
+constexpr ProblemName kProblemNames[] = {{"unreadable line"},
+                                         {"unreadable block"},
+                                         {"unreadable file"},
+                                         {"satellite", " not stored"},
+                                         {"satellite", " with dropped points"},
+                                         {"remark"},
+                                         {"message"}};
 
 // The reason in a message of the form "reader: file:line: reason" about a place; none in any other text.
 std::optional<std::string_view> reasonIn(std::string_view message, const std::string& file, std::int64_t line) {
@@ -193,7 +193,7 @@ LoadListener::LoadListener(std::string argument, Rules rules, Medium medium, Loa
       results_(results),
       origins_(results.origins),
       console_(console),
-      tallies_(std::size(kNames), Tally{Quota(console), ""}),
+      tallies_(std::size(kProblemNames), Tally{Quota(console), ""}),
       messages_([this](vorlandi::Severity severity, std::string_view text) { handleMessage(severity, text); }),
       events_([this](const ReadEvent& event) { handleEvent(event); }) {}
 
@@ -227,8 +227,8 @@ void LoadListener::finish() {
         if (quota.heldBack() == 0) continue;
         const std::string text =
             fmt::format("{}{}, the last at {}",
-                        analysis::countText(quota.heldBack(), (std::string("more ") + kNames[i].what).c_str()),
-                        kNames[i].rest, last);
+                        analysis::countText(quota.heldBack(), (std::string("more ") + kProblemNames[i].what).c_str()),
+                        kProblemNames[i].rest, last);
         isWarning(static_cast<Problem>(i)) ? console_.warning(argument_, text) : console_.error(argument_, text);
     }
 }

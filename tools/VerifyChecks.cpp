@@ -479,7 +479,7 @@ void verifyFewPoints(std::size_t files, std::uint64_t seed) {
                                      {"HEO 900 s", kHeo, even(900.0), 0.001}}) {
         std::mt19937_64 random(seed);
         const Made whole = make(scenario, 400, random);
-        for (const std::size_t points : {4, 5, 6, 8, 12, 16, 20}) {
+        for (const std::size_t points : {4U, 5U, 6U, 8U, 12U, 16U, 20U}) {
             std::array<std::size_t, 4> found{};
             for (std::size_t file = 0; file < files; ++file) {
                 const std::size_t first = random() % (400 - points);
