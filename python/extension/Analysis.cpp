@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "DiffWriter.hpp"
 #include "Support.hpp"
 #include "TimeGrid.hpp"
 #include "analysis/Approaches.hpp"
@@ -144,6 +145,12 @@ std::vector<Ds50> timesOf(const Satellite& a, const Span& span, std::optional<do
     return times;
 }
 
+cli::GapsOfRecord gapsOf(const Satellite& satellite, const Span& span) {
+    cli::Gaps gaps(satellite);
+    const std::size_t count = gaps.countWithin(span);
+    return {std::move(gaps), count};
+}
+
 // None if the two have no time in common. Differences have a row for each time: the time, the quantities, and the
 // normalized distance.
 py::object compare(std::int64_t keyOfA, std::int64_t keyOfB, double first, double last, std::optional<double> step_s) {
@@ -153,6 +160,7 @@ py::object compare(std::int64_t keyOfA, std::int64_t keyOfB, double first, doubl
     if (!span) return py::none();
     const analysis::Comparison comparison =
         calculated([&] { return analysis::compare(a, b, timesOf(a, *span, step_s)); });
+    const auto [gapsOfA, gapsOfB] = calculated([&] { return std::pair(gapsOf(a, *span), gapsOf(b, *span)); });
     const std::size_t quantities = analysis::kQuantityNames.size();
     auto rows = newArray<double>({comparison.differences.size(), quantities + 2});
     double* value = rows.mutable_data();
@@ -163,9 +171,10 @@ py::object compare(std::int64_t keyOfA, std::int64_t keyOfB, double first, doubl
     }
     return py::dict("first_utc"_a = span->first.days, "last_utc"_a = span->last.days,
                     "compared"_a = comparison.differences.size(), "unanswered"_a = comparison.unanswered,
-                    "statistics"_a = statisticsOf(comparison), "normalized"_a = normalizedOf(comparison),
-                    "time_offset"_a = offsetOf(comparison), "rotation"_a = rotationOf(comparison),
-                    "differences"_a = rows);
+                    "gaps_a"_a = gapsOfA.count, "gaps_b"_a = gapsOfB.count, "in_gaps_a"_a = gapsOfA.timesOf(comparison),
+                    "in_gaps_b"_a = gapsOfB.timesOf(comparison), "statistics"_a = statisticsOf(comparison),
+                    "normalized"_a = normalizedOf(comparison), "time_offset"_a = offsetOf(comparison),
+                    "rotation"_a = rotationOf(comparison), "differences"_a = rows);
 }
 
 // One array for each column; what there is none of is NaN.

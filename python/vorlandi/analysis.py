@@ -215,6 +215,9 @@ class Rotation:
 class Comparison:
     """B minus A on the radial, in-track and cross-track axes of A.
 
+    `gaps_a` and `gaps_b` count the gaps between the points of each, `in_gaps_a` and `in_gaps_b` the times in them,
+    where differences can be those of the interpolation.
+
     `statistics` has an entry for each of radial_m, in_track_m, cross_track_m, distance_m, radial_mm_s, in_track_mm_s,
     cross_track_mm_s and speed_mm_s. `states` is a structured array with these fields at each time, beside `time_utc`
     and `normalized`; NaN where a value can't be had.
@@ -232,6 +235,10 @@ class Comparison:
     last_utc: np.datetime64 | None
     compared: int
     unanswered: int
+    gaps_a: int
+    gaps_b: int
+    in_gaps_a: int
+    in_gaps_b: int
     statistics: dict[str, Statistics]
     normalized: Normalized | None
     time_offset: TimeOffset | None
@@ -290,6 +297,7 @@ def diff(a: Satellite, b: Satellite, *, step_s: float | None = None, start: OneT
     return Comparison(
         a.number, b.number, a.file, b.file, a.record, b.record, a.frame, b.frame, _utc(found["first_utc"]),
         _utc(found["last_utc"]), found["compared"], found["unanswered"],
+        found["gaps_a"], found["gaps_b"], found["in_gaps_a"], found["in_gaps_b"],
         {name: Statistics(**_statistics(one)) for name, one in found["statistics"].items()},
         found["normalized"] and Normalized(**_statistics(found["normalized"])),
         found["time_offset"] and TimeOffset(**found["time_offset"]),
