@@ -36,14 +36,14 @@ def as_json(value):
 
 
 def faulty():
-    """A satellite with a jump, a gap and a covariance that is not positive."""
-    points = circle(81001, points=120).points
+    """A satellite that turns its plane at a node, 15 m/s, with a gap and a covariance that is not positive."""
+    phase = np.pi - np.sqrt(398600.8 / 7000**3) * 3570  # the node is between the points 59 and 60
+    before, after = (circle(81001, points=120, phase=phase, tilt=tilt).points for tilt in (1.0, 1.002))
     matrices = covariances(120)
     matrices[50, 0, 0] = -1
-    states = points.states.copy()
-    states[60:, 3:] += 0.01
+    states = np.concatenate([before.states[:60], after.states[60:]])
     kept = np.r_[0:80, 95:120]
-    return vorlandi.Satellite.from_points(81001, points.ds50[kept], states[kept], covariances=matrices[kept])
+    return vorlandi.Satellite.from_points(81001, before.ds50[kept], states[kept], covariances=matrices[kept])
 
 
 def test_a_check_is_that_of_the_tool(tmp_path):
@@ -58,8 +58,9 @@ def test_a_check_is_that_of_the_tool(tmp_path):
             for finding in one["findings"]:
                 finding.setdefault("jump", None)
         assert found == wanted
-    kinds = {finding.kind for finding in analysis.check(faulty()).findings}
-    assert {"gap", "covariance-not-positive", "jump"} <= kinds
+    found = {finding.kind: finding for finding in analysis.check(faulty()).findings}
+    assert {"gap", "covariance-not-positive", "jump"} <= found.keys()
+    assert np.linalg.norm(found["jump"].jump.dv_m_s) == pytest.approx(15.1, abs=0.5)
     limited = analysis.check(faulty(), start=START + 10 * MINUTE, end=START + 20 * MINUTE)
     assert limited.points == 11 and limited.covariances == 11
     for bad in ({"tolerance_m": 0}, {"gap_factor": 0.5}, {"start": 2.0, "end": 1.0}):
