@@ -188,9 +188,7 @@ private:
 
 bool hasSamePoints(const Satellite& a, const Satellite& b, const PredictionDifference& difference) {
     return difference.unanswered == 0 && a.fields().points == b.fields().points &&
-           std::all_of(difference.ages.begin(), difference.ages.end(),
-                       [](const AgeDifference& age) { return age.largest_m == 0.0; }) &&
-           a.times() == b.times();
+           std::none_of(difference.ages.begin(), difference.ages.end(), differs) && a.times() == b.times();
 }
 
 // A value that chi squared over its degrees of freedom k has with a probability that belongs to z of a normal
@@ -300,11 +298,13 @@ PredictionDifference differenceByAge(const Satellite& before, const Satellite& n
     return result;
 }
 
+bool differs(const AgeDifference& age) { return age.largest_m != 0.0; }
+
 std::vector<AgeStatistics> statisticsByAge(std::span<const PredictionDifference> differences) {
     std::map<int, std::vector<Part>> byAge;
     for (std::size_t i = 0; i < differences.size(); ++i)
         for (const AgeDifference& age : differences[i].ages)
-            if (!differences[i].isSame) byAge[age.age_days].push_back({i, &age});
+            if (!differences[i].isSame && differs(age)) byAge[age.age_days].push_back({i, &age});
     std::vector<AgeStatistics> statistics;
     for (const auto& [age_days, parts] : byAge)
         statistics.push_back(statisticsOf(age_days, parts));

@@ -72,6 +72,9 @@ struct AgeDifference {
     double meanSquaredDistance = 0.0;            // the squared normalized distance d' P^-1 d
 };
 
+// False where the states are the same at all times: the later one has taken them over, and they show no error.
+bool differs(const AgeDifference& age);
+
 struct PredictionDifference {
     std::vector<AgeDifference> ages;  // rising
     std::size_t unanswered = 0;       // times at which one of the two has no state
@@ -119,7 +122,7 @@ struct AgeStatistics {
 //
 // A satellite whose mean of e is above 25 times the median of an age, five times in sigmas, is set aside: it has
 // manoeuvred, or one of its ephemerides is wrong. Among right covariances chance makes one in 1e12. Ephemerides that
-// have been delivered before don't count.
+// have been delivered before don't count, nor do ages at which nothing differs.
 std::vector<AgeStatistics> statisticsByAge(std::span<const PredictionDifference> differences);
 
 }  // namespace vorlandi::analysis

@@ -5,6 +5,8 @@
 #include <filesystem>
 #include <memory>
 #include <set>
+#include <system_error>
+#include <utility>
 
 #include "Checking.hpp"
 #include "DeliveryReport.hpp"
@@ -53,25 +55,59 @@ struct DeliveryOptions {
 
 bool isPage(const DeliveryOptions& options) { return options.output.ends_with(".html"); }
 
-// The files in a folder and in those below, by name. Hidden ones don't count.
-std::vector<std::string> filesIn(const std::string& folder) {
+struct FolderContents {
     std::vector<std::string> files;
+    std::vector<std::pair<std::string, std::string>> unreadable;  // folders below, and why
+};
+
+// What can't be told from a file is taken for one, such as a broken link: loading it says what is wrong.
+bool mayBeFile(const fs::directory_entry& entry) {
+    std::error_code error;
+    const fs::file_type type = entry.status(error).type();
+    return error || type == fs::file_type::regular || type == fs::file_type::not_found;
+}
+
+// No error if the folder can be opened.
+std::error_code openingError(const fs::path& folder) {
+    std::error_code error;
+    const fs::directory_iterator opened(folder, error);
+    return error;
+}
+
+// The files in a folder and in those below, by name. Hidden ones don't count, and links to folders are not followed.
+FolderContents contentsOf(const std::string& folder) {
+    FolderContents contents;
+    // A folder that can't be opened would look empty below.
+    if (const std::error_code error = openingError(folder)) throw fs::filesystem_error("not opened", folder, error);
     const auto options = fs::directory_options::skip_permission_denied;
     for (auto entry = fs::recursive_directory_iterator(folder, options); entry != fs::recursive_directory_iterator();
          ++entry) {
         const bool isHidden = entry->path().filename().string().starts_with('.');
-        if (isHidden && entry->is_directory()) entry.disable_recursion_pending();
-        if (!isHidden && entry->is_regular_file()) files.push_back(entry->path().string());
+        std::error_code error;
+        if (fs::is_directory(entry->symlink_status(error))) {
+            if (!isHidden) error = openingError(entry->path());
+            if (isHidden || error) entry.disable_recursion_pending();
+            if (error) contents.unreadable.emplace_back(entry->path().string(), error.message());
+        } else if (!isHidden && mayBeFile(*entry)) {
+            contents.files.push_back(entry->path().string());
+        }
     }
-    std::sort(files.begin(), files.end());
-    return files;
+    std::sort(contents.files.begin(), contents.files.end());
+    std::sort(contents.unreadable.begin(), contents.unreadable.end());
+    return contents;
+}
+
+fs::path canonicalOf(const fs::path& file) {
+    std::error_code error;
+    fs::path canonical = fs::weakly_canonical(file, error);
+    return error ? file : canonical;
 }
 
 std::set<fs::path> filesOfSatellites(std::size_t earlier) {
     std::set<fs::path> files;
     const std::vector<SatelliteRecord> satellites = loadedSatellites();
     for (std::size_t i = earlier; i < satellites.size(); ++i)
-        files.insert(fs::weakly_canonical(satellites[i].file));
+        files.insert(canonicalOf(satellites[i].file));
     return files;
 }
 
@@ -85,9 +121,10 @@ public:
         report.tolerance_m = options_.check.tolerance_m;
         report.now = load(options_.delivery);
         if (!options_.previous.empty()) {
+            const std::size_t earlier = loadedSatellites().size();
             CheckedDelivery before = load(options_.previous);
-            // Without one, every satellite would count as new.
-            if (!before.satellites.empty()) report.before = std::move(before);
+            // Without one that can be read, every satellite would count as new.
+            if (loadedSatellites().size() > earlier) report.before = std::move(before);
         }
         couldLook_ = reportUnknown(options_.satellites, loadedSatellites(), console_) && couldLook_;
         compareDeliveries(report, options_.input.threads);
@@ -135,7 +172,10 @@ private:
     bool loadFolder(const std::string& folder, std::size_t earlier, LoadResults& results) {
         std::vector<std::string> files;
         try {
-            files = filesIn(folder);
+            FolderContents contents = contentsOf(folder);
+            files = std::move(contents.files);
+            for (const auto& [name, reason] : contents.unreadable)
+                refuse(name, reason);
         } catch (const fs::filesystem_error& error) {
             refuse(folder, error.code().message());
             return false;
@@ -150,7 +190,7 @@ private:
             loadAll({files.begin(), isNoCard}, results);
             const std::set<fs::path> loaded = filesOfSatellites(earlier);
             files.erase(files.begin(), isNoCard);
-            std::erase_if(files, [&](const std::string& file) { return loaded.contains(fs::weakly_canonical(file)); });
+            std::erase_if(files, [&](const std::string& file) { return loaded.contains(canonicalOf(file)); });
         }
         if (!files.empty()) loadAll(std::move(files), results);
         return true;
@@ -182,7 +222,8 @@ private:
     }
 
     void write(const DeliveryReport& report) {
-        if (report.now.satellites.empty() && refusesEmptyFile(options_.output, console_)) return;
+        const bool isEmpty = report.now.satellites.empty() && report.changes.empty();
+        if (isEmpty && refusesEmptyFile(options_.output, console_)) return;
         Output output(options_.output);
         if (isPage(options_))
             output.write(deliveryPage(report, options_.limit));

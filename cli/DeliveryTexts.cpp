@@ -145,9 +145,21 @@ TextRows ageRows(const DeliveryReport& report) {
 
 std::vector<std::string> ageNotes(const DeliveryReport& report) {
     if (!report.before) return {};
-    if (report.ages.empty()) return {"No satellite could be compared with the previous delivery."};
-    std::vector<std::string> notes{
-        "This delivery less the previous one, by the age of the previous: root mean squares over the satellites."};
+    std::size_t same = 0;
+    std::size_t partlySame = 0;
+    std::size_t unanswered = 0;
+    for (const analysis::PredictionDifference& difference : report.differences) {
+        same += difference.isSame ? 1 : 0;
+        const bool differsAlways = std::all_of(difference.ages.begin(), difference.ages.end(), analysis::differs);
+        partlySame += difference.isSame || differsAlways ? 0 : 1;
+        unanswered += difference.unanswered;
+    }
+    std::vector<std::string> notes;
+    if (report.ages.empty() && same + partlySame == 0)
+        notes.emplace_back("No satellite could be compared with the previous delivery.");
+    if (!report.ages.empty())
+        notes.emplace_back(
+            "This delivery less the previous one, by the age of the previous: root mean squares over the satellites.");
     if (std::any_of(report.ages.begin(), report.ages.end(),
                     [](const AgeStatistics& age) { return age.normalizedSatellites > 0; }))
         notes.emplace_back(
@@ -155,15 +167,13 @@ std::vector<std::string> ageNotes(const DeliveryReport& report) {
     if (std::any_of(report.ages.begin(), report.ages.end(),
                     [](const AgeStatistics& age) { return !age.setAside.empty(); }))
         notes.emplace_back("Satellites that are far off are left out, but of the largest difference.");
-    std::size_t same = 0;
-    std::size_t unanswered = 0;
-    for (const analysis::PredictionDifference& difference : report.differences) {
-        same += difference.isSame ? 1 : 0;
-        unanswered += difference.unanswered;
-    }
     if (same > 0)
-        notes.push_back(fmt::format("{} not updated and left out of it.",
+        notes.push_back(fmt::format("{} not updated and not counted.",
                                     same == 1 ? "1 satellite was" : fmt::format("{} satellites were", same)));
+    if (partlySame > 0)
+        notes.push_back(
+            fmt::format("{} the same states as before at some ages or all; these ages are not counted.",
+                        partlySame == 1 ? "1 satellite has" : fmt::format("{} satellites have", partlySame)));
     if (unanswered > 0)
         notes.push_back(fmt::format("At {} of the previous delivery one of both has no state.",
                                     analysis::countText(unanswered, "point")));

@@ -30,7 +30,8 @@ protected:
     }
 
     Delivery() {
-        shell("mkdir old new empty clean bad rubbish late hidden carded");
+        shell("mkdir old new empty clean bad rubbish late hidden carded linked");
+        shell("ln -s nowhere linked/81001_a.e; ln -s 81002_a.e linked/81002_a.e");
         write("old/81001_a.e", circle(0));
         write("old/81002_a.e", circle(0, 0.0, "J2000", 840, 500));
         write("old/81003_a.e", circle(0));
@@ -50,6 +51,7 @@ protected:
         write("late/81001_c.e", circle(6000));
         write("hidden/.81001_b.e", circle(60));
         write("hidden/81001_b.e", circle(60, 5.0));
+        write("linked/81003_b.e", circle(60));
         write("carded/81001_b.e", circle(60, 5.0));
         write("carded/fleet.card", "EPHFIL = 81001_b.e\n");
     }
@@ -83,12 +85,15 @@ TEST_F(Delivery, ChangesStatusesAndMessages) {
                   "warning: 1 satellite is in another frame than before and not compared"},
              Case{"late --previous old --sat 81001", 1, "warning no-overlap:81001, ", ""},
              Case{"new --sat 81002", 1, "", ""},
+             Case{"new --previous clean --sat 81007", 0, "note added:81007, ", ""},
              Case{"carded", 0, "", ""},
              Case{"hidden", 0, "", ""},
              Case{"empty", 3, "", "empty: error: there are no files in it"},
              Case{"missing", 3, "", "missing: error: there is no satellite in it that could be read"},
              Case{"rubbish", 3, "", "rubbish: error: there is no satellite in it that could be read"},
              Case{"bad", 3, "", "81009_b.e: error: "},
+             Case{"linked", 3, "", "linked/81001_a.e: error: No such file or directory"},
+             Case{"linked", 3, "", "linked/81002_a.e: error: Too many levels of symbolic links"},
              Case{"clean --previous missing", 3, "", "missing: error: there is no satellite in it"},
              Case{"clean --previous empty", 3, "", "empty: error: there are no files in it"},
              Case{"clean --sat 7", 3, "", "satellite 7 is not in any of the files"},
@@ -115,9 +120,9 @@ TEST_F(Delivery, SaysWhichFindingsAreNewAndHowFarPredictionsWereOff) {
     // The gap of 81002 is another one than before, and the earlier one is in the new span: it is gone.
     EXPECT_THAT(json.output, HasSubstr(R"("kind":"gap","findings":1,"subjects":1,"new":1,"unchanged":0,"gone":1})"));
     EXPECT_THAT(json.output, HasSubstr(R"("schema":"vorlandi.delivery/1","delivery":"new","previous":"old")"));
-    // 780 minutes of 81001 and 700 of 81006 in common, less the gaps of 81002.
+    // 780 minutes of 81001 in common, and of 81002 less the gap. What 81006 has in common is the same.
     EXPECT_THAT(json.output, HasSubstr(R"("ages":[
-{"age_days":0,"satellites":3,"times":2231,)"));
+{"age_days":0,"satellites":2,"times":1531,)"));
     EXPECT_THAT(json.output, HasSubstr(R"("normalized_satellites":0,"set_aside":0,"factor":null,"covariances":null})"));
 
     const Outcome table = run("delivery new --previous old --limit 0" + options);
@@ -126,6 +131,10 @@ TEST_F(Delivery, SaysWhichFindingsAreNewAndHowFarPredictionsWereOff) {
                                         "2026-01-31T00:00:00.000000 to 2026-01-31T14:59:00.000000\n"));
     EXPECT_THAT(table.output, HasSubstr("1 more missing\n1 more added\n1 more frame-changed\n"));
     EXPECT_THAT(table.output, HasSubstr("1 satellite was not updated"));
+    EXPECT_THAT(table.output, HasSubstr("1 satellite has the same states as before"));
+    const Outcome unchanged = run("delivery old --previous old" + options);
+    EXPECT_THAT(unchanged.output, HasSubstr("\n6 satellites were not updated"));
+    EXPECT_THAT(unchanged.output, Not(HasSubstr("No satellite could be compared")));
     const Outcome one = run("delivery clean --previous old --sat 81001" + options);
     EXPECT_THAT(one.output, HasSubstr("\nno findings\n"));
     EXPECT_THAT(one.output, HasSubstr("\n         0           1           5  "));
@@ -149,6 +158,8 @@ TEST_F(Delivery, PagesAreCompleteAndReplaceOthersOnlyWhenForced) {
     EXPECT_EQ(run("delivery clean -o page.html --force --format json").status, 2);
     EXPECT_EQ(run("delivery empty -o none.html").status, 3);
     EXPECT_FALSE(fs::exists(file("none.html")));
+    EXPECT_EQ(run("delivery clean --previous new --sat 81007 -o gone.html").status, 1);
+    EXPECT_THAT(contentsOf(file("gone.html")), HasSubstr("warning missing"));
 }
 
 }  // namespace
