@@ -26,7 +26,7 @@ cross-track, by the age of the previous prediction: whole days since its first p
 they are honest: a factor of 2.1 means that standard deviations would have to grow 2.1 times. See docs/delivery.md.
 
 Records belong together if their satellite number and frame are the same. Frames are never converted: satellites whose
-frame has changed are told and not compared.
+frame has changed are reported, not compared.
 
 With -o and a name that ends in .html a page is written, one file without network; --force replaces one that exists.
 

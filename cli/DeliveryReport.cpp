@@ -125,7 +125,7 @@ private:
                                                      [&](const auto& other) { return other.age_days == age.age_days; });
                 add(ChangeKind::FarOff, report_.satelliteOf(i),
                     fmt::format("differs from the previous delivery by {} standard deviations, rms, at an age of {}, "
-                                "and by up to {}: a manoeuvre, or one of both is wrong",
+                                "and by up to {}: a manoeuvre, or one of the two is wrong",
                                 analysis::roundedText(std::sqrt(difference->meanSquaredDistance / 3.0)),
                                 analysis::countText(static_cast<std::size_t>(age.age_days), "day"),
                                 analysis::lengthText(difference->largest_m)));

@@ -162,11 +162,10 @@ std::vector<std::string> ageNotes(const DeliveryReport& report) {
             "This delivery less the previous one, by the age of the previous: root mean squares over the satellites.");
     if (std::any_of(report.ages.begin(), report.ages.end(),
                     [](const AgeStatistics& age) { return age.normalizedSatellites > 0; }))
-        notes.emplace_back(
-            "factor: by so much standard deviations would have to grow to explain the differences; 1 is honest.");
+        notes.emplace_back("factor: standard deviations times this would explain the differences; 1 is honest.");
     if (std::any_of(report.ages.begin(), report.ages.end(),
                     [](const AgeStatistics& age) { return !age.setAside.empty(); }))
-        notes.emplace_back("Satellites that are far off are left out, but of the largest difference.");
+        notes.emplace_back("Satellites that are far off count only for the largest difference.");
     if (same > 0)
         notes.push_back(fmt::format("{} not updated and not counted.",
                                     same == 1 ? "1 satellite was" : fmt::format("{} satellites were", same)));
@@ -175,7 +174,7 @@ std::vector<std::string> ageNotes(const DeliveryReport& report) {
             fmt::format("{} the same states as before at some ages or all; these ages are not counted.",
                         partlySame == 1 ? "1 satellite has" : fmt::format("{} satellites have", partlySame)));
     if (unanswered > 0)
-        notes.push_back(fmt::format("At {} of the previous delivery one of both has no state.",
+        notes.push_back(fmt::format("At {} of the previous delivery, one of the two has no state.",
                                     analysis::countText(unanswered, "point")));
     return notes;
 }
