@@ -32,6 +32,7 @@ Curve: TypeAlias = tuple[str, Floats, Floats]  # label, times, values
 
 _EARTH_RADIUS_KM = 6378.137
 _EARTH_ROTATION_RAD_S = 7.292115e-5
+_LEAST_SINE = 1e-9  # of the angle between position and velocity
 _LONGEST_STEP_MIN = 1.0
 _ROUNDING = 1e-3  # steps, so that points a minute apart are not split
 _MINUTES_PER_DAY = 1440.0
@@ -102,10 +103,11 @@ def _rotates(sat: Satellite) -> bool:
 
 
 def _orbit_axes(states: Floats, rotates: bool) -> Floats:
-    """Unit vectors radial, in-track and cross-track, shape (n, 3, 3), by the inertial velocity; NaN without such."""
+    """Unit vectors radial, in-track and cross-track by the inertial velocity, shape (n, 3, 3); NaN for no such axes."""
     position = states[:, :3]
     velocity = states[:, 3:] + (np.cross([0.0, 0.0, _EARTH_ROTATION_RAD_S], position) if rotates else 0.0)
     normal = np.cross(position, velocity)
+    normal[_lengths(normal) < _LEAST_SINE * _lengths(position) * _lengths(velocity)] = np.nan
     with np.errstate(invalid="ignore"):
         radial = position / _lengths(position)[:, np.newaxis]
         cross_track = normal / _lengths(normal)[:, np.newaxis]
@@ -342,7 +344,7 @@ def points(sats: Satellites, *, ax: Axes | None = None, **line: Any) -> Axes:
     axes = _draw(_axes_for(ax), bars, "satellite", {"linewidth": 5, "solid_capstyle": "butt", **line})
     if len(bars) <= _MOST_NAMED_BARS:
         axes.set_yticks(range(len(bars)), [label for label, *_ in bars])
-    axes.set_ylim(len(bars) - 0.5, -0.5)
+    axes.set_ylim(max(len(bars), 1) - 0.5, -0.5)
     return axes
 
 
