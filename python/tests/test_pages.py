@@ -14,7 +14,7 @@ import vorlandi
 ROOT = EXAMPLES.parent
 PACKAGE = ROOT / "python" / "vorlandi"
 MODULES = [f"vorlandi.{path.stem}".removesuffix(".__init__") for path in sorted(PACKAGE.glob("*.py"))
-           if path.stem not in ("__main__", "dask", "plot")]
+           if path.stem not in ("__main__", "dask")]
 PROGRAMS = [(folder, program) for folder, page in ((ROOT, ROOT / "README.md"), (DATA, ROOT / "docs" / "python.md"))
             for program in re.findall(r"^```python\n(.*?)^```", page.read_text(), re.M | re.S)]
 
@@ -27,7 +27,7 @@ def test_examples_in_docstrings_are_true(name):
 
 def test_every_public_name_has_a_docstring_with_its_arguments():
     missing, tried = [], 0
-    for module in (vorlandi, vorlandi.times, vorlandi.store, vorlandi.analysis, vorlandi.convert):
+    for module in (vorlandi, vorlandi.times, vorlandi.store, vorlandi.analysis, vorlandi.convert, vorlandi.plot):
         for name in module.__all__:
             value = getattr(module, name)
             members = [value]
@@ -45,7 +45,7 @@ def test_programs_of_the_pages_run(folder, program, tmp_path):
     run = subprocess.run([sys.executable, "-W", "error", tmp_path / "program.py"], capture_output=True, text=True,
                          cwd=folder)
     assert run.returncode == 0, run.stderr
-    assert len(PROGRAMS) == 6
+    assert len(PROGRAMS) == 7
 
 
 @pytest.mark.parametrize("program", sorted((EXAMPLES / "python").glob("*.py")), ids=lambda path: path.stem)

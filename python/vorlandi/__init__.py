@@ -22,11 +22,11 @@ from vorlandi._errors import (ClosedError, DuplicateError, Error, GapError, Load
 from vorlandi._satellite import Points, Satellite
 
 if TYPE_CHECKING:
-    from vorlandi import analysis, convert
+    from vorlandi import analysis, convert, plot
 
 __all__ = ["ClosedError", "DuplicateError", "Ephemerides", "Error", "GapError", "LoadError", "LoadWarning", "Message",
            "NoDataError", "OutOfSpanError", "Points", "Satellite", "TimeError", "TooFewPointsError", "analysis",
-           "convert", "load", "loads", "store", "times", "trace_to"]
+           "convert", "load", "loads", "plot", "store", "times", "trace_to"]
 
 __version__ = _vorlandi.version().split()[-1]
 
