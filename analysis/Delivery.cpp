@@ -222,6 +222,7 @@ AgeStatistics statisticsOf(int age_days, const std::vector<Part>& parts) {
     statistics.age_days = age_days;
     statistics.satellites = parts.size();
     std::vector<double> distances;
+    distances.reserve(parts.size());
     for (const auto& [index, difference] : parts)
         distances.push_back(difference->meanSquaredDistance);
     const double usual = medianOf(distances);
@@ -306,6 +307,7 @@ std::vector<AgeStatistics> statisticsByAge(std::span<const PredictionDifference>
         for (const AgeDifference& age : differences[i].ages)
             if (!differences[i].isSame && differs(age)) byAge[age.age_days].push_back({i, &age});
     std::vector<AgeStatistics> statistics;
+    statistics.reserve(byAge.size());
     for (const auto& [age_days, parts] : byAge)
         statistics.push_back(statisticsOf(age_days, parts));
     return statistics;

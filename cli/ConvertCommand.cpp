@@ -174,6 +174,7 @@ ExitStatus runConvert(ConvertOptions& options, Console& console) {
     const bool allKnown = reportUnknown(options.satellites, loadedSatellites(results), console);
     const std::vector<NumberedSatellite> satellites = wantedSatellites(options.satellites, results);
     std::vector<SatelliteRecord> records;
+    records.reserve(satellites.size());
     for (const NumberedSatellite& one : satellites)
         records.push_back(one.satellite);
     warnOfMissingVelocities(records, console);

@@ -87,6 +87,7 @@ private:
         }
         std::sort(largest.begin(), largest.end());
         std::vector<std::size_t> order;
+        order.reserve(largest.size());
         for (const auto& [size, index] : largest)
             order.push_back(index);
         return order;

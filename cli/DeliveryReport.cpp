@@ -267,6 +267,7 @@ std::vector<DeliveryGroup> groupsOf(const CheckedDelivery& delivery) {
         group.span.end = isEmpty ? satellite.span.end : std::max(group.span.end, satellite.span.end);
     }
     std::vector<DeliveryGroup> result;
+    result.reserve(groups.size());
     for (auto& [key, group] : groups)
         result.push_back(group);
     return result;
@@ -296,7 +297,7 @@ std::string_view nameOf(analysis::Honesty honesty) {
 
 std::string honestyText(const analysis::AgeStatistics& statistics) {
     using analysis::Honesty;
-    const std::string name(nameOf(statistics.honesty));
+    std::string name(nameOf(statistics.honesty));
     switch (statistics.honesty) {
         case Honesty::Untold:
             return "-";

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <iterator>
 
 #include "SatelliteRecord.hpp"
@@ -52,9 +53,10 @@ std::vector<Tick> evenTicks(double least, double largest, int count) {
 
 std::vector<Tick> decadeTicks(double least, double largest) {
     std::vector<Tick> ticks;
-    const double first = std::ceil(std::log10(least) - 1e-9), last = std::floor(std::log10(largest) + 1e-9);
-    const double step = std::max(1.0, std::ceil((last - first) / 4.0));
-    for (double power = first; power <= last; power += step)
+    const auto first = static_cast<int>(std::ceil(std::log10(least) - 1e-9));
+    const auto last = static_cast<int>(std::floor(std::log10(largest) + 1e-9));
+    const int step = std::max(1, (last - first + 3) / 4);
+    for (int power = first; power <= last; power += step)
         ticks.push_back({std::pow(10.0, power), fmt::format("{:g}", std::pow(10.0, power))});
     return ticks;
 }
@@ -63,9 +65,11 @@ std::vector<Tick> timeTicks(const Span& span, int count) {
     std::vector<Tick> ticks;
     const double step_s = roundTimeStep_s((span.last.days - span.first.days) * kSecondsPerDay / count);
     const double step_days = step_s / kSecondsPerDay;
-    for (double k = std::ceil(span.first.days / step_days); k * step_days <= span.last.days; ++k) {
+    for (auto k = static_cast<std::int64_t>(std::ceil(span.first.days / step_days));; ++k) {
+        const double tick_days = static_cast<double>(k) * step_days;
+        if (!(tick_days <= span.last.days)) break;
         // Times between two microseconds would show as the one before.
-        const double days = std::round(k * step_days * kSecondsPerDay) / kSecondsPerDay;
+        const double days = std::round(tick_days * kSecondsPerDay) / kSecondsPerDay;
         ticks.push_back({days, textOf(days + 1e-7 / kSecondsPerDay, step_s)});
     }
     return ticks;

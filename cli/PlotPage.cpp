@@ -51,8 +51,8 @@ std::string pointsOf(const analysis::Ephemeris& ephemeris, double start_days) {
 std::string offsetsOf(const Span& span) {
     std::string text;
     double before = -1.0;
-    for (double day = std::floor(span.first.days); day <= span.last.days; day += 1.0) {
-        const double offset_s = tai_minus_utc_s({day});
+    for (auto day = static_cast<int>(std::floor(span.first.days)); day <= span.last.days; ++day) {
+        const double offset_s = tai_minus_utc_s({static_cast<double>(day)});
         if (offset_s != before) text += fmt::format("{}[{},{}]", text.empty() ? "" : ",", day, offset_s);
         before = offset_s;
     }

@@ -36,6 +36,7 @@ std::string ephemerisAt(const std::vector<double>& times_s, const std::string& e
 
 std::string ephemeris(int points, double first_s, double spacing_s) {
     std::vector<double> times_s;
+    times_s.reserve(static_cast<std::size_t>(points));
     for (int i = 0; i < points; ++i)
         times_s.push_back(first_s + i * spacing_s);
     return ephemerisAt(times_s);

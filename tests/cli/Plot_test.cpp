@@ -55,8 +55,8 @@ TEST_F(Plot, CurvesHaveTwoPointsAColumnAndBreakWhereThereAreNoStates) {
     EXPECT_LE(countOf(plotted("81011.e --show speed"), "<line"), 30u);
     // Three hours without points: more than one stroke, and a darker rectangle between them.
     std::vector<double> times;
-    for (double t = 0.0; t < 26000.0; t += 100.0)
-        if (t < 6000.0 || t > 18000.0) times.push_back(t);
+    for (int t = 0; t < 26000; t += 100)
+        if (t < 6000 || t > 18000) times.push_back(t);
     write("81010.e", ephemerisAt(times));
     const std::string broken = plotted("81010.e --show height,gaps");
     EXPECT_GT(countOf(broken, "M"), 1u);
