@@ -69,7 +69,7 @@ TEST(InputUnit, CutsRandomLinesAroundTheWidthsAndTheBufferSize) {
 TEST(InputUnit, GivesTheWholeLinesBeforeAFailedReadThenAnError) {
     InputUnit unit = slowUnit("one\ntwo\nthree\n", 3, 10);
     EXPECT_EQ(linesOf(std::move(unit), kAll, ReadOutcome::Error), (Lines{"one", "two"}));
-    unit.rewind();
+    unit.rewind();  // NOLINT(bugprone-use-after-move)
     EXPECT_EQ(linesOf(std::move(unit), kAll, ReadOutcome::Error), (Lines{"one", "two"}));
     EXPECT_EQ(linesOf(slowUnit(std::string(200000, 'x'), 50000, 150000), kAll, ReadOutcome::Error), Lines{});
 }
@@ -159,7 +159,7 @@ TEST(Fileopenmt, WaitsForTheWriterOfAPipeReadsAllAndRewinds) {
     });
     InputUnit unit;
     ASSERT_EQ(fileopenmt(pipe.path(), unit), 0);
-    for (int k = 0; k < 2; ++k, unit.rewind())
+    for (int k = 0; k < 2; ++k, unit.rewind())  // NOLINT(bugprone-use-after-move)
         EXPECT_EQ(linesOf(std::move(unit)), (Lines{std::string(kAll, 'x'), "last"}));
 }
 
