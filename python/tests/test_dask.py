@@ -1,4 +1,5 @@
 """Many files on the workers of Dask: the bits of one process, whatever happens to workers, memory and files."""
+import contextlib
 import os
 import shutil
 import signal
@@ -10,10 +11,11 @@ import pytest
 from conftest import MINUTE, START, circle, covariances
 
 import vorlandi
-from vorlandi import convert
+from vorlandi import analysis, convert
 
 vd = pytest.importorskip("vorlandi.dask")
 distributed = pytest.importorskip("distributed")
+pandas = pytest.importorskip("pandas")
 
 FILES = 12
 TIMES = START + MINUTE * np.linspace(-2, 70, 200)  # begins before and ends after the points
@@ -30,13 +32,19 @@ def files(tmp_path_factory):
     return sorted(folder.iterdir())
 
 
-@pytest.fixture(scope="module")
-def client():
+@contextlib.contextmanager
+def workers(count):
     with warnings.catch_warnings():
         warnings.simplefilter("ignore")
-        with distributed.LocalCluster(n_workers=2, threads_per_worker=2, processes=True, dashboard_address=None,
+        with distributed.LocalCluster(n_workers=count, threads_per_worker=2, processes=True, dashboard_address=None,
                                       memory_limit="1GB") as cluster, distributed.Client(cluster) as client:
             yield client
+
+
+@pytest.fixture(scope="module")
+def client():
+    with workers(2) as client:
+        yield client
 
 
 @pytest.fixture(autouse=True)
@@ -131,3 +139,84 @@ def test_files_that_change_or_vanish_are_told(files, client, tmp_path):
     again = vd.index(paths, errors="nan")
     problem, = again.attrs["problems"]
     assert (problem.kind, problem.path) == ("not-read", str(paths[1])) and len(again) == len(index) - 2
+
+
+def turned(points, angle):
+    """States on axes turned about z by an angle, one for all or one for each."""
+    cosine, sine = np.cos(angle), np.sin(angle)
+    x, y = points[..., ::3], points[..., 1::3]
+    result = points.copy()
+    result[..., ::3] = (x.T * cosine + y.T * sine).T
+    result[..., 1::3] = (y.T * cosine - x.T * sine).T
+    return result
+
+
+def fleet(folder, frame):
+    """Files of orbits in one shell, some of which begin late, lack three hours, or share a number. The last four drift
+    apart slowly, so that they are near where their states begin and end."""
+    random = np.random.default_rng(11)
+    sats = []
+    for i in range(60):
+        late, lost = (i % 3 == 0) * random.integers(1, 40), (i % 4 == 0) * 200
+        number = {50: 0, 51: 0, 52: 7, 53: 7}.get(i, 1000 + i)
+        phase, height_km, tilt, node = random.uniform([0, -5, 0, 0], [6.3, 5, 3, 6.3])
+        if i > 55:
+            phase, height_km, tilt, node = 0.002 * i, 0.3 * (60 - i), 1.0, 0.0
+        orbit = circle(number, points=450 - late, start=START + late * random.uniform(0.9, 1.0) * MINUTE, phase=phase,
+                       radius_km=7000 + height_km, tilt=tilt).points
+        states = turned(orbit.states, node)
+        if frame == "ECR":
+            rate = 7.292115e-5
+            states = turned(states, rate * (orbit.ds50 - START) * 86400)
+            states[:, 3] += rate * states[:, 1]
+            states[:, 4] -= rate * states[:, 0]
+        kept = np.r_[0:120, 120 + lost:len(states)]
+        matrices = covariances(len(kept)) if i % 2 else None
+        sats.append(vorlandi.Satellite.from_points(number, orbit.ds50[kept], states[kept], frame=frame,
+                                                   covariances=matrices))
+    paths = [folder / f"{frame}{at}.oem" for at in range(0, 60, 5)]
+    for at, path in enumerate(paths):
+        convert.write(sats[5 * at:5 * at + 5], path, "oem")
+    return paths
+
+
+def by_time(table):
+    return table.sort_values(["time_utc", "number_a", "number_b"], ignore_index=True)
+
+
+@pytest.mark.parametrize("frame, within_km, step_s, options", [
+    ("ECI", 100, 60, {}), ("ECR", 1500, 300, {"same_number": True}),
+    ("ECI", 300, 45, {"start": START + 3.7 * MINUTE, "stop": START + 200.2 * MINUTE})])
+def test_close_approaches_are_those_of_one_process(frame, within_km, step_s, options, client, tmp_path):
+    paths = fleet(tmp_path, frame)
+    names = {"end" if name == "stop" else name: value for name, value in options.items()}
+    wanted = analysis.approaches(vorlandi.load(*paths), within_km, step_s=step_s, **names).approaches
+    index = vd.index(paths, files_per_task=5)
+    table = vd.close_approaches(index, within_km=within_km, step_s=step_s, **options)
+    found = by_time(table.compute())
+    wanted = by_time(pandas.DataFrame({name: wanted[name] for name in found.columns}))
+    assert len(wanted) > 50 and wanted["at_end"].sum() > 1 and wanted["sigma_distance"].notna().any()
+    kinds = found.dtypes == "float64"
+    exact = [name for name in found.columns if not kinds[name] and name != "time_utc"]
+    pandas.testing.assert_frame_equal(found[exact], wanted[exact], check_dtype=False)
+    assert (abs(found["time_utc"] - wanted["time_utc"]) <= np.timedelta64(2, "us")).all()
+    for name in found.columns[kinds]:  # a microsecond along the orbit is 8 mm; the distance is at its minimum
+        limit = 1e-6 if name == "distance_km" else 2e-5
+        np.testing.assert_allclose(found[name], wanted[name], rtol=1e-5, atol=limit)
+    if frame == "ECI":
+        return
+    with workers(1):
+        pandas.testing.assert_frame_equal(by_time(table.compute()), found, check_exact=True)
+
+
+def test_close_approaches_refuse_what_can_not_be_compared(files, client, tmp_path):
+    other = tmp_path / "j2k.oem"
+    convert.write(circle(3, frame="J2K"), other, "oem")
+    index = vd.index([*files, other])
+    for rows, options, reason in ((index, {}, "in ECI, J2K"), (index[:0], {}, "no satellites"),
+                                  (index[:3], {"within_km": 0}, "within_km"), (index[:3], {"step_s": 301}, "step_s"),
+                                  (index[:3], {"start": START + 1}, "no satellite has states"),
+                                  (index[:3], {"start": START + 1, "stop": START}, "ends before")):
+        with pytest.raises(ValueError, match=reason):
+            vd.close_approaches(rows, **options)
+    assert len(vd.close_approaches(index[index.frame == "J2K"]).compute()) == 0

@@ -47,7 +47,7 @@ def test_programs_of_the_pages_run(folder, program, tmp_path):
     run = subprocess.run([sys.executable, "-W", "error", tmp_path / "program.py"], capture_output=True, text=True,
                          cwd=folder)
     assert run.returncode == 0, run.stderr
-    assert len(PROGRAMS) == 7
+    assert len(PROGRAMS) == 8
 
 
 @pytest.mark.parametrize("program", sorted((EXAMPLES / "python").glob("*.py")), ids=lambda path: path.stem)

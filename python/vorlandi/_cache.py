@@ -43,10 +43,15 @@ class Part:
     files: tuple[File, ...]
     file_of: NDArray[np.int64]
     place: NDArray[np.int64]
-    bytes: int
+    bytes: int  # of their points, or more
 
     def __len__(self) -> int:
         return len(self.place)
+
+    def take(self, rows: NDArray[np.int64]) -> Part:
+        """Some of them."""
+        used, file_of = np.unique(self.file_of[rows], return_inverse=True)
+        return Part(tuple(self.files[at] for at in used), file_of, self.place[rows], self.bytes)
 
 
 @dataclass(frozen=True)
