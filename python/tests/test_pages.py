@@ -14,9 +14,10 @@ import vorlandi
 ROOT = EXAMPLES.parent
 PACKAGE = ROOT / "python" / "vorlandi"
 MODULES = [f"vorlandi.{path.stem}".removesuffix(".__init__") for path in sorted(PACKAGE.glob("*.py"))
-           if path.stem not in ("__main__", "dask")]
-PROGRAMS = [(folder, program) for folder, page in ((ROOT, ROOT / "README.md"), (DATA, ROOT / "docs" / "python.md"))
-            for program in re.findall(r"^```python\n(.*?)^```", page.read_text(), re.M | re.S)]
+           if path.stem != "__main__"]
+PAGES = ((ROOT, "README.md"), (DATA, "docs/python.md"), (DATA, "docs/clusters.md"))
+PROGRAMS = [(folder, program) for folder, page in PAGES
+            for program in re.findall(r"^```python\n(.*?)^```", (ROOT / page).read_text(), re.M | re.S)]
 
 
 @pytest.mark.parametrize("name", MODULES)
@@ -27,7 +28,8 @@ def test_examples_in_docstrings_are_true(name):
 
 def test_every_public_name_has_a_docstring_with_its_arguments():
     missing, tried = [], 0
-    for module in (vorlandi, vorlandi.times, vorlandi.store, vorlandi.analysis, vorlandi.convert, vorlandi.plot):
+    for module in (vorlandi, vorlandi.times, vorlandi.store, vorlandi.analysis, vorlandi.convert,
+                   vorlandi.dask, vorlandi.plot):
         for name in module.__all__:
             value = getattr(module, name)
             members = [value]
@@ -45,7 +47,7 @@ def test_programs_of_the_pages_run(folder, program, tmp_path):
     run = subprocess.run([sys.executable, "-W", "error", tmp_path / "program.py"], capture_output=True, text=True,
                          cwd=folder)
     assert run.returncode == 0, run.stderr
-    assert len(PROGRAMS) == 7
+    assert len(PROGRAMS) == 8
 
 
 @pytest.mark.parametrize("program", sorted((EXAMPLES / "python").glob("*.py")), ids=lambda path: path.stem)
