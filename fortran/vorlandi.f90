@@ -20,6 +20,8 @@ module vorlandi
     use, intrinsic :: iso_c_binding
     implicit none
 
+    ! ---- Constants ----
+
     ! How VorlanLoadFileExt and VorlanLoadBytes load: the options are added up.
     integer(c_int32_t), parameter :: VORLAN_LOAD_PRACTICAL = 1, VORLAN_LOAD_DMA_KEYS = 2, VORLAN_LOAD_NO_CARDS = 4, &
         VORLAN_LOAD_THREADS = 8
@@ -39,12 +41,14 @@ module vorlandi
     character(640), save, private :: own_message = " "
     !$omp threadprivate(own_message)
 
+    ! ---- States and points ----
+
     ! The state at a time, interpolated as VorlanDs50UTC describes.
     !
     !   key         in   satellite
     !   ds50        in   days since 1950, UTC, inside the span of the points
     !   state       out  (6) km and km/s
-    !   covariance  out  (6,6) may be left out; zero where the points carry none
+    !   covariance  out  (6,6) km and km/s; may be left out; zero where the points carry none
     !   status      out  0 or 2
     interface vorlan_state
         module procedure state_alone, state_and_covariance
@@ -52,9 +56,10 @@ module vorlandi
 
     ! Many states: of one satellite at many times, or of many satellites at one time. Each has the bits of vorlan_state.
     !
-    !   key          in   a satellite, and ds50(n) times; or key(n) satellites and one time ds50
+    !   key          in   a satellite, or (n) satellites
+    !   ds50         in   days since 1950, UTC: (n) times of a satellite, or one time of many
     !   states       out  (6,n) km and km/s; zero where an answer failed
-    !   covariances  out  (6,6,n) may be left out
+    !   covariances  out  (6,6,n) km and km/s; may be left out
     !   status       out  (n) 0 or 2 each; all 2 if sizes differ, and then nothing else is changed
     interface vorlan_states
         module procedure states_at_times, states_and_covariances_at_times
@@ -64,9 +69,9 @@ module vorlandi
     ! All stored points of a satellite.
     !
     !   key          in   satellite
-    !   ds50         out  (n) times; allocated here, as the others are; n is 0 if the key is unknown
+    !   ds50         out  (n) days since 1950, UTC; allocated here, as the others are; n is 0 if the key is unknown
     !   states       out  (6,n) km and km/s
-    !   covariances  out  (6,6,n) may be left out
+    !   covariances  out  (6,6,n) km and km/s; may be left out
     !   status       out  0; 2 if the key is unknown, or if memory is short: then some may not be allocated
     interface vorlan_points
         module procedure points_alone, points_and_covariances
@@ -77,7 +82,7 @@ module vorlandi
     !   key         in   satellite
     !   ds50        in   days since 1950, UTC
     !   state       in   (6) km and km/s
-    !   covariance  in   (6,6) its lower triangle is used; may be left out
+    !   covariance  in   (6,6) km and km/s; its lower triangle is used; may be left out
     !   status      out  0; 2 if the key is unknown
     interface vorlan_append
         module procedure append_alone, append_with_covariance
@@ -140,7 +145,7 @@ module vorlandi
             integer(c_int32_t) :: answer
         end function
 
-        ! The number of satellites.
+        ! Returns the number of satellites.
         function VorlanGetCount() bind(c, name="VorlanGetCount") result(answer)
             import
             integer(c_int32_t) :: answer
@@ -253,7 +258,7 @@ module vorlandi
             integer(c_int32_t) :: answer
         end function
 
-        ! As VorlanDs50UTC, with the covariance as in VorlanMseCovMtx.
+        ! As VorlanDs50UTC, with the covariance.
         function VorlanDs50UTCCovMtx(satKey, ds50UTC, mse, pos, vel, revNum, covMtx) &
                 bind(c, name="VorlanDs50UTCCovMtx") result(answer)
             import
@@ -280,7 +285,7 @@ module vorlandi
             integer(c_int32_t) :: answer
         end function
 
-        ! As VorlanGetEphemeris, with the stored covariance as in VorlanMseCovMtx.
+        ! As VorlanGetEphemeris, with the stored covariance.
         function VorlanGetCovMtx(satKey, index, ds50UTC, pos, vel, revNum, covMtx) &
                 bind(c, name="VorlanGetCovMtx") result(answer)
             import
@@ -304,7 +309,7 @@ module vorlandi
             integer(c_int32_t) :: answer
         end function
 
-        ! Times of the first and the last stored point, days since 1950, UTC.
+        ! Times of the first and the last stored point.
         function VorlanStartEndTime(satKey, startDs50UTC, endDs50UTC) bind(c, name="VorlanStartEndTime") result(answer)
             import
             integer(c_int64_t), value :: satKey
@@ -421,7 +426,7 @@ module vorlandi
             integer(c_int32_t) :: answer
         end function
 
-        ! The same for the content of a file that is in memory.
+        ! Loads the content of a file that is in memory.
         function VorlanLoadBytes(bytes, size, fileName, options, capacity, satKeys, count) &
                 bind(c, name="VorlanLoadBytes") result(answer)
             import
@@ -473,7 +478,7 @@ module vorlandi
             character(kind=c_char), intent(out), optional :: text(26)
         end subroutine
 
-        ! Days since 1950 on the UTC scale to days since 1950 on the TAI scale.
+        ! Turns a time on the UTC scale into the same time on the TAI scale.
         function VorlanTimeUtcToTai(ds50UTC) bind(c, name="VorlanTimeUtcToTai") result(answer)
             import
             real(c_double), value :: ds50UTC
@@ -562,7 +567,7 @@ module vorlandi
             integer(c_int32_t) :: answer
         end function
 
-        ! The guard mode in force.
+        ! Returns the guard mode in force.
         function VorlanGetGuardMode() bind(c, name="VorlanGetGuardMode") result(answer)
             import
             integer(c_int32_t) :: answer
@@ -600,9 +605,9 @@ contains
         call vorlan_load_keys(name, none, count, status)
     end subroutine
 
-    ! The same; returns the keys of what was stored.
+    ! Loads a file and returns the keys of what was stored; otherwise as vorlan_load.
     !
-    !   keys    out  in the order of storing; as many as there are and fit, the rest is untouched
+    !   keys    out  (n) in the order of storing; as many as there are and fit, the rest is untouched
     !   count   out  number of satellites stored, which may be larger than size(keys)
     subroutine vorlan_load_keys(name, keys, count, status)
         character(*), intent(in) :: name
@@ -698,7 +703,9 @@ contains
 
     ! Times of the first and the last point of a satellite.
     !
-    !   first   out  days since 1950, UTC, as `last`; 0 on failure
+    !   key     in   satellite
+    !   first   out  days since 1950, UTC; 0 on failure
+    !   last    out  days since 1950, UTC; 0 on failure
     !   status  out  0; 2 if the key is unknown or there are no points
     subroutine vorlan_span(key, first, last, status)
         integer(c_int64_t), intent(in) :: key
@@ -711,6 +718,7 @@ contains
 
     ! A field of a satellite as text (VorlanGetField).
     !
+    !   key     in   satellite
     !   field   in   1 satellite number, 2 epoch, 11 code of the coordinate system, 12 number of points, 13 file name,
     !                14 text, 15 tag; the others as in vorlandi.h
     !   value   out  blanks on failure, also if it is longer than the variable
@@ -736,6 +744,7 @@ contains
 
     ! Sets a field of a satellite (VorlanSetField).
     !
+    !   key     in   satellite
     !   field   in   11 code of the coordinate system, 14 text, 15 tag
     !   value   in   at most 8 characters of a text, 128 of a tag
     !   status  out  0; 2 if the key is unknown or the value too long, and then nothing is changed
@@ -758,7 +767,11 @@ contains
 
     ! ---- Times ----
 
-    ! The time that a text gives, in any form of VorlanTimeFromText: days since 1950, UTC; 0 if it is not a time.
+    ! The time that a text gives, in any form of VorlanTimeFromText.
+    !
+    !   text    in   the text
+    !
+    ! Returns days since 1950, UTC; 0 if the text is not a time.
     function vorlan_time(text) result(ds50)
         character(*), intent(in) :: text
         real(c_double) :: ds50
@@ -766,7 +779,11 @@ contains
         ds50 = VorlanTimeFromText(text, len_trim(text, kind=c_int32_t))
     end function
 
-    ! A time as YYYY-MM-DDTHH:MM:SS.ffffff; blank outside the years 1900 to 2199.
+    ! A time as YYYY-MM-DDTHH:MM:SS.ffffff.
+    !
+    !   ds50    in   days since 1950, UTC
+    !
+    ! Returns the text; blank outside the years 1900 to 2199.
     function vorlan_iso(ds50) result(text)
         real(c_double), intent(in) :: ds50
         character(26) :: text
@@ -776,8 +793,8 @@ contains
 
     ! ---- The library ----
 
-    ! Why the last short procedure that failed on this thread failed; blank if none has. Each thread has a message of
-    ! its own if this file is compiled with -fopenmp, as libvorlandi_fortran.a is.
+    ! Returns why the last short procedure that failed on this thread failed; blank if none has.
+    ! Threads: each has a message of its own if this file is compiled with -fopenmp, as libvorlandi_fortran.a is.
     function vorlan_message() result(text)
         character(:), allocatable :: text
         character(text_length) :: padded
@@ -790,7 +807,7 @@ contains
         end if
     end function
 
-    ! Name and version of the library.
+    ! Returns name and version of the library.
     function vorlan_version() result(text)
         character(:), allocatable :: text
         character(128) :: padded

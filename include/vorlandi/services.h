@@ -18,15 +18,18 @@
 extern "C" {
 #endif
 
+/* ---- Trace log ---- */
+
 /* Severities of a message. */
 enum { VORLAN_TRACE_INFO = 1, VORLAN_TRACE_ERROR = 2 };
 
 /*
  * Receives one message of the trace log.
  *
- *   severity  VORLAN_TRACE_INFO or VORLAN_TRACE_ERROR
- *   text      textLen characters without terminator, trailing blanks already cut; valid during the call only
- *   userData  what was given to VorlanTraceSetHandler
+ *   severity  in  VORLAN_TRACE_INFO or VORLAN_TRACE_ERROR
+ *   text      in  [textLen] the message without terminator, trailing blanks already cut; valid during the call only
+ *   textLen   in  length of the message
+ *   userData  in  what was given to VorlanTraceSetHandler
  *
  * Runs on the thread that logs, outside every lock of the library, and may call the library. It must not throw and must
  * not leave by longjmp. Threads may run it at the same time. It also hears messages logged while a thread or the
@@ -37,7 +40,7 @@ typedef void (*VorlanTraceHandler)(int32_t severity, const char* text, int32_t t
 /*
  * Appends the trace log to a file from now on, instead of to the one that was open before.
  *
- *   fileName  in  name of the file, created if it does not exist; a pipe or a terminal may be named, too
+ *   fileName  in  [512] name of the file, created if it does not exist; a pipe or a terminal may be named, too
  *
  * Returns 0; or the errno of the failed open, and the log goes on as before. A pipe needs a reader (ENXIO).
  *
@@ -85,6 +88,8 @@ void VorlanTraceGetHandler(VorlanTraceHandler* handler, void** userData);
  */
 void VorlanTraceLastError(char message[512]);
 
+/* ---- Key modes ---- */
+
 /*
  * Chooses between one key mode for all element types and a mode for each.
  *
@@ -100,19 +105,37 @@ void VorlanTraceLastError(char message[512]);
  */
 void VorlanSetAllKeyMode(int32_t use, int32_t mode);
 
-/* Sets the key mode that holds while no mode for all is in use: 0 ordinary keys, 1 DMA keys. */
+/*
+ * Sets the key mode that holds while no mode for all is in use.
+ *
+ *   mode  in  0 ordinary keys, 1 DMA keys
+ */
 void VorlanSetElsetKeyMode(int32_t mode);
 
 /*
- * Sets what happens when a satellite is added twice: 0 the second is refused with a message and the key 0; otherwise it
- * is refused silently and answered with a key: the one that its number and epoch give. The stored satellite has this
- * key unless other satellites with the same number and epoch were added before it; then the key is that of the first
- * of them.
+ * Sets what happens when a satellite is added twice.
+ *
+ *   mode  in  0: the second is refused with a message and the key 0; otherwise it is refused silently and answered with
+ *             a key: the one that its number and epoch give
+ *
+ * The stored satellite has this key unless other satellites with the same number and epoch were added before it; then
+ * the key is that of the first of them.
  */
 void VorlanSetDupKeyMode(int32_t mode);
 
-/* The key modes in force; all are 0 at the start. A null output is skipped. */
+/*
+ * The key modes in force; all are 0 at the start.
+ *
+ *   useAll     out  not 0 if one mode is in use for all element types
+ *   allMode    out  that mode
+ *   elsetMode  out  the mode that holds otherwise
+ *   dupMode    out  the mode of VorlanSetDupKeyMode
+ *
+ * A null output is skipped.
+ */
 void VorlanGetKeyModes(int32_t* useAll, int32_t* allMode, int32_t* elsetMode, int32_t* dupMode);
+
+/* ---- Guard mode ---- */
 
 /* Guard modes of the store. */
 enum { VORLAN_GUARD_FIXED = 0, VORLAN_GUARD_SAFE = 1 };
@@ -137,12 +160,15 @@ enum { VORLAN_GUARD_FIXED = 0, VORLAN_GUARD_SAFE = 1 };
  * The mode may be switched at any time, from any thread. The promise holds for calls that begin after the switch, once
  * those that ran during it have returned.
  *
- * Returns 0; 2 for any other number, and the mode stays. Cost: docs/performance.md.
+ * Returns 0; 2 for any other number, and the mode stays.
+ * Cost: docs/performance.md.
  */
 int32_t VorlanSetGuardMode(int32_t mode);
 
-/* The guard mode in force. */
+/* Returns the guard mode in force. */
 int32_t VorlanGetGuardMode(void);
+
+/* ---- Read observer ---- */
 
 /* What a read observer hears of. */
 enum {
@@ -157,30 +183,34 @@ enum {
 /*
  * Hears what loading encounters, with the file and the line.
  *
- *   event        what it is, and what the text then is:
- *                VORLAN_READ_FORMAT   a format was recognised: its name, one of UNIVERSAL, STK, V31, ECR, ITC,
- *                                     DCE_BINARY, DCE_TEXT, LAUNCH, EELV, LCH, OASYS, OWNER, J2K, VECTOR, SIMOBS,
- *                                     OEM, MODIFIED_ITC
- *                VORLAN_READ_BAD      a line or group of lines is bad, or ends its block in an error: the line, of a
- *                                     group the first one, of a binary file nothing. The messages about it follow. A
- *                                     line that can't be read, or that is missing where the file ends in a header, is
- *                                     the one after the last, with an empty text. A block without a point has its
- *                                     header to blame
- *                VORLAN_READ_DROPPED  a point is dropped, since its time is not later than the last one or is not a
- *                                     number: its line, of a binary file nothing
- *                VORLAN_READ_STORED   a record was stored: its key
- *                VORLAN_READ_MISSING  a file that a card names can't be opened, is not a regular file, or can't be read
- *                                     to its end: its name. File and line are those of the card. A read error in the
- *                                     file itself was told as a bad line before. Cards without a name are skipped
- *                VORLAN_READ_REFUSED  a record was not stored, after the message about it if there is one: "duplicate
- *                                     of " and the key that its number and epoch make, "number or first time out of
- *                                     range", or "out of memory". The line is that of its header
- *   fileName     fileNameLen characters without terminator
- *   line         the line, from 1; in a binary file the record
- *   text         textLen characters without terminator; it and the file name are valid during the call only
- *   userData     what was given to VorlanSetReadObserver
+ *   event        in  one of VORLAN_READ_...
+ *   fileName     in  [fileNameLen] the file; valid during the call only
+ *   fileNameLen  in  length of the file name
+ *   line         in  the line, from 1; in a binary file the record
+ *   text         in  [textLen] depends on the event; valid during the call only
+ *   textLen      in  length of the text
+ *   userData     in  what was given to VorlanSetReadObserver
  *
- * Runs on the thread that loads, outside every lock, and may call the library. It must not throw.
+ * The events and their texts:
+ *
+ *   VORLAN_READ_FORMAT   a format was recognised: its name, one of UNIVERSAL, STK, V31, ECR, ITC, DCE_BINARY, DCE_TEXT,
+ *                        LAUNCH, EELV, LCH, OASYS, OWNER, J2K, VECTOR, SIMOBS, OEM, MODIFIED_ITC
+ *   VORLAN_READ_BAD      a line or group of lines is bad, or ends its block in an error: the line, of a group the first
+ *                        one, of a binary file nothing. The messages about it follow. A line that can't be read, or
+ *                        that is missing where the file ends in a header, is the one after the last, with an empty
+ *                        text. A block without a point has its header to blame
+ *   VORLAN_READ_DROPPED  a point is dropped, since its time is not later than the last one or is not a number: its
+ *                        line, of a binary file nothing
+ *   VORLAN_READ_STORED   a record was stored: its key
+ *   VORLAN_READ_MISSING  a file that a card names can't be opened, is not a regular file, or can't be read to its end:
+ *                        its name. File and line are those of the card. A read error in the file itself was told as a
+ *                        bad line before. Cards without a name are skipped
+ *   VORLAN_READ_REFUSED  a record was not stored, after the message about it if there is one: "duplicate of " and the
+ *                        key that its number and epoch make, "number or first time out of range", or "out of memory".
+ *                        The line is that of its header
+ *
+ * Runs on the thread that loads, outside every lock, and may call the library. It must not throw. Texts have no
+ * terminator.
  */
 typedef void (*VorlanReadObserver)(int32_t event, const char* fileName, int32_t fileNameLen, int64_t line,
                                    const char* text, int32_t textLen, void* userData);

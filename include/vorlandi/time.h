@@ -16,14 +16,17 @@
 extern "C" {
 #endif
 
+/* ---- Times ---- */
+
 /*
  * Reads a date text.
  *
- *   text     in  at most textLen characters; a NUL ends it early
+ *   text     in  [textLen] the text; a NUL ends it early
  *   textLen  in  length of the text, 0 or more
  *
- * Returns the time as Ds50UTC; 0.0 if the text is not a date (nor is a null text or one of negative length). The
- * forms:
+ * Returns the time as Ds50UTC; 0.0 if the text is not a date (nor is a null text or one of negative length).
+ *
+ * The forms:
  *
  *   YYDDDHHMMSS.SSS             24061120030.500
  *   YYYYDDDHHMMSS.SSS           2024061120030.500
@@ -57,20 +60,29 @@ void VorlanTimeToText15(double ds50UTC, char text[15]);
  */
 void VorlanTimeToIso(double ds50UTC, char text[26]);
 
-/* Days since 1950 on the UTC scale to days since 1950 on the TAI scale; before 1972 TAI - UTC counts as 10 s.
+/*
+ * Turns a time on the UTC scale into the same time on the TAI scale; before 1972 TAI - UTC counts as 10 s.
+ *
+ *   ds50UTC  in  days since 1950, UTC
+ *
+ * Returns days since 1950, TAI.
  */
 double VorlanTimeUtcToTai(double ds50UTC);
 
 /*
  * The inverse of VorlanTimeUtcToTai, to within one unit in the last place of the TAI time. A time inside a
  * leap second continues the old day: 23:59:60.5 is half a second after 0h of the next day.
+ *
+ *   ds50TAI  in  days since 1950, TAI
+ *
+ * Returns days since 1950, UTC.
  */
 double VorlanTimeTaiToUtc(double ds50TAI);
 
 /*
  * Replaces the leap-second table by that of a leap-seconds.list file, as the IERS and NIST publish it.
  *
- *   fileName  in  name of the file
+ *   fileName  in  [512] name of the file
  *
  * Returns 0; the errno if the file can't be opened; 2 if any of it is bad, or if memory is short. On failure the old
  * table stays whole.

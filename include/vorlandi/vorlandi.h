@@ -55,13 +55,17 @@ extern "C" {
 
 /* ---- Library and satellites ---- */
 
-/* Prepares the library. Returns 0. Nothing has to be called before the other functions. */
+/*
+ * Prepares the library. Nothing has to be called before the other functions.
+ *
+ * Returns 0.
+ */
 int32_t VorlanInit(void);
 
 /*
  * Name and version of the library.
  *
- *   infoStr  out  [128] for example "Vorlandi 1.1.0"
+ *   infoStr  out  [128] the text, for example "Vorlandi 1.1.0"
  */
 void VorlanGetInfo(char infoStr[128]);
 
@@ -88,6 +92,8 @@ int64_t VorlanAddSat(int32_t satNum, int32_t combinedCode, double epochDs50UTC, 
 /*
  * Removes a satellite and its points.
  *
+ *   satKey  in  key of the satellite
+ *
  * Returns 0; 2 if the key is unknown.
  * Messages: "RemoveNode: Unable to locate this key ... in its binary tree.", "RemoveNode: Invalid DMA key
  * (<=0).", "RemoveDMA: /DMA doesn't exist or was already deallocated", "RemoveDMA: This DMA object isn't a
@@ -95,10 +101,14 @@ int64_t VorlanAddSat(int32_t satNum, int32_t combinedCode, double epochDs50UTC, 
  */
 int32_t VorlanRemoveSat(int64_t satKey);
 
-/* Removes all satellites. Returns 0. */
+/*
+ * Removes all satellites.
+ *
+ * Returns 0.
+ */
 int32_t VorlanRemoveAllSats(void);
 
-/* The number of satellites. */
+/* Returns the number of satellites. */
 int32_t VorlanGetCount(void);
 
 /*
@@ -106,7 +116,7 @@ int32_t VorlanGetCount(void);
  *
  *   order    in   0 ascending by satellite number, coordinate system and epoch; 1 the reverse of it;
  *                 2 in the order of loading; 3 and above ascending by key
- *   satKeys  out  [VorlanGetCount()] the keys; untouched if there are no satellites
+ *   satKeys  out  [n] the keys, VorlanGetCount() of them; untouched if there are no satellites
  *
  * Messages: "Warning-VorlanGetLoaded: The binary tree is empty. No satKey returns." (information).
  * Threads: no satellite may be added between the count and the listing, or the array is too small;
@@ -131,14 +141,16 @@ int32_t VorlanGetLoadedExt(int32_t order, int64_t capacity, int64_t satKeys[], i
  * The key of a satellite number. Of several satellites with that number, the one nearest to the root of the
  * store in pre-order is taken.
  *
+ *   satNum  in  satellite number
+ *
  * Returns the key, or -1 if there is none.
  * Messages: "GetSatKey: Unable to locate satellite number ... in the Vorlan binary tree.".
  */
 int64_t VorlanGetSatKey(int32_t satNum);
 
 /*
- * The key that a satellite with this number and epoch gets when it is added in the mode of ordinary keys and no other
- * satellite has that key yet; otherwise it gets the next free one.
+ * The key that a satellite with this number and epoch gets, if no other satellite has it. That holds in the mode of
+ * ordinary keys; if another satellite has the key, the new one gets the next free key.
  *
  *   satNum    in  satellite number, 0 to 999999999
  *   epochDtg  in  [20] epoch in one of the forms YYDDDHHMMSS.SSS, YYYYDDDHHMMSS.SSS, YYDDD.DDDDDDDD,
@@ -228,31 +240,44 @@ int32_t VorlanMseCovMtx(int64_t satKey, double mse, double* ds50UTC, double pos[
  */
 int32_t VorlanDs50UTC(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3], int32_t* revNum);
 
-/* As VorlanDs50UTC, with the covariance as in VorlanMseCovMtx. */
+/*
+ * As VorlanDs50UTC, with the covariance.
+ *
+ *   covMtx  out  [6][6] covariance in km and km/s, as in VorlanMseCovMtx
+ */
 int32_t VorlanDs50UTCCovMtx(int64_t satKey, double ds50UTC, double* mse, double pos[3], double vel[3], int32_t* revNum,
                             double covMtx[6][6]);
 
 /*
  * A stored point.
  *
+ *   satKey   in   key of the satellite
  *   index    in   1 for the first point
  *   ds50UTC  out  its time, days since 1950, UTC
+ *   pos      out  [3] km
+ *   vel      out  [3] km/s
+ *   revNum   out  revolution number, the remainder of 100000
  *
- * The other arguments are those of VorlanMse. Returns 0; 2 if the key is unknown or there is no such point.
+ * Returns 0; 2 if the key is unknown or there is no such point.
  * Messages: "FindRecPtr: ...", "GetEphem: ...".
  */
 int32_t VorlanGetEphemeris(int64_t satKey, int32_t index, double* ds50UTC, double pos[3], double vel[3],
                            int32_t* revNum);
 
-/* As VorlanGetEphemeris, with the stored covariance as in VorlanMseCovMtx. */
+/*
+ * As VorlanGetEphemeris, with the stored covariance.
+ *
+ *   covMtx  out  [6][6] covariance of x, y, z, vx, vy, vz in km and km/s; zero if the point carries none
+ */
 int32_t VorlanGetCovMtx(int64_t satKey, int32_t index, double* ds50UTC, double pos[3], double vel[3], int32_t* revNum,
                         double covMtx[6][6]);
 
 /*
  * State and covariance in one array.
  *
+ *   satKey    in   key of the satellite
  *   ephType   in   what inVal is: 1 MSE, 2 Ds50UTC, 3 index of a stored point, from 1, its fraction cut
- *   inVal     in   the request
+ *   inVal     in   the request: minutes, days since 1950, UTC, or an index
  *   extState  out  [128] 0: MSE; 1: Ds50UTC; 2 to 4: position, km; 5 to 7: velocity, km/s; 8: revolution
  *                  number; 9 to 29: lower triangle of the covariance row by row; the rest 0
  *
@@ -263,7 +288,11 @@ int32_t VorlanGetCovMtx(int64_t satKey, int32_t index, double* ds50UTC, double p
 int32_t VorlanXten(int64_t satKey, int32_t ephType, double inVal, double extState[128]);
 
 /*
- * Times of the first and the last stored point, days since 1950, UTC.
+ * Times of the first and the last stored point.
+ *
+ *   satKey        in   key of the satellite
+ *   startDs50UTC  out  time of the first point, days since 1950, UTC
+ *   endDs50UTC    out  time of the last point, days since 1950, UTC
  *
  * Returns 0; 2 if the key is unknown or there are no points.
  * Messages: "FindRecPtr: ...", "VorlanStartEndTime: satKey ... does not contain any ephemeris data.".
@@ -274,7 +303,11 @@ int32_t VorlanStartEndTime(int64_t satKey, double* startDs50UTC, double* endDs50
  * The card that names the file a satellite was read from: "EPHFIL = " and the first 503 characters of the
  * name.
  *
- * Returns 0; 2 if the key is unknown. Messages: "FindRecPtr: ...".
+ *   satKey  in   key of the satellite
+ *   line    out  [512] the card
+ *
+ * Returns 0; 2 if the key is unknown.
+ * Messages: "FindRecPtr: ...".
  */
 int32_t VorlanGetLine(int64_t satKey, char line[512]);
 
@@ -289,7 +322,7 @@ int32_t VorlanGetLine(int64_t satKey, char line[512]);
  *   ds50UTC   in   [n] days since 1950, UTC
  *   posVel    out  [n][6] position (km) and velocity (km/s)
  *   revNums   out  [n] revolution numbers
- *   covMtx    out  [n][6][6] covariances, as in VorlanMseCovMtx; only worked out when asked for
+ *   covMtx    out  [n][6][6] covariances in km and km/s, as in VorlanMseCovMtx; only worked out when asked for
  *   errCodes  out  [n] 0 or 2, as the single query returns
  *
  * Returns 0 if every code is 0; else 2, also for n below 0 and a null array of times. The other outputs of a failed
@@ -303,18 +336,25 @@ int32_t VorlanDs50UTCArr(int64_t satKey, int64_t n, const double ds50UTC[], doub
 /*
  * States of many satellites at one time; otherwise as VorlanDs50UTCArr.
  *
+ *   n        in  number of satellites, 0 or more
  *   satKeys  in  [n] keys
  *   ds50UTC  in  days since 1950, UTC
+ *
+ * Returns 0 if every code is 0; else 2, also for n below 0 and a null array of keys. The other outputs of a failed
+ * answer are zero.
  */
 int32_t VorlanSatsDs50UTC(int64_t n, const int64_t satKeys[], double ds50UTC, double posVel[][6], int32_t revNums[],
                           double covMtx[][6][6], int32_t errCodes[]);
 
 /*
- * Stored points of a satellite; otherwise as VorlanDs50UTCArr, each answer that of VorlanGetCovMtx.
+ * Stored points of a satellite; otherwise as VorlanDs50UTCArr. Each answer is that of VorlanGetCovMtx.
  *
  *   first    in   index of the first point wanted, from 1
- *   n        in   number of points
+ *   n        in   number of points, 0 or more
  *   ds50UTC  out  [n] times, days since 1950, UTC
+ *   covMtx   out  [n][6][6] stored covariances in km and km/s; zero where the points carry none
+ *
+ * Returns 0 if every code is 0; else 2, also for n below 0. The other outputs of a failed answer are zero.
  */
 int32_t VorlanGetEphemerisArr(int64_t satKey, int64_t first, int64_t n, double ds50UTC[], double posVel[][6],
                               int32_t revNums[], double covMtx[][6][6], int32_t errCodes[]);
@@ -324,21 +364,24 @@ int32_t VorlanGetEphemerisArr(int64_t satKey, int64_t first, int64_t n, double d
 /*
  * Sets a field of a satellite from a text; leading blanks don't count.
  *
+ *   satKey    in  key of the satellite
  *   fieldIdx  in  11 coordinate system code, an integer; 14 text, cut at 8 characters; 15 input tag, cut at
  *                 128; any other number changes nothing
- *   valueStr  in  [512]
+ *   valueStr  in  [512] the new value
  *
- * Returns 0; 2 if the key is unknown. Messages: "FindRecPtr: ...".
+ * Returns 0; 2 if the key is unknown.
+ * Messages: "FindRecPtr: ...".
  */
 int32_t VorlanSetField(int64_t satKey, int32_t fieldIdx, const char* valueStr);
 
 /*
  * A field of a satellite as text, on the left of the 512 characters.
  *
+ *   satKey    in   key of the satellite
  *   fieldIdx  in   1 satellite number; 2 epoch as YYDDDHHMMSS.SSS; 3 earth radius, km; 4 ke; 5 to 7 position,
  *                  km, and 8 to 10 velocity, km/s, of the first point; 11 coordinate system code; 12 number
  *                  of points; 13 file name; 14 text of 8; 15 input tag; any other number returns blanks
- *   valueStr  out  [512]
+ *   valueStr  out  [512] the value
  *
  * Returns 0; 2 if the key is unknown or there are no points.
  * Messages: "FindRecPtr: ...", "VorlanGetField: satKey ... does not contain any ephemeris data.".
@@ -346,9 +389,23 @@ int32_t VorlanSetField(int64_t satKey, int32_t fieldIdx, const char* valueStr);
 int32_t VorlanGetField(int64_t satKey, int32_t fieldIdx, char valueStr[512]);
 
 /*
- * All fields of a satellite. pos (km) and vel (km/s) are those of the first point, zero if there is none.
+ * All fields of a satellite.
  *
- * Returns 0; 2 if the key is unknown. Messages: "FindRecPtr: ...".
+ *   satKey        in   key of the satellite
+ *   satNum        out  satellite number
+ *   text8         out  [8] text
+ *   text128       out  [128] input tag
+ *   epochDs50UTC  out  epoch, days since 1950, UTC
+ *   earthRadius   out  earth radius, km
+ *   ke            out  gravitational constant in earth radii and minutes
+ *   pos           out  [3] position of the first point, km; zero if there is none
+ *   vel           out  [3] velocity of the first point, km/s; zero if there is none
+ *   coordSys      out  coordinate system code
+ *   numPts        out  number of points
+ *   fileName      out  [512] file that the satellite was read from
+ *
+ * Returns 0; 2 if the key is unknown.
+ * Messages: "FindRecPtr: ...".
  */
 int32_t VorlanGetAllFields(int64_t satKey, int32_t* satNum, char text8[8], char text128[128], double* epochDs50UTC,
                            double* earthRadius, double* ke, double pos[3], double vel[3], int32_t* coordSys,
@@ -399,7 +456,8 @@ enum {
  * A refused record, such as a duplicate, is not counted; the read observer hears VORLAN_READ_REFUSED.
  * Messages: those of VorlanLoadFile; by the practical rules also "VorlanLoadFileExt: file:line: ...", and of the
  * readers "ReadOEM: file:line: reason" between "*** ReadOEM : Bad ephemeris data. ***" and the line;
- * "VorlanLoadFileExt: Out of memory.". Memory: with VORLAN_LOAD_PRACTICAL a failed allocation never ends the process.
+ * "VorlanLoadFileExt: Out of memory.".
+ * Memory: with VORLAN_LOAD_PRACTICAL a failed allocation never ends the process.
  * Threads: as VorlanLoadFile. Loads with different options may run at the same time. With VORLAN_LOAD_THREADS the lines
  * of a file of 16 MB and more are read by as many threads as the process may run on, the calling one included, and at
  * most one for each 4 MB, if they mean the same wherever they are (docs/threads.md has the formats). These threads end
@@ -410,15 +468,15 @@ enum {
 int32_t VorlanLoadFileExt(const char* fileName, int32_t options, int64_t capacity, int64_t satKeys[], int64_t* count);
 
 /*
- * The same for the content of a file that is in memory.
+ * Loads the content of a file that is in memory; otherwise as VorlanLoadFileExt.
  *
  *   bytes     in   [size] the content, which may be released after the call; null with size 0 is an empty file
  *   size      in   bytes, 0 or more
  *   fileName  in   [512] the name that messages, the satellite number and the record's input file are made from; one
  *                  that ends in ".DCE" says that the content is binary. It is not opened.
- *   the rest       as in VorlanLoadFileExt
  *
  * Returns as VorlanLoadFileExt; 2 also for a negative size, or null bytes with a size.
+ *
  * A satellite loaded so can't be loaded again from the card that VorlanSaveFile writes for it, unless a file of that
  * name holds the same content.
  */
@@ -436,16 +494,19 @@ int32_t VorlanLoadBytes(const void* bytes, int64_t size, const char* fileName, i
  * Returns 0; the errno if the file can't be opened; 2 if memory is short: an existing file is then untouched, a new
  * one empty. A failed write is not reported: if the disk is full the result is 0 and the file is incomplete. To be
  * sure, read the file back: a complete one has an "EPHFIL = " line of 521 characters for each satellite and ends with a
- * line feed. A line feed in a file name or a tag is written as a blank, so that it never begins another card. Messages:
- * "VorlanSaveFile: Out of memory.". Threads: the store is free while the file is written, so that a pipe that nobody
- * reads, or a disk that hangs, makes only this call wait. Threads that save to the same file do so one after the other,
- * each with the satellites that are stored when its turn begins, and each appends its lines without a break. Writing to
- * a pipe without a reader sends no SIGPIPE.
+ * line feed. A line feed in a file name or a tag is written as a blank, so that it never begins another card.
+ * Messages: "VorlanSaveFile: Out of memory.".
+ * Threads: the store is free while the file is written, so that a pipe that nobody reads, or a disk that hangs, makes
+ * only this call wait. Threads that save to the same file do so one after the other, each with the satellites that are
+ * stored when its turn begins, and each appends its lines without a break. Writing to a pipe without a reader sends no
+ * SIGPIPE.
  */
 int32_t VorlanSaveFile(const char* fileName, int32_t saveMode);
 
 /*
  * Loads one ephemeris file; cards in it are not followed.
+ *
+ *   fileName  in  [512] leading blanks don't count
  *
  * Returns the key of the satellite stored last, 0 if that was refused as a duplicate; -1 if the file can't be opened,
  * reading failed, memory is short or nothing was stored.

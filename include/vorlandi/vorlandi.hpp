@@ -62,6 +62,7 @@ struct Ds50 {
 // (docs/formats.md), keep their number.
 enum class Frame : std::int32_t { ECI = 1, J2K = 2, EFG = 3, ECR = 4 };
 
+// Position and velocity, in the frame of the ephemeris. An array of states is an array of six doubles each.
 struct State {
     std::array<double, 3> position_km;
     std::array<double, 3> velocity_km_s;
@@ -76,6 +77,7 @@ struct Span {
     Ds50 last;
 };
 
+// A stored point. The covariance is all zero if there is none.
 struct Point {
     Ds50 time;
     State state;
@@ -83,6 +85,7 @@ struct Point {
     Matrix6 covariance;
 };
 
+// What the library knows of a satellite besides its points.
 struct Fields {
     std::int32_t number;
     Frame frame;
@@ -121,11 +124,12 @@ inline std::string name(Frame frame) {
 inline constexpr std::int32_t kFailure = 2;
 
 #ifndef VORLANDI_NO_EXCEPTIONS
+// What a function throws that fails; what() is the library's message.
 class Error : public std::runtime_error {
 public:
     Error(const std::string& message, std::int32_t status) : std::runtime_error(message), status_(status) {}
 
-    // 2, or the errno of a failed open.
+    // The status: 2, or the errno of a failed open.
     std::int32_t status() const noexcept { return status_; }
 
 private:
@@ -237,6 +241,7 @@ inline std::int32_t count() noexcept {
     return VorlanGetCount();
 }
 
+// Removes all satellites.
 inline void remove_all() noexcept {
     detail::prepare();
     VorlanRemoveAllSats();
@@ -273,6 +278,7 @@ public:
     constexpr Satellite() noexcept = default;
     constexpr explicit Satellite(std::int64_t key) noexcept : key_(key) {}
 
+    // The key of the satellite in the C functions.
     constexpr std::int64_t key() const noexcept { return key_; }
     bool operator==(const Satellite&) const = default;
 
@@ -308,7 +314,7 @@ public:
         return result;
     }
 
-    // Fails for a satellite without points.
+    // Times of the first and the last point. Fails for a satellite without points.
     Outcome<Span> try_span() const noexcept {
         detail::prepare();
         Outcome<Span> result;
@@ -316,6 +322,7 @@ public:
         return result;
     }
 
+    // The fields of the satellite.
     Outcome<Fields> try_fields() const {
         detail::prepare();
         Outcome<Fields> result;
@@ -335,11 +342,13 @@ public:
     }
 
     // States at many times, each with the bits of state(); sorted times are the quickest.
-    //   times        [n]
-    //   states       [n] out; zero where an answer failed
-    //   codes        [n] out, 0 or 2 each
-    //   covariances  [n] out; may be empty
-    //   revolutions  [n] out, the revolution numbers; may be empty
+    //
+    //   times        in   [n]
+    //   states       out  [n] zero where an answer failed
+    //   codes        out  [n] 0 or 2 each
+    //   covariances  out  [n] may be empty
+    //   revolutions  out  [n] the revolution numbers; may be empty
+    //
     // Returns the number of failures. If the sizes differ, nothing is answered and every code is 2.
     std::size_t try_states(std::span<const Ds50> times, std::span<State> states, std::span<std::int32_t> codes,
                            std::span<Matrix6> covariances = {},
@@ -391,8 +400,10 @@ public:
     }
 
     // Appends a point. One that is not later than the last point is dropped without a word.
-    //   revolution  kept as it is
-    //   covariance  its lower triangle is used; null or all zero: none
+    //
+    //   revolution  in  kept as it is
+    //   covariance  in  its lower triangle is used; null or all zero: none
+    //
     // Returns the status.
     std::int32_t try_append(Ds50 time, const State& state, std::int32_t revolution = 0,
                             const Matrix6* covariance = nullptr) const noexcept {
@@ -407,6 +418,8 @@ public:
         return VorlanAddSatEphemCovMtx(key_, time.days, position, velocity, revolution, triangle.data());
     }
 
+    // Sets the frame; the points stay as they are.
+    // Returns the status.
     std::int32_t try_set_frame(Frame frame) const noexcept {
         detail::prepare();
         std::array<char, 512> text = detail::padded<512>("");
@@ -414,7 +427,8 @@ public:
         return VorlanSetField(key_, kFrameField, text.data());
     }
 
-    // A tag of more than 128 characters is an error and changes nothing.
+    // Sets the tag. One of more than 128 characters is an error and changes nothing.
+    // Returns the status.
     std::int32_t try_set_tag(std::string_view tag) const noexcept {
         detail::prepare();
         if (tag.size() > detail::kTagLength) return kFailure;
@@ -433,7 +447,7 @@ public:
     std::vector<Ds50> times() const { return detail::required(try_times()); }
     std::int32_t size() const { return detail::required(try_size()); }
 
-    // As try_states; throws the message of the first failure, when all the others are filled.
+    // As try_states, without codes; throws the message of the first failure, when all the others are filled.
     void states(std::span<const Ds50> times, std::span<State> states, std::span<Matrix6> covariances = {}) const {
         if (states.size() != times.size() || !detail::fits_or_empty(times.size(), covariances))
             detail::fail_with_sizes();
@@ -511,8 +525,9 @@ private:
 };
 
 // Adds a satellite without points, as VorlanAddSat does. It is refused, status 2, if an equal one is stored.
-//   number  0 to 999999999
-//   epoch   replaced by the time of the first point
+//
+//   number  in  0 to 999999999
+//   epoch   in  replaced by the time of the first point
 inline Outcome<OwnedSatellite> try_add(std::int32_t number, Frame frame, Ds50 epoch) noexcept {
     detail::prepare();
     const std::int64_t key = VorlanAddSat(number, static_cast<std::int32_t>(frame), epoch.days, 0.0, 0.0);
@@ -520,6 +535,7 @@ inline Outcome<OwnedSatellite> try_add(std::int32_t number, Frame frame, Ds50 ep
     return {0, OwnedSatellite(Satellite(key))};
 }
 
+// In which order satellites are listed: by number, coordinate system and epoch; the reverse; as loaded; by key.
 enum class Order : std::int32_t { Number = 0, NumberDescending = 1, Loaded = 2, Key = 3 };
 
 // All satellites of the store. Status 2 if memory is short.
@@ -543,7 +559,8 @@ inline Outcome<std::vector<Satellite>> try_satellites(Order order = Order::Loade
 enum class Rules { Practical, Fixed };
 
 // Which keys the records of a load get. With keys of their own equal satellites are all kept; with ordinary ones, made
-// from number and epoch, the second of two is refused. (Own: unless another part of the process has chosen otherwise.)
+// from number and epoch, the second of two is refused. Another part of the process can
+// choose otherwise for own keys.
 enum class Keys { Own, Ordinary };
 
 // What a load encounters. The texts are valid during the call only.
@@ -593,6 +610,7 @@ private:
     void* outer_data_ = nullptr;
 };
 
+// How a file is loaded.
 struct LoadOptions {
     Rules rules = Rules::Practical;
     Keys keys = Keys::Own;
@@ -737,8 +755,9 @@ inline LoadOutcome try_load_bytes(std::span<const std::byte> content, std::strin
         options, std::string(name), detail::Source::Memory);
 }
 
-// Writes a card file that names the file of each satellite (VorlanSaveFile), replacing what is there. Returns the
-// status. A disk that is full is not noticed.
+// Writes a card file that names the file of each satellite (VorlanSaveFile), replacing what is there. A disk
+// that is full is not noticed.
+// Returns the status.
 inline std::int32_t try_save(const std::filesystem::path& file) {
     detail::prepare();
     const std::string name = file.string();
@@ -792,6 +811,7 @@ inline std::vector<Satellite> satellites(Order order = Order::Loaded) {
 
 // ---- Times ----
 
+// A time of the system clock.
 using SysTime = std::chrono::sys_time<std::chrono::nanoseconds>;
 
 namespace detail {
@@ -802,7 +822,7 @@ inline constexpr double kSecondsPerDay = 86400.0;
 
 }  // namespace detail
 
-// The system clock counts 86,400 s a day, too: inside a leap second both stand still or repeat.
+// A time of the system clock as days. Both count 86,400 s a day: inside a leap second both stand still or repeat.
 inline Ds50 ds50(SysTime time) noexcept {
     const auto day = std::chrono::floor<std::chrono::days>(time);
     const auto rest = static_cast<double>((time - day).count());
@@ -810,7 +830,8 @@ inline Ds50 ds50(SysTime time) noexcept {
     return {static_cast<double>(days) + rest / static_cast<double>(detail::kNanosecondsPerDay)};
 }
 
-// To the nearest nanosecond. None for a time that is not finite, or outside the years 1678 to 2261 of the system clock.
+// The time of the system clock, to the nearest nanosecond. None for a time that is not finite, or outside the clock's
+// years 1678 to 2261.
 inline std::optional<SysTime> try_sys_time(Ds50 time) noexcept {
     constexpr double kLeastDay = -99'000.0;
     constexpr double kLargestDay = 114'000.0;
@@ -826,11 +847,14 @@ inline double tai_minus_utc_s(Ds50 time) noexcept {
     return std::round((VorlanTimeUtcToTai(time.days) - time.days) * detail::kSecondsPerDay);
 }
 
-// Days since 1950 on the TAI scale, and back.
+// Days since 1950 on the TAI scale.
 inline double tai_days(Ds50 time) noexcept { return VorlanTimeUtcToTai(time.days); }
+
+// The time that is so many days since 1950 on the TAI scale.
 inline Ds50 from_tai_days(double tai) noexcept { return {VorlanTimeTaiToUtc(tai)}; }
 
-// Replaces the table of leap seconds by that of a leap-seconds.list file. Returns the status.
+// Replaces the table of leap seconds by that of a leap-seconds.list file.
+// Returns the status.
 inline std::int32_t try_load_leap_seconds(const std::filesystem::path& file) {
     const std::string name = file.string();
     if (detail::fault_of_name(name)) return kFailure;
@@ -914,7 +938,7 @@ inline std::optional<Ds50> try_parse(std::string_view text) noexcept {
     return detail::date({full.data(), static_cast<std::size_t>(end - full.begin())});
 }
 
-// As YYYY-MM-DDTHH:MM:SS.ffffff, to the nearest microsecond. None outside the years 1900 to 2199.
+// Writes a time as YYYY-MM-DDTHH:MM:SS.ffffff, to the nearest microsecond. None outside the years 1900 to 2199.
 inline std::optional<std::string> try_iso(Ds50 time) {
     std::array<char, 26> text{};
     VorlanTimeToIso(time.days, text.data());
@@ -952,6 +976,7 @@ inline void load_leap_seconds(const std::filesystem::path& file) {
 
 // ---- Messages ----
 
+// Severities of a message.
 enum class Severity : std::int32_t { Info = VORLAN_TRACE_INFO, Error = VORLAN_TRACE_ERROR };
 
 // Hears every message of the library for as long as it lives; then the handler that was set before it is put back. That
@@ -982,6 +1007,7 @@ public:
     TraceListener(const TraceListener&) = delete;
     TraceListener& operator=(const TraceListener&) = delete;
 
+    // Whether this listener hears messages: false if there was one already.
     bool active() const noexcept { return active_; }
 
 private:
