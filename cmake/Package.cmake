@@ -30,6 +30,25 @@ endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/vorlandi.pc.in vorlandi.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vorlandi.pc DESTINATION ${PKGCONFIG_FOLDER})
 
+# The headers' comments as manual pages.
+if(VORLANDI_BUILD_MANUALS)
+    find_program(PYTHON3_PROGRAM python3)
+    if(NOT PYTHON3_PROGRAM)
+        message(FATAL_ERROR "The manual pages of the C functions are written by Python 3 (Debian: python3). "
+            "-DVORLANDI_BUILD_MANUALS=OFF builds without them.")
+    endif()
+    set(MANUALS ${PROJECT_BINARY_DIR}/manuals)
+    file(GLOB MANUAL_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/include/vorlandi/*
+        ${PROJECT_SOURCE_DIR}/docs/reference*.py)
+    add_custom_command(OUTPUT ${MANUALS}/libvorlandi.3
+        COMMAND ${CMAKE_COMMAND} -E rm -rf ${MANUALS}
+        COMMAND ${PYTHON3_PROGRAM} -B ${PROJECT_SOURCE_DIR}/docs/reference.py --man ${MANUALS}
+        DEPENDS ${MANUAL_SOURCES} ${PROJECT_SOURCE_DIR}/fortran/vorlandi.f90 ${PROJECT_SOURCE_DIR}/CMakeLists.txt
+        VERBATIM)
+    add_custom_target(vorlandi_manuals ALL DEPENDS ${MANUALS}/libvorlandi.3)
+    install(DIRECTORY ${MANUALS}/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man3)
+endif()
+
 if(TARGET vorlandi_fortran)
     install_component(vorlandi-fortran-targets vorlandi_fortran)
     install(FILES ${PROJECT_BINARY_DIR}/fortran/modules/vorlandi.mod DESTINATION ${VORLANDI_FORTRAN_MODULE_FOLDER})

@@ -33,7 +33,7 @@ class MarkdownPage:
         def marked(found):
             word = found.group()
             if page := re.fullmatch(r"docs/(\w+)\.md", word):
-                return f"{{doc}}`{word} </{page[1]}>`"
+                return f"{{doc}}`/{page[1]}`"
             known = self.reference.find(word.removesuffix("()"), item, self.language)
             if known and known is not item:
                 return f"{{ref}}`{word} <{known.anchor}>`"

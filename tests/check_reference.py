@@ -149,6 +149,7 @@ PAGES = [
     ("c.md", "As {ref}`VorlanMse <c-vorlanmse>`, with a matrix.\n\n| argument | | |\n|---|---|---|\n"
              "| `satKey` | in | key of the satellite |\n| `mse` | in | minutes since the first point |\n"
              "| `pos` | out | \\[3\\] km |\n| `cov` |", True),
+    ("c.md", "State of a satellite; see {doc}`/threads`.\n", True),
     ("c.md", "Returns 0; 2 if not.\n\n*Messages:* `\"FindRecPtr: ...\"`.\n", True),
     ("c.md", "| `A_B` | the first, which goes on |\n", True),
     ("cpp.md", "### `Satellite::states`, `Satellite::try_states`\n", True),

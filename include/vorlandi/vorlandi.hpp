@@ -559,8 +559,8 @@ inline Outcome<std::vector<Satellite>> try_satellites(Order order = Order::Loade
 enum class Rules { Practical, Fixed };
 
 // Which keys the records of a load get. With keys of their own equal satellites are all kept; with ordinary ones, made
-// from number and epoch, the second of two is refused. Another part of the process can
-// choose otherwise for own keys.
+// from number and epoch, the second of two is refused. Own keys hold unless another
+// part of the process has chosen otherwise.
 enum class Keys { Own, Ordinary };
 
 // What a load encounters. The texts are valid during the call only.
@@ -755,8 +755,8 @@ inline LoadOutcome try_load_bytes(std::span<const std::byte> content, std::strin
         options, std::string(name), detail::Source::Memory);
 }
 
-// Writes a card file that names the file of each satellite (VorlanSaveFile), replacing what is there. A disk
-// that is full is not noticed.
+// Writes a card file that names the file of each satellite (VorlanSaveFile), replacing what is there. A full disk is
+// not noticed.
 // Returns the status.
 inline std::int32_t try_save(const std::filesystem::path& file) {
     detail::prepare();

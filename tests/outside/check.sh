@@ -1,7 +1,7 @@
 #!/bin/bash
 # Projects outside can use the library: as a subproject, and installed, after the tree has been moved, by CMake and by
 # pkg-config, in C, C++ and Fortran, shared and static.
-#   check.sh SOURCE_DIR BUILD_DIR       the build has library, archive, tool and Fortran module
+#   check.sh SOURCE_DIR BUILD_DIR       the build has library, archive, tool, Fortran module and manual pages
 set -euo pipefail
 source=$1 build=$2
 project=$source/tests/outside
@@ -91,6 +91,7 @@ readelf -dW "$library" | grep -q 'SONAME.*\[libvorlandi.so.1\]' || { echo "anoth
 ! readelf -dW "$library" | grep -E 'R(UN)?PATH' || { echo "the library has a search path"; exit 1; }
 ! grep -rIlE "$work/before|$build" "$work/shared" || { echo "these files know where they were made"; exit 1; }
 "$work/shared/bin/vorlandi" formats >/dev/null
+man -M "$work/shared/share/man" -w 3 VorlanDs50UTC libvorlandi >/dev/null
 package=$work/shared/lib/python3/dist-packages
 PYTHONPATH=$package /usr/bin/python3 -c 'import sys, vorlandi; print(len(vorlandi.load(sys.argv[1])[0]))' \
     "$source/examples/data/81001_stk.e" | grep -qx 361 || { echo "the Python package: wrong answer"; exit 1; }
