@@ -12,7 +12,7 @@ namespace {
 using testing::ElementsAreArray;
 
 // Every case names all findings: those that are not named are silent in it.
-struct Case {
+struct FaultCase {
     const char* what;
     std::function<Points()> make;
     std::vector<std::string> findings;
@@ -110,8 +110,8 @@ Points twice(Points points, std::size_t point, double later_s) {
 const char* const kRest = "note not-examined";
 const std::vector<std::string> kThreeIntervals(3, "warning interpolation");
 
-const std::vector<Case>& cases() {
-    static const std::vector<Case> kCases{
+const std::vector<FaultCase>& cases() {
+    static const std::vector<FaultCase> kCases{
         {"clean", [] { return low(); }, {}},
         {"clean, rotating", [] { return lowRotating(); }, {}},
         {"clean, geostationary", [] { return orbitPoints(42164.17, 0.0, 900.0, 200, 0.0, true); }, {}},
@@ -251,7 +251,7 @@ const std::vector<Case>& cases() {
 }
 
 TEST(Check, FindsWhatIsThereAndNothingElse) {
-    for (const Case& c : cases()) {
+    for (const FaultCase& c : cases()) {
         SCOPED_TRACE(c.what);
         const OwnedSatellite satellite = c.make().stored();
         std::vector<std::string> found;

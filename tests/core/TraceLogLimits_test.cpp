@@ -36,13 +36,13 @@ struct Farewell {
 };
 
 // Destroyed after the objects of the library.
-__attribute__((init_priority(101))) Farewell last{false};
+__attribute__((init_priority(101))) Farewell farewell{false};
 
 TEST(TraceLogDeathTest, ServesDestructorsAtTheEndOfAThreadAndOfTheProcess) {
     const TemporaryFolder folder;
     const std::string path = folder.path("trace.log");
     const auto run = [&] {
-        last.isArmed = true;
+        farewell.isArmed = true;
         openTraceFile(path);
         std::thread([] {
             static thread_local const Farewell local{};

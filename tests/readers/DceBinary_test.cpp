@@ -4,7 +4,7 @@
 #include "readers/ReaderTest.hpp"
 #include "vorlandi/vorlandi.h"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::dce_binary {
 namespace {
 
 std::string bigEndian(std::uint64_t value, std::size_t size) {
@@ -86,4 +86,4 @@ TEST_F(DceBinaryFile, IsStoredWithWhatWasReadBeforeAnErrorAndMayBeNamedWithBacks
 }
 
 }  // namespace
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::dce_binary

@@ -1,6 +1,6 @@
 #include "readers/ReaderTest.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::dce_text {
 
 // clang-format off
 const Lines kGood = {"25544", "1 2 3.5 0.5 7000 -1.5 0.25 1 7.5 -0.5 0 0 0 0",
@@ -18,4 +18,4 @@ TEST(ReadDCEText, ReadsFourteenNumbersALineUpToOneItCannotUse) {
 }
 // clang-format on
 
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::dce_text

@@ -1,6 +1,6 @@
 #include "readers/ReaderTest.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::ecr {
 
 // clang-format off
 const Lines kPositions = {"CLASSIFICATION: UNCLASSIFIED", "255449", "", "", "", "", "", "",
@@ -27,4 +27,4 @@ TEST(ReadECR, ReadsPositionsAloneOrTwoLinesPerPointUnderAnyOtherLabel) {
 }
 // clang-format on
 
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::ecr

@@ -1,6 +1,6 @@
 #include "readers/ReaderTest.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::eelv {
 
 // The header's points are at columns 2, 25, 48 and so on.
 // clang-format off
@@ -29,4 +29,4 @@ TEST(ReadEELV, CountsFromItsFirstLineAndConvertsFeet) {
 }
 // clang-format on
 
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::eelv

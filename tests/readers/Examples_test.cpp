@@ -12,7 +12,7 @@
 #include "readers/ReaderTest.hpp"
 #include "scanning/ReadEvents.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::examples {
 namespace {
 
 std::string examplePath(const std::string& name) { return std::string(VORLANDI_EXAMPLES) + "/" + name; }
@@ -203,4 +203,4 @@ TEST_F(Examples, ReportAFailedReadByTheNameOfTheirReader) {
 }
 
 }  // namespace
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::examples

@@ -1,6 +1,6 @@
 #include "readers/ReaderTest.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::itc {
 
 // clang-format off
 static std::string state(const std::string& time) {
@@ -27,4 +27,4 @@ TEST(ReadITC, ReadsOneLinePerPointOrFourWithTheCovariance) {
 }
 // clang-format on
 
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::itc

@@ -1,6 +1,6 @@
 #include "readers/ReaderTest.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::j2k {
 
 // clang-format off
 const Lines kGood = {" SPEPH Prediction Ephemeris",
@@ -17,4 +17,4 @@ TEST(ReadJ2K, ReadsDatesInGroupsWithBlanksForZerosAndNoNumber) {
 }
 // clang-format on
 
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::j2k

@@ -3,7 +3,7 @@
 #include "CoreServices/LocalDate.hpp"
 #include "readers/ReaderTest.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::launch {
 
 // clang-format off
 const Lines kGood = {"TIME(SEC): TIME", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
@@ -37,4 +37,4 @@ TEST(ReadLaunchFormat, CountsFromTheLocalDayOfReadingAndTakesSixteenValuesAsThey
 }
 // clang-format on
 
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::launch

@@ -1,6 +1,6 @@
 #include "readers/ReaderTest.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::lch {
 
 // clang-format off
 const Lines kGood = {"Classification:                 Unclassified", "1", "2", "3", "4",
@@ -25,4 +25,4 @@ TEST(ReadLCH, KeepsTheSeventhNumberUnderItsMarkAndReportsTheBeginningOfABadLine)
 }
 // clang-format on
 
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::lch

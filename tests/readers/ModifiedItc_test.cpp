@@ -1,6 +1,6 @@
 #include "readers/ReaderTest.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::modified_itc {
 
 // clang-format off
 // Axes of its states: U = x, V = y, W = z. The covariance of the second point has 1 to 21 on its lower triangle.
@@ -118,4 +118,4 @@ TEST(ReadModifiedITC, StoresPointsWithoutCovariancesWhoseAxesItDoesNotKnow) {
 }
 // clang-format on
 
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::modified_itc

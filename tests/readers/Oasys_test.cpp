@@ -1,6 +1,6 @@
 #include "readers/ReaderTest.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::oasys {
 
 // clang-format off
 const Lines kGood = {"anything", at(13, "Version: 3"), "*024/03/01 12:00:00.000 1 2 3 4 5 6", "",
@@ -21,4 +21,4 @@ TEST(ReadOASYS, ReadsTheLinesThatBeginWithADateFromTheStartOfTheFile) {
 }
 // clang-format on
 
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::oasys

@@ -5,7 +5,7 @@
 #include "readers/ReaderTest.hpp"
 #include "scanning/ReadEvents.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::oem {
 namespace {
 
 // clang-format off
@@ -397,4 +397,4 @@ TEST_F(ReadOEMEvents, TellEachBlockAndEachRecord) {
 }
 
 }  // namespace
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::oem

@@ -1,6 +1,6 @@
 #include "readers/ReaderTest.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::owner {
 
 // clang-format off
 const Lines kGood = {"24060000000.000 7000 -1.5 0.25 1 7.5 -0.5", "* a comment",
@@ -18,4 +18,4 @@ TEST(ReadOwner, ReadsFromTheFirstLineOnAndReportsBadOnes) {
 }
 // clang-format on
 
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::owner

@@ -1,6 +1,6 @@
 #include "readers/ReaderTest.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::sim_obs {
 
 // clang-format off
 const Lines kGood = {fields(22, {"7.4E-02", "6378.0"}) + " 24050000000.000" + at(20, "Z"),
@@ -27,4 +27,4 @@ TEST(ReadSimObs, ReadsHeaderAndGroupsOfThreeLines) {
 }
 // clang-format on
 
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::sim_obs

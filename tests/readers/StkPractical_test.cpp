@@ -7,7 +7,7 @@
 #include "TimeLibrary/ElapsedTime.hpp"
 #include "readers/ReaderTest.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::stk_practical {
 namespace {
 
 constexpr double kDay = 27790.0;  // 2026 January 31
@@ -445,4 +445,4 @@ TEST(ReadSTK, LeavesOutCovariancesOfWhichItDoesNotKnowOrderOrAxes) {
 }
 
 }  // namespace
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::stk_practical

@@ -1,6 +1,6 @@
 #include "readers/ReaderTest.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::stk {
 
 // clang-format off
 const Lines kGood = {"stk.v.11.0", "BEGIN Ephemeris", "  ScenarioEpoch   31 Jan 2026 00:00:00.000",
@@ -58,4 +58,4 @@ TEST(ReadDotE, StoresNothingFromAFileItCannotRead) {
 }
 // clang-format on
 
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::stk

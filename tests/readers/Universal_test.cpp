@@ -1,6 +1,6 @@
 #include "readers/ReaderTest.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::universal {
 
 // clang-format off
 // Satellite number, coordinate system and layout begin at columns 30, 40 and 50.
@@ -61,4 +61,4 @@ TEST(ReadKQUniversalVorlan, ReportsLinesItCannotRead) {
 }
 // clang-format on
 
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::universal

@@ -1,6 +1,6 @@
 #include "readers/ReaderTest.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::v31 {
 
 // clang-format off
 const std::string kState = fields(19, {"7000.00000000", "-1.5", "025000000", "1000.0", "7500.0",
@@ -28,4 +28,4 @@ TEST(ReadV31, ReadsEverySectionUpToTheEndMark) {
 }
 // clang-format on
 
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::v31

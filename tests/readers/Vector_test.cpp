@@ -1,6 +1,6 @@
 #include "readers/ReaderTest.hpp"
 
-namespace vorlandi::testing {
+namespace vorlandi::testing::vector {
 
 // clang-format off
 static std::string position(std::string_view x) { return at(18,
@@ -29,4 +29,4 @@ TEST(ReadVecEph, ReadsHeaderAndPairsOfLinesTheFirstOfWhichNamesSatelliteAndCoord
 }
 // clang-format on
 
-}  // namespace vorlandi::testing
+}  // namespace vorlandi::testing::vector

@@ -28,7 +28,7 @@ std::string joined(const Lines& lines) {
 }
 
 // What is stored, in the order of loading: satellite number and number of points.
-Lines stored() {
+Lines storedPoints() {
     std::vector<std::int64_t> keys(static_cast<std::size_t>(VorlanGetCount()));
     if (!keys.empty()) VorlanGetLoaded(2, keys.data());
     Lines lines;
@@ -56,7 +56,7 @@ protected:
         for (std::string& message : messages) {
             if (const auto at = message.find(directory); at != std::string::npos) message.erase(at, directory.size());
         }
-        return {status, stored(), messages};
+        return {status, storedPoints(), messages};
     }
 
     TemporaryFolder folder;
@@ -391,7 +391,7 @@ TEST_F(LoadOptions, TellTheKeysOfWhatTheCallStoredInItsOrder) {
         VorlanRemoveAllSats();
         const Counted all = loadFile(fleet, options);
         EXPECT_EQ(std::tuple(all.status, all.count), std::tuple(0, 3));
-        EXPECT_EQ(stored(), (Lines{"10003:2", "10005:2", "10009:2"}));
+        EXPECT_EQ(storedPoints(), (Lines{"10003:2", "10005:2", "10009:2"}));
         EXPECT_EQ(all.keys, (std::vector{VorlanGetSatKey(10003), VorlanGetSatKey(10005), VorlanGetSatKey(10009)}));
         VorlanRemoveAllSats();
         const Counted first = loadFile(fleet, options, 1);
@@ -423,7 +423,7 @@ TEST_F(LoadOptions, WithoutCardsTheyAreReportedAndNotFollowed) {
     const std::string fleet = folder.write("10009.e", "EPHFIL = " + folder.write("10003.e", two) + "\n" + two);
     ReadEvents events(log);
     EXPECT_EQ(loadFile(fleet, VORLAN_LOAD_NO_CARDS).status, 0);
-    EXPECT_EQ(stored(), Lines{"10009:2"});
+    EXPECT_EQ(storedPoints(), Lines{"10009:2"});
     EXPECT_EQ(events.heard.at(0), "5|10009.e:1|" + folder.path("10003.e"));
 }
 
@@ -464,7 +464,7 @@ protected:
         log.clear();
         ReadEvents events(log);
         Lines trace = {std::to_string(load())};
-        for (const Lines& part : {log.errors(), log.infos(), events.heard, stored()}) {
+        for (const Lines& part : {log.errors(), log.infos(), events.heard, storedPoints()}) {
             trace.push_back("--");
             trace.insert(trace.end(), part.begin(), part.end());
         }

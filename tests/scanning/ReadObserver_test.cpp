@@ -22,14 +22,14 @@ protected:
 };
 
 const std::string kHeader = "KQ_UNIVERSAL_VORLANDI_V1.0   5         HCSRL     CSV";
-const std::string kText = "*\n" + kHeader +
-                          "\n\n26031000000.000,1,2,3,4,5,6\nno time,1\n"
-                          "26031000000.000,7\n26031000000.000,1,2,3,4,5,6\n";
+const std::string kUniversal = "*\n" + kHeader +
+                               "\n\n26031000000.000,1,2,3,4,5,6\nno time,1\n"
+                               "26031000000.000,7\n26031000000.000,1,2,3,4,5,6\n";
 
 TEST_F(ReadObserver, HearsOfFormatBadLineDroppedPointAndRecord) {
     const Lines told = {"1|u:2|UNIVERSAL", "2|u:5|no time,1", "2|u:6|26031000000.000,7",
                         "3|u:7|26031000000.000,1,2,3,4,5,6", "4|u:7|key"};
-    EXPECT_EQ(heardIn("u", kText), told);
+    EXPECT_EQ(heardIn("u", kUniversal), told);
     EXPECT_EQ(heardIn("card", "EPHFIL = " + folder.path("u") + "\n"), told);
     const std::string stk = "stk.v.1\nScenarioEpoch 31 Jan 2026 0:00:00\nEphemerisTimePos\n0 1 2 3\nend Ephemeris\n";
     for (const std::int32_t dupMode : {0, 1}) {
@@ -110,18 +110,18 @@ TEST_F(ReadObserver, ThatThrowsEndsOnlyTheLoad) {
             if (event == VORLAN_READ_DROPPED) throw std::runtime_error("not allowed");
         },
         nullptr);
-    EXPECT_EQ(VorlanLoadFile(folder.write("u", kText).c_str()), 2);
+    EXPECT_EQ(VorlanLoadFile(folder.write("u", kUniversal).c_str()), 2);
     EXPECT_EQ(log.errors().back(), "VorlanLoadFile: Unexpected exception.");
     EXPECT_EQ(VorlanGetCount(), 0);
 }
 
 TEST_F(ReadObserver, HearsOnlyItsOwnThreadAndNothingOnceRemoved) {
-    const std::string path = folder.write("u", kText);
+    const std::string path = folder.write("u", kUniversal);
     std::thread([&] { EXPECT_EQ(VorlanLoadFile(path.c_str()), 0); }).join();
     VorlanSetReadObserver(nullptr, nullptr);
     EXPECT_EQ(VorlanGetCount(), 1);
     EXPECT_EQ(events.heard, Lines{});
-    EXPECT_EQ(heardIn("u", kText), Lines{});
+    EXPECT_EQ(heardIn("u", kUniversal), Lines{});
 }
 
 }  // namespace

@@ -113,14 +113,14 @@ TEST(PointArray, ReleasesTheMemoryOfLargeBlocks) {
         std::ifstream("/proc/self/statm") >> pages;
         return pages * 4;
     };
-    constexpr int kRounds = 32, kPoints = 100'000;
+    constexpr int kBlocks = 32, kPoints = 100'000;
     const std::int64_t before = addressSpace_kb();
-    for (int round = 0; round < kRounds; ++round) {
+    for (int round = 0; round < kBlocks; ++round) {
         PointArray points;
         for (int k = 0; k < kPoints; ++k)
             points.append({}, nullptr);
     }
-    EXPECT_LT(addressSpace_kb() - before, kRounds / 2 * kPoints / 1024 * std::int64_t{sizeof(Vorlanstate)});
+    EXPECT_LT(addressSpace_kb() - before, kBlocks / 2 * kPoints / 1024 * std::int64_t{sizeof(Vorlanstate)});
 }
 
 TEST(BlockPool, GivesEachObjectItsOwnPlaceAgainAndAgain) {

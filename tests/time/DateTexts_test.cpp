@@ -18,19 +18,19 @@ double ds50(int ofYear, int month, int day, double seconds = 0.0) {
     return static_cast<double>(number.count()) + seconds / 86400.0;
 }
 
-enum Readers { kAll, kEpochAndDtg, kDtgOnly, kEpochOnly };
+enum Readers { kAllReaders, kEpochAndDtg, kDtgOnly, kEpochOnly };
 
 TEST(DateTexts, AreReadInEveryFormByTheReadersOfTheForm) {
     const double noon = ds50(2024, 3, 1, 43230.5), morning = ds50(2024, 3, 1, 32707.25);
     const double decimal = ds50(2024, 3, 1) + 0.50035301;
     // clang-format off
     const std::tuple<const char*, Readers, double> cases[] = {
-        {"24061120030.500", kAll, noon}, {"2024061120030.500", kAll, noon},
-        {" \t 24061120030.5 \t ", kAll, noon}, {"24061120030.500000000000000000000", kAll, noon},
-        {"24061120030.", kAll, ds50(2024, 3, 1, 43230.0)}, {"24 61 9 5 7.250", kAll, morning},
-        {"2024 61 9 5 7.25", kAll, morning}, {"57001000000.000", kAll, ds50(1957, 1, 1)},
-        {"56366235959.999", kAll, ds50(2056, 12, 31, 86399.999)},
-        {" 4061120030.5", kAll, ds50(2004, 3, 1, 43230.5)}, {"\t 4061.5", kEpochAndDtg, ds50(2004, 3, 1, 43200)},
+        {"24061120030.500", kAllReaders, noon}, {"2024061120030.500", kAllReaders, noon},
+        {" \t 24061120030.5 \t ", kAllReaders, noon}, {"24061120030.500000000000000000000", kAllReaders, noon},
+        {"24061120030.", kAllReaders, ds50(2024, 3, 1, 43230.0)}, {"24 61 9 5 7.250", kAllReaders, morning},
+        {"2024 61 9 5 7.25", kAllReaders, morning}, {"57001000000.000", kAllReaders, ds50(1957, 1, 1)},
+        {"56366235959.999", kAllReaders, ds50(2056, 12, 31, 86399.999)},
+        {" 4061120030.5", kAllReaders, ds50(2004, 3, 1, 43230.5)}, {"\t 4061.5", kEpochAndDtg, ds50(2004, 3, 1, 43200)},
         {"24061.50035301", kEpochAndDtg, decimal},
         {"2024061.50035301", kEpochAndDtg, decimal}, {"24 61.5", kEpochAndDtg, ds50(2024, 3, 1, 43200.0)},
         {"2024/061 1200 30.500", kEpochAndDtg, noon}, {"2024/ 61  9 5  7.25", kEpochAndDtg, morning},
@@ -41,13 +41,13 @@ TEST(DateTexts, AreReadInEveryFormByTheReadersOfTheForm) {
         {"2024-03-01T12:00:30.5Z", kDtgOnly, noon}, {"2024- 3- 1  9: 5: 7.25", kDtgOnly, morning},
         {"2024-061T12:00:30.5", kDtgOnly, noon}, {"2024-366T23:59:59", kDtgOnly, ds50(2024, 12, 31, 86399.0)},
         // A second 60 only where there is a leap second; digits without end round to the next day.
-        {"16366235960.500", kAll, ds50(2017, 1, 1, 0.5)},
+        {"16366235960.500", kAllReaders, ds50(2017, 1, 1, 0.5)},
         {"2016-12-31T23:59:60.000", kDtgOnly, ds50(2017, 1, 1)},
         {"2017-12-31T23:59:59.99999999999999999999", kDtgOnly, ds50(2018, 1, 1)},
     };
     // clang-format on
     for (const auto& [text, readers, value] : cases) {
-        EXPECT_EQ(date_in(text), readers == kAll ? value : 0.0) << text;
+        EXPECT_EQ(date_in(text), readers == kAllReaders ? value : 0.0) << text;
         EXPECT_EQ(dtg2ds50utc(text), readers != kEpochOnly ? value : 0.0) << text;
         EXPECT_EQ(epochTextToDs50(text), readers != kDtgOnly ? std::optional(value) : std::nullopt) << text;
     }

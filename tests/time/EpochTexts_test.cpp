@@ -12,7 +12,7 @@
 namespace vorlandi::testing {
 namespace {
 
-constexpr TimeScale kAll[] = {TimeScale::Utc, TimeScale::Tai, TimeScale::Gps, TimeScale::Tt};
+constexpr TimeScale kScales[] = {TimeScale::Utc, TimeScale::Tai, TimeScale::Gps, TimeScale::Tt};
 
 double utc(std::string_view text) { return epochToDs50utc(text, TimeScale::Utc).value_or(0.0); }
 
@@ -72,7 +72,7 @@ TEST(EpochTexts, AreReadOneAfterTheOther) {
 }
 
 TEST(EpochTexts, AreRefusedWhereThereIsNoSuchTime) {
-    for (const TimeScale scale : kAll) {
+    for (const TimeScale scale : kScales) {
         for (const char* const text :
              {"", "2026", "2026-01-31", "2026-02-29T00:00:00", "2026-366T00:00:00", "2026-000T00:00:00",
               "2026-13-01T00:00:00", "2026-01-31T24:00:00", "2026-01-31T00:60:00", "2026-01-31T00:00:61",
