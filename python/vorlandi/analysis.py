@@ -173,7 +173,7 @@ def error_at(satellite: Satellite, t: TimeLike) -> Any:
 
 @dataclass(frozen=True)
 class Statistics:
-    """Mean, root mean square, and the value of the largest size with its sign and time."""
+    """Mean, root mean square, and the value of the largest magnitude, with its sign and time."""
 
     mean: float | None
     rms: float | None
@@ -258,11 +258,11 @@ def diff(a: Satellite, b: Satellite, *, step_s: float | None = None, start: OneT
     ----------
     a, b : Satellite
     step_s : float, optional
-        Seconds between the times; the points of `a` in the time that both have if not given.
+        Seconds between the times; the points of `a` in the time that both cover if not given.
     start, end : time, optional
         The range of times.
     ignore_frames : bool
-        Compare satellites in different frames, too. Frames are never converted.
+        Also compare satellites in different frames. Frames are never converted.
 
     Returns
     -------
@@ -288,7 +288,7 @@ def diff(a: Satellite, b: Satellite, *, step_s: float | None = None, start: OneT
         raise ValueError("step_s is at least a microsecond")
     found = _vorlandi.compare(a.key, b.key, *_limits(start, end), step_s)
     if not found or not found["compared"]:
-        raise NoDataError("at no time both satellites have a state")
+        raise NoDataError("there is no time at which both satellites have a state")
     names = ("time_utc", *found["statistics"], "normalized")
     rows = found["differences"]
     states = np.empty(len(rows), dtype=[(name, "M8[ns]" if name == "time_utc" else "f8") for name in names])
@@ -346,7 +346,7 @@ def approaches(satellites: Iterable[Satellite], within_km: float, *, step_s: flo
     start, end : time, optional
         The range of times.
     same_number : bool
-        Compare records of equal number, too.
+        Also compare records with the same number.
     threads : int
         The result does not depend on it.
 

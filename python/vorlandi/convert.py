@@ -56,7 +56,7 @@ def targets() -> list[Target]:
 
 
 def _creation_date() -> str:
-    """The time of now, or SOURCE_DATE_EPOCH."""
+    """The current time, or SOURCE_DATE_EPOCH."""
     seconds = int(os.environ.get("SOURCE_DATE_EPOCH", time.time()))
     return time.strftime("%Y-%m-%dT%H:%M:%S", time.gmtime(seconds))
 

@@ -70,8 +70,10 @@ TEST_F(Diff, PairsSatellitesAndTellsWhatItCannotCompare) {
              Case{"both.card others.card --sat 7", 3, {}, "satellite 7 is not in any"},
              Case{"both.card split.card --sat 81001", 0, {"81001 1 1 100 0 5", "81001 1 1 39 0 13600000"}},
              Case{"both.card twice.card --sat 81001", 0, {"81001 1 1 100 0 5", "81001 1 1 100 0 0"}},
-             Case{
-                 "81001.e 81001_ecr.e", 3, {}, "not compared: its frame is J2K, that of satellite 81001 (81001_ecr.e)"},
+             Case{"81001.e 81001_ecr.e",
+                  3,
+                  {},
+                  "not compared: its frame is J2K, the frame of satellite 81001 (81001_ecr.e)"},
              Case{"81001.e 81001_ecr.e --ignore-frames", 0, {"81001 1 1 100 0 0"}},
              Case{"81001.e 81001_later.e", 1, {}, "81001_later.e has no such satellite at these times"},
              Case{"81001.e missing.e", 3, {}, "missing.e: error: "},
@@ -79,7 +81,7 @@ TEST_F(Diff, PairsSatellitesAndTellsWhatItCannotCompare) {
              Case{"81001.e 81001_new.e --from 2026-01-31T00:10:10 --to 2026-01-31T00:10:50",
                   3,
                   {},
-                  "it has no point in the time of"},
+                  "it has no point in the span of"},
              Case{"81001.e 81001_new.e -o missing/folder", 3, {}, "missing/folder"},
              // Of the 100 times of A, 9 are in a gap of B.
              Case{"81001.e 81001_gap.e", 0, {"81001 1 1 100 0 0"}, "(81001_gap.e): warning: 9 of 100 states are "},

@@ -48,7 +48,7 @@ TEST_F(Time, OfAModifiedJulianDateIsTold) {
     EXPECT_THAT(
         run("time 61071.5625").messages,
         HasSubstr("61071.5625 is read as YYDDD.DDD, 1961-03-12T13:30:00.000000; it looks like a modified Julian "
-                  "date, that of 2026-01-31T13:30:00.000000"));
+                  "date, which means 2026-01-31T13:30:00.000000"));
     EXPECT_THAT(run("time 60700.5").messages, HasSubstr("is not a time: it looks like a modified Julian date"));
     EXPECT_EQ(run("time 26031.5 1961071.5").messages, "");
 }
