@@ -1,4 +1,4 @@
-// What `diff` compares, and what it says of those that it can't.
+// What `diff` compares, and what it says about pairs that it can't compare.
 #include <cmath>
 #include <regex>
 #include <sstream>
@@ -49,7 +49,7 @@ protected:
     }
 };
 
-TEST_F(Diff, PairsSatellitesAndTellsWhatItCannotCompare) {
+TEST_F(Diff, PairsSatellitesAndReportsWhatItCannotCompare) {
     struct Case {
         std::string arguments;
         int status;
@@ -135,8 +135,8 @@ TEST_F(Diff, WritesStatisticsOrEveryTimeInEachForm) {
               "vorlandi.diff/1 100 5.0 5.0 5.0 None None []\n");
 }
 
-TEST_F(Diff, SaysThatMemoryIsShort) {
-    // Programs that the sanitizers watch need more than that to start.
+TEST_F(Diff, ReportsThatMemoryIsShort) {
+    // Programs built with sanitizers need more than that to start.
     const std::string limit = "ulimit -v 400000; ";
     if (shell(limit + "vorlandi --version").status != 0) GTEST_SKIP() << "the program does not start";
     const Outcome outcome = shell(limit + "vorlandi diff 81001.e 81001_new.e --step 5e-4");  // 12 million times
@@ -144,7 +144,7 @@ TEST_F(Diff, SaysThatMemoryIsShort) {
     EXPECT_EQ(outcome.messages, "vorlandi: error: there is not enough memory\n");
 }
 
-TEST_F(Diff, TellsATimeOffsetWithItsLikelyCause) {
+TEST_F(Diff, NamesATimeOffsetAndItsLikelyCause) {
     const std::string gps = circle(100, 0.0, "J2000", "31 Jan 2026 00:00:18.000");
     write("81001_gps.e", gps);
     EXPECT_THAT(run("diff 81001.e 81001_gps.e").output,
