@@ -19,7 +19,7 @@ constexpr int kBits = 21;
 constexpr double kLargestCoordinate = (1 << (kBits - 1)) - 2;
 
 std::uint64_t coordinate(double position_km, double edge_km) {
-    // What lies farther out shares the outermost cells; pairs there are told apart by their distance.
+    // Everything farther out shares the outermost cells; pairs there are separated by their distance.
     const double cell = std::clamp(std::floor(position_km / edge_km), -kLargestCoordinate, kLargestCoordinate);
     return static_cast<std::uint64_t>(static_cast<std::int64_t>(cell) + (1 << (kBits - 1)));
 }
@@ -33,14 +33,14 @@ constexpr std::array<std::uint64_t, 4> kRowsAhead = {kRow, kLayer - kRow, kLayer
 
 SievedState::SievedState(std::size_t index, const Vector& position_km, const Vector& velocity_km_s)
     : satellite(index), position(position_km), velocity(velocity_km_s) {
-    // Nothing orbits nearer to the centre; what lies there still has bounds.
+    // Nothing orbits nearer to the centre; bad points there still have bounds.
     const double r = std::max(position.norm(), kLeastRadius_km);
     const double rate2 = kMu_km3_s2 / (r * r * r);
     const Vector unit = position / r;
     const double speed2 = velocity.squaredNorm();
     acceleration = -rate2 * position;
     jerk = -rate2 * (velocity - 3.0 * velocity.dot(unit) * unit);
-    // |d jerk / dt| <= mu/r^3 (4 |a| + 24 v^2 / r), whatever the direction of the velocity.
+    // |d jerk / dt| <= mu/r^3 (4 |a| + 24 v^2 / r), for any direction of the velocity.
     snap = rate2 * (4.0 * rate2 * r + 24.0 * speed2 / r);
     perturbation = 3.0 * kJ2 * kMu_km3_s2 * std::pow(kEarthRadius_km / (r * r), 2) + kOtherForces_km_s2;
 }
@@ -69,7 +69,7 @@ void ApproachSieve::sortIntoCells(const std::vector<SievedState>& states, double
     std::sort(cells_.begin(), cells_.end(), [](const Cell& a, const Cell& b) { return a.key < b.key; });
 }
 
-// How far the distance of two satellites can depart from that of straight and even motion within half a step.
+// How far the distance of two satellites can depart from straight, uniform motion within half a step.
 double ApproachSieve::departure_km(const SievedState& a, const SievedState& b) const noexcept {
     const double t = halfStep_s_;
     return t * t / 2.0 *
@@ -93,7 +93,7 @@ const std::vector<ApproachSieve::Pair>& ApproachSieve::candidates(const std::vec
     const double edge_km = cellEdge_km(states);
     reach2_km2_ = edge_km * edge_km;
     sortIntoCells(states, edge_km);
-    // The rows ahead are swept together with the cells, since both rise.
+    // The rows ahead advance together with the cells, since both are in rising order.
     std::array<std::size_t, kRowsAhead.size()> starts{};
     for (std::size_t i = 0; i < cells_.size(); ++i) {
         const SievedState& state = states[cells_[i].state];

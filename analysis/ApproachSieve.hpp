@@ -18,10 +18,10 @@ struct SievedState {
     std::size_t satellite;
     Vector position;
     Vector velocity;
-    Vector acceleration;  // of the two-body orbit; the jerk, too
+    Vector acceleration;  // of the two-body orbit, as is the jerk
     Vector jerk;
     double snap;          // an upper limit of the next derivative
-    double perturbation;  // an upper limit of the accelerations that the two-body orbit lacks
+    double perturbation;  // an upper limit of the accelerations not in the two-body orbit
 };
 
 class ApproachSieve {
@@ -31,7 +31,8 @@ public:
     // Pairs nearer than `within_km` at some time of at most `halfStep_s` before or after the sample.
     ApproachSieve(double within_km, double halfStep_s) noexcept : within_km_(within_km), halfStep_s_(halfStep_s) {}
 
-    // The pairs that the motion doesn't rule out, in no order, the lower satellite first. Valid until the next call.
+    // The pairs that the motion doesn't rule out, unordered, each with the lower satellite first. Valid until the next
+    // call.
     const std::vector<Pair>& candidates(const std::vector<SievedState>& states);
 
 private:

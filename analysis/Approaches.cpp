@@ -28,7 +28,7 @@ struct Member {
     std::size_t index;  // among all satellites
     Satellite satellite;
     std::int32_t number;
-    bool isWanted;              // its pairs are compared; of the others, those with a wanted one
+    bool isWanted;              // all its pairs are compared; otherwise only those with a wanted one
     std::vector<Piece> pieces;  // by time
 };
 
@@ -77,7 +77,7 @@ public:
 
     std::size_t count() const noexcept { return count_; }
     Ds50 time(std::size_t i) const { return at(static_cast<double>(numberOf(i))); }
-    // From the first on, up to the second, but without it.
+    // From the first up to, but not including, the second.
     Span window(std::size_t i) const {
         const auto k = static_cast<double>(numberOf(i));
         return {at(k - 0.5), at(k + 0.5)};
@@ -149,7 +149,7 @@ double answeredShare(const Satellite& satellite, const std::vector<Piece>& piece
     return wanted_s > 0.0 ? answered_s / wanted_s : 0.0;
 }
 
-// The search among the satellites of one frame. Every thread has one of its own.
+// The search among the satellites of one frame. Each thread has its own.
 class Search {
 public:
     Search(const Fleet& fleet, const Samples& samples, const ApproachOptions& options)
@@ -169,7 +169,7 @@ public:
     }
 
 private:
-    // A satellite whose states begin or end near the sample is taken along its orbit from there.
+    // A satellite whose states begin or end near the sample is propagated along its orbit from there.
     void takeSample(Ds50 time) {
         present_.clear();
         satellites_.clear();
@@ -334,7 +334,7 @@ void searchFleet(const Fleet& fleet, const ApproachOptions& options, std::vector
     }
 }
 
-// Pairs of different frames; those of equal number are no pairs.
+// Pairs of different frames, without those with the same number.
 class FramePairs {
 public:
     void add(std::int32_t number, Frame frame) {

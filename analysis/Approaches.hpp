@@ -17,10 +17,10 @@ struct ApproachOptions {
     double within_km = 10.0;
     double step_s = 60.0;  // between the samples of the sieve; the result doesn't depend on it. At most 300
     Span range = kAllTimes;
-    std::vector<std::int32_t> numbers{};           // of the satellites; those of the store if empty
-    bool sameNumber = false;                       // compares records of equal number, too
+    std::vector<std::int32_t> numbers{};           // of the satellites; all in the store if empty
+    bool sameNumber = false;                       // also compares records with the same number
     unsigned threads = 1;                          // the result doesn't depend on them
-    std::function<void(double share)> progress{};  // called now and then by the calling thread; may be empty
+    std::function<void(double share)> progress{};  // called from time to time on the calling thread; may be empty
     std::vector<std::int32_t> only{};              // pairs that have one of these numbers; all pairs if empty
 };
 
@@ -36,22 +36,22 @@ struct Approach {
     // Of b from a, radial, in-track and cross-track of a; none where a has no such axes.
     std::optional<std::array<double, 3>> components_km;
     double speed_km_s;             // relative, on axes that don't rotate
-    std::optional<double> sigmas;  // the distance in those of both position covariances, if both satellites have them
+    std::optional<double> sigmas;  // the distance in sigmas of both position covariances, if both exist
 };
 
 struct Approaches {
     std::vector<Approach> events;                // by time
     std::vector<double> answered;                // of each satellite, the part of its span in the range that has states
-    std::uint64_t pairsAcrossFrames = 0;         // not compared; nor are those of equal number among them
+    std::uint64_t pairsAcrossFrames = 0;         // not compared; pairs with the same number don't count
     std::vector<std::size_t> inUnknownFrames{};  // satellites whose axes are not known: not compared
 };
 
-// Compares satellites of the same frame, ECI, J2K, EFG or ECR. Numbers 0 and 99999 are no names: satellites that have
-// them are compared with each other. A satellite takes part where it has interpolated states. Within a quarter of a
-// step each distance has at most one minimum that is found.
+// Compares satellites of the same frame, ECI, J2K, EFG or ECR. Numbers 0 and 99999 don't identify a satellite:
+// satellites that have them are compared with each other. A satellite takes part where it has interpolated states.
+// At most one minimum of each distance is found within a quarter of a step.
 //
 // The states of all satellites at every step are sorted into cells; neighbours whose straight relative motion, with a
-// bound for its curvature, may bring them near enough are looked at in detail.
+// bound for its curvature, may bring them near enough are examined in detail.
 //
 // Throws Error if a satellite has gone.
 Approaches findApproaches(std::span<const Satellite> satellites, const ApproachOptions& options = {});

@@ -18,7 +18,7 @@ namespace {
 
 constexpr double kEvenSteps = 1.001;
 constexpr double kGround_km = 6350.0;
-constexpr double kFarthest_km = 1e7;  // from the earth; no orbit about it is that large
+constexpr double kFarthest_km = 1e7;  // from the earth; no orbit about the earth is that large
 constexpr double kCoarseScatter_m = 0.1;
 constexpr double kUnevenGain = 20.0;
 
@@ -76,7 +76,7 @@ private:
 
     void addNotExamined(std::string text) { addOverall({Severity::Note, Kind::NotExamined, std::move(text)}); }
 
-    // A single bad point among few is left out, or its fault would pass for one of all points.
+    // A single bad point among few is left out, or its fault would look like one of all points.
     Dynamics examineMotion() {
         if (ephemeris_.size() >= kFewestForJumps || !gaps_.empty()) return examineDynamics(ephemeris_);
         const std::vector<Motion> motions =
@@ -141,7 +141,7 @@ private:
                                    "the positions turn with the earth, the velocities are inertial", 1.0});
             case VelocityFault::RotatingOfInertial:
                 return addOverall({Severity::Error, Kind::VelocityFrame,
-                                   "the positions are inertial, the velocities are those of axes that turn with the "
+                                   "the positions are inertial, the velocities are relative to axes that turn with the "
                                    "earth",
                                    -1.0});
             case VelocityFault::OtherUnit:
@@ -183,7 +183,7 @@ private:
 
     bool isTooFar(std::size_t point) const { return !(radius_km(point) < kFarthest_km); }
 
-    // Calls `report` for each row of neighbouring points that are wanted, with the first and the last.
+    // Calls `report` for each run of wanted points, with the first and the last.
     void forEachRow(const auto& isWanted, const auto& report) const {
         for (std::size_t i = 0; i < ephemeris_.size(); ++i) {
             const std::size_t first = i;
@@ -278,7 +278,7 @@ private:
         return medianOf(std::move(missed_km)) * kMetresPerKm > kOfSpacing * errors.scatter_m;
     }
 
-    // States beside a gap suffer, too, since their windows reach across it.
+    // States next to a gap suffer as well, since their windows reach across it.
     void reportGaps(const InterpolationErrors& errors) {
         const auto isBad = [&](std::size_t i) { return errors.error_m(i) > options_.tolerance_m; };
         for (const std::size_t gap : gaps_) {
@@ -388,9 +388,9 @@ private:
 
     // Only the part that matters: the position, the velocity, or both.
     void reportOutlier(const analysis::Outlier& outlier) {
-        constexpr double kOfStep_s = 10.0;  // a velocity counts as what it makes of a position in this time
+        constexpr double kOfStep_s = 10.0;  // a velocity counts as the distance covered in this time
         constexpr double kNothing = 0.01;
-        if (isTooFar(outlier.point)) return;  // told already
+        if (isTooFar(outlier.point)) return;  // already reported
         const double distance_m = outlier.distance_m();
         const double drift_m = kOfStep_s * outlier.speed_m_s();
         const bool isPosition = !(distance_m < kNothing * drift_m);
@@ -402,7 +402,7 @@ private:
                         isPosition ? "m" : "m/s"};
         if (outlier.isInLeapSecond) {
             finding.text =
-                "the point is in the leap second, whose times can't be told from those of the second after: "
+                "the point is in the leap second, whose times can't be told from the times of the next second: "
                 "states around are off by up to " +
                 lengthText(distance_m);
         } else {

@@ -13,11 +13,11 @@
 namespace vorlandi::analysis {
 
 struct CheckOptions {
-    double tolerance_m = 1.0;  // that interpolation errors are compared with
+    double tolerance_m = 1.0;  // the limit for interpolation errors
     double gapFactor = kGapFactor;
 };
 
-// Errors in metres. A value that can't be had is missing: fewer than four points, intervals without answers, or a fault
+// Errors in metres. A value may be missing: there are fewer than four points, intervals without answers, or a fault
 // that makes estimates pointless.
 struct InterpolationSummary {
     std::optional<double> inside_m;   // largest estimated error, the first and the last interval and gaps left out
@@ -28,7 +28,7 @@ struct InterpolationSummary {
     std::optional<Ds50> worst;        // where its interval begins
     std::optional<double> scatter_m;
     std::optional<double> largestGain;
-    std::optional<double> wouldDo_s;  // spacing that keeps within the tolerance
+    std::optional<double> wouldDo_s;  // spacing that keeps errors within the tolerance
 };
 
 struct SatelliteCheck {

@@ -68,7 +68,7 @@ void normalize(Difference& difference, const std::optional<Axes>& axes, const Ve
     }
 }
 
-// Collects the differences where both have states, and hands on these, with the index of their time.
+// Collects the differences at times where both have states, and passes them on with the index of the time.
 template <typename Use>
 void forEachDifference(const Satellite& a, const Satellite& b, std::span<const Ds50> times, Comparison& comparison,
                        const Use& use) {
@@ -96,7 +96,7 @@ void forEachDifference(const Satellite& a, const Satellite& b, std::span<const D
     }
 }
 
-// The explanations look at an even choice of the compared positions.
+// The explanations use an even selection of the compared positions.
 std::size_t strideFor(std::size_t times) {
     constexpr std::size_t kMostExplained = 10'000;
     return (times + kMostExplained - 1) / kMostExplained;

@@ -13,8 +13,8 @@
 
 namespace vorlandi::analysis {
 
-// What is compared, in the order of kQuantityNames. The components are those of the position and of the velocity on the
-// radial, in-track and cross-track axes of A; distance and speed are the lengths.
+// What is compared, in the order of kQuantityNames. The components of position and velocity are on the radial, in-track
+// and cross-track axes of A; distance and speed are their lengths.
 enum class Quantity {
     Radial,
     InTrack,
@@ -30,8 +30,8 @@ inline constexpr std::array<const char*, 8> kQuantityNames{"radial_m",         "
                                                            "distance_m",       "radial_mm_s", "in_track_mm_s",
                                                            "cross_track_mm_s", "speed_mm_s"};
 
-// The differences at one time. A value that can't be had is NaN: components where A has no axes (see orbitAxes) or a
-// frame whose axes are not known.
+// The differences at one time. A missing value is NaN: components where A has no axes (see orbitAxes) or a frame whose
+// axes are not known.
 struct Difference {
     Ds50 time;
     std::array<double, kQuantityNames.size()> values;
@@ -48,7 +48,7 @@ struct Difference {
 struct Statistics {
     double mean;
     double rms;
-    double largest;  // the one of the largest size, with its sign
+    double largest;  // the one of the largest magnitude, with its sign
     std::optional<Ds50> when;
 };
 
@@ -75,7 +75,7 @@ struct Comparison {
 };
 
 // The time that two satellites have in common, inside a range; none if they don't overlap. Spans that miss each other
-// by no more than a microsecond, to which times are written, touch.
+// by at most a microsecond, the resolution of written times, touch.
 std::optional<Span> commonSpan(const Satellite& a, const Satellite& b, const Span& range = kAllTimes);
 
 // The stored times of a satellite in a span, both ends included to the microsecond.

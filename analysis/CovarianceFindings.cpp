@@ -66,7 +66,7 @@ private:
                     sigma_m, "m"});
     }
 
-    // Missing covariances take part as zeros in what lies between.
+    // Missing covariances enter the interpolation as zeros.
     void leaveOutUnknown(std::vector<Matrix6>& between) const {
         if (ephemeris_.size() < kWindow) return;
         const auto isKnown = [this](std::size_t point) { return isCovariance(ephemeris_.covariances[point]); };
@@ -77,7 +77,7 @@ private:
         }
     }
 
-    // Where the stored matrices are at fault already, nothing better can lie between them.
+    // If the stored matrices are already at fault, interpolated ones can't be better.
     void checkCovariancesBetween(const std::vector<PoorCovariances>& stored) {
         std::vector<Matrix6> between = between_();
         leaveOutUnknown(between);

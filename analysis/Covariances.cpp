@@ -12,7 +12,7 @@ namespace {
 
 using Matrix = Eigen::Matrix<double, 6, 6>;
 
-// An eigenvalue that is zero comes out as this at worst.
+// An eigenvalue of zero comes out as this at worst.
 constexpr double kRoundedZero = -1e-12;
 
 Matrix scaledToUnitDiagonal(const Matrix6& covariance) {
@@ -31,7 +31,7 @@ Matrix scaledToUnitDiagonal(const Matrix6& covariance) {
     return matrix;
 }
 
-// Where there are no velocities their rows are zero, which makes no eigenvalue negative, but ends a decomposition.
+// Without velocities their rows are zero, which makes no eigenvalue negative, but stops a decomposition.
 Matrix withoutEmptyRows(Matrix matrix) {
     for (Eigen::Index i = 0; i < 6; ++i)
         if (matrix(i, i) == 0.0 && matrix.row(i).isZero(0.0)) matrix(i, i) = 1.0;

@@ -1,4 +1,4 @@
-// Whether covariances are what covariances have to be.
+// Whether covariances are valid: positive, and of plausible size.
 #pragma once
 
 #include <array>

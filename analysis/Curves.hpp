@@ -1,4 +1,4 @@
-// What can be drawn of an ephemeris over time.
+// Curves of an ephemeris over time, to be drawn.
 #pragma once
 
 #include <array>
@@ -22,8 +22,8 @@ struct Curve {
     }
 };
 
-// A value of the states: of the stored ones if there are at least `samples` of them in the range, else of so many
-// interpolated ones. Interrupted where the library doesn't answer.
+// A value of the states: of the stored ones if the range has at least `samples` of them, else of that many interpolated
+// ones. Interrupted where the library doesn't answer.
 Curve curveOf(const Satellite& satellite, const Ephemeris& ephemeris, std::size_t samples,
               const std::function<double(const State&)>& value);
 
@@ -36,7 +36,7 @@ std::array<Curve, 3> sigmaCurves(const Ephemeris& ephemeris);
 // The estimated interpolation error in m, constant within each interval.
 Curve errorCurve(const Ephemeris& ephemeris, const InterpolationErrors& errors);
 
-// At most two values a column, the least and the largest, in the order of their times. Columns divide a span evenly.
+// At most two values per column, the least and the largest, in the order of their times. Columns divide a span evenly.
 Curve reduced(const Curve& curve, const Span& span, std::size_t columns);
 
 }  // namespace vorlandi::analysis

@@ -122,7 +122,7 @@ bool isSameFinding(const Finding& a, const Finding& b) {
     return !hasPlace(a) || touch(a, *b.from, *b.to);
 }
 
-// The mean of what is a number.
+// The mean of the values that are not NaN.
 class Mean {
 public:
     void add(double value) {

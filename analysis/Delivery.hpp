@@ -1,6 +1,6 @@
-// A delivery of ephemerides beside the one before: which records belong together, which findings are new, and how far
-// the earlier predictions were off. The later delivery is nearer to the truth: the difference over the overlap shows
-// the error of the earlier one by its age and, where there are covariances, whether these are honest.
+// A delivery of ephemerides compared with the previous one: which records belong together, which findings are new, and
+// how far the earlier predictions were off. The later delivery is nearer to the truth: the difference over the overlap
+// shows the error of the earlier one by its age and, where there are covariances, whether these are honest.
 #pragma once
 
 #include <array>
@@ -23,7 +23,7 @@ namespace vorlandi::analysis {
 struct DeliveredRecord {
     std::int32_t number;
     Frame frame;
-    std::string name;          // tells those apart whose number is no name, 0 or 99999
+    std::string name;          // identifies a record whose number doesn't, 0 or 99999
     std::optional<Span> span;  // none without points
 };
 
@@ -35,14 +35,14 @@ struct RecordPair {
 };
 
 struct RecordMatch {
-    std::vector<RecordPair> pairs;         // of one number and frame, by `now`
-    std::vector<RecordPair> framesDiffer;  // of one number; these are not compared
+    std::vector<RecordPair> pairs;         // with the same number and frame, by `now`
+    std::vector<RecordPair> framesDiffer;  // with the same number; these are not compared
     std::vector<std::size_t> added;        // without a record in the other delivery
     std::vector<std::size_t> missing;
 };
 
-// Each record has at most one partner. Of several with equal number and frame, those with the longest overlap belong
-// together, then those without any in their order.
+// Each record has at most one partner. Of several with the same number and frame, those with the longest overlap belong
+// together, then those without overlap, in their order.
 RecordMatch matchRecords(std::span<const DeliveredRecord> now, std::span<const DeliveredRecord> before);
 
 // ---- Which findings are new ----
@@ -53,8 +53,8 @@ struct FindingChanges {
 };
 
 // Compares the findings of two records that belong together. Findings that have a place in time (gaps, jumps and the
-// like) are the same if their times overlap, the others if their kind is the same. Those that had their place before
-// the later record begins, or after it ends, are neither gone nor still there.
+// like) are the same if their times overlap, the others if their kind is the same. Earlier findings from before the
+// later record begins, or after it ends, are neither gone nor still there.
 FindingChanges compareFindings(std::span<const Finding> now, std::span<const Finding> before, const Span& spanNow);
 
 // ---- How far the earlier predictions were off ----
@@ -72,7 +72,7 @@ struct AgeDifference {
     double meanSquaredDistance = 0.0;            // the squared normalized distance d' P^-1 d
 };
 
-// False where the states are the same at all times: the later one has taken them over, and they show no error.
+// False where the states are the same at all times: the later one took them over, and they show no error.
 bool differs(const AgeDifference& age);
 
 struct PredictionDifference {
@@ -91,8 +91,8 @@ enum class Honesty { Untold, TooFew, Honest, Optimistic, Pessimistic };
 // Fewer satellites than this don't show whether covariances are honest.
 inline constexpr std::size_t kFewestForHonesty = 10;
 
-// Of all satellites at one age. Each satellite counts once, whatever the number of its points: the differences at
-// neighbouring points are those of one and the same orbit error, and independent of each other only between satellites.
+// Of all satellites at one age. Each satellite counts once, however many points it has: differences at neighbouring
+// points come from the same orbit error, and are independent only between satellites.
 struct AgeStatistics {
     int age_days = 0;
     std::size_t satellites = 0;
@@ -108,9 +108,9 @@ struct AgeStatistics {
 };
 
 // The covariances of an age are tested with the squared normalized distances e = d' P^-1 d of the positions, P being
-// the sum of the covariances of both predictions (or the one that there is): over time their mean for each satellite,
-// and of these over 3 the mean m for all. If the covariances are right, m is 1: e is distributed as chi squared with
-// three degrees of freedom. The factor is sqrt(m): by so much standard deviations would have to grow.
+// the sum of the covariances of both predictions (or the one that there is): averaged over time for each satellite,
+// divided by 3, and averaged over all satellites to m. If the covariances are right, m is 1: e is distributed as chi
+// squared with three degrees of freedom. The factor is sqrt(m): standard deviations would have to grow by it.
 //
 // With n satellites 3 n m is distributed as chi squared with 3 n degrees of freedom, even if the error of each is the
 // same at all times, and more narrowly if it is not. The covariances are optimistic or pessimistic if m lies outside of
@@ -121,8 +121,8 @@ struct AgeStatistics {
 // are then worse than the factor says, and pessimistic ones may be right.
 //
 // A satellite whose mean of e is above 25 times the median of an age, five times in sigmas, is set aside: it has
-// manoeuvred, or one of its ephemerides is wrong. Among right covariances chance makes one in 1e12. Ephemerides that
-// have been delivered before don't count, nor do ages at which nothing differs.
+// manoeuvred, or one of its ephemerides is wrong. With right covariances this happens by chance once in 1e12.
+// Ephemerides that have been delivered before don't count, nor do ages at which nothing differs.
 std::vector<AgeStatistics> statisticsByAge(std::span<const PredictionDifference> differences);
 
 }  // namespace vorlandi::analysis

@@ -141,7 +141,7 @@ Vector rotation(const Vector& vector) {
     return {-kEarthRotation_rad_s * vector.y(), kEarthRotation_rad_s * vector.x(), 0.0};
 }
 
-// The acceleration in inertial axes.
+// The acceleration on inertial axes.
 Vector inertialAcceleration(const Sample& sample, Motion motion) {
     if (motion != Motion::Rotating) return sample.acceleration;
     return sample.acceleration + 2.0 * rotation(sample.velocity) + rotation(rotation(sample.position));
@@ -158,7 +158,7 @@ double residual(const std::vector<Sample>& samples, Motion motion, double unitsI
 }
 
 // |difference| / |change of the positions|. A geostationary satellite hardly moves in rotating axes: digits then look
-// like a mismatch unless differences are compared with the speed of an orbit, too.
+// like a mismatch unless differences are also compared with the speed of an orbit.
 double relativeTo(const Sample& sample, const Vector& difference) {
     constexpr double kShareOfOrbitalSpeed = 0.003;
     const double orbital_km_s = std::sqrt(kMu_km3_s2 / sample.position.norm());
@@ -171,8 +171,8 @@ double mismatch(const std::vector<Sample>& samples, double shareOfRotation) {
     });
 }
 
-// What derivatives of widely spaced points can't tell from a fault: their error goes with the square of that which
-// three points have; of four points, with its power 3/2.
+// What derivatives of widely spaced points can't tell from a fault: their error goes with the square of the error from
+// three points; with four points, with its power 3/2.
 double mismatchOfSpacing(const std::vector<Sample>& samples, std::size_t points) {
     const double coarse = medianOver(
         samples, [](const Sample& sample) { return relativeTo(sample, sample.change - sample.coarseChange); });
@@ -208,7 +208,7 @@ VelocityFault velocityFaultIn(const std::vector<Sample>& samples, double ofSpaci
     dynamics.velocityFactor = ratio(
         samples, [](const Sample& sample) { return sample.velocity.dot(sample.change); },
         [](const Sample& sample) { return sample.change.squaredNorm(); });
-    // The factor alone can be a known one by chance.
+    // The factor alone can match a known one by chance.
     const double remaining = medianOver(samples, [&](const Sample& sample) {
         return relativeTo(sample, sample.velocity / dynamics.velocityFactor - sample.change);
     });
@@ -252,7 +252,7 @@ std::vector<Pair> pairsOf(const Ephemeris& ephemeris) {
 struct Correction {
     double positionUnits = 1.0;  // in a kilometre
     double velocityUnits = 1.0;
-    double rotation = 0.0;  // of the axes, as a share of the earth's, that the velocities have too much
+    double rotation = 0.0;  // excess rotation of the axes in the velocities, as a share of the earth's
 };
 
 State corrected(const State& state, const Correction& correction) {
@@ -323,7 +323,7 @@ void findFaultOfPairs(const std::vector<Pair>& pairs, Dynamics& dynamics) {
     }
 }
 
-// The motion by which the points go, if one fits.
+// The motion that the points follow, if one fits.
 void chooseMotion(const Ephemeris& ephemeris, double refused, Dynamics& dynamics) {
     dynamics.motion = dynamics.inertialResidual < dynamics.rotatingResidual ? Motion::Inertial : Motion::Rotating;
     const Motion promised = motionOf(ephemeris.frame);

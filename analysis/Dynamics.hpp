@@ -24,7 +24,7 @@ enum class VelocityFault {
     Mismatch             // they differ otherwise
 };
 
-// What the motion of at most 10,000 inner points shows, none of them near a gap. Where points are too far apart for
+// What the motion of up to 10,000 inner points shows, none of them near a gap. Where points are too far apart for
 // derivatives, or there are none away from gaps, each point is compared with the two-body orbit through the one before.
 struct Dynamics {
     std::size_t points = 0;           // examined; nothing else is known if there are none
@@ -39,7 +39,7 @@ struct Dynamics {
     const Unit* velocityUnit = nullptr;  // that explains the factor
     const Unit* positionUnit = nullptr;  // of the positions, if it isn't the kilometre
     double positionFactor = 1.0;         // as measured
-    bool frameMismatch = false;          // the motion is refused that the frame's name promises, the other one fits
+    bool frameMismatch = false;          // the motion promised by the frame's name doesn't fit, the other one does
 
     bool hasFault() const noexcept {
         return velocityFault != VelocityFault::None || positionUnit != nullptr || frameMismatch;

@@ -26,7 +26,7 @@ std::vector<Matrix6> covariancesIn(const Satellite& satellite, std::int64_t firs
         detail::require(VorlanGetEphemerisArr(satellite.key(), first + static_cast<std::int64_t>(done),
                                               static_cast<std::int64_t>(chunk.size()), nullptr, nullptr, nullptr,
                                               detail::raw(chunk.data()), nullptr));
-        // Most satellites have none, and then need no memory for them.
+        // Most satellites have none, and need no memory for them.
         if (result.empty() && std::none_of(chunk.begin(), chunk.end(), isCovariance)) continue;
         result.resize(done);
         result.insert(result.end(), chunk.begin(), chunk.end());
@@ -62,7 +62,7 @@ Ephemeris ephemerisOf(const Satellite& satellite, const Span& range) {
     std::vector<Ds50> times(static_cast<std::size_t>(fields.points));
     detail::require(VorlanGetEphemerisArr(satellite.key(), 1, fields.points, detail::raw(times.data()), nullptr,
                                           nullptr, nullptr, nullptr));
-    // Times are written to the microsecond: one that is off by no more is meant.
+    // Times are written to the microsecond: a time that is off by no more is the same.
     const Ds50 first_days{range.first.days - kMicrosecond_days}, last_days{range.last.days + kMicrosecond_days};
     times.erase(std::upper_bound(times.begin(), times.end(), last_days), times.end());
     const auto begin = std::lower_bound(times.begin(), times.end(), first_days);

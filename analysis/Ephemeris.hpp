@@ -1,4 +1,4 @@
-// The points of one satellite, taken out of the store: what every calculation of this library works on.
+// The points of one satellite, copied from the store: the input of every calculation of this library.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,7 @@ namespace vorlandi::analysis {
 inline constexpr double kSecondsPerDay = 86400.0;
 inline constexpr double kMicrosecond_days = 1e-6 / kSecondsPerDay;
 inline constexpr double kMetresPerKm = 1000.0;
-inline constexpr double kNone = std::numeric_limits<double>::quiet_NaN();  // there is no such number
+inline constexpr double kNone = std::numeric_limits<double>::quiet_NaN();  // a missing number
 
 // Files without a number, and satellites without one in the catalogue, have these.
 inline bool isName(std::int32_t number) noexcept { return number != 0 && number != 99999; }

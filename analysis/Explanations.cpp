@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t kLeastTimes = 3;
 constexpr double kDegrees = 180.0 / std::numbers::pi;
 
-// A asked some seconds after the times of B.
+// A queried some seconds after the times of B.
 struct ShiftFit {
     std::size_t answered = 0;
     double before_km2 = 0.0;  // sums over the answered times of the squares of the distances
@@ -51,7 +51,7 @@ public:
             const Vector b = vectorOf(b_.positions_km[chosen[k]]);
             const Vector missing = b - positionOf(states[k]);
             const Vector velocity = velocityOf(states[k]);
-            // Times are rounded: what A was asked for counts, not what it should have been asked for.
+            // Times are rounded: the time that A was queried at counts, not the intended one.
             const double asked_s = (tai_days(times[k]) - tai_days(b_.times[chosen[k]])) * kSecondsPerDay;
             ++fit.answered;
             fit.before_km2 += (b - positionOf(unshifted_[chosen[k]])).squaredNorm();
@@ -83,8 +83,8 @@ public:
         return std::nullopt;
     }
 
-    // Velocities lead to the next offset that fits, within a part of a revolution. Beyond, whole hours and a day are
-    // tried, too.
+    // Velocities lead to the nearest offset that fits, within a part of a revolution. Whole hours and a day are tried
+    // as well.
     double start() const {
         constexpr std::size_t kMostTimes = 64;
         constexpr double kFarApart_s = 60.0;  // distances of that time at the speed of A

@@ -16,7 +16,7 @@ struct Track {
     std::vector<std::array<double, 3>> positions_km;
 };
 
-// The root mean square of the distances between A and B, as it is and as the explanation leaves it.
+// The root mean square of the distances between A and B, before and after the explanation is applied.
 struct Explained {
     double before_m;
     double after_m;
@@ -31,10 +31,10 @@ struct TimeOffset {
     const char* meaning;  // such as "GPS time taken as UTC"; null if no cause is known
 };
 
-// The time offset that brings A closest to B. None if there is no such, or too few times.
+// The time offset that brings A closest to B. None if no offset does, or there are too few times.
 std::optional<TimeOffset> timeOffset(const Satellite& a, const Track& b);
 
-// B's positions are those of A, turned about an axis.
+// B's positions are A's, turned about an axis.
 struct Rotation {
     double degrees;
     std::array<double, 3> axis;  // a unit vector in the frame of A; the turn is right-handed
@@ -42,7 +42,7 @@ struct Rotation {
     const char* meaning;  // null if no cause is known
 };
 
-// The rotation that brings A's positions closest to B's, at the same times. None if there is no such, or if the
+// The rotation that brings A's positions closest to B's, at the same times. None if no rotation does, or if the
 // positions are too few or on a line.
 std::optional<Rotation> rotation(std::span<const std::array<double, 3>> a_km, const Track& b);
 

@@ -15,7 +15,7 @@ struct HermiteWeights {
     std::array<double, N> position;
     std::array<double, N> velocity;
 
-    // By how much errors of the nodes are magnified: those of the velocities count as errors of positions over step_s.
+    // By how much errors of the nodes are magnified; errors of velocities count as errors of positions over step_s.
     double squaredGain(double step_s) const noexcept {
         double ofPositions = 0.0;
         double ofVelocities = 0.0;
@@ -58,7 +58,7 @@ public:
         return weights;
     }
 
-    // The weights of the velocity at a time that is none of the nodes': the derivatives of those of the position.
+    // The weights of the velocity at a time that is not a node: the derivatives of the weights of the position.
     HermiteWeights<N> rateAt(double t_s) const noexcept {
         HermiteWeights<N> weights;
         for (std::size_t k = 0; k < N; ++k) {

@@ -54,13 +54,13 @@ private:
         const Neighbourhood near(ephemeris_, ephemeris_.elapsed_s, i, errors_.motion, atEnd ? kReach : kReach - 1);
         if (i >= 2 && i + 2 < points_) leaveOutPoint(near, i);
         if (sampled) {
-            // The library interpolates over the stored times: what their rounding does belongs to the scatter.
+            // The library interpolates over the stored times, so the effect of their rounding belongs to the scatter.
             const Neighbourhood stored(ephemeris_, ephemeris_.stored_s, i, errors_.motion);
             const Neighbours<6> neighbours = neighboursOf<6>(stored);
             const LeftOut left = leaveOut(stored, neighbours, neighbours.nodes.at(0.0), positionAt(i));
             scatter_.push_back(left.residual.norm() / std::sqrt(1.0 + left.squaredGain));
         }
-        // The orbit of the last interval is that of its second point.
+        // The last interval uses the orbit of its second point.
         if (i + 2 < points_ && isAnswered(ephemeris_, i)) estimate(near, i, i);
         if (i + 1 == points_ && isAnswered(ephemeris_, i - 1)) estimate(near, i, i - 1);
     }
@@ -111,8 +111,8 @@ private:
         if (near.hasOrbit()) errors_.spacing_m[interval] = 2.0 * largest_km * kMetresPerKm;
     }
 
-    // The error of a polynomial goes with the square of the product of the distances to its nodes: that of the window
-    // follows from what leaving out the nearer inner points has shown.
+    // The error of a polynomial goes with the square of the product of the distances to its nodes. The window's error
+    // therefore follows from leaving out the nearer inner points.
     void estimateWithoutOrbit(std::size_t interval) {
         constexpr int kParts = 8;
         if (points_ < 5) return;
@@ -149,12 +149,12 @@ InterpolationErrors estimatedErrors(const Ephemeris& ephemeris) {
 }
 
 std::optional<double> errorAt(const Ephemeris& ephemeris, const InterpolationErrors& errors, Ds50 time) {
-    constexpr double kCoincidence_days = 1e-12;  // to which the library takes a time for that of a point
+    constexpr double kCoincidence_days = 1e-12;  // within which the library takes a time as a point's
     const auto& times = ephemeris.times;
     const auto next = std::lower_bound(times.begin(), times.end(), Ds50{time.days - kCoincidence_days});
     if (next != times.end() && next->days - time.days < kCoincidence_days) return 0.0;
     if (errors.spacing_m.empty()) return std::nullopt;
-    // States are answered a little beyond the ends, too.
+    // States are also answered a little beyond the ends.
     const auto after = std::clamp<std::ptrdiff_t>(next - times.begin(), 1, std::ssize(times) - 1);
     const double error_m = errors.error_m(static_cast<std::size_t>(after - 1));
     return std::isnan(error_m) ? std::nullopt : std::optional(error_m);

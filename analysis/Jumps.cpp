@@ -12,7 +12,7 @@ namespace {
 
 constexpr double kSuspicious = 8.0;     // times the usual residual around
 constexpr std::size_t kAround = 30;     // points on each side that are usual
-constexpr std::size_t kLeftOfThem = 3;  // the nearest of them, which a jump disturbs, too
+constexpr std::size_t kLeftOfThem = 3;  // the nearest of them, which a jump also disturbs
 constexpr std::size_t kLeastUsual = 10;
 constexpr double kDigitsOfDoubles = 1e-12;  // of a position; a residual below that is rounding
 constexpr std::size_t kBeside = 3;          // points on each side of an event that its fit takes
@@ -20,10 +20,10 @@ constexpr std::size_t kLongestEvent = 9;    // points; of a longer one only thos
 constexpr int kInstantsInInterval = 13;
 constexpr double kManoeuvreFits = 4.0;
 constexpr double kAccuracyOfFit = 0.05;  // a jump drifts away linearly, which holds for a few steps only
-constexpr double kUnexplained = 0.1;     // of the squares that a jump has to leave less of,
-constexpr double kStillUnusual = 4.0;    // or residuals that are no more than so many times the usual
+constexpr double kUnexplained = 0.1;     // a jump has to leave less of the squares than this,
+constexpr double kStillUnusual = 4.0;    // or residuals that are at most this many times the usual
 
-// The intervals across which nothing is examined. Beside a short step the times of the points count as well.
+// The intervals across which nothing is examined. Next to a short step the times of the points matter as well.
 std::vector<std::size_t> barriers(const Ephemeris& ephemeris, const std::vector<std::size_t>& gaps) {
     std::vector<std::size_t> intervals = gaps;
     for (std::size_t i = 0; i < ephemeris.intervals(); ++i)
@@ -90,7 +90,7 @@ struct Event {
     std::size_t last;
 };
 
-// Positions hardly show a change of velocity in the middle of an interval, velocities do.
+// Positions hardly show a change of velocity in the middle of an interval; velocities do.
 std::vector<Event> eventsIn(const Suspicion& positions, const Suspicion& velocities) {
     std::vector<Event> events;
     const std::vector<double>& scaled = positions.scaled();
@@ -111,7 +111,7 @@ std::vector<Event> eventsIn(const Suspicion& positions, const Suspicion& velocit
     return events;
 }
 
-// The residual of one point, position and velocity, and how it answers to a jump at any instant.
+// The residual of one point, position and velocity, and its response to a jump at any instant.
 class Witness {
 public:
     Witness(const Ephemeris& ephemeris, std::size_t point, Motion motion, double step_s)
@@ -204,7 +204,7 @@ void fitAt(const std::vector<Witness>& witnesses, double instant_s, std::size_t 
         best.both = {squares, instant_s, interval, velocity, step};
 }
 
-// Between the instants beside the best one that was tried.
+// Between the instants next to the best one that was tried.
 void refineInstant(const Ephemeris& ephemeris, const std::vector<Witness>& witnesses, Fits& best) {
     constexpr int kHalvings = 12;
     const std::size_t interval = best.velocityAlone.interval;
@@ -263,7 +263,7 @@ Fits bestFits(const Ephemeris& ephemeris, const std::vector<Witness>& witnesses,
     return best;
 }
 
-// Whether the residuals that are left are still far above the usual.
+// Whether the remaining residuals are still far above the usual.
 bool isUnusual(const Fit& fit, std::size_t witnesses, double usual) {
     return !(std::sqrt(fit.squares / (2.0 * static_cast<double>(witnesses))) <= kStillUnusual * usual);
 }
@@ -293,7 +293,7 @@ Irregularities findIrregularities(const Ephemeris& ephemeris, const Interpolatio
     const double step_s = medianOf(stepsOf(ephemeris));
     for (const Event& event : eventsIn(positions, velocities)) {
         const Disturbance disturbance = disturbanceBy(event, positions, velocities);
-        // What a weak jump leaves without one of its points is as small as usual, too: the better explanation counts.
+        // A weak jump without one of its points also leaves residuals of the usual size: the better explanation counts.
         if (const auto outlier = outlierOf(ephemeris, errors.motion, event, {disturbance.peak, 0.0})) {
             found.outliers.push_back(*outlier);
             continue;

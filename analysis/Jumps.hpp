@@ -11,7 +11,7 @@
 
 namespace vorlandi::analysis {
 
-// Components are radial, in-track and cross-track; those of the frame where a state has no such axes.
+// Components are radial, in-track and cross-track, or on the axes of the frame where a state has no such axes.
 struct Jump {
     std::size_t interval;  // in which it falls
     double elapsed_s;      // when, since the first point
@@ -41,8 +41,8 @@ struct Irregularities {
     std::vector<Disagreement> disagreements;
 };
 
-// The jumps of an ephemeris with these errors, which are those of an orbit, and single points that are off. Points
-// whose neighbours are across a gap, or closer together than the shortest step, are not examined.
+// The jumps of an ephemeris with these errors, which assume an orbit, and single points that are off. Points whose
+// neighbours are across a gap, or closer together than the shortest step, are not examined.
 //   gaps  the intervals that are gaps
 Irregularities findIrregularities(const Ephemeris& ephemeris, const InterpolationErrors& errors,
                                   const std::vector<std::size_t>& gaps);

@@ -1,4 +1,4 @@
-// What interpolation from its neighbours makes of a point that is left out.
+// Interpolates a point that is left out from its neighbours.
 #pragma once
 
 #include <algorithm>
@@ -15,8 +15,8 @@ namespace vorlandi::analysis {
 
 inline constexpr std::ptrdiff_t kReach = 3;  // neighbours on each side that a calculation takes at most
 
-// The states of the points around one of them that an orbit through it has, and what the points differ from them.
-// Without an orbit both are taken as zero and the points themselves.
+// The states on an orbit through one point at the times of the points around it, and the points' differences from them.
+// Without an orbit they are zero and the points themselves.
 class Neighbourhood {
 public:
     // times_s: the elapsed ones of the ephemeris, or the stored ones.
@@ -74,7 +74,7 @@ Neighbours<N> neighboursOf(const Neighbourhood& near) {
     return {offsets, HermiteNodes<N>(times_s), (times_s.back() - times_s.front()) / static_cast<double>(N)};
 }
 
-// What the weights make of the differences between points and orbit.
+// The weighted sum of the differences between points and orbit.
 template <std::size_t N>
 Vector ofDifferences(const Neighbourhood& near, const Neighbours<N>& neighbours, const HermiteWeights<N>& weights) {
     Vector sum = Vector::Zero();
@@ -88,12 +88,12 @@ Vector ofDifferences(const Neighbourhood& near, const Neighbours<N>& neighbours,
 }
 
 struct LeftOut {
-    Vector residual = Vector::Zero();   // of the points less the orbit
+    Vector residual = Vector::Zero();   // of the points minus the orbit
     Vector curvature = Vector::Zero();  // of the orbit itself
     double squaredGain = 0.0;           // of the neighbours
 };
 
-// What the weights make of the neighbours instead of `own`, the position of the centre or its velocity.
+// The weighted sum of the neighbours minus `own`, the position or velocity of the centre.
 template <std::size_t N>
 LeftOut leaveOut(const Neighbourhood& near, const Neighbours<N>& neighbours, const HermiteWeights<N>& weights,
                  const Vector& own) {

@@ -28,7 +28,7 @@ double peakOf(const InterpolationErrors& errors) {
     return peak;
 }
 
-// The state that the four nearest points give at a time, by the orbit through the nearest of them.
+// The state that the four nearest points predict at a time, by the orbit through the nearest of them.
 State expectedAt(const Ephemeris& others, Motion motion, double time_s) {
     const auto after = std::upper_bound(others.elapsed_s.begin(), others.elapsed_s.end(), time_s);
     const auto following = static_cast<std::size_t>(after - others.elapsed_s.begin());
@@ -88,8 +88,8 @@ double disagreement_km(const Ephemeris& ephemeris, Motion motion, std::size_t fr
     return std::isfinite(distance_km) ? distance_km : std::numeric_limits<double>::max();
 }
 
-// The largest distance of this kind that other forces can make: the flattening of the earth, and, of high orbits, sun
-// and moon.
+// The largest such distance that other forces can cause: the flattening of the earth and, for high orbits, sun and
+// moon.
 double ofOtherForces_km(const Ephemeris& ephemeris) {
     constexpr double kFlattening = 3.3e-3;  // three times J2
     constexpr double kTides_km_s2 = 1e-8;
@@ -189,8 +189,8 @@ std::optional<Outlier> outlierOfPairs(const Ephemeris& ephemeris, Motion motion)
     return std::nullopt;
 }
 
-// The point without which all residuals are far smaller. They have to be more than what the spacing makes, or those at
-// perigee would look like it.
+// The point without which all residuals are far smaller. They have to exceed the effect of the spacing, or residuals at
+// perigee would look like an outlier.
 std::optional<Outlier> outlierOfResiduals(const Ephemeris& ephemeris, Motion motion) {
     if (ephemeris.size() < kFewestForOutliers) return std::nullopt;
     const InterpolationErrors errors = estimatedErrors(ephemeris, motion);

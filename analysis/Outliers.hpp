@@ -12,7 +12,7 @@ namespace vorlandi::analysis {
 
 struct Outlier {
     std::size_t point;
-    bool isInLeapSecond;         // it belongs there a second earlier
+    bool isInLeapSecond;         // its place is a second earlier
     std::array<double, 3> dx_m;  // by which it is off: radial, in-track, cross-track
     std::array<double, 3> dv_m_s;
     double distance_m() const noexcept;
@@ -40,8 +40,8 @@ inline constexpr std::size_t kFewestForOutliers = 6;
 // smaller.
 std::optional<Outlier> outlierOfFew(const Ephemeris& ephemeris, Motion motion);
 
-// By how much a point has to be off, position and velocity, to be told by the orbits through its neighbours alone: less
-// can be due to other forces.
+// By how much a point has to be off, position and velocity, to be detected by the orbits through its neighbours alone:
+// less can be due to other forces.
 double leastOutlierOfFew_m(const Ephemeris& ephemeris);
 
 // The ephemeris without one point, and with no more than `reach` points on each side of it.

@@ -9,7 +9,7 @@ namespace {
 constexpr std::size_t kStepsOnEachSide = 15;
 constexpr double kLargestMeanSpacing_days = 0.04236111111111111;  // 61 minutes, with the library's digits
 
-// The step that a quarter of those around an interval exceeds.
+// The step that a quarter of the steps around an interval exceed.
 double usualAround(std::span<const double> steps_s, std::size_t i) {
     const std::size_t first = i - std::min(i, kStepsOnEachSide);
     const std::size_t last = std::min(i + kStepsOnEachSide, steps_s.size() - 1);
@@ -49,9 +49,9 @@ std::optional<StepRange> stepRange(std::span<const double> steps_s) {
 std::vector<std::size_t> gapsIn(std::span<const double> steps_s, double factor) {
     std::vector<std::size_t> gaps;
     if (steps_s.empty()) return gaps;
-    // What is usual is not below the least step, so most files need no more than that.
+    // The usual step is at least the least step, which is enough for most files.
     const double least_s = *std::min_element(steps_s.begin(), steps_s.end());
-    // Steps are known to the microsecond: one that is longer by rounding is none.
+    // Steps are known to the microsecond: a step that is only longer by rounding is not a gap.
     constexpr double kRounding_s = 5e-7;
     const auto isLonger = [&](double step_s, double usual_s) { return step_s > factor * usual_s + kRounding_s; };
     for (std::size_t i = 0; i < steps_s.size(); ++i)

@@ -10,7 +10,7 @@
 
 namespace vorlandi::analysis {
 
-// The mean of the middle two if their number is even; NaN if there are none. What is not a number doesn't count.
+// The mean of the middle two if their number is even; NaN if there are none. NaNs don't count.
 double medianOf(std::vector<double> values);
 
 // Seconds between neighbouring points.
@@ -39,8 +39,8 @@ inline constexpr std::size_t kWindow = 4;
 // The first point of an interval's window. There are at least four points.
 std::size_t windowOf(std::size_t interval, std::size_t points) noexcept;
 
-// Whether the library answers between the points of an interval: there are four points, and those of the window are no
-// more than 61 minutes apart on average.
+// Whether the library answers between the points of an interval: there are four points, and the points of the window
+// are at most 61 minutes apart on average.
 bool isAnswered(const Ephemeris& ephemeris, std::size_t interval) noexcept;
 
 // Intervals first to last.
@@ -52,7 +52,7 @@ struct Stretch {
 // The stretches of intervals that are not answered, although there are four points.
 std::vector<Stretch> unansweredStretches(const Ephemeris& ephemeris);
 
-// The spans between and around them, in which every time is answered; those of a single point are left out. Only the
+// The spans between and around them, in which every time is answered; spans of a single point are left out. Only the
 // times of the ephemeris count.
 std::vector<Span> answeredSpans(const Ephemeris& ephemeris);
 

@@ -1,4 +1,4 @@
-// Numbers as they are read, for the texts of findings.
+// Numbers for people to read, in the texts of findings.
 #pragma once
 
 #include <string>

@@ -11,7 +11,7 @@ namespace {
 
 constexpr double kLongestWindow_s = 3.0 * 61.0 * 60.0;  // that the library answers
 
-// The states of every `stride`th point, and what interpolation between them makes of the others.
+// Takes the state of every `stride`th point, and compares interpolation between them with the other points.
 class Thinned {
 public:
     Thinned(const Ephemeris& ephemeris, std::size_t stride)

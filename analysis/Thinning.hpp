@@ -1,4 +1,4 @@
-// How many of the points would do.
+// How many of the points would be enough.
 #pragma once
 
 #include <optional>

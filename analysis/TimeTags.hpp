@@ -13,7 +13,7 @@ bool isOutsideSpaceAge(const Ephemeris& ephemeris);
 // otherwise, and for steps that don't divide an hour.
 const char* likelyTimeScale(const Ephemeris& ephemeris);
 
-// The largest distance of a time from a whole millisecond in seconds; 0 if it is no more than times are resolved.
+// The largest distance of a time from a whole millisecond in seconds; 0 if it is below the resolution of times.
 double offWholeMilliseconds(const Ephemeris& ephemeris);
 
 }  // namespace vorlandi::analysis

@@ -15,7 +15,7 @@ struct Stumpff {
     double c3;
 };
 
-// The series of c2 and c3, with as many terms as the last digit of a double takes for |psi| up to 1.
+// The series of c2 and c3, with enough terms for the last digit of a double for |psi| up to 1.
 constexpr int kTerms = 9;
 constexpr int kTermsOfSmall = 5;
 
@@ -114,8 +114,8 @@ double TwoBodyOrbit::anomalyAt(double scaledTime) const noexcept {
     return chi;
 }
 
-// The series of the solution for short times. Beyond, what holds exactly for a circle, and roughly for a long time on a
-// hyperbola (Vallado, algorithm 8).
+// The series of the solution for short times. Otherwise a start that is exact for a circle, and rough for a long time
+// on a hyperbola (Vallado, algorithm 8).
 double TwoBodyOrbit::firstAnomaly(double scaledTime, double linear) const noexcept {
     const double u = scaledTime / radius_;
     const double s = sigma_ / radius_;

@@ -17,7 +17,7 @@ enum class Motion { Inertial, Rotating, Unknown };
 
 Motion motionOf(Frame frame) noexcept;
 
-// In rotating axes the orbit is that in the inertial ones that coincide with them at the state's time.
+// In rotating axes the orbit is on the inertial axes that coincide with them at the state's time.
 class TwoBodyOrbit {
 public:
     // The state is not at the centre of the earth.
@@ -40,7 +40,7 @@ private:
 };
 
 // Radial, in-track and cross-track unit vectors; none where position and velocity are parallel or zero. In rotating
-// axes the in-track direction is that of the inertial velocity.
+// axes the in-track direction follows the inertial velocity.
 using Axes = std::array<std::array<double, 3>, 3>;
 std::optional<Axes> orbitAxes(const State& state, Motion motion) noexcept;
 

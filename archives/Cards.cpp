@@ -61,7 +61,7 @@ const std::vector<std::int64_t>* Cards::keysOf(const std::string& path, const Fi
     return fromTop != keys_.end() ? &fromTop->second : nullptr;
 }
 
-// As on disk, a tag belongs to the next record that a card brings.
+// As on disk, a tag belongs to the next record that a card loads.
 void Cards::resolve(const Missing& missing) const {
     for (const auto& [path, cards, tags] : files_) {
         auto nextTag = tags.begin();

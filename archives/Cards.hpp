@@ -17,7 +17,7 @@ public:
     // A member that may be loaded or refused.
     void addMember(const std::string& path);
 
-    // Takes what loading a member has shown. `bytes` is its content, which may be released afterwards.
+    // Takes the result of loading a member. `bytes` is its content, which may be released afterwards.
     void addLoaded(const std::string& path, std::string_view bytes, const LoadedMember& member);
 
     // Sets the tags of all members that cards name. Calls `missing` with the path of the card file, the card and its

@@ -20,7 +20,7 @@ constexpr std::array<std::uint32_t, 256> makeCrcTable() {
     return table;
 }
 
-// Of bytes that come in pieces.
+// The checksum of bytes that arrive in pieces.
 class GzipChecksum {
 public:
     constexpr void add(std::string_view bytes) {
@@ -32,8 +32,8 @@ public:
 
     constexpr std::uint32_t crc() const { return ~crc_; }
 
-    // False if the trailer is that of as many bytes with another checksum. A file of several gzip streams ends with the
-    // size of the last one: it can't be compared and counts as good.
+    // False if the trailer has the size of these bytes but another checksum. A file of several gzip streams ends with
+    // the size of the last one: it can't be compared and counts as good.
     constexpr bool agreesWith(std::string_view trailer) const {
         const auto numberAt = [trailer](std::size_t first) {
             std::uint32_t number = 0;

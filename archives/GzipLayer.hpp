@@ -1,4 +1,4 @@
-// Unpacks gzip for a second reader of libarchive, which reads what is in it, and compares the checksum.
+// Unpacks gzip for a second libarchive reader, which reads the content, and compares the checksum.
 #pragma once
 
 #include <archive.h>
@@ -20,7 +20,7 @@ public:
     // Is it gzip in gzip?
     bool isNested() const;
 
-    // Reads what is left. False if the checksum is wrong; an error of reading is not its concern.
+    // Reads the rest. False if the checksum is wrong; a read error doesn't count here.
     bool hasGoodChecksum();
 
 private:

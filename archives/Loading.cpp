@@ -17,11 +17,11 @@
 namespace vorlandi::archives {
 namespace {
 
-constexpr std::size_t kLongestName = 512;  // that the library takes
+constexpr std::size_t kLongestName = 512;  // that the library accepts
 constexpr int kMostFilters = 2;            // the compression, but for gzip, and the file itself
 constexpr const char* kNestedReason = "an archive in an archive is not read";
 
-// Lets libarchive return names with letters beyond ASCII, on this thread, whatever the locale of the process is.
+// Lets libarchive return non-ASCII names on this thread in any locale of the process.
 class Utf8Names {
 public:
     Utf8Names() : locale_(newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr)) {
@@ -100,7 +100,8 @@ private:
             loadBytes(memberName(""), "");
         }
         if (!isOver_ && !isSingle() && gzip_ && !gzip_->hasGoodChecksum())
-            client_.refused(request_.name, "damaged: the checksum of the whole is wrong, so any of its files may be");
+            client_.refused(request_.name,
+                            "damaged: the checksum of the whole archive is wrong, so any of its files may be");
     }
 
     // False if nothing more can be read.
@@ -180,7 +181,7 @@ private:
         return filters > kMostFilters || (isZip && filters == kMostFilters);
     }
 
-    // Blocks of zeros end a tar archive. libarchive takes the end of the file for its end, too.
+    // Blocks of zeros end a tar archive. libarchive also accepts the end of the file.
     bool lacksEndOfTar() const {
         const bool isTar = (archive_format(archive_.get()) & ARCHIVE_FORMAT_BASE_MASK) == ARCHIVE_FORMAT_TAR;
         return isTar && members_ > 0 && archive_filter_bytes(archive_.get(), 0) == endOfMembers_;

@@ -18,19 +18,19 @@ namespace vorlandi::archives {
 
 inline constexpr std::int64_t kMostMemberBytes = std::int64_t{1} << 30;
 
-// An open file. What has been read from it already is in `begin`; if that is not empty the file is not repositioned.
+// An open file. The bytes already read from it are in `begin`; if that is not empty, the file is not repositioned.
 struct Source {
     int descriptor = -1;
     std::string begin;
 };
 
 struct Request {
-    std::string name;                              // that of the file
+    std::string name;                              // of the file
     std::int32_t options = VORLAN_LOAD_PRACTICAL;  // of VorlanLoadBytes; VORLAN_LOAD_NO_CARDS is added
     std::int64_t mostMemberBytes = kMostMemberBytes;
 };
 
-// Hears what becomes of the members. While one is loaded, the thread's read observer receives its events, but for
+// Learns what becomes of the members. While one is loaded, the thread's read observer receives its events except
 // VORLAN_READ_MISSING.
 class Client {
 public:
@@ -39,7 +39,7 @@ public:
     virtual void memberBegins(const std::string& name) = 0;
     virtual void memberEnds(const std::string& name, const LoadedMember& member) = 0;
 
-    // Something is not loaded. `where` is the name of a member, with a line if it is a card, or of the archive.
+    // Something is not loaded. `where` names a member, with a line if it is a card, or the archive.
     virtual void refused(const std::string& where, const std::string& reason) = 0;
 };
 

@@ -8,7 +8,7 @@
 namespace vorlandi::archives {
 namespace {
 
-// Stands before the thread's read observer for as long as it lives.
+// Receives events before the thread's read observer for as long as it lives.
 class Collector {
 public:
     explicit Collector(LoadedMember& member) : member_(member) {

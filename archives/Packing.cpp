@@ -29,7 +29,7 @@ constexpr Mark kMarks[] = {
 
 constexpr std::string_view kEndings[] = {".gz", ".xz", ".zst"};
 
-// The name without an ending in any letter case; empty if it has another one, or nothing else.
+// The name without an ending in any letter case; empty if it doesn't have that ending, or has nothing else.
 std::string_view without(std::string_view ending, std::string_view fileName) {
     const std::size_t size = fileName.size() - std::min(fileName.size(), ending.size());
     const bool has = std::equal(ending.begin(), ending.end(), fileName.begin() + size, fileName.end(),
@@ -40,7 +40,7 @@ std::string_view without(std::string_view ending, std::string_view fileName) {
 // "BZh", the size of a block, and the mark of the first block.
 bool isBzip2(std::string_view bytes) { return bytes.starts_with("BZh") && bytes.substr(3).find("1AY&SY") == 1; }
 
-// The sum of a header's bytes, those of the sum itself counting as blanks, is in octal digits at 148.
+// The sum of a header's bytes, its own field counted as blanks, is in octal digits at 148.
 bool isTar(std::string_view bytes) {
     constexpr std::size_t kSumAt = 148, kSumSize = 8;
     if (bytes.size() < kBytesToDetect) return false;

@@ -6,7 +6,7 @@
 
 namespace vorlandi::archives {
 
-// As many bytes as detection looks at; a shorter file is recognised by those it has.
+// The number of bytes that detection looks at; a shorter file is recognised by what it has.
 inline constexpr std::size_t kBytesToDetect = 512;
 
 struct Packing {

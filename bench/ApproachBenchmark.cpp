@@ -1,4 +1,4 @@
-// Close approaches of fleets over a day: all satellites against all, at a point a minute.
+// Close approaches of fleets over a day: all satellites against all, at one point per minute.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -15,7 +15,7 @@ namespace {
 constexpr double kEpoch_days = 27790.0;
 constexpr int kPoints = 1441;
 
-// Circular orbits of random planes, from 400 to 1,400 km high.
+// Circular orbits in random planes, from 400 to 1,400 km high.
 class Fleet {
 public:
     explicit Fleet(std::int64_t satellites) {

@@ -30,7 +30,7 @@ public:
 
 void writeEphemeris(const tools::EphemerisFormat& format, std::int64_t points, std::int32_t satellite,
                     std::ostream& stream) {
-    constexpr double kStep_s = 60.0;  // a benchmark needs no accurate orbit
+    constexpr double kStep_s = 60.0;  // a benchmark doesn't need an accurate orbit
     const tools::UtcTime epoch{std::chrono::sys_days{std::chrono::year{2026} / 1 / 31}};
     const tools::State initial{{-2380.0, 6050.0, 2510.0}, {-4.845, -3.747, 4.437}};
     const tools::EphemerisPlan plan{

@@ -19,7 +19,7 @@ namespace vorlandi::bench {
 constexpr double kEpoch = 27790.0;  // Ds50UTC, 2026 Jan 31
 constexpr double kSpacing_days = 60.0 / 86400.0;
 
-// Where points lie in time.
+// How points are spaced in time.
 enum class Spacing {
     Even,    // one a minute
     Random,  // half a minute to one and a half apart
@@ -32,13 +32,13 @@ double minuteOf(Spacing spacing, std::int64_t index);
 // A point of a low circular orbit, with a covariance.
 Vorlanpoint orbitPoint(double minute);
 
-// The bytes that the store keeps for this many points.
+// The bytes that the store holds for this many points.
 constexpr double storedBytes(std::int64_t points, bool withCovariance) {
     return static_cast<double>(points) *
            static_cast<double>(sizeof(Vorlanstate) + (withCovariance ? sizeof(PointCovariance) : 0));
 }
 
-// Empties the store, whatever filled it.
+// Empties the store.
 void emptyStore();
 
 // Fills the store with satellites of `points` points each, and nothing else. Returns their keys in the order of adding.
@@ -52,13 +52,13 @@ std::vector<double> randomTimes(std::int32_t points, std::size_t count = 65536, 
 // A folder for files, removed at the end.
 const std::filesystem::path& temporaryFolder();
 
-// A file of a low orbit with this many points at one a minute, written on first use. The format is one of
+// A file of a low orbit with this many points, one per minute, written on first use. The format is one of
 // tools::ephemerisFormats.
 const std::filesystem::path& ephemerisFile(std::string_view format, std::int64_t points,
                                            std::int32_t satellite = 81001);
 
-// A folder of files of one format, each with as many points, written on first use. It holds no others as long as nobody
-// asks for a file of the same format and length by itself.
+// A folder of files of one format, all with the same number of points, written on first use. It holds no others as long
+// as nobody requests a single file of the same format and length.
 std::filesystem::path fleetFolder(std::string_view format, std::int64_t satellites, std::int64_t points);
 
 // A folder of files of modified ITC, with covariance, written on first use.

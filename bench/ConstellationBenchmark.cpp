@@ -12,7 +12,7 @@ namespace {
 constexpr std::int32_t kFiles = 2000;
 constexpr std::int32_t kPoints = 1440;
 
-// Files in the one format that carries covariance, and their card file.
+// Files in a format that carries covariance, and their card file.
 struct Constellation {
     std::filesystem::path card;
     std::int64_t bytes = 0;  // of the ephemeris files

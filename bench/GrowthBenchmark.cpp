@@ -8,7 +8,7 @@
 namespace vorlandi::bench {
 namespace {
 
-// So many that the requests reach nearly all points of the largest store, and no cache holds what they touch.
+// So many that the requests touch nearly all points of the largest store, more than any cache holds.
 constexpr std::size_t kRequests = std::size_t{1} << 20;
 
 // Queries the next key at the next time, over and over. The number of times is a power of two.

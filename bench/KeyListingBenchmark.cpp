@@ -1,4 +1,4 @@
-// Listing the keys in each order, compared with copying or sorting as many.
+// Listing the keys in each order, compared with copying or sorting the same number of keys.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -47,7 +47,7 @@ void listDmaKeys(benchmark::State& state) {
     VorlanSetElsetKeyMode(0);
 }
 
-// The limit of a listing by key: copying as many keys.
+// The limit of a listing by key: copying the same number of keys.
 void copyKeys(benchmark::State& state) {
     const std::vector<std::int64_t> keys = fillStore(kListed, 1);
     std::vector<std::int64_t> copy(keys.size());

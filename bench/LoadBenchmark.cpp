@@ -70,7 +70,7 @@ void readBytes(benchmark::State& state, const Path& path, std::int64_t) {
     }
 }
 
-// The same into memory as large as the file that is new to the process, like the memory of loaded points.
+// The same, into memory as large as the file and new to the process, like the memory of loaded points.
 void readIntoMemory(benchmark::State& state, const Path& path, std::int64_t) {
     const std::size_t size = std::filesystem::file_size(path);
     for (auto _ : state) {
@@ -90,7 +90,7 @@ void readIntoMemory(benchmark::State& state, const Path& path, std::int64_t) {
     }
 }
 
-// Parses every number of a text in memory and skips what can't begin one.
+// Parses every number of a text in memory and skips everything that can't begin one.
 void sumOfNumbers(const std::string& text) {
     double sum = 0.0;
     const char* at = text.data();
@@ -147,7 +147,7 @@ void loadOneFile(benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(std::filesystem::file_size(path)));
 }
 
-// Files of modified ITC, three days of a point a minute each, which threads take one by one.
+// Files of modified ITC, each three days at one point per minute, which threads take one by one.
 void loadDelivery(benchmark::State& state) {
     std::vector<Path> paths;
     std::int64_t bytes = 0;

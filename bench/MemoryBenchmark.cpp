@@ -56,7 +56,7 @@ void memoryOfDelivery(benchmark::State& state) {
 
 // ---- Fleets ----
 
-// So many that what the process takes for itself hardly counts.
+// So many that the memory of the process itself hardly counts.
 struct Fleet {
     std::int64_t satellites;
     std::int64_t points;  // of each
@@ -67,8 +67,7 @@ constexpr double kBytesOfSatellite = 512.0;
 constexpr double kBytesOfProcess = 4 << 20;
 constexpr double kBytesOfPage = 4096.0;
 
-// Adds what the fleet may take at most: so many times what it stores and what a satellite may have besides, and a
-// fixed sum.
+// Adds the most that the fleet may take: a multiple of what it stores plus an allowance per satellite, and a fixed sum.
 void measureFleet(benchmark::State& state, const std::string& arguments, const Fleet& fleet, bool withCovariance,
                   double besides, double times) {
     const std::int64_t points = fleet.satellites * fleet.points;
@@ -77,13 +76,13 @@ void measureFleet(benchmark::State& state, const std::string& arguments, const F
     state.counters["allowed_bytes"] = times * needed + kBytesOfProcess;
 }
 
-// Each file in the format of deliveries, or of STK where there is no covariance.
+// Each file in the format of deliveries, or in STK without covariances.
 void loadedFleet(benchmark::State& state, const Fleet& fleet, bool withCovariance) {
     const auto folder = fleetFolder(withCovariance ? "MODIFIED_ITC" : "STK", fleet.satellites, fleet.points);
     measureFleet(state, "delivery '" + folder.string() + "'", fleet, withCovariance, kBytesOfSatellite, 1.05);
 }
 
-// Point by point: one satellite after the other, or a point to each in turn.
+// Point by point: one satellite after another, or one point to each in turn.
 void addedFleet(benchmark::State& state, const Fleet& fleet, bool withCovariance, bool inTurn) {
     const std::string arguments = (withCovariance ? "covariance " : "state ") + std::to_string(fleet.points) + " " +
                                   std::to_string(fleet.satellites) + (inTurn ? " in_turn" : "");

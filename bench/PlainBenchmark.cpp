@@ -1,4 +1,4 @@
-// The limits of queries: the plain kernel at random times on the points where the store has them.
+// The limits of queries: the plain kernel at random times, on the points in the store's own memory.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -49,8 +49,8 @@ void plain(benchmark::State& state, PlainKernel* kernel, std::int32_t count) {
     }
 }
 
-// One time for many satellites, in order: the points of the one eight ahead are prefetched. Their time is another one
-// in each round, so that few points are still in the cache.
+// One time for many satellites, in order, with the points of the satellite eight ahead prefetched. Each round has
+// another time, so that few points are still in the cache.
 void plainFleet(benchmark::State& state, PlainKernel* kernel) {
     constexpr std::size_t kSatellites = 10000, kAhead = 8;
     constexpr std::int32_t kPoints = 1440;

@@ -8,7 +8,7 @@
 namespace vorlandi::bench {
 namespace {
 
-// The first of the four points around t; -1 if t is not where even spacing has it.
+// The first of the four points around t; -1 if t is not where even spacing puts it.
 [[gnu::always_inline]] inline std::int32_t firstOfWindow(const PlainPoints& points, double t) noexcept {
     const auto& [states, n, begin, end] = points;
     const auto lo = static_cast<std::int32_t>((t - begin) * (n - 1) / (end - begin));
@@ -19,8 +19,8 @@ namespace {
     return -1;
 }
 
-// What the four nodes weigh, whether a Value is a node's or holds all of them: dt and its neighbours are t less the
-// times of the node and of the other three, in seconds; e their differences to the node.
+// The weights of the four nodes, where a Value is one node's or holds all of them: dt and its neighbours are t minus
+// the times of the node and of the other three, in seconds; e their differences to the node.
 template <class Value>
 struct Weights {
     Value position[2], velocity[2];  // of the nodes' positions and velocities
@@ -31,7 +31,7 @@ struct Weights {
         const Value r = 1.0 / (ea * eb * ec);
         const Value l = a * b * c * r;                               // Lagrange polynomial
         const Value slope = (a * (b + c) + b * c) * r;               // its derivative at t
-        const Value atNode = -2.0 * (ea * (eb + ec) + eb * ec) * r;  // and -2 times that at the node
+        const Value atNode = -2.0 * (ea * (eb + ec) + eb * ec) * r;  // and -2 times its value at the node
         const Value square = l * l, rise = 2.0 * l * slope, value = 1.0 + atNode * dt;
         position[0] = value * square;
         position[1] = dt * square;

@@ -1,6 +1,6 @@
-// The limit of queries: the same interpolation as somebody would write it who owes nobody the same bits. Four nodes,
-// the bracket guessed from even spacing and checked, differences of UTC times as they are, and one division for all
-// weights. Nothing of the library but the layout of a stored state.
+// The limit of queries: the same interpolation, written without the need to return the same bits. Four nodes, the
+// bracket guessed from even spacing and checked, differences of UTC times as they are, and one division for all
+// weights. Uses only the library's layout of a stored state.
 #pragma once
 
 #include <cstdint>

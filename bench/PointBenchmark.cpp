@@ -33,7 +33,7 @@ void appendPoints(benchmark::State& state, bool withCovariance) {
 }
 
 // The limit of appending: copying the stored bytes, point by point, to memory that was written before. A new satellite
-// also has to take memory from the system.
+// also has to get memory from the system.
 void copyPoints(benchmark::State& state, bool withCovariance) {
     const auto size = static_cast<std::size_t>(storedBytes(1, withCovariance));
     const auto points = static_cast<std::size_t>(state.range(0));

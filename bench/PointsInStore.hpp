@@ -1,4 +1,5 @@
-// The number of points in the store, by the public functions alone: also for a program without the benchmark library.
+// The number of points in the store, from public functions only, so that a program without the benchmark library can
+// use it.
 #pragma once
 
 #include <cstdint>

@@ -34,7 +34,7 @@ void kernel(benchmark::State& state, Covariance covariance) {
     }
 }
 
-// The cost of each of many requests inside a window whose own part is done once.
+// The cost of each of many requests inside a window, whose common part is done once.
 void kernelInSharedWindow(benchmark::State& state, Covariance covariance) {
     const Window nodes;
     std::vector<double> times = randomTimes(2);
@@ -93,8 +93,8 @@ struct BatchOutputs {
     std::vector<std::int32_t> errCodes;
 };
 
-// Many times of one satellite of a day unless said otherwise; sorted, forty-five and a half requests fall between two
-// points of a day.
+// Many times of one satellite, of a day unless said otherwise; when sorted, 45.5 requests fall between two points of a
+// day.
 void manyTimes(benchmark::State& state, bool sorted, bool withCovariance, std::int32_t points = kDay) {
     const std::int64_t key = fillStore(1, points).front();
     std::vector<double> times = randomTimes(points, kBatch);
@@ -110,7 +110,7 @@ void manyTimes(benchmark::State& state, bool sorted, bool withCovariance, std::i
     countNanoseconds(state, "ns_per_state", kBatch);
 }
 
-// One time for many satellites of a day each.
+// One time for many satellites, each of a day.
 void manySatellites(benchmark::State& state, bool inOrder, bool withCovariance) {
     constexpr std::size_t kSatellites = 10000;
     std::vector<std::int64_t> keys = fillStore(kSatellites, 1440);

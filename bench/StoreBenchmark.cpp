@@ -60,7 +60,7 @@ void removeSatellites(benchmark::State& state) {
     countNanoseconds(state, kPerSatellite, static_cast<double>(keys.size()));
 }
 
-// Each with as many points, with covariance: filled outside the measured time.
+// All with the same number of points, with covariance: filled outside the measured time.
 void removeFilledSatellites(benchmark::State& state) {
     const auto satellites = static_cast<std::int32_t>(state.range(0));
     const auto points = static_cast<std::int32_t>(state.range(1));

@@ -25,7 +25,7 @@ def curve(results, name):
 
 def main(source, target):
     results = read_benchmarks(json.loads(pathlib.Path(source).read_text()))
-    # The same results give the same file.
+    # Makes the file reproducible.
     matplotlib.rcParams.update({"svg.hashsalt": "growth", "svg.fonttype": "none"})
     figure, axes = pyplot.subplots(1, 2, figsize=(9, 3.4), layout="constrained", facecolor="white")
     for panel, (name, label) in zip(axes, PANELS):

@@ -1,12 +1,11 @@
 #!/usr/bin/python3
-"""How long the Python package takes, beside the C calls that it makes and beside other packages.
+"""Times the Python package, compared with the C calls that it makes and with other packages.
 
     python_speed.py LIBRARY TOOL         LIBRARY: libvorlandi.so of the build; TOOL: generate_constellation
 
-Each figure is the median of alternating runs, of the time of the processor. Limits are ratios to the C call made by
-ctypes with arrays that exist, or times; a figure above its limit ends the program with status 1. The other packages
-calculate other things, of the same shapes: orbits from mean elements, planets from their ephemerides, or interpolation
-without a check.
+Each figure is the median processor time of alternating runs. Limits are times, or ratios to the C call made by ctypes
+with existing arrays; a figure above its limit ends the program with status 1. The other packages calculate other things
+of the same shapes: orbits from mean elements, planets from their ephemerides, or interpolation without a check.
 """
 import ctypes
 import pathlib
@@ -107,7 +106,7 @@ def imports(report):
     for _ in range(RUNS):
         numpy.append(seconds("import numpy"))
         ours.append(seconds("import numpy, vorlandi"))
-    report.row("import vorlandi, above that of numpy", (statistics.median(ours) - statistics.median(numpy)) * 1e3, "ms",
+    report.row("import vorlandi, on top of numpy", (statistics.median(ours) - statistics.median(numpy)) * 1e3, "ms",
                40)
 
 
@@ -128,7 +127,7 @@ def loading(report, library, tool, folder):
 
 
 def others(report, times):
-    """What else gives arrays of states."""
+    """Other packages that return arrays of states."""
     print("\nOther packages, 100,000 times of one object, or 10 of 1,000 (other models, the same shapes):")
     points = orbit(2, 10_000).points
     try:

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Compares the benchmarks of one run with their limits and targets.
 
-Reads what Google Benchmark wrote (--benchmark_out=FILE), prints a table and writes its rows as JSON. A row
-whose benchmarks are not in the file is left out.
+Reads the output of Google Benchmark (--benchmark_out=FILE), prints a table and writes its rows as JSON. A row whose
+benchmarks are not in the file is left out.
 """
 import argparse
 import json
@@ -29,8 +29,8 @@ SHARED_COVARIANCE = ("the kernel, window ready", "kernelInSharedWindow/covarianc
 FLEET = ("a plain kernel", "plainFleet/avx2", "time")
 NONE = (None, None, None)
 
-# Targets in nanoseconds that have a star hold for a processor on which this benchmark takes so long; on a slower one
-# they are multiplied by how much slower it is.
+# Targets in nanoseconds with a star hold for a processor on which this benchmark takes this long; on a slower one they
+# are multiplied by how much slower it is.
 PLAIN_KERNEL = "plain/avx2_1441"
 PLAIN_KERNEL_NS = 17.0
 

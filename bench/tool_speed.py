@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Measures the tool on one satellite of a million points: convert, states and check, the states beside numpy.savetxt;
-and the report on deliveries of many files.
+"""Measures the tool on one satellite of a million points (convert, check, and states compared with numpy.savetxt) and
+the report on deliveries of many files.
 
-Runs each five times in turn and prints the medians. Processor time and wall time differ where the tool uses two
+Runs each job five times in turn and prints the medians. Processor time and wall time differ where the tool uses two
 threads. Needs numpy.
 """
 import argparse

@@ -19,12 +19,12 @@ constexpr const char* kApproachesFooter =
     R"(All satellites are compared with all others of their frame, where both have interpolated states. An event is a
 local minimum of a distance, or the end of a common span nearer than --within. Components are those of b from a on the
 axes of a. sigmas is the distance in standard deviations where both satellites have covariances, whose errors are taken
-as independent. No probability of collision is calculated: it needs sizes, and assumptions that are yours.
+as independent. Collision probabilities are not calculated: they need sizes, and assumptions that only you can make.
 
 Frames are never converted: pairs across frames are counted and not compared. Files are read by the practical rules
 (--fixed-rules for the others).
 
-Exit status: 0 no approach; 1 some; 2 wrong usage; 3 a file could not be read, or the output not be written.
+Exit status: 0 no approach; 1 some; 2 wrong usage; 3 a file could not be read, or the output could not be written.
 
 Examples:
   vorlandi approaches fleet.card --within 5
@@ -39,7 +39,7 @@ struct ApproachesCommandOptions {
     Format format = Format::Table;
 };
 
-// Tells which satellites are interpolated across gaps: their approaches there can be made up, and others be missed.
+// Warns of satellites interpolated across gaps: approaches found there can be spurious, and real ones missed.
 void reportGaps(const std::vector<RecordOfFile>& satellites, Console& console) {
     Quota quota(console);
     for (const RecordOfFile& satellite : satellites) {
@@ -57,7 +57,7 @@ void reportGaps(const std::vector<RecordOfFile>& satellites, Console& console) {
             "", fmt::format("{} interpolated across gaps", analysis::countIsText(quota.heldBack(), "more satellite")));
 }
 
-// Tells which comparisons were not made, or not over the whole span.
+// Reports comparisons that were not made, or not over the whole span.
 void reportLeftOut(const ApproachesReport& report, const Span& range, Console& console) {
     const analysis::Approaches& approaches = report.approaches;
     if (approaches.pairsAcrossFrames > 0)
@@ -148,7 +148,7 @@ void addApproachesCommand(CLI::App& application, Session& session) {
         ->type_name("SECONDS")
         ->capture_default_str()
         ->check(finiteBetween(1.0, analysis::kLargestApproachStep_s));
-    command->add_flag("--same-number", options->search.sameNumber, "Compare records of equal number, too");
+    command->add_flag("--same-number", options->search.sameNumber, "Also compare records with the same number");
     addThreads(*command, options->input, "Compare with N threads, and read large files with several");
     addFormat(*command, options->format);
     addOutput(*command, options->output);

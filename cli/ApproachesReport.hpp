@@ -1,4 +1,4 @@
-// What the command `approaches` has found, and the writers of its three forms.
+// The findings of the command `approaches`, and the writers of its three forms.
 #pragma once
 
 #include <optional>
@@ -13,7 +13,7 @@ namespace vorlandi::cli {
 struct ApproachesReport {
     double within_km = 0.0;
     std::vector<RecordOfFile> satellites;
-    analysis::Approaches approaches;  // its indices are those of the satellites
+    analysis::Approaches approaches;  // its indices are into `satellites`
 
     const RecordOfFile& first(const analysis::Approach& event) const { return satellites[event.a]; }
     const RecordOfFile& second(const analysis::Approach& event) const { return satellites[event.b]; }

@@ -15,16 +15,17 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kCheckFooter =
-    R"(inside and ends are upper limits of the error of states between the points, estimated from the points: within,
-and in the first and the last interval. scatter is the noise of the points, rounding included. would do is the largest
-spacing that keeps the error below the tolerance. docs/checking.md describes every kind of finding, how it is found, and
-how well.
+    R"(inside and ends are upper limits, estimated from the points, of the error of states between them: in the inner
+intervals, and in the first and last ones. scatter is the noise of the points, rounding included. would do is the
+largest spacing that keeps the error below the tolerance. docs/checking.md describes every kind of finding, how it is
+found, and how well.
 
-An error means: don't use it. A warning: look. A note is worth knowing and leaves the exit status alone.
+An error means: don't use it. A warning: look. A note is worth knowing and doesn't change the exit status.
 
-Equal satellites are all kept. Files are read by the practical rules (--fixed-rules for the others).
+Duplicate satellites are all kept. Files are read by the practical rules (--fixed-rules for the others).
 
-Exit status: 0 no error or warning; 1 some; 2 wrong usage; 3 a file could not be read, or the output not be written.
+Exit status: 0 no error or warning; 1 some; 2 wrong usage; 3 a file could not be read, or the output could not be
+written.
 
 Examples:
   vorlandi check 81001_stk.e

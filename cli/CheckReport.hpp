@@ -1,4 +1,4 @@
-// What the command `check` has found, and the writers of its three forms.
+// The findings of the command `check`, and the writers of its three forms.
 #pragma once
 
 #include <cstdint>
@@ -15,12 +15,12 @@ struct CheckedSatellite {
     SatelliteRecord record;
     std::int32_t inFile = 1;  // its number within its file
     std::string format;
-    std::size_t points = 0;  // in the range that was asked for; the span is theirs, too
+    std::size_t points = 0;  // in the requested range, as is the span
     TimeSpan span;
     analysis::SatelliteCheck check;
 };
 
-// A file, and what loading it has shown.
+// A file, and what loading it showed.
 struct CheckedFile {
     std::string name;
     std::int32_t status = 0;
@@ -40,10 +40,10 @@ std::size_t countOf(const std::vector<analysis::Finding>& findings, analysis::Se
 // "satellite 81001 (a.e)", as it is printed.
 std::string subjectOf(const CheckedSatellite& satellite);
 
-// A line about a finding, without its end; the subject is printed where the finding has no place in a file.
+// A line about a finding, without line feed. The subject is printed if the finding has no place in a file.
 std::string lineOf(const analysis::Finding& finding, const std::string& subject);
 
-// An object.
+// A JSON object.
 std::string jsonOf(const analysis::Finding& finding);
 
 // `limit`: how many findings of a kind are shown for one satellite or file.

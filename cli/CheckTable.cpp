@@ -17,7 +17,7 @@ std::string rounded(std::optional<double> value) {
     return value && std::isfinite(*value) ? analysis::roundedText(*value) : "-";
 }
 
-// Without digits after the second that are all zero.
+// Leaves out a fraction of zeros.
 std::string shortTime(Ds50 time) {
     std::string text = isoTime(time.days);
     text.erase(text.find_last_not_of('0') + 1);
@@ -25,7 +25,7 @@ std::string shortTime(Ds50 time) {
     return text;
 }
 
-// The date of the second time is left out if it is that of the first.
+// The date of the second time is left out if it is the same.
 std::string timesOf(const Finding& finding) {
     constexpr std::size_t kDateAndT = 11;
     if (!finding.from) return "";

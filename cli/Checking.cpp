@@ -58,7 +58,7 @@ void KindChoice::keepWanted(std::vector<analysis::Finding>& findings) const {
 
 void addKindChoice(CLI::App& command, KindChoice& kinds) {
     addKinds(command, "--only", kinds.only, "Only these kinds of findings");
-    addKinds(command, "--skip", kinds.skip, "Not these kinds of findings");
+    addKinds(command, "--skip", kinds.skip, "Leave out these kinds of findings");
 }
 
 std::vector<CheckedSatellite> satellitesToCheck(const LoadResults& results, const std::vector<std::int32_t>& numbers,

@@ -17,13 +17,13 @@ struct KindChoice {
     std::vector<std::string> only;
     std::vector<std::string> skip;
 
-    // What was not examined is told with any choice of kinds but its own: it could have been of those.
+    // What was not examined is left out only by its own name: it could hold findings of any kind.
     bool leavesOut(analysis::Kind kind) const;
     void keepWanted(std::vector<analysis::Finding>& findings) const;
 };
 void addKindChoice(CLI::App& command, KindChoice& kinds);
 
-// The satellites of a load without the `earlier` first ones of the store, in the order of loading.
+// The satellites of a load, without the first `earlier` ones of the store, in the order of loading.
 std::vector<CheckedSatellite> satellitesToCheck(const LoadResults& results, const std::vector<std::int32_t>& numbers,
                                                 std::size_t earlier = 0);
 

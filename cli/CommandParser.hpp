@@ -1,4 +1,4 @@
-// What the headers of the commands name of the parser of options. The parser itself takes long to compile: only the
+// Declares what the headers of the commands need from the option parser. The parser itself is slow to compile: only
 // files that define options include it.
 #pragma once
 

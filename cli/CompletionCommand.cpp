@@ -36,7 +36,7 @@ std::string namesOf(const Commands& commands) {
     return names + "help";
 }
 
-// Offers words, file names or nothing. Without an answer bash completes file names, since the last line asks for that.
+// Offers words, file names or nothing. Without an offer bash completes file names, as the last line asks.
 constexpr const char* kBashBegin = R"(# Completion of vorlandi for bash.
 _vorlandi() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} command=${COMP_WORDS[1]}
@@ -164,7 +164,7 @@ struct CompletionOptions {
     std::string directory;
 };
 
-// The page of the program, and those of its commands.
+// The manual pages of the program and its commands.
 void writeManuals(const std::string& directory, const Commands& commands, const std::string& footer) {
     const auto write = [&](const std::string& name, const auto& print) {
         Output output((std::filesystem::path(directory) / (name + ".1")).string());
@@ -179,7 +179,7 @@ void writeManuals(const std::string& directory, const Commands& commands, const 
 ExitStatus runCompletion(const CompletionOptions& options, CLI::App& application) {
     const Commands commands = commandsOf(application);
     if (!options.directory.empty()) {
-        if (options.kind != "man") throw UsageError("--directory", "is for manual pages alone");
+        if (options.kind != "man") throw UsageError("--directory", "is for manual pages only");
         writeManuals(options.directory, commands, application.get_footer());
         return ExitStatus::Success;
     }

@@ -6,7 +6,7 @@
 
 namespace vorlandi::cli {
 
-// After all other commands, which they describe.
+// Call it after all other commands have been added: the output describes them.
 void addCompletionCommand(CLI::App& application, Session& session);
 
 }  // namespace vorlandi::cli

@@ -27,8 +27,8 @@ public:
 
     bool hasReportedError() const { return errorReported_; }
 
-    // Shows a line that the next one replaces. Does nothing unless standard error is a terminal, nor in the first
-    // second: what is quick needs no progress.
+    // Shows a line that the next one replaces. Does nothing unless standard error is a terminal, or within the first
+    // second: quick work needs no progress.
     void progress(const std::string& text);
     void clearProgress();
 

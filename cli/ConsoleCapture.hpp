@@ -1,4 +1,4 @@
-// Takes the messages of a thread's consoles, for callers that have no standard error.
+// Captures the messages of a thread's consoles, for callers without a standard error.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace vorlandi::cli {
 
-// Collects errors and warnings, instead of standard error, for as long as it lives; other messages and progress are
-// dropped. One at a time on a thread.
+// Collects errors and warnings while it lives, instead of printing them; other messages and progress are dropped. One
+// per thread at a time.
 class ConsoleCapture {
 public:
     struct Message {
@@ -21,7 +21,7 @@ public:
     ConsoleCapture(const ConsoleCapture&) = delete;
     ConsoleCapture& operator=(const ConsoleCapture&) = delete;
 
-    // That of this thread; null if there is none.
+    // The one of this thread; null if there is none.
     static ConsoleCapture* current() noexcept;
 
     void add(bool isError, std::string_view subject, std::string_view text);

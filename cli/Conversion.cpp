@@ -257,7 +257,7 @@ private:
             console_.warning(subject, fmt::format("{} in gaps between its points and left out, the first {}",
                                                   analysis::countIsText(inGaps.count, "time"), isoTime(inGaps.first)));
         if (const auto& unanswered = extraction.unanswered; unanswered.count > 0) {
-            one.satellite.satellite.try_state({unanswered.first});  // a batch has the message of its first failure
+            one.satellite.satellite.try_state({unanswered.first});  // a batch logs only its first failure
             fail(subject,
                  fmt::format("{} without a state and left out, the first {}: {}",
                              analysis::countIsText(unanswered.count, "time"), isoTime(unanswered.first), last_error()));
@@ -270,7 +270,7 @@ private:
                                                   analysis::isOrAre(segments - 1), target_.name));
     }
 
-    // What viewers take for the axes of J2000 are those of date.
+    // Viewers take the axes for J2000; they are of date.
     void warnOfDate(const std::string& subject, const writers::Ephemeris& ephemeris) {
         constexpr double kDegreesAYear = 0.014;
         constexpr double kDay2000 = 18263.0;  // 2000-01-01
@@ -283,7 +283,7 @@ private:
                                      off_km < 1e6 ? fmt::format("{:.0f}", off_km) : analysis::roundedText(off_km)));
     }
 
-    // Readers take from the name of some files what their content doesn't say.
+    // From the names of some files, readers take what the content doesn't say.
     void warnOfName(const writers::Ephemeris& ephemeris) {
         const std::string name = fs::path(request_.output).filename().string();
         const std::string meant = writers::fileName(target_, ephemeris);

@@ -23,19 +23,19 @@ using writers::CovariancesKept;
 using writers::Target;
 
 constexpr const char* kConvertFooter =
-    R"(Exact means: read again, the same doubles come back. Where times are kept to the millisecond, one that is more
-than half a microsecond off is an error, unless --round-times is given. A satellite that the format can't hold is
-not written. No format keeps tags and revolution numbers; -v tells what is left out. States are not turned from one
-frame to another.
+    R"(Exact means that the same doubles are read back. Where times are kept to the millisecond, one that is more than
+half a microsecond off is an error, unless --round-times is given. A satellite that the format can't hold is
+not written. No format keeps tags and revolution numbers; -v lists what is left out. States are not converted between
+frames.
 
 Files of oem and czml hold any number of satellites, each divided where there are no states between its points, and at
 gaps in which states are off by more than --tolerance; all others hold one, and don't mark gaps. With --directory each
 satellite has a file of its own, NUMBER_RECORD and the suffix, without the record if it is the first one of its file.
-Readers take the number from the names of stk and owner files, and number and frame from those of modified-itc. For
-csv see vorlandi states --format csv.
+Readers take the number from the name of an stk or owner file, and number and frame from the name of a modified-itc
+file. For csv see vorlandi states --format csv.
 
-An existing file is an error, unless --force is given; it is replaced when the new one is complete. The date of creation
-is SOURCE_DATE_EPOCH if that is set.
+An existing file is an error, unless --force is given; it is replaced when the new one is complete. The creation date is
+SOURCE_DATE_EPOCH if that is set.
 
 Examples:
   vorlandi convert 81001_universal.txt --into oem -o 81001.oem
@@ -67,7 +67,7 @@ std::string listOfTargets() {
     return table.text();
 }
 
-// Options that one format alone has.
+// Options of a single format.
 struct FormatOption {
     const char* name;
     std::string_view target;
@@ -115,7 +115,7 @@ void addFormatOptions(CLI::App& command, writers::Options& options) {
                      "oem: name the times between which states are interpolated from points on both sides");
 }
 
-// The time of now, or SOURCE_DATE_EPOCH, as 2026-01-31T00:00:00.
+// The current time, or SOURCE_DATE_EPOCH, as 2026-01-31T00:00:00.
 std::string creationDate() {
     std::int64_t seconds = 0;
     if (const char* const given = std::getenv("SOURCE_DATE_EPOCH")) {
@@ -136,7 +136,7 @@ void finish(ConvertOptions& options, const CLI::App& command) {
     request.target = writers::findTarget(options.into);
     for (const auto& [name, target] : kFormatOptions)
         if (command.count(name) > 0 && target != request.target->name)
-            throw UsageError(name, fmt::format("is an option of {} alone", target));
+            throw UsageError(name, fmt::format("is an option of {} only", target));
     if (command.count("--output") + command.count("--directory") != 1)
         throw UsageError("--into", "needs either --output or --directory");
     if (request.output.empty() && request.directory.empty()) throw UsageError("--output", "is empty");

@@ -19,19 +19,20 @@ namespace {
 
 constexpr const char* kDeliveryFooter =
     R"(DELIVERY and --previous are a folder, whose files are all read (those that a card file in it names, once), an
-archive, a card file or an ephemeris file. The report has the satellites and their spacing, what `vorlandi check` finds
-in them and, beside the previous delivery, what of it is new, unchanged or gone; satellites that are missing, added, in
-another frame, not updated, or end earlier; and the difference of the states over the overlap, in radial, in-track and
-cross-track, by the age of the previous prediction: whole days since its first point. With covariances it says whether
-they are honest: a factor of 2.1 means that standard deviations would have to grow 2.1 times. See docs/delivery.md.
+archive, a card file or an ephemeris file. The report lists the satellites with their spacing and what `vorlandi check`
+finds in them. With a previous delivery it also says which findings are new, unchanged or gone; which satellites are
+missing, added, in another frame, not updated, or end earlier; and how the states differ over the overlap, radial,
+in-track and cross-track, by the age of the previous prediction: whole days since its first point. With covariances it
+says whether they are honest: a factor of 2.1 means that standard deviations would have to grow 2.1 times. See
+docs/delivery.md.
 
 Records belong together if their satellite number and frame are the same. Frames are never converted: satellites whose
 frame has changed are reported, not compared.
 
-With -o and a name that ends in .html a page is written, one file without network; --force replaces one that exists.
+-o with a name that ends in .html writes a page, a single file that needs no network; --force replaces an existing one.
 
-Exit status: 0 nothing found; 1 an error or a warning; 2 wrong usage; 3 a file could not be read, or the output not be
-written.
+Exit status: 0 nothing found; 1 an error or a warning; 2 wrong usage; 3 a file could not be read, or the output could
+not be written.
 
 Examples:
   vorlandi delivery today/ --previous yesterday/
@@ -60,7 +61,7 @@ struct FolderContents {
     std::vector<std::pair<std::string, std::string>> unreadable;  // folders below, and why
 };
 
-// What can't be told from a file is taken for one, such as a broken link: loading it says what is wrong.
+// What may be a file, such as a broken link, is treated as one: loading it reports what is wrong.
 bool mayBeFile(const fs::directory_entry& entry) {
     std::error_code error;
     const fs::file_type type = entry.status(error).type();
@@ -212,7 +213,7 @@ private:
         if (loaded.empty()) refuse(name, "there is no satellite in it that could be read");
     }
 
-    // It must not go unnoticed where the report isn't looked at.
+    // Must be noticed even if nobody reads the report.
     void tellFrames(const DeliveryReport& report) {
         const auto count = std::count_if(report.changes.begin(), report.changes.end(),
                                          [](const Change& change) { return change.kind == ChangeKind::FrameChanged; });
@@ -241,7 +242,7 @@ private:
 
 void requireOutput(const CLI::App& command, const DeliveryOptions& options) {
     if (!isPage(options)) return;
-    if (command.count("--format") > 0) throw UsageError("--format", "can't be chosen for a page, a file .html");
+    if (command.count("--format") > 0) throw UsageError("--format", "can't be chosen for a page, an .html file");
     if (!options.isForced && fs::exists(options.output))
         throw OutputError(options.output, "exists; --force replaces it");
 }
@@ -262,7 +263,7 @@ ExitStatus runDelivery(const CLI::App& command, const DeliveryOptions& options, 
 
 void addDeliveryCommand(CLI::App& application, Session& session) {
     CLI::App* const command = application.add_subcommand(
-        "delivery", "Report on a delivery of ephemerides, and on what the previous was worth");
+        "delivery", "Report on a delivery of ephemerides, and on how accurate the previous one was");
     const auto options = std::make_shared<DeliveryOptions>();
     options->input.keys = Keys::Own;
     options->input.numberMustApply = false;
@@ -270,7 +271,7 @@ void addDeliveryCommand(CLI::App& application, Session& session) {
         ->add_option("DELIVERY", options->delivery, "Folder, archive, card file or ephemeris file; - is standard input")
         ->type_name("")
         ->required();
-    command->add_option("--previous", options->previous, "The delivery before, to compare with")->type_name("OTHER");
+    command->add_option("--previous", options->previous, "The previous delivery, to compare with")->type_name("OTHER");
     addInputRules(*command, options->input);
     addSatelliteNumbers(*command, options->satellites);
     addMetres(*command, "--tolerance", options->check.tolerance_m,

@@ -95,7 +95,7 @@ private:
 
     Plot differences() const {
         Plot plot;
-        plot.title = "This delivery less the previous one";
+        plot.title = "This delivery minus the previous one";
         plot.description = "Distances of the positions over time, and in sigmas where there are covariances";
         plot.panels = {{"distance (m)", true, {}}, {"normalized distance (sigmas)", true, {}}};
         const std::vector<std::size_t> order = byDifference();

@@ -114,7 +114,7 @@ private:
                             analysis::roundedText(earlier_s), isoTime(now.span.end)));
     }
 
-    // The first age at which a satellite is far off is told.
+    // Reports the first age at which a satellite is far off.
     void findFarOff() {
         std::set<std::size_t> told;
         for (const analysis::AgeStatistics& age : report_.ages)

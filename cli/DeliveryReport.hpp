@@ -1,4 +1,4 @@
-// What the command `delivery` has found, and the writers of its three forms.
+// The findings of the command `delivery`, and the writers of its three forms.
 #pragma once
 
 #include <cstddef>
@@ -28,7 +28,7 @@ struct ComparedRecords {
     Span span;
 };
 
-// What shows only beside the earlier delivery.
+// A difference from the earlier delivery.
 enum class ChangeKind { Missing, Added, FrameChanged, NoOverlap, EndsEarlier, NotUpdated, FarOff };
 
 std::string_view nameOf(ChangeKind kind);
@@ -46,8 +46,8 @@ struct FindingCount {
     analysis::Kind kind;
     std::size_t findings = 0;
     std::size_t subjects = 0;  // satellites and files that have some
-    std::size_t added = 0;     // of the findings, those that the earlier delivery doesn't have
-    std::size_t gone = 0;      // that only the earlier one has
+    std::size_t added = 0;     // findings that the earlier delivery doesn't have
+    std::size_t gone = 0;      // findings that only the earlier one has
 };
 
 // Satellites that are alike.
@@ -69,7 +69,7 @@ struct DeliveryReport {
     std::vector<std::vector<bool>> isNewInFile;
     std::vector<FindingCount> counts;  // errors first
     std::vector<ComparedRecords> compared;
-    std::vector<analysis::PredictionDifference> differences;  // one for each of those
+    std::vector<analysis::PredictionDifference> differences;  // one for each of `compared`
     std::vector<analysis::AgeStatistics> ages;
     std::vector<Change> changes;  // by kind
 
@@ -80,7 +80,7 @@ struct DeliveryReport {
     }
 };
 
-// Compares the deliveries, and counts findings, also where there is no earlier one.
+// Compares the deliveries, and counts the findings. Without an earlier delivery it only counts.
 void compareDeliveries(DeliveryReport& report, unsigned threads);
 
 std::vector<DeliveryGroup> groupsOf(const CheckedDelivery& delivery);
@@ -88,7 +88,7 @@ std::vector<DeliveryGroup> groupsOf(const CheckedDelivery& delivery);
 // "200 satellites in 200 files, 96000 points, 2026-01-31T00:00:00.000000 to ...".
 std::string summaryOf(const CheckedDelivery& delivery);
 
-// What the statistics say of the covariances: "optimistic by a factor of 2.1".
+// What the statistics say about the covariances: "optimistic by a factor of 2.1".
 std::string honestyText(const analysis::AgeStatistics& statistics);
 std::string_view nameOf(analysis::Honesty honesty);
 

@@ -159,7 +159,7 @@ std::vector<std::string> ageNotes(const DeliveryReport& report) {
         notes.emplace_back("No satellite could be compared with the previous delivery.");
     if (!report.ages.empty())
         notes.emplace_back(
-            "This delivery less the previous one, by the age of the previous: root mean squares over the satellites.");
+            "This delivery minus the previous one, by the age of the previous: root mean squares over the satellites.");
     if (std::any_of(report.ages.begin(), report.ages.end(),
                     [](const AgeStatistics& age) { return age.normalizedSatellites > 0; }))
         notes.emplace_back("factor: standard deviations times this would explain the differences; 1 is honest.");

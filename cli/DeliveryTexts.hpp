@@ -20,7 +20,7 @@ TextRows findingRows(const DeliveryReport& report);
 TextRows ageRows(const DeliveryReport& report);
 TextRows satelliteRows(const DeliveryReport& report);
 
-// Errors and warnings, those that are new marked; at most `limit` of a kind, then their number. Safe to print.
+// Errors and warnings, new ones marked; at most `limit` of a kind, then their number. Safe to print.
 std::vector<std::string> findingLines(const DeliveryReport& report, std::size_t limit);
 std::vector<std::string> changeLines(const DeliveryReport& report, std::size_t limit);
 

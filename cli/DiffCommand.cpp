@@ -17,22 +17,22 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr const char* kDiffFooter =
-    R"(B minus A, on the radial, in-track and cross-track axes of A, at the points of A in the time that both have, or
+    R"(B minus A, on the radial, in-track and cross-track axes of A, at the points of A in the time that both cover, or
 every SECONDS with --step. Satellites are paired by number; if A and B have one each, these are compared in any case.
-Of mean, rms and largest, largest is the value of the largest size, with its sign.
+Of mean, rms and largest, largest is the value of the largest magnitude, with its sign.
 
 With a covariance in A or B, the normalized distance is sqrt(d' P^-1 d), d being the difference of the positions and P
 the covariance, or the sum of both. Of independent errors that P describes, 1 % are above 3.368.
 
-Two causes are tried, and told if they leave less than a fifth of the rms: an offset of all times, and a constant
+Two causes are tried, and named if they leave less than a fifth of the rms: an offset of all times, and a constant
 rotation. See docs/comparing.md.
 
-Times that A or B answers across a gap between its points are compared as well; a warning says how many there are.
+Times that A or B answers across a gap between its points are also compared; a warning says how many there are.
 
 Frames are never converted: satellites in different frames are not compared, unless --ignore-frames is given.
 
 Exit status: 0 compared; 1 a distance is above --tolerance, or a satellite of A has no partner; 2 wrong usage; 3 a file
-could not be read whole, the output not be written, or satellites can't be compared.
+could not be read whole, the output could not be written, or satellites can't be compared.
 
 Examples:
   vorlandi diff 81001_stk.e 81001.oem
@@ -138,12 +138,12 @@ private:
 
     void compare(const RecordOfFile& a, const RecordOfFile& b, const Span& span, DiffWriter& writer) {
         if (a.record.frame != b.record.frame && !options_.ignoresFrames)
-            return refuse(a,
-                          fmt::format("its frame is {}, that of {} is {} (--ignore-frames compares them as they are)",
-                                      name(a.record.frame), nameOf(b), name(b.record.frame)));
+            return refuse(
+                a, fmt::format("its frame is {}, the frame of {} is {} (--ignore-frames compares them as they are)",
+                               name(a.record.frame), nameOf(b), name(b.record.frame)));
         const std::vector<Ds50> times = timesOf(a, span);
         if (times.empty())
-            return refuse(a, fmt::format("it has no point in the time of {}; --step compares states between the points",
+            return refuse(a, fmt::format("it has no point in the span of {}; --step compares states between the points",
                                          nameOf(b)));
         const ComparedPair pair{a,
                                 b,
@@ -152,7 +152,7 @@ private:
                                 gapsOf(a.record, span),
                                 gapsOf(b.record, span)};
         if (pair.comparison.differences.empty())
-            return refuse(a, fmt::format("at no time both it and {} have a state", nameOf(b)));
+            return refuse(a, fmt::format("there is no time at which both it and {} have a state", nameOf(b)));
         ++compared_;
         for (const auto& [satellite, gaps] : {std::pair{&a, &pair.gapsOfA}, {&b, &pair.gapsOfB}})
             warnOfGaps(*satellite, *gaps, pair.comparison);
@@ -171,7 +171,7 @@ private:
         const std::size_t times = gaps.timesOf(comparison);
         if (times > 0)
             console_.warning(nameOf(satellite),
-                             fmt::format("{} of {} {} interpolated across {}: the difference there can be its own",
+                             fmt::format("{} of {} {} interpolated across {}: the difference there can be due to that",
                                          times, analysis::countText(comparison.differences.size(), "state"),
                                          analysis::isOrAre(times), analysis::countText(gaps.count, "gap")));
     }
@@ -219,7 +219,7 @@ void addDiffCommand(CLI::App& application, Session& session) {
     command->add_option("A", options->a, "Ephemeris file, card file or packed file; - is standard input")
         ->type_name("")
         ->required();
-    command->add_option("B", options->b, "The one that is compared with it")->type_name("")->required();
+    command->add_option("B", options->b, "The file to compare with A")->type_name("")->required();
     addInputRules(*command, options->input);
     addSatelliteNumbers(*command, options->satellites);
     addTimeRange(*command, options->range);
@@ -232,7 +232,7 @@ void addDiffCommand(CLI::App& application, Session& session) {
             "Exit with status 1 if a distance is above METRES")
         ->type_name("METRES")
         ->check(finiteAtLeast(0.0));
-    command->add_flag("--ignore-frames", options->ignoresFrames, "Compare satellites in different frames, too");
+    command->add_flag("--ignore-frames", options->ignoresFrames, "Also compare satellites in different frames");
     addFormat(*command, options->style.format);
     addOutput(*command, options->output);
     addThreads(*command, options->input);

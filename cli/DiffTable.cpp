@@ -16,7 +16,7 @@ constexpr std::array<const char*, kQuantityNames.size()> kTitles{
 
 std::string rounded(double value) { return std::isnan(value) ? "-" : analysis::roundedText(value); }
 
-// A number in a column; it is cut where it can't be had.
+// A number in a column; "-" if there is none.
 std::string inColumn(double value) { return std::isnan(value) ? "-" : fmt::format("{:.3f}", value); }
 
 class DiffTable : public DiffWriter {

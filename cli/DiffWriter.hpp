@@ -1,4 +1,4 @@
-// Writes what the command `diff` has compared, in one of the output formats: a pair after the other, keeping none.
+// Writes the comparisons of the command `diff` in one of the output formats, one pair after another, keeping none.
 #pragma once
 
 #include <algorithm>
@@ -33,7 +33,7 @@ struct GapsOfRecord {
 struct ComparedPair {
     const RecordOfFile& a;
     const RecordOfFile& b;
-    Span span;  // that they have in common, in the range of times that was asked for
+    Span span;  // common to both, within the requested range
     analysis::Comparison comparison;
     GapsOfRecord gapsOfA;
     GapsOfRecord gapsOfB;

@@ -10,9 +10,10 @@ namespace vorlandi::cli {
 // UTF-8 become question marks, since they could steer the terminal or disguise what is shown.
 std::string printable(std::string_view text);
 
-// A CSV field, in quotes where it needs them. A text that a spreadsheet would take for a formula gets an apostrophe in
-// front: quotes do not stop it. Control characters, line ends among them, marks that change the direction of the text,
-// and bytes that are not UTF-8 become \xNN, one for each byte, so that every line of the file is a line of the table.
+// A CSV field, in quotes where it needs them. A text that a spreadsheet would take for a formula gets a leading
+// apostrophe: quotes don't stop it. Control characters, line ends among them, marks that change the direction of the
+// text, and bytes that are not UTF-8 become \xNN, one for each byte, so that every line of the file is a line of the
+// table.
 std::string csvField(std::string_view text);
 
 // A JSON string with its quotes. Bytes that are not UTF-8 become U+FFFD, so that the document stays valid.

@@ -1,4 +1,4 @@
-// What the command `info` knows of the satellites in files, and the summary of a fleet.
+// What the command `info` knows about the satellites in files, and the summary of a fleet.
 #pragma once
 
 #include <optional>
@@ -36,7 +36,7 @@ const char* nameOf(Share share);  // "none", "some", "all"
 // The field "files" of json: name and status of each.
 void printFiles(const FileStatuses& files, Output& output);
 
-// One block for all satellites, and a line for each frame and format; csv has the lines alone.
+// One block for all satellites, and a line for each frame and format; csv has only the lines.
 void printSummary(const std::vector<SatelliteInfo>& satellites, const FileStatuses& files, Format format,
                   Output& output);
 

@@ -30,11 +30,11 @@ public:
     const archives::Packing& packing() const { return packing_; }
     const archives::Source& source() const { return source_; }
 
-    // Has it to be read from here, since what has been read can't be read again?
+    // Must the rest be read from here, because the bytes already read can't be read again?
     bool isStream() const { return isStream_; }
 
-    // Reads what is left of a pipe or of standard input, so that source().begin has all of it. Returns 0 or an errno:
-    // EFBIG for more than 4 GiB.
+    // Reads the rest of a pipe or of standard input, so that source().begin has all of it. Returns 0 or an errno: EFBIG
+    // for more than 4 GiB.
     int readAll();
 
 private:

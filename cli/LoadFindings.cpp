@@ -99,7 +99,7 @@ std::vector<CheckedFile> filesOf(const LoadResults& results) {
 
 namespace {
 
-// A record that begins with a second state at the last time of the one before.
+// A record that begins with a second state at the last time of the previous one.
 void findSeam(const SatelliteRecord& before, CheckedSatellite& satellite) {
     const SatelliteRecord& record = satellite.record;
     const bool continues = before.file == record.file && before.number == record.number &&
@@ -107,8 +107,8 @@ void findSeam(const SatelliteRecord& before, CheckedSatellite& satellite) {
                            before.span.end == record.span.start;
     if (!continues) return;
     Finding finding{Severity::Note, Kind::Seam,
-                    "a second state at the last time of the record before begins this one: states on both sides of "
-                    "that time may differ"};
+                    "the record begins with a second state at the last time of the previous one: states on both sides "
+                    "of that time may differ"};
     finding.from = finding.to = Ds50{record.span.start};
     satellite.check.findings.push_back(std::move(finding));
 }
@@ -126,8 +126,8 @@ void findAmongSatellites(const LoadResults& results, std::vector<CheckedSatellit
             earlier.try_emplace({record.number, static_cast<std::int32_t>(record.frame), record.span.start}, &record);
         if (!isNew)
             findings.push_back({Severity::Warning, Kind::Duplicate,
-                                "number, frame and first time are those of the satellite in " + first->second->file +
-                                    ": an ordinary load refuses this one"});
+                                "the satellite in " + first->second->file +
+                                    " has the same number, frame and first time: an ordinary load refuses this one"});
         if (covarianceBlockIn(results, record.file) > 0 && endsBelowGround(record))
             findings.push_back({Severity::Error, Kind::CovarianceAsPoints,
                                 "lines of a covariance block are taken as the last points"});

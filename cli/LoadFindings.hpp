@@ -8,18 +8,17 @@
 
 namespace vorlandi::cli {
 
-// What a report amounts to, beside the others of the load.
+// The finding that a report amounts to, given the other reports of the load.
 analysis::Finding findingOf(const LoadReport& report, const LoadResults& results);
 
-// The files of a load with what was found in them, in the order of loading; the reports of one are put to the file that
-// they name.
+// The files of a load with their findings, in the order of loading. A report goes to the file that it names.
 std::vector<CheckedFile> filesOf(const LoadResults& results);
 
-// What shows only beside other satellites, or with the points that have been loaded: a satellite that repeats an
-// earlier one, one that continues another, and lines of a covariance block that have been taken for points.
+// Findings that need other satellites or the loaded points: a satellite that repeats an earlier one, one that continues
+// another, and lines of a covariance block that were taken for points.
 void findAmongSatellites(const LoadResults& results, std::vector<CheckedSatellite>& satellites);
 
-// What was told of files that could not be read, or of which nothing was stored; the satellites are all that were
+// The reports about files that could not be read, or from which nothing was stored. `satellites` are all that were
 // loaded.
 std::vector<const LoadReport*> unreadableFiles(const LoadResults& results,
                                                const std::vector<SatelliteRecord>& satellites);

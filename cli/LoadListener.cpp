@@ -50,7 +50,7 @@ std::int64_t lineIn(std::string_view message, const std::string& file) {
     return error == std::errc() && std::string_view(end, message.data() + message.size()).starts_with(": ") ? line : 0;
 }
 
-// Is a message about the same card as an event? A long name may be cut in it.
+// Is a message about the same card as an event? It may truncate a long name.
 bool isAboutCard(std::string_view message, const ReadEvent& event) {
     return lineIn(message, std::string(event.file)) == event.line ||
            (message.starts_with("*** ") && message.find(event.text) != std::string_view::npos);
@@ -81,9 +81,9 @@ constexpr std::string_view kDuplicate = "AddRecToMem: Duplicated record/key";
 constexpr std::string_view kLoader = "VorlanLoadFileExt: ";
 constexpr std::string_view kUnrecognised = "VorlanLoadFileExt: No ephemeris format recognised in ";
 constexpr std::string_view kForeign = " It seems to hold ";
-// The events have told of each of these points.
+// The events have reported each of these points.
 constexpr std::string_view kDroppedPoints = " dropped, the first of them here: not later than the point before.";
-// Nothing is left out where these messages come from.
+// These messages report no loss of data.
 constexpr std::string_view kRemarks[] = {"the record is divided there", "their number is 99999"};
 
 // Reasons for a refusal. A key follows the first.
@@ -103,7 +103,7 @@ bool isOneOf(const std::string_view (&names)[Size], std::string_view name) {
 // The number that the library gives a satellite if the file name does not begin with one.
 constexpr std::int32_t kUncatalogued = 99999;
 
-// Has the file name the number where the library looks for it, in front or as the second word?
+// Does the file name have the number where the library looks for it, at the front or as the second word?
 bool hasNumber(const std::string& file) {
     const std::string name = std::filesystem::path(file).filename().string();
     return name.starts_with(std::to_string(kUncatalogued)) ||
@@ -145,7 +145,7 @@ std::string hintAt(const std::string& name, const std::string& card, Rules rules
                        beside);
 }
 
-// A read that failed and a missing file have the same status, 2.
+// A failed read and a missing file have the same status, 2.
 std::string describeStatus(std::int32_t status, const std::string& name) {
     struct stat file {};
     if (stat(name.c_str(), &file) == 0 && !S_ISREG(file.st_mode) && !S_ISDIR(file.st_mode)) return "not a regular file";
@@ -325,7 +325,7 @@ void LoadListener::reportUnrecognised(std::string_view text) {
     report(Problem::UnreadableFile, {std::string(text), 0, {}}, reason);
 }
 
-// Some readers log the line itself before the problem; it is known already.
+// Some readers log the line itself before the problem; it is already known.
 void LoadListener::handleMessageAboutBadLine(std::string_view message) {
     auto& [place, text, awaitsDetail, reason] = *badLine_;
     const auto problem = problemIn(message);

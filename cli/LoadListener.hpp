@@ -33,7 +33,7 @@ enum class LoadProblem { UnreadableLine, EndedBlock, UnreadableFile, NotStored, 
 // Whether the library gave a satellite its number because it found none.
 bool lacksNumber(const SatelliteRecord& satellite, const Origin& origin);
 
-// What went wrong, for those who want it as data.
+// What went wrong, for callers that want it as data.
 struct LoadReport {
     LoadProblem problem;
     std::string file;
@@ -42,11 +42,11 @@ struct LoadReport {
     std::string lineText;  // of an unreadable line
 };
 
-// Where a load leaves what it has shown.
+// The results of a load.
 struct LoadResults {
     Origins origins;
     std::map<std::int64_t, std::int32_t> numbers;  // by key, of satellites that have another one than in the store
-    bool wantsReports = false;                     // if so they are collected here and not printed
+    bool wantsReports = false;                     // if so, they are collected here and not printed
     std::vector<LoadReport> reports;
     std::vector<std::pair<std::string, std::int32_t>> statuses;  // of the files, with the library's status
     std::vector<std::int64_t> stored;                            // keys, in the order of storing
@@ -64,8 +64,8 @@ public:
     // `argument` is the file to be loaded, as the user named it; the origin of each satellite is added to `results`.
     LoadListener(std::string argument, Rules rules, Medium medium, LoadResults& results, Console& console);
 
-    // One of several files of the argument begins, or ends with a status of the library. A fault about
-    // which the library has said nothing is reported at the end; a card file needs no satellites of its own.
+    // One of several files of the argument begins, or ends with a status of the library. A fault that the library did
+    // not report is reported at the end; a card file needs no satellites of its own.
     void beginFile(const std::string& name);
     void endFile(std::int32_t status, bool isCardFile = false);
 
@@ -134,7 +134,7 @@ private:
     std::optional<BadLine> badLine_;  // whose messages are still to come
     std::int64_t dropped_ = 0;        // points of this block
     Place firstDropped_;
-    std::string heldMessage_;   // told unless it turns out that an event says more
+    std::string heldMessage_;   // reported unless an event says more
     bool refusalTold_ = false;  // the next message repeats a refusal
     bool fileHasError_ = false;
     bool fileHasFormat_ = false;

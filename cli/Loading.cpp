@@ -18,7 +18,7 @@
 namespace vorlandi::cli {
 namespace {
 
-// File names cross the interface blank padded: blanks at the end would be lost, and leading ones don't count.
+// File names cross the interface padded with blanks: trailing blanks would be lost, and leading ones don't count.
 std::string libraryName(const std::string& file) { return file.starts_with(' ') ? "./" + file : file; }
 
 const char* reasonAgainst(const std::string& name) {
@@ -43,7 +43,7 @@ void checkArguments(const InputOptions& input, const std::string& output) {
     }
 }
 
-// Passes what becomes of the members of an archive on to the listener.
+// Tells the listener what becomes of the members of an archive.
 class ArchiveClient : public archives::Client {
 public:
     explicit ArchiveClient(LoadListener& listener) : listener_(listener) {}
@@ -80,7 +80,7 @@ public:
     }
 
 private:
-    // Of a pipe, cards are followed, as of a file.
+    // Cards from a pipe are followed, as from a file.
     bool loadStream(const std::string& name, InputFile& opened, Medium medium) {
         if (const int error = opened.readAll(); error != 0) {
             refuse(name, error == EFBIG ? "larger than 4 GiB" : std::strerror(error));

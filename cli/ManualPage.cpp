@@ -8,7 +8,7 @@
 namespace vorlandi::cli {
 namespace {
 
-// Text as roff reads it: no character of it is an instruction, and a hyphen stays the sign that commands have.
+// Escapes a text for roff: none of it is an instruction, and hyphens stay as commands need them.
 std::string roff(std::string_view text) {
     std::string result;
     if (text.starts_with('.') || text.starts_with('\'')) result = "\\&";
@@ -23,7 +23,7 @@ std::string roff(std::string_view text) {
     return result;
 }
 
-// Indented lines and those of tables stay as they are, the others are filled; an empty line ends a paragraph.
+// Indented lines and lines of tables stay as they are, others are filled; an empty line ends a paragraph.
 void printText(const std::string& text, Output& output) {
     std::istringstream lines(text);
     bool isKept = false;
@@ -77,14 +77,14 @@ HelpText partsOf(const std::string& footer) {
     return parts;
 }
 
-// What has an influence on all commands.
+// What affects all commands.
 constexpr const char* kEnvironment = R"(.SH ENVIRONMENT
 .TP
 \fBNO_COLOR\fR
-If set and not empty, messages have no colour. Neither have they with \fBTERM\fR=dumb.
+If set and not empty, messages have no colour. The same holds for \fBTERM\fR=dumb.
 .TP
 \fBSOURCE_DATE_EPOCH\fR
-Seconds since 1970: the date of creation in converted files, instead of the time of now.
+Seconds since 1970: the creation date in converted files, instead of the current time.
 )";
 
 void printHead(const std::string& name, const std::string& description, Output& output) {

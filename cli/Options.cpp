@@ -92,8 +92,7 @@ void addInputRules(CLI::App& command, InputOptions& input) {
         ->type_name("NAME")
         ->capture_default_str();
     command
-        .add_option("--number", input.number,
-                    "The number of a satellite that has none, neither in its file nor in the file's name")
+        .add_option("--number", input.number, "The number of a satellite that has none in its file or the file's name")
         ->type_name("N")
         ->check(CLI::Range(0, 999999999).description(""));
     addLeapSeconds(command);
@@ -108,8 +107,9 @@ void addInputRules(CLI::App& command, InputOptions& input) {
 
 void addLeapSeconds(CLI::App& command) {
     command
-        .add_option_function<std::string>("--leap-seconds", useLeapSeconds,
-                                          "Take the leap seconds of this leap-seconds.list file, as the IERS has it")
+        .add_option_function<std::string>(
+            "--leap-seconds", useLeapSeconds,
+            "Use the leap seconds of this leap-seconds.list file, as the IERS publishes it")
         ->type_name("FILE");
 }
 

@@ -66,12 +66,12 @@ void addOutput(CLI::App& command, std::string& output);
 // An option whose value is a length above 0.
 void addMetres(CLI::App& command, const std::string& option, double& value_m, const std::string& help);
 
-// Validators of finite numbers, and of whole ones that are not negative: those of CLI11 take NaN and -1.
+// Validators of finite numbers, and of whole numbers from 0: CLI11's own accept NaN and -1.
 CLI::Validator finiteAtLeast(double least);
 CLI::Validator finiteAbove(double limit);
 CLI::Validator finiteBetween(double least, double largest);
 CLI::Validator wholeNumber();
-// Calls the one of three that writes the format. Lines of JSON, where a command has none, are JSON.
+// Calls the one of three that writes the format. A command without JSON lines writes JSON instead.
 template <typename Table, typename Csv, typename Json>
 void inFormat(Format format, const Table& table, const Csv& csv, const Json& json) {
     switch (format) {
@@ -84,7 +84,7 @@ void inFormat(Format format, const Table& table, const Csv& csv, const Json& jso
             return json();
     }
 }
-// Of the formats all but JsonLines, a line an item; all; or the table and JSON.
+// All formats but JsonLines (one line per item), all, or only table and JSON.
 enum class Offered { WithoutJsonl, All, TableAndJson };
 void addFormat(CLI::App& command, Format& format, Offered offered = Offered::WithoutJsonl);
 void addVerbose(CLI::App& command, Console& console);

@@ -1,4 +1,4 @@
-// The pages, from cli/page, in which places are filled in.
+// The pages, from cli/page, whose placeholders are filled in.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ extern const std::string_view kPageTemplate;
 // Reports on a delivery: {title} and {parts}.
 extern const std::string_view kDeliveryPageTemplate;
 
-// Puts a text wherever a place is; nothing is looked for in that text.
+// Replaces each occurrence of a placeholder by a text, which is not searched itself.
 inline void fillIn(std::string& page, std::string_view place, const std::string& text) {
     for (std::size_t at = 0; (at = page.find(place, at)) != std::string::npos; at += text.size())
         page.replace(at, place.size(), text);

@@ -10,8 +10,8 @@
 
 namespace vorlandi::cli {
 
-// Calls work(i) for each i below `count`; each thread takes the next one. When all are done, rethrows what the first of
-// those that failed has thrown.
+// Calls work(i) for each i below `count`; each thread takes the next one. When all are done, rethrows the exception of
+// the first one that failed.
 template <typename Work>
 void inParallel(std::size_t count, unsigned threadCount, const Work& work) {
     std::atomic<std::size_t> next = 0;

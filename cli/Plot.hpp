@@ -46,13 +46,13 @@ struct Plot {
     std::vector<PlotMark> marks;
 };
 
-// A text from outside within svg or html.
+// Escapes a text for svg or html.
 std::string markupText(const std::string& text);
 
 inline constexpr int kLeastPlotWidth = 300;
 inline constexpr int kLargestPlotWidth = 10000;
 
-// A document of its own, or an element to be put into a page. Curves have at most two points a column of pixels.
+// A document of its own, or an element for a page. Curves have at most two points per column of pixels.
 std::string svgOf(const Plot& plot, int width_px);
 
 }  // namespace vorlandi::cli

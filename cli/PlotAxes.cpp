@@ -30,7 +30,7 @@ double roundTimeStep_s(double wanted) {
     return kSecondsPerDay * roundStep(wanted / kSecondsPerDay);
 }
 
-// What of "2026-01-31T06:00:00.000000" tells one tick from the next.
+// The part of "2026-01-31T06:00:00.000000" that tells one tick from the next.
 std::string textOf(double days, double step_s) {
     const std::string text = isoTime(days);
     if (text.size() < 19) return "";

@@ -20,14 +20,14 @@ namespace {
 
 constexpr const char* kPlotFooter =
     R"(The suffix of the output chooses the form. svg: panels one above the other over time, UTC; gaps are shaded
-(darker where there are no states), jumps marked; the first eight satellites have a colour each. html: one file without
-network with the orbits in their own frame, to be turned and zoomed, a time slider with the states, and the panels
-below. #at= and times after the page's address list states: plot.html#at=2026-01-31T01:00:00.
+(darker where there are no states), jumps marked; the first eight satellites have a colour each. html: a single file
+that needs no network, with the orbits in their own frame, to be turned and zoomed, a time slider with the states, and
+the panels below. #at= and times after the page's address list states: plot.html#at=2026-01-31T01:00:00.
 
-height and speed are those of the stored points or, if these are few, of interpolated states. sigma is along the radial,
+height and speed come from the stored points or, if these are few, from interpolated states. sigma is along the radial,
 in-track and cross-track axes. error is the estimated interpolation error (docs/checking.md).
 
-Equal satellites are all kept. Files are read by the practical rules (--fixed-rules for the others).
+Duplicate satellites are all kept. Files are read by the practical rules (--fixed-rules for the others).
 
 Exit status: 0 all is well; 1 something could not be loaded or written; 2 wrong usage.
 
@@ -35,7 +35,7 @@ Examples:
   vorlandi plot 81001_stk.e -o 81001.svg
   vorlandi plot delivery.zip --sat 81001 --diff yesterday.zip -o 81001.html)";
 
-// A page with more points than this is more than browsers take, some 150 MB.
+// Browsers can't take a page with more points than this, some 150 MB.
 constexpr std::size_t kMostEmbeddedPoints = 2'000'000;
 
 // In the order of Shown.
@@ -79,7 +79,7 @@ std::vector<PlottedSatellite> wantedSatellites(const PlotCommandOptions& options
     return wanted;
 }
 
-// Each satellite with those of the other files that have its number, its frame and a part of its span.
+// Pairs each satellite with those of the other file that share its number, its frame and a part of its span.
 std::vector<PlottedPair> pairsOf(const std::vector<PlottedSatellite>& satellites,
                                  const std::vector<RecordOfFile>& others, Console& console, bool& allPaired) {
     std::vector<PlottedPair> pairs;
@@ -219,7 +219,7 @@ void addPlotCommand(CLI::App& application, Session& session) {
         ->delimiter(',')
         ->allow_extra_args(false)
         ->check(oneOf(names));
-    command->add_option("--diff", options->other, "Draw the difference of the satellites in this file, too")
+    command->add_option("--diff", options->other, "Also draw the difference from the satellites in this file")
         ->type_name("OTHER");
     addSatelliteNumbers(*command, options->satellites);
     addTimeRange(*command, options->range);

@@ -47,7 +47,7 @@ std::string pointsOf(const analysis::Ephemeris& ephemeris, double start_days) {
     return base64(bytes);
 }
 
-// TAI minus UTC from each day of the span on which it is another than before.
+// TAI minus UTC, from each day of the span on which it changes.
 std::string offsetsOf(const Span& span) {
     std::string text;
     double before = -1.0;
@@ -59,7 +59,7 @@ std::string offsetsOf(const Span& span) {
     return text;
 }
 
-// What ends a script element must not stand in one.
+// What ends a script element must not occur in one.
 std::string withinScript(std::string json) {
     for (std::size_t at = 0; (at = json.find('<', at)) != std::string::npos;)
         json.replace(at, 1, "\\u003c");
@@ -87,7 +87,7 @@ std::string pageOf(const Plot& plot, int width_px, const std::vector<PageOrbit>&
     for (const std::string& note : notes)
         paragraphs += "<p>" + markupText(note) + "</p>\n";
     std::string page(kPageTemplate);
-    // The data last: it is the longest, and nothing is looked for in it.
+    // The data last: it is the longest, and is then not searched for placeholders.
     fillIn(page, "{title}", markupText(plot.title));
     fillIn(page, "{notes}", paragraphs);
     fillIn(page, "{panels}", svgOf(plot, width_px));

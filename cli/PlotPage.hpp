@@ -14,7 +14,7 @@ struct PageOrbit {
     analysis::Ephemeris ephemeris;
 };
 
-// Orbits with these points or fewer are embedded whole.
+// Orbits with this many points or fewer are embedded whole.
 inline constexpr std::size_t kMostPagePoints = 200'000;
 inline constexpr double kPageTolerance_m = 10.0;
 

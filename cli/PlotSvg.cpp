@@ -110,7 +110,7 @@ private:
               kLeft_px, top_px, width_px_ - kLeft_px - kRight_px, kPanel_px);
         if (range) {
             printValues(panel, *range, top_px);
-            // Those in grey lie under the others.
+            // Grey curves lie under the others.
             for (auto curve = panel.curves.rbegin(); curve != panel.curves.rend(); ++curve)
                 printCurve(*curve, panel, *range, top_px);
         }

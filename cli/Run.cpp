@@ -30,7 +30,7 @@ namespace {
 constexpr const char* kMainFooter =
     R"(Exit status: 0 all is well; 1 something could not be loaded, answered or written; 2 wrong usage;
 3 there is not enough memory. check, diff, approaches and delivery: 0 nothing found; 1 something found; 3 a file could
-not be read, the output not be written, or satellites not be compared.
+not be read, the output could not be written, or satellites could not be compared.
 
 Examples:
   vorlandi info 81001_stk.e

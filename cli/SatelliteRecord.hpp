@@ -1,4 +1,4 @@
-// What the commands know of a loaded satellite.
+// What the commands know about a loaded satellite.
 #pragma once
 
 #include <cstdint>

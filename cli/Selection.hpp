@@ -42,7 +42,7 @@ bool isWanted(const SatelliteRecord& satellite, const std::vector<std::int32_t>&
 bool reportUnknown(const std::vector<std::int32_t>& numbers, const std::vector<SatelliteRecord>& satellites,
                    Console& console);
 
-// Says once if satellites have positions alone, of which nothing useful can be interpolated.
+// Warns once if satellites have only positions, from which nothing useful can be interpolated.
 void warnOfMissingVelocities(const std::vector<SatelliteRecord>& satellites, Console& console);
 
 }  // namespace vorlandi::cli

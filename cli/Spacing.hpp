@@ -20,7 +20,7 @@ public:
     // True for a time within a gap. A time that misses a stored point only by rounding counts as that point.
     bool contains(double ds50UTC) const;
 
-    // Those of which a part is in a span.
+    // The gaps that are at least partly in a span.
     std::size_t countWithin(const Span& span) const;
 
 private:

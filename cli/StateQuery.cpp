@@ -28,11 +28,11 @@ std::string nameOf(const TimeSpan& span) { return fmt::format("{} to {}", timeNa
 std::string reasonAgainst(double ds50UTC, const SatelliteRecord& record) {
     const TimeSpan& span = record.span;
     if (ds50UTC < span.start || ds50UTC > span.end) return fmt::format("outside its span, {}", nameOf(span));
-    record.satellite.try_state({ds50UTC});  // a batch has the message of its first failure alone
+    record.satellite.try_state({ds50UTC});  // a batch logs only its first failure
     return last_error();
 }
 
-// Puts beside the states of a satellite what is asked for.
+// Adds the requested columns to the states of a satellite.
 class StateRows {
 public:
     StateRows(const SatelliteRecord& satellite, const StateColumns& columns)

@@ -198,7 +198,7 @@ private:
     bool firstState_ = true;
 };
 
-// An object a line, each with all that it needs: lines can be filtered, cut and put together.
+// One object per line, each complete in itself: lines can be filtered, cut and joined.
 class JsonLinesWriter : public StateWriter {
 public:
     JsonLinesWriter(StateColumns columns, Output& output) : fields_(columns, output), output_(output) {}

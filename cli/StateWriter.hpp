@@ -12,7 +12,7 @@
 
 namespace vorlandi::cli {
 
-// What is written beside time and state.
+// What is written besides time and state.
 struct StateColumns {
     bool covariance = false;
     bool sigma = false;       // radial, in-track, cross-track

@@ -36,9 +36,9 @@ Covariances (--cov) are of x, y, z, vx, vy, vz in km and km/s. The table shows t
 has its 21 values row by row, cov_x_x, cov_y_x, cov_y_y, ..., empty if there is none; json has the whole 6x6 matrix, or
 null. Numbers in csv and json are exact: read back, they are the same doubles.
 
-Sigmas (--sigma) are those of the position along the radial, in-track and cross-track axes of each state. The error
-(--error) is an upper limit of what interpolation adds to the error of the points, estimated from the points as vorlandi
-check does: that of the interval around the time, 0 at a point.
+Sigmas (--sigma) are of the position, along the radial, in-track and cross-track axes of each state. The error (--error)
+is an upper limit of what interpolation adds to the error of the points, estimated from the points as vorlandi check
+does: the error of the interval around the time, 0 at a point.
 
 Examples:
   vorlandi states 81001_stk.e --at 2026-01-31T01:30:00

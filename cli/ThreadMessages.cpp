@@ -43,7 +43,7 @@ void passOn(std::int32_t severity, const char* text, std::int32_t length, void* 
     if (handler != nullptr && handler->function != nullptr) handler->function(severity, text, length, handler->data);
 }
 
-// A child of fork has the forking thread alone.
+// A child of fork has only the forking thread.
 void countOwnListeners() {
     listenerCount = 0;
     for (const ThreadMessages* own = lastListener; own != nullptr; own = own->earlier())

@@ -1,4 +1,4 @@
-// Hears what the library logs on the calling thread. Any number of threads may listen at the same time.
+// Receives what the library logs on the calling thread. Any number of threads may listen at the same time.
 #pragma once
 
 #include <functional>
@@ -8,8 +8,8 @@
 
 namespace vorlandi::cli {
 
-// Listens for as long as it lives, on the thread that made it. The process's trace handler hears every message, too,
-// and is put back when nobody listens any more. The callable must not throw.
+// Listens while it lives, on the thread that made it. The process's own trace handler still receives every message, and
+// is restored when nobody listens any more. The callable must not throw.
 class ThreadMessages {
 public:
     using Callable = std::function<void(vorlandi::Severity, std::string_view)>;

@@ -70,7 +70,7 @@ void warnOfOtherMeaning(const std::string& text, Ds50 time, Console& console) {
     constexpr double kModifiedJulianDateOf1950 = 33281.0;
     if (!detail::may_be_modified_julian_date(detail::without_blanks_around(text))) return;
     const Ds50 other{std::stod(text) - kModifiedJulianDateOf1950};
-    console.warning("", fmt::format("{} is read as YYDDD.DDD, {}; it looks like a modified Julian date, that of {}",
+    console.warning("", fmt::format("{} is read as YYDDD.DDD, {}; it looks like a modified Julian date, which means {}",
                                     text, isoTime(time.days), isoTime(other.days)));
 }
 

@@ -115,7 +115,7 @@ bool hasSecond60(std::string_view text, Ds50 time) {
     const bool followsLeapSecond =
         time.days - midnight < kSecond_days && tai_minus_utc_s(time) > tai_minus_utc_s({midnight - kSecond_days});
     if (!followsLeapSecond) return false;
-    // The last digits before a fraction or a zone are those of the second.
+    // The last digits before a fraction or a zone are the seconds.
     const std::size_t fraction = std::min(text.find('.'), text.find('+'));
     const std::string_view clock = text.substr(0, fraction);
     const std::size_t end = clock.find_last_of("0123456789");

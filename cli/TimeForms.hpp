@@ -16,9 +16,9 @@ struct TimeForm {
     bool isNumber;
 };
 
-// The forms that the library reads, and those of other clocks: TAI, Julian dates, GPS, Unix. The time lies in the years
-// 1900 to 2199. A time in a leap second is, as Ds50, the same as the one a second later: the forms of clocks that tell
-// them apart are those of the leap second.
+// The forms that the library reads, and the forms of other clocks: TAI, Julian dates, GPS, Unix. The time lies in the
+// years 1900 to 2199. As Ds50, a time in a leap second equals the time a second later; clocks that tell them apart show
+// the leap second.
 std::vector<TimeForm> formsOf(Ds50 time, bool isInLeapSecond);
 
 // Whether a text that means this time has second 60.

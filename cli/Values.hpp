@@ -1,5 +1,5 @@
-// Numbers and times as csv and json have them: the shortest digits that read back to the same double. A value that
-// can't be had is empty or null.
+// Numbers and times as csv and json have them: the shortest digits that read back to the same double. A missing value
+// is empty or null.
 #pragma once
 
 #include <fmt/format.h>

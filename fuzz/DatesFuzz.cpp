@@ -32,7 +32,7 @@ void checkWritten(double time) {
     require((text15[0] == ' ') == isblankornull(viewOf(text15)), "a text is blank as a whole");
     if (iso[0] == ' ') return;
     const double read = dtg2ds50utc(viewOf(iso));
-    // 1950 Jan 0.0 itself can't be told from no date.
+    // 1950 Jan 0.0 itself can't be told from a missing date.
     if (read == 0.0 && std::abs(time) < 1.0) return;
     require(std::abs(read - time) <= 0.51 * kMicrosecond_days + 2e-11, "an ISO text reads back");
     if (!hasTwoDigitYear(time)) return;
@@ -46,7 +46,7 @@ void checkText(std::string_view text) {
     require(compact == 0.0 || compact == time, "date_in reads a part of what dtg2ds50utc reads, alike");
     const auto epoch = epochTextToDs50(text);
     require(!epoch || time == 0.0 || *epoch == time, "an epoch text is the same time");
-    // A blank before it can stand for the first digit of a year.
+    // A leading blank can be read as the first digit of a year.
     const std::string padded = " \t" + std::string(text) + "  \t";
     require(dtg2ds50utc(padded) == time, "blanks around a text don't count");
     std::string upper(text);
@@ -64,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     double time = 0.0;
     std::memcpy(&time, data, std::min(size, sizeof time));
     checkWritten(time);
-    // The same bytes as a time that has a text more often.
+    // The same bytes, as a time that more often has a text.
     checkWritten(std::fmod(std::isfinite(time) ? time : 0.0, 91'000.0));
     return 0;
 }

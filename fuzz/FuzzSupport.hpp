@@ -1,5 +1,5 @@
-// What the fuzz targets share: the end of a run whose property fails, bytes that come in small pieces, and
-// what holds of every record that a reader has filled.
+// Shared by the fuzz targets: the end of a run whose property fails, bytes that come in small pieces, and what holds
+// for every record that a reader has filled.
 #pragma once
 
 #include <cstddef>
@@ -21,14 +21,14 @@ inline std::string_view textOf(const std::uint8_t* data, std::size_t size) noexc
     return {reinterpret_cast<const char*>(data), size};
 }
 
-// The text behind the first line, and that line with the width of an ephemeris pass.
+// The text after the first line, and that line with the width of an ephemeris pass.
 struct FirstLine {
     std::string line;
     std::string_view rest;
 };
 FirstLine splitFirstLine(std::string_view text);
 
-// Bytes in memory that come one to thirteen at a time: how a reader's input is cut must not matter.
+// Bytes in memory that come one to thirteen at a time: the sizes of the pieces must not matter to a reader.
 std::unique_ptr<ByteSource> piecewiseSource(std::string_view bytes);
 
 // The messages that are logged while it lives.
@@ -47,7 +47,7 @@ private:
     std::vector<std::string> messages_;
 };
 
-// What one run over an input gives. Two runs over the same bytes give equal outcomes, bit for bit.
+// The outcome of one run over an input. Two runs over the same bytes have equal outcomes, bit for bit.
 struct Outcome {
     std::int64_t status = 0;
     std::vector<std::int64_t> keys;
@@ -66,8 +66,7 @@ std::string bytesOf(const Vorlanrecord& record);
 // Moves what the store holds into an outcome, and empties the store.
 void takeStore(Outcome& outcome, std::size_t inputSize);
 
-// What `read`, a function of a source and an outcome, makes of the bytes; in pieces it must make the same of
-// them.
+// The outcome of `read`, a function of a source and an outcome, on the bytes; in pieces it must be the same.
 template <class Read>
 Outcome readTwice(std::string_view bytes, Read read) {
     const auto once = [&](std::unique_ptr<ByteSource> source) {

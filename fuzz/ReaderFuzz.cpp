@@ -1,7 +1,7 @@
-// One text reader over any lines, without store. VORLANDI_FUZZ_HEADER is the first line of the format's example file;
-// the reader is the one that this line selects: with VORLANDI_FUZZ_PRACTICAL by the practical rules, else by the fixed
-// ones or, if they have none, by the practical ones. An input that brings a header line of its own for the same reader
-// is read with that.
+// One text reader over any lines, without the store. VORLANDI_FUZZ_HEADER is the first line of the format's example
+// file; the reader is the one that this line selects: with VORLANDI_FUZZ_PRACTICAL by the practical rules, else by the
+// fixed ones or, if they have none, by the practical ones. An input that has its own header line for the same reader is
+// read with that.
 #include "CoreServices/Status.hpp"
 #include "FuzzSupport.hpp"
 #include "Vorlandi/VorlandiCardReading/FormatDetection.hpp"

@@ -1,7 +1,6 @@
-// Both passes over any bytes, as the text file fuzz.txt: cards, detection, the readers behind it, the store.
-// Cards name files: they are read from a folder of this target's own, and an input with a card that leads
-// elsewhere is passed over. As scanner_practical by the practical rules: blocks that are refused, divided and stored
-// one after the other.
+// Both passes over any bytes, as the text file fuzz.txt: cards, detection, readers, store.
+// Cards name files: they are read from this target's own folder, and an input with a card that leads elsewhere is
+// skipped. scanner_practical uses the practical rules: blocks that are refused, divided and stored one after another.
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>

@@ -20,12 +20,12 @@ if [ ${#targets[@]} -eq 0 ]; then
     done
 fi
 
-# The first lines of each example are enough of it, and the last ones end its data.
+# The first lines of each example are enough, and the last ones end its data.
 cut_example() {
     { head -n 24 "$1"; tail -n 3 "$1"; } >"$2/${1##*/}"
 }
 
-# A seed a line.
+# One seed per line.
 split_lines() {
     local number=0 line
     while IFS= read -r line; do

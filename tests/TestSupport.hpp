@@ -1,4 +1,4 @@
-// What the tests share: the messages of the log, files of their own, and ephemerides read from memory.
+// Shared by the tests: the messages of the log, temporary files, and ephemerides read from memory.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -24,7 +24,7 @@ public:
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    // The error messages, or the information, since the start or the last call of clear().
+    // The errors, or the information messages, since the start or the last call of clear().
     std::vector<std::string> errors() const;
     std::vector<std::string> infos() const;
     void clear();
@@ -40,7 +40,7 @@ private:
     std::vector<Entry> entries_;
 };
 
-// A test over the store: it begins and ends empty, with the key modes at 0 and the log captured.
+// A test of the store: it begins and ends empty, with the key modes at 0 and the log captured.
 class StoreTest : public ::testing::Test {
 protected:
     StoreTest();
@@ -49,7 +49,7 @@ protected:
     LogCapture log;
 };
 
-// A folder that goes away with the object.
+// A folder that is removed with the object.
 class TemporaryFolder {
 public:
     TemporaryFolder();
@@ -57,7 +57,7 @@ public:
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
-    // Writes a file; its path.
+    // Writes a file and returns its path.
     std::string write(const std::string& name, std::string_view text) const;
     std::string path(const std::string& name) const { return (folder_ / name).string(); }
 
@@ -67,7 +67,7 @@ private:
 
 std::string readFile(const std::string& path);
 
-// A named pipe and its reader, which reads only when it is told to.
+// A named pipe and its reader, which reads only on request.
 class Pipe {
 public:
     explicit Pipe(std::string path);

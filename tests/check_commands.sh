@@ -1,5 +1,5 @@
 #!/bin/bash
-# The programs and commands that README.md and the example programs show run as they stand there.
+# The programs and commands that README.md and the example programs show run as they are written there.
 #   check_commands.sh SOURCE_DIR BUILD_DIR
 set -euo pipefail
 top=$(mktemp -d)

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Makes deliveries with planted faults and looks whether `vorlandi delivery` finds all of them, and nothing else.
+"""Makes deliveries with planted faults and checks that `vorlandi delivery` finds all of them, and nothing else.
 
     check_delivery.py GENERATE_DELIVERY VORLANDI [--satellites N] [--faults N] [--page docs/delivery.md]
 
-A clean delivery has to stay silent with covariances called honest, and those of deliveries whose standard deviations
-are half or twice the true ones have to be called optimistic and pessimistic. --page writes the tables of that page.
+A clean delivery must have no findings and honest covariances. Covariances with half or twice the true standard
+deviations must be called optimistic and pessimistic. --page writes the tables of that page.
 """
 import argparse
 import collections

@@ -1,6 +1,6 @@
 #!/bin/bash
-# Every file that the page of formats shows can be loaded without a message, and holds what the example file of its
-# name begins with; a variant without an example, two points.
+# Every file that the page of formats shows can be loaded without a message, and holds the beginning of the example file
+# of its name; a variant without an example holds two points.
 #   check_formats_page.sh PAGE VORLANDI EXAMPLES_DIR
 set -euo pipefail
 page=$(realpath "$1") vorlandi=$2 examples=$3

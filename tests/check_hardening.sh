@@ -1,5 +1,5 @@
 #!/bin/bash
-# What is delivered is hardened: the signs that the options of cmake/CompileOptions.cmake leave in a library or program.
+# Installed files are hardened: the marks that the options of cmake/CompileOptions.cmake leave in a library or program.
 #   check_hardening.sh FILE...
 set -euo pipefail
 status=0

@@ -3,8 +3,8 @@
 
     check_plot_page.py VORLANDI EPHEMERIS
 
-The console has to stay empty, ten states have to agree to a millimetre, times without an answer have to be said so, and
-the picture must not be blank.
+The console must stay empty, ten states must agree to a millimetre, times without an answer must be marked, and the
+picture must not be blank.
 """
 import html.parser
 import pathlib
@@ -51,7 +51,7 @@ def run(*command):
 
 
 def pixels(png):
-    """The bytes of the lines of a PNG file, unfiltered only as far as telling colours apart needs it."""
+    """The bytes of the lines of a PNG file, unfiltered only as far as distinguishing colours needs it."""
     at, data = 8, b""
     while at < len(png):
         size, kind = struct.unpack(">I4s", png[at:at + 8])

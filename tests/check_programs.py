@@ -3,9 +3,9 @@
 
     check_programs.py PAGE KIND SOURCE_DIR [--interface FILE --names REGEX...] [--write] -- COMPILER ARGUMENT...
 
-KIND is that of the code blocks, such as cpp. The programs run in a folder where `examples` is that of SOURCE_DIR. With
---interface, each function whose name a REGEX finds in FILE is called by one of the programs. --write puts the texts
-into the page.
+KIND is the kind of the code blocks, such as cpp. The programs run in a folder where `examples` is the one of
+SOURCE_DIR. With --interface, each function whose name a REGEX finds in FILE must be called by one of the programs.
+--write puts the texts into the page.
 """
 import argparse
 import concurrent.futures

@@ -11,8 +11,7 @@ namespace vorlandi::tools {
 
 using writers::Ephemeris;
 
-// Every format can write whole milliseconds exactly. Every day has 86400 s, so a span must not
-// contain a leap second.
+// Every format can write whole milliseconds exactly. Every day has 86400 s: a span must not contain a leap second.
 using UtcTime = std::chrono::sys_time<std::chrono::milliseconds>;
 
 // Days since 1950 Jan 0.0, which is one day before 00:00 of January 1: the exact value, rounded once.

@@ -21,7 +21,7 @@ constexpr std::int32_t kNineDigits = 999999999;
 // clang-format off
 constexpr std::array<EphemerisFormat, 20> kFormats{{
     {"UNIVERSAL", "_universal.txt", kNineDigits, Frame::Hcsrl, false, false, false, writers::writeUniversal},
-    // Another frame than in the fixed columns, so that both files can be loaded beside each other.
+    // Another frame than in the fixed columns, so that both files can be loaded together.
     {"UNIVERSAL_CSV", "_universal_csv.txt", kNineDigits, Frame::Wptrl, false, false, false, writers::writeUniversalCsv},
     {"STK", "_stk.e", kFiveDigits, Frame::Eci, false, false, false, writers::writeStk},
     {"V31", "_v31.txt", kFiveDigits, Frame::Eci, false, false, false, writers::writeV31,

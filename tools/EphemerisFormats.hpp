@@ -1,8 +1,8 @@
 // The list of formats that the generators write, and the files that hold them.
 //
-// All files hold the same numbers, each under the frame that its format stands for and in its units. States are not
-// turned from one frame to another: what was written as ECI to one file and as ECR to another describes two different
-// orbits, which is right for showing layouts and comparing readers.
+// All files hold the same numbers, in the units of the format and under its frame. States are not converted between
+// frames: the same numbers as ECI in one file and as ECR in another describe two different orbits, which is right for
+// showing layouts and comparing readers.
 #pragma once
 
 #include <cstdint>
@@ -26,9 +26,9 @@ struct EphemerisFormat {
     writers::Frame frame;
     bool withCovariance;
     bool isVariant;    // a second layout of the format named before it
-    bool isPractical;  // read by the practical rules alone
+    bool isPractical;  // read by the practical rules only
     void (*writer)(const Ephemeris&, const writers::Options&, writers::Lines&);
-    std::string_view source = "integration";  // what the file says of it
+    std::string_view source = "integration";  // the source that the file names
 
     // Writes the ephemeris under the format's frame.
     void write(Ephemeris ephemeris, std::ostream& stream) const;

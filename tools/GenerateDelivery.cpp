@@ -1,9 +1,9 @@
 // Writes two deliveries of a fleet's predictions, a day apart, in modified ITC files with covariances: the folders
 // `previous` and `clean`, and `faulty`, which is the clean one with planted faults; `planted.csv` says which.
 //
-// The errors of the predictions are what their covariances say: at the time of each fit two impulses with the given
-// standard deviations disturb the true orbit, and the covariance is theirs, carried on by the linear equations of
-// relative motion on a circle (Clohessy and Wiltshire 1960).
+// The errors of the predictions match their covariances: at the time of each fit two impulses with the given standard
+// deviations disturb the true orbit, and the covariance comes from them, propagated by the linear equations of relative
+// motion on a circle (Clohessy and Wiltshire 1960).
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
@@ -30,7 +30,7 @@ constexpr double kStep_s = 120.0;
 constexpr double kFirstFit_days = 27790.0;  // 2026-02-01
 constexpr double kFitToEpoch_s = 3600.0;    // the first point of a prediction comes so long after its first impulse
 constexpr double kImpulses_s[] = {0.0, 1500.0};
-// Their standard deviations, radial, in-track, cross-track. Those in-track change the period, which fits know best.
+// Their standard deviations, radial, in-track, cross-track. The in-track ones change the period, which fits know best.
 constexpr double kImpulses_km_s[] = {2e-6, 1e-7, 2e-6};
 constexpr std::int32_t kFirstNumber = 81001;
 
@@ -47,7 +47,7 @@ struct Options {
 
 using Matrix3 = std::array<Vector3, 3>;
 
-// What an impulse some seconds before does to the position, radial, in-track and cross-track.
+// The effect of an impulse some seconds before on the position, radial, in-track and cross-track.
 Matrix3 relativeMotion(double rate, double seconds) {
     const double angle = rate * seconds;
     const double c = std::cos(angle);
@@ -76,7 +76,7 @@ std::array<Vector3, 3> axesOf(const State& state) {
     return {radial, cross(normal, radial), normal};
 }
 
-// Of the position alone, as many providers give it.
+// Of the position only, as many providers write it.
 writers::Covariance covarianceAt(const State& state, double rate, double sinceFit_s, double scale) {
     Matrix3 onAxes{};
     for (const double impulse_s : kImpulses_s) {
@@ -107,7 +107,7 @@ PerturbedOrbit orbitOf(Random& random) {
     return PerturbedOrbit(stateAtPerigee(axis_km, 0.001, inclination, node, between(0.0, 2.0 * std::numbers::pi)));
 }
 
-// Mean angle that an orbit sweeps in a second.
+// Mean motion, in radians per second.
 double rateOf(PerturbedOrbit orbit) {
     double angle = 0.0;
     Vector3 before = unit(orbit.at(0.0).position_km);
@@ -172,7 +172,7 @@ fs::path write(const writers::Ephemeris& ephemeris, const fs::path& folder) {
 
 // ---- Faults ----
 
-// What a fault changes: the ephemeris, or when it is written its file.
+// What a fault changes: the ephemeris, or its file once written.
 struct Fault {
     const char* name;
     const char* kinds;  // that the report has to have, errors and warnings
@@ -240,8 +240,8 @@ std::vector<Fault> faults() {
         {"no velocities", "no-velocity", [](Ephemeris& e) { scaleVelocities(e, 0.0); }},
         {"velocities 10 % off", "velocity-mismatch", [](Ephemeris& e) { scaleVelocities(e, 1.1); }},
         {"J2K points called ECI", "frame-changed", [](Ephemeris& e) { e.frame = writers::Frame::Eci; }},
-        {"the file is not there", "missing", {}, [](const fs::path& file, const fs::path&) { fs::remove(file); }},
-        {"the file of the day before",
+        {"the file is missing", "missing", {}, [](const fs::path& file, const fs::path&) { fs::remove(file); }},
+        {"the file of the previous day",
          "not-updated",
          {},
          [](const fs::path& file, const fs::path& previous) { copyOver(previous, file); }},

@@ -31,9 +31,9 @@ public:
     explicit OrbitIntegration(const State& initial, double step_s = kAccurateStep_s,
                               std::span<const double> higherZonals = {});
 
-    // The state offset_s after the initial one. Between two whole steps a last, partial step is taken on a
-    // copy, so that what is asked for never changes later answers. Throws std::invalid_argument for an offset
-    // that lies before the last whole step reached, or that is not finite.
+    // The state offset_s after the initial one. Between two whole steps a last, partial step is taken on a copy, so
+    // that a request never changes later answers. Throws std::invalid_argument for an offset before the last whole step
+    // reached, or that is not finite.
     State at(double offset_s);
 
 private:
@@ -41,7 +41,7 @@ private:
     void wholeStep();
 
     State state_;   // at stepsDone_ whole steps
-    State excess_;  // what rounding added to state_ and the next step takes off again (compensated summation)
+    State excess_;  // the rounding error in state_, which the next step subtracts (compensated summation)
     double step_s_;
     std::span<const double> higherZonals_;
     std::int64_t stepsDone_ = 0;

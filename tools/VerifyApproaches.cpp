@@ -1,7 +1,7 @@
-// Compares close approaches with those that brute force finds: all pairs, every second, then the root.
+// Compares close approaches with the ones that brute force finds: all pairs, every second, then the root.
 //
 // A random fleet of low, medium and eccentric orbits, some with points that begin late, end early or lack three hours.
-// Exit status 1 if an event is missed, added, or off by more than a millimetre or a microsecond's way.
+// Exit status 1 if an event is missed, added, or off by more than a millimetre or the way covered in a microsecond.
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
@@ -102,7 +102,7 @@ struct Pair {
                           y.position_km[2] - x.position_km[2]);
     }
 
-    // Halves a second until nothing is left between its ends, where `isBefore` changes.
+    // Bisects a second, down to neighbouring doubles, for the time where `isBefore` changes.
     template <typename Before>
     static Ds50 between(Ds50 low, Ds50 high, Before isBefore) {
         for (;;) {
@@ -113,7 +113,7 @@ struct Pair {
     }
 };
 
-// What brute force finds between two seconds.
+// The event that brute force finds between two seconds.
 void examineSecond(const Pair& pair, std::size_t a, std::size_t b, Ds50 from, Ds50 to, bool atFrom, bool atTo,
                    double rateFrom, double rateTo, double within_km, std::vector<Approach>& found) {
     const auto note = [&](Ds50 time, bool atEnd) {
@@ -174,16 +174,17 @@ std::vector<Approach> bruteForce(const std::vector<OwnedSatellite>& fleet, const
 }
 
 bool isSame(const Approach& x, const Approach& y) {
-    // 15 km/s cover 0.015 mm in a nanosecond and 15 mm in the resolution of a time; near the minimum that is nothing.
+    // 15 km/s cover 0.015 mm in a nanosecond and 15 mm in the resolution of a time; near the minimum that doesn't
+    // matter.
     const double tolerance_km = x.atEnd ? 2e-5 : 1e-6;
     return x.a == y.a && x.b == y.b && x.atEnd == y.atEnd && std::abs(x.distance_km - y.distance_km) < tolerance_km;
 }
 
-// Prints what the first has and the second lacks. True if that is nothing.
+// Prints events that the first has and the second lacks. True if there are none.
 bool compare(const char* what, const std::vector<Approach>& events, const std::vector<Approach>& others) {
     int missing = 0;
     for (const Approach& event : events) {
-        // A distance that hardly changes has a root of its rate that rounding moves.
+        // If a distance hardly changes, rounding moves the root of its rate.
         const double window_days = 1e-3 / kSecondsPerDay;
         const bool found = std::any_of(others.begin(), others.end(), [&](const Approach& other) {
             return std::abs(other.time.days - event.time.days) < window_days && isSame(event, other);
@@ -225,7 +226,7 @@ int run(const Options& options) {
 }  // namespace vorlandi::tools
 
 int main(int argc, char** argv) {
-    CLI::App application("Compares close approaches with those that brute force finds.");
+    CLI::App application("Compares close approaches with the ones that brute force finds.");
     vorlandi::tools::Options options;
     application.add_option("--satellites", options.satellites)->capture_default_str();
     application.add_option("--hours", options.hours)->capture_default_str();

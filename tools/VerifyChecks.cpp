@@ -25,7 +25,7 @@ namespace {
 using analysis::Kind;
 using analysis::Severity;
 
-// What is printed, or written into a page behind this line.
+// The output is printed, or written into a page after this line.
 constexpr std::string_view kMark = "<!-- From here on written by verify_checks -->\n";
 
 std::string& printed() {
@@ -133,7 +133,7 @@ Made make(const Scenario& scenario, std::size_t points, std::mt19937_64& random,
                 v *= burn->size_m_s / 1e3 / speed;
             orbit.kick(change);
         } else {
-            // The library rounds the time of a request: the exact state is that at the rounded time.
+            // The library rounds the time of a request: the exact state is taken at the rounded time.
             const Ds50 middle{kEpoch_days + (t + 0.5 * step_s) / 86400.0};
             made.middles_s.push_back((tai_days(middle) - tai_days(made.times.front())) * 86400.0);
             made.between.push_back(stateAt(made.middles_s.back()));
@@ -512,7 +512,7 @@ int main(int argc, char** argv) {
     app.add_option("--points", points, "points of each clean ephemeris")->capture_default_str();
     app.add_option("--files", files, "files with each fault")->capture_default_str();
     app.add_option("--seed", seed, "of the random numbers")->capture_default_str();
-    app.add_option("--page", page, "write the tables into this page, behind its mark");
+    app.add_option("--page", page, "write the tables into this page, after its mark");
     CLI11_PARSE(app, argc, argv);
     print("Made with `verify_checks --points {} --files {} --seed {}`.\n\n### Clean points\n\n", points, files, seed);
     verifyClean(points, seed);

@@ -1,4 +1,4 @@
-// One record of fourteen values a point, as binary records or as lines of text.
+// One record of fourteen values per point, as binary records or as lines of text.
 #include <algorithm>
 #include <bit>
 
@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kTitleLength = 24;
 constexpr std::size_t kDescriptionLength = 76;
 
-// The payload of one record, big-endian whatever the machine, and the frame around it.
+// The payload of one record, big-endian on any machine, and the frame around it.
 class BinaryRecord {
 public:
     void integer(std::int32_t value) { bigEndian(std::bit_cast<std::uint32_t>(value)); }
@@ -44,7 +44,7 @@ private:
     std::string payload_;
 };
 
-// An example has times of whole milliseconds, rounded once from there.
+// The times of an example are whole milliseconds, rounded once from there.
 double fileTime(double time, Style style) {
     if (style == Style::Exact) return daysSince1970(time);
     return static_cast<double>(roundedToMilliseconds(time) + 86400000) / 86400000.0;

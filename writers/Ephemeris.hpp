@@ -1,4 +1,4 @@
-// What the writers of ephemeris formats write: the points of one satellite.
+// The input of the format writers: the points of one satellite.
 #pragma once
 
 #include <array>
@@ -23,7 +23,7 @@ using Covariance = std::array<double, 21>;
 
 inline bool isGiven(const Covariance& covariance) { return covariance != Covariance{}; }
 
-// The coordinate systems, by their codes. Files can bring other codes, too.
+// The coordinate systems, by their codes. Files can also have other codes.
 enum class Frame : std::int32_t { Eci = 1, J2k = 2, Efg = 3, Ecr = 4, Hcsrl = 17, Wptrl = 18, Hcsgc = 19, Wptgc = 20 };
 
 inline bool isRotating(Frame frame) { return frame == Frame::Efg || frame == Frame::Ecr; }

@@ -29,7 +29,7 @@ void writeEcrHeader(const Ephemeris& ephemeris, Lines& out) {
     out.line("");
 }
 
-// A list in which every number has a decimal point, from which its reader knows the format.
+// A list in which every number has a decimal point, by which its reader recognises the format.
 std::string pointedList(const Vector3& vector) {
     std::string list;
     for (const double value : vector) {
@@ -74,7 +74,7 @@ void writeUniversalCsv(const Ephemeris& ephemeris, const Options& /*options*/, L
 
 void writeEcr(const Ephemeris& ephemeris, const Options& /*options*/, Lines& out) {
     writeEcrHeader(ephemeris, out);
-    // Line 8 is not the label of the layout without velocities, which tells that two lines a point follow line 10.
+    // Line 8 is not the label of the layout without velocities, so two lines per point follow line 10.
     out.line("POSITION AND VELOCITY ON TWO LINES PER POINT");
     out.line("{:<16}{:>12}{:>24}{:>24}", "YYDDDHHMMSS.SSS", "X(KM)", "Y(KM)", "Z(KM)");
     out.line("{:<16}{:>12}{:>24}{:>24}", "", "VX(KM/S)", "VY(KM/S)", "VZ(KM/S)");
@@ -87,7 +87,7 @@ void writeEcr(const Ephemeris& ephemeris, const Options& /*options*/, Lines& out
 
 void writeEcrPositions(const Ephemeris& ephemeris, const Options& /*options*/, Lines& out) {
     writeEcrHeader(ephemeris, out);
-    // Line 8 with exactly these 56 characters says: one line a point, velocities are zero.
+    // Line 8 with exactly these 56 characters means: one line per point, velocities are zero.
     out.line("YYDDDHHMMSS.SSS      X(KM)          Y(KM)          Z(KM)");
     out.line("");
     for (std::size_t i = 0; i < ephemeris.times.size(); ++i) {
@@ -134,7 +134,7 @@ void writeOwner(const Ephemeris& ephemeris, const Options& /*options*/, Lines& o
 }
 
 void writeJ2k(const Ephemeris& ephemeris, const Options& /*options*/, Lines& out) {
-    // Every line after this one is read as a point: what there is to say has to be here.
+    // Every line after this one is read as a point, so all comments have to be here.
     out.line(" SPEPH PREDICTION EPHEMERIS  J2000, KM, KM/S");
     for (std::size_t i = 0; i < ephemeris.times.size(); ++i) {
         // 3-7 satellite number, 12-30 year, day, hour, minute, seconds with a blank between them, from 32 on the state

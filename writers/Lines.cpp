@@ -11,7 +11,7 @@
 namespace vorlandi::writers {
 namespace {
 
-constexpr int kSignificantDigits = 17;  // enough to give every double back
+constexpr int kSignificantDigits = 17;  // enough to restore every double
 constexpr std::size_t kLongestNumber = 32;
 
 double largestComponent(const Vector3& vector) {

@@ -15,16 +15,16 @@
 
 namespace vorlandi::writers {
 
-// Exact: what is read back are the same doubles; numbers have the fewest digits that do so. Example: the plainest file
-// that a reader needs, with aligned numbers of 17 digits and times in whole milliseconds.
+// Exact: the same doubles are read back; numbers have the fewest digits for that. Example: the plainest file that a
+// reader accepts, with aligned numbers of 17 digits and times in whole milliseconds.
 enum class Style { Exact, Example };
 
-// Collects lines and hands them on in large pieces.
+// Collects lines and passes them on in large pieces.
 class Lines {
 public:
     using Sink = std::function<void(std::string_view)>;
 
-    // What the sink throws leaves the call that made the piece full.
+    // An exception of the sink leaves through the call that filled the piece.
     Lines(Sink sink, Style style) : sink_(std::move(sink)), style_(style) {}
     Lines(const Lines&) = delete;
     Lines& operator=(const Lines&) = delete;
@@ -55,14 +55,14 @@ public:
     // Position and velocity as a list.
     std::string list(const State& state, double scale = 1.0) const;
 
-    // Writes `count` items by calls for some of them at a time, on several threads if there are many.
+    // Writes `count` items in calls for some of them at a time, on several threads if there are many.
     using Block = std::function<void(std::size_t first, std::size_t last, Lines& out)>;
     void inBlocks(std::size_t count, const Block& block);
 
     // Three lines of seven numbers: the lower triangle, row by row.
     void covariance(const Covariance& covariance);
 
-    // Hands on what is left.
+    // Passes on the rest.
     void handOn();
 
 private:
@@ -93,7 +93,7 @@ StateFields fittedFields(const Ephemeris& ephemeris, int width, double velocityS
 // Three fixed columns, with as many unread blanks before each as the layout has between its fields.
 std::string columns(const Vector3& vector, FixedField field, double scale = 1.0, std::string_view gap = "");
 
-// A line with texts at given columns, the first column being 1, and blanks elsewhere.
+// A line with texts at given columns, counted from 1, and blanks elsewhere.
 struct Placed {
     std::size_t column;
     std::string_view text;

@@ -15,11 +15,11 @@ std::string timeText(double time, Style style) {
     return style == Style::Example ? isoText26(time) : exactIsoText(time);
 }
 
-// What a reader has to know of the frame's name; empty if there is nothing.
+// What a reader has to know about the frame's name; empty if there is nothing.
 std::string_view frameComment(Frame frame, const Options& options) {
-    if (!options.refFrame.empty()) return "REF_FRAME is the name that the user gave";
+    if (!options.refFrame.empty()) return "REF_FRAME was chosen by the user";
     if (frame == Frame::J2k)
-        return "REF_FRAME: states that came as ICRF are called EME2000, too; they differ by 0.02 arc seconds";
+        return "REF_FRAME: states read as ICRF are also called EME2000; they differ by 0.02 arc seconds";
     if (frame == Frame::Ecr) return "REF_FRAME: the realisation of ITRF is not known";
     return {};
 }

@@ -7,7 +7,7 @@
 
 namespace vorlandi::writers {
 
-// All points are one segment if the ephemeris names none.
+// All points form one segment if the ephemeris names none.
 inline std::vector<Segment> segmentsOf(const Ephemeris& ephemeris) {
     if (!ephemeris.segments.empty()) return ephemeris.segments;
     return {{0, ephemeris.times.size()}};

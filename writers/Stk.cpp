@@ -1,4 +1,4 @@
-// Keyword lines, then seconds since an epoch and a state a line.
+// Keyword lines, then one line per point: seconds since an epoch, and the state.
 #include <algorithm>
 #include <cmath>
 
@@ -43,7 +43,7 @@ void writeStates(const Ephemeris& ephemeris, const ElapsedSeconds& elapsed_s, Li
     });
 }
 
-// A row of the triangle a line, the first one after the time. Readers that have seen the end of the states may look for
+// One row of the triangle per line, the first one after the time. After the end of the states, readers may look for
 // other formats here, which begin with a number in the first columns: these lines don't.
 void writeCovariances(const Ephemeris& ephemeris, const ElapsedSeconds& elapsed_s, Lines& out) {
     out.line("CovarianceFormat        LowerTriangular");
@@ -81,7 +81,7 @@ void writeStk(const Ephemeris& ephemeris, const Options& options, Lines& out) {
     out.line("InterpolationMethod     Hermite");
     out.line("InterpolationSamplesM1  3");
     writeStates(ephemeris, elapsed_s, out);
-    // Some readers know no other end, among them the library's by its fixed rules: they would take what follows for
+    // Some readers know no other end, among them the library's by its fixed rules: they would take the next lines for
     // points.
     out.line("# end Ephemeris");
     if (std::ranges::any_of(ephemeris.covariances, isGiven)) writeCovariances(ephemeris, elapsed_s, out);

@@ -13,7 +13,7 @@ namespace {
 constexpr std::int32_t kFiveDigits = 99999;
 constexpr std::int32_t kNineDigits = 999999999;
 
-constexpr int kFirstOfTwoDigits = 1957;  // years that two digits can stand for
+constexpr int kFirstOfTwoDigits = 1957;  // the first year that two digits can mean
 constexpr int kLastOfTwoDigits = 2056;
 constexpr double kSameTime_s = 0.5e-6;
 
@@ -75,7 +75,7 @@ std::string problemOfFrame(const Target& target, Frame frame, const Options& opt
                                    : "");
 }
 
-// A time as messages show it, whatever it is.
+// A time as messages show it, valid or not.
 std::string shown(double time) { return hasText(time) ? isoText26(time) : fmt::format("day {} since 1950", time); }
 
 std::string problemOfTimes(const Target& target, const std::vector<double>& times) {

@@ -16,7 +16,7 @@ namespace vorlandi::writers {
 // A double of days since 1970 has fewer digits for times before 1960 than one of days since 1950.
 enum class TimesKept { Exactly, ExactlySince1970, ToTheMillisecond };
 
-// Two digits stand for 1957 to 2056.
+// Two digits mean 1957 to 2056.
 enum class Years { All, OfTwoDigits };
 
 enum class CovariancesKept { No, OnRequest, Yes };
@@ -25,7 +25,7 @@ enum class CovariancesKept { No, OnRequest, Yes };
 // beginning), or frame and number (TYPE_NUMBER_NAME_...).
 enum class NameHolds { Nothing, Suffix, Number, FrameAndNumber };
 
-// Columns that a number may be too large for; width 0: there are none.
+// Columns that a number may be too large for; width 0 if there are none.
 struct Columns {
     int width = 0;
     int fewestDecimals = 1;  // without a point, readers would put one in
@@ -61,11 +61,11 @@ std::string namesOf(FrameNames frames);
 // A file name for a satellite, such as 81001.e, or 81001_2.e for the second record of its file.
 std::string fileName(const Target& target, const Ephemeris& ephemeris);
 
-// What the target can't hold of this ephemeris, in words; empty if it can hold all that it keeps. Times that it rounds
-// are another matter: roundingOf.
+// What the target can't hold of this ephemeris, in words; empty if it can hold all that it keeps. For rounded times see
+// roundingOf.
 std::string problemOf(const Target& target, const Ephemeris& ephemeris, const Options& options);
 
-// What the target's rounding does to the times.
+// The effect of the target's rounding on the times.
 struct TimeRounding {
     std::size_t count = 0;     // times that change; to milliseconds, by more than half a microsecond
     double firstTime = 0.0;    // the first of them

@@ -13,8 +13,8 @@ namespace {
 constexpr std::chrono::sys_days kDay0{std::chrono::year{1949} / 12 / 31};
 constexpr std::int64_t kDay0Of1970 = 7305;
 constexpr std::int64_t kSecondsOfDay = 86400;
-constexpr std::int64_t kMillisecond = 1000;     // a second has so many
-constexpr std::int64_t kMicrosecond = 1000000;  // a second has so many
+constexpr std::int64_t kMillisecond = 1000;     // per second
+constexpr std::int64_t kMicrosecond = 1000000;  // per second
 
 // A double of 2199 ends with a unit of a microsecond: any time is found with fewer decimals.
 constexpr int kMostDecimals = 12;

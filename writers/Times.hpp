@@ -37,7 +37,7 @@ std::string spacedGroupsText19(double time);  // YY DDD HH MM SS.SSS
 std::string isoText19(double time);  // YYYY-MM-DDTHH:MM:SS
 std::string isoText26(double time);  // YYYY-MM-DDTHH:MM:SS.ffffff
 
-// As isoText26 if that reads back to the same double; else with as many decimals as it takes.
+// As isoText26 if that reads back to the same double; else with as many decimals as needed.
 std::string exactIsoText(double time);
 
 // The same in 26 columns; with more decimals than fit there, as YYYYDDDHHMMSS.ddddddd.
@@ -52,7 +52,7 @@ double daysSince1970(double time);
 double timeSince1970(double days);
 
 // The shortest number of seconds since an epoch, leap seconds counted, that a reader turns back into the same time: to
-// the microsecond, or with as many decimals as it takes. The leap steps are those after the epoch.
+// the microsecond, or with as many decimals as needed. The leap steps are those after the epoch.
 class ElapsedSeconds {
 public:
     ElapsedSeconds(double epoch, std::span<const LeapStep> leapSteps) : epoch_(epoch), leapSteps_(leapSteps) {}

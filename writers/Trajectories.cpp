@@ -10,7 +10,7 @@ namespace {
 
 constexpr double kFeetPerKilometer = 1.0 / 0.0003048;
 
-// The lines skipped after the first one. They say what a data line holds.
+// The lines skipped after the first one. They describe a data line.
 constexpr std::array<std::string_view, 16> kLaunchHeader{
     "VALUE 1: SECONDS SINCE 00:00 OF THE DAY OF READING",
     "VALUES 2 TO 4: NOT USED",

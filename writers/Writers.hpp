@@ -1,7 +1,7 @@
-// Writers of every ephemeris format. Each writes a whole file, but for OEM and CZML, which hold several satellites.
+// Writers of every ephemeris format. Each writes a whole file, except OEM and CZML, which hold several satellites.
 //
-// A writer takes for granted that its format can hold the ephemeris: problemOf (Targets.hpp) tells. States are never
-// turned from one frame to another. Needs nothing of the library, so that what is written here can test it.
+// A writer requires that its format can hold the ephemeris: problemOf (Targets.hpp) checks that. States are never
+// converted between frames. Does not use the library, so that the output can test it.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@
 
 namespace vorlandi::writers {
 
-// What files say besides the points. Texts are printable ASCII, a line each.
+// What files say besides the points. Texts are printable ASCII, one line each.
 struct Options {
     std::string source;                 // where the states come from
     std::string created;                // as 2026-01-31T00:00:00
@@ -51,7 +51,7 @@ void writeModifiedItc(const Ephemeris& ephemeris, const Options& options, Lines&
 
 void writeStk(const Ephemeris& ephemeris, const Options& options, Lines& out);
 
-// One record of fourteen values a point.
+// One record of fourteen values per point.
 void writeDceBinary(const Ephemeris& ephemeris, const Options& options, Lines& out);
 void writeDceText(const Ephemeris& ephemeris, const Options& options, Lines& out);
 

@@ -18,8 +18,8 @@ constexpr int kSpacings_s[] = {60, 120, 300, 600, 900, 1800};
 // Uncertainties at the epoch, along the axes: 100 m and 0.1 m/s.
 constexpr double kSigma_km = 0.1, kSigma_km_s = 1e-4;
 
-// The covariance of an orbit whose state at the epoch is uncertain, carried along the orbit: D D^T, where the columns
-// of D are the deviations of six neighbouring orbits.
+// The covariance of an orbit whose state at the epoch is uncertain, propagated along the orbit: D D^T, where the
+// columns of D are the deviations of six neighbouring orbits.
 class TrueCovariance {
 public:
     explicit TrueCovariance(const Orbit& orbit) : orbit_(orbit) {
@@ -60,7 +60,7 @@ bool hasNegativeVariance(const Matrix6& covariance) {
     return false;
 }
 
-// By Cholesky's factors of the correlations, which have no units.
+// By Cholesky factorisation of the correlations, which have no units.
 bool isPositiveDefinite(const Matrix6& covariance) {
     Matrix6 factor{};
     for (std::size_t i = 0; i < 6; ++i) {

@@ -1,5 +1,5 @@
-// Measures how exact the library's answers are. Prints a line for each figure: measure, row, column and value, with
-// tabs between them. write_page.py makes the tables and the plot of docs/accuracy.md from these lines.
+// Measures how accurate the library's answers are. Prints a line for each figure: measure, row, column and value,
+// separated by tabs. write_page.py makes the tables and the plot of docs/accuracy.md from these lines.
 #include <fmt/format.h>
 
 #include <algorithm>

@@ -45,7 +45,7 @@ private:
 class Sample {
 public:
     void add(double value) { values_.push_back(value); }
-    // This share of the values is not above the result: 0.5 is the median, 1.0 the largest. Throws without values.
+    // This share of the values is at or below the result: 0.5 is the median, 1.0 the largest. Throws without values.
     double quantile(double share);
 
 private:

@@ -27,7 +27,7 @@ const std::vector<Schedule>& schedules() {
     return all;
 }
 
-// Like the points of a file: states at whole seconds, whose times are rounded to doubles of days.
+// Like the points of a file: states at whole seconds, with times rounded to doubles of days.
 std::vector<Node> nodesOf(const Schedule& schedule, const Truth& truth) {
     std::vector<Node> nodes;
     int seconds = 0;

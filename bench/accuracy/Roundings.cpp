@@ -16,7 +16,7 @@ namespace vorlandi::accuracy {
 namespace {
 
 using Window = std::array<Node, 4>;
-// With at least 11 bits more than a double its own roundings do not show.
+// With at least 11 bits more than a double, its own roundings don't show.
 using Long = long double;
 static_assert(std::numeric_limits<Long>::digits >= 64);
 
@@ -78,7 +78,7 @@ struct Roundings {
     }
 };
 
-// Steps between the shortest and the longest, all equally likely.
+// Steps uniformly distributed between the shortest and the longest.
 struct Grid {
     std::string name;
     double shortest_s, longest_s;

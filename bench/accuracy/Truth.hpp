@@ -20,7 +20,7 @@ struct Orbit {
 // Low, navigation (MEO), geostationary and Molniya (HEO, eccentricity 0.74) orbits, in this order.
 const std::vector<Orbit>& orbits();
 
-// The same orbit with J2 to J4 alone.
+// The same orbit with only J2 to J4.
 Orbit inSmoothField(const Orbit& orbit);
 
 // 28 hours of an orbit, integrated once.

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Writes what measure_accuracy has measured into a page: the tables between its markers, and the plot.
+"""Writes the figures of measure_accuracy into a page: the tables between its markers, and the plot.
 
   write_page.py FIGURES PAGE            writes the tables and, images/interpolation_error.svg next to the page
   write_page.py --check FIGURES PAGE    fails if the tables of the page differ from the figures
@@ -17,7 +17,7 @@ SPACINGS_S = (10, 30, 60, 120, 300, 600, 900, 1800, 3600)
 # Errors to choose a spacing by, in metres.
 WANTED_M = (("1 mm", 1e-3), ("1 cm", 1e-2), ("10 cm", 0.1), ("1 m", 1.0), ("10 m", 10.0), ("100 m", 100.0),
             ("1 km", 1e3), ("10 km", 1e4))
-ROUNDING_M = 1.2e-3  # what rounded times cost a low orbit
+ROUNDING_M = 1.2e-3  # the error from rounded times in a low orbit
 
 
 def read(path):
@@ -36,7 +36,7 @@ def two_digits(value):
 
 
 def scaled(value, units):
-    """With two digits, in the first unit whose least value it reaches. A unit: name, size, least value."""
+    """With two digits, in the first unit whose least value it reaches. A unit is a name, a size and a least value."""
     if math.isnan(value):
         return "refused"
     unit, size = next(((unit, size) for unit, size, least in units if value >= 0.995 * least), (None, None))
@@ -174,7 +174,7 @@ def tables(figures):
 
 
 def filled(page, made):
-    """The page with its tables made anew. Every table has its place, and every place its table."""
+    """The page with new tables. Every table must have its place, and every place its table."""
     places = re.findall(r"<!-- figures (.*?): begin -->", page)
     if sorted(places) != sorted(made):
         sys.exit(f"the page has places for {sorted(places)}, and there are the tables {sorted(made)}")
@@ -196,7 +196,7 @@ def draw(figures, target):
     matplotlib.use("svg")
     from matplotlib import pyplot, ticker
 
-    # The same figures give the same file.
+    # Makes the file reproducible.
     matplotlib.rcParams.update({
         "svg.hashsalt": "accuracy", "svg.fonttype": "none", "font.family": "sans-serif", "text.color": TEXT,
         "axes.edgecolor": TEXT, "axes.labelcolor": TEXT, "xtick.color": TEXT, "ytick.color": TEXT})

@@ -5,7 +5,7 @@ const kWindow = 4;
 const kLargestMeanSpacing_s = 61 * 60;
 const kEarthRadius_km = 6378.137;
 const kMu_km3_s2 = 398600.4418;
-const kPointsOfCircle = 64;  // on a circle at the least height
+const kPointsOfCircle = 64;  // on a circle at the lowest height
 const kMostDrawn = 30000;    // points of all orbits, so that turning the view stays smooth
 const kColours = ["#56b4e9", "#e69f00", "#2fc79a", "#ff7f3f", "#e59bc4", "#8fd0ff", "#f0e442", "#ffffff"];
 
@@ -180,7 +180,7 @@ function drawGraticule(context, project) {
 
 // ---- Orbits ----
 
-// Which parts of the orbits are drawn: everything, or of many long ones a revolution each, or of too many a few.
+// Which parts of the orbits are drawn: all of them, one revolution each of many long ones, or a few of too many.
 class Drawing {
     constructor() {
         const drawable = satellites.filter(satellite => satellite.count > 1);

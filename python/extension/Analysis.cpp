@@ -1,4 +1,4 @@
-// What analysis/ finds, as dictionaries with the field names of the tool's JSON and arrays.
+// The results of analysis/, as arrays and as dictionaries with the field names of the tool's JSON.
 #include <pybind11/stl.h>
 
 #include <cmath>
@@ -20,7 +20,7 @@ namespace {
 
 using namespace py::literals;
 
-// Runs a calculation without the lock.
+// Runs a calculation without the interpreter's lock.
 template <typename Work>
 auto calculated(const Work& work) {
     const py::gil_scoped_release release;
@@ -177,7 +177,7 @@ py::object compare(std::int64_t keyOfA, std::int64_t keyOfB, double first, doubl
                     "rotation"_a = rotationOf(comparison), "differences"_a = rows);
 }
 
-// One array for each column; what there is none of is NaN.
+// One array for each column; missing values are NaN.
 py::dict approaches(const std::vector<std::int64_t>& keys, double within_km, double step_s, double first, double last,
                     bool sameNumber, unsigned threads) {
     std::vector<Satellite> satellites;

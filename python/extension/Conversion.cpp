@@ -32,7 +32,7 @@ py::list targets() {
     return all;
 }
 
-// What the options of a call have, apart from those that have a place of their own.
+// The options of a call without an argument of their own.
 writers::Options optionsOf(const py::dict& given) {
     writers::Options options;
     const std::pair<const char*, std::string*> texts[] = {{"frame_label", &options.universalFrame},
@@ -49,7 +49,7 @@ writers::Options optionsOf(const py::dict& given) {
     return options;
 }
 
-// Key, file (empty: that of the store) and number within it.
+// Key, file (empty: the one in the store) and number within it.
 using Named = std::tuple<std::int64_t, std::string, std::int32_t>;
 
 std::vector<cli::NumberedSatellite> recordsOf(const std::vector<Named>& satellites) {
@@ -62,7 +62,7 @@ std::vector<cli::NumberedSatellite> recordsOf(const std::vector<Named>& satellit
     return records;
 }
 
-// Whether all were written, and the messages: whether one is an error, and its text.
+// Whether all were written, and the messages: whether each is an error, and its text.
 py::tuple convert(const std::vector<Named>& satellites, const std::string& into, const std::string& file,
                   const std::string& directory, std::optional<double> first, std::optional<double> last,
                   std::optional<double> step_s, double tolerance_m, bool withCovariances, bool roundTimes, bool force,

@@ -1,4 +1,4 @@
-// Loads files as the tool does, and tells what was stored and what went wrong.
+// Loads files as the tool does, and reports what was stored and what went wrong.
 #include "Loading.hpp"
 
 #include <pybind11/stl.h>
@@ -18,7 +18,7 @@
 namespace vorlandi::python {
 namespace {
 
-// What came of one file.
+// The outcome of one file.
 struct Loaded {
     cli::LoadResults results;
     std::exception_ptr thrown;

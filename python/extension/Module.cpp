@@ -1,4 +1,4 @@
-// The module vorlandi._vorlandi: numbers and arrays in and out. Everything else is the package's.
+// The module vorlandi._vorlandi: numbers and arrays in and out. The package does everything else.
 #include "Run.hpp"
 #include "Support.hpp"
 
@@ -17,7 +17,7 @@ void set(const py::object& exception) {
     PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.ptr())), exception.ptr());
 }
 
-// Exceptions of the C++ libraries, as those of the package.
+// Turns exceptions of the C++ libraries into the package's.
 void translate(std::exception_ptr thrown) {  // NOLINT(performance-unnecessary-value-param): pybind11 wants it so
     try {
         if (thrown) std::rethrow_exception(thrown);

@@ -62,7 +62,7 @@ public:
             if (codes[i] != 0) outputs.setNan(i);
     }
 
-    // The first that can't be answered, whose message is then the last; none if all can.
+    // The first that can't be answered, so that its message is the last one; none if all can.
     std::optional<std::size_t> firstFailure() const {
         std::vector<std::int32_t> codes(size_);
         answer({}, codes.data());
@@ -111,7 +111,7 @@ void answerTimes(std::int64_t key, const Doubles& times, std::optional<Doubles> 
     raise(withoutLock(batch.size(), [&] { return answer(batch, outputs, asNan); }));
 }
 
-// Outputs hold all times of the first satellite, then those of the second, and so on.
+// Outputs hold all times of the first satellite, then all of the second, and so on.
 void answerSatellites(const Array<std::int64_t>& keys, const Doubles& times, std::optional<Doubles> states,
                       std::optional<Doubles> covariances, bool asNan) {
     const Outputs outputs{statesIn(states), matricesIn(covariances), nullptr};

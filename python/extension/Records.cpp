@@ -81,7 +81,7 @@ py::tuple pointsOf(std::int64_t key) {
     return py::make_tuple(times, states, covariances ? py::object(*covariances) : py::none(), revolutions);
 }
 
-// Triangles are the lower ones of covariances, row by row; without them points have none.
+// Triangles are lower triangles of covariances, row by row; without them points have no covariance.
 void append(std::int64_t key, const Doubles& times, const Doubles& states, const std::optional<Doubles>& triangles,
             const Array<std::int32_t>& revolutions) {
     const auto count = static_cast<std::size_t>(times.size());
@@ -104,7 +104,7 @@ void append(std::int64_t key, const Doubles& times, const Doubles& states, const
 }
 
 // A satellite without points. Its key is made from an epoch of its own, which the first point replaces, so that it is
-// never refused as a duplicate, whatever else the store holds.
+// never refused as a duplicate.
 std::int64_t add(std::int32_t number, std::int32_t frame, double earthRadius_km, double ke) {
     constexpr double kStep_days = 20.0 / 86400.0;  // times within ten seconds can share a key
     constexpr std::int64_t kEpochs = 390'000'000;  // in the years that keys can have

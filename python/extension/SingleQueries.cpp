@@ -1,4 +1,4 @@
-// A state, or a state with covariance, of one time. They are called millions of times: no dispatch, no conversions.
+// A state, or a state with covariance, at one time. They are called millions of times: no dispatch, no conversions.
 #define NPY_NO_DEPRECATED_API NPY_1_7_API_VERSION
 #include <numpy/arrayobject.h>
 

@@ -1,4 +1,4 @@
-// What the parts of the extension share: arrays, texts, calls without the interpreter's lock, and failures.
+// Shared by the parts of the extension: arrays, texts, calls without the interpreter's lock, and failures.
 #pragma once
 
 #include <pybind11/numpy.h>
@@ -17,7 +17,7 @@ namespace vorlandi::python {
 
 namespace py = pybind11;
 
-// The package checks and converts arguments; arrays that come here are taken as they are or refused.
+// The package checks and converts arguments; arrays are used here as they are, or refused.
 template <typename T>
 using Array = py::array_t<T, py::array::c_style>;
 using Doubles = Array<double>;
@@ -39,7 +39,7 @@ inline py::str textOf(const std::string& text) {
         PyUnicode_DecodeUTF8(text.data(), static_cast<Py_ssize_t>(text.size()), "replace"));
 }
 
-// A query is shorter than taking the lock back.
+// A query takes less time than getting the lock back.
 inline constexpr std::size_t kLeastWithoutLock = 64;
 
 template <typename Work>
@@ -49,7 +49,7 @@ auto withoutLock(std::size_t answers, const Work& work) {
     return work();
 }
 
-// Sets the Python exception that the thread's last message means. Key and time are those of the call.
+// Sets the Python exception that the thread's last message means. Key and time are the call's.
 void setFailure(std::int64_t key, double ds50UTC) noexcept;
 
 // The same as a C++ exception.

@@ -1,4 +1,4 @@
-"""What the tests share: the example files, satellites of points, and the C interface of the loaded library."""
+"""Shared by the tests: the example files, satellites of points, and the C interface of the loaded library."""
 import ctypes
 import os
 import pathlib

@@ -1,4 +1,4 @@
-"""Checks, comparisons, approaches and conversions say what the tool says."""
+"""Checks, comparisons, approaches and conversions have the tool's results."""
 import dataclasses
 import json
 import subprocess
@@ -46,7 +46,7 @@ def faulty():
     return vorlandi.Satellite.from_points(81001, before.ds50[kept], states[kept], covariances=matrices[kept])
 
 
-def test_a_check_is_that_of_the_tool(tmp_path):
+def test_a_check_has_the_result_of_the_tool(tmp_path):
     path = tmp_path / "81001_faulty.e"
     convert.write(faulty(), path, "stk", covariances=True)
     for file in (path, "81001_modified_itc.txt", "81001_j2k.txt"):
@@ -68,7 +68,7 @@ def test_a_check_is_that_of_the_tool(tmp_path):
             analysis.check(faulty(), **bad)
 
 
-def test_a_comparison_is_that_of_the_tool(tmp_path):
+def test_a_comparison_has_the_result_of_the_tool(tmp_path):
     shifted = circle(81001, points=100, start=START, phase=0.001, covariances=covariances(100))
     convert.write(circle(81001, points=100), tmp_path / "81001_a.e", "stk")
     with pytest.warns(convert.ConversionWarning, match="number of the satellite"):
@@ -88,7 +88,7 @@ def test_a_comparison_is_that_of_the_tool(tmp_path):
         analysis.diff(a, circle(1, start=START + 5))
 
 
-def test_approaches_are_those_of_the_tool(tmp_path):
+def test_approaches_are_the_same_as_the_tools(tmp_path):
     rng = np.random.default_rng(5)
     fleet = [circle(100 + i, points=100, phase=rng.random() * 6, tilt=rng.random() * 3,
                     covariances=covariances(100) * 1e-4 if i % 2 else None) for i in range(40)]
@@ -112,7 +112,7 @@ def test_approaches_are_those_of_the_tool(tmp_path):
         analysis.approaches(e, 60, step_s=1000)
 
 
-def test_the_estimated_error_is_that_of_the_interval():
+def test_the_estimated_error_is_the_intervals():
     sat = faulty()
     points = sat.points.ds50
     found = analysis.check(sat)
@@ -147,7 +147,7 @@ def test_every_format_is_written_and_read_back(tmp_path, target):
     assert len(path.read_bytes()) < len(before)
 
 
-def test_what_can_not_be_written_raises(tmp_path):
+def test_what_cannot_be_written_raises(tmp_path):
     path = tmp_path / "x"
     for satellites, into, options, error in [
             (circle(5), "none", {}, ValueError), ([], "oem", {}, convert.ConversionError),

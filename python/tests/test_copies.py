@@ -66,7 +66,7 @@ def test_other_processes_answer_with_the_same_bits(method):
     assert found == 2 * fingerprints(e)
 
 
-def test_a_child_of_fork_uses_the_store_at_once_whatever_others_were_doing():
+def test_a_child_of_fork_can_use_the_store_at_once():
     sat = circle(5, points=2000)
     times = START + MINUTE * np.linspace(0, 1999, 5000)
     wanted = sat.state(times).tobytes()

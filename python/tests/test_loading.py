@@ -1,4 +1,4 @@
-"""Files: what is stored, and what is told of the rest."""
+"""Files: what is stored, and what is reported about the rest."""
 import gc
 import gzip
 import os
@@ -55,7 +55,7 @@ def test_ten_bad_lines_of_a_file_warn_and_the_rest_is_counted():
     assert len(told) == 11 and "4 more" in str(told[-1].message) and len(e.messages) == 14
 
 
-def test_dropped_points_are_messages_alone():
+def test_dropped_points_are_only_messages():
     content = with_line(13, STK.split(b"\n")[8])
     with warnings.catch_warnings():
         warnings.simplefilter("error")
@@ -64,7 +64,7 @@ def test_dropped_points_are_messages_alone():
 
 
 @pytest.mark.parametrize("threads", [1, 3])
-def test_files_are_loaded_in_their_order_whatever_the_threads(threads):
+def test_files_are_loaded_in_order_by_any_number_of_threads(threads):
     names = [*sorted(name for name in os.listdir() if name.startswith("81001") and "truth" not in name), "fleet.card"]
     e = vorlandi.load(*names, threads=threads, errors="ignore")
     one_by_one = [sat for name in names for sat in vorlandi.load(name, errors="ignore")]
@@ -77,7 +77,7 @@ def test_files_are_loaded_in_their_order_whatever_the_threads(threads):
 
 @pytest.mark.parametrize("threads", [1, 2])
 @pytest.mark.parametrize("errors", ["warn", "raise", "ignore"])
-def test_a_file_that_gives_nothing_always_raises(tmp_path, threads, errors):
+def test_a_file_from_which_nothing_is_stored_always_raises(tmp_path, threads, errors):
     (tmp_path / "empty").write_text("")
     for bad, text in ((tmp_path / "none.e", "No such file"), (tmp_path / "empty", "empty"), (tmp_path, "directory")):
         before = vorlandi.store.count()
@@ -127,7 +127,7 @@ def test_rules_and_options_are_checked():
             vorlandi.loads(bad, "a.e")
 
 
-def test_the_hosts_trace_handler_hears_and_stays(library, tmp_path):
+def test_the_hosts_trace_handler_receives_messages_and_stays(library, tmp_path):
     import ctypes
     heard = []
     handler_type = ctypes.CFUNCTYPE(None, ctypes.c_int32, ctypes.c_void_p, ctypes.c_int32, ctypes.c_void_p)

@@ -1,4 +1,4 @@
-"""The documentation, the examples and the types: what they say is so."""
+"""The documentation, the examples and the types are correct."""
 import doctest
 import importlib
 import inspect

@@ -138,7 +138,7 @@ def test_bars_are_where_states_are_answered():
     assert len(plot.points([circle(1)] * 31).get_yticks()) < 31
 
 
-def test_differences_are_those_of_diff_and_break_at_gaps_of_either():
+def test_differences_are_the_same_as_by_diff_and_break_at_gaps_of_either():
     whole = circle(1, points=300)
     sat = with_gap(2)
     for a, b in ((whole, sat), (sat, whole)):
@@ -165,7 +165,7 @@ def test_orbits_have_equal_scales_and_one_frame():
     assert not some.collections and len(some.lines[1].get_data_3d()[0]) == 5
 
 
-def test_what_can_not_be_drawn_raises_and_leaves_no_figure():
+def test_what_cannot_be_drawn_raises_and_leaves_no_figure():
     closed = circle(1)
     closed._close()
     other = circle(1, frame=9)
@@ -188,7 +188,7 @@ def test_matplotlib_is_imported_when_something_is_drawn():
     assert subprocess.run([sys.executable, "-c", program], cwd=DATA).returncode == 0
 
 
-def test_pictures_of_the_gallery_are_those_of_its_programs(tmp_path):
+def test_pictures_of_the_gallery_are_made_by_its_programs(tmp_path):
     subprocess.run([sys.executable, DOCS / "make_gallery.py", tmp_path], check=True)
     pictures = re.findall(r"\((images/.*?)\)", (DOCS / "gallery.md").read_text())
     assert len(pictures) == 5

@@ -121,7 +121,7 @@ def test_one_bad_time_among_good_ones(sat):
     assert sat.revolution(times, errors="nan").tolist() == [5, -1, 6, -1, 7]
 
 
-def test_points_are_those_that_were_given():
+def test_points_are_kept_as_given():
     times, matrices = START + MINUTE * np.arange(9), covariances(9)
     matrices[3] = 0
     states = np.random.default_rng(2).normal(size=(9, 6))
@@ -195,7 +195,7 @@ def test_a_slice_knows_that_its_satellites_were_closed():
     assert repr(part[0]) == "<Satellite, closed>" and part[0].key == 0
 
 
-def test_tables_and_frames_of_others(fleet):
+def test_tables_and_data_frames(fleet):
     table = fleet.table()
     assert table["number"].tolist() == [sat.number for sat in fleet] and table["points"].min() > 3
     assert table["covariance"].tolist() == [sat.has_covariance for sat in fleet]
@@ -212,7 +212,7 @@ def test_tables_and_frames_of_others(fleet):
     assert np.array_equal(data.covariance, sat.points.covariances)
 
 
-def test_eight_threads_query_load_and_close_beside_each_other():
+def test_eight_threads_query_load_and_close_at_the_same_time():
     sat = circle(5, points=2000)
     times = np.sort(START + 1999 * MINUTE * np.random.default_rng(3).random(20_000))
     wanted = sat.state(times).tobytes()

@@ -14,7 +14,7 @@ from vorlandi import times
 iers.conf.auto_download = False
 UTC = datetime.timezone.utc
 
-# Around insertions, the first of them the beginning of whole leap seconds, and far from any.
+# Around insertions, the first of them the start of whole leap seconds, and far from any.
 MOMENTS = ["1972-06-30T23:59:59.25", "1972-07-01T00:00:00", "1999-01-01T00:00:01.5", "2016-12-31T12:00:00",
            "2016-12-31T23:59:59", "2017-01-01T00:00:00.125", "2026-01-31T01:02:03.456789"]
 
@@ -53,7 +53,7 @@ def test_every_kind_of_a_time_is_the_same_time(make):
     assert times.ds50([]).shape == (0,)
 
 
-def test_leap_seconds_are_those_of_astropy():
+def test_leap_seconds_are_the_same_as_in_astropy():
     moments = Time(MOMENTS, scale="utc")
     tai_days = (moments.tai.jd1 - 2433281.5) + moments.tai.jd2
     assert np.abs(times.utc_to_tai(MOMENTS) - tai_days).max() * 86400 < 1e-6

@@ -1,4 +1,4 @@
-"""The files that a process has loaded, kept while they are used, for work that is cut into many small tasks."""
+"""The files that a process has loaded, kept while they are used, for work that is divided into many small tasks."""
 
 from __future__ import annotations
 
@@ -30,7 +30,7 @@ class FileChangedError(LoadError):
 
 @dataclass(frozen=True)
 class File:
-    """A file as it was indexed. `version` tells changes of it, and of the files that its cards name."""
+    """A file as it was indexed. `version` detects changes of it, and of the files that its cards name."""
 
     path: str
     version: str
@@ -56,18 +56,18 @@ class Part:
 
 @dataclass(frozen=True)
 class CacheInfo:
-    """What the cache of a process holds.
+    """The content of a process's cache.
 
     Attributes
     ----------
     files : int
         Files in it.
     bytes : int
-        Bytes of their points, 64 a point, 232 with covariance.
+        Bytes of their points, 64 per point, 232 with covariance.
     limit : int
-        Bytes above which the file that was not used for the longest time goes.
+        Bytes above which the least recently used file is dropped.
     loads, hits : int
-        How often a file was read, and how often it was there.
+        How often a file was read, and how often it was already in the cache.
     """
 
     files: int
@@ -103,7 +103,7 @@ def _check_unchanged(ephemerides: Ephemerides, path: str) -> None:
 
 
 def _worker_memory() -> int:
-    """The memory that this process may use: that of the Dask worker whose thread asks, else the machine's."""
+    """The memory that this process may use: the Dask worker's if its thread asks, else the machine's."""
     distributed = sys.modules.get("distributed")  # a worker has imported it
     try:
         limit = distributed.get_worker().memory_limit if distributed else 0
@@ -125,8 +125,8 @@ class Cache:
     """Loaded files, least recently used first.
 
     `_lock` guards everything but the entries' `ephemerides`, which their own locks guard; it is never held while a file
-    is read, and it is taken after an entry's lock, never before. What goes from the cache stays in memory until the
-    last task that uses it ends.
+    is read, and it is taken after an entry's lock, never before. What is dropped from the cache stays in memory until
+    the last task that uses it ends.
     """
 
     def __init__(self) -> None:
@@ -169,7 +169,7 @@ class Cache:
         Raises
         ------
         FileChangedError
-            The file, or one that its cards name, is not what was indexed; also if it was loaded before that.
+            The file, or one that its cards name, is not what was indexed, even if it was loaded before that.
         LoadError
             The file can't be read.
         """
@@ -203,7 +203,7 @@ class Cache:
         self._keep(file, entry, ephemerides)
 
     def _keep(self, file: File, entry: _Entry, ephemerides: Ephemerides) -> None:
-        """Gives an entry its satellites, and drops others, or this one if it is too large by itself."""
+        """Stores the satellites of an entry, and drops others, or this one if it alone is too large."""
         limit = self.limit()
         entry.ephemerides = ephemerides
         size = sum(point_bytes(len(satellite), satellite.has_covariance) for satellite in ephemerides)
@@ -219,7 +219,7 @@ class Cache:
                 self._bytes -= self._entries.pop(other).bytes
 
     def satellites(self, part: Part, missing: bool = False) -> list[Satellite | None]:
-        """The satellites of a part, in its order; with `missing`, None for those of files that can't be read."""
+        """The satellites of a part, in its order; with `missing`, None for satellites of files that can't be read."""
         files: list[Ephemerides | None] = []
         for file in part.files:
             try:

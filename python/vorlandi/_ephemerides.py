@@ -28,14 +28,14 @@ _MOST_WARNINGS = 10  # for a file
 
 @dataclass(frozen=True)
 class Message:
-    """What reading a file has shown.
+    """Something found while reading a file.
 
     Attributes
     ----------
     severity : str
         ``error`` for what could not be read or stored, ``warning`` for dropped points, ``note`` for remarks.
     kind : str
-        What it is, as ``vorlandi check`` calls it: ``unreadable-line``, ``dropped-point``, ``not-read`` and others.
+        The kind, as ``vorlandi check`` calls it: ``unreadable-line``, ``dropped-point``, ``not-read`` and others.
     path : str
         The file, or the member of an archive.
     line : int
@@ -81,14 +81,14 @@ def _state_of(path: str) -> tuple[str, int, int]:
 class Ephemerides(Sequence[Satellite]):
     """The satellites of a load, in the order of the files and of their records.
 
-    A sequence: by position it has satellites, a slice of it is Ephemerides again. As a context manager it closes its
-    satellites at the end. Satellites that are taken out stay usable when the sequence goes, unless it was closed.
+    A sequence of satellites; a slice of it is Ephemerides again. As a context manager it closes its satellites at the
+    end. Satellites that are taken out stay usable when the sequence is deleted, unless it was closed.
     """
 
     __slots__ = ("_satellites", "messages", "_source", "_keys", "_keys_at")
 
     messages: list[Message]
-    """Everything that loading has shown, dropped points included."""
+    """Everything found while loading, dropped points included."""
 
     def __init__(self, satellites: Iterable[Satellite], messages: Iterable[Message] = (),
                  source: _Source | None = None) -> None:
@@ -116,7 +116,7 @@ class Ephemerides(Sequence[Satellite]):
         return f"<Ephemerides: {len(self)} satellites>"
 
     def numbered(self, number: int) -> list[Satellite]:
-        """The satellites of a number, in their order; several records may have the same."""
+        """The satellites with a number, in their order; several records may have the same."""
         return [satellite for satellite in self if satellite.number == number]
 
     def _answer(self, t: TimeLike, errors: str, shape: tuple[int, ...],
@@ -140,7 +140,7 @@ class Ephemerides(Sequence[Satellite]):
         ----------
         t : time, or m times
         errors : {"raise", "nan"}
-            As for `Satellite.state`; the first failure is that of the first satellite that has one.
+            As for `Satellite.state`; the failure that raises is the one of the first satellite that has one.
         out : numpy.ndarray, optional
             Receives the result and is returned: float64, C order, of the right shape.
 
@@ -220,7 +220,7 @@ def _reloaded(source: _Source, files: list[str], messages: list[Message]) -> Eph
 
 
 class _Collector:
-    """Puts together what a load has stored, file by file."""
+    """Collects what a load has stored, file by file."""
 
     def __init__(self, errors: str, keys: str, stack_level: int) -> None:
         self.satellites: list[Satellite] = []
@@ -242,7 +242,7 @@ class _Collector:
         return kind(message, path, status, Ephemerides(self.satellites, self.messages))
 
     def add(self, path: str, outcome: _vorlandi.Outcome) -> None:
-        """Takes the outcome of a file. Raises if nothing was stored, or if nothing may be bad and something is."""
+        """Takes the outcome of a file. Raises if nothing was stored, or if something is bad and nothing may be."""
         stored, told, status, duplicates = outcome
         messages = [Message(severity, kind, os.fsdecode(file), line, text, reason)
                     for severity, kind, file, line, text, reason in told]
@@ -291,26 +291,26 @@ def load(*paths: str | os.PathLike[str], threads: int = 1, errors: OnBadLines = 
         How many files are read at the same time; a single file of 16 MB and more is read by several threads. The
         result does not depend on it.
     errors : {"warn", "raise", "ignore"}
-        What lines, blocks and cards that can't be read do, if something was stored. They warn, at most ten times a
-        file; or the first of them raises when its file has been read.
+        What happens to lines, blocks and cards that can't be read, if something was stored. They warn, at most ten
+        times per file, or the first of them raises once its file has been read.
     rules : {"practical", "fixed"}
-        The set of rules by which files are read.
+        The set of rules for reading files.
     keys : {"own", "ordinary"}
-        With keys of their own, equal satellites of several files are all kept. Ordinary ones are made from number and
-        first time, as C code in the same process may want them; equal satellites then raise.
+        With their own keys, duplicate satellites of several files are all kept. Ordinary keys are made from number and
+        first time, as C code in the same process may need; duplicate satellites then raise.
 
     Returns
     -------
     Ephemerides
-        The satellites in the order of the files. Its `messages` have everything that loading has shown.
+        The satellites in the order of the files. Its `messages` have everything found while loading.
 
     Raises
     ------
     LoadError
-        A file can't be opened, or nothing was stored from it, whatever `errors` is. Its `loaded` has what was stored
+        A file can't be opened, or nothing was stored from it, for any `errors`. Its `loaded` has what was stored
         before.
     DuplicateError
-        With ordinary keys, the store has an equal satellite.
+        With ordinary keys, the satellite is already in the store.
 
     Warns
     -----

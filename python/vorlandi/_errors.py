@@ -12,7 +12,7 @@ if TYPE_CHECKING:
 
 
 class Error(Exception):
-    """Base of everything that this package raises by itself; the text is the library's message."""
+    """Base of all exceptions of this package; the text is the library's message."""
 
 
 class TimeError(Error, ValueError):
@@ -48,7 +48,7 @@ class GapError(Error):
 
 
 class TooFewPointsError(Error):
-    """A satellite has fewer than the four points that interpolation takes, and none at this time."""
+    """A satellite has fewer than the four points that interpolation needs, and none at this time."""
 
 
 class NoDataError(Error):
@@ -78,7 +78,7 @@ class LoadError(Error, OSError):
 
 
 class DuplicateError(LoadError):
-    """With ordinary keys: the store has an equal satellite, of the same number, frame and first time."""
+    """With ordinary keys: the store has a satellite with the same number, frame and first time."""
 
 
 class LoadWarning(UserWarning):
@@ -101,7 +101,7 @@ class LoadWarning(UserWarning):
         self.path, self.line, self.text, self.reason = path, line, text, reason
 
 
-# Which exception a message means, by how it begins.
+# The exceptions by the beginning of the message.
 _OUT_OF_SPAN = (
     "GetEphem: Requested time is outside of ephemeris time span.",
     "InterpolateEP: Request time out of ephemeris range.",

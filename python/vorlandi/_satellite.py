@@ -1,4 +1,4 @@
-"""Satellites: states, covariances and points of one."""
+"""A satellite: its states, covariances and points."""
 
 from __future__ import annotations
 
@@ -23,7 +23,7 @@ _TRIANGLE = np.tril_indices(6)
 _FRAMES = {_vorlandi.frame_name(code): code for code in range(1, 32) if not _vorlandi.frame_name(code).isdigit()}
 _LONGEST_TAG = 128
 _TEXT_FIELD, _TAG_FIELD = 14, 15
-# The quick way for one time as it is.
+# The fast path for one time.
 _FLOATS = frozenset((float, np.float64))
 _one_state: Callable[[int, Any], Floats] = _vorlandi.state
 _one_state_and_covariance: Callable[[int, Any], tuple[Floats, Floats]] = _vorlandi.state_and_covariance
@@ -102,10 +102,10 @@ class Satellite:
 
     Satellites come from `load`, `loads`, `Satellite.from_points` and `store.attach`. Times are of any kind that
     `vorlandi.times` names. States are km and km/s in the frame of the ephemeris; frames are never converted. When the
-    last reference to the object goes, its record leaves the store.
+    last reference to the object is gone, its record is removed from the store.
 
-    Any number of threads may query one satellite. `append` may run beside queries, but not beside another `append`
-    to the same satellite.
+    Any number of threads may query one satellite. `append` may run at the same time as queries, but not as another
+    `append` to the same satellite.
     """
 
     __slots__ = ("_key", "_is_owner", "_origin", "_interval_errors", "__weakref__")
@@ -143,7 +143,7 @@ class Satellite:
         states : array, shape (n, 6)
             Positions in km and velocities in km/s.
         covariances : array, shape (n, 6, 6), optional
-            Of positions and velocities in km and km/s; the lower triangles are used. A matrix of zeros is none.
+            Of positions and velocities in km and km/s; the lower triangles are used. A matrix of zeros means none.
         revolutions : array of n int32, optional
             Revolution numbers; 0 if not given.
         frame : str or int
@@ -156,7 +156,7 @@ class Satellite:
         Raises
         ------
         ValueError
-            If times don't rise, a shape is wrong, a number is not finite, or the frame, number or tag is not possible.
+            If times don't rise, a shape is wrong, a number is not finite, or the frame, number or tag is invalid.
 
         Examples
         --------
@@ -177,7 +177,7 @@ class Satellite:
         _vorlandi.append(satellite._key, *points)
         return satellite
 
-    # ---- What it is ----
+    # ---- Properties ----
 
     def _fields(self) -> tuple[int, int, str, bytes, str, str, float, float, int]:
         return _vorlandi.fields(self._key)
@@ -204,12 +204,12 @@ class Satellite:
 
     @property
     def tag(self) -> str:
-        """The text that the card of the file gave."""
+        """The text from the card of the file."""
         return self._fields()[4]
 
     @property
     def file(self) -> str:
-        """The file that it was read from; empty for one that was made of points."""
+        """The file that it was read from; empty for one made from points."""
         return self._origin.file
 
     @property
@@ -269,7 +269,7 @@ class Satellite:
         t : time or times
             Inside the span of the points.
         errors : {"raise", "nan"}
-            What a time without an answer does: it raises, the first one in the order of `t`; or its row is NaN.
+            What happens to a time without an answer: the first one in the order of `t` raises, or its row is NaN.
         out : numpy.ndarray, optional
             Receives the result and is returned: float64, C order, of the right shape. After an exception its content
             is undefined.
@@ -286,7 +286,7 @@ class Satellite:
         GapError
             The points around the time are more than 61 minutes apart on average.
         TooFewPointsError, NoDataError, ClosedError
-            There are fewer than four points, none, or no satellite any more.
+            There are fewer than four points, there are none, or the satellite was closed.
 
         Notes
         -----
@@ -330,8 +330,8 @@ class Satellite:
     def covariance(self, t: TimeLike, *, errors: Errors = "raise", out: Floats | None = None) -> Floats:
         """Covariance of position and velocity, shape (6, 6) or t.shape + (6, 6); otherwise as `state`.
 
-        Units are products of km and km/s. All zero where the points carry none. Between points each element is
-        interpolated by itself, so that the matrix need not be positive.
+        Units are products of km and km/s. All zero where the points have none. Between points each element is
+        interpolated separately, so the matrix need not be positive.
         """
         times = np.asarray(ds50(t))
         matrices = output(out, times.shape + (6, 6))
@@ -365,13 +365,13 @@ class Satellite:
     def error(self, t: TimeLike) -> Any:
         """Estimated error of the interpolated position, in metres.
 
-        An upper limit, meant to hold in 999 of 1000 intervals between points, worked out from the points alone; errors
-        of the points themselves are not in it.
+        An upper limit, meant to hold in 999 of 1000 intervals between points, calculated from the points alone; it
+        doesn't include errors of the points themselves.
 
         Returns
         -------
         float or numpy.ndarray
-            Of the shape of `t`: 0 at the time of a point, NaN where no state is answered or nothing can be said.
+            Of the shape of `t`: 0 at the time of a point, NaN where no state is answered or there is no estimate.
         """
         from vorlandi.analysis import error_at
 
@@ -458,7 +458,7 @@ class Satellite:
     # ---- Ownership and copies ----
 
     def release(self) -> int:
-        """Leave the record in the store when this object goes, and return its key, for C code."""
+        """Leave the record in the store when this object is deleted, and return its key, for C code."""
         if not self._key:
             raise ClosedError("the satellite was closed")
         self._is_owner = False
@@ -485,7 +485,7 @@ def _restored(record: tuple[int, int, float, float], texts: tuple[str, str], ori
 
 def _checked_points(t: TimeLike, states: ArrayLike, covariances: ArrayLike | None, revolutions: ArrayLike | None,
                     last: float | None) -> tuple[Floats, Floats, Floats | None, NDArray[np.int32]]:
-    """Points as the extension takes them, with the triangles of the covariances."""
+    """Points in the form for the extension, with the triangles of the covariances."""
     times = np.atleast_1d(np.asarray(ds50(t)))
     if times.ndim != 1:
         raise ValueError("the times are not in one row")

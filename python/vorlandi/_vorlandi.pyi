@@ -1,4 +1,4 @@
-"""The extension module. Arrays have to be in C order; keys are those of the store."""
+"""The extension module. Arrays have to be in C order; keys are the store's."""
 
 from collections.abc import Sequence
 from typing import Any, TypeAlias

@@ -1,7 +1,7 @@
 """Checks, comparisons, close approaches and estimated errors.
 
-Results have the field names of the tool's JSON. Times in them, whose names end in ``_utc``, are `numpy.datetime64`
-with nanoseconds, or None where there is none; in arrays NaT.
+Results have the field names of the tool's JSON. Times, whose names end in ``_utc``, are `numpy.datetime64` with
+nanoseconds; a missing time is None, in arrays NaT.
 """
 
 from __future__ import annotations
@@ -21,7 +21,7 @@ from vorlandi.times import Floats, OneTime, TimeLike, ds50, to_datetime64
 __all__ = ["Approaches", "Check", "Comparison", "Finding", "Interpolation", "Jump", "Normalized", "Rotation", "Spacing",
            "Statistics", "TimeOffset", "approaches", "check", "diff", "error_at"]
 
-_COINCIDENCE_DAYS = 1e-12  # to which the library takes a time for that of a point
+_COINCIDENCE_DAYS = 1e-12  # within which the library takes a time as a point's
 _LARGEST_STEP_S = 300.0
 
 
@@ -47,7 +47,7 @@ class Jump:
 
 @dataclass(frozen=True)
 class Finding:
-    """One thing that a check has found. `severity` is error, warning or note; `value` is what the kind measures."""
+    """One finding of a check. `severity` is error, warning or note; `value` is what the kind measures."""
 
     severity: str
     kind: str
@@ -71,10 +71,10 @@ class Spacing:
 
 @dataclass(frozen=True)
 class Interpolation:
-    """Estimated errors of states between points, in metres, and what they come from; None where nothing can be said.
+    """Estimated errors of states between points, in metres, and their causes; None where there is no estimate.
 
-    `inside_m` leaves the first and the last interval and gaps out. `would_do_s` is the spacing in seconds that would
-    keep within the tolerance.
+    `inside_m` leaves out gaps and the first and last intervals. `would_do_s` is the spacing in seconds that would keep
+    errors within the tolerance.
     """
 
     inside_m: float | None
@@ -90,7 +90,7 @@ class Interpolation:
 
 @dataclass(frozen=True)
 class Check:
-    """What a check says about a satellite. `satellite` is its number, `record` its number within its file."""
+    """The result of checking a satellite. `satellite` is its number, `record` its number within its file."""
 
     satellite: int
     record: int
@@ -117,7 +117,7 @@ def _finding(found: Mapping[str, Any]) -> Finding:
 
 def check(satellite: Satellite, *, tolerance_m: float = 1.0, gap_factor: float = 3.0, start: OneTime | None = None,
           end: OneTime | None = None) -> Check:
-    """Look for faults in the points of a satellite, and estimate how good the states between them are.
+    """Look for faults in the points of a satellite, and estimate the errors of states between them.
 
     Parameters
     ----------
@@ -125,9 +125,9 @@ def check(satellite: Satellite, *, tolerance_m: float = 1.0, gap_factor: float =
     tolerance_m : float
         Warns of states that may be off by more, in metres; above 0.
     gap_factor : float
-        A gap is a step of more than so many times what is usual around it; at least 1.
+        A gap is a step of more than this many times what is usual around it; at least 1.
     start, end : time, optional
-        The range of the points that are looked at.
+        The range of the points to check.
 
     Returns
     -------
@@ -173,7 +173,7 @@ def error_at(satellite: Satellite, t: TimeLike) -> Any:
 
 @dataclass(frozen=True)
 class Statistics:
-    """Mean, root mean square, and the value of the largest size with its sign and time."""
+    """Mean, root mean square, and the value of the largest magnitude, with its sign and time."""
 
     mean: float | None
     rms: float | None
@@ -183,7 +183,7 @@ class Statistics:
 
 @dataclass(frozen=True)
 class Normalized:
-    """Distances in sigmas of the covariances: of good ones, 1 % are above 3.368, which `share_above` counts."""
+    """Distances in sigmas of the covariances. With good covariances 1 % are above 3.368, which `share_above` counts."""
 
     count: int
     median: float
@@ -203,7 +203,7 @@ class TimeOffset:
 
 @dataclass(frozen=True)
 class Rotation:
-    """B's positions are those of A, turned about an axis, which leaves differences of `rms_m` metres."""
+    """B's positions are A's, turned about an axis, which leaves differences of `rms_m` metres."""
 
     degrees: float
     axis: tuple[float, float, float]
@@ -216,11 +216,11 @@ class Comparison:
     """B minus A on the radial, in-track and cross-track axes of A.
 
     `gaps_a` and `gaps_b` count the gaps between the points of each, `in_gaps_a` and `in_gaps_b` the times in them,
-    where differences can be those of the interpolation.
+    where differences can be due to interpolation.
 
     `statistics` has an entry for each of radial_m, in_track_m, cross_track_m, distance_m, radial_mm_s, in_track_mm_s,
-    cross_track_mm_s and speed_mm_s. `states` is a structured array with these fields at each time, beside `time_utc`
-    and `normalized`; NaN where a value can't be had.
+    cross_track_mm_s and speed_mm_s. `states` is a structured array with these fields at each time, besides `time_utc`
+    and `normalized`; missing values are NaN.
     """
 
     satellite: int
@@ -258,11 +258,11 @@ def diff(a: Satellite, b: Satellite, *, step_s: float | None = None, start: OneT
     ----------
     a, b : Satellite
     step_s : float, optional
-        Seconds between the times; the points of `a` in the time that both have if not given.
+        Seconds between the times; the points of `a` in the time that both cover if not given.
     start, end : time, optional
         The range of times.
     ignore_frames : bool
-        Compare satellites in different frames, too. Frames are never converted.
+        Also compare satellites in different frames. Frames are never converted.
 
     Returns
     -------
@@ -288,7 +288,7 @@ def diff(a: Satellite, b: Satellite, *, step_s: float | None = None, start: OneT
         raise ValueError("step_s is at least a microsecond")
     found = _vorlandi.compare(a.key, b.key, *_limits(start, end), step_s)
     if not found or not found["compared"]:
-        raise NoDataError("at no time both satellites have a state")
+        raise NoDataError("there is no time at which both satellites have a state")
     names = ("time_utc", *found["statistics"], "normalized")
     rows = found["differences"]
     states = np.empty(len(rows), dtype=[(name, "M8[ns]" if name == "time_utc" else "f8") for name in names])
@@ -334,7 +334,7 @@ def _text_type(texts: Iterable[str]) -> str:
 
 def approaches(satellites: Iterable[Satellite], within_km: float, *, step_s: float = 60.0, start: OneTime | None = None,
                end: OneTime | None = None, same_number: bool = False, threads: int = 1) -> Approaches:
-    """Find where satellites come close to each other: all against all of their frame.
+    """Find where satellites come close to each other: each against all others of its frame.
 
     Parameters
     ----------
@@ -342,11 +342,11 @@ def approaches(satellites: Iterable[Satellite], within_km: float, *, step_s: flo
     within_km : float
         Approaches nearer than this; 1e-6 to 1e5.
     step_s : float
-        Seconds between the times at which all are sorted by place, 1 to 300. The result does not depend on it.
+        Seconds between the times at which all are sorted by position, 1 to 300. The result does not depend on it.
     start, end : time, optional
         The range of times.
     same_number : bool
-        Compare records of equal number, too.
+        Also compare records with the same number.
     threads : int
         The result does not depend on it.
 

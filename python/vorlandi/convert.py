@@ -15,7 +15,7 @@ from vorlandi.times import OneTime, ds50
 
 __all__ = ["ConversionError", "ConversionWarning", "Target", "targets", "write", "write_each"]
 
-# Options that one format alone has.
+# Options of a single format.
 _OF_ONE_FORMAT = {"frame_label": "universal", "oem_version": "oem", "originator": "oem", "object_name": "oem",
                   "object_id": "oem", "ref_frame": "oem", "useable": "oem"}
 
@@ -31,8 +31,8 @@ class ConversionWarning(UserWarning):
 class Target(NamedTuple):
     """A format that can be written.
 
-    `frames` are those that it can hold, `several` whether a file holds several satellites, `exact_times` whether times
-    are kept exactly or to the millisecond, `covariances` whether it can hold them.
+    `frames` are the frames that it can hold, `several` says whether a file holds several satellites, `exact_times`
+    whether times are kept exactly or to the millisecond, `covariances` whether it can hold covariances.
     """
 
     name: str
@@ -56,7 +56,7 @@ def targets() -> list[Target]:
 
 
 def _creation_date() -> str:
-    """The time of now, or SOURCE_DATE_EPOCH."""
+    """The current time, or SOURCE_DATE_EPOCH."""
     seconds = int(os.environ.get("SOURCE_DATE_EPOCH", time.time()))
     return time.strftime("%Y-%m-%dT%H:%M:%S", time.gmtime(seconds))
 
@@ -96,14 +96,14 @@ def write(satellites: Satellite | Iterable[Satellite], path: str | os.PathLike[s
           start: OneTime | None = None, end: OneTime | None = None, step_s: float | None = None,
           tolerance_m: float = 1000.0, covariances: bool = False, round_times: bool = False, force: bool = False,
           **options: Any) -> None:
-    """Write satellites into a file. Formats and options are those of ``vorlandi convert``.
+    """Write satellites into a file. Formats and options are the same as in ``vorlandi convert``.
 
     Parameters
     ----------
     satellites : Satellite or several
         Several for formats whose files hold several.
     path : str or path
-        The file. It is complete when this returns; an existing one is replaced with `force` only.
+        The file. It is complete when this returns; an existing one is replaced only with `force`.
     into : str
         The format, see `targets`.
     start, end : time, optional
@@ -111,7 +111,7 @@ def write(satellites: Satellite | Iterable[Satellite], path: str | os.PathLike[s
     step_s : float, optional
         Seconds between interpolated states; the stored points if not given.
     tolerance_m : float
-        Satellites are divided at gaps in which states may be off by more metres, in formats that can be divided.
+        Satellites are divided at gaps in which states may be off by more than this, in formats that allow it.
     covariances : bool
         Write covariances where the format has them on request.
     round_times : bool
@@ -143,7 +143,7 @@ def write_each(satellites: Satellite | Iterable[Satellite], directory: str | os.
                start: OneTime | None = None, end: OneTime | None = None, step_s: float | None = None,
                tolerance_m: float = 1000.0, covariances: bool = False, round_times: bool = False, force: bool = False,
                **options: Any) -> None:
-    """Write a file for each satellite into a directory, which is made if there is none; otherwise as `write`.
+    """Write a file for each satellite into a directory, created if missing; otherwise as `write`.
 
     The files are named by number, record within the file, and the suffix of the format.
     """

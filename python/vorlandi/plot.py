@@ -1,9 +1,9 @@
 """Pictures of satellites with matplotlib, which is imported when a function is called.
 
-Each function draws into the Axes `ax`, or into those of a new figure, and returns them. Further keywords go to the
-lines: ``color``, ``linewidth`` and others of `matplotlib.lines.Line2D`. Times are UTC. New Axes get a legend if there
-are two to ten lines; given Axes get labels if they are empty, and no legend. Nothing is shown and no setting is
-changed: call ``matplotlib.pyplot.show()`` or ``ax.figure.savefig(path)``.
+Each function draws into the Axes `ax`, or into new ones, and returns them. Further keywords go to the lines: ``color``,
+``linewidth`` and others of `matplotlib.lines.Line2D`. Times are UTC. New Axes get a legend if there are two to ten
+lines; given Axes get labels if they are empty, and no legend. Nothing is shown and no setting is changed: call
+``matplotlib.pyplot.show()`` or ``ax.figure.savefig(path)``.
 
 Lines go through the points and, where these are more than a minute apart, through states between them. They break
 where no state is answered.
@@ -51,7 +51,7 @@ def _listed(sats: Satellites) -> list[Satellite]:
 
 
 def _labels(sats: list[Satellite]) -> list[str]:
-    """Numbers and, as far as these don't tell the satellites apart, frames, files and records."""
+    """Numbers and, where these don't distinguish the satellites, frames, files and records."""
     labels = [str(sat.number) for sat in sats]
     additions: tuple[Callable[[Satellite], str], ...] = (
         lambda sat: sat.frame, lambda sat: os.path.basename(sat.file), lambda sat: str(sat.record))
@@ -75,7 +75,7 @@ def _unanswered(times: Floats, *sats: Satellite) -> NDArray[np.bool_]:
 
 
 def _times_of(sat: Satellite) -> Floats:
-    """The times of the points, those between points that are far apart, and one in each interval without answers."""
+    """The times of the points, times between distant points, and one in each interval without answers."""
     times = sat.points.ds50
     steps = np.diff(times)
     parts = np.ceil(steps * (_MINUTES_PER_DAY / _LONGEST_STEP_MIN) - _ROUNDING).astype(np.int64).clip(1)
@@ -103,7 +103,7 @@ def _rotates(sat: Satellite) -> bool:
 
 
 def _orbit_axes(states: Floats, rotates: bool) -> Floats:
-    """Unit vectors radial, in-track and cross-track by the inertial velocity, shape (n, 3, 3); NaN for no such axes."""
+    """Radial, in-track and cross-track unit vectors by the inertial velocity, shape (n, 3, 3); NaN if undefined."""
     position = states[:, :3]
     velocity = states[:, 3:] + (np.cross([0.0, 0.0, _EARTH_ROTATION_RAD_S], position) if rotates else 0.0)
     normal = np.cross(position, velocity)
@@ -144,7 +144,7 @@ def _explain(axes: Axes) -> None:
 
 
 def _show_utc(ax: Axes) -> None:
-    """Dates in UTC, whatever zone the settings name, unless somebody has chosen other ticks."""
+    """Dates in UTC, regardless of the zone in the settings, unless the ticks were already chosen."""
     from matplotlib import dates
 
     axis = ax.xaxis
@@ -178,7 +178,7 @@ def _draw(ax: Axes | None, curves: list[Curve], title: str, line: dict[str, Any]
 
 
 def _named(names: Iterable[str], line: dict[str, Any]) -> list[str]:
-    """Labels of lines that belong together, after the label that was given for all."""
+    """Labels of lines that belong together, after the label for all of them."""
     label = line.pop("label", None)
     return [name if label is None else f"{label} {name}" for name in names]
 
@@ -250,7 +250,7 @@ def orbit(sats: Satellites, t: TimeLike | None = None, *, ax: Axes | None = None
 
 
 def height(sats: Satellites, t: TimeLike | None = None, *, ax: Axes | None = None, **line: Any) -> Axes:
-    """Distance from the centre of the earth less 6378.137 km, in km.
+    """Distance from the centre of the earth minus 6378.137 km, in km.
 
     Parameters
     ----------
@@ -332,7 +332,7 @@ def points(sats: Satellites, *, ax: Axes | None = None, **line: Any) -> Axes:
     Returns
     -------
     matplotlib.axes.Axes
-        The bar of the first satellite is at 0, that of the next at 1, and so on.
+        The bar of the first satellite is at 0, the next at 1, and so on.
     """
     them = _listed(sats)
     bars = []
@@ -350,12 +350,12 @@ def points(sats: Satellites, *, ax: Axes | None = None, **line: Any) -> Axes:
 
 def difference(a: Satellite, b: Satellite, *, step_s: float | None = None, start: OneTime | None = None,
                end: OneTime | None = None, ignore_frames: bool = False, ax: Axes | None = None, **line: Any) -> Axes:
-    """Position of `b` minus that of `a` in m, radial, in-track and cross-track of `a`.
+    """Position of `b` minus position of `a` in m, radial, in-track and cross-track of `a`.
 
     Parameters
     ----------
     a, b, step_s, start, end, ignore_frames
-        As for `vorlandi.analysis.diff`, which makes the values: at the points of `a` if no step is given.
+        As for `vorlandi.analysis.diff`, which calculates the values: at the points of `a` if no step is given.
     ax : matplotlib.axes.Axes, optional
     **line
         Keywords for the three lines; ``label`` is put before their names.
@@ -367,7 +367,7 @@ def difference(a: Satellite, b: Satellite, *, step_s: float | None = None, start
     Raises
     ------
     ValueError
-        If the frames differ, or it is not known whether that of `a` rotates.
+        If the frames differ, or it is not known whether the frame of `a` rotates.
     NoDataError
         If there is no time at which both have a state.
 
@@ -401,7 +401,7 @@ def error(sats: Satellites, *, ax: Axes | None = None, **line: Any) -> Axes:
     Returns
     -------
     matplotlib.axes.Axes
-        A line breaks where no state is answered, or nothing can be said; see `Satellite.error`. The scale is
+        A line breaks where no state is answered or there is no estimate; see `Satellite.error`. The scale is
         logarithmic if the values differ by more than a factor of ten.
     """
     them = _listed(sats)

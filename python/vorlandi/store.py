@@ -18,7 +18,7 @@ __all__ = ["attach", "count", "keys", "save"]
 
 
 def count() -> int:
-    """The number of satellites in the store, those that C code has put there among them."""
+    """The number of satellites in the store, including those that C code has stored."""
     return _vorlandi.count()
 
 
@@ -28,12 +28,12 @@ def keys() -> NDArray[np.int64]:
 
 
 def attach(key: int) -> Satellite:
-    """A satellite that C code has stored. It stays in the store when the object goes.
+    """A satellite that C code has stored. It stays in the store when the object is deleted.
 
     Raises
     ------
     ClosedError
-        If there is no such key. A key that C code made stale is not noticed once it names another satellite.
+        If there is no such key. A stale key is not noticed once it names another satellite.
     """
     file = os.fsdecode(_vorlandi.fields(key)[3])
     return Satellite(key, owner=False, origin=Origin(file))

@@ -33,7 +33,7 @@ __all__ = ["ds50", "load_leap_seconds", "tai_to_utc", "to_astropy", "to_datetime
 
 
 class AstropyTime(Protocol):
-    """What is used of an astropy ``Time``."""
+    """The used part of an astropy ``Time``."""
 
     @property
     def jd1(self) -> Any: ...
@@ -49,7 +49,7 @@ class AstropyTime(Protocol):
 
 
 class SkyfieldTime(Protocol):
-    """What is used of a skyfield ``Time``."""
+    """The used part of a skyfield ``Time``."""
 
     @property
     def whole(self) -> Any: ...
@@ -77,7 +77,7 @@ def _of_datetime(time: datetime) -> float:
         raise TypeError(f"{time!r} has no time zone; for UTC give it tzinfo=datetime.timezone.utc")
     utc = time.astimezone(timezone.utc)
     seconds = (utc.hour * 60 + utc.minute) * 60 + utc.second
-    # Those of pandas have nanoseconds, too.
+    # pandas timestamps also have nanoseconds.
     ns = (seconds * 1_000_000 + utc.microsecond) * 1000 + int(getattr(utc, "nanosecond", 0))
     return utc.toordinal() + _DAY_OF_ORDINAL_0 + ns / _NS_PER_DAY
 
@@ -127,7 +127,7 @@ def _of_array(times: NDArray[Any]) -> Floats:
 
 
 def _of_tai(days: Any) -> Any:
-    """From TAI days since 1950: the UTC days of others have 86,401 s where a leap second is inserted."""
+    """From TAI days since 1950: in other packages, UTC days with a leap second have 86,401 s."""
     return _vorlandi.tai_to_utc(days)
 
 
@@ -337,7 +337,7 @@ def tai_to_utc(tai: float | Floats | Sequence[float]) -> float | Floats:
 
 
 def load_leap_seconds(path: str | os.PathLike[str]) -> None:
-    """Replace the table of leap seconds by that of a leap-seconds.list file, for the process.
+    """Replace the table of leap seconds with a leap-seconds.list file, for the process.
 
     Raises
     ------

@@ -21,8 +21,7 @@ struct DmaObject {
     std::array<void*, 2> attachments{};  // the object is released only while both are null
 };
 
-// A key is a DMA key when it is a multiple of 10: 0 and negative multiples are, too, though they name no
-// object.
+// A key is a DMA key when it is a multiple of 10: also 0 and negative multiples, though they name no object.
 constexpr bool isdma(std::int64_t key) noexcept { return key % 10 == 0; }
 
 // The address that must be in the self field of the object that a DMA key names.
@@ -45,11 +44,11 @@ std::int64_t publishdmaobject(DmaObject& object, std::int32_t type, void* record
 
 void releasedmaobject(DmaObject& object) noexcept;
 
-// Nobody makes or releases objects in between: for fork.
+// No objects are made or released between the two: for fork.
 void lockdmaobjects() noexcept;
 void unlockdmaobjects() noexcept;
 
-// Gives all memory back. Requires that nobody holds a key any more.
+// Frees all memory. Requires that nobody holds a key any more.
 void freedmaobjects() noexcept;
 
 }  // namespace vorlandi

@@ -1,9 +1,9 @@
 // Held reports: messages and read events of a thread that are kept back until it is known whether they are to be
 // delivered, or until their turn has come.
 //
-// 1. Reports are kept in memory given beforehand, so that keeping one allocates nothing and can't fail for want of it.
-// 2. Delivered, they take the ways of the calling thread, in the order in which they came. If that thread keeps reports
-//    itself, they are kept there.
+// 1. Reports are kept in memory provided in advance, so that keeping one allocates nothing and can't fail.
+// 2. They are delivered through the calling thread's own channels, in the order in which they came. If that thread
+//    keeps reports itself, they are kept there.
 #pragma once
 
 #include <cstddef>
@@ -15,7 +15,7 @@ namespace vorlandi {
 
 class HeldReports {
 public:
-    // `observed`: is there a read observer whom events would reach?
+    // `observed`: is there a read observer to receive events?
     HeldReports(std::span<char> room, bool observed) noexcept : room_(room), observed_(observed) {}
     HeldReports(const HeldReports&) = delete;
     HeldReports& operator=(const HeldReports&) = delete;
@@ -40,10 +40,10 @@ public:
     // Delivers what has been kept; reports that follow are passed on at once. Throws what the read observer throws.
     void deliver();
 
-    // Drops what follows.
+    // Drops later reports.
     void drop() noexcept { state_ = State::Dropping; }
 
-    // Keeps from the beginning again.
+    // Starts keeping again, from the beginning.
     void clear() noexcept;
 
     // Takes a report of the thread: false if it is to be passed on. The file name of an event has to stay valid.
@@ -53,7 +53,7 @@ public:
 protected:
     ~HeldReports() = default;
 
-    // There is no room for a report: decides, by deliver() or drop(), what becomes of it and of those that follow.
+    // There is no room for a report: decides, by deliver() or drop(), what happens to it and to later ones.
     virtual void onFull() noexcept { drop(); }
 
 private:
@@ -69,7 +69,7 @@ private:
     State state_ = State::Keeping;
 };
 
-// Those that the calling thread keeps its reports in; null if it delivers them.
+// Where the calling thread keeps its reports; null if it delivers them.
 HeldReports* heldReports() noexcept;
 
 }  // namespace vorlandi

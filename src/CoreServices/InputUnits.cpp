@@ -199,7 +199,7 @@ std::int64_t InputUnit::readInto(char* bytes, std::size_t capacity) {
     return count;
 }
 
-// Reads more bytes, after those not handed out yet. False when there are none, for whatever reason.
+// Reads more bytes, after those not handed out yet. False if there are none, for any reason.
 bool InputUnit::refill() {
     if (exhausted_ || failed_ || !source_) return false;
     const auto kept = static_cast<std::size_t>(end_ - next_);

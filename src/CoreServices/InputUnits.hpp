@@ -127,7 +127,7 @@ private:
     const char* end_ = nullptr;       // one past the last byte in the buffer
     const char* lastLine_ = nullptr;  // beginning of the line read last
     std::int64_t lineNumber_ = 0;
-    std::int64_t firstLine_ = 0;  // number before that of the first line; not 0 in a unit of moved lines
+    std::int64_t firstLine_ = 0;  // number of the line before the first; not 0 in a unit of moved lines
     std::int64_t bytesRead_ = 0;  // since the unit was opened or rewound: the position of end_ in the source
     std::int64_t size_ = 0;       // of the file, as far as it has ever been read
     bool atStart_ = true;
@@ -138,7 +138,7 @@ private:
     bool failed_ = false;
 };
 
-// What kind of file may be opened: regular files and pipes, or regular files alone, which never block or go on without
+// What kind of file may be opened: regular files and pipes, or only regular files, which never block or go on without
 // end.
 enum class FileKind { Any, Regular };
 

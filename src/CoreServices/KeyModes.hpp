@@ -16,7 +16,7 @@ struct KeyModes {
     std::int32_t dup = 0;
 };
 
-// All modes as they are at one moment: a change of two of them is seen whole.
+// A snapshot of all modes: a change of two of them is seen whole.
 KeyModes keyModes() noexcept;
 
 inline std::int32_t useallkeymode() noexcept { return keyModes().useAll; }

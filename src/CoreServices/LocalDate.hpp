@@ -11,8 +11,7 @@ struct LocalDate {
 
 LocalDate localDate() noexcept;
 
-// The clock that localDate() reads, in seconds since 1970; null for the system's. A test sets one and takes
-// it away again.
+// The clock that localDate() reads, in seconds since 1970; null for the system's. A test sets one and removes it again.
 using Clock = std::time_t (*)();
 void setClock(Clock clock) noexcept;
 

@@ -49,7 +49,7 @@ bool isTiny(std::string_view number) noexcept {
     return static_cast<long>(point) - static_cast<long>(leading) + exponent < 0;
 }
 
-// The whole text as a number, in the forms of std::from_chars alone.
+// The whole text as a number, only in the forms of std::from_chars.
 std::optional<double> plainReal(std::string_view text) noexcept {
     double value = 0.0;
     const char* const last = text.data() + text.size();
@@ -63,8 +63,7 @@ std::optional<double> plainReal(std::string_view text) noexcept {
     return value;
 }
 
-// The exponent of a number, blanks inside ignored where they are allowed; one that no double reaches is as good
-// as any other such.
+// The exponent of a number, blanks inside ignored where they are allowed; all that no double reaches are equivalent.
 std::optional<int> exponentOf(std::string_view text, bool blanksInside) noexcept {
     constexpr int kBeyondAnyDouble = 1'000'000;
     if (blanksInside) text = leftAdjusted(text);

@@ -57,8 +57,8 @@ ReadOutcome readColumns(std::string_view line, Columns where, std::int32_t& valu
 ReadOutcome readColumns(std::string_view line, RealColumns where, std::span<double> values,
                         Exponents exponents = Exponents::WithLetter) noexcept;
 
-// Takes numbers separated by blanks, tabs or commas from one text, from left to right. Two commas with
-// nothing between give 0; a slash ends the list, and the rest are 0.
+// Takes numbers separated by blanks, tabs or commas from one text, from left to right. Two commas with nothing between
+// mean 0; a slash ends the list, and the rest are 0.
 class FreeFormList {
 public:
     explicit FreeFormList(std::string_view text, Exponents exponents = Exponents::WithLetter) noexcept
@@ -75,7 +75,7 @@ public:
         return ReadOutcome::Success;
     }
 
-    // The next value whatever it is, a text in quotes included; a null value is an empty text.
+    // The next value of any kind, including a text in quotes; a null value is an empty text.
     ReadOutcome nextWord(std::string_view& word) noexcept;
 
     bool slashMet() const noexcept { return slash_; }
@@ -83,7 +83,7 @@ public:
     // Has a value been left out so far, between two commas or by a slash?
     bool leftOut() const noexcept { return leftOut_; }
 
-    // Goes on in a further line; the end of the one before counts as a blank.
+    // Continues on the next line; the end of the previous one counts as a blank.
     void goOn(std::string_view line) noexcept {
         position_ = line.data();
         end_ = line.data() + line.size();

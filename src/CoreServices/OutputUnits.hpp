@@ -22,7 +22,7 @@ enum class FileMode { Replace, Append };
 // that has no reader (ENXIO); one that waits does so already while it is opened.
 enum class WhenFull { Wait, GiveUp };
 
-// A file of the system, by whatever name it was opened.
+// Identifies a file of the system, under any name.
 struct FileIdentity {
     dev_t device = 0;
     ino_t inode = 0;

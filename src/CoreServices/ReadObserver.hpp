@@ -1,4 +1,4 @@
-// The read observer: hears what loading on its thread encounters.
+// The read observer: receives what loading on its thread encounters.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 namespace vorlandi {
 
-// An observer and what it is called with; no observer if `call` is null.
+// An observer and its context; no observer if `call` is null.
 struct ReadObserver {
     VorlanReadObserver call = nullptr;
     void* userData = nullptr;

@@ -1,4 +1,4 @@
-// Sorting of fixed-length sort strings, or what else decides an order, with their keys.
+// Sorting of fixed-length sort strings, or other sort criteria, with their keys.
 #pragma once
 
 #include <algorithm>

@@ -12,7 +12,7 @@
 namespace vorlandi {
 namespace {
 
-// How long a thread waits for a file that takes nothing, once until it takes something again.
+// How long a thread waits for a file that accepts nothing, once until it accepts something again.
 constexpr std::chrono::milliseconds kPatience{500};
 
 // Text in a fixed room: what does not fit is not appended.

@@ -1,6 +1,6 @@
-// The trace file: one line for each message. Writing a line allocates nothing, and a pipe or terminal that takes
-// nothing stops no thread for long: what can't be written is dropped and counted, and once writing works again a line
-// says how many messages were dropped.
+// The trace file: one line for each message. Writing a line allocates nothing, and a pipe or terminal that accepts
+// nothing doesn't stop a thread for long: what can't be written is dropped and counted, and once writing works again a
+// line says how many messages were dropped.
 #pragma once
 
 #include <atomic>
@@ -28,7 +28,7 @@ public:
     std::mutex& mutex() noexcept { return mutex_; }
 
 private:
-    // Exchanges the file for the one before.
+    // Replaces the previous file.
     void replace(OutputUnit&& file) noexcept;
     bool writeLine(std::int32_t severity, std::string_view text) noexcept;
     bool writePiece(std::string_view piece) noexcept;

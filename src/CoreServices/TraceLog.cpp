@@ -14,8 +14,8 @@
 namespace vorlandi {
 namespace {
 
-// Messages are logged until the process ends, also by objects that are destroyed after those here would be. So nothing
-// here is ever destroyed.
+// Messages are logged until the process ends, even by objects that are destroyed after the ones here would be. So
+// nothing here is ever destroyed.
 template <class T>
 union NeverDestroyed {
     constexpr NeverDestroyed() noexcept : object() {}

@@ -11,7 +11,7 @@
 
 namespace vorlandi {
 
-// A handler and what it is called with; no handler if `call` is null.
+// A handler and its context; no handler if `call` is null.
 struct TraceHandler {
     VorlanTraceHandler call = nullptr;
     void* userData = nullptr;
@@ -21,7 +21,7 @@ struct TraceHandler {
 void tracelogerror(std::string_view text) noexcept;
 void traceloginfo(std::string_view text) noexcept;
 
-// Opens the trace file in place of the one before. Returns 0 or the errno of the failed open.
+// Opens the trace file, replacing the previous one. Returns 0 or the errno of the failed open.
 int openTraceFile(std::string_view name) noexcept;
 void closeTraceFile() noexcept;
 

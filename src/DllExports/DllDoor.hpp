@@ -1,5 +1,5 @@
-// The C door: what every exported function shares. Outputs are zeroed before any work, null ones skipped; texts are
-// taken from and put into fixed-length character arrays; no exception leaves it.
+// The C door, shared by all exported functions. Outputs are zeroed before any work, null ones skipped; texts are taken
+// from and put into fixed-length character arrays; no exception leaves it.
 #pragma once
 
 #include <algorithm>
@@ -19,8 +19,8 @@ namespace vorlandi {
 // or the strings of a sort could not be stored.
 [[gnu::cold]] void reportException(std::string_view function) noexcept;
 
-// Runs the work of an exported function, whose name is `function`. After an exception the result is that of a failure:
-// status 2, no key, or 0. Costs nothing while nothing is thrown.
+// Runs the work of an exported function, whose name is `function`. After an exception the result is a failure: status
+// 2, no key, or 0. Costs nothing while nothing is thrown.
 template <class Work>
 auto catchAll(const char* function, Work&& work) noexcept -> decltype(work()) {
     using Result = decltype(work());
@@ -49,7 +49,7 @@ void setOutput(T* output, T value) noexcept {
 template <class T>
 void setOutput(T* output, const T* values, std::size_t size) noexcept {
     static_assert(std::is_trivially_copyable_v<T>);
-    // Of a constant size it takes no call, as std::copy does.
+    // With a constant size it is not a call, unlike std::copy.
     if (output != nullptr) std::memcpy(output, values, size * sizeof(T));
 }
 

@@ -1,5 +1,5 @@
-// Gives all memory back when the library is unloaded while the process goes on, and none when the process ends: other
-// threads may then still be querying, and the system takes the memory anyway.
+// Frees all memory when the library is unloaded while the process goes on, and none when the process ends: other
+// threads may then still be querying, and the system frees the memory anyway.
 //
 // The two are told apart by their order. When a library is unloaded its destructor functions run before the handlers
 // that it has registered for the end of the process; when the process ends it is the other way round.

@@ -1,6 +1,5 @@
-// BlockPool: memory for objects of one kind, side by side in blocks that grow by half. What is released
-// serves the next object; the blocks but the first are given back when no object is left. Any thread may take and
-// release.
+// BlockPool: memory for objects of one kind, side by side in blocks that grow by half. Released memory serves the next
+// object; all blocks but the first are freed when no object is left. Any thread may take and release.
 #pragma once
 
 #include <sys/mman.h>
@@ -40,11 +39,11 @@ public:
         if (--taken_ == 0) giveBack();
     }
 
-    // Nobody takes or releases objects in between: for fork.
+    // No objects are taken or released between the two: for fork.
     void lock() noexcept { mutex_.lock(); }
     void unlock() noexcept { mutex_.unlock(); }
 
-    // Gives the first block back, too. Requires that no object is left.
+    // Also frees the first block. Requires that no object is left.
     void freeAll() noexcept {
         if (taken_ > 0 || blocks_ == 0) return;
         giveBack();

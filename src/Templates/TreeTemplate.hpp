@@ -1,7 +1,7 @@
 // TreeTemplate: an AVL tree whose shape is part of its contract (N. Wirth, Algorithms + Data Structures =
 // Programs, 1976, section 4.5). It knows no guard, no file and no satellite.
 //
-// A Node has the members key, sequenceNumber, balance, left and right. Traits says what becomes of the rest:
+// A Node has the members key, sequenceNumber, balance, left and right. Traits handles the rest:
 //     // Are these the same thing, not just the same key?
 //     static bool equal(const Node& stored, const Node& added);
 //     // Exchanges all but key, number, balance and links.
@@ -10,7 +10,7 @@
 //     static void prefetchForRelease(const Node& node);
 //
 // Invariants:
-// 1. Keys of the left subtree are smaller than the node's, those of the right subtree larger.
+// 1. Keys of the left subtree are smaller than the node's, keys of the right subtree larger.
 // 2. balance = height(right) - height(left), and lies in -1 to +1.
 // 3. A node's sequence number is the value of the tree's counter when it was linked; the counter never falls.
 // 4. count() is the number of nodes.
@@ -61,7 +61,8 @@ public:
         return removed;
     }
 
-    // Unlinks all nodes at once; the root of what is the caller's from now on. The counter of sequence numbers goes on.
+    // Unlinks all nodes at once and returns their root; they are the caller's from now on. The counter of sequence
+    // numbers goes on.
     Node* detachAll() noexcept {
         count_ = 0;
         return root_.exchange(nullptr, std::memory_order_acq_rel);
@@ -181,7 +182,7 @@ private:
         slot = right;
     }
 
-    // Double rotations; the balances of the two outer nodes follow from that of the inner one.
+    // Double rotations; the balances of the two outer nodes follow from the inner one's.
     static void rotateLeftRight(Node*& slot) {
         Node* const node = slot;
         Node* const left = node->left;
@@ -290,7 +291,7 @@ private:
         }
     }
 
-    // `lower` and `upper` are the keys between which those of the subtree must lie; null means no bound.
+    // The keys of the subtree must lie between `lower` and `upper`; null means no bound.
     int heightOf(const Node* node, const Key* lower, const Key* upper, const char*& broken) const {
         if (node == nullptr) return 0;
         const auto breaks = [&](const char* what) {

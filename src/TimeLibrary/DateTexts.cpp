@@ -37,7 +37,7 @@ std::optional<double> ds50Of(const DateParts& parts) noexcept {
     return day + (parts.hour * 3600.0 + parts.minute * 60.0 + parts.second) / kSecondsPerDay;
 }
 
-// Digits alone, at most nine; -1 if there is anything else, or nothing.
+// Only digits, at most nine; -1 if there is anything else, or nothing.
 int digitsOf(std::string_view text) noexcept {
     if (text.empty() || text.size() > 9) return -1;
     int value = 0;
@@ -121,7 +121,7 @@ std::optional<double> compactTime(const CompactText& date) noexcept {
     return ds50Of(parts);
 }
 
-// The usual text of compactTime, read without a look for blanks: digits alone, to the millisecond. Nothing for any
+// The usual text of compactTime, read without a check for blanks: only digits, to the millisecond. Nothing for any
 // other.
 template <std::size_t YearWidth>
 std::optional<double> usualTime(const char* text) noexcept {

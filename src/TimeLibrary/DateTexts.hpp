@@ -16,7 +16,7 @@ namespace vorlandi {
 double date_in(std::string_view text) noexcept;
 inline double datestr2ds50(std::string_view text) noexcept { return date_in(text); }
 
-// Every form of the interface: those of date_in, YYDDD.DDDDDDDD, YYYYDDD.DDDDDDDD, YYYY/DDD HHMM SS.SSS,
+// Every form of the interface: the forms of date_in, YYDDD.DDDDDDDD, YYYYDDD.DDDDDDDD, YYYY/DDD HHMM SS.SSS,
 // YYYYMonDDHHMMSS.SSS, DD Mon YYYY HH:MM:SS.SSS, YYYY/MM/DD HH:MM:SS.SSS, YYYY-MM-DDTHH:MM:SS.SSS and
 // YYYY-DDDTHH:MM:SS.SSS.
 double dtg2ds50utc(std::string_view text) noexcept;
@@ -24,8 +24,8 @@ double dtg2ds50utc(std::string_view text) noexcept;
 // Is the second of this date 60? Ds50UTC does not tell a leap second from the second after it.
 bool isSecond60(std::string_view text) noexcept;
 
-// The forms of an epoch text of a satellite key: the first six of those above, in the fifth also zeros for blanks.
-// Nothing if the text has none of them.
+// The forms of an epoch text of a satellite key: the first six forms above, in the fifth also zeros for blanks. Nothing
+// if the text has none of them.
 std::optional<double> epochTextToDs50(std::string_view text) noexcept;
 
 // YYDDDHHMMSS.SSS, rounded to the millisecond. Blanks if the time isn't finite or is outside 1900 to 2199.

@@ -8,10 +8,10 @@ namespace vorlandi {
 
 class ElapsedTime {
 public:
-    // `inLeapSecond`: the epoch is in second 60, whose Ds50UTC is that of the second after it.
+    // `inLeapSecond`: the epoch is in second 60, which has the Ds50UTC of the second after it.
     explicit ElapsedTime(double epochUTC, bool inLeapSecond = false, const LeapTable& table = leapTable()) noexcept;
 
-    // Ds50UTC. A time inside a leap second continues the old day: it is that of a second later.
+    // Ds50UTC. A time inside a leap second continues the old day: it equals the time a second later.
     double utcAt(double seconds) noexcept {
         seconds -= epochOffset_;
         if (!(seconds >= from_ && seconds < end_)) [[unlikely]]

@@ -98,7 +98,7 @@ std::optional<DayTime> usualForm(std::string_view text, LastDay& lastDay) noexce
     return DayTime{*day, hour * 3600.0 + minute * 60.0 + second};
 }
 
-// What else dtg2ds50utc takes with dashes. It knows leap seconds, which are in UTC only.
+// The other forms with dashes that dtg2ds50utc accepts. It knows leap seconds, which exist only in UTC.
 std::optional<double> looseForm(std::string_view text, TimeScale scale) noexcept {
     if (text.size() < 5 || text[4] != '-') return std::nullopt;
     if (scale != TimeScale::Utc && isSecond60(text)) return std::nullopt;

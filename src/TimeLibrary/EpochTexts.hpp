@@ -10,7 +10,7 @@ namespace vorlandi {
 
 enum class TimeScale { Utc, Tai, Gps, Tt };
 
-// The day number of the calendar date converted last: of many epochs, most are on the day of the one before.
+// The day number of the calendar date converted last: most epochs are on the same day as the one before.
 class LastDay {
 public:
     static constexpr std::size_t kDateSize = 10;  // YYYY-MM-DD
@@ -26,8 +26,8 @@ private:
 // Ds50UTC of an epoch; nothing if it is not one. A time in UTC has the bits of dtg2ds50utc; the others are converted in
 // seconds of the day, so that they round once, as a time in UTC does. Second 60 exists in UTC only.
 //
-// `lastDay` may serve many epochs. `inLeapSecond` tells whether the epoch is inside a leap second: its Ds50UTC is that
-// of a second later.
+// `lastDay` may serve many epochs. `inLeapSecond` tells whether the epoch is inside a leap second, where Ds50UTC equals
+// the time a second later.
 std::optional<double> epochToDs50utc(std::string_view text, TimeScale scale, LastDay& lastDay,
                                      bool& inLeapSecond) noexcept;
 inline std::optional<double> epochToDs50utc(std::string_view text, TimeScale scale) noexcept {

@@ -35,7 +35,7 @@ LeapStep stepAt(double day, double taiMinusUtc) {
     return {day, taiMinusUtc, daysOffset, day + daysOffset, std::numeric_limits<double>::infinity()};
 }
 
-// All tables of the process, in a list without a destructor: other threads may be asking until the process ends.
+// All tables of the process, in a list without a destructor: other threads may use them until the process ends.
 struct KeptTable {
     LeapTable table;
     KeptTable* before;

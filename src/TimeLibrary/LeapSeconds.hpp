@@ -1,8 +1,8 @@
 // The leap-second table: TAI - UTC as a step function of UTC. A step takes effect at 0h UTC of its day;
 // before the first step its value holds (10 s before 1972).
 //
-// Tables are immutable. A new one replaces the old one as a whole; the old ones are kept, since another
-// thread may be looking into them.
+// Tables are immutable. A new one replaces the old one as a whole; the old ones are kept, since another thread may be
+// reading them.
 #pragma once
 
 #include <atomic>
@@ -62,7 +62,7 @@ const LeapTable* parseLeapSeconds(std::string_view text, MessageText& problem);
 // Replaces the table in force by a file's. 0, the errno of a failed open, or 2 with a logged message.
 int loadLeapSeconds(std::string_view fileName);
 
-// Deletes all tables, that in force included: for unloading.
+// Deletes all tables, including the one in force: for unloading.
 void freeLeapTables() noexcept;
 
 }  // namespace vorlandi

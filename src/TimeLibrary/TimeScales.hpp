@@ -26,7 +26,7 @@ struct SplitTai {
     double seconds;
 };
 
-// std::floor without a call for usual times.
+// std::floor, without a call for usual times.
 constexpr double kWholeDaysBelow = 1e9;
 inline double wholeDays(double time) noexcept {
     if (!(std::abs(time) < kWholeDaysBelow)) return std::floor(time);

@@ -13,7 +13,7 @@
 namespace vorlandi {
 namespace {
 
-// Blocks of this size and more are mapped on their own: they grow by remapping, whatever else is on the heap.
+// Blocks of this size and more are mapped on their own: they grow by remapping, independently of the heap.
 constexpr std::size_t kMappedFrom = std::size_t{2} << 20;
 
 // A mapped block begins with this much address space, which doubles when it is used up. Pages are only taken

@@ -1,10 +1,10 @@
-// GrowingBlock: memory that grows without being filled or, once it is large, moved; and that several owners
-// may share.
+// GrowingBlock: raw memory that grows uninitialised and can have several owners; large blocks grow by remapping, not by
+// copying.
 //
 // 1. Bytes within a size asked for keep their values until the block shrinks below them; all others are not
 //    initialised.
-// 2. Growing, shrinking and unsharing invalidate this owner's pointers into the block, never those of others.
-// 3. A block begins at a cache line, so that what fills lines doesn't straddle them.
+// 2. Growing, shrinking and unsharing invalidate this owner's pointers into the block, but no other owner's.
+// 3. A block begins at a cache line, so that data of line size doesn't straddle lines.
 // 4. Which bytes of a shared block may still be written is for the owners to agree upon.
 #pragma once
 
@@ -32,11 +32,11 @@ public:
     void grow(std::size_t size, std::size_t used);
     void shrink(std::size_t size) noexcept;
 
-    // Makes `other`, which must be empty, a further owner.
+    // Makes `other`, which must be empty, another owner.
     void shareWith(GrowingBlock& other) const noexcept;
     bool isShared() const noexcept;
 
-    // Goes on with a copy if there are other owners: a block of `size` bytes, no larger, with the first `used` bytes.
+    // Continues with a copy if there are other owners: a block of `size` bytes, no larger, with the first `used` bytes.
     void unshare(std::size_t used, std::size_t size);
 
     void swap(GrowingBlock& other) noexcept { std::swap(bytes_, other.bytes_); }
@@ -45,7 +45,7 @@ private:
     // Precedes the bytes.
     struct alignas(16) Header {
         std::atomic<std::int32_t> owners{1};
-        std::uint32_t offset;  // of the bytes in what the heap gave; 0 in a mapping of the block's own
+        std::uint32_t offset;  // of the bytes in the heap allocation; 0 in a mapping of the block's own
         std::size_t size;      // of the bytes
     };
     static_assert(sizeof(Header) == 16);

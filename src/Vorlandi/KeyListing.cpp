@@ -15,8 +15,8 @@ constexpr std::int32_t kReversed = 1;
 constexpr std::int32_t kByInsertion = 2;
 constexpr std::int32_t kByKey = 3;  // and above
 
-// A key with what orders it. The numbers compare as the sort strings do, but that epochs less than a billionth of a
-// day apart are not ties.
+// A key and its sort criteria. The numbers compare as the sort strings do, except that epochs less than a billionth of
+// a day apart are not ties.
 struct NumberedKey {
     std::uint64_t numberAndFrame;
     double epoch;  // Ds50UTC
@@ -45,7 +45,7 @@ std::uint64_t rankOfFrame(std::int32_t coordSys) noexcept {
     return kAsterisks;
 }
 
-// Is the text of an epoch in "F16.9" ordered as its value is? Not if it has a sign, doesn't fit or is no number.
+// Is the text of an epoch in "F16.9" ordered as its value is? Not if it has a sign, doesn't fit or is not a number.
 bool isOrderedAsText(double epoch) noexcept { return epoch >= 0.0 && epoch < 999'999.0 && !std::signbit(epoch); }
 
 // What the listing takes from the store, in descending order of keys; one of the three.
@@ -78,8 +78,8 @@ public:
     }
 
 private:
-    // Calls `take` with each node and its record, or an empty one. The records are spread over memory, and so fetched
-    // ahead.
+    // Calls `take` with each node and its record, or an empty one. The records are spread over memory, so they are
+    // prefetched.
     template <class Take>
     bool forEachRecord(Take&& take) const {
         constexpr std::size_t kAhead = 12;
@@ -92,7 +92,7 @@ private:
         return true;
     }
 
-    // False if the order of the epochs is not that of their texts.
+    // False if the order of the epochs differs from the order of their texts.
     bool gatherNumbers(std::vector<NumberedKey>& entries) const {
         entries.reserve(nodes_.size());
         return forEachRecord([&](const Vorlanbintree& node, const Vorlanrecord& record) {

@@ -10,7 +10,7 @@ namespace {
 
 constexpr PointCovariance kNoCovariance;
 
-// Up to so many points, memory grows by a quarter.
+// Up to this many points, memory grows by a quarter.
 constexpr std::int32_t kFewPoints = 256;
 
 }  // namespace

@@ -3,7 +3,7 @@
 // 1. States and covariances are stored apart: a state is a cache line, and covariances take no space until a point has
 //    one. A request for a state reads nothing else.
 // 2. Capacity grows by kGrowth points and never by doubling. Memory for the first few points is taken as they arrive,
-//    then for all of the capacity: the system gives pages only as points fill them.
+//    then for all of the capacity: the system provides pages only as points fill them.
 // 3. count() points are in use; the spare ones after them are not initialised.
 // 4. An array is absent until the first point is appended. A copy is deep and keeps the capacity.
 // 5. Appending and trimming invalidate pointers to points.
@@ -24,7 +24,7 @@ namespace vorlandi {
 
 constexpr std::size_t kCovarianceSize = 21;
 
-// What a point has besides its covariance: 8 slots of 64 bits.
+// A point without its covariance: 8 slots of 64 bits.
 struct Vorlanstate {
     double time = 0.0;        // Ds50UTC
     double pos[3] = {};       // km
@@ -80,7 +80,7 @@ public:
         return reinterpret_cast<const PointCovariance*>(covariances_.bytes());
     }
 
-    // The times of the first and the last point, without a look at the points.
+    // The times of the first and last points, without reading the points.
     double firstTime() const noexcept { return firstTime_; }
     double lastTime() const noexcept { return lastTime_; }
 
@@ -104,7 +104,7 @@ public:
         ++count_;
     }
 
-    // Gives a stored point its covariance. Not for an array that is shared. Throws StorageFailure if memory is short.
+    // Sets the covariance of a stored point. Not for an array that is shared. Throws StorageFailure if memory is short.
     void setCovariance(std::int32_t index, const PointCovariance& covariance);
 
     // Releases the spare space.

@@ -1,5 +1,6 @@
 // The failure of an allocation that ends the process by contract: of points, of a record, of the strings of a sort. It
-// is thrown, so that every lock and the store's guard are free when it is reported, and who can do better may catch it.
+// is thrown, so that every lock and the store's guard are free when it is reported, and code that can do better may
+// catch it.
 #pragma once
 
 #include <cstddef>

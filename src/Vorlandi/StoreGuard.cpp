@@ -9,8 +9,8 @@
 namespace vorlandi {
 namespace {
 
-// Repeats a look until it is true. The first looks spin, since most waits are short; then the core is given away after
-// each, so that whoever is waited for can run.
+// Repeats a check until it is true. The first checks spin, since most waits are short; later ones yield the core after
+// each, so that the other thread can run.
 template <class Look>
 void waitUntil(Look&& look) noexcept {
     for (int spins = 100; !look();) {
@@ -28,8 +28,7 @@ void leaveAfterFork() noexcept {
 }
 
 // DMA objects are made and released inside the writer side and outside, so their lock is taken with it. Installed
-// before all other fork handlers, and so called after them: fork holds up the store only once it waits for nothing
-// else.
+// before all other fork handlers, and so called after them: fork blocks the store only once it waits for nothing else.
 __attribute__((constructor(101))) void installForkHandlers() {
     ::pthread_atfork(
         [] {

@@ -4,19 +4,19 @@
 // 1. A reader that is inside sees no change of the tree; a writer waits for it without limit.
 // 2. The thread that is inside on one side must not enter the other: it would wait for itself. So messages, whose
 //    handler may call the library, are logged outside.
-// 3. In the fixed mode a reader looks at the flag and then announces itself. A writer may begin in between: this gap is
+// 3. In the fixed mode a reader checks the flag and then announces itself. A writer may begin in between: this gap is
 //    known and kept.
-// 4. In the safe mode a reader announces itself first and then looks at the flag; if it is raised, the reader steps
-//    back, waits and begins again. Nobody is inside together with a writer, by this argument: announcement and look of
-//    the reader, raising and counting of the writer are sequentially consistent, so they have one order. Either the
-//    announcement comes before the count, and the writer waits; or the raising comes before the look, and the reader
-//    steps back. A reader that sees the flag down reads what the last writer's lowering released, and a writer that
-//    counts no reader reads what their leaving released, since nothing but additions changes the counter.
-//    tests/store/guard_model.py tries all interleavings.
-// 5. Both modes use the same flag, counter and mutex, so the mode may be switched at any time. Whoever has entered
-//    leaves in the way it entered.
+// 4. In the safe mode a reader announces itself first and then checks the flag; if it is raised, the reader steps back,
+//    waits and begins again. No reader is inside together with a writer, because the reader's announcement and check
+//    and the writer's raising and counting are sequentially consistent and so have one order. Either the announcement
+//    comes before the count, and the writer waits; or the raising comes before the check, and the reader steps back. A
+//    reader that sees the flag down reads what the last writer's lowering released, and a writer that counts no reader
+//    reads what their leaving released, since nothing but additions changes the counter. tests/store/guard_model.py
+//    tries all interleavings.
+// 5. Both modes use the same flag, counter and mutex, so the mode may be switched at any time. A thread leaves in the
+//    way it entered.
 // 6. Fork takes the writer side. The readers of the parent don't exist in the child, whose counter starts at 0.
-// 7. Whoever is inside waits for no lock of the library but that of the DMA objects.
+// 7. A thread that is inside waits for no lock of the library except the lock of the DMA objects.
 #pragma once
 
 #include <atomic>
@@ -37,13 +37,13 @@ inline bool isGuardSafe() noexcept { return safeGuardMode.load(std::memory_order
 // VORLAN_GUARD_FIXED or VORLAN_GUARD_SAFE; false, and nothing changes, for any other number.
 bool setGuardMode(std::int32_t mode) noexcept;
 
-// Is a writer changing the tree? A full barrier comes before the look.
+// Is a writer changing the tree? A full barrier comes before the check.
 inline bool updateSeen() noexcept {
     std::atomic_thread_fence(std::memory_order_seq_cst);
     return isupdating.load(std::memory_order_seq_cst) != 0;
 }
 
-// Waits until no writer is seen, and not at a second look either.
+// Waits until two checks in a row see no writer.
 void waitForUpdate() noexcept;
 
 // Steps back, waits for the writer and announces the reader again, until no writer is there.
@@ -53,7 +53,7 @@ void enterAfterUpdate() noexcept;
 inline void vorlanbeginread() noexcept {
     const bool safe = isGuardSafe();
     if (!safe && updateSeen()) waitForUpdate();
-    // Sequentially consistent, so that no look into the tree is moved before the announcement.
+    // Sequentially consistent, so that no read of the tree is moved before the announcement.
     numreads.fetch_add(1, std::memory_order_seq_cst);
     if (safe && isupdating.load(std::memory_order_seq_cst) != 0) [[unlikely]]
         enterAfterUpdate();

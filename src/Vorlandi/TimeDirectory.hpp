@@ -1,9 +1,10 @@
 // TimeDirectory: the time of every 64th point of a large record, side by side. Where points are not evenly spaced, a
-// search finds its place here, in the cache, and then waits for memory once or twice instead of at each halving.
+// search finds its place here, in the cache, and then waits for memory once or twice instead of at each bisection.
 //
 // 1. Entry k is the time of point 64 k, counted from 0. Points get entries when space grows or is trimmed.
 // 2. Small records have no entries: they are in the cache themselves.
-// 3. Entries are only added, by the owner who may append points; others who share the memory see those of their time.
+// 3. Entries are only added, by the owner who may append points; others who share the memory see the entries of their
+//    time.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +26,7 @@ public:
     // Adds the entries of points that have none. Adds none, and searches take longer, when memory is short.
     void extend(const Vorlanstate* states, std::int32_t points) noexcept;
 
-    // Makes `other`, which must be empty, a further owner of these entries, who calls unshare() before it extends them.
+    // Makes `other`, which must be empty, another owner of these entries, which calls unshare() before it extends them.
     void shareWith(TimeDirectory& other) const noexcept;
     void unshare() noexcept;
 

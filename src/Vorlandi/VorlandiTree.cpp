@@ -23,8 +23,8 @@ bool isAlive(const DmaObject& object, std::int64_t key) noexcept {
 
 Vorlanrecord* recordIn(const DmaObject& object) noexcept { return static_cast<Vorlanrecord*>(object.record.load()); }
 
-// A DMA object and the record that it will hold, which nobody can find before they are published. Gives both back if
-// they never are.
+// A DMA object and the record that it will hold, which can't be found before they are published. Releases both if they
+// never are.
 class NewDma {
 public:
     NewDma() = default;
@@ -144,7 +144,7 @@ std::int32_t RemoveNode(std::int64_t key) noexcept {
 void vorlanemptytree() noexcept {
     Vorlanbintree* removed = nullptr;
     std::int32_t withoutObject = 0;
-    std::string_view problem;  // the same for all: every object that this library makes is a correct one
+    std::string_view problem;  // always the same: every object of this library is valid
     {
         const WriteGuard guard;
         removed = vorlantree.detachAll();

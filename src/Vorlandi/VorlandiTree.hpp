@@ -1,5 +1,5 @@
-// The store: one tree of records for the whole process, ordered by key. Adding, removing and emptying take
-// the writer side of the guard themselves; which lookups take the reader side is said with each.
+// The store: one tree of records for the whole process, ordered by key. Adding, removing and emptying take the writer
+// side of the guard themselves; each lookup says whether it takes the reader side.
 //
 // Messages are logged when neither side of the guard is held, since their handler may call the store.
 #pragma once
@@ -74,7 +74,7 @@ std::int32_t vorlangetnumoftreenodes(std::int32_t selector = 0) noexcept;
 void vorlangettreekeys(std::int32_t& count, std::int64_t* keys, std::int32_t order,
                        std::int64_t capacity = std::numeric_limits<std::int64_t>::max());
 
-// What is to be done with a record.
+// What the caller does with a record.
 enum class Access { Query, Change };
 
 // The record of a key for as long as the object lives, with the side of the guard held that it needs: in the safe mode

@@ -54,13 +54,13 @@ struct Vorlanbintree {
 
     std::int64_t key = 0;
     std::int32_t sequenceNumber = 0;  // order of insertion
-    std::int32_t balance = 0;         // height of the right subtree minus that of the left
+    std::int32_t balance = 0;         // height of the right subtree minus height of the left
     std::unique_ptr<Vorlanrecord> record;
     Vorlanbintree* left = nullptr;   // smaller keys
     Vorlanbintree* right = nullptr;  // larger keys
 };
 
-// Gives the memory of the pools back when no node and no record is left.
+// Frees the memory of the pools when no node and no record is left.
 void freeRecordPools() noexcept;
 
 }  // namespace vorlandi

@@ -46,7 +46,7 @@ struct Encounter {
     double at_s;  // since the first of 120 points
 };
 
-TEST(Approaches, ArePlantedOnes) {
+TEST(Approaches, AreThePlantedOnes) {
     const Encounter encounters[] = {
         {"crossing", 7000.0, 0.001, 500.0, 1.2, 1.0, 3.0, 3000.0},
         {"head-on, 15 km/s", 7000.0, 0.001, 500.0, 3.1, 1.0, 9.9, 3011.0},
@@ -86,7 +86,7 @@ TEST(Approaches, ArePlantedOnes) {
     }
 }
 
-// Two satellites a kilometre apart on one orbit are near all the time.
+// Two satellites a kilometre apart on one orbit are always near.
 TEST(Approaches, EndOfACommonSpanIsMarked) {
     const State leader = keplerState(7000.0, 0.0, 0.0);
     const State follower = keplerState(7000.0, 0.0, -1.0 / 7.5);
@@ -103,7 +103,7 @@ TEST(Approaches, EndOfACommonSpanIsMarked) {
     EXPECT_EQ(ends_s, (std::vector<double>{100.0, 640.0, 12060.0, 12210.0}));
     EXPECT_EQ(found.answered[0], 1.0);
     EXPECT_NEAR(found.answered[1], (540.0 + 150.0) / 12110.0, 1e-6);
-    // A range ends them, too.
+    // A range also ends them.
     const Approaches within = findApproaches(std::array<Satellite, 2>{first, second},
                                              {.within_km = 1.1, .range = {after(200.0), after(203.0)}});
     ASSERT_EQ(within.events.size(), 2u);
@@ -157,7 +157,7 @@ TEST(Approaches, AreWithinOneFrameAndOfDifferentNumbers) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << c.numberA << ' ' << name(c.frameA) << ' ' << name(c.frameB));
-        // Frames are names: the same numbers on turning axes are another orbit, but the encounter stays.
+        // Frames are only names: the same numbers on rotating axes are another orbit, but the encounter stays.
         const auto onAxesOf = [](Frame frame, State state) {
             if (motionOf(frame) == Motion::Rotating) return rotating(state, 0.0);
             return state;

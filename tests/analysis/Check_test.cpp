@@ -11,7 +11,7 @@ namespace {
 
 using testing::ElementsAreArray;
 
-// Every case names all findings: those that are not named are silent in it.
+// Every case names all its findings: no other kind may appear.
 struct FaultCase {
     const char* what;
     std::function<Points()> make;
@@ -302,7 +302,7 @@ TEST(Check, MeasuresJumps) {
     }
 }
 
-TEST(Check, LooksAtTheRangeThatIsAskedFor) {
+TEST(Check, ChecksOnlyTheRequestedRange) {
     const Points points = without(low(), 200, 289);
     const OwnedSatellite satellite = points.stored();
     EXPECT_EQ(checkSatellite(satellite, {}, {points.times[0], points.times[199]}).findings.size(), 0U);

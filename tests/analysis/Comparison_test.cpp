@@ -28,7 +28,7 @@ Points changedBy(Points points, const std::function<void(State&, std::size_t)>& 
     return points;
 }
 
-// By metres and mm/s along the axes of each state.
+// Shifts by metres and mm/s along the axes of each state.
 Points shifted(Points points, const std::array<double, 3>& metres, const std::array<double, 3>& mm_s) {
     const Motion motion = points.frame == Frame::ECR ? Motion::Rotating : Motion::Inertial;
     return changedBy(std::move(points), [=](State& state, std::size_t) {
@@ -69,7 +69,7 @@ Points withSigma(Points points, double sigma_m) {
     return points;
 }
 
-// Both can be stored at once although they are alike: the first one under another number.
+// Equal satellites can be stored together: the first gets another number.
 Comparison compared(const Points& a, const Points& b) {
     const OwnedSatellite first = add(8, a.frame, a.times.front());
     for (std::size_t i = 0; i < a.times.size(); ++i)
@@ -132,9 +132,9 @@ TEST(Compare, FindsOffsetsAndRotationsAndNamesTheirCauses) {
         if (offset) {
             EXPECT_NEAR(offset->seconds, seconds, 1e-7 + 1e-9 * std::abs(seconds));
             EXPECT_EQ(offset->meaning ? offset->meaning : "", meaning);
-            EXPECT_LT(offset->rms.after_m, 0.01);  // of times that are rounded when A is asked
+            EXPECT_LT(offset->rms.after_m, 0.01);  // times are rounded when A is queried
         }
-        if (offset) continue;  // along a circle it is nearly a rotation, too
+        if (offset) continue;  // along a circle it is also nearly a rotation
         ASSERT_EQ(rotation.has_value(), degrees != 0.0);
         if (!rotation) continue;
         EXPECT_NEAR(rotation->degrees, degrees, 1e-9);
@@ -184,7 +184,7 @@ TEST(Compare, CountsWhatIsNotAnsweredAndLeavesOutWhatHasNoAxes) {
     EXPECT_NEAR(unknown.statistics(Quantity::Distance).rms, 2.0, 1e-6);
 }
 
-TEST(CommonSpan, IsThatOfBothAndOfTheRange) {
+TEST(CommonSpan, IsTheIntersectionOfBothSpansAndTheRange) {
     const Points early = orbit(0.0, false, 100);
     Points late = early;
     const auto overlap = [&](double days, const Span& range = kAllTimes) {

@@ -158,7 +158,7 @@ TEST(Delivery, SatellitesFarOffAreSetAside) {
     differences.back() = withDistance(74.0);
     EXPECT_THAT(statisticsByAge(differences)[0].setAside, IsEmpty());
     EXPECT_DOUBLE_EQ(statisticsByAge(differences)[0].factor, std::sqrt((9 * 3.0 + 74.0) / 30.0));
-    // States that were taken over are no measure of what is usual.
+    // States that were taken over don't count for what is usual.
     differences.insert(differences.end(), 30, withDistance(0.0));
     EXPECT_THAT(statisticsByAge(differences)[0].setAside, IsEmpty());
     EXPECT_EQ(statisticsByAge(differences)[0].satellites, 10U);

@@ -40,14 +40,14 @@ TEST(OrbitAxes, ComponentsAreRadialInTrackAndCrossTrack) {
     const auto axes = orbitAxes({{0.0, 7000.0, 0.0}, {-7.0, 1.0, 0.0}}, Motion::Inertial);
     ASSERT_TRUE(axes);
     EXPECT_EQ(onAxes(*axes, {-2.0, 3.0, 5.0}), (std::array{3.0, 2.0, 5.0}));
-    // On axes that turn with the earth a geostationary satellite stands still, but moves east.
+    // On axes that turn with the earth a geostationary satellite is at rest, but moves east.
     const auto standing = orbitAxes({{42164.0, 0.0, 0.0}, {0.0, 0.0, 0.0}}, Motion::Rotating);
     ASSERT_TRUE(standing);
     EXPECT_EQ(onAxes(*standing, {1.0, 2.0, 3.0}), (std::array{1.0, 2.0, 3.0}));
     EXPECT_FALSE(orbitAxes({{42164.0, 0.0, 0.0}, {1.0, 0.0, 0.0}}, Motion::Inertial));
 }
 
-// On a two-body orbit the error of the spacing is known: that of the library's own answers.
+// On a two-body orbit the error of the spacing is known from the library's own answers.
 TEST(EstimatedErrors, AreTwiceTheErrorOfTheLibraryOnTwoBodyOrbits) {
     struct Case {
         const char* what;
@@ -92,7 +92,7 @@ TEST(EstimatedErrors, OfScatterAreItsSizeTimesTheGain) {
             x = std::round(x * 100.0) / 100.0;  // to 10 m: 2.9 m rms on each axis
         }
     const InterpolationErrors errors = estimatedErrors(points.ephemeris());
-    // The median distance would be 4.4 m; the share of the gain that is left to velocities has no scatter here.
+    // The median distance would be 4.4 m; velocities, the rest of the gain, have no scatter here.
     EXPECT_NEAR(errors.scatter_m, 4.0, 0.4);
     // In the middle of four even points the positions weigh 1/2 - 1/256 and so on.
     EXPECT_NEAR(errors.gain[1000], 0.87, 0.005);
@@ -105,7 +105,7 @@ TEST(EstimatedErrors, WithoutAnOrbitComeFromThePointsThatAreLeftOut) {
     const Ephemeris ephemeris = points.ephemeris();
     const InterpolationErrors with = estimatedErrors(ephemeris, Motion::Inertial);
     const InterpolationErrors without = estimatedErrors(ephemeris, Motion::Unknown);
-    // It takes the larger of two neighbours, and what the error is at its largest.
+    // It takes the larger of two neighbours, where the error is largest.
     for (std::size_t i = 0; i < ephemeris.intervals(); ++i) {
         EXPECT_GT(without.spacing_m[i], 0.65 * with.spacing_m[i]) << "interval " << i;
         EXPECT_LT(without.spacing_m[i], 3.0 * with.spacing_m[i]) << "interval " << i;
@@ -145,7 +145,7 @@ TEST(Thinning, KeepsTheLargestSpacingWithinTheTolerance) {
     EXPECT_FALSE(spacingThatWouldDo_s(orbitPoints(7000.0, 0.01, 600.0, 100).ephemeris(), 1.0));
 }
 
-TEST(ErrorAt, IsThatOfTheIntervalAndNothingAtAPoint) {
+TEST(ErrorAt, IsTheErrorOfTheIntervalAndZeroAtAPoint) {
     Points points = orbitPoints(7000.0, 0.01, 300.0, 30);
     for (std::size_t i = 15; i < 30; ++i)
         points.times[i].days += 1.0;
@@ -164,7 +164,7 @@ TEST(ErrorAt, IsThatOfTheIntervalAndNothingAtAPoint) {
     EXPECT_FALSE(errorAt(three, {}, {three.times[1].days + 0.001}));
 }
 
-TEST(OrbitSigmas, AreThoseAlongTheAxesOfTheState) {
+TEST(OrbitSigmas, AreAlongTheAxesOfTheState) {
     Matrix6 matrix{};
     matrix[0][0] = 4e-6;
     matrix[1][1] = 9e-6;
@@ -177,7 +177,7 @@ TEST(OrbitSigmas, AreThoseAlongTheAxesOfTheState) {
     const State between{{7000.0, 7000.0, 0.0}, {-5.0, 5.0, 0.0}};
     EXPECT_THAT(orbitSigmas_m(matrix, between, Frame::ECI).value(),
                 testing::Pointwise(testing::DoubleNear(1e-9), {std::sqrt(7.5), std::sqrt(5.5), 4.0}));
-    // Standing still on the turning earth is moving east.
+    // At rest on the turning earth means moving east.
     EXPECT_THAT(orbitSigmas_m(matrix, {{0.0, 7000.0, 0.0}, {0.0, 0.0, 0.0}}, Frame::EFG).value(),
                 testing::Pointwise(testing::DoubleNear(1e-9), {3.0, 2.0, 4.0}));
     EXPECT_FALSE(orbitSigmas_m(matrix, {{0.0, 7000.0, 0.0}, {0.0, 0.0, 0.0}}, Frame::ECI));

@@ -1,4 +1,4 @@
-// Orbits in closed form, by the eccentric anomaly: what the analysis is compared with.
+// Orbits in closed form, by the eccentric anomaly, as a reference for the analysis.
 #pragma once
 
 #include <cmath>

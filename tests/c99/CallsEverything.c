@@ -1,4 +1,4 @@
-/* Calls every function of the three headers from C99, through the shared library alone. */
+/* Calls every function of the three headers from C99, linked with only the shared library. */
 #include <stdint.h>
 #include <stdio.h>
 #include <string.h>

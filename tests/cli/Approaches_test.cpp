@@ -70,7 +70,7 @@ TEST_F(Approaches, EventsStatusesAndWhatIsLeftOut) {
         EXPECT_EQ(outcome.output.substr(head.size(), c.output.size()), c.output);
         EXPECT_EQ(outcome.output.size() > head.size(), !c.output.empty());
     }
-    // The same line beside itself, 5 km away, ends in the middle: near from beginning to end.
+    // A parallel line 5 km away that ends in the middle: near from beginning to end.
     const Outcome beside = run("approaches 81001.e 81005.e --within 6 --format csv -j 2");
     EXPECT_THAT(beside.output, HasSubstr(end));
     EXPECT_THAT(beside.output, HasSubstr(",true,1,1\n"));

@@ -86,7 +86,8 @@ TEST_F(Archives, SayWhatIsNotLoadedAndKeepTheRest) {
     write("prose.txt", "Nothing of interest\n");
     shell("yes | head -c 3000000 >large; bsdtar -czf two.tgz 81003.e 81004.e; gzip -k 81003.e; ln -s 81001.e link");
     const std::string nested = ": error: an archive in an archive is not read";
-    const std::string wrong = "crc.tgz: error: damaged: the checksum of the whole is wrong, so any of its files may be";
+    const std::string wrong =
+        "crc.tgz: error: damaged: the checksum of the whole archive is wrong, so any of its files may be";
     const std::string large = ": error: larger than 2097152 bytes, the most that a file here may have";
     expectLoads({
         {"bsdtar -a -cf a.zip prose.txt 81001.e",

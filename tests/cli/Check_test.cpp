@@ -12,7 +12,7 @@ protected:
         points_ = split(example.substr(header));
     }
 
-    // The example with its first points, and lines put in before the twentieth of them and behind the last.
+    // The example with its first points, and lines inserted before the twentieth of them and after the last.
     void writeExample(const std::string& name, const std::string& inside, const std::string& behind) const {
         std::string text = head_;
         for (std::size_t i = 0; i < 40; ++i)
@@ -95,7 +95,7 @@ TEST_F(Check, WritesOneTableAndOneDocument) {
               "vorlandi.check/1 [41] 0 3660 0\n");
 }
 
-TEST_F(Check, TellsWrongUsageFromWhatItCannotDo) {
+TEST_F(Check, DistinguishesWrongUsageFromFailure) {
     writeExample("clean.e", "", "");
     EXPECT_EQ(run("check clean.e --only gaps").status, 2);
     EXPECT_EQ(run("check clean.e --tolerance 0").status, 2);

@@ -1,5 +1,5 @@
-// What the tests of the command line tool share: they run the built program as a user does, in a folder with a few
-// files, and look at its output, its messages and its exit status.
+// Shared by the tests of the command line tool: they run the built program as a user does, in a folder with a few
+// files, and check its output, its messages and its exit status.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -40,7 +40,7 @@ protected:
     fs::path file(const std::string& name) const { return home_ / "files" / name; }
     void write(const std::string& name, const std::string& text) const;
 
-    // Runs a line of shell among the files.
+    // Runs a shell command in the folder.
     Outcome shell(const std::string& line) const;
     Outcome run(const std::string& arguments) const { return shell("vorlandi " + arguments); }
 

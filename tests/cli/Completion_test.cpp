@@ -6,7 +6,7 @@ namespace {
 
 class Completion : public CommandLine {
 protected:
-    // What bash offers for the last of these words.
+    // The completions that bash offers for the last of these words.
     std::string offered(const std::string& words) const {
         return shell("bash -c 'source <(vorlandi completion bash); COMP_WORDS=(" + words +
                      "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _vorlandi; echo \"${COMPREPLY[*]}\"'")
@@ -37,7 +37,7 @@ TEST_F(Completion, OfBashOffersCommandsOptionsAndValues) {
     EXPECT_EQ(shell(complete).output, "complete -o default -F _vorlandi vorlandi\n");
 }
 
-// What shells and programs that are installed say of their own file.
+// Installed shells and programs check their own file.
 TEST_F(Completion, AndManualAreValid) {
     for (const auto& [program, check] : std::initializer_list<std::pair<std::string, std::string>>{
              {"shellcheck", "vorlandi completion bash | shellcheck -s bash -"},

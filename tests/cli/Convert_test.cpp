@@ -1,4 +1,4 @@
-// What `convert` writes, read again by the tool, or by the small readers below where a format has other users, too.
+// The output of `convert`, read back by the tool, or by the small readers below where a format also has other users.
 #include <cmath>
 #include <iomanip>
 #include <map>
@@ -62,7 +62,7 @@ std::string oem(const std::vector<Segment>& segments) {
 const std::vector<double> kEveryTenMinutes{0, 10, 20, 30, 40, 50, 60, 70};  // no leap second
 const std::vector<double> kOverLeapSecond{90, 100, 110, 120, 130, 140};
 
-// The values of the columns of `states --format csv`, but for the key.
+// The values of the columns of `states --format csv`, except the key.
 using Row = std::map<std::string, std::string>;
 
 class Convert : public CommandLine {
@@ -109,8 +109,8 @@ void removeCovariances(std::vector<Row>& rows) {
 }
 
 TEST_F(Convert, WritesWhatIsReadAgainAsThePageSays) {
-    // Half of the last digit: of nine decimals of km, of the ten that 16 columns and modified ITC have for these
-    // positions, of the 13 that 19 columns have, whose velocities are m/s.
+    // Half of the last digit: of nine decimals of km, of ten in 16 columns and modified ITC for these positions, of 13
+    // in 19 columns, whose velocities are in m/s.
     constexpr double kNineDecimals = 0.51e-9, kTenDecimals = 0.51e-10, kThirteenDecimals = 0.6e-13;
     const struct Case {
         const char* into;
@@ -145,7 +145,7 @@ TEST_F(Convert, WritesWhatIsReadAgainAsThePageSays) {
     fs::create_directory(file("d"));
     for (const Case& c : cases) {
         SCOPED_TRACE(std::string(c.into) + " " + c.options + " from " + c.frame);
-        // Times that no microsecond hits, where the format can keep them.
+        // Times between two microseconds, where the format can keep them.
         Segment segment{c.frame, kEveryTenMinutes, c.hasOddTimes ? "1234567" : "125"};
         if (c.overLeapSecond)
             segment.minutes.insert(segment.minutes.end(), kOverLeapSecond.begin(), kOverLeapSecond.end());
@@ -258,7 +258,7 @@ TEST_F(Convert, RefusesWhatAFormatCannotHoldAndWritesTheRest) {
         {"two.oem --sat 7 --into oasys --directory d/new", 0, "d/new: new directory", "new"},
         {"two.oem --sat 7 --into oasys --directory d/new/deep", 1, "d/new/deep: error: No such file or directory", ""},
         {"two.oem --into stk", 2, "needs either --output or --directory", ""},
-        {"two.oem --into stk --directory d --originator X", 2, "--originator: is an option of oem alone", ""},
+        {"two.oem --into stk --directory d --originator X", 2, "--originator: is an option of oem only", ""},
         {"two.oem --into oasys --directory d --cov", 2, "oasys files have no covariances", ""},
         {"two.oem --into oem -o d/x --ref-frame 'a b'", 2, "must be a name of letters", ""},
         {"two.oem --into nothing -o d/x", 2, "--into", ""},
@@ -287,7 +287,7 @@ TEST_F(Convert, RefusesWhatAFormatCannotHoldAndWritesTheRest) {
     EXPECT_EQ(shell("grep -o '\"id\":\"[0-9-]*' d/two.czml | sort | uniq -c | grep -c ' 1 '").output, "5\n");
 }
 
-// Steps of 10 minutes, a gap that the library does not answer, a point alone, and a gap that it answers, but far off.
+// Steps of 10 minutes, a gap that the library doesn't answer, a single point, and a gap that it answers inaccurately.
 const std::vector<double> kWithGaps{0, 10, 20, 30, 40, 340, 640, 650, 660, 670, 680, 780, 790, 800};
 
 TEST_F(Convert, DividesOemWhereNothingIsAnsweredForAnyReader) {
@@ -350,7 +350,7 @@ TEST_F(Convert, DividesOemWhereNothingIsAnsweredForAnyReader) {
     }
     EXPECT_EQ(segments[2].at("USEABLE_STOP_TIME"), stored[9].at("time_utc"));
 
-    // Times without an answer end a segment, too. Formats without segments don't mark them.
+    // Times without an answer also end a segment. Formats without segments don't mark them.
     const Outcome stepped = run("convert source.oem --into oem -o - --step 300");
     EXPECT_EQ(stepped.status, 1) << "22:35 is in a segment";
     EXPECT_THAT(stepped.messages,
@@ -406,7 +406,7 @@ TEST_F(Convert, WritesCzmlWhoseCurveIsTheLibrarysToAMillimeter) {
         "python3 -c \"import json;d=json.load(open('out.czml'));print(d[0]['version'],d[0]['clock']['interval'],"
         "[(p['id'],len(p['availability']),len(p['position']),p['position'][0]['referenceFrame']) for p in d[1:]],"
         "d[1]['path']['trailTime'])\"");
-    // The period is that of the semimajor axis 6929.2 km.
+    // The period for a semimajor axis of 6929.2 km.
     EXPECT_EQ(packets.output,
               "1.0 2016-12-31T22:00:00.000000Z/2017-01-01T11:20:00.000000Z "
               "[('81001', 4, 4, 'INERTIAL'), ('5', 1, 1, 'FIXED')] 5740.316\n");

@@ -117,10 +117,10 @@ TEST_F(Delivery, ChangesStatusesAndMessages) {
 TEST_F(Delivery, SaysWhichFindingsAreNewAndHowFarPredictionsWereOff) {
     const std::string options = " --skip steps,time-scale,harmless-line,coarse-digits";
     const Outcome json = run("delivery new --previous old --format json" + options);
-    // The gap of 81002 is another one than before, and the earlier one is in the new span: it is gone.
+    // The gap of 81002 is a new one, and the earlier one is in the new span: it is gone.
     EXPECT_THAT(json.output, HasSubstr(R"("kind":"gap","findings":1,"subjects":1,"new":1,"unchanged":0,"gone":1})"));
     EXPECT_THAT(json.output, HasSubstr(R"("schema":"vorlandi.delivery/1","delivery":"new","previous":"old")"));
-    // 780 minutes of 81001 in common, and of 81002 less the gap. What 81006 has in common is the same.
+    // 780 minutes of 81001 in common, and the same of 81002 minus the gap. The common states of 81006 are the same.
     EXPECT_THAT(json.output, HasSubstr(R"("ages":[
 {"age_days":0,"satellites":2,"times":1531,)"));
     EXPECT_THAT(json.output, HasSubstr(R"("normalized_satellites":0,"set_aside":0,"factor":null,"covariances":null})"));

@@ -1,4 +1,4 @@
-// What `diff` compares, and what it says of those that it can't.
+// What `diff` compares, and what it says about pairs that it can't compare.
 #include <cmath>
 #include <regex>
 #include <sstream>
@@ -49,7 +49,7 @@ protected:
     }
 };
 
-TEST_F(Diff, PairsSatellitesAndTellsWhatItCannotCompare) {
+TEST_F(Diff, PairsSatellitesAndReportsWhatItCannotCompare) {
     struct Case {
         std::string arguments;
         int status;
@@ -70,8 +70,10 @@ TEST_F(Diff, PairsSatellitesAndTellsWhatItCannotCompare) {
              Case{"both.card others.card --sat 7", 3, {}, "satellite 7 is not in any"},
              Case{"both.card split.card --sat 81001", 0, {"81001 1 1 100 0 5", "81001 1 1 39 0 13600000"}},
              Case{"both.card twice.card --sat 81001", 0, {"81001 1 1 100 0 5", "81001 1 1 100 0 0"}},
-             Case{
-                 "81001.e 81001_ecr.e", 3, {}, "not compared: its frame is J2K, that of satellite 81001 (81001_ecr.e)"},
+             Case{"81001.e 81001_ecr.e",
+                  3,
+                  {},
+                  "not compared: its frame is J2K, the frame of satellite 81001 (81001_ecr.e)"},
              Case{"81001.e 81001_ecr.e --ignore-frames", 0, {"81001 1 1 100 0 0"}},
              Case{"81001.e 81001_later.e", 1, {}, "81001_later.e has no such satellite at these times"},
              Case{"81001.e missing.e", 3, {}, "missing.e: error: "},
@@ -79,7 +81,7 @@ TEST_F(Diff, PairsSatellitesAndTellsWhatItCannotCompare) {
              Case{"81001.e 81001_new.e --from 2026-01-31T00:10:10 --to 2026-01-31T00:10:50",
                   3,
                   {},
-                  "it has no point in the time of"},
+                  "it has no point in the span of"},
              Case{"81001.e 81001_new.e -o missing/folder", 3, {}, "missing/folder"},
              // Of the 100 times of A, 9 are in a gap of B.
              Case{"81001.e 81001_gap.e", 0, {"81001 1 1 100 0 0"}, "(81001_gap.e): warning: 9 of 100 states are "},
@@ -133,8 +135,8 @@ TEST_F(Diff, WritesStatisticsOrEveryTimeInEachForm) {
               "vorlandi.diff/1 100 5.0 5.0 5.0 None None []\n");
 }
 
-TEST_F(Diff, SaysThatMemoryIsShort) {
-    // Programs that the sanitizers watch need more than that to start.
+TEST_F(Diff, ReportsThatMemoryIsShort) {
+    // Programs built with sanitizers need more than that to start.
     const std::string limit = "ulimit -v 400000; ";
     if (shell(limit + "vorlandi --version").status != 0) GTEST_SKIP() << "the program does not start";
     const Outcome outcome = shell(limit + "vorlandi diff 81001.e 81001_new.e --step 5e-4");  // 12 million times
@@ -142,7 +144,7 @@ TEST_F(Diff, SaysThatMemoryIsShort) {
     EXPECT_EQ(outcome.messages, "vorlandi: error: there is not enough memory\n");
 }
 
-TEST_F(Diff, TellsATimeOffsetWithItsLikelyCause) {
+TEST_F(Diff, NamesATimeOffsetAndItsLikelyCause) {
     const std::string gps = circle(100, 0.0, "J2000", "31 Jan 2026 00:00:18.000");
     write("81001_gps.e", gps);
     EXPECT_THAT(run("diff 81001.e 81001_gps.e").output,

@@ -1,4 +1,4 @@
-// What `info` tells of the satellites in a file.
+// What `info` prints about the satellites in a file.
 #include <regex>
 
 #include "CommandLine.hpp"
@@ -128,7 +128,7 @@ TEST_F(Info, FindsGapsByTheUpperQuartileOfTheThirtyOneStepsAroundThem) {
         {"a window of two steps", {10, 31}, "10,20.5,31,1"},
         {"a gap at each end", run(1, 200) + run(9, 10) + run(1, 200), "10,10,200,2"},
         {"another rate", run(40, 10) + run(40, 60), "10,35,60,0"},
-        // 23 of 31 steps are 10 s, one of them fifteen steps away: no other window holds as many.
+        // 23 of 31 steps are 10 s, one of them fifteen steps away: no other window has that many.
         {"just enough short steps",
          run(20, 90) + run(12, 10) + run(3, 90) + run(1, 31) + run(4, 90) + run(11, 10) + run(20, 90), "10,90,90,1"},
         {"one too few", run(20, 90) + run(12, 10) + run(3, 90) + run(1, 31) + run(5, 90) + run(11, 10) + run(20, 90),
@@ -158,7 +158,7 @@ TEST_F(Info, TellsWhetherAllPointsHaveVelocitiesAndCovariances) {
     EXPECT_EQ(columns("81002.itc", kVelocities, kVelocities + 1), "all,some");
     write("81002.itc", itc.replace(itc.find(none), none.size(), variance));
     EXPECT_EQ(columns("81002.itc", kVelocities, kVelocities + 1), "all,all");
-    // Some formats keep other numbers there: a covariance of x and y without a variance of y.
+    // Some formats store other numbers there: a covariance of x and y without a variance of y.
     write("81002.itc", covarianceEphemeris("5.5 12345 0 0 0 0 0\n0 0 0 0 0 0 0\n0 0 0 0 0 0 0\n"));
     EXPECT_EQ(columns("81002.itc", kCovariance, kCovariance) + columns("81002.itc", kVelocities + 1, kVelocities + 1),
               "nonone");

@@ -1,4 +1,4 @@
-// What is said of files that can't be loaded, or not completely.
+// What is reported about files that can't be loaded, or only in part.
 #include "CommandLine.hpp"
 
 namespace vorlandi::cli_tests {
@@ -44,7 +44,7 @@ TEST_F(Loading, NumbersASatelliteThatHasNone) {
     EXPECT_EQ(run("save --number 7 - plain.e").status, 2);
 }
 
-TEST_F(Loading, SaysOfEveryFaultInWhichFileAndLineItIs) {
+TEST_F(Loading, NamesFileAndLineOfEveryFault) {
     write("prose.txt", "Nothing of interest\n");
     write("orbits.sp3", "#dP2026 1 31\n");
     write("prose.card", "EPHFIL = prose.txt\n");
@@ -117,7 +117,7 @@ TEST_F(Loading, SaysOfEveryFaultInWhichFileAndLineItIs) {
     }
 }
 
-TEST_F(Loading, TakesNamesThatTheLibraryWouldCut) {
+TEST_F(Loading, AcceptsNamesThatTheLibraryWouldCut) {
     fs::copy_file(file("81001.e"), file("  81001.e"));
     const std::string longest = repeated(252, "./") + "/81001.e";
     ASSERT_EQ(longest.size(), 512U);
@@ -159,7 +159,7 @@ TEST_F(Loading, TellsWhyASatelliteIsADuplicate) {
                 HasSubstr("vorlandi: 81001.e:8: error: not stored: 81001.e already has satellite 81001"));
 }
 
-TEST_F(Loading, WarnsOfDroppedPointsOnceASatellite) {
+TEST_F(Loading, WarnsOfDroppedPointsOncePerSatellite) {
     write("81003.e", withLines(ephemeris(4), "120 ", "60 0 0 0 0 0 0\n59 0 0 0 0 0 0\n"));
     write("81004.e", withLines(ephemeris(4), "120 ", "60 0 0 0 0 0 0\n"));
     const Outcome brief = run("info 81003.e 81004.e");
@@ -174,7 +174,7 @@ TEST_F(Loading, WarnsOfDroppedPointsOnceASatellite) {
               "vorlandi: 81003.e:8: warning: point dropped: not later than the point before it\n");
 }
 
-TEST_F(Loading, TellsOfMoreThanTenFaultsOfAKindOnlyTheNumber) {
+TEST_F(Loading, CountsFaultsOfAKindBeyondTen) {
     write("81003.e", withLines(ephemeris(4), "60 ", repeated(13, "x\n")));
     write("81004.e", withLines(ephemeris(4), "60 ", repeated(10, "x\n")));
     write("fleet.card", repeated(11, "EPHFIL = nothere.e\n") + "EPHFIL = 81003.e\n");

@@ -1,4 +1,4 @@
-// What becomes of the output, and of the file that it replaces, when all goes well and when it doesn't.
+// What happens to the output, and to the file that it replaces, in success and in failure.
 #include <unistd.h>
 
 #include "CommandLine.hpp"
@@ -6,12 +6,12 @@
 namespace vorlandi::cli_tests {
 namespace {
 
-// Runs a program as a user whom no permission is waived for.
+// Runs a program as a user without privileges.
 std::string unprivileged() { return geteuid() == 0 ? "setpriv --reuid=65534 --regid=65534 --clear-groups " : ""; }
 
 class Output : public CommandLine {
 protected:
-    // Each begins with a file, and a link that is like /dev/stdout but may come to harm.
+    // Each begins with a file, and a link that is like /dev/stdout but may be damaged.
     Output() {
         write("kept", "as it was\n");
         fs::create_symlink("/proc/self/fd/1", file("stdout"));
@@ -42,7 +42,7 @@ TEST_F(Output, ThatCannotBeWrittenIsReported) {
         EXPECT_EQ(failed.status, 1) << arguments;
         EXPECT_EQ(failed.messages, "vorlandi: " + message + "\n");
     }
-    // 540 million states: whoever collects them before writing does not live to see the pipe closed.
+    // 540 million states: a program that collected them before writing would run out of memory first.
     for (const std::string format : {"table", "csv", "json"}) {
         const Outcome closed = shell("ulimit -t 10; (vorlandi states 81001.e --step 1e-6 --cov --format " + format +
                                      "; echo $? >&2) | head -c 100");
@@ -77,7 +77,7 @@ TEST_F(Output, ReplacesAFileWithTheSameModeAlsoThroughALink) {
     EXPECT_EQ(contentsOf(file("kept")), states);
     EXPECT_EQ(fs::status(file("kept")).permissions(), fs::perms(0640));
     EXPECT_EQ(temporaryFiles(), Lines{});
-    // Only root can give the folder another group; for others this holds anyway.
+    // Only root can change the group of the folder; for others this holds anyway.
     const Outcome groups = shell(
         "chgrp 65534 folder; chmod g+s folder; vorlandi info 81001.e -o folder/new; stat -c %g folder "
         "folder/new | uniq");

@@ -21,7 +21,7 @@ std::size_t countOf(const std::string& text, const std::string& part) {
     return count;
 }
 
-TEST_F(Plot, PanelsAreThoseThatAreAskedForAndHaveValues) {
+TEST_F(Plot, PanelsAreTheRequestedOnesThatHaveValues) {
     struct Case {
         std::string arguments;
         std::vector<std::string> titles;
@@ -40,7 +40,7 @@ TEST_F(Plot, PanelsAreThoseThatAreAskedForAndHaveValues) {
     }
 }
 
-TEST_F(Plot, CurvesHaveTwoPointsAColumnAndBreakWhereThereAreNoStates) {
+TEST_F(Plot, CurvesHaveTwoPointsPerColumnAndBreakWhereThereAreNoStates) {
     write("81009.e", ephemeris(20000, 0.0, 1.0));
     const std::string svg = plotted("81009.e --show height --width 400");
     EXPECT_GT(countOf(svg, "L"), 500u);
@@ -64,7 +64,7 @@ TEST_F(Plot, CurvesHaveTwoPointsAColumnAndBreakWhereThereAreNoStates) {
     EXPECT_EQ(countOf(plotted("81010.e --show height"), "opacity"), 0u);
 }
 
-TEST_F(Plot, WhatCantBePlottedIsTold) {
+TEST_F(Plot, WhatCannotBePlottedIsReported) {
     write("old.svg", "mine");
     write("<b>.e", ephemeris(5));
     struct Case {

@@ -1,4 +1,4 @@
-// The states that `states` prints, and what it says of those that it can't.
+// The states that `states` prints, and what it says about states that it can't compute.
 #include <algorithm>
 #include <cmath>
 
@@ -9,7 +9,7 @@ namespace {
 
 class States : public CommandLine {
 protected:
-    // x of each state, 7000 less: as the files of these tests go, its seconds after midnight.
+    // x of each state minus 7000: in the files of these tests, its seconds after midnight.
     std::vector<double> secondsOf(const std::string& arguments) const {
         const Lines lines = split(run("states --format csv " + arguments).output);
         std::vector<double> seconds;
@@ -37,7 +37,7 @@ TEST_F(States, AreTheStoredPointsExactlyWithTheirCovariance) {
     EXPECT_THAT(table, HasSubstr("\n           no covariance\n"));
     EXPECT_THAT(run("states 81002.itc 81001.e --format json").output,
                 HasSubstr("\"revolution\":0}]},\n{\"satellite\":81001,"));
-    // Some formats keep other numbers there: a covariance of x and y without a variance of y.
+    // Some formats store other numbers there: a covariance of x and y without a variance of y.
     write("81002.itc", covarianceEphemeris("5.5 12345 0 0 0 0 0\n0 0 0 0 0 0 0\n0 0 0 0 0 0 0\n"));
     EXPECT_THAT(run("states 81002.itc --cov").output, Not(HasSubstr("12345")));
 }
@@ -99,8 +99,8 @@ TEST_F(States, StartAtTheBeginAndReachTheEnd) {
     }
 }
 
-// A printed time can be up to half a microsecond off the stored one, outside the span.
-TEST_F(States, CanBeAskedForAtTheTimesThatInfoPrints) {
+// A printed time can be up to half a microsecond off the stored one, and outside the span.
+TEST_F(States, CanBeRequestedAtTheTimesThatInfoPrints) {
     for (const double first_s : {0.3333336, 0.6666664, 59.9999996, 59.9999994}) {
         for (const double spacing_s : {33.3333331, 33.3333334}) {
             write("81001.e", ephemeris(5, first_s, spacing_s));
@@ -162,7 +162,7 @@ TEST_F(States, ThatCannotBeComputedAreReportedAndTheOthersArePrinted) {
                 HasSubstr("no state at 2026-01-31T01:00:00.000000: InterpolateEP: Data points too far apart"));
 }
 
-TEST_F(States, InAGapAreCountedOnceASatellite) {
+TEST_F(States, InAGapAreCountedOncePerSatellite) {
     std::vector<double> times_s;
     for (const double start_s : {0.0, 1800.0, 3600.0})
         for (int i = 0; i < 10; ++i)

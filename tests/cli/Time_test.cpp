@@ -1,4 +1,4 @@
-// The forms that `time` shows, against ones worked out by other programs.
+// The forms that `time` shows, compared with results of other programs.
 #include "CommandLine.hpp"
 
 namespace vorlandi::cli_tests {
@@ -44,11 +44,11 @@ TEST_F(Time, InALeapSecondIsNotTheOneAfter) {
     EXPECT_THAT(run("time --leap-seconds none.list 2026-01-31 --format csv").output, HasSubstr("T00:00:10.000000,10,"));
 }
 
-TEST_F(Time, OfAModifiedJulianDateIsTold) {
+TEST_F(Time, ThatLooksLikeAModifiedJulianDateIsWarnedOf) {
     EXPECT_THAT(
         run("time 61071.5625").messages,
         HasSubstr("61071.5625 is read as YYDDD.DDD, 1961-03-12T13:30:00.000000; it looks like a modified Julian "
-                  "date, that of 2026-01-31T13:30:00.000000"));
+                  "date, which means 2026-01-31T13:30:00.000000"));
     EXPECT_THAT(run("time 60700.5").messages, HasSubstr("is not a time: it looks like a modified Julian date"));
     EXPECT_EQ(run("time 26031.5 1961071.5").messages, "");
 }

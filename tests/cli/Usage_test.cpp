@@ -1,4 +1,4 @@
-// Arguments, help, and what is shown beside the output.
+// Arguments, help, and what is shown besides the output.
 #include <regex>
 
 #include "CommandLine.hpp"
@@ -61,7 +61,7 @@ TEST_F(Usage, IsShownWithExamples) {
     EXPECT_EQ(run("states 81001.e -o states; cat states").output, run("states 81001.e -o -").output);
 }
 
-TEST_F(Usage, InformationComesOnlyIfAskedForAndColourOnlyOnATerminal) {
+TEST_F(Usage, InformationComesOnlyOnRequestAndColourOnlyOnATerminal) {
     EXPECT_EQ(run("info 81001.e").messages, "");
     EXPECT_THAT(run("info -v 81001.e").messages, HasSubstr("vorlandi: 81001.e: Total ephemeris points = 10,"));
     const std::string red = "\x1b[1;31merror:\x1b[0m", yellow = "\x1b[1;33mwarning:\x1b[0m", clear = "\r\x1b[K";
@@ -74,7 +74,7 @@ TEST_F(Usage, InformationComesOnlyIfAskedForAndColourOnlyOnATerminal) {
             .output;
     };
     const Outcome quick = {0, onTerminal("81001.e missing.e"), ""};
-    EXPECT_THAT(quick.output, Not(HasSubstr("loading"))) << "what is quick needs no progress";
+    EXPECT_THAT(quick.output, Not(HasSubstr("loading"))) << "a quick command shows no progress";
     EXPECT_THAT(quick.output, HasSubstr(red));
     EXPECT_THAT(onTerminal("81001.e 81003.e"), HasSubstr(yellow));
     for (const char* const variable : {"NO_COLOR=1", "TERM=dumb"})

@@ -1,4 +1,4 @@
-// DMA objects: a key is answered with a live object of its own or with none, never out of other memory.
+// DMA objects: a key finds its own live object or none, and never other memory.
 #include "CoreServices/DmaObjects.hpp"
 
 #include <thread>
@@ -8,14 +8,14 @@
 namespace vorlandi::testing {
 namespace {
 
-TEST(DmaObjects, AreFoundByTheirOwnKeysAloneAndRestBeforeTheyAreUsedAgain) {
+TEST(DmaObjects, AreFoundOnlyByTheirOwnKeysAndRestBeforeReuse) {
     DmaObject* const first = newdmaobject();
     EXPECT_EQ(first->self, 0) << "not to be found before it is published";
     const std::int64_t key = publishdmaobject(*first, 6, first);
     for (const std::int64_t wrong : {0L, -10L, -key, 10L, key + 1, key + 10, key + 80, INT64_MAX - 7, INT64_MIN + 8})
         EXPECT_EQ(keytocptr(wrong).self, 0) << wrong;
     releasedmaobject(*first);
-    releasedmaobject(*first);  // twice does no harm
+    releasedmaobject(*first);  // a second time does nothing
     EXPECT_EQ(keytocptr(key).self, 0);
     int releases = 0;
     for (DmaObject* next = nullptr; (next = newdmaobject()) != first; ++releases) {

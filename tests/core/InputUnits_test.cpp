@@ -1,4 +1,4 @@
-// Input units: lines out of bytes, whatever ends them and however the bytes arrive; and which files can be opened.
+// Input units: lines from bytes, with any line ends and in pieces of any size; and which files can be opened.
 #include "CoreServices/InputUnits.hpp"
 
 #include <fcntl.h>
@@ -66,7 +66,7 @@ TEST(InputUnit, CutsRandomLinesAroundTheWidthsAndTheBufferSize) {
     }
 }
 
-TEST(InputUnit, GivesTheWholeLinesBeforeAFailedReadThenAnError) {
+TEST(InputUnit, ReturnsTheWholeLinesBeforeAFailedReadThenAnError) {
     InputUnit unit = slowUnit("one\ntwo\nthree\n", 3, 10);
     EXPECT_EQ(linesOf(std::move(unit), kAll, ReadOutcome::Error), (Lines{"one", "two"}));
     unit.rewind();  // NOLINT(bugprone-use-after-move)
@@ -86,7 +86,7 @@ struct FailingSource : ByteSource {
     std::int64_t count;
 };
 
-TEST(InputUnit, GivesAnErrorWhenItCanNotBeRewound) {
+TEST(InputUnit, ReturnsAnErrorIfItCannotBeRewound) {
     InputUnit unit(std::make_unique<FailingSource>(1));
     std::string_view line;
     EXPECT_EQ(unit.readLine(kAll, line), ReadOutcome::Success);

@@ -1,4 +1,4 @@
-// Numbers in texts: what a fixed field and a free-form list read, what is no number, and the digits written.
+// Numbers in texts: what a fixed field and a free-form list read, what is not a number, and the digits written.
 #include "CoreServices/NumberFields.hpp"
 
 #include <bit>
@@ -33,7 +33,7 @@ TEST(NumberFields, ReadRealsWithImpliedDecimals) {
     }
 }
 
-TEST(NumberFields, RefuseRealsThatAreNoNumbersAndKeepTheOldValue) {
+TEST(NumberFields, RefuseRealsThatAreNotNumbersAndKeepTheOldValue) {
     // clang-format off
     for (const char* const field : {
              "inf", "-Infinity", "nan", "NaN(1)", "0x10", "1p3", "3*5", "1e400", "-1D400", "1e99999999999",
@@ -62,7 +62,7 @@ TEST(NumberFields, ReadIntegersOf32Bits) {
     }
 }
 
-TEST(NumberFields, StandInOneBasedColumnsWithBlanksBehindTheLine) {
+TEST(NumberFields, AreAtOneBasedColumnsWithBlanksAfterTheLine) {
     double values[4] = {9, 9, 9, 9};
     EXPECT_EQ(readColumns("  12 345 678", RealColumns{6, 8, 2, 1}, values), Success);
     EXPECT_THAT(values, ::testing::ElementsAre(3.45, 6.78, 0.0, 0.0));

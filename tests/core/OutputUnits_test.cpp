@@ -1,4 +1,4 @@
-// Output units: modes, pipes without a reader, and the turns of threads that write to the same file.
+// Output units: modes, pipes without a reader, and threads that take turns writing to the same file.
 #include "CoreServices/OutputUnits.hpp"
 
 #include <signal.h>
@@ -13,7 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(Fileopen, AppendsReplacesAndTellsWhatCanNotBeOpened) {
+TEST(Fileopen, AppendsReplacesAndReportsWhatCannotBeOpened) {
     const TemporaryFolder folder;
     using enum FileMode;
     for (const auto& [mode, contents] : {std::pair{Append, "x"}, {Append, "xx"}, {Replace, "x"}}) {
@@ -36,7 +36,7 @@ bool pipeSignalPending() {
     return ::sigpending(&pending) == 0 && ::sigismember(&pending, SIGPIPE) == 1;
 }
 
-TEST(OutputUnit, LeavesTheProcessItsSigpipe) {
+TEST(OutputUnit, LeavesSigpipeToTheProcess) {
     const TemporaryFolder folder;
     Pipe pipe(folder.path("pipe"));
     pipe.openReader();
@@ -59,7 +59,7 @@ TEST(OutputUnit, LeavesTheProcessItsSigpipe) {
     ::pthread_sigmask(SIG_SETMASK, &now, nullptr);
 }
 
-TEST(OutputTurn, KeepsOthersFromTheSameFileAlone) {
+TEST(OutputTurn, KeepsOthersOnlyFromTheSameFile) {
     const TemporaryFolder folder;
     OutputUnit unit, again, other;
     ASSERT_EQ(fileopen(folder.path("a"), FileMode::Append, unit), 0);

@@ -1,5 +1,5 @@
-// Logging where little works: while a thread or the process ends, without memory, and in a child of fork. Each in a
-// process of its own, which ThreadSanitizer does not support.
+// Logging under adverse conditions: while a thread or the process ends, without memory, and in a child of fork. Each in
+// its own process, which ThreadSanitizer does not support.
 #if !defined(__SANITIZE_THREAD__)
 
 #include <sys/resource.h>
@@ -24,7 +24,7 @@ using ::testing::KilledBySignal;
 
 const std::string kText(700, 'x');
 
-// Logs when it is destroyed, and looks whether the message was kept and the heap is whole.
+// Logs when it is destroyed, and checks that the message was kept and the heap is intact.
 struct Farewell {
     ~Farewell() {
         if (!isArmed) return;

@@ -1,5 +1,5 @@
-// The trace log: where a message goes, in which order, what a line of the file looks like, and what becomes of messages
-// that the file does not take.
+// The trace log: where a message goes, in which order, what a line of the file looks like, and what happens to messages
+// that the file does not accept.
 #include "CoreServices/TraceLog.hpp"
 
 #include <fcntl.h>
@@ -71,7 +71,7 @@ TEST(TraceLog, NeverMixesLinesAndKeepsTheLastErrorOfEachThreadPaddedAndCut) {
     EXPECT_EQ(written['a'] + written['b'], 1200u);
 }
 
-TEST(TraceLog, TellsTheTimeOfDayInUtc) {
+TEST(TraceLog, WritesTheTimeOfDayInUtc) {
     const TemporaryFolder folder;
     using namespace std::chrono;
     const auto before = floor<milliseconds>(system_clock::now());
@@ -90,7 +90,7 @@ TEST(TraceLog, TellsTheTimeOfDayInUtc) {
     EXPECT_LE(told, system_clock::now());
 }
 
-TEST(TraceLog, WritesControlCharactersAsBlanksIntoTheFileAlone) {
+TEST(TraceLog, WritesControlCharactersAsBlanksIntoTheFileOnly) {
     const TemporaryFolder folder;
     const LogCapture log;
     const std::string start("a\nb\r\tc\0\x1F\x7F\xC4\x9B", 11), text = start + std::string(9000, 'x') + "\ny";
@@ -132,10 +132,10 @@ TEST(TraceLog, DropsAndCountsWhatAFullPipeDoesNotTakeAndWaitsOnce) {
     EXPECT_THAT(pipe.take(), MatchesRegex(dropped(2)));
 }
 
-TEST(TraceLog, EndsALineThatADiskCut) {
+TEST(TraceLog, EndsALineThatAFullDiskCut) {
     const TemporaryFolder folder;
     ASSERT_EQ(openTraceFile(folder.path("trace.log")), 0);
-    // The limit of a file's size stands for the end of the disk.
+    // A limit on the file size simulates a full disk.
     const auto signalBefore = std::signal(SIGXFSZ, SIG_IGN);
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &before), 0);

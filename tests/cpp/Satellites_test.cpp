@@ -1,4 +1,4 @@
-// Each function of vorlandi.hpp, once where it succeeds and once where it fails, against the C functions.
+// Each function of vorlandi.hpp, in success and in failure, compared with the C functions.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -188,7 +188,7 @@ TEST_F(VorlandiHpp, LoadsFilesAndBytes) {
     ASSERT_EQ(fromFile.size(), 1U);
     EXPECT_EQ(fromFile[0]->fields().number, 81001);
     EXPECT_EQ(fromFile[0]->fields().file, file);
-    EXPECT_EQ(load(file).size(), 1U) << "equal satellites are all kept";
+    EXPECT_EQ(load(file).size(), 1U) << "duplicate satellites are all kept";
 
     std::ifstream stream(file, std::ios::binary);
     const std::string content{std::istreambuf_iterator<char>(stream), {}};
@@ -257,7 +257,7 @@ TEST_F(VorlandiHpp, TellsItsListenersWhatCouldNotBeRead) {
     EXPECT_THAT(outer, ElementsAre("STK", "nonsense", std::to_string(loaded[0]->key())));
     VorlanReadObserver observer = nullptr;
     VorlanGetReadObserver(&observer, nullptr);
-    EXPECT_NE(observer, nullptr) << "the observer from before is back";
+    EXPECT_NE(observer, nullptr) << "the previous observer is restored";
     VorlanSetReadObserver(nullptr, nullptr);
 
     const auto strict = try_load_bytes(damaged(), "7.e", {.strict = true});
@@ -300,7 +300,7 @@ TEST_F(VorlandiHpp, OneListenerHearsTheMessages) {
     VorlanTraceSetHandler(nullptr, nullptr);
     ASSERT_EQ(heard.size(), 1U);
     EXPECT_EQ(last_error(), heard[0]);
-    EXPECT_EQ(outer.size(), 2U) << "the handler from before hears all, and is back";
+    EXPECT_EQ(outer.size(), 2U) << "the previous handler receives all messages, and is restored";
 }
 
 }  // namespace

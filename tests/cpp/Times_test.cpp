@@ -16,7 +16,7 @@ TEST(VorlandiHppTimes, GoToTheSystemClockAndBack) {
     EXPECT_EQ(ds50(epoch - 6h).days, 7305.75);
     EXPECT_EQ(sys_time({7306.5}), epoch + 12h);
     EXPECT_EQ(sys_time({7305.25}), epoch - 18h);
-    // A day's 86,400 s and what a double keeps of a time in 2026: 0.31 us.
+    // The resolution of a double for a time in 2026: 0.31 us.
     const SysTime now = epoch + std::chrono::days(20484) + 86399s + 999'999'600ns;
     EXPECT_LE(std::abs((sys_time(ds50(now)) - now).count()), 160);
     for (const double days : {-99000.0, 114000.0, std::nan(""), HUGE_VAL})
@@ -68,7 +68,7 @@ TEST(VorlandiHppTimes, OfOtherClocksAreRefusedByName) {
     }
 }
 
-TEST(VorlandiHppTimes, AreWrittenAndTurnedIntoTai) {
+TEST(VorlandiHppTimes, AreWrittenAndConvertedToTai) {
     const Ds50 time = parse("2016-12-31T23:59:59.5");
     EXPECT_EQ(iso(time), "2016-12-31T23:59:59.500000");
     EXPECT_EQ(tai_minus_utc_s(time), 36.0);

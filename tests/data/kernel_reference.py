@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-"""Writes kernel_reference.txt: windows of points and what the interpolation kernels must find in them.
+"""Writes kernel_reference.txt: windows of points and the results that the interpolation kernels must return.
 
-The inputs are doubles; the results are worked out in rational numbers from their exact values, and rounded once at the
-end. The Hermite polynomial is built from divided differences over doubled nodes, a way of its own beside the weights
-that the library uses. To make the table again: ./kernel_reference.py > kernel_reference.txt
+The inputs are doubles; the results are calculated in rational numbers from their exact values, and rounded once at the
+end. The Hermite polynomial is built from divided differences over doubled nodes, independently of the weights that the
+library uses. To make the table again: ./kernel_reference.py > kernel_reference.txt
 """
 
 import math
@@ -49,7 +49,7 @@ def row(numbers):
 
 
 def orbit(radius_km, inclination, phase, seconds):
-    """A point of a circular orbit, three of the 21 covariance values behind it: each one is interpolated alike."""
+    """A point of a circular orbit with three of the 21 covariance values: all are interpolated alike."""
     rate = math.sqrt(398600.8 / radius_km**3)
     speed, angle = radius_km * rate, phase + rate * seconds
     along, across, ci, si = math.cos(angle), math.sin(angle), math.cos(inclination), math.sin(inclination)
@@ -59,7 +59,7 @@ def orbit(radius_km, inclination, phase, seconds):
 
 
 def write_window(name, start, offsets_s, request_s, radius_km):
-    """`start` in days; node times and the request in seconds from there."""
+    """`start` in days; node times and the request in seconds after it."""
     inclination, phase = CHANCE.uniform(0.1, 2.0), CHANCE.uniform(0.0, 6.28)
     times, request = [start + s / 86400.0 for s in offsets_s], start + request_s / 86400.0
     points = [orbit(radius_km, inclination, phase, s) for s in offsets_s]

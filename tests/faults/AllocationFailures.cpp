@@ -1,14 +1,14 @@
-// Fails the n-th allocation of every kind of call, n = 1, 2, ... until the call has fewer, once alone and once with all
-// that follow, each time in a child process. The call may then
+// Fails the n-th allocation of every kind of call, for n = 1, 2, ... until the call has fewer, once alone and once with
+// all later ones, each time in a child process. The call may then
 //
 // 1. succeed all the same, with the same outputs and the same store;
-// 2. fail: with its status, its message, blank outputs, and the store as it was, but that a load keeps what it has
+// 2. fail: with its status, its message, blank outputs, and the store as it was, except that a load keeps what it has
 // stored;
 // 3. if it stores points or records, or is VorlanGetLoaded: end the process, and say so on standard error.
 //
-// After 1 and 2 the call works as ever, and once all satellites are removed as much memory is in use as after calls
-// whose allocations did not fail. The handler of the messages takes the writer side of the store's guard, so that a
-// message that is logged with the guard held blocks the child.
+// After 1 and 2 the call works as usual, and once all satellites are removed the same amount of memory is in use as
+// after calls whose allocations did not fail. The handler of the messages takes the writer side of the store's guard,
+// so that a message that is logged with the guard held blocks the child.
 //
 //   vorlandi_allocation_failures EXAMPLES INCLUDE [--verbose]
 #include <signal.h>
@@ -47,7 +47,7 @@ std::string folder;  // for files
 
 // ---- One call in a child process ----
 
-// What can be seen of the library.
+// The visible state of the library.
 struct View {
     std::int32_t satellites;
     double stateOfControl[6];
@@ -100,7 +100,7 @@ struct Round {
     }
 };
 
-// What a child leaves for its parent: a round with a failure and one without.
+// What a child reports to its parent: a round with a failure and one without.
 struct Report {
     bool isReached;
     Round rounds[2];
@@ -109,7 +109,7 @@ struct Report {
 void appendAtMessage(std::int32_t, const char*, std::int32_t, void*) {
     static bool isBusy = false;
     if (std::exchange(isBusy, true)) return;  // a message about the call below
-    // The point is too early and is dropped, but for that the writer side has to be free.
+    // The point is too early and is dropped, but the writer side has to be free for that.
     VorlanAddSatEphem(control, 1.0, kPosition, kVelocity, 0);
     isBusy = false;
 }
@@ -185,9 +185,9 @@ Child runChild(const Call& call, int n, Failing failing, Report& report) {
     return child;
 }
 
-// ---- What a child may have done ----
+// ---- Judging a child ----
 
-// Outputs of a failure are zeros and blanks where a success puts something. Lists of keys may be left alone.
+// Outputs of a failure are zeros and blanks where a success writes something. Lists of keys may be left alone.
 bool areBlank(const Outputs& failed, const Outputs& good) {
     const auto* const bytes = reinterpret_cast<const unsigned char*>(&failed);
     const auto* const goodBytes = reinterpret_cast<const unsigned char*>(&good);
@@ -200,7 +200,7 @@ bool areBlank(const Outputs& failed, const Outputs& good) {
     return true;
 }
 
-// What is wrong with a round that failed, or nothing.
+// The problem with a round that failed, or nothing.
 std::string problemOf(const Call& call, const Round& round, const Round& good) {
     const View& after = round.after;
     const std::string_view padded(round.message, sizeof round.message);
@@ -210,7 +210,7 @@ std::string problemOf(const Call& call, const Round& round, const Round& good) {
     const bool isSkipped = call.loads && call.failed == 2 && message.starts_with("AddRecToMem");
     if (round.result != (isSkipped ? good.result : call.failed)) return "result " + std::to_string(round.result);
     if (!areBlank(round.outputs, good.outputs)) return "outputs";
-    if (!call.loads && after != round.before) return "what can be seen has changed";
+    if (!call.loads && after != round.before) return "the visible state has changed";
     if (!std::equal(std::begin(after.stateOfControl), std::end(after.stateOfControl), round.before.stateOfControl))
         return "another satellite's state";
     if (after.satellites < round.before.satellites || after.satellites > good.after.satellites)
@@ -223,7 +223,7 @@ struct Tally {
     int all() const { return absorbed + failed + stopped; }
 };
 
-// Counts how a child ended. Returns what is wrong with it, or nothing.
+// Counts how a child ended. Returns the problem with it, or nothing.
 std::string judge(const Call& call, const Child& child, const Report& report, const Report& good, Tally& tally) {
     if (child.stopped() && call.ending == Ending::MayStop) {
         ++tally.stopped;
@@ -271,7 +271,7 @@ int check(const Call& call, Report& report, Report& good, bool verbose) {
     return faults;
 }
 
-// Reports declared functions after which no call is named. Returns their number.
+// Reports declared functions that no call is named after. Returns their number.
 int checkAllAreCalled(const std::vector<Call>& calls, const std::string& include) {
     int missing = 0;
     const std::regex declaration("^(double|void|int32_t|int64_t) +(Vorlan\\w+)\\(");
@@ -305,7 +305,7 @@ int main(int argc, char** argv) {
     if (::mkdtemp(name.data()) == nullptr) return 2;
     folder = name;
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-    ::tzset();  // the C library's own memory, once for all
+    ::tzset();  // the C library's own memory, allocated once
     Report& report = sharedReport();
     Report& good = sharedReport();
     const std::vector<Call> calls = allCalls(argv[1], folder);

@@ -24,8 +24,8 @@ std::int64_t other = 0;  // a satellite for the calls
 constexpr double kMinute = 1.0 / 1440.0;
 constexpr std::array<double, 21> kCovariance{1.0, 2.0, 3.0};
 
-// As many points as take a mapping of their own with spare room, which is cut; and as many, with covariances, as make
-// it grow.
+// Enough points for a mapping of their own with spare room, which is cut; and enough, with covariances, to make it
+// grow.
 constexpr int kMappedPoints = 33'500;
 constexpr int kManyPoints = 101'000;
 

@@ -1,5 +1,4 @@
-// The calls whose allocations are made to fail: all exported functions, each with arguments that lead to whatever may
-// allocate.
+// The calls whose allocations are made to fail: all exported functions, with arguments that reach every allocation.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +18,7 @@ constexpr std::int64_t kUnknownKey = 11;
 constexpr int kFirstPoolBlock = 64;
 constexpr std::size_t kMostKeys = 128;  // more than any call stores
 
-// A satellite with points a minute apart and a gap, which no call touches but by queries.
+// A satellite with points a minute apart and a gap, which calls only query.
 extern std::int64_t control;
 void addControlSatellite();
 
@@ -46,7 +45,7 @@ struct Call {
     std::vector<std::string> messages = {"Out of memory."};  // one of them comes with it; see isMessage
     bool loads = false;                                      // stores one record after another
 
-    // "Function: message"; a message that names a procedure stands for itself.
+    // "Function: message"; a message that names a procedure is taken as it is.
     bool isMessage(const std::string& text) const;
 };
 

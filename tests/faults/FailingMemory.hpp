@@ -1,5 +1,5 @@
-// Failing memory: stands in front of the C library's allocation and mapping functions, for the whole program and the
-// shared libraries that it uses; `operator new` goes through malloc. It fails allocations on demand and counts what is
+// Failing memory: replaces the C library's allocation and mapping functions, for the whole program and the shared
+// libraries that it uses; `operator new` goes through malloc. It fails allocations on demand and counts what is
 // allocated. For programs with one thread.
 #pragma once
 
@@ -15,7 +15,7 @@ void failAllocation(int n, Failing failing);
 // Was the n-th one reached?
 bool stopFailing();
 
-// What is allocated and mapped now.
+// The memory that is currently allocated and mapped.
 struct LiveMemory {
     std::int64_t blocks, bytes, mappedBytes;
     bool operator==(const LiveMemory&) const = default;

@@ -1,4 +1,4 @@
-! Every short procedure, in success and in failure, beside the C function that it stands for.
+! Every short procedure, in success and in failure, compared with the C function that it calls.
 program short_names
     use vorlandi
     implicit none

@@ -52,7 +52,7 @@ TEST_F(Fields, AreSetFromTextsWithoutTheirLeadingBlanks) {
         // clang-format on
     };
     for (const auto& [index, text, stored] : cases) {
-        // A literal ends at its NUL, whatever follows.
+        // A literal ends at its NUL; what follows is ignored.
         for (const std::string& given : {padded(text, 513), text + '\0' + std::string(511, '9')}) {
             EXPECT_EQ(VorlanSetField(key, index, given.data()), 0);
             EXPECT_EQ(field(key, index), padded(stored, 512)) << text;

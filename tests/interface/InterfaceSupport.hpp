@@ -1,4 +1,4 @@
-// What the tests of the store and of the exported functions share.
+// Shared by the tests of the store and of the exported functions.
 #pragma once
 
 #include <unistd.h>
@@ -28,12 +28,12 @@ inline std::string padded(std::string text, std::size_t size) {
     return text;
 }
 
-// A text around a key right-aligned in 19 columns.
+// A key right-aligned in 19 columns, with text on both sides.
 inline std::string withKey(const char* text, std::int64_t key, const char* tail) {
     return text + padded("", 19 - std::to_string(key).size()) + std::to_string(key) + tail;
 }
 
-// What a function writes into a text of N characters, and that it writes nothing behind them.
+// What a function writes into a text of N characters; checks that it writes nothing after them.
 template <std::size_t N, class Fill>
 std::string textOf(Fill&& fill) {
     std::string chars(N + 4, '#');

@@ -7,7 +7,7 @@
 namespace vorlandi::testing {
 namespace {
 
-// Outputs filled with what no answer holds, or null outputs.
+// Outputs filled with values that no answer has, or null outputs.
 struct Outputs {
     explicit Outputs(bool areGiven = true) : given(areGiven) { numbers.fill(-987.5), integers.fill(-77); }
     double* d(std::size_t at) { return given ? &numbers[at] : nullptr; }
@@ -27,7 +27,7 @@ struct Outputs {
     std::string texts = std::string(666, '#');
 };
 
-// What a function is asked for: a time in minutes, a time, an index, something of the points, anything else.
+// What a function takes: a time in minutes, a time, an index, something about the points, anything else.
 enum Asked { kMse, kAskedTime, kIndex, kPoints, kOther };
 
 struct KeyedCall {

@@ -1,4 +1,4 @@
-// Batches: the same bits as single queries, in any order, batch size and thread.
+// Batches: the same bits as single queries, in any order, at any batch size and on any thread.
 #include <cmath>
 #include <cstring>
 #include <future>

@@ -4,8 +4,8 @@
     run.py [N] [--seed SEED] [--area src|cli] [--list]
 
 Without N: 100 mutants of src and 30 of cli; of N, three quarters are in src. The choice is spread over the folders and
-depends on the seed alone. A mutant that does not compile is not counted. One that changes nothing that can be seen
-survives as well: each survivor is for a reader to judge.
+depends only on the seed. A mutant that does not compile is not counted. One without a visible effect also survives:
+each survivor is for a reader to judge.
 """
 import argparse
 import collections
@@ -21,10 +21,10 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 COPY = ROOT / "build" / "mutants"
 BUILD = COPY / "build" / "gcc"
 LONGEST_RUN_S = 120
-# The slowest tests, which kill nothing that the others don't.
+# The slowest tests, which kill no mutant that others don't.
 LEFT_OUT = "-ManyAtOnce*"
 
-# What becomes what. An operator has blanks around it, unlike the brackets of a template.
+# Replacements. An operator has blanks around it, unlike the brackets of a template.
 RULES = [(re.compile(pattern), replacement) for pattern, replacement in [
     (r" < ", " <= "), (r" <= ", " < "), (r" > ", " >= "), (r" >= ", " > "),
     (r" == ", " != "), (r" != ", " == "), (r" && ", " || "), (r" \|\| ", " && "),
@@ -73,7 +73,7 @@ def mutants_of(path):
 
 
 def chosen(area, count, seed):
-    """As many of each folder as it has, in turns."""
+    """In turns from each folder, as many as it has."""
     pick = random.Random(f"{seed} {area}")
     folders = collections.defaultdict(list)
     for path in sorted((ROOT / area).rglob("*.[ch]pp")):

@@ -39,7 +39,7 @@ install_and_move() {
     mv "$work/before" "$work/$2"
 }
 
-# Compiles a program with what pkg-config says: NAME, the packages and options for it, the compiler's command.
+# Compiles a program with the flags from pkg-config: NAME, the packages and options for it, the compiler's command.
 compile() {
     local name=$1 options=$2
     shift 2

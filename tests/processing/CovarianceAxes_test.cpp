@@ -94,7 +94,7 @@ TEST(CovarianceAxes, AreUndefinedWherePositionAndVelocityAreParallel) {
         Vorlanstate state;
         bool rotating, defined;
     };
-    // In the rotating frame, a satellite over a place has the velocity of the frame alone.
+    // In the rotating frame, a satellite above a fixed place has only the velocity of the frame.
     const Case cases[] = {
         {"at rest", {0, {42000, 0, 0}, {0, 0, 0}}, false, false},
         {"at rest in a rotating frame", {0, {42000, 0, 0}, {0, 0, 0}}, true, true},

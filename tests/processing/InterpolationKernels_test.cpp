@@ -1,5 +1,5 @@
-// The interpolation kernels bit by bit against the formulas written down plainly, and their rounding error
-// against results worked out without any: data/kernel_reference.txt.
+// The interpolation kernels, bit by bit against the plainly written formulas, and their rounding error against exact
+// results: data/kernel_reference.txt.
 #include "Vorlandi/VorlandiProcessing/InterpolationKernels.hpp"
 
 #include <algorithm>
@@ -20,7 +20,7 @@ using Doubles = std::vector<double>;
 
 constexpr double kUnits[17] = {0, 0, 0, 0, 0, 0, 0, 0, 1};  // from 8 - i on, only element i is a 1
 
-// The formula of the weights, one term after the other, in its order.
+// The formula of the weights, term by term, in its order.
 double plainLagrange(const Doubles& y, const Doubles& x, double t) {
     double product = 1.0, sum = 0.0;
     for (const double node : x)
@@ -124,7 +124,7 @@ TEST(Hermitevorlan, HasTheBitsOfTheFormulasOnRandomWindowsAndOfTheNodesAtTheirTi
             std::generate_n(points[k].vel, 3, [&] { return 8.0 * value(random); });
             std::generate_n(points[k].cov, kCovarianceSize, [&] { return value(random); });
         }
-        if (round % 7 < 2) points[round % 7].cov[1] = 12345.0;  // of the first node only it is a mark
+        if (round % 7 < 2) points[round % 7].cov[1] = 12345.0;  // only in the first node it is a mark
         const double t = std::lerp(points.front().time, points.back().time, share(random));
         Vorlanpoint expected = plainHermite(points, t, vanished);
         ASSERT_EQ(bitsOf(interpolated(points, t)), bitsOf(expected));
@@ -157,8 +157,8 @@ struct Roundings {
 // velocity hold besides sums of n terms whose parts are larger than the sums.
 void expectNearExact(const Points& points, const Vorlanpoint& exact, Roundings& found) {
     Vorlanpoint largest;
-    // How much the polynomial and its derivative enlarge errors of the nodes: the sums of the weights'
-    // magnitudes, worked out from states that have a 1 in one place.
+    // How much the polynomial and its derivative magnify errors of the nodes: the sums of the weights' magnitudes,
+    // found from states that have a 1 in one place.
     double position = 0.0, velocity = 0.0, fromVelocity = 0.0;
     for (std::size_t i = 0; i < points.size(); ++i) {
         Points unit(points.size());
@@ -224,7 +224,7 @@ TEST(InterpolationKernels, StayWithinTheirRoundingErrorOfTheExactPolynomials) {
     EXPECT_EQ(windows, 59);
     std::cout << "largest rounding errors: position " << found.position << ", velocity " << found.velocity
               << " units of 2^-52 of the largest node\n";
-    EXPECT_EQ(found.hash, 18318692360554219188U) << "another compiler or optimisation gives other bits";
+    EXPECT_EQ(found.hash, 18318692360554219188U) << "another compiler or optimisation changes the bits";
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ namespace {
 
 constexpr double kMinute = 1.0 / 1440.0, kHalfMillisecond = 0.0005 / 86400.0;
 
-// Start of the records: times near it have short binary forms, which the TAI scale gives back exactly.
+// Start of the records: times near it have short binary forms, which a trip through TAI restores exactly.
 constexpr double kStart = 27000.0;
 
 struct Answer {
@@ -54,7 +54,7 @@ Vorlanrecord recordAt(const std::vector<double>& minutes, std::mt19937_64& rando
     return record;
 }
 
-// The rules one after the other: the bisection as it is laid down, with the point it probes last.
+// The rules one after another: the bisection as specified, with the last point that it probes.
 Answer plainAnswer(const PointArray& points, double ds50UTC) {
     const double t = tai2utc(utc2tai(ds50UTC));
     const int n = points.count();
@@ -126,7 +126,7 @@ TEST(InterpolateEP, RefusesPointsMoreThan61MinutesApart) {
     }
 }
 
-TEST(InterpolateEP, GivesFewPointsOnlyAtTheirTimesAndASinglePointAtAny) {
+TEST(InterpolateEP, AnswersFewPointsOnlyAtTheirTimesAndASinglePointAtAny) {
     std::mt19937_64 random(testSeed());
     expectEqual(ask({}, kStart), {2, {}, "InterpolateEP: Buffer not initialized."});
     const Vorlanrecord one = recordAt({0.0}, random), three = recordAt({0.0, 22.5, 45.0}, random);

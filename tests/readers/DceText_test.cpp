@@ -6,7 +6,7 @@ namespace vorlandi::testing::dce_text {
 const Lines kGood = {"25544", "1 2 3.5 0.5 7000 -1.5 0.25 1 7.5 -0.5 0 0 0 0",
                      "1,2,3.5,1.5,7001,-1.5,0.25,1,7.5,-0.5,0,0,0,0,15,16"};
 
-TEST(ReadDCEText, ReadsFourteenNumbersALineUpToOneItCannotUse) {
+TEST(ReadDCEText, ReadsFourteenNumbersPerLineUpToOneItCannotUse) {
     expectRecord(kGood, 25544, kEci, {usual(7305.5), usual(7306.5, 7001)});
     expectLoads("ReadDCEText", {
         {"thirteen numbers", put(kGood, 3, "1 2 3.5 1.5 7001 -1.5 0.25 1 7.5 -0.5 0 0 0"), {}, 1},

@@ -16,7 +16,7 @@ TEST(ReadECR, ReadsPositionsAloneOrTwoLinesPerPointUnderAnyOtherLabel) {
     expectLoads("ReadECR", {
         {"day 0", put(kPositions, 11, 3, "000"), {"!24000000000.000"}, 1},
         {"a letter", put(kPositions, 11, 17, "x"), {"!@11"}, 1},
-        // As 2008 it would be stored, and both points after it dropped.
+        // As 2008 it would be stored, and the two points after it dropped.
         {"a time of 1998 that has lost its first digit", put(put(kPositions, 11, "8061000000.000  7000 -1.5 0.25"), 12,
             "98061000100.000 7000 -1.5 0.25\n98061000200.000 7000 -1.5 0.25"), {"!8061000000.000"}, 2},
         {"two velocities", put(kStates, 12, kShort + "\n" + kPositions[11] + "\n" + kShort + "1"),

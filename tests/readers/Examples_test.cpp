@@ -1,5 +1,5 @@
-// The example files of every format hold one orbit, the same numbers under whatever frame a format stands
-// for: the states that the library answers from each, against the integrated ones.
+// The example files of every format hold one orbit, the same numbers under the frame of each format. Compares the
+// states that the library answers from each with the integrated ones.
 #include <cmath>
 #include <ctime>
 #include <sstream>
@@ -17,9 +17,9 @@ namespace {
 
 std::string examplePath(const std::string& name) { return std::string(VORLANDI_EXAMPLES) + "/" + name; }
 
-// How far a stored point lies from the integrated state: what the columns of its layout lose. One bit of the
-// largest numbers is 0.9e-9 m and 0.9e-9 mm/s; three components are taken together. No layout loses time: the
-// points stand at whole minutes.
+// How far a stored point is from the integrated state: what the columns of its layout lose. One bit of the largest
+// numbers is 0.9e-9 m and 0.9e-9 mm/s; three components are taken together. No layout loses time: the points are at
+// whole minutes.
 struct Precision {
     double m, mm_s;
     const char* reason;
@@ -31,9 +31,9 @@ constexpr Precision kMeters{2.0e-9, 2.0e-9, "every bit in meters, the last one r
 constexpr Precision kFeet{2.0e-9, 2.0e-9, "every bit in feet, the last one rounded twice on the way to km"};
 constexpr Precision kMixed{1.0e-10, 2.0e-9, "half of the 13th decimal of km, and every bit of m/s"};
 
-// Between the points, the same for all: times are doubles in days, 1.6e-7 s beside the truth at most, in
-// which a satellite moves 1.2 mm. Shifts of points 60 s apart tilt a curve through them by up to 0.04 mm/s.
-// What four points leave of the orbit itself is far less, 3e-8 m.
+// Between the points, the same for all: times are doubles in days, off by at most 1.6e-7 s, in which a satellite moves
+// 1.2 mm. Shifts of points 60 s apart tilt a curve through them by up to 0.04 mm/s. The error of four points for the
+// orbit itself is far less, 3e-8 m.
 constexpr Precision kTimesInDays{1.2e-3, 4.0e-2, "the rounded times of the points"};
 
 struct Example {
@@ -41,7 +41,7 @@ struct Example {
     std::int32_t satNum, coordSys;
     Precision precision;
     const char* reader;
-    bool practical = false;  // read by the practical rules alone
+    bool practical = false;  // read by the practical rules only
 
     ReadingRules rules() const { return practical ? ReadingRules::practical() : ReadingRules::fixed(); }
 };
@@ -156,7 +156,7 @@ TEST_F(Examples, HaveOneCovarianceInTheFrameAndInTheAxesOfTheStates) {
     }
 }
 
-// Behind another block, of which nothing but the points may stay.
+// After another block, of which only the points may stay.
 TEST_F(Examples, HaveTheirOwnNumberAndFrameAndAllTheirPoints) {
     const std::string earlier = "EPHEMERIS FILE FOR SATELLITE 77777\nPropagation by" + at(52, "EFG\n") +
                                 std::string(48, '=') + "\n24001000000.000" + at(115, "\n") + std::string(48, 'E') +
@@ -175,7 +175,7 @@ TEST_F(Examples, HaveTheirOwnNumberAndFrameAndAllTheirPoints) {
 }
 
 TEST_F(Examples, ReportAFailedReadByTheNameOfTheirReader) {
-    // The file, what is read of it before, the name in the message, and how many records are stored.
+    // The file, how much of it is read first, the name in the message, and how many records are stored.
     std::vector<std::tuple<std::string, std::size_t, std::string, int, ReadingRules>> cases = {
         {"81001_stk.e", 30, "ReadDotE", 0, ReadingRules::fixed()},
         {"81001_stk.e", std::string::npos, "ReadOnlyVorlans", 1, ReadingRules::fixed()}};

@@ -38,13 +38,13 @@ TEST(ReadModifiedITC, ReadsPointsWithAndWithoutCovarianceAndTurnsItFromTheAxesOf
         ASSERT_EQ(record.numberOfPoints(), 3);
         EXPECT_EQ(stateOf(record.points[1]), (State{kMarch1 + 0.5, 0, 7000, 0, -7.5, 0, 0}));
         // U, V, W are x, y, z at the first point, and y, -x, z at the second. The velocity that a rotating frame adds
-        // is parallel to that of the orbit, and turns nothing.
+        // is parallel to the orbit's, and turns nothing.
         EXPECT_THAT(record.points[0].cov, ::testing::ElementsAre(1e-4, 0, 2e-4, 0, 0, 3e-4, 0, 0, 0, 4e-8, 0, 0, 0, 0,
                                                                 5e-8, 0, 0, 0, 0, 0, 6e-8));
         EXPECT_THAT(record.points[1].cov, ::testing::ElementsAre(3, -2, 1, -5, 4, 6, 12, -11, -13, 15, -8, 7, 9, -14,
                                                                 10, -17, 16, 18, -20, 19, 21));
         EXPECT_FALSE(hasCovariance(record.points[2]));
-        // What is at rest has axes in a rotating frame alone.
+        // A satellite at rest has axes only in a rotating frame.
         const Loaded atRest = loadLines(put(kGood, 5, "2024061000000.000 42164 0 0 0 0 0"), fileName, kRules);
         EXPECT_EQ(hasCovariance(atRest.records.at(0).points[0]), rotating);
     }

@@ -107,7 +107,7 @@ TEST(ReadOEM, ReadsSegmentsOfMetadataStatesAndCovariances) {
     EXPECT_EQ(second.points.covariances(), nullptr);
 }
 
-TEST(ReadOEM, TakesTheFramesTimeSystemsAndVersionsThatItNames) {
+TEST(ReadOEM, AcceptsTheFramesTimeSystemsAndVersionsThatItNames) {
     const std::string frames =
         " is not read; EME2000, J2000, ICRF, GCRF, TEME, TEMEOFDATE, EFG, FIXED_EARTH and ITRF are.";
     const std::pair<const char*, std::int32_t> coordSystems[] = {
@@ -223,7 +223,7 @@ TEST(ReadOEM, SkipsABadLine) {
     expectOem(cases);
 }
 
-TEST(ReadOEM, GivesCovariancesToThePointsOfTheirEpoch) {
+TEST(ReadOEM, AssignsCovariancesToThePointsOfTheirEpoch) {
     const Lines states = cut(kGood, 14), stop = {"COVARIANCE_STOP"};
     const std::string noon = "2024-03-01T12:00:00", early = "2024-03-01T00:00:00",
                       noPoint = "no state without a covariance at this epoch";
@@ -291,7 +291,7 @@ TEST(ReadOEM, TurnsCovariancesIntoTheFrameOfTheStates) {
     };
     for (const auto& [frame, statesFrame, axes, rotates] : rows) {
         SCOPED_TRACE(frame);
-        // The frame holds for its own matrix alone, and may come before the epoch.
+        // The frame applies only to its own matrix, and may come before the epoch.
         Lines turned = matrix("2024-03-01T12:00:00", frame);
         if (rotates) std::swap(turned[0], turned[1]);
         const Lines lines =
@@ -332,7 +332,7 @@ TEST(ReadOEM, NumbersAndTagsSatellites) {
         file + a + segment("BETA", "77") + put(b, 3, "OBJECT_ID = 1234567890"), {99999, 77, 99999},
         {"ReadOEM: MEME_42_X_1.oem:18: segments name different objects, 2020-001A and 77: the number of those "
          "without one is 99999."});
-    // Objects are compared by what both segments say, also those of a refused segment, whatever the order of its keys.
+    // Objects are compared by what both segments say, even if one is refused, in any order of its keys.
     const Lines numbered = segment("ALPHA", "77"), nameAlone = put(laterA, 3, "COMMENT");
     expectNumbers(file + a + put(nameAlone, 2, "OBJECT_NAME = alpha"), {42, 42}, {});
     expectNumbers(file + numbered + put(nameAlone, 2, "OBJECT_NAME = alpha"), {77, 77}, {});
@@ -346,13 +346,13 @@ TEST(ReadOEM, NumbersAndTagsSatellites) {
     EXPECT_EQ(besideRefused.records.at(0).satNum, 99999);
     EXPECT_EQ(besideRefused.errors.back(), differ);
     expectNumbers(file + segment("55", "2020-001A"), {55}, {});
-    // A file behind another one in the same file
+    // A file after another one in the same file
     const Lines second = file + b;
     EXPECT_EQ(loadOem(file + a + second).records.size(), 2u);
     const Loaded badVersion = loadOem(put(file + a + second, 12, "CCSDS_OEM_VERS = 9.0"));
     EXPECT_EQ(badVersion.records.size(), 1u);
     EXPECT_EQ(badVersion.status, 2);
-    // A point in a leap second is dropped, in whatever scale.
+    // A point in a leap second is dropped, on every scale.
     for (const auto& [scale, epochs] :
          {std::pair("UTC", Lines{"2016-12-31T23:59:59", "2016-12-31T23:59:60", "2017-01-01T00:00:00"}),
           {"TAI", {"2017-01-01T00:00:35", "2017-01-01T00:00:36.5", "2017-01-01T00:00:37"}}}) {
@@ -374,7 +374,7 @@ TEST(ReadOEM, NumbersAndTagsSatellites) {
 
 class ReadOEMEvents : public StoreTest {};
 
-TEST_F(ReadOEMEvents, TellEachBlockAndEachRecord) {
+TEST_F(ReadOEMEvents, ReportEachBlockAndEachRecord) {
     std::string text;
     for (const std::string& line : kGood + segment("B", "2") + kGood)
         text += line + '\n';
@@ -392,7 +392,7 @@ TEST_F(ReadOEMEvents, TellEachBlockAndEachRecord) {
                 ::testing::ElementsAre("1|x.oem:1|OEM", "1|x.oem:31|OEM", ::testing::StartsWith("4|x.oem:52|"),
                                        ::testing::StartsWith("4|x.oem:52|"),
                                        ::testing::StartsWith("6|x.oem:34|duplicate of ")));
-    // Of a file that can't be read to its end, the segments that are complete are stored.
+    // The complete segments of a file that can't be read to its end are stored.
     EXPECT_THAT(heard(text.find("META_START", 200) + 20), ::testing::Contains(::testing::StartsWith("4|")));
 }
 

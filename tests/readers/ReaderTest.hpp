@@ -1,5 +1,4 @@
-// What the readers' tests share: a good file as lines, edits to it, and tables of edited files with what they
-// give.
+// Shared by the readers' tests: a good file as lines, edits to it, and tables of edited files with the results.
 #pragma once
 
 #include <array>
@@ -25,11 +24,10 @@ inline std::string fields(std::size_t width, std::initializer_list<std::string_v
     return line;
 }
 
-// The text so that it begins at a 1-based column.
+// The text, padded to begin at a 1-based column.
 inline std::string at(std::size_t column, const std::string& text) { return std::string(column - 1, ' ') + text; }
 
-// The lines with a text written over one of them from a column on, or in its place; lines and columns are
-// 1-based.
+// The lines with a text written over one of them from a column on, or replacing it; lines and columns are 1-based.
 inline Lines put(Lines lines, std::size_t line, std::size_t column, std::string_view text) {
     std::string& edited = lines.at(line - 1);
     edited.resize(std::max(edited.size(), column - 1 + text.size()), ' ');
@@ -61,7 +59,7 @@ constexpr double kMarch1 = 27089.0;  // of 2024, 00:00
 // The state that most of the good files hold.
 constexpr State usual(double time, double x = 7000.0) { return {time, x, -1.5, 0.25, 1.0, 7.5, -0.5}; }
 
-// The one record that a file gives.
+// The one record that is read from a file.
 inline Vorlanrecord expectRecord(const Lines& lines, std::int32_t satNum, std::int32_t coordSys,
                                  const std::vector<State>& states, std::string_view fileName = "test.txt") {
     const Loaded loaded = loadLines(lines, fileName);

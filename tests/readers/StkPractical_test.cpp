@@ -1,4 +1,4 @@
-// STK by the practical rules: one good file and tables of edits to it, with what is stored of each and what is said.
+// STK by the practical rules: one good file and tables of edits to it, with what each stores and reports.
 #include <algorithm>
 #include <cmath>
 #include <iterator>
@@ -23,7 +23,7 @@ Loaded loadPractical(const Lines& lines, std::string_view name = "f.e") {
     return loadLines(lines, name, ReadingRules::practical());
 }
 
-// What is stored, and the reasons among the messages, without the name of reader and file.
+// What is stored, and the reasons in the messages, without the name of reader and file.
 void expectPractical(const std::string& what, const Lines& lines, const Lines& records, const Lines& reasons = {}) {
     SCOPED_TRACE(what);
     const Loaded loaded = loadPractical(lines);
@@ -114,7 +114,7 @@ TEST(ReadSTK, ReadsSettingsInAnyCaseAndRefusesByNameWhatItDoesNotRead) {
         expectPractical(text + ", and a good block after it", both, j2k, {reason});
     }
     EXPECT_EQ(loadPractical(put(kGood, kBody, "CentralBody Moon")).status, 2);
-    // After the states a setting may only repeat what they have been taken for.
+    // After the states a setting may only repeat how they were read.
     const std::string late = " has to be before the states.";
     for (const char* const setting : {"DistanceUnit Meters", "CoordinateSystem Fixed"})
         expectPractical(setting, with(kGood, kEnd, {setting}), {}, {std::string("15: ") + setting + late});
@@ -218,8 +218,8 @@ TEST(ReadSTK, ReadsPastSectionsThatItDoesNotKnow) {
     expectPractical("without an end", cut(kGood, 14), all);
 }
 
-// A file of states, its segment boundaries, and the records in short; of the reasons, "13-2" is that two points are
-// dropped from line 13 on, "+" that no point is at a boundary. A quote after a second makes x another one.
+// A file of states, its segment boundaries, and the records in short; the reason "13-2" means that two points are
+// dropped from line 13 on, "+" that no point is at a boundary. A quote after a second changes x.
 struct Division {
     const char *what, *seconds, *boundaries, *records;
     Lines reasons;
@@ -238,7 +238,7 @@ Lines withStatesAt(const std::string& seconds) {
     return lines;
 }
 
-// The boundaries, if there are any, before the states and after them.
+// The boundaries, if any, before the states and after them.
 void expectDivisions(const std::vector<Division>& divisions) {
     for (const auto& [what, seconds, boundaries, records, reasons] : divisions) {
         const Lines lines = withStatesAt(seconds);
@@ -330,7 +330,7 @@ Lines covariances(const Loaded& loaded) {
     return texts;
 }
 
-TEST(ReadSTK, GivesCovariancesToThePointsOfTheirTimeBeforeOrAfterThem) {
+TEST(ReadSTK, AssignsCovariancesToThePointsOfTheirTimeBeforeOrAfterThem) {
     const Lines section = {"CovarianceFormat LowerTriangular", "CovarianceTimePosVel"};
     const std::string oneLine = "60 " + values(21), second = "120.0000001 " + values(21, 2);
     const std::string bad = ": a covariance is a time and 21 numbers, and ends its line.",
@@ -350,7 +350,7 @@ TEST(ReadSTK, GivesCovariancesToThePointsOfTheirTimeBeforeOrAfterThem) {
         {"a time without a point", {"61 " + values(21), second}, "- - 2..22 - - - ", {"+0" + none}},
         {"twice", {oneLine, "60 " + values(21, 5)}, "- 1..21 - - - - ", {"+1" + none}},
         {"a word in it", {"60 1 x " + values(19), second}, "- - 2..22 - - - ", {"+0" + bad}},
-        {"a value is missing: the next one is lost, too",
+        {"a value is missing: the next one is also lost",
          {"60 " + values(20), second, "180" + values(21, 3)},
          "- - - 3..23 - - ",
          {"+0" + bad}},
@@ -367,7 +367,7 @@ TEST(ReadSTK, GivesCovariancesToThePointsOfTheirTimeBeforeOrAfterThem) {
             EXPECT_EQ(covariances(loadPractical(whole)), Lines{given}) << what << " before line " << at;
         }
     }
-    // Of two points at one time, one covariance is for both, and of two the second is that of the second.
+    // If two points have one time, a single covariance is for both; of two, the second is for the second point.
     const Lines doubled = with(kGood, kStates + 4, {state(180, 7001)});
     const auto of = [&](const Lines& lines) {
         return covariances(loadPractical(with(with(doubled, kEnd + 1, lines), kEnd + 1, section)));
@@ -375,7 +375,7 @@ TEST(ReadSTK, GivesCovariancesToThePointsOfTheirTimeBeforeOrAfterThem) {
     EXPECT_EQ(of({"180" + values(21)}), (Lines{"- - - 1..21 ", "1..21 - - "}));
     EXPECT_EQ(of({"180" + values(21), "180" + values(21, 2), "240" + values(21, 3)}),
               (Lines{"- - - 1..21 ", "2..22 3..23 - "}));
-    // At a segment boundary both are regular, those of two equal points, and equal ones of a single point.
+    // At a segment boundary two are regular: for two equal points, and equal ones for a single point.
     const Lines repeated = with(kGood, kStates + 4, {state(180)}), at180 = {"SegmentBoundaryTimes", "180"};
     const struct {
         const Lines &points, boundary;

@@ -23,13 +23,13 @@ TEST(ReadDotE, ReadsEpochUnitAndStates) {
         {"ICRF", put(kGood, 5, "CoordinateSystem ICRF"), {}, 2, 99999, kJ2k},
         {"no system", put(kGood, 5, ""), {}, 2, 99999, kJ2k},
         {"the header has no comments", put(kGood, 5, "* CoordinateSystem J2000"), {}, 2, 99999, kJ2k},
-        {"a later epoch is passed over", put(kGood, 5, "CoordinateSystem ScenarioEpoch Fixed"), {}, 2, 99999,
+        {"a later epoch is skipped", put(kGood, 5, "CoordinateSystem ScenarioEpoch Fixed"), {}, 2, 99999,
             kEcr},
         {"a keyword in lower case", put(kGood, 4, "centralbody Moon"), {}, 2},
         {"no end", cut(kGood, 11), {}, 2},
-        {"the end behind numbers", put(kGood, 11, 37, "end Ephemeris\n99999 1 1 1 1 1 1"), {}, 1},
+        {"the end after numbers", put(kGood, 11, 37, "end Ephemeris\n99999 1 1 1 1 1 1"), {}, 1},
         {"the end inside a line", put(kGood, 11, 1, " weekend Ephemeris"), {}, 1},
-        {"the end behind a slash", put(kGood, 11, "60,7001.0 / end Ephemeris"), {}, 1},
+        {"the end after a slash", put(kGood, 11, "60,7001.0 / end Ephemeris"), {}, 1},
         {"an end in upper case", put(kGood, 12, "END Ephemeris"), {"!@12"}, 2}};
     for (const char* const line : {"60 70o1.0 1 2 3 4 5", "60 7001 1 2 3 4", "60,1,2,3,4,5,",
         "60 1 2 3 4 5 6end"})

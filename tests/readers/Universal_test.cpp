@@ -25,7 +25,7 @@ TEST(ReadKQUniversalVorlan, TakesSatelliteSystemAndLayoutFromTheHeader) {
     expectLoads("ReadKQUniversalVorlan", {
         {"right-aligned", {header("     81001", "wptrl"), kFixed}, {}, 1, 81001, 18},
         {"five letters", {header("+5", "HcsGcxyz"), kFixed}, {}, 1, 5, 19},
-        {"more behind the layout", {header("5", "WPTGC", "CSV x"), kCommas}, {}, 1, 5, 20},
+        {"more after the layout", {header("5", "WPTGC", "CSV x"), kCommas}, {}, 1, 5, 20},
         {"no layout", {header("5", "WPTGC", "CSVX"), kFixed}, {}, 1},
         {"a layout in lower case", {header("5", "WPTGC", "csv"), kFixed}, {}, 1},
         {"no layout, no blanks", {header().substr(0, 44), kFixed}, {}, 1, 81001, 17},
@@ -34,7 +34,7 @@ TEST(ReadKQUniversalVorlan, TakesSatelliteSystemAndLayoutFromTheHeader) {
         {"a word after the number", {header("5 x"), kFixed}, {}, 1, 5},
         {"a letter after the number", {header("5x"), kFixed}, {noNumber}, 0},
         {"no number", {header("x"), kFixed}, {noNumber}, 0},
-        {"what stands for none", {header("-123"), kFixed}, {noNumber}, 0},
+        {"the code for no number", {header("-123"), kFixed}, {noNumber}, 0},
     });
 }
 
@@ -45,7 +45,7 @@ TEST(ReadKQUniversalVorlan, ReportsLinesItCannotRead) {
     std::vector<Case> cases = {
         {"column 27 is not read", put(five, 2, 27, "x"), {}, 2},
         {"nor is column 147", put(five, 2, 147, "x"), {}, 2},
-        {"nothing behind the time", put(five, 2, time), {}, 2},
+        {"nothing after the time", put(five, 2, time), {}, 2},
         {"a letter in column 146", put(five, 2, 146, "x"), {"!@2"}, 1},
         {"both bad: the time is named", put(put(five, 2, 40, "x"), 2, 1, "1949"),
             {"!1949-01-30T23:00:00.000000"}, 1},

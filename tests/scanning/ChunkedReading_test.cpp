@@ -1,4 +1,4 @@
-// Several threads read one file as one thread does.
+// Several threads read one file with the result of one thread.
 #include <filesystem>
 #include <random>
 #include <set>
@@ -26,7 +26,7 @@ std::vector<std::string> linesOf(const std::string& file) {
     return lines;
 }
 
-TEST_F(ChunkedReading, MakesWhatOneThreadMakesWhateverIsInTheFile) {
+TEST_F(ChunkedReading, HasTheResultOfOneThreadForAnyFile) {
     const std::string other = folder.write("other", "5\n1 1 0 20485/\n\n");
     const std::string faults[] = {"",
                                   "   ",
@@ -104,8 +104,8 @@ TEST_F(ChunkedReading, MakesWhatOneThreadMakesWhateverIsInTheFile) {
     }
 }
 
-// More reports in a chunk than are kept, points that all are late, and an observer that throws.
-TEST_F(ChunkedReading, LeavesToTheCallingThreadWhatAChunkCanNotSay) {
+// More reports in a chunk than are kept, points that are all too early, and an observer that throws.
+TEST_F(ChunkedReading, LeavesToTheCallingThreadWhatAChunkCannotDecide) {
     std::vector<std::string> lines = linesOf("81001_owner.txt");
     const std::vector<std::string> good = lines;
     for (int k = 0; k < 200; ++k)
@@ -125,7 +125,7 @@ std::set<std::string> runningThreads() {
     return ids;
 }
 
-TEST_F(ChunkedReading, StartsThreadsOnlyForALargeFileThatTheCallerAllowsThemFor) {
+TEST_F(ChunkedReading, StartsThreadsOnlyForALargeFileAndIfTheCallerAllows) {
     // All threads run until the last read, whichever of them the machine lets read.
     struct WatchingSource : ToldSource {
         WatchingSource(std::string_view text, std::set<std::string>& ids) : ToldSource(text, true), seen(ids) {}

@@ -1,5 +1,5 @@
-// Format detection: the table of docs/formats.md row by row and column by column, and the tests that are more
-// than texts at columns.
+// Format detection: the table of docs/formats.md row by row and column by column, and the tests that check more than
+// texts at columns.
 #include "Vorlandi/VorlandiCardReading/FormatDetection.hpp"
 
 #include <algorithm>
@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kWidth = 130;
 
-// What one way to pass a test needs: characters by column.
+// What one alternative of a test requires: characters by column.
 struct Header {
     std::int32_t code;
     ReadingRules rules;

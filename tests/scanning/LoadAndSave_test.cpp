@@ -1,5 +1,5 @@
-// Loading and saving through the exported functions: cards, tags, blocks after one another, status codes,
-// what a saved file holds, and loading by several threads at once.
+// Loading and saving through the exported functions: cards, tags, several blocks, status codes, the content of a saved
+// file, and loading by several threads at once.
 #include <malloc.h>
 
 #include <atomic>

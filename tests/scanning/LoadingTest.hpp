@@ -1,4 +1,4 @@
-// What the tests of loading and saving share: files in a folder of their own, and cards that name them.
+// Shared by the tests of loading and saving: files in a temporary folder, and cards that name them.
 #pragma once
 
 #include <string>

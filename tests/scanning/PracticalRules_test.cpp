@@ -1,5 +1,5 @@
-// The practical rules beside the fixed ones: what the same bytes give by either; the options of the loading functions;
-// and that without options nothing differs from VorlanLoadFile.
+// The practical rules compared with the fixed ones: the results of either for the same bytes; the options of the
+// loading functions; and that without options nothing differs from VorlanLoadFile.
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -62,7 +62,7 @@ protected:
     TemporaryFolder folder;
 };
 
-// Blocks of STK, which ends before the file.
+// Blocks of STK, which end before the file does.
 std::string stk(const Lines& states, const std::string& unit = "Kilometers", const std::string& system = "J2000") {
     Lines lines = {"stk.v.1", "ScenarioEpoch 31 Jan 2026 0:00:00", "DistanceUnit " + unit, "CoordinateSystem " + system,
                    "EphemerisTimePosVel"};
@@ -96,7 +96,7 @@ std::string binaryWith(std::size_t offsetInPayload, double value) {
     return bytes.replace(kHeader + 2 * kPoint + kCount + offsetInPayload, sizeof value, text.data(), sizeof value);
 }
 
-TEST_F(PracticalRules, GiveTheSameBytesAnotherOutcomeThanTheFixedOnes) {
+TEST_F(PracticalRules, DifferFromTheFixedOnesOnTheSameBytes) {
     const Lines two = {"0 7000 1 2 3 4 5", "60 7001 1 2 3 4 5"}, later = {"120 7002 1 2 3 4 5"};
     const std::string bad = "*** ReadKQUniversalVorlan : Bad ephemeris data. ***";
     const std::string four =
@@ -290,7 +290,7 @@ TEST_F(PracticalRules, EndABlockWithPointsOrWithoutAtTheHeaderOfTheNext) {
     }
 }
 
-TEST_F(PracticalRules, ReadOrTellWhatFollowsABlockInAFormatThatIsKnownByTheShapeOfItsLines) {
+TEST_F(PracticalRules, ReadOrReportWhatFollowsABlockInAFormatKnownByTheShapeOfItsLines) {
     const std::string dce = example("81001_dce.txt", 6), dce2 = withNumber81002(dce),
                       badDce = example("81001_dce.txt", 6, 3, 1, "x"), owner = example("81001_owner.txt", 4),
                       eelv = example("81001_eelv.txt", 4), badStk = stk({"0 1 2 3 4 5 6"}, "Miles"),
@@ -384,7 +384,7 @@ protected:
     const std::string two = stk({"0 7000 1 2 3 4 5", "60 7001 1 2 3 4 5"});
 };
 
-TEST_F(LoadOptions, TellTheKeysOfWhatTheCallStoredInItsOrder) {
+TEST_F(LoadOptions, ReturnTheKeysThatTheCallStoredInOrder) {
     const std::string fleet = folder.write("10009.e", two + "EPHFIL = " + folder.write("10003.e", two) + "\n" +
                                                           "EPHFIL = " + folder.write("10005.e", two) + "\n");
     for (const std::int32_t options : {0, int(VORLAN_LOAD_PRACTICAL)}) {
@@ -407,7 +407,7 @@ TEST_F(LoadOptions, TellTheKeysOfWhatTheCallStoredInItsOrder) {
     }
 }
 
-TEST_F(LoadOptions, DmaKeysKeepEqualSatellitesSideBySide) {
+TEST_F(LoadOptions, DmaKeysKeepDuplicateSatellites) {
     const std::string path = folder.write("10009.e", two);
     const Counted first = loadFile(path, VORLAN_LOAD_DMA_KEYS), second = loadFile(path, VORLAN_LOAD_DMA_KEYS),
                   ordinary = loadFile(path, 0);

@@ -1,4 +1,4 @@
-// What the read observer of a test hears, as texts that can be compared.
+// The events that the read observer of a test receives, as texts that can be compared.
 #pragma once
 
 #include <string>

@@ -1,5 +1,5 @@
-// Files that can't be read as they should: missing ones, read errors, files that become shorter, no descriptor left.
-// Every failure is reported, and nothing is read more often than necessary.
+// Files that can't be read: missing files, read errors, files that become shorter, no descriptor left. Every failure is
+// reported, and nothing is read more often than necessary.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -13,8 +13,8 @@
 #include "scanning/LoadingTest.hpp"
 #include "scanning/ReadEvents.hpp"
 
-// Stands in for the system's `read` in this program: fails from a byte of one file on, and counts what was read of it.
-// The label keeps it apart from the declarations of the system's headers.
+// Replaces the system's `read` in this program: fails from a byte of one file on, and counts what was read of it. The
+// label separates it from the declarations of the system's headers.
 extern "C" ssize_t faultyRead(int descriptor, void* bytes, std::size_t size) __asm__("read");
 
 namespace {
@@ -107,7 +107,7 @@ TEST_F(ReadFaults, AReadErrorInAFileIsReportedWithItsCard) {
     }
 }
 
-// The bytes of a card file of which each pass sees another part.
+// The bytes of a card file; each pass sees a different part.
 struct Passes : ByteSource {
     struct Pass {
         std::size_t size;
@@ -164,7 +164,7 @@ TEST_F(ReadFaults, AnErrorInEitherPassOverACardFileIsReportedOnce) {
     }
 }
 
-// Leaves room for a number of further descriptors while it lives.
+// Leaves only this many free descriptors while it lives.
 class FewDescriptors {
 public:
     explicit FewDescriptors(rlim_t left) {

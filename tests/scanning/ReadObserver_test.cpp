@@ -1,4 +1,4 @@
-// The events that a load sends to the read observer: each with its file, line and text.
+// The events that a load sends to the read observer, each with its file, line and text.
 #include <stdexcept>
 #include <thread>
 

@@ -18,7 +18,7 @@ constexpr std::size_t kLineSize = 522;
 
 class Saving : public LoadingTest {
 protected:
-    // Satellites that differ from those of other calls in what is saved for them.
+    // Satellites whose saved lines differ from those of other calls.
     static void add(std::int32_t first, int count, const char* tag) {
         for (std::int32_t satNum = first; satNum < first + count; ++satNum) {
             const std::int64_t key = VorlanAddSat(satNum, 1, 27000.0, 6378.135, 0.0743);

@@ -1,4 +1,4 @@
-// A file without cards is read once, with the effects that reading it twice has.
+// A file without cards is read once, with the same effects as reading it twice.
 #include <random>
 
 #include "scanning/WholeLoad.hpp"
@@ -8,7 +8,7 @@ namespace {
 
 class SingleReading : public WholeLoadTest {
 protected:
-    // The same by a source that can't go back to where it was, which is read for its cards first.
+    // The same from a source that can't be rewound, which is read for its cards first.
     Lines twice(std::string_view text, const LoadRequest& request) {
         return everythingOf(std::make_unique<ToldSource>(text, false), "81001_fleet", request);
     }
@@ -42,7 +42,7 @@ TEST_F(SingleReading, ReadsAFileWithoutCardsOnce) {
     } cases[] = {
         {marks + owner(100, 99) + far + marks, 1, 0}, {owner(100, 99) + far + card, 3, 0},  // seen at the end
         {card + far + owner(100, 99), 3, 0},  // seen before anything is read; this block begins with the file
-        {owner(2000, 0) + far, 2, kBuffer},   // more bad lines than can be kept: the rest is looked at then
+        {owner(2000, 0) + far, 2, kBuffer},   // more bad lines than can be kept: then the rest is searched
         {owner(2000, 0) + far + card, 3, 0},
     };
     for (const auto& [text, times, spared] : cases) {
@@ -54,7 +54,7 @@ TEST_F(SingleReading, ReadsAFileWithoutCardsOnce) {
 }
 
 // Lines that are cards, or nearly, between lines of blocks, and cut in pieces anywhere.
-TEST_F(SingleReading, MakesWhatReadingItTwiceMakes) {
+TEST_F(SingleReading, HasTheResultOfReadingItTwice) {
     const std::string other = folder.write("other", "5\n1 1 0 20485/\n\n");
     const std::string lines[] = {"EPHFIL = " + other,
                                  "ephemfile=" + other,

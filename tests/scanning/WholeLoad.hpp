@@ -1,5 +1,5 @@
-// All that a load does, in a form that can be compared: what it stores, reports and returns; and a source of bytes that
-// tells how it was read.
+// All effects of a load in a form that can be compared: what it stores, reports and returns; and a source of bytes that
+// records how it was read.
 #pragma once
 
 #include <mutex>
@@ -13,7 +13,7 @@
 
 namespace vorlandi::testing {
 
-// What has been asked of a source.
+// The requests to a source.
 struct Reading {
     std::mutex mutex;
     std::size_t bytes = 0;

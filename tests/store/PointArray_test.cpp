@@ -49,7 +49,7 @@ struct Modelled {
 };
 
 // Up to 100,000 points, so that blocks begin on the heap, become mappings and are remapped.
-TEST(PointArray, HoldsWhatIsAppendedWhoeverSharesCopiesTrimsOrClearsIt) {
+TEST(PointArray, HoldsWhatIsAppendedThroughSharingCopyingTrimmingAndClearing) {
     SCOPED_TRACE(testSeed());
     std::mt19937_64 random(testSeed());
     for (const double firstCovariance : {0.0, 30'000.0, HUGE_VAL}) {
@@ -99,7 +99,7 @@ TEST(PointArray, GrowsByAThousandAndTakesNoRoomForCovariancesBeforeTheFirst) {
     PointArray negativeZeros;
     const PointCovariance none{{0.0, -0.0}}, some{{1.0, -0.0}};
     negativeZeros.append({}, &none);
-    EXPECT_EQ(negativeZeros.covariances(), nullptr) << "negative zeros alone are no covariance";
+    EXPECT_EQ(negativeZeros.covariances(), nullptr) << "negative zeros alone are not a covariance";
     for (const PointCovariance* covariance : {&some, &none})
         negativeZeros.append({}, covariance);
     EXPECT_TRUE(std::signbit(negativeZeros[1].cov[1]));

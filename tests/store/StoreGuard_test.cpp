@@ -1,7 +1,7 @@
-// The access guard. In the fixed mode a writer may begin between a reader's look at the flag and its announcement; so
-// nothing here lets readers of the tree race with writers in that mode. Exclusion is tested step by step, and the test
-// under load mixes only what the gap can't spoil: writers among themselves, and readers of DMA keys, which never see
-// the tree. The safe mode under load is what the stress program is for.
+// The access guard. In the fixed mode a writer may begin between a reader's check of the flag and its announcement, so
+// no test here lets readers of the tree race with writers in that mode. Exclusion is tested step by step, and the test
+// under load mixes only what the gap can't affect: writers among themselves, and readers of DMA keys, which never see
+// the tree. The stress program tests the safe mode under load.
 #include "Vorlandi/StoreGuard.hpp"
 
 #include <chrono>
@@ -48,7 +48,7 @@ TEST_F(StoreGuard, AWriterProceedsAfterBothReadersHaveLeftAndALaterReaderAfterTh
     auto held = std::make_unique<WriteGuard>();
     writer = std::async(std::launch::async, [] { return addSatellite(6); });
     EXPECT_FALSE(finished(writer, 20ms)) << "after another writer";
-    // A lookup of a DMA key that entered the reader side would wait for ever.
+    // A lookup of a DMA key that entered the reader side would wait forever.
     EXPECT_EQ(VorlanAddSatEphem(dma, kEpoch, kPos, kVel, 7), 0);
     EXPECT_EQ(stored(dma).numberOfPoints(), 1);
     held.reset();
@@ -103,7 +103,7 @@ TEST_F(SafeStoreGuard, ChangesOfPointsAndFieldsAndDmaKeysTakePart) {
 }
 
 TEST_F(SafeStoreGuard, ADmaKeyIsFoundOnlyOnceItsNodeIsInTheTree) {
-    // The key that the next DMA satellite will get: that of the slot after the last one's.
+    // The key that the next DMA satellite will get, from the slot after the last one's.
     const std::int64_t last = addDmaSatellite(5), apart = addDmaSatellite(5) - last, next = last + 2 * apart;
     auto guard = std::make_unique<WriteGuard>();
     VorlanSetAllKeyMode(1, 1);
@@ -163,7 +163,7 @@ TEST_F(StoreGuard, KeepsTheTreeWholeUnderManyWritersAndReadersOfDmaKeys) {
     const std::int64_t dma = addDmaSatellite(7);
     ASSERT_EQ(VorlanAddSatEphem(dma, kEpoch, kPos, kVel, 7), 0);
     std::atomic<int> wrong{0}, writers{3};
-    // Every third number each: the writers rotate the same nodes, and remove those beside each other's new ones.
+    // Every third number each: the writers rotate the same nodes, and remove nodes next to each other's new ones.
     const auto write = [&](std::int32_t own) {
         std::minstd_rand random(static_cast<unsigned>(own));
         std::array<bool, 100> stored{};

@@ -37,7 +37,7 @@ TEST_F(Store, GivesCollidingRecordsTheNextKeysAHundredTimesAndRefusesEqualOnes) 
         ASSERT_EQ(node->key, expected);
         ASSERT_EQ(stored(expected).coordSys, code);
     }
-    // A duplicate is answered with the key that it would have had first, not the one it has.
+    // A duplicate is reported with the key that it would have had first, not the one it has.
     for (const std::int32_t equalOrTooMany : {1, 2, 101}) {
         setDupKeyMode(0);
         EXPECT_EQ(AddRecToMem(record(5, kEpoch, equalOrTooMany), &node), 0);
@@ -117,7 +117,7 @@ TEST_F(Store, FindsTheSatelliteNumberThatComesFirstInPreOrder) {
 }
 
 // The sort strings are the definition; a listing compares numbers where it can.
-TEST_F(Store, ListsByNumberInTheOrderOfTheSortStringsWhateverTheValues) {
+TEST_F(Store, ListsByNumberInTheOrderOfTheSortStringsForAnyValues) {
     for (const std::vector<double>& epochs :
          {std::vector{0.0, 9.5, 25000.0, 100000.25},
           std::vector{0.0, -0.0, -1.0, 999999.5, 1e6, 1e300, double{HUGE_VAL}, double{NAN}}}) {

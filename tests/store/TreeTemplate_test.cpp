@@ -40,7 +40,7 @@ public:
         return keys;
     }
 
-    // Does the node that comes back hold what was stored under the key?
+    // Does the returned node hold what was stored under the key?
     bool remove(int key) {
         const std::unique_ptr<Item> removed(removeNode(key));
         return removed && removed->key == key && removed->content == std::to_string(key);

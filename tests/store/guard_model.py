@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 """A model of the store's guard: tries every interleaving of two readers and two writers.
 
-Each atomic operation is a step. The announcement and the look of a reader, the raising and the counting of a writer are
-sequentially consistent in the library, so their interleavings are all executions that the C++ memory model allows. What
-the weaker operations order is followed by vector clocks: a read or write of the tree that is not ordered after the last
-conflicting one is a data race. The safe mode must have no violation, the fixed mode has its known gap, and each weaker
-variation of the safe mode must be found out, which shows that the model can fail.
+Each atomic operation is a step. A reader's announcement and check, and a writer's raising of the flag and count, are
+sequentially consistent in the library, so their interleavings are all executions that the C++ memory model allows.
+Vector clocks follow the ordering by weaker operations: a read or write of the tree that is not ordered after the last
+conflicting one is a data race. The safe mode must have no violation, the fixed mode has its known gap, and each
+weakened variant of the safe mode must be detected, which shows that the model can fail.
 """
 import sys
 

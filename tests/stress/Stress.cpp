@@ -1,9 +1,9 @@
-// The stress program: many threads call everything beside everything, through the public headers, and each answer is
-// checked: it must be one that some order of the calls gives.
+// The stress program: many threads call all functions at once, through the public headers. Each answer must be one that
+// some order of the calls can produce.
 //
 //     vorlandi_stress SECONDS [safe|fixed] [SEED]
 //
-// In the safe guard mode all actors run freely; in the fixed mode whoever changes the store keeps the others away
+// In the safe guard mode all actors run freely; in the fixed mode an actor that changes the store excludes the others
 // meanwhile. Prints how often each actor acted. Exit status 1 if anything was wrong.
 #include <algorithm>
 #include <chrono>
@@ -224,7 +224,7 @@ void grow(World& world, Random& random) {
     }
 }
 
-// Not too often: a mode or a table is to hold for some calls.
+// Not too often: a mode or a table should stay for some calls.
 void pause() { std::this_thread::sleep_for(std::chrono::microseconds(200)); }
 
 void exchangeLeapSeconds(World& world, Random& random) {
@@ -263,7 +263,7 @@ std::string universalFile(std::int32_t number) {
     return text;
 }
 
-// Hears the keys of what a load stores.
+// Receives the keys of what a load stores.
 void hearKey(std::int32_t event, const char*, std::int32_t, std::int64_t, const char* text, std::int32_t length,
              void* keys) {
     if (event != VORLAN_READ_STORED) return;
@@ -310,9 +310,9 @@ void load(World& world, Random& random) {
     VorlanSetReadObserver(nullptr, nullptr);
 }
 
-// ---- Beside a store that is emptied all the time ----
+// ---- While the store is emptied all the time ----
 
-// Loads from memory what only this thread knows, and finds it whole or gone.
+// Loads from memory a satellite that only this thread knows, and finds it whole or gone.
 void loadBytes(World& world, Random& random) {
     static std::atomic<std::int32_t> threads{0};
     thread_local const std::int32_t own = 8000 + threads++;
@@ -320,7 +320,7 @@ void loadBytes(World& world, Random& random) {
     std::int64_t key = 0, count = 0;
     const std::int32_t status = VorlanLoadBytes(file.data(), static_cast<std::int64_t>(file.size()), "memory",
                                                 anyOptions(random), 1, &key, &count);
-    world.expect(status == 0 && count == 1, "bytes are stored whatever is removed meanwhile");
+    world.expect(status == 0 && count == 1, "bytes are stored during removals");
     Answer last;
     const auto found = VorlanGetEphemeris(key, 5, &last.time, last.pos, last.vel, &last.rev);
     const bool isOwn = last.pos[2] == 1000.0 * own || isDmaKey(key);  // a DMA key may name another one by now
@@ -378,7 +378,7 @@ constexpr Actor kEmptyingActors[] = {
     {"switch key modes then", false, 1, switchModes},
 };
 
-// Calls the library back now and then.
+// Calls the library back from time to time.
 void answerMessage(std::int32_t, const char*, std::int32_t length, void* world) {
     thread_local int heard = 0;
     if (++heard % 64 != 0) return;

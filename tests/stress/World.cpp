@@ -49,7 +49,7 @@ World::World(bool phases, std::filesystem::path where) : folder(std::move(where)
 
 World::~World() { VorlanRemoveAllSats(); }
 
-// Asks for each answer once while each of the leap-second tables is in force: the last bits depend on it.
+// Queries each answer once under each of the leap-second tables: the last bits depend on it.
 void World::addResidents() {
     const char* const lists[] = {"2272060800 10\n", "2272060800 10\n2287785600 11\n"};
     for (const char* const list : lists) {

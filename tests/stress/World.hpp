@@ -1,5 +1,5 @@
-// What the actors of the stress program share: satellites whose points tell which satellite they belong to, so that any
-// answer can be checked on its own, and the count of what went wrong.
+// Shared by the actors of the stress program: satellites whose points identify their satellite, so that any answer can
+// be checked on its own, and the count of faults.
 #pragma once
 
 #include <array>
@@ -34,7 +34,7 @@ struct Answer {
 
 // Is this a stored point of the satellite?
 bool isPointOf(std::int32_t number, const Answer& answer);
-// Of whatever satellite it says it is.
+// Is this a stored point of the satellite that it names?
 bool isPointOfAny(const Answer& answer);
 
 std::int64_t addSatellite(std::int32_t number);
@@ -42,17 +42,17 @@ std::int32_t append(std::int64_t key, std::int32_t number, std::int32_t index);
 
 class World {
 public:
-    // `phases`: whoever changes the store keeps all others away meanwhile, as the fixed guard mode asks for.
+    // `phases`: an actor that changes the store excludes all others meanwhile, as the fixed guard mode requires.
     World(bool phases, std::filesystem::path folder);
     ~World();
     World(const World&) = delete;
     World& operator=(const World&) = delete;
 
-    // Counts a fault, and says what it is the first times.
+    // Counts a fault, and prints the first ones.
     void expect(bool good, const char* what);
     std::int64_t faults() const noexcept { return faults_; }
 
-    // After all actors have stopped: is exactly that stored which should be?
+    // After all actors have stopped: is the content of the store exactly as expected?
     void checkWhatIsLeft();
 
     // ---- What is stored ----
@@ -73,7 +73,7 @@ public:
     // Keys of satellites that have been removed, which may name others by now.
     std::array<std::atomic<std::int64_t>, 64> staleDmaKeys{};
 
-    // Satellites that grow: generation and number of points that are surely stored, in one number.
+    // Satellites that grow: generation and number of points known to be stored, in one number.
     struct Growing {
         std::atomic<std::int64_t> key{0};
         std::atomic<std::uint64_t> state{0};
@@ -92,7 +92,7 @@ public:
     template <class Action>
     void act(bool changes, Action&& action) {
         if (!phases_) return action();
-        // In turn, so that a change comes up however many queries there are.
+        // In turn, so that changes are not starved by queries.
         std::unique_lock turn(turn_);
         if (changes) {
             const std::unique_lock lock(phase_);

@@ -1,4 +1,4 @@
-// Date texts: every form in both directions, how loosely real files write them, and what is no date.
+// Date texts: every form in both directions, how loosely real files write them, and what is not a date.
 #include "TimeLibrary/DateTexts.hpp"
 
 #include <chrono>
@@ -12,7 +12,7 @@ namespace {
 
 using namespace std::chrono;
 
-// By the calendar of the standard library.
+// With the calendar of the standard library.
 double ds50(int ofYear, int month, int day, double seconds = 0.0) {
     const auto number = sys_days{year{ofYear} / month / 1} + days{day - 1} - sys_days{1949y / December / 31};
     return static_cast<double>(number.count()) + seconds / 86400.0;
@@ -53,7 +53,7 @@ TEST(DateTexts, AreReadInEveryFormByTheReadersOfTheForm) {
     }
 }
 
-TEST(DateTexts, GiveZeroForWhatIsNoDate) {
+TEST(DateTexts, ReturnZeroForWhatIsNotADate) {
     // Wrong lengths, ranges, signs, separators; one in each text.
     // clang-format off
     for (const char* const text : {
@@ -98,7 +98,7 @@ TEST(DateTexts, AreWrittenRoundedToTheLastDigitWithTheCarry) {
     }
 }
 
-TEST(DateTexts, AgreeWithTheCalendarOfTheStandardLibraryOnEveryDayAndComeBack) {
+TEST(DateTexts, AgreeWithTheCalendarOfTheStandardLibraryOnEveryDayAndRoundTrip) {
     SCOPED_TRACE(testSeed());
     std::mt19937_64 random(testSeed());
     for (sys_days day = 1900y / January / 1; day < sys_days{2200y / January / 1}; day += days{1}) {
@@ -110,13 +110,13 @@ TEST(DateTexts, AgreeWithTheCalendarOfTheStandardLibraryOnEveryDayAndComeBack) {
         char text[40];
         std::snprintf(text, sizeof text, "%04d-%02u-%02uT", y, month, ofMonth);
         ASSERT_EQ(iso(time).substr(0, 11), text);
-        // What a double of a date can't hold.
+        // Beyond the resolution of a double of days.
         ASSERT_NEAR(dtg2ds50utc(iso(time)), time, 2e-6 / 86400.0) << text;
         std::snprintf(text, sizeof text, "%04d%03d", y, dayOfYear);
         ASSERT_EQ(date15(time).substr(0, 5), text + 2);
         const std::string compact = text + date15(time).substr(5);
         ASSERT_NEAR(date_in(compact), time, 1e-6 / 86400.0) << text;
-        // A blank before it is read on another way.
+        // A leading blank takes another path.
         ASSERT_EQ(date_in(compact), date_in("\t" + compact)) << text;
         ASSERT_EQ(date_in(compact.substr(2)), date_in("\t" + compact.substr(2))) << text;
     }

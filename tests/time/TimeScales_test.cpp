@@ -15,7 +15,7 @@ namespace {
 constexpr const char* kInstalledList = "/usr/share/zoneinfo/leap-seconds.list";
 constexpr double kDay2017 = 24473.0;
 
-// The table is put back after the test.
+// The table is restored after the test.
 struct TimeScales : ::testing::Test {
     ~TimeScales() override { currentLeapTable = before; }
     static double taiMinusUtc(double ds50UTC) { return leapTable().atUtc(ds50UTC).taiMinusUtc; }
@@ -49,7 +49,7 @@ TEST_F(TimeScales, StepAsTheInstalledListSaysAndTheSameAfterLoadingIt) {
 
 // The 64 bits of a long double hold every step of the difference of two near times exactly from day 512 on;
 // nearer to day 0 they leave less than 1e-14 s.
-TEST_F(TimeScales, ComeBackToTheSameTimeAndKeepSplitDifferencesExact) {
+TEST_F(TimeScales, RoundTripAndKeepSplitDifferencesExact) {
     static_assert(std::numeric_limits<long double>::digits >= 64);
     SCOPED_TRACE(testSeed());
     std::mt19937_64 random(testSeed());
@@ -64,13 +64,13 @@ TEST_F(TimeScales, ComeBackToTheSameTimeAndKeepSplitDifferencesExact) {
         // Early, each of the two is rounded once, to half of 1.46e-11 s at the most.
         ASSERT_LE(std::abs(error), k % 3 == 0 ? 2e-11 : 0.0) << std::hexfloat << a << " " << b;
     }
-    // Early times have more bits than a day of seconds can keep; the fused operation rounds them once.
+    // Early times have more bits than seconds of a day can hold; the fused operation rounds them once.
     EXPECT_EQ(minus(tosplittai(1.0 / 3.0), tosplittai(0.0)), std::fma(1.0 / 3.0, 86400.0, 10.0) - 10.0);
     // A time inside a leap second continues the old day.
     EXPECT_NEAR(tai2utc(utc2tai(kDay2017) - 0.5 / 86400.0), kDay2017 + 0.5 / 86400.0, 4e-12);
 }
 
-TEST_F(TimeScales, TakeAnyWellFormedListAndRefuseABadOneAsAWholeAndNameTheLine) {
+TEST_F(TimeScales, AcceptAnyWellFormedListAndRefuseABadOneAsAWholeAndNameTheLine) {
     // clang-format off
     const std::pair<std::string, const char*> bad[] = {
         {"# nothing\n", "no leap seconds"}, {std::string(3 << 20, '#'), "the file is too large"},
@@ -99,7 +99,7 @@ TEST_F(TimeScales, TakeAnyWellFormedListAndRefuseABadOneAsAWholeAndNameTheLine) 
     ASSERT_EQ(loadLeapSeconds(path), 0);
     EXPECT_EQ(taiMinusUtc(8218.0), 11.0);  // 1972 Jul 1
     EXPECT_EQ(taiMinusUtc(27000.0), 10.0);
-    EXPECT_FALSE(leapTable().endsWithLeapSecond(8401.0));  // a second less is no leap second
+    EXPECT_FALSE(leapTable().endsWithLeapSecond(8401.0));  // one second less is not a leap second
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
-// Loads the library, uses it and unloads it, again and again: nothing may be left of it, neither mapped nor on the
-// heap.
+// Loads the library, uses it and unloads it, again and again: nothing of it may stay mapped or on the heap.
 //
 //     vorlandi_unloading LIBRARY EPHEMERIS_FILE
 #include <dlfcn.h>

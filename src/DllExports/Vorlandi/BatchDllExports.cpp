@@ -1,4 +1,4 @@
-// The exported functions of vorlandi/vorlandi.h that give many answers at once.
+// The exported functions of vorlandi/vorlandi.h that return many answers at once.
 //
 // Each answer comes from the code of a single query. What a batch saves is the lookup of the record
 // and, between requests to the same window, the part of the kernel that only depends on its nodes.
@@ -18,7 +18,7 @@ namespace {
 // The store can be changed by others after this many answers.
 constexpr std::int64_t kAnswersPerEntry = 4096;
 
-// So many requests before its own, a request's points are prefetched: memory answers while that many are worked on.
+// A request's points are prefetched this many requests ahead: memory answers while those are calculated.
 constexpr std::int64_t kAhead = 8;
 
 // The outputs of a batch, filled one answer at a time, and what has gone wrong first.
@@ -89,9 +89,8 @@ void failAll(Answers& answers, std::int64_t begin, std::int64_t end, std::string
         answers.fail(at, why);
 }
 
-// The records of some satellites of a batch, looked up together, so that the ways to their points don't wait for each
-// other: what the next step needs of each is on its way into the cache while the step before goes on with the others.
-// The reader side is held.
+// The records of some satellites of a batch, looked up together, so that their cache misses overlap: what the next step
+// needs of each record is prefetched while the previous step continues with the others. The reader side is held.
 class RecordGroup {
 public:
     static constexpr std::int64_t kSize = 16;
@@ -187,7 +186,7 @@ int32_t VorlanGetEphemerisArr(int64_t satKey, int64_t first, int64_t n, double d
             const PointArray& points = record->points;
             if (points.count() == 0) return failAll(answers, begin, end, noDataMessage("GetEphem", satKey));
             for (std::int64_t at = begin; at < end; ++at) {
-                // Compared so that no sum overflows, whatever `first` is.
+                // Compared so that no sum overflows for any `first`.
                 if (first < 1 - at || first > points.count() - at) {
                     answers.fail(at, kIndexOutOfRange);
                     continue;

@@ -1,5 +1,4 @@
-// The exported functions of vorlandi/vorlandi.h that give access to single fields, as texts, and to all of
-// them.
+// The exported functions of vorlandi/vorlandi.h that access single fields, as texts, and all fields at once.
 #include "CoreServices/NumberFields.hpp"
 #include "DllExports/DllDoor.hpp"
 #include "DllExports/Vorlandi/VorlandiDllVarsUtils.hpp"

@@ -27,7 +27,7 @@ std::int32_t announceAndRead(const InputFile& file, Load& load) {
     return readvorlansfrfile(file, load);
 }
 
-// Reads a file and tells what it stored, also when it ends with an exception.
+// Reads a file and reports what it stored, even if it ends with an exception.
 std::int32_t loadAndCount(const InputFile& file, std::int32_t options, const StoredKeys& keys, std::int64_t* count) {
     Load load(requestOf(options), keys);
     struct Count {

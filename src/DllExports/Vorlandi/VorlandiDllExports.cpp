@@ -1,5 +1,5 @@
-// The exported functions of vorlandi/vorlandi.h, but for the fields and the files. Each is a thin door: it zeroes the
-// outputs, asks, and hands out the answer.
+// The exported functions of vorlandi/vorlandi.h, except fields and files. Each is a thin door: it zeroes the outputs,
+// asks, and hands out the answer.
 #include "vorlandi/vorlandi.h"
 
 #include "CoreServices/SoftwareInformation.hpp"

@@ -13,7 +13,7 @@ namespace vorlandi {
 // The key of a satellite number, or -1 with a message.
 std::int64_t GetSatKey(std::int32_t satNum) noexcept;
 
-// What the value of a request is.
+// The kind of value in a request.
 constexpr std::int32_t kByMse = 1;      // minutes since the first point
 constexpr std::int32_t kByDs50UTC = 2;  // days since 1950, UTC
 constexpr std::int32_t kByIndex = 3;    // index of a stored point, from 1, its fraction cut
@@ -33,9 +33,9 @@ struct EphemAnswer {
 std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, EphemAnswer& answer,
                       Covariance covariance = Covariance::Wanted) noexcept;
 
-// The state of a record at a time, for GetEphem and for many times at once: kSuccess; or kFailure with the
-// reason in `message`, which the caller logs, and a point of zeros. The record has points, and is the
-// interpolator's.
+// The state of a record at a time, for GetEphem and for many times at once: kSuccess; or kFailure with the reason in
+// `message`, which the caller logs, and a point of zeros. Requires a record with points, the one the interpolator was
+// made for.
 std::int32_t stateAt(const Vorlanrecord& record, PointInterpolator& interpolator, double ds50UTC, Vorlanpoint& point,
                      MessageText& message, Covariance covariance) noexcept;
 
@@ -48,7 +48,7 @@ inline double mseOf(double time, double first) noexcept { return (time - first) 
 constexpr std::string_view kIndexOutOfRange = "GetEphem: Input index is out of valid range.";
 
 // The message of a record without points, `procedure` naming who was asked; and the failure with that message, out of
-// line, so that nobody makes room for the message in vain.
+// line, so that a success reserves no room for the message.
 MessageText noDataMessage(std::string_view procedure, std::int64_t satKey) noexcept;
 std::int32_t failWithoutData(RecordAccess& record, std::string_view procedure, std::int64_t satKey) noexcept;
 

@@ -12,7 +12,7 @@ namespace vorlandi {
 // The header line of a format that has one.
 struct BlockHeader {
     std::string_view format = {};  // empty: the line is not a header
-    bool isDistinct = false;       // occurs nowhere else, not even in free text
+    bool isDistinct = false;       // doesn't occur anywhere else, not even in free text
 
     explicit operator bool() const noexcept { return !format.empty(); }
 };
@@ -20,8 +20,8 @@ struct BlockHeader {
 // The header that a line is by the practical rules.
 BlockHeader headerOn(std::string_view line) noexcept;
 
-// Can a line be a header? A quick look that saves most lines the tests: the first letter, or that of a mark farther
-// right.
+// Can a line be a header? A quick check that spares most lines the tests: the first letter, or the first letter of a
+// mark farther right.
 inline bool mayBeHeader(std::string_view line) noexcept {
     const auto has = [line](std::size_t column, char letter) {
         return line.size() >= column && touppercase(line[column - 1]) == letter;

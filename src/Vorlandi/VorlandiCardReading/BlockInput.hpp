@@ -20,7 +20,7 @@
 
 namespace vorlandi {
 
-constexpr std::size_t kEphemerisColumns = 512;  // width of a line in an ephemeris pass, but by Rule::LinesAreWhole
+constexpr std::size_t kEphemerisColumns = 512;  // width of a line in an ephemeris pass, except by Rule::LinesAreWhole
 constexpr std::size_t kCardColumns = 1500;      // and in a card pass
 
 // Begins messages about lines that are the same for all formats.
@@ -69,8 +69,8 @@ public:
 
     // ---- Lines ----
 
-    // The next line, which stays valid until the next one is read. By Rule::HeaderEndsBlock a header of a further block
-    // is left to it, and is the end of data here: a distinct one, but of `ownFormat`.
+    // The next line, which stays valid until the next one is read. By Rule::HeaderEndsBlock a header of another block
+    // is left to it, and is the end of data here: a distinct one, except one of `ownFormat`.
     ReadOutcome readLine(std::string_view& line, std::string_view ownFormat = {}) {
         const ReadOutcome outcome = readAnyLine(line);
         return mayEndAt(line) ? endAtHeader(line, true, ownFormat) : outcome;
@@ -109,9 +109,9 @@ public:
     // Skips lines. Error or EndOfData if the file doesn't have that many.
     ReadOutcome skipLines(int count);
 
-    // Reads lines that mean the same wherever they are by several threads, if the load allows it and they are many.
-    // They begin with a group. `read(part, record)` reads the lines of a part, up to its end or to one that it leaves;
-    // it runs on several threads at once. Lines may be left, also all of them.
+    // Reads many lines that don't depend on their place by several threads, if the load allows it. They begin with a
+    // group. `read(part, record)` reads the lines of a part, up to its end or to one that it leaves; it runs on several
+    // threads at once. Lines may be left, even all of them.
     template <class Read>
     void readInChunks(Vorlanrecord& record, LineGrouping grouping, const Read& read) {
         if (threads_ != nullptr) vorlandi::readInChunks(*this, *unit_, record, grouping, PartReader(read), *threads_);
@@ -145,7 +145,7 @@ public:
         }
     }
 
-    // Has the line read last been left out, and told, since it is too long?
+    // Has the line read last been left out, and reported, since it is too long?
     bool isLineLeftOut() const noexcept { return unit_->isLineCut() && has(Rule::LinesAreWhole); }
 
     // Is this line, read last, before the one that was recognised?
@@ -191,7 +191,7 @@ public:
     // What divides the points of this block into records.
     BlockRecords& records() noexcept { return records_; }
 
-    // Stores records of this block before its end, those of a segment of several: what takeRecords has made of its
+    // Stores records of this block before its end, from one of several segments: the result of takeRecords for its
     // points. `header` is the line of the segment's header.
     void storeSegment(std::vector<Vorlanrecord> records, std::int64_t header) {
         sink_->store(std::move(records), header);
@@ -200,7 +200,7 @@ public:
     // Forgets the points read so far: their segment is refused.
     void refuseSegment(Vorlanrecord& record);
 
-    // The records that the points read so far make, at the end of the block or of a segment.
+    // The records made of the points read so far, at the end of the block or of a segment.
     std::vector<Vorlanrecord> takeRecords(Vorlanrecord&& record) {
         return records_.take(std::move(record), fileName());
     }
@@ -220,7 +220,7 @@ private:
 
     InputUnit* unit_;
     RecordSink* sink_;
-    ThreadRequest* threads_;  // null: one thread alone
+    ThreadRequest* threads_;  // null: only one thread
     InlineChars<kEphemerisColumns> headerLine_;
     ReadPlace place_;
     ReadingRules rules_;

@@ -1,5 +1,5 @@
-// The records that the points of one block make by the practical rules. Points are appended to the block's record one
-// by one; this remembers what may divide it, and divides it when the block has been read.
+// The records made of the points of one block by the practical rules. Points are appended to the block's record one by
+// one; this remembers what may divide it, and divides it when the block has been read.
 //
 // 1. A point that is not later than the last one is dropped, unless it could be a seam: the same time, another state,
 //    after at least four points. A seam begins the next record if the next point is later.
@@ -7,7 +7,7 @@
 //    the next; if there are two, the first closes and the second opens. There is nothing to divide at the first
 //    point of a record and before it, nor at the last one and after it.
 // 3. A file that names boundaries may write the point there twice: the second one is regular there, and dropped
-//    elsewhere. Which it is shows when the block has been read.
+//    elsewhere. This is decided when the block has been read.
 #pragma once
 
 #include <cstdint>
@@ -34,7 +34,7 @@ public:
     void takeLate(const Vorlanstate& state, const PointCovariance* covariance, const Vorlanrecord& record,
                   const ReadPlace& place);
 
-    // Drops a point inside a leap second, whose time is that of a point a second later.
+    // Drops a point inside a leap second, which has the time of a point a second later.
     void dropInLeapSecond(const ReadPlace& place);
 
     void addBoundary(double time, const ReadPlace& place) {
@@ -45,12 +45,12 @@ public:
     // Is one of the boundaries added so far at this time?
     bool hasBoundaryAt(double time);
 
-    // Is this the covariance of the point at a time already?
+    // Does the point at a time already have this covariance?
     static bool hasCovarianceAt(const PointArray& points, double time, const PointCovariance& covariance) noexcept;
 
     // Gives the points at a time their covariance: `covarianceOf(state, covariance)` sets it, or returns false if that
-    // state can have none. Of two covariances at the time of two points, the second is that of the second point. False
-    // if there is no point at that time, or none that can have one, or they have theirs already.
+    // state can have none. If two covariances have the time of two points, the second is for the second point. False if
+    // there is no point at that time, none can have a covariance, or all already have one.
     template <class CovarianceOf>
     bool cover(Vorlanrecord& record, double time, CovarianceOf covarianceOf) {
         PointArray& points = record.points;
@@ -78,7 +78,7 @@ private:
         std::int32_t after;  // number of points in the record when it came
         Vorlanpoint point;
         KeptLine line;
-        bool hasOwnCovariance;  // not that of the point at the same time
+        bool hasOwnCovariance;  // not the one of the point at the same time
         bool isRepetition;      // of the state of the point at the same time
     };
     struct Boundary {

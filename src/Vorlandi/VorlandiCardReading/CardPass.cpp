@@ -86,8 +86,8 @@ int CardPass::read(std::string_view name) {
     return 0;
 }
 
-// Has this file been read already, and no block been found in it? Then it has none now. A name that makes a binary file
-// of it is another matter.
+// Has this file been read already, and no block been found in it? Then it has none now. A name that makes it a binary
+// file is different.
 bool CardPass::isKnownAsEmpty(std::string_view name) const {
     if (empty_.empty() || fileisdotdce(name)) return false;
     const auto identity = identityOf(name);

@@ -20,14 +20,14 @@ public:
     CardPass(InputUnit& unit, const InputFile& file, InputTag& tag, Load& load)
         : unit_(unit), file_(file), tag_(tag), load_(load) {}
 
-    // Returns the number of the line that could not be read, 0 if there is none: nothing has been said of it yet.
+    // Returns the number of the line that could not be read, 0 if there is none. It has not been reported yet.
     std::int64_t run();
 
     // Does any card name a file?
     bool foundCard() const noexcept { return foundCard_; }
 
 private:
-    // Device, inode, size and time of the last change: what tells an unchanged file from any other.
+    // Device, inode, size and time of the last change, which identify an unchanged file.
     using Identity = std::tuple<dev_t, ino_t, off_t, time_t, long>;
     static std::optional<Identity> identityOf(std::string_view name);
 
@@ -45,7 +45,7 @@ private:
     bool foundCard_ = false;
 };
 
-// Tells that a file has no format that is read; `foreign` is the name of the one that it seems to have, or empty.
+// Reports that a file has no format that is read; `foreign` is the name of the one that it seems to have, or empty.
 void reportUnrecognised(std::string_view fileName, std::string_view foreign) noexcept;
 
 }  // namespace vorlandi

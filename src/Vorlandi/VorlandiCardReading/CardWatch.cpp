@@ -45,7 +45,7 @@ std::size_t findMark(std::string_view text, std::size_t from) noexcept {
 
 }  // namespace
 
-// Most files have no mark. Where there is one, the line that it is in is looked at.
+// Most files have no mark. If there is one, its line is tested.
 void CardWatch::look(std::string_view bytes) noexcept {
     for (std::size_t at = 0; (at = findMark(bytes, at)) < bytes.size();) {
         const auto feed = bytes.substr(0, at).rfind('\n');

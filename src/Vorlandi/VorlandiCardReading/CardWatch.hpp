@@ -1,4 +1,4 @@
-// A source of bytes that looks for cards in what it hands out, or further ahead when it is asked.
+// A source of bytes that looks for cards in what it hands out, or further ahead on request.
 #pragma once
 
 #include <cstdint>

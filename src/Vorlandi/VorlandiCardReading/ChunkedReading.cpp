@@ -119,10 +119,10 @@ void Crew::readApart(Chunk& chunk) noexcept {
         BlockInput part(chunk.unit, input_.headerLine(), input_.fileName(), input_.rules());
         part.setPartOf(input_);
         read_(part, chunk.record);
-        // By rules that look at more than the last point, a late one is for the block as a whole.
+        // By rules that depend on more than the last point, the whole block decides about a late one.
         chunk.isSure = !chunk.reports.hasDropped() && !(part.hasLatePoints() && part.has(Rule::SeamBeginsRecord));
     } catch (...) {
-        // What it is shows when the chunk is read again.
+        // The exception comes again when the chunk is read again.
     }
 }
 
@@ -140,7 +140,7 @@ void Crew::work() {
         try {
             chunk = begin();
         } catch (...) {
-            isOver_ = true;  // the calling thread encounters it, too
+            isOver_ = true;  // the calling thread also encounters it
         }
         if (chunk != nullptr) {
             readApart(*chunk, lock);
@@ -219,7 +219,7 @@ void readInChunks(BlockInput& input, InputUnit& unit, Vorlanrecord& record, Line
         try {
             crew.start(threads);
         } catch (const std::system_error&) {
-            // goes on with those that there are
+            // continues with the threads that there are
         } catch (const std::bad_alloc&) {
             return;
         }

@@ -1,9 +1,9 @@
 // Chunked reading: several threads read the lines of one large file, chunk by chunk, each into points of its own, and
-// the thread that called appends the chunks in order. Whatever a chunk of its own can't say for sure is left to that
-// thread, which reads such a chunk again as if there were no others.
+// the thread that called appends the chunks in order. A chunk that can't be decided alone is left to that thread, which
+// reads it again as if there were no others.
 //
-// 1. A chunk begins and ends where a group of lines does, and its lines must mean the same wherever they are.
-// 2. Points, reports and their order are those of reading by one thread. All reports are made on the calling thread.
+// 1. A chunk begins and ends where a group of lines does, and its lines must not depend on their place.
+// 2. Points, reports and their order are the same as with one thread. All reports are made on the calling thread.
 // 3. A chunk whose points do not all follow the ones before, that throws, or that reports more than there is room for,
 //    is read again.
 #pragma once
@@ -18,12 +18,12 @@ namespace vorlandi {
 class BlockInput;
 struct Vorlanrecord;
 
-// May several threads read a file? One request for each file: it also notes whether it pays.
+// May several threads read a file? One request for each file: it also notes whether threads are worthwhile.
 struct ThreadRequest {
     bool isAllowed = false;
     unsigned most = 0;                      // threads, the calling one included; 0: processors of the process
     std::int64_t fromBytes = 16 << 20;      // smaller files are read by one thread
-    std::int64_t bytesPerThread = 4 << 20;  // each has at least so much to do
+    std::int64_t bytesPerThread = 4 << 20;  // each has at least this much to do
     std::size_t chunkBytes = std::size_t{1} << 18;
 };
 
@@ -43,8 +43,8 @@ private:
     void (*call_)(const void*, BlockInput&, Vorlanrecord&);
 };
 
-// Reads what it can of the lines that follow in `input`, whose unit is `unit`, into a record. What is left is for the
-// caller: there may be all of it.
+// Reads what it can of the lines that follow in `input`, whose unit is `unit`, into a record. The rest, perhaps all of
+// it, is left to the caller.
 void readInChunks(BlockInput& input, InputUnit& unit, Vorlanrecord& record, LineGrouping grouping,
                   const PartReader& read, ThreadRequest& request);
 

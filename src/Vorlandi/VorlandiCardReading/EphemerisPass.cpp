@@ -70,7 +70,7 @@ std::int32_t EphemerisPass::readBlocks() {
         summary = summaryOf(record_);
         storeWorkingRecord();
     }
-    // One that ended a block has been reported by its reader.
+    // An error that ended a block has been reported by its reader.
     if (outcome == ReadOutcome::Error && !readFailed_) {
         readFailed_ = true;
         blockFailed({file_.name, unit_.lineNumber() + 1, {}}, kName, kFileReadError);
@@ -92,7 +92,7 @@ bool EphemerisPass::readOnWorkingRecord(const FormatRow& row, std::string_view l
 void EphemerisPass::storeWorkingRecord() {
     const std::int64_t line = unit_.lineNumber();
     const bool isLast = skipToFormat() == ReadOutcome::EndOfData;
-    // A further block would go on from this record.
+    // The next block would continue this record.
     if (isLast) trimvorlanempts(record_);
     add(isLast ? std::move(record_) : shareOf(record_), line, header_);
     tag_ = std::string_view{};
@@ -243,7 +243,7 @@ void EphemerisPass::skipLine(std::string_view line) {
     if (refused_ == nullptr && !line.starts_with('#')) tellLines(line, "lines after the end of a block are not read");
 }
 
-// Tells of the first line that is skipped after a block.
+// Reports the first line that is skipped after a block.
 void EphemerisPass::tellLines(std::string_view line, std::string_view reason) {
     if (!load_.has(Rule::LinesAfterBlockAreTold) || hasToldLines_) return;
     hasToldLines_ = true;

@@ -1,6 +1,6 @@
 // One pass over a file in which each recognised block goes to its reader, and the record that it fills into the store.
 //
-// By the fixed rules there is one working record, which goes on from block to block: a later block appends its points
+// By the fixed rules there is one working record, which continues from block to block: a later block appends its points
 // to the earlier ones, and a block that fails ends the pass. By the practical rules a block makes records of its own,
 // and a block that fails is skipped.
 #pragma once
@@ -30,10 +30,11 @@ public:
     // Was there anything to read?
     bool foundBlock() const noexcept { return foundBlock_; }
 
-    // Could the file not be read to its end, whatever it holds?
+    // Could the file not be read to its end?
     bool readFailed() const noexcept { return readFailed_; }
 
-    // What the file holds instead of a block: a foreign format that its first lines show, or cards; empty if neither.
+    // What the file holds instead of a block: a foreign format recognised by its first lines, or cards; empty if
+    // neither.
     std::string_view foreignFormat() const noexcept {
         return foreign_.empty() && hasFileCards_ ? "cards, which are followed one level deep" : foreign_;
     }
@@ -70,8 +71,8 @@ private:
     std::int64_t header_ = 1;  // line of the block's header
     bool foundBlock_ = false;
     bool hasFileCards_ = false;
-    const FormatRow* refused_ = nullptr;  // the lines now may be those of a block of this format, which was refused
-    bool hasToldLines_ = false;           // of those skipped since the last block
+    const FormatRow* refused_ = nullptr;  // the lines now may belong to a block of this format, which was refused
+    bool hasToldLines_ = false;           // of the lines skipped since the last block
     InlineChars<kEphemerisColumns> keptLine_;
     bool hasSegments_ = false;  // the block has stored or refused segments
     bool readFailed_ = false;

@@ -12,7 +12,7 @@ bool isLoneComment(std::string_view line) noexcept { return isblankornull(line.s
 
 bool isOemVersion(std::string_view line) noexcept;
 
-// Does it begin with so many numbers, and no more?
+// Does it begin with exactly this many numbers?
 bool hasNumbers(std::string_view line, int count) noexcept {
     FreeFormList list(line, Exponents::AlsoWithoutLetter);
     double number = 0.0;

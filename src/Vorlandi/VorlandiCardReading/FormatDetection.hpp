@@ -1,5 +1,5 @@
 // Format detection: what kind of line a line is, by texts in its leading columns. One table holds the tests in the
-// order in which they are made, with the format's name and reader; a further format is a further row.
+// order in which they are made, with the format's name and reader; a new format is a new row.
 #pragma once
 
 #include <array>
@@ -27,7 +27,7 @@ struct TextAt {
 struct LineTest {
     std::array<TextAt, 6> texts = {};
     bool (*further)(std::string_view line) = nullptr;
-    std::string_view description = {};  // what `further` asks of a line, in words
+    std::string_view description = {};  // what `further` requires of a line, in words
     bool isHeader = false;              // though the format is known by the shape of its lines
 
     constexpr bool empty() const noexcept { return texts[0].column == 0 && further == nullptr; }
@@ -46,7 +46,7 @@ struct FormatRow {
     std::size_t alternativeCount = 0;
     bool decides = false;     // if the texts match but `further` fails, the line has no format
     bool byShape = false;     // known by the shape of a data line, which can be one of another block as well
-    bool isDistinct = false;  // its header occurs nowhere else, not even in free text
+    bool isDistinct = false;  // its header doesn't occur anywhere else, not even in free text
     bool (*confirmedBy)(std::string_view) = nullptr;       // a line of this shape after it shows that it is a header
     bool (*isHeaderAmongOwn)(std::string_view) = nullptr;  // tells its first line from others of the same format
     RowRules rules = RowRules::All;
@@ -66,7 +66,7 @@ struct FormatRow {
         return row;
     }
 
-    // The last way needs this, too; without texts before, it is a way of its own.
+    // The last way also needs this; without texts before, it is a way of its own.
     constexpr FormatRow further(bool (*test)(std::string_view), std::string_view description) const noexcept {
         FormatRow row = *this;
         if (row.alternativeCount == 0) ++row.alternativeCount;
@@ -132,12 +132,12 @@ std::int32_t vorlancardtype(std::string_view line) noexcept;
 // A line without these characters is not a tag card, and if it is an input-file card, it doesn't name a file.
 constexpr std::string_view kCardMarks = "#=";
 
-// Can a line with this beginning, of any length, be an input-file card or a tag card? Cards are told by no more than
+// Can a line with this beginning, of any length, be an input-file card or a tag card? Cards are recognised by at most
 // kCardHead characters.
 constexpr std::size_t kCardHead = 18;
 bool mayBeginCard(std::string_view head) noexcept;
 
-// Can a line that begins so be an input-file card or a tag card? A quick look that saves most lines the tests.
+// Can a line that begins so be an input-file card or a tag card? A quick check that spares most lines the tests.
 bool mayBeCard(std::string_view line) noexcept;
 
 // Six blank-separated decimal numbers after a time field with its point in column 12.

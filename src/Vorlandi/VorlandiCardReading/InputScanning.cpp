@@ -77,7 +77,7 @@ std::int32_t readvorlansfrfileunit(InputUnit& unit, const InputFile& file, Load&
 
     EphemerisPass pass(unit, file, tag, load);
     const std::int32_t status = pass.run();
-    // An error that is still there is reported by the pass.
+    // The pass reports an error that persists.
     if (unreadable > 0 && !pass.readFailed()) {
         blockFailed({file.name, unreadable, {}}, "readvorlansfrfileunit", kFileReadError);
     }

@@ -1,4 +1,4 @@
-// A load: what the caller asked for, and what has come of it so far. One load may read several files.
+// A load: what the caller requested, and the results so far. One load may read several files.
 #pragma once
 
 #include <algorithm>
@@ -53,7 +53,7 @@ public:
     // Something that the caller wanted is missing from the store, and a message has said so.
     void miss() noexcept { complete_ = false; }
 
-    // The status of the load, when that of its file is `status`.
+    // The status of the load, if its file has `status`.
     std::int32_t statusWith(std::int32_t status) const noexcept {
         return status != kSuccess || complete_ ? status : std::int32_t{kFailure};
     }
@@ -62,7 +62,7 @@ public:
     void startAgain() noexcept { complete_ = true; }
 
     const LoadRequest request{};
-    Trial* trial = nullptr;  // while the file is read on the supposition that it has no cards
+    Trial* trial = nullptr;  // while the file is read on the assumption that it has no cards
     StoredKeys stored;
     std::int64_t lastKey = kNoKey;  // what adding the last record returned, 0 for a refused duplicate
 

@@ -15,7 +15,7 @@ struct ReadPlace {
     std::string_view line;    // empty in a binary file
 };
 
-// Tells the thread's read observer of an event at a place.
+// Reports an event at a place to the thread's read observer.
 inline void observeRead(std::int32_t event, const ReadPlace& place) {
     observeRead(event, place.fileName, place.number, place.line);
 }

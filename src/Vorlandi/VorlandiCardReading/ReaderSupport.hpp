@@ -1,4 +1,4 @@
-// What readers share: states from lines of numbers, groups of lines, and the ends of a block.
+// Shared by the readers: states from lines of numbers, groups of lines, and the ends of a block.
 #pragma once
 
 #include <array>
@@ -47,8 +47,8 @@ MessageText reasonAt(const ReadPlace& place, std::string_view reader, std::strin
 // Reports a line that can't be used: an event, then "*** reader : Bad ephemeris data. ***", the reason, and the line.
 void reportBadLine(const ReadPlace& place, std::string_view reader, std::string_view reason);
 
-// Ends a block that can't be read further: tells the read observer the line to blame, then logs
-// "*** reader: problem ***". The second form logs the line before this message.
+// Ends a block that can't be read further: reports the line to blame to the read observer, then logs "*** reader:
+// problem ***". The second form logs the line before this message.
 std::int32_t blockFailed(const ReadPlace& place, std::string_view reader, std::string_view problem);
 inline std::int32_t blockFailed(const BlockInput& input, std::string_view reader, std::string_view problem) {
     return blockFailed(input.place(), reader, problem);
@@ -89,8 +89,8 @@ std::int32_t useLinesToEnd(BlockInput& input, std::string_view reader, Vorlanrec
     }
 }
 
-// The same for lines that mean the same wherever they are, and so may be read by several threads:
-// `use(line, input, record)` uses nothing else that changes.
+// The same for lines that don't depend on their place, so that several threads may read them: `use(line, input,
+// record)` uses nothing else that changes.
 template <class Use>
 std::int32_t useLoneLinesToEnd(BlockInput& input, std::string_view reader, Vorlanrecord& record, const Use& use) {
     input.readInChunks(record, {}, [&use](BlockInput& part, Vorlanrecord& partRecord) {
@@ -102,7 +102,7 @@ std::int32_t useLoneLinesToEnd(BlockInput& input, std::string_view reader, Vorla
 }
 
 // The satellite number in a file's base name, 99999 if there is none. By the fixed rules it is the first five
-// characters; the practical rules are those of Rule::NumberFromLongName.
+// characters; for the practical rules see Rule::NumberFromLongName.
 std::int32_t satNumFromFileName(std::string_view fileName, ReadingRules rules = ReadingRules::fixed()) noexcept;
 constexpr std::int32_t kUncataloguedSatNum = 99999;
 

@@ -53,7 +53,7 @@ std::int32_t savevorlans(std::string_view fileName, FileMode mode) {
     std::string text(kTitle);
     vorlanwritelines(text);
     if (const int error = mode == FileMode::Replace ? unit.empty() : 0; error != 0) return error;
-    unit.write(text);  // a failed write is not reported: the status is that of the open
+    unit.write(text);  // a failed write is not reported: the status is the open's
     return kSuccess;
 }
 

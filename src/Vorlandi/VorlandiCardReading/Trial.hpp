@@ -1,6 +1,6 @@
-// A trial: reads a file on the supposition that none of its lines is a card, so that it need not be read for its cards
-// first. What the files of cards make is stored and reported before what the file itself makes; so until it is known
-// that there are none, reports are kept back and nothing is stored.
+// A trial: reads a file on the assumption that none of its lines is a card, so that it need not be read for its cards
+// first. The results of files on cards are stored and reported before the file's own. So until it is known that there
+// are no cards, reports are kept back and nothing is stored.
 #pragma once
 
 #include <array>
@@ -26,8 +26,8 @@ public:
     // Can the trial begin? Not if the first lines have a card.
     bool mayBegin();
 
-    // Settles whether the file has a card or can't be read to its end: false, and nothing is to be stored, nor is
-    // anything reported. Else what has been kept back is delivered, and the file is read on as any other.
+    // False if the file has a card or can't be read to its end: then nothing is stored or reported. Else reports that
+    // were kept back are delivered, and the rest of the file is read as usual.
     bool settle();
 
 private:

@@ -42,8 +42,8 @@ Matrix transposed(const Matrix& m) noexcept {
 // Element (row, column) of the symmetric matrix, for row >= column.
 constexpr std::size_t element(std::size_t row, std::size_t column) noexcept { return row * (row + 1) / 2 + column; }
 
-// The block of a covariance that begins at (row, column): B becomes M B M'. Of a block on the diagonal the elements
-// above the diagonal are those below it.
+// The block of a covariance that begins at (row, column): B becomes M B M'. In a block on the diagonal the elements
+// above the diagonal equal the ones below it.
 template <std::size_t Row, std::size_t Column>
 void turnBlock(const Matrix& m, PointCovariance& covariance) noexcept {
     constexpr bool kSymmetric = Row == Column;

@@ -5,8 +5,8 @@
 #include "CoreServices/Sanitized.hpp"
 
 // Also compiles a function for wider instructions; a process chooses when it starts. The bits of a result are the same:
-// lanes round as scalars do, and none of the sets brings fused operations here. Such a function is called from this
-// file alone, since Clang 14 leaves others without its symbol.
+// lanes round as scalars do, and none of the sets brings fused operations here. Such a function is called only from
+// this file, since Clang 14 doesn't export its symbol.
 #if defined(__x86_64__) && defined(__gnu_linux__) && !VORLANDI_SANITIZED
 #define FOR_EACH_INSTRUCTION_SET __attribute__((target_clones("avx2", "default")))
 #else

@@ -29,7 +29,7 @@ constexpr std::int32_t kRevolutionModulus = 100000;
     return mid;
 }
 
-// Out of line, so that an answer makes no room for them.
+// Out of line, so that an answer reserves no room for them.
 [[gnu::cold, gnu::noinline]] std::int32_t fail(std::string_view why, Vorlanpoint& point,
                                                MessageText& message) noexcept {
     point = Vorlanpoint{};
@@ -84,8 +84,7 @@ std::int32_t lastEarly(std::int32_t lo, std::int32_t hi, std::int32_t guess, std
     return lo;
 }
 
-// The last point earlier than t, if the first one is earlier and the last one is not. The guess is that of even
-// spacing.
+// The last point earlier than t, if the first one is earlier and the last one is not. The guess assumes even spacing.
 [[gnu::noinline]] std::int32_t lastEarlierOf(const PointArray& points, double t, std::int32_t guess) noexcept {
     constexpr std::int32_t kStride = TimeDirectory::kStride;
     const auto isEarly = [&](std::int32_t index) { return points.state(index - 1).time < t; };
@@ -103,7 +102,7 @@ std::int32_t lastEarly(std::int32_t lo, std::int32_t hi, std::int32_t guess, std
     const std::int32_t lo = entry * kStride + 1, hi = isLast ? n : lo + kStride;
     const double until = isLast ? points.lastTime() : times[entry + 1];
     const double share = (t - times[entry]) / (until - times[entry]);
-    // Written so that an infinite time, between which there is no share, gives an index, too.
+    // Written so that infinite times, which have no ratio, also produce an index.
     const auto place = lo + (share > 0.0 && share < 1.0 ? static_cast<std::int32_t>(share * (hi - lo)) : 0);
     prefetchLines(&points.state(std::clamp(place, 3, n - 2) - 3), 5 * sizeof(Vorlanstate));
     return lastEarly(lo, hi, place, 3, isEarly);

@@ -47,8 +47,8 @@ public:
     // with two or three points answers only at their times. If no covariance is wanted, the point's is unspecified.
     std::int32_t InterpolateEP(double ds50TAI, Vorlanpoint& point, MessageText& message, Covariance covariance);
 
-    // Prefetches the points of a coming request, unless they are less than two windows from those of the present one:
-    // then they are in the cache already, or come into it by themselves.
+    // Prefetches the points of a coming request, unless they are less than two windows from the present ones: then they
+    // are already in the cache, or the hardware prefetches them.
     void prefetchAhead(double present, double coming, Covariance covariance) const noexcept {
         if (evenSpacing_.pointsBetween(present, coming) > 2 * HermiteWindow::kNodes) prefetch(coming, covariance);
     }

@@ -1,4 +1,4 @@
-// Reads DCE binary files: records framed by their byte count, three of a header and then one a point. Numbers are
+// Reads DCE binary files: records framed by their byte count, three for the header and then one per point. Numbers are
 // big-endian; values are stored as they are.
 //
 // No count in the file is trusted: it is compared with the size that is needed, and a surplus is skipped piece by
@@ -70,7 +70,7 @@ public:
         return ReadOutcome::Success;
     }
 
-    // The payload of the next record if it has exactly this size and is sound, valid until the next record is taken.
+    // The payload of the next record if it has exactly this size and is intact, valid until the next record is taken.
     // Else null, and `next` says what is wrong.
     const char* nextOfSize(std::size_t size) {
         const std::size_t framed = size + 2 * kCountSize;

@@ -1,5 +1,5 @@
-// Reads DCE text files: a line with the satellite number, then fourteen free-form numbers a line, those of
-// the binary files. Values are stored unchanged.
+// Reads DCE text files: a line with the satellite number, then lines of fourteen free-form numbers, the same as in the
+// binary files. Values are stored unchanged.
 #include "TimeLibrary/Calendar.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
 

@@ -1,5 +1,5 @@
-// Reads the ECR text format: earth-fixed positions, one line a point, or positions and velocities, two lines
-// a point. Values are stored unchanged.
+// Reads the ECR text format: earth-fixed positions, one line per point, or positions and velocities, two lines per
+// point. Values are stored unchanged.
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
 

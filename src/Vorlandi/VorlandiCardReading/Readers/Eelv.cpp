@@ -19,7 +19,7 @@ bool truncate(double value, std::int32_t& integer) noexcept {
     return true;
 }
 
-// Is there such a date and time, leap seconds left out?
+// Does this date and time exist, not counting leap seconds?
 bool exists(const std::array<std::int32_t, 5>& parts, double seconds) noexcept {
     const auto [year, month, day, hour, minute] = parts;
     return mmdd2jul(year, month, day) != 0 && hour >= 0 && hour < 24 && minute >= 0 && minute < 60 && seconds >= 0.0 &&

@@ -1,4 +1,4 @@
-// Reads the ITC text format: inertial states in fixed columns, one line a point, or four with a covariance.
+// Reads the ITC text format: inertial states in fixed columns, one line per point, or four with a covariance.
 // Values are stored unchanged.
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"

@@ -9,8 +9,8 @@ namespace {
 constexpr std::string_view kName = "ReadLaunchFormat";
 constexpr int kHeaderLines = 16;
 
-// Values taken one after the other, over as many lines as they need. The first of these lines is the one to blame for
-// a bad value.
+// Values taken one after another, over as many lines as they need. The first of these lines is to blame for a bad
+// value.
 class ListOverLines {
 public:
     explicit ListOverLines(BlockInput& input) noexcept : input_(input), list_(input.list({})) {}

@@ -1,4 +1,4 @@
-// Reads LCH text files: nine header lines, then a date of 17 characters and seven free-form numbers a line.
+// Reads LCH text files: nine header lines, then a date of 17 characters and seven free-form numbers per line.
 // Values are stored unchanged.
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"

@@ -15,7 +15,7 @@ constexpr std::string_view kUvw = "UVW";
 
 constexpr std::size_t kTimeDigits = 13;  // YYYYDDDHHMMSS
 
-// The lower triangle, row by row, seven numbers a line
+// The lower triangle, row by row, seven numbers per line
 constexpr std::size_t kNumbersPerLine = 7;
 
 struct FrameType {
@@ -60,7 +60,7 @@ public:
         ReadOutcome outcome = ReadOutcome::Success;
         while (headerLines_ < kHeaderLines && outcome == ReadOutcome::Success)
             outcome = readLine();
-        // Axes that are not read are told once.
+        // Axes that are not read are reported once.
         if (outcome == ReadOutcome::Success && after_ == After::CompletePoint && std::string_view(axes_) == kUvw)
             readInChunks();
         while (outcome == ReadOutcome::Success)
@@ -173,7 +173,7 @@ private:
         return nullptr;
     }
 
-    // Says it once if they are not.
+    // Reports it once if they are not.
     bool axesAreRead() {
         const std::string_view axes = axes_;
         if (axes == kUvw) return true;

@@ -36,7 +36,7 @@ void useLine(std::string_view line, const Vorlanrecord& before, BlockInput& inpu
     if (isComment(line) || isBlank(line)) return;
     if (columns(line, kSatelliteMark.first, kSatelliteMark.last) == kSatelliteText) {
         const std::int32_t satNum = strtoint(columnsFrom(line, kSatNumFrom));
-        // The points so far are those of another satellite.
+        // The points so far belong to another satellite.
         if (input.has(Rule::HeaderEndsBlock) && record.numberOfPoints() > 0 && satNum != record.satNum) {
             input.storeSegment(input.takeRecords(std::exchange(record, before)), input.place().number);
         }

@@ -21,7 +21,7 @@ constexpr std::string_view kMetaStop = "META_STOP";
 constexpr std::string_view kCovarianceStart = "COVARIANCE_START";
 constexpr std::string_view kCovarianceStop = "COVARIANCE_STOP";
 
-// What is refused is skipped: first what is left of its metadata, then its data.
+// A refused segment is skipped: first the rest of its metadata, then its data.
 enum class Section { Header, Metadata, States, Covariances, RefusedMetadata, RefusedData };
 
 constexpr bool isRefused(Section section) noexcept {
@@ -78,7 +78,7 @@ private:
     std::optional<OemObject> object_;       // the first one
     std::optional<OemObject> otherObject_;  // the first one that differs from it
     bool isUnnumbered_ = false;             // is there one without a number?
-    bool objectIsNoted_ = false;            // that of this segment
+    bool objectIsNoted_ = false;            // the one of this segment
 };
 
 std::int32_t OemBlock::read() {
@@ -216,7 +216,7 @@ void OemBlock::readPoint(std::string_view text) {
 }
 
 bool OemBlock::readState(std::string_view text, Vorlanstate& point) const noexcept {
-    // In a list of numbers these would stand for numbers that are left out.
+    // In a list of numbers these would mean numbers that are left out.
     if (text.find(',') != std::string_view::npos || text.find('/') != std::string_view::npos) return false;
     FreeFormList list = input_.list(text);
     if (vorlandi::readState(list, point) != ReadOutcome::Success) return false;
@@ -233,7 +233,7 @@ void OemBlock::beginSegment() {
     section_ = Section::Metadata;
 }
 
-// Metadata without their META_START must not leave the states after them to the segment before.
+// The states after metadata without a META_START must not go to the previous segment.
 bool OemBlock::beginsUnmarked(const OemEntry& entry) const noexcept {
     return section_ != Section::Metadata && section_ != Section::RefusedMetadata && saysWhatStatesAre(entry);
 }

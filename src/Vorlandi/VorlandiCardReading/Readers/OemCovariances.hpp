@@ -1,4 +1,4 @@
-// The covariance blocks of a segment of CCSDS OEM: matrices with an epoch each, which belong to the points there.
+// The covariance blocks of a segment of CCSDS OEM: matrices, each with an epoch, which belong to the points there.
 #pragma once
 
 #include <cstdint>
@@ -43,7 +43,7 @@ private:
     InlineChars<kEphemerisColumns> epochLine_;
     std::int64_t epochLineNumber_ = 0;
     std::optional<double> time_;
-    InlineChars<kEphemerisColumns> frame_;  // blank for that of the segment
+    InlineChars<kEphemerisColumns> frame_;  // blank for the segment's
     std::size_t rows_ = 0;
     bool hasNumbers_ = false;  // good or bad ones
     bool bad_ = false;         // and reported: the rest of it is skipped

@@ -28,7 +28,7 @@ OemEntry oemEntry(std::string_view text) noexcept;
 // Is it a keyword of the header, before the first segment?
 bool isOemHeaderKey(std::string_view key) noexcept;
 
-// Is it an entry of metadata that says what the states after it are?
+// Is it an entry of metadata that describes the states after it?
 bool saysWhatStatesAre(const OemEntry& entry) noexcept;
 
 // Why a version is not read; empty if it is.
@@ -37,7 +37,7 @@ MessageText problemOfOemVersion(const OemEntry& version) noexcept;
 // The coordinate system of a frame name; none if it is not read.
 std::optional<std::int32_t> oemCoordSys(std::string_view frame) noexcept;
 
-// What a segment says its object is.
+// The object of a segment, by its metadata.
 class OemObject {
 public:
     void setName(std::string_view name) noexcept { name_ = name; }
@@ -52,7 +52,7 @@ public:
     // The satellite number that the name or the identifier is, -1 if neither is one.
     std::int32_t satNum() const noexcept;
 
-    // By what both say; if that is nothing, they differ.
+    // Compared by what both say; if that is nothing, they differ.
     bool differsFrom(const OemObject& other) const noexcept;
 
 private:
@@ -65,7 +65,7 @@ public:
     // Takes an entry. False if its key is not one of metadata.
     bool take(const OemEntry& entry) noexcept;
 
-    // Notices what is missing, once all entries have been taken.
+    // Detects missing entries, once all have been taken.
     void complete() noexcept;
 
     // Why the segment can't be read, empty if it can.

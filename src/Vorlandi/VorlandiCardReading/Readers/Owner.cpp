@@ -1,5 +1,5 @@
-// Reads owner/operator text files: a date of 15 characters and a state in free form a line, from the first
-// line on. Values are stored unchanged.
+// Reads owner/operator text files: a date of 15 characters and a state in free form per line, from the first line on.
+// Values are stored unchanged.
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"
 

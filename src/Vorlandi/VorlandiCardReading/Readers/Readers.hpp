@@ -28,7 +28,7 @@ std::int32_t ReadJ2K(BlockInput& input, Vorlanrecord& record);
 std::int32_t ReadVecEph(BlockInput& input, Vorlanrecord& record);
 std::int32_t ReadSimObs(BlockInput& input, Vorlanrecord& record);
 
-// By the practical rules alone.
+// By the practical rules only.
 std::int32_t ReadSTK(BlockInput& input, Vorlanrecord& record);
 std::int32_t ReadOEM(BlockInput& input, Vorlanrecord& record);
 std::int32_t ReadModifiedITC(BlockInput& input, Vorlanrecord& record);
@@ -37,7 +37,7 @@ std::int32_t ReadModifiedITC(BlockInput& input, Vorlanrecord& record);
 struct BinaryInput {
     ByteSource* source = nullptr;  // null for a file that can't be opened: a read error like any other
     ReadPlace place{};             // the record read last
-    bool failed = false;           // a read has failed, which says nothing of what the file holds
+    bool failed = false;           // a read has failed, which says nothing about the content of the file
     ReadingRules rules = ReadingRules::fixed();
     BlockRecords records{};
 };

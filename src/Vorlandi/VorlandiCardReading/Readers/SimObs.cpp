@@ -1,4 +1,4 @@
-// Reads simulated observations: a line of satellite and time, one of position and one of velocity a point, in
+// Reads simulated observations: for each point a line of satellite and time, one of position and one of velocity, in
 // fixed columns. Values are stored unchanged.
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"

@@ -12,8 +12,8 @@ void leaveOut(const ReadPlace& section, MessageText reason) {
     tracelogerror(reasonAt(section, kName, reason << "; the covariances are left out."));
 }
 
-// Where a value of the lower triangle is found in a file that writes the upper one row by row: row and column from 0,
-// the column not beyond the row.
+// Where a file that writes the upper triangle row by row has a value of the lower one: row and column from 0, the
+// column not beyond the row.
 constexpr std::size_t placeInUpper(std::size_t row, std::size_t column, std::size_t rows) noexcept {
     return column * rows - column * (column + 1) / 2 + row;
 }
@@ -65,7 +65,7 @@ void Covariances::readLine(std::string_view text, const StateSystem* states) {
         if (outcome == ReadOutcome::EndOfData) return;
         bad_ = bad_ || outcome == ReadOutcome::Error;
     }
-    // Numbers left on its last line mean that some were missing before, and that these belong to another covariance.
+    // Numbers left on its last line mean that some were missing before: they belong to another covariance.
     double further = 0.0;
     bad_ = bad_ || (!list.slashMet() && list.next(further) == ReadOutcome::Success);
     complete(states);

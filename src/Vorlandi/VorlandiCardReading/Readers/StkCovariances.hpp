@@ -13,7 +13,7 @@
 
 namespace vorlandi::stk {
 
-// What the states say of their covariances.
+// What the states say about their covariances.
 struct StateSystem {
     ElapsedTime& time;
     double km;  // in a distance unit
@@ -53,7 +53,7 @@ private:
         std::size_t textEnd;  // in texts_
     };
 
-    // One that a point has already, which is regular at a segment boundary.
+    // A covariance that a point already has, which is regular at a segment boundary.
     struct Repeated {
         double time;
         KeptLine line;

@@ -1,4 +1,4 @@
-// The words of an STK file by the practical rules, in any letter case, and the tables that say what they mean.
+// The keywords of an STK file by the practical rules, in any letter case, and the tables of their meanings.
 #pragma once
 
 #include <algorithm>

@@ -59,7 +59,7 @@ std::string_view dateIn(std::string_view text) noexcept {
     return text;
 }
 
-// Reads the lines of a section of states. Each thread that reads some has one of its own.
+// Reads the lines of a section of states. Each reading thread has its own.
 struct StateReader {
     ElapsedTime time;
     double km;
@@ -165,7 +165,7 @@ void StkBlock::set(const Named<Setting>& setting, std::string_view value) {
             break;
     }
     constexpr std::string_view kInvalidFrame = "Invalid coordinate system.", kInvalidUnit = "Invalid distance unit.";
-    // What the states before it have been taken for can't be changed.
+    // It can't change how the states before it were read.
     const auto change = [&](auto& setTo, auto wanted, std::string_view problem) {
         if (record_.numberOfPoints() > 0 && setTo != wanted)
             return refuse(problem, MessageText(setting.name) << " " << value << " has to be before the states.");
@@ -262,7 +262,7 @@ void StkBlock::readKeyword(std::string_view text) {
         return refuse("Invalid ephemeris type.", notRead("", word, kStateSections) << ".");
     }
     if (begins || (isSection && text.empty())) return openUnread(word, begins);
-    // A setting that isn't known is read past, but where numbers are due it is not one.
+    // An unknown setting is skipped, but where numbers are expected it is not a setting.
     if (section_ != Section::None && section_ != Section::Unread) readNumbers(line);
 }
 
@@ -324,7 +324,7 @@ void StkBlock::readNumbers(std::string_view text) {
         case Section::Boundaries:
             return readBoundaries(text);
         case Section::Unread:
-            return;  // told where it was opened
+            return;  // reported where it was opened
         case Section::None:
             break;
     }

@@ -1,5 +1,5 @@
-// Reads the universal ephemeris format: a header with satellite number and coordinate system, then one line a
-// point, in fixed columns or separated by commas. Values are stored unchanged.
+// Reads the universal ephemeris format: a header with satellite number and coordinate system, then one line per point,
+// in fixed columns or separated by commas. Values are stored unchanged.
 #include "CoreServices/TraceLog.hpp"
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"

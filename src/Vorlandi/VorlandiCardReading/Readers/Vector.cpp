@@ -1,4 +1,4 @@
-// Reads vector ephemeris files: a line of position and a line of time and velocity a point, in fixed columns.
+// Reads vector ephemeris files: for each point a line of position and a line of time and velocity, in fixed columns.
 // Values are stored unchanged.
 #include "TimeLibrary/DateTexts.hpp"
 #include "Vorlandi/VorlandiCardReading/Readers/Readers.hpp"

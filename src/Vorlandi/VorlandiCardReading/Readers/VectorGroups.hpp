@@ -1,6 +1,5 @@
-// What the vector and the simulated-observation format share: a header with the constants of the gravity
-// model and an epoch, and groups of lines, one a point, of which the first one names satellite and
-// coordinates.
+// Shared by the vector and the simulated-observation format: a header with the constants of the gravity model and an
+// epoch, and groups of lines, one per point, whose first one names satellite and coordinates.
 #pragma once
 
 #include <string_view>
@@ -17,8 +16,8 @@ struct VectorFormat {
     void (*readPoint)(const LineGroup& lines, BlockInput& input, Vorlanrecord& record);
 };
 
-// Reads header and groups up to the end of the file. Satellite and coordinates are looked for in the first
-// group alone: if it fails before they are found, the record keeps what it has.
+// Reads header and groups up to the end of the file. Satellite and coordinates are only looked for in the first group:
+// if it fails before they are found, the record keeps what it has.
 std::int32_t readVectorGroups(const VectorFormat& format, BlockInput& input, Vorlanrecord& record);
 
 }  // namespace vorlandi
