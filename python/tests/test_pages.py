@@ -15,7 +15,8 @@ ROOT = EXAMPLES.parent
 PACKAGE = ROOT / "python" / "vorlandi"
 MODULES = [f"vorlandi.{path.stem}".removesuffix(".__init__") for path in sorted(PACKAGE.glob("*.py"))
            if path.stem != "__main__"]
-PAGES = ((ROOT, "README.md"), (DATA, "docs/python.md"), (DATA, "docs/clusters.md"), (DATA, "docs/times.md"))
+PAGES = ((ROOT, "README.md"), (DATA, "docs/python.md"), (DATA, "docs/clusters.md"), (DATA, "docs/times.md"),
+         (DATA, "docs/covariance.md"))
 # Each with what it prints, if that follows.
 PROGRAMS = [(folder, *found.groups()) for folder, page in PAGES for found in re.finditer(
     r"^```python\n(.*?)^```\n(?:\n```text\n(.*?)^```)?", (ROOT / page).read_text(), re.M | re.S)]
@@ -49,7 +50,7 @@ def test_programs_of_the_pages_run(folder, program, said, tmp_path):
                          cwd=folder)
     assert run.returncode == 0, run.stderr
     assert said is None or run.stdout == said
-    assert len(PROGRAMS) == 9
+    assert len(PROGRAMS) == 11
 
 
 @pytest.mark.parametrize("program", sorted((EXAMPLES / "python").glob("*.py")), ids=lambda path: path.stem)
