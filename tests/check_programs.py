@@ -1,26 +1,41 @@
 #!/usr/bin/env python3
-"""Compiles and runs the programs of a page, and compares what they print with the text block that follows each.
+"""Compiles and runs the programs of a page, or its commands, and compares what they print with the text block that
+follows each.
 
     check_programs.py PAGE KIND SOURCE_DIR [--interface FILE --names REGEX...] [--write] -- COMPILER ARGUMENT...
+    check_programs.py PAGE sh SOURCE_DIR [--write] -- VORLANDI
 
 KIND is the kind of the code blocks, such as cpp. The programs run in a folder where `examples` is the one of
-SOURCE_DIR. With --interface, each function whose name a REGEX finds in FILE must be called by one of the programs.
---write puts the texts into the page.
+SOURCE_DIR; commands in a copy of its example files, and their messages count as printed. With --interface, each
+function whose name a REGEX finds in FILE must be called by one of the programs. --write puts the texts into the page.
 """
 import argparse
 import concurrent.futures
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
 
-SUFFIX = {"cpp": ".cpp", "fortran": ".f90", "c": ".c"}
+SUFFIX = {"cpp": ".cpp", "fortran": ".f90", "c": ".c", "sh": ".sh"}
+
+
+def printed_by_commands(number, commands, tool, folder):
+    """What commands print."""
+    data = folder / f"data{number}"
+    shutil.copytree(folder / "examples" / "data", data)
+    path = f"{pathlib.Path(tool).parent}:{os.environ['PATH']}"
+    run = subprocess.run(["bash", "-uc", commands], cwd=data, text=True, stdout=subprocess.PIPE,
+                         stderr=subprocess.STDOUT, check=False, timeout=60, env=os.environ | {"PATH": path})
+    return run.stdout
 
 
 def printed(number, program, kind, compiler, folder):
     """What a program prints, or why it doesn't."""
+    if kind == "sh":
+        return printed_by_commands(number, program, compiler[0], folder)
     source, binary = folder / f"program{number}{SUFFIX[kind]}", folder / f"program{number}"
     source.write_text(program)
     built = subprocess.run([compiler[0], str(source), "-o", str(binary), *compiler[1:]], cwd=folder, text=True,
@@ -49,7 +64,7 @@ def main():
     with tempfile.TemporaryDirectory() as name:
         folder = pathlib.Path(name)
         (folder / "build").mkdir()
-        os.symlink(arguments.source / "examples", folder / "examples")
+        os.symlink(arguments.source.resolve() / "examples", folder / "examples")
         with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
             texts = list(pool.map(lambda pair: printed(pair[0], pair[1][0], arguments.kind, arguments.compiler, folder),
                                   enumerate(pairs)))

@@ -15,9 +15,11 @@ ROOT = EXAMPLES.parent
 PACKAGE = ROOT / "python" / "vorlandi"
 MODULES = [f"vorlandi.{path.stem}".removesuffix(".__init__") for path in sorted(PACKAGE.glob("*.py"))
            if path.stem != "__main__"]
-PAGES = ((ROOT, "README.md"), (DATA, "docs/python.md"), (DATA, "docs/clusters.md"))
-PROGRAMS = [(folder, program) for folder, page in PAGES
-            for program in re.findall(r"^```python\n(.*?)^```", (ROOT / page).read_text(), re.M | re.S)]
+PAGES = ((ROOT, "README.md"), (DATA, "docs/python.md"), (DATA, "docs/clusters.md"), (DATA, "docs/times.md"),
+         (DATA, "docs/covariance.md"))
+# Each with what it prints, if that follows.
+PROGRAMS = [(folder, *found.groups()) for folder, page in PAGES for found in re.finditer(
+    r"^```python\n(.*?)^```\n(?:\n```text\n(.*?)^```)?", (ROOT / page).read_text(), re.M | re.S)]
 
 
 @pytest.mark.parametrize("name", MODULES)
@@ -41,13 +43,14 @@ def test_every_public_name_has_a_docstring_with_its_arguments():
     assert tried > 80 and not missing
 
 
-@pytest.mark.parametrize("folder, program", PROGRAMS, ids=range(len(PROGRAMS)))
-def test_programs_of_the_pages_run(folder, program, tmp_path):
+@pytest.mark.parametrize("folder, program, said", PROGRAMS, ids=range(len(PROGRAMS)))
+def test_programs_of_the_pages_run(folder, program, said, tmp_path):
     (tmp_path / "program.py").write_text(program)
     run = subprocess.run([sys.executable, "-W", "error", tmp_path / "program.py"], capture_output=True, text=True,
                          cwd=folder)
     assert run.returncode == 0, run.stderr
-    assert len(PROGRAMS) == 8
+    assert said is None or run.stdout == said
+    assert len(PROGRAMS) == 11
 
 
 @pytest.mark.parametrize("program", sorted((EXAMPLES / "python").glob("*.py")), ids=lambda path: path.stem)
