@@ -124,7 +124,7 @@ def _worker_memory() -> int:
     """The memory that this process may use: that of the Dask worker whose thread asks, else the machine's."""
     distributed = sys.modules.get("distributed")  # a worker has imported it
     try:
-        limit = distributed.get_worker().memory_limit if distributed else 0
+        limit = distributed.get_worker().memory_manager.memory_limit if distributed else 0
     except ValueError:  # the thread is not a worker's
         limit = 0
     return int(limit or os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES"))
