@@ -12,6 +12,7 @@ EXAMPLES = pathlib.Path(os.environ["VORLANDI_EXAMPLES"]).resolve()
 DATA = EXAMPLES / "data"
 START = vorlandi.times.ds50("2026-01-31")
 MINUTE = 1 / 1440
+EARTH_RATE = 7.292115e-5
 
 
 @pytest.fixture(autouse=True)
@@ -35,6 +36,25 @@ def covariances(points):
     factors = np.random.default_rng(7).normal(size=(points, 6, 6))
     matrices = factors @ factors.transpose(0, 2, 1)
     return (matrices + matrices.transpose(0, 2, 1)) / 2
+
+
+def turned(points, angle):
+    """States on axes turned about z by an angle, one for all or one for each."""
+    cosine, sine = np.cos(angle), np.sin(angle)
+    x, y = points[..., ::3], points[..., 1::3]
+    result = points.copy()
+    result[..., ::3] = (x.T * cosine + y.T * sine).T
+    result[..., 1::3] = (y.T * cosine - x.T * sine).T
+    return result
+
+
+def on_rotating_axes(points, times):
+    """States on axes that rotate with the earth, as seen from there."""
+    angle = EARTH_RATE * (times - START) * 86400
+    result = turned(points, angle)
+    result[:, 3] += EARTH_RATE * result[:, 1]
+    result[:, 4] -= EARTH_RATE * result[:, 0]
+    return result
 
 
 class Library:

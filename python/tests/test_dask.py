@@ -8,7 +8,7 @@ import warnings
 
 import numpy as np
 import pytest
-from conftest import MINUTE, START, circle, covariances
+from conftest import MINUTE, START, circle, covariances, on_rotating_axes, turned
 
 import vorlandi
 from vorlandi import analysis, convert
@@ -75,24 +75,42 @@ def test_results_have_the_bits_of_one_process_and_the_order_of_the_index(files, 
     assert {info.limit for info in limits.values()} == {10**9 // 3} and sum(i.bytes for i in limits.values()) > 0
 
 
-def test_a_killed_worker_changes_nothing(files, client):
-    index = vd.index(files, files_per_task=1)
+def wait_for(fact):
+    """Wait until something is so, and return what the call says then."""
+    end = time.monotonic() + 120
+    while not (said := fact()):
+        assert time.monotonic() < end
+        time.sleep(0.01)
+    return said
 
-    def slowly(sat):
-        time.sleep(0.1)
+
+def test_a_killed_worker_changes_nothing(files, client, tmp_path):
+    index = vd.index(files, files_per_task=1).drop_duplicates("path")
+
+    def held_up(sat):  # the first of a process returns, the others wait
+        try:
+            (tmp_path / f"first-{os.getpid()}").touch(exist_ok=False)
+        except FileExistsError:
+            (tmp_path / f"waits-{os.getpid()}").touch()
+            while not (tmp_path / "go").exists():
+                time.sleep(0.01)
         return os.getpid(), sat.state(TIMES, errors="nan").tobytes()
 
-    wanted = [sat.state(TIMES, errors="nan").tobytes() for sat in vorlandi.load(*files)]
-    before = client.run(os.getpid)
-    future = client.compute(vd.map_satellites(slowly, index))
-    while not any(client.has_what().values()):
-        time.sleep(0.01)
-    assert future.status == "pending"
-    killed = next(iter(before.values()))
+    def at_work():  # which worker has a result that only it holds, and works on another?
+        return [pid for address, pid in pids.items()
+                if client.has_what([address])[address] and (tmp_path / f"waits-{pid}").exists()]
+
+    sats = vorlandi.load(*files)
+    wanted = [sats[row].state(TIMES, errors="nan").tobytes() for row in index.index]
+    pids = client.run(os.getpid)
+    future = client.compute(vd.map_satellites(held_up, index))
+    killed = wait_for(at_work)[0]
     os.kill(killed, signal.SIGKILL)
-    found = future.result(timeout=60)
-    assert [bits for _, bits in found] == wanted
-    assert killed not in client.run(os.getpid).values()
+    assert future.status == "pending"
+    (tmp_path / "go").touch()
+    found = future.result(timeout=120)
+    assert [bits for _, bits in found] == wanted and killed not in {pid for pid, _ in found}
+    wait_for(lambda: len(client.run(os.getpid)) == len(pids))  # for the tests that come
 
 
 @pytest.mark.filterwarnings("ignore:Running on a single-machine scheduler")
@@ -141,16 +159,6 @@ def test_files_that_change_or_vanish_are_told(files, client, tmp_path):
     assert (problem.kind, problem.path) == ("not-read", str(paths[1])) and len(again) == len(index) - 2
 
 
-def turned(points, angle):
-    """States on axes turned about z by an angle, one for all or one for each."""
-    cosine, sine = np.cos(angle), np.sin(angle)
-    x, y = points[..., ::3], points[..., 1::3]
-    result = points.copy()
-    result[..., ::3] = (x.T * cosine + y.T * sine).T
-    result[..., 1::3] = (y.T * cosine - x.T * sine).T
-    return result
-
-
 def fleet(folder, frame):
     """Files of orbits in one shell, some of which begin late, lack three hours, or share a number. The last four drift
     apart slowly, so that they are near where their states begin and end."""
@@ -166,10 +174,7 @@ def fleet(folder, frame):
                        radius_km=7000 + height_km, tilt=tilt).points
         states = turned(orbit.states, node)
         if frame == "ECR":
-            rate = 7.292115e-5
-            states = turned(states, rate * (orbit.ds50 - START) * 86400)
-            states[:, 3] += rate * states[:, 1]
-            states[:, 4] -= rate * states[:, 0]
+            states = on_rotating_axes(states, orbit.ds50)
         kept = np.r_[0:120, 120 + lost:len(states)]
         matrices = covariances(len(kept)) if i % 2 else None
         sats.append(vorlandi.Satellite.from_points(number, orbit.ds50[kept], states[kept], frame=frame,

@@ -61,7 +61,7 @@ def test_examples_print_what_they_say(program):
 
 
 def test_types_hold_under_strict_mypy(tmp_path):
-    sources = [PACKAGE, EXAMPLES / "python"]
+    sources = [PACKAGE, EXAMPLES / "python", EXAMPLES / "delivery.py"]
     run = subprocess.run([sys.executable, "-m", "mypy", "--config-file", "mypy.ini", "--cache-dir", tmp_path, *sources],
                          capture_output=True, text=True, cwd=ROOT / "python")
     assert run.returncode == 0, run.stdout

@@ -9,7 +9,7 @@ import sys
 import threading
 from collections import OrderedDict
 from dataclasses import dataclass
-from typing import TYPE_CHECKING
+from typing import TYPE_CHECKING, Any
 
 import numpy as np
 
@@ -82,6 +82,24 @@ def point_bytes(points: int, covariance: bool) -> int:
     return points * (POINT_BYTES_WITH_COVARIANCE if covariance else POINT_BYTES)
 
 
+def part_of(rows: Any) -> Part:
+    """The satellites of some rows of an index."""
+    numbers: dict[File, int] = {}
+    file_of = [numbers.setdefault(File(*file), len(numbers)) for file in zip(rows["path"], rows["version"])]
+    size = sum(point_bytes(*row) for row in zip(rows["points"].tolist(), rows["covariance"].tolist()))
+    return Part(tuple(numbers), np.array(file_of, np.int64), rows["place"].to_numpy(np.int64), size)
+
+
+def parts_of(rows: Any, most: int) -> list[Part]:
+    """Neighbouring rows of one task each, and not more than `most`."""
+    if len(rows) == 0:
+        raise ValueError("the index has no satellites")
+    tasks = rows["task"].to_numpy()
+    borders = [0, *(np.flatnonzero(np.diff(tasks)) + 1).tolist(), len(rows)]
+    return [part_of(rows.iloc[at:min(at + most, end)])
+            for first, end in zip(borders, borders[1:]) for at in range(first, end, most)]
+
+
 def _version_of(ephemerides: Ephemerides, path: str) -> str:
     source = ephemerides._source
     if source is None:
@@ -106,7 +124,7 @@ def _worker_memory() -> int:
     """The memory that this process may use: the Dask worker's if its thread asks, else the machine's."""
     distributed = sys.modules.get("distributed")  # a worker has imported it
     try:
-        limit = distributed.get_worker().memory_limit if distributed else 0
+        limit = distributed.get_worker().memory_manager.memory_limit if distributed else 0
     except ValueError:  # the thread is not a worker's
         limit = 0
     return int(limit or os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES"))
