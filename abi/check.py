@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Compares the interface of the library with that of the last release, as abi/libvorlandi.abi describes it.
+"""Compares the interface of the library with the last release, as abi/libvorlandi.abi describes it.
 
     check.py LIBRARY            LIBRARY has debug information for what it exports (target vorlandi_described)
     check.py LIBRARY --renew    describes it anew, for a release
 
 An incompatible change fails: it needs another SONAME. A new function fails until the minor version of the project is
-higher than that of the last release, debian/libvorlandi1.symbols has the function with this version, and CHANGELOG.md
+higher than in the last release, debian/libvorlandi1.symbols has the function with this version, and CHANGELOG.md
 names it.
 """
 import pathlib

@@ -5,7 +5,7 @@ was built with, which for libraries of headers alone is a part of it.
     sbom.py FOLDER      for FOLDER/*.deb, to FOLDER/vorlandi_VERSION.spdx.json
 
 Dependencies have the version that this machine has; those that it lacks, such as alternatives, are left out. The time
-is that of the changelog, or SOURCE_DATE_EPOCH.
+is the changelog's, or SOURCE_DATE_EPOCH.
 """
 import datetime
 import hashlib

@@ -13,7 +13,7 @@ find "$folder" -maxdepth 1 -name '*.deb' ! -name '*-dbgsym_*' -exec cp -t "$work
 kinds="c cpp fortran tool"
 [ -z "$(find "$work/packages" -name 'python3-vorlandi_*')" ] || kinds+=" python"
 
-# The sources of packages are those of this machine.
+# Package sources are the same as on this machine.
 lists=/etc/apt/sources.list.d/debian.sources
 [ -e $lists ] || lists=/etc/apt/sources.list
 # shellcheck disable=SC2016  # $1 is mmdebstrap's: the folder of the new system

@@ -112,19 +112,19 @@ def write_page(options, planted, found, judged, example):
              "example`:", "", "```", "$ cd example; vorlandi delivery faulty --previous previous",
              example.rstrip("\n"), "```", "", "## How it was verified", "",
              f"`tests/check_delivery.py --satellites {options.satellites} --faults {options.faults}` makes predictions "
-             "whose errors are what their",
-             "covariances say, and a second delivery a day later; then it plants faults. All were found, in the "
+             "whose errors match their",
+             "covariances, and a second delivery a day later; then it plants faults. All were found, in the "
              "satellites that have",
-             "them, and no other error or warning was told. The delivery without faults is silent.",
-             "", "| fault | planted | told as | found |", "|---|---|---|---|"]
+             "them, and no other error or warning was reported. The delivery without faults is silent.",
+             "", "| fault | planted | reported as | found |", "|---|---|---|---|"]
     rows = collections.Counter((row["fault"], row["kinds"]) for row in planted)
     for (fault, kinds), count in rows.items():
         hits = sum(all((int(row["satellite"]), kind) in found for kind in kinds.split())
                    for row in planted if row["fault"] == fault)
-        told = ", ".join(f"`{kind}`" for kind in kinds.split())
-        lines.append(f"| {fault} | {count} | {told} | {hits} |")
+        reported = ", ".join(f"`{kind}`" for kind in kinds.split())
+        lines.append(f"| {fault} | {count} | {reported} | {hits} |")
     lines += ["", "| standard deviations written | age (days) | radial (sigmas) | in-track | cross-track | factor "
-              "| told |", "|---|---|---|---|---|---|---|"]
+              "| verdict |", "|---|---|---|---|---|---|---|"]
     for sigmas, ages in judged:
         for age in ages:
             lines.append(f"| {sigmas:g} times the true ones | {age['age_days']} | {age['radial_sigmas']:.2f} | "

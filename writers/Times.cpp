@@ -72,7 +72,7 @@ public:
     }
     Fields& year(std::size_t width) { return number(width == 2 ? date.year % 100 : date.year, width); }
 
-    // Hours, minutes and seconds; a NUL stands for no separator.
+    // Hours, minutes and seconds; a NUL means no separator.
     std::string clock(char separator) {
         const std::int64_t seconds = units_ / unitsPerSecond_;
         number(seconds / 3600, 2);

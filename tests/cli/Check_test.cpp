@@ -13,11 +13,11 @@ protected:
     }
 
     // The example with its first points, and lines inserted before the twentieth of them and after the last.
-    void writeExample(const std::string& name, const std::string& inside, const std::string& behind) const {
+    void writeExample(const std::string& name, const std::string& inside, const std::string& after) const {
         std::string text = head_;
         for (std::size_t i = 0; i < 40; ++i)
             text += (i == 20 ? inside : "") + points_[i] + "\n";
-        write(name, text + behind);
+        write(name, text + after);
     }
 
     // Severity, kind, file and line of the findings.
