@@ -19,6 +19,8 @@ target_compile_options(vorlandi_options INTERFACE -Wall -Wextra -Wpedantic -Wcon
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # GCC 12 sees overlaps in std::string that aren't there (its bug 105329)
     target_compile_options(vorlandi_options INTERFACE -Wno-restrict)
+else()
+    target_compile_options(vorlandi_options INTERFACE -Wreserved-identifier)
 endif()
 if(VORLANDI_WARNINGS_AS_ERRORS)
     target_compile_options(vorlandi_options INTERFACE -Werror)

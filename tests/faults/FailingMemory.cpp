@@ -10,6 +10,9 @@
 #include <cstdlib>
 
 // The C library's own functions, by the names that can't be replaced.
+#ifdef __clang__
+#pragma clang diagnostic ignored "-Wreserved-identifier"
+#endif
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
