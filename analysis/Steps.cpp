@@ -49,7 +49,7 @@ std::optional<StepRange> stepRange(std::span<const double> steps_s) {
 std::vector<std::size_t> gapsIn(std::span<const double> steps_s, double factor) {
     std::vector<std::size_t> gaps;
     if (steps_s.empty()) return gaps;
-    // The usual step is at least the least step, which is enough for most files.
+    // The usual step is not below the least one: for most files comparing with that is enough.
     const double least_s = *std::min_element(steps_s.begin(), steps_s.end());
     // Steps are known to the microsecond: a step that is only longer by rounding is not a gap.
     constexpr double kRounding_s = 5e-7;

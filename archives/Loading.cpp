@@ -18,7 +18,7 @@ namespace vorlandi::archives {
 namespace {
 
 constexpr std::size_t kLongestName = 512;  // that the library accepts
-constexpr int kMostFilters = 2;            // the compression, but for gzip, and the file itself
+constexpr int kMostFilters = 2;            // the compression, unless gzip, and the file itself
 constexpr const char* kNestedReason = "an archive in an archive is not read";
 
 // Lets libarchive return non-ASCII names on this thread in any locale of the process.

@@ -131,7 +131,7 @@ bool exists(const std::string& name) {
     return std::filesystem::exists(name, error);
 }
 
-// The file that a card names: by the practical rules it is looked for beside the card file first.
+// The file that a card names: by the practical rules it is searched next to the card file first.
 std::string fileOfCard(const std::string& name, const std::string& card, Rules rules) {
     const std::string beside = besideCard(name, card);
     return rules == Rules::Practical && exists(beside) ? beside : name;

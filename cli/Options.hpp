@@ -58,7 +58,7 @@ inline constexpr std::string_view kStandardInput = "-";
 void addInput(CLI::App& command, InputOptions& input);
 void addInputRules(CLI::App& command, InputOptions& input);
 void addLeapSeconds(CLI::App& command);
-// -j, with what a command does with several threads beside loading.
+// -j, with what a command does with several threads besides loading.
 void addThreads(CLI::App& command, InputOptions& input,
                 const char* help = "Read large files with several threads, if N is above 1");
 void addOutput(CLI::App& command, std::string& output);

@@ -8,11 +8,11 @@
 
 namespace vorlandi::cli {
 
-// The mode of new files, of which the mask of the process takes away.
+// The mode of new files, reduced by the mask of the process.
 inline constexpr mode_t kReadAndWriteForAll = 0666;
 
-// Written under a temporary name beside its target. Unless it is committed, the target stays as it was and the
-// temporary file is removed, also when a signal ends the program. Only one may exist at a time.
+// Written under a temporary name in the folder of its target. Unless it is committed, the target stays as it was and
+// the temporary file is removed, also when a signal ends the program. Only one may exist at a time.
 class PendingFile {
 public:
     // Null if the target has to be written directly: a device, a pipe or a directory, a file that may not be written,

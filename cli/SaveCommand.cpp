@@ -59,7 +59,7 @@ std::vector<Card> cardsOf(const std::vector<SatelliteRecord>& satellites) {
     return cards;
 }
 
-// By the practical rules a name is looked for beside the card file first, where another file may have it.
+// By the practical rules a name is searched next to the card file first, where another file may have it.
 std::string nameOnCard(const std::string& file, const SaveOptions& options) {
     namespace fs = std::filesystem;
     if (options.absolute) return fs::absolute(file).lexically_normal().string();

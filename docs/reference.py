@@ -42,7 +42,7 @@ class Reference:
         return [(path, head) for source, path, head, _ in self.sources if source == language]
 
     def find(self, name, item, language):
-        """What a comment, that of `item` or of a source, means by a name."""
+        """What the comment of `item`, or of a source, means by a name."""
         scope = item.name.rpartition("::")[0] if item else ""
         for key in ((language, f"{scope}::{name}"), (language, name), ("c", name)):
             if key in self.named:
@@ -54,7 +54,7 @@ class Reference:
         return self.named.get(("c", item.name)) if "bind(c" in item.code else None
 
     def own_or_inherited(self, item, kind, name=""):
-        """A block of the comment, or of that of the function that the first block says it is "as"."""
+        """A block of the comment, or of the function that the first block says it is "as"."""
         seen = []
         while item and item.blocks and item not in seen:
             seen.append(item)

@@ -1,5 +1,5 @@
-"""Reads what the C, C++ and Fortran interfaces declare for their users, and the comments above it. CONTRIBUTING.md has
-the form of these (Comments of the interface). The layout of the code is that of clang-format."""
+"""Reads what the C, C++ and Fortran interfaces declare for their users, and the comments above it. CONTRIBUTING.md
+describes their form (Comments of the interface). clang-format makes the layout of the code."""
 import dataclasses
 import os
 import re
@@ -74,7 +74,7 @@ class Item:
 
     @property
     def prose(self):
-        """The blocks before the arguments or the first part, and those of free text after it."""
+        """The blocks before the arguments or the first part, and the blocks of free text after it."""
         is_free = [block.kind in ("text", "list", "lines") for block in self.blocks]
         begin = is_free.index(False) if False in is_free else len(is_free)
         return self.blocks[:begin], [block for block, free in zip(self.blocks[begin:], is_free[begin:]) if free]

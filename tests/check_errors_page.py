@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Compares the messages that the page of errors lists with those that the code makes, both ways.
+"""Compares the messages on the page of errors with the messages of the code, both ways.
 
     check_errors_page.py SOURCE_DIR [--python FOLDER] [--list]
 
-A message of the code is a text that an expression puts together: string literals, with a placeholder for whatever else
-is between `<<` or `+`. In src/ and in vorlandi.hpp every text of two words and more counts as one, however it gets to
-the log; so do names of readers, and single words that are handed to a function in SINKS. NO_MESSAGES are exempt. --list
+A message of the code is a text that an expression puts together: string literals, with a placeholder for anything else
+between `<<` or `+`. In src/ and in vorlandi.hpp every text of two or more words counts as a message, however it reaches
+the log; so do names of readers, and single words that are passed to a function in SINKS. NO_MESSAGES are exempt. --list
 shows them.
 
 The page lists messages, and the parts that they are made of, in tables whose first column is one of COLUMNS, with
@@ -34,7 +34,7 @@ NO_MESSAGE_FILES = ("ReadingRules.hpp", "FormatDetection.cpp", "TreeTemplate.hpp
 # What is looked for in files, or written into them.
 NO_MESSAGES = ("\n\n\n*** External Ephemeris Input Files ***\n",
                "YYDDDHHMMSS.SSS      X(KM)          Y(KM)          Z(KM)", "Propagation by", "end Ephemeris")
-# Calls that are a text themselves: that of their argument.
+# Calls that mean the text of their argument.
 TEXT_CALLS = ("MessageText", "string", "keyMessage")
 SINKS = ("tracelogerror", "traceloginfo", "blockFailed", "blockFailedWithLine", "blockRefused", "blockRefusedBy",
          "skipBadLine", "skipbadephempoint", "reasonAt", "refuse", "refuseSegment", "skip", "fail", "leaveOut", "Error")

@@ -1,9 +1,9 @@
 // An orbit of the earth, integrated numerically with the central term, J2 and, if wanted, higher zonal terms of the
 // earth's gravity.
 //
-// Force model and integration use only + - * / and square roots, all of which IEEE 754 rounds exactly one
-// way. With contraction off, the same initial state therefore gives the same bits with every compiler at
-// every optimisation level, and files made from it can be compared byte by byte.
+// Force model and integration use only + - * / and square roots, all of which IEEE 754 rounds exactly one way. With
+// contraction off, the same initial state therefore leads to the same bits with every compiler at every optimisation
+// level, and files made from it can be compared byte by byte.
 #pragma once
 
 #include <cstdint>

@@ -7,8 +7,8 @@
 
 namespace vorlandi::writers {
 
-// The covariance in the axes radial, in-track, cross-track of its state, in a rotating frame of the inertial velocity.
-// None if position and velocity are parallel.
+// The covariance in the axes radial, in-track, cross-track of its state; in a rotating frame they follow the inertial
+// velocity. None if position and velocity are parallel.
 std::optional<Covariance> inAxesOfState(const Covariance& covariance, const State& state, Frame frame);
 
 }  // namespace vorlandi::writers

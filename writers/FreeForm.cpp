@@ -1,4 +1,4 @@
-// Formats that give each point's time in its own way and its state as a list of numbers.
+// Formats with each point's time in a form of their own and its state as a list of numbers.
 #include <algorithm>
 
 #include "writers/CovarianceAxes.hpp"

@@ -15,7 +15,7 @@ def recipe():
     """The variables of the program on the page, after it ran."""
     page = (EXAMPLES.parent / "docs" / "times.md").read_text()
     variables = {}
-    # Tables that end long before, wherever those of this astropy end: UT1 - UTC is 0, the pole is the mean one.
+    # Tables that end long before, for any version of astropy: UT1 - UTC is 0, the pole is the mean one.
     with pytest.MonkeyPatch.context() as patch, iers.earth_orientation_table.set(iers.IERS_B.open()[:100]):
         patch.chdir(EXAMPLES / "data")
         exec(re.search(r"```python\n(.*?)```", page, re.S).group(1), variables)

@@ -61,7 +61,8 @@ std::string_view chararrtostr(const char* chars, std::size_t length) noexcept;
 // A text into a caller's character array, cut or blank padded to `length`; a null array is skipped.
 void strtochararr(std::string_view text, char* chars, std::size_t length) noexcept;
 
-// Room for N characters in place: a reader beside a writer may see a mixture of old and new, but never released memory.
+// Room for N characters in place: a reader concurrent with a writer may see a mixture of old and new, but never
+// released memory.
 template <std::size_t N>
 class InlineChars {
 public:

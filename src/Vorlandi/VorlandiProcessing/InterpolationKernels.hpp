@@ -4,7 +4,7 @@
 // F. B. Hildebrand, Introduction to Numerical Analysis, 2nd ed. 1974, sections 3.2 and 8.2.
 //
 // The order of operations is fixed and nothing is contracted, so that results have the same bits with every compiler,
-// optimisation and instruction set. Nodes have strictly rising times; equal ones give non-finite results.
+// optimisation and instruction set. Nodes have strictly rising times; equal ones lead to non-finite results.
 #pragma once
 
 #include "Vorlandi/VorlandiProcessing/HermiteFormulas.hpp"

@@ -59,7 +59,7 @@ void prefetchWindow(const PointArray& points, std::int32_t guess, Covariance cov
 }
 
 // The last index from `lo` on that is early, if `lo` is and `hi` is not. Looks within `near` of a guess first, then at
-// eight parts of what is left at a time: the probes of a round don't wait for each other, but for memory.
+// eight parts of what is left at a time: the probes of a round wait for memory, but not for each other.
 template <class IsEarly>
 std::int32_t lastEarly(std::int32_t lo, std::int32_t hi, std::int32_t guess, std::int32_t near,
                        const IsEarly& isEarly) noexcept {
