@@ -1,5 +1,6 @@
 """Many files on the workers of Dask: the bits of one process, whatever happens to workers, memory and files."""
 import contextlib
+import gc
 import os
 import shutil
 import signal
@@ -14,6 +15,7 @@ import vorlandi
 from vorlandi import analysis, convert
 
 vd = pytest.importorskip("vorlandi.dask")
+close = pytest.importorskip("vorlandi._close_approaches")
 distributed = pytest.importorskip("distributed")
 pandas = pytest.importorskip("pandas")
 
@@ -75,15 +77,6 @@ def test_results_have_the_bits_of_one_process_and_the_order_of_the_index(files, 
     assert {info.limit for info in limits.values()} == {10**9 // 3} and sum(i.bytes for i in limits.values()) > 0
 
 
-def wait_for(fact):
-    """Wait until something is so, and return what the call says then."""
-    end = time.monotonic() + 120
-    while not (said := fact()):
-        assert time.monotonic() < end
-        time.sleep(0.01)
-    return said
-
-
 def test_a_killed_worker_changes_nothing(files, client, tmp_path):
     index = vd.index(files, files_per_task=1).drop_duplicates("path")
 
@@ -104,17 +97,18 @@ def test_a_killed_worker_changes_nothing(files, client, tmp_path):
     wanted = [sats[row].state(TIMES, errors="nan").tobytes() for row in index.index]
     pids = client.run(os.getpid)
     future = client.compute(vd.map_satellites(held_up, index))
-    killed = wait_for(at_work)[0]
-    os.kill(killed, signal.SIGKILL)
-    assert future.status == "pending"
+    while not (found := at_work()):
+        assert future.status == "pending"
+        time.sleep(0.01)
+    os.kill(found[0], signal.SIGKILL)
     (tmp_path / "go").touch()
-    found = future.result(timeout=120)
-    assert [bits for _, bits in found] == wanted and killed not in {pid for pid, _ in found}
-    wait_for(lambda: len(client.run(os.getpid)) == len(pids))  # for the tests that come
+    results = future.result()
+    assert [bits for _, bits in results] == wanted and found[0] not in {pid for pid, _ in results}
 
 
 @pytest.mark.filterwarnings("ignore:Running on a single-machine scheduler")
 def test_a_small_cache_loads_again_and_keeps_its_limit(files, monkeypatch):
+    gc.collect()
     e = vorlandi.load(*files)
     wanted = e.states(TIMES, errors="nan")
     before = vorlandi.store.count()
@@ -212,6 +206,12 @@ def test_close_approaches_are_those_of_one_process(frame, within_km, step_s, opt
         return
     with workers(1):
         pandas.testing.assert_frame_equal(by_time(table.compute()), found, check_exact=True)
+
+
+@pytest.mark.parametrize("satellites, gigabytes, cache, count", [
+    (11_130, 11.2, 3.6, 10), (11_130, 11.2, 0, 64), (1000, 1, 100, 8), (5, 1, 0.1, 5)])
+def test_three_blocks_fit_the_cache_unless_they_are_too_many_or_few(satellites, gigabytes, cache, count):
+    assert close.block_count(satellites, int(gigabytes * 1e9), int(cache * 1e9)) == count
 
 
 def test_close_approaches_refuse_what_can_not_be_compared(files, client, tmp_path):

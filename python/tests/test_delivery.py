@@ -1,5 +1,6 @@
 """The example of a delivery on a cluster: what it writes is what one process finds, and bad input is told."""
 import csv
+import importlib
 import re
 import subprocess
 import sys
@@ -56,10 +57,26 @@ def test_a_delivery_is_made_checked_and_screened(tmp_path):
         assert {row["number"] for row in csv.DictReader(file)} == {"70004"}
 
 
-def test_bad_input_of_the_delivery_is_told(tmp_path, monkeypatch, capsys):
+@pytest.fixture
+def program(tmp_path, monkeypatch):
     monkeypatch.chdir(tmp_path)
     monkeypatch.syspath_prepend(EXAMPLES)
-    import delivery as program
+    return importlib.import_module("delivery")
+
+
+def test_the_commands_that_are_shown_are_understood(program, tmp_path, monkeypatch):
+    shown = [line.split() for path in (EXAMPLES / "delivery.py", EXAMPLES.parent / "docs" / "clusters.md")
+             for line in re.findall(r"^.*python3 examples/delivery.py (.*)$", path.read_text(), re.M)]
+    for at, options in enumerate(shown):
+        if "--make" not in options:
+            (tmp_path / options[0]).mkdir(exist_ok=True)
+            (tmp_path / options[0] / "file").touch()
+        monkeypatch.setattr(sys, "argv", ["delivery.py", *options])
+        assert str(program.options().folder) == options[0]
+    assert at == 2
+
+
+def test_bad_input_of_the_delivery_is_told(program, tmp_path, monkeypatch, capsys):
     for folder in ("empty", "full"):
         (tmp_path / folder).mkdir()
     (tmp_path / "full" / "file").write_text("x")

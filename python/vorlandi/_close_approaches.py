@@ -20,11 +20,13 @@ from numpy.typing import NDArray
 
 from vorlandi import _sieve
 from vorlandi._cache import CACHE, Part, part_of, parts_of, point_bytes
+from vorlandi._opened import Opened, opening
 from vorlandi._satellite import Satellite
 from vorlandi.times import Floats, OneTime, ds50, to_datetime64
 
 _STEPS_PER_SAMPLE, _STEPS_PER_SLAB = 1440, 60
-_LEAST_BLOCKS, _MOST_BLOCKS, _BLOCK_BYTES = 8, 64, 250_000_000
+_LEAST_BLOCKS, _MOST_BLOCKS = 8, 64
+_BLOCKS_IN_CACHE = 3  # those of two tasks that share one
 _NAMELESS = (0, 99999)  # numbers that don't say which satellite it is
 _VALUES = ("time_utc", "distance_km", "radial_km", "in_track_km", "cross_track_km", "speed_km_s", "sigma_distance")
 
@@ -59,10 +61,10 @@ class _Block:
         return {f"{name}_{side}": getattr(self, name)[rows - self.first] for name in ("number", "file", "record")}
 
 
-def _sampled(part: Part, search: _Search, first: int, count: int) -> Floats:
+def _sampled(opened: Opened, search: _Search, first: int, count: int) -> Floats:
     steps = search.steps.some(first, count)
-    samples = np.empty((len(part), count, 6))
-    for at, satellite in enumerate(CACHE.satellites(part)):
+    samples = np.empty((len(opened.part), count, 6))
+    for at, satellite in enumerate(CACHE.satellites(opened.part)):
         assert satellite is not None
         samples[at] = _sieve.sample(satellite, steps, search.is_rotating)
     return samples
@@ -96,9 +98,17 @@ def _refined(candidates: list[NDArray[np.int64]], a: _Block, b: _Block, search: 
     return _table(all_pairs[order], all_values[order], all_ends[order], a, b)
 
 
+def block_count(satellites: int, size: int, cache: int) -> int:
+    """The blocks of satellites whose points are so many bytes. A process that can't hold all loads the files of a block
+    for each of its tasks: fewer blocks are fewer loads, more are more tasks for many workers."""
+    wanted = -(-size * _BLOCKS_IN_CACHE // max(cache, 1))
+    return min(satellites, max(_LEAST_BLOCKS, min(_MOST_BLOCKS, wanted)))
+
+
 def _blocks(rows: Any) -> list[_Block]:
     size = sum(point_bytes(*row) for row in zip(rows["points"].tolist(), rows["covariance"].tolist()))
-    count = min(len(rows), max(_LEAST_BLOCKS, min(_MOST_BLOCKS, -(-size // _BLOCK_BYTES))))
+    limit: int = dask.delayed(CACHE.limit, pure=False)().compute()  # of a worker; here it could be another
+    count = block_count(len(rows), size, limit)
     borders = np.linspace(0, len(rows), count + 1).astype(int).tolist()
     return [_Block(first, part_of(some), *(some[name].to_numpy() for name in ("number", "file", "record")))
             for first, some in ((first, rows.iloc[first:end]) for first, end in zip(borders, borders[1:]))]
@@ -109,11 +119,14 @@ def _samples(rows: Any, search: _Search) -> list[Any]:
     parts = parts_of(rows, len(rows))
     count = search.steps.count
     lots = [(first, min(_STEPS_PER_SAMPLE, count - first)) for first in range(0, count, _STEPS_PER_SAMPLE)]
-    name = f"vorlandi-samples-{tokenize(parts, search)}"
-    graph = {(name, i, j, 0): (_sampled, part, search, *lot)
-             for i, part in enumerate(parts) for j, lot in enumerate(lots)}
+    token = tokenize(parts, search)
+    name = f"vorlandi-samples-{token}"
+    opened = opening(parts, token)
+    chunks = {(name, i, j, 0): (_sampled, source, search, *lot)
+              for i, source in enumerate(opened) for j, lot in enumerate(lots)}
     sizes = (tuple(len(part) for part in parts), tuple(steps for _, steps in lots), (6,))
-    samples = dask.array.Array(HighLevelGraph.from_collections(name, graph), name, sizes, dtype=np.float64)
+    graph = HighLevelGraph.from_collections(name, {**opened, **chunks})
+    samples = dask.array.Array(graph, name, sizes, dtype=np.float64)
     slabs: list[Any] = samples.rechunk((len(rows), _STEPS_PER_SLAB, 6)).to_delayed().ravel().tolist()
     return slabs
 

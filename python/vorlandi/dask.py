@@ -25,13 +25,13 @@ import numpy as np
 import pandas
 from dask.base import tokenize
 from dask.highlevelgraph import HighLevelGraph
-from dask.sizeof import sizeof
 from numpy.typing import NDArray
 
 from vorlandi._cache import CACHE, CacheInfo, File, FileChangedError, Part, parts_of
 from vorlandi._close_approaches import close_approaches
 from vorlandi._ephemerides import Ephemerides, Message
 from vorlandi._errors import LoadError
+from vorlandi._opened import Opened, opening
 from vorlandi._satellite import Errors, Satellite, wants_nan
 from vorlandi.times import Floats, TimeLike, ds50
 
@@ -137,24 +137,7 @@ def index(paths: Iterable[str | os.PathLike[str]], *, files_per_task: int = 50, 
 # ---- What the workers do ----
 
 
-class _Opened:
-    """Says where the satellites of a part are loaded. As large as they are, so that the scheduler leaves it there; a
-    task that gets it elsewhere loads them again."""
-
-    def __init__(self, part: Part) -> None:
-        self.part = part
-
-
-sizeof.register(_Opened, lambda opened: opened.part.bytes)
-
-
-def _open(part: Part) -> _Opened:
-    if part.bytes <= CACHE.limit():
-        CACHE.satellites(part, missing=True)  # the chunks tell what can't be read
-    return _Opened(part)
-
-
-def _answers(opened: _Opened, times: Floats, matrices: bool, nan: bool) -> Floats:
+def _answers(opened: Opened, times: Floats, matrices: bool, nan: bool) -> Floats:
     """A chunk of states or covariances."""
     found = CACHE.satellites(opened.part, missing=nan)
     present = [satellite for satellite in found if satellite is not None]
@@ -187,7 +170,7 @@ def _array(rows: Any, t: TimeLike, matrices: bool, errors: str, most: int, times
     slabs = [times[at:at + times_per_chunk] for at in range(0, len(times), times_per_chunk)] or [times]
     token = tokenize(parts, slabs, matrices, nan)
     name = f"vorlandi-{'covariances' if matrices else 'states'}-{token}"
-    opened: dict[Any, Any] = {(f"vorlandi-open-{token}", i): (_open, part) for i, part in enumerate(parts)}
+    opened = opening(parts, token)
     axes: dict[Any, Any] = {(f"vorlandi-times-{token}", j): slab for j, slab in enumerate(slabs)}
     zeros = (0,) * len(shape)
     chunks = {(name, i, j, *zeros): (_answers, source, axis, matrices, nan)
