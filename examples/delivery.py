@@ -1,4 +1,3 @@
-#!/usr/bin/python3
 """A provider's delivery on a cluster: checks all its satellites, and screens them all against all.
 
     PYTHONPATH=build/gcc/python /usr/bin/python3 examples/delivery.py delivery --make 200 --out results
