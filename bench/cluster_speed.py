@@ -32,7 +32,7 @@ import delivery  # noqa: E402
 WITHIN_KM, STEP_S, SPACING_S = 5.0, 60.0, 60.0
 POINT_BYTES = 232
 FULL = 11_130
-CACHE_BYTES, MEMORY_BYTES = 1_600_000_000, 3_400_000_000  # of all processes together
+CACHE_BYTES, MEMORY_BYTES = 1_600_000_000, 6_000_000_000  # of all processes together; the memory is a limit
 PHASES = ("index", "states", "close approaches")
 
 
