@@ -77,6 +77,7 @@ compile pkgconfig-shared vorlandi gcc -std=c99 -Wall -Werror "$project/state.c"
 compile pkgconfig-static "--static vorlandi" gcc -static -std=c99 "$project/state.c"
 compile pkgconfig-cpp vorlandi g++ -std=c++20 "$project/state.cpp"
 compile pkgconfig-fortran vorlandi-fortran gfortran "$project/state.f90"
+compile pkgconfig-fortran-static "--static vorlandi-fortran" gfortran -static "$project/state.f90"
 
 # A program that was linked with a library without version names starts with this one.
 mkdir "$work/unversioned"
