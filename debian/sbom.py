@@ -59,10 +59,14 @@ def foreign(name):
             "externalRefs": [reference(name, found[1], found[2])]}
 
 
-def build_dependencies(python):
+def build_dependencies(packages):
+    """The names of what these packages were built with; those of the site are in vorlandi-doc."""
     control = (ROOT / "debian" / "control").read_text()
-    entries = re.search(r"^Build-Depends:(.*?)^\S", control, re.S | re.M).group(1).split(",")
-    return [entry.split()[0] for entry in entries if python or "<!nopython>" not in entry]
+    fields = ["Build-Depends"] + ["Build-Depends-Indep"] * ("vorlandi-doc" in packages)
+    entries = [entry for field in fields
+               for entry in re.search(rf"^{field}:(.*?)^\S", control, re.S | re.M).group(1).split(",")]
+    return [re.split(r"[\s:]", entry.strip())[0] for entry in entries
+            if "python3-vorlandi" in packages or "!nopython" not in entry]
 
 
 def main():
@@ -82,7 +86,7 @@ def main():
         if found:
             packages[other] = found
             relations.append((identifier(name), "DEPENDS_ON", other))
-    for other in build_dependencies("python3-vorlandi" in own):
+    for other in build_dependencies(own):
         found = packages.get(other) or foreign(other)
         if found:
             packages[other] = found
