@@ -4,9 +4,9 @@
     check_errors_page.py SOURCE_DIR [--python FOLDER] [--list]
 
 A message of the code is a text that an expression puts together: string literals, with a placeholder for anything else
-between `<<` or `+`. In src/ and in vorlandi.hpp every text of two or more words counts as a message, however it reaches
-the log; so do names of readers, and single words that are passed to a function in SINKS. NO_MESSAGES are exempt. --list
-shows them.
+between `<<` or `+`. In src/, in vorlandi.hpp and in the calls of vorlandi.f90 that refuse something every text of two
+or more words counts as a message, however it reaches the log; so do names of readers, and single words that are passed
+to a function in SINKS. NO_MESSAGES are exempt. --list shows them.
 
 The page lists messages, and the parts that they are made of, in tables whose first column is one of COLUMNS, with
 {names} for what is filled in. Each has to be made of messages of the code, several where the code puts it together in
@@ -137,13 +137,20 @@ def texts_of_operand(operand):
     return [FILLED]
 
 
+def refusals(fortran):
+    """The calls of a Fortran source that refuse something, as C++ would have them."""
+    return "".join(f"{line.replace('//', ' + ')};\n" for line in fortran.splitlines()
+                   if re.search(r"\b(?:refuse|fits)\(.*\"", line))
+
+
 class Messages:
     """The messages that files make: `wanted`, with the file of each, are to be on the page, `pieces` are all texts."""
 
     def __init__(self, files):
         self.wanted, self.pieces = {}, set()
         for file in files:
-            self.collect(parsed(file.read_text()), "", file.name)
+            text = file.read_text()
+            self.collect(parsed(refusals(text) if file.suffix == ".f90" else text), "", file.name)
 
     def collect(self, group, function, file):
         for expression in expressions(group):
@@ -236,7 +243,8 @@ def main():
     parser.add_argument("--list", action="store_true")
     arguments = parser.parse_args()
     source = arguments.source
-    code = Messages([*sorted(source.glob("src/**/*.[ch]pp")), source / "include/vorlandi/vorlandi.hpp"])
+    code = Messages([*sorted(source.glob("src/**/*.[ch]pp")), source / "include/vorlandi/vorlandi.hpp",
+                     source / "fortran/vorlandi.f90"])
     if arguments.list:
         print(*(f"{file}: {text.replace(FILLED, '{...}')}" for text, file in code.wanted.items()), sep="\n")
         return 0
