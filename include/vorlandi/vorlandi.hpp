@@ -830,8 +830,8 @@ inline Ds50 ds50(SysTime time) noexcept {
     return {static_cast<double>(days) + rest / static_cast<double>(detail::kNanosecondsPerDay)};
 }
 
-// The time of the system clock, to the nearest nanosecond. None for a time that is not finite, or outside the clock's
-// years 1678 to 2261.
+// The time of the system clock, to the nearest nanosecond. None for a time that is not finite, or outside the
+// years 1679 to 2261.
 inline std::optional<SysTime> try_sys_time(Ds50 time) noexcept {
     constexpr double kLeastDay = -99'000.0;
     constexpr double kLargestDay = 114'000.0;
