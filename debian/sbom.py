@@ -32,11 +32,13 @@ def described(deb):
     fields = dict(line.split(": ", 1) for line in output("dpkg-deb", "-f", str(deb.resolve()), "Package", "Version",
                                                          "Architecture", "Depends").splitlines())
     digest = hashlib.sha256(deb.read_bytes()).hexdigest()
+    # debian/copyright: the site has the style sheets and scripts of its theme.
+    licence = "Apache-2.0 AND MIT" if fields["Package"] == "vorlandi-doc" else "Apache-2.0"
     package = {
         "SPDXID": identifier(fields["Package"]), "name": fields["Package"], "versionInfo": fields["Version"],
         "packageFileName": deb.name, "supplier": "Organization: the libvorlandi authors",
-        "downloadLocation": "NOASSERTION", "filesAnalyzed": False, "licenseConcluded": "Apache-2.0",
-        "licenseDeclared": "Apache-2.0", "copyrightText": "2026 the libvorlandi authors",
+        "downloadLocation": "NOASSERTION", "filesAnalyzed": False, "licenseConcluded": licence,
+        "licenseDeclared": licence, "copyrightText": "2026 the libvorlandi authors",
         "checksums": [{"algorithm": "SHA256", "checksumValue": digest}],
         "externalRefs": [reference(fields["Package"], fields["Version"], fields["Architecture"])]}
     return package, re.findall(r"(?:^|[,|] )([a-z0-9][a-z0-9+.-]+)", fields.get("Depends", ""))
