@@ -69,10 +69,13 @@ _JULIAN_DATE_OF_0 = 2433281.5
 _US_PER_DAY = 86_400_000_000
 _NS_PER_DAY = 86_400_000_000_000
 _PER_DAY = {"h": 24, "m": 1440, "s": 86_400, "ms": 86_400_000, "us": _US_PER_DAY, "ns": _NS_PER_DAY,
-            "ps": 1000 * _NS_PER_DAY, "fs": 10**6 * _NS_PER_DAY, "as": 10**9 * _NS_PER_DAY}
+            "ps": 1000 * _NS_PER_DAY}
+_FINER = ("fs", "as")  # a day of them is more than 64 bits hold
 
 
 def _of_datetime(time: datetime) -> float:
+    if time != time:
+        raise TimeError("NaT is not a time")  # of pandas
     if time.utcoffset() is None:
         raise TypeError(f"{time!r} has no time zone; for UTC give it tzinfo=datetime.timezone.utc")
     utc = time.astimezone(timezone.utc)
@@ -86,6 +89,8 @@ def _of_datetime64(times: NDArray[Any]) -> Floats:
     if np.isnat(times).any():
         raise TimeError("NaT is not a time")
     unit = np.datetime_data(times.dtype)[0]
+    if unit in _FINER:
+        unit = "ps"
     if unit not in _PER_DAY:  # years, months, weeks and days
         return times.astype("M8[D]").astype(np.int64).astype(np.float64) + _DAY_OF_1970
     days, rest = np.divmod(times.astype(f"M8[{unit}]").astype(np.int64), _PER_DAY[unit])
@@ -103,8 +108,8 @@ def _of_list(times: list[Any]) -> Floats:
         kind: Any = str
     elif isinstance(first, datetime):
         kind = datetime
-    elif isinstance(first, (int, float, np.integer, np.floating)):
-        kind = (int, float, np.integer, np.floating)
+    elif _is_number_type(type(first)):
+        return _of_numbers(times)
     else:
         kind = type(first)
     if not all(isinstance(time, kind) for time in times):
@@ -113,10 +118,18 @@ def _of_list(times: list[Any]) -> Floats:
         return _vorlandi.parse_all(times)
     if isinstance(first, np.datetime64):
         return _of_datetime64(np.array(times))
-    return np.array([ds50(time) for time in times]) if not isinstance(kind, tuple) else _of_array(np.array(times))
+    return np.array([ds50(time) for time in times])
+
+
+def _of_numbers(times: list[Any]) -> Floats:
+    if not all(_is_number_type(kind) for kind in set(map(type, times))):
+        raise TypeError("a list of times holds times of one kind")
+    return _floats(times)
 
 
 def _of_array(times: NDArray[Any]) -> Floats:
+    if isinstance(times, np.ma.MaskedArray) and np.any(times.mask):
+        raise TimeError("a masked value is not a time")
     if times.dtype.kind in "fiu":
         return np.ascontiguousarray(times, dtype=np.float64).reshape(times.shape)
     if times.dtype.kind == "M":
@@ -131,8 +144,15 @@ def _of_tai(days: Any) -> Any:
     return _vorlandi.tai_to_utc(days)
 
 
-def _is_number(time: object) -> bool:
-    return isinstance(time, (int, float, np.integer, np.floating)) and not isinstance(time, bool)
+def _is_number_type(kind: type) -> bool:
+    return issubclass(kind, (int, float, np.integer, np.floating)) and not issubclass(kind, (bool, np.timedelta64))
+
+
+def _floats(numbers: Any) -> Floats:
+    try:
+        return np.array(numbers, dtype=np.float64)
+    except OverflowError:
+        raise TimeError("a whole number is too large for a time") from None
 
 
 @overload
@@ -175,8 +195,8 @@ def ds50(t: TimeLike) -> float | Floats:
     array([27790., 27791.])
     """
     time: Any = t
-    if _is_number(time):
-        return float(time)
+    if _is_number_type(type(time)):
+        return float(_floats(time))
     if isinstance(time, str):
         return _vorlandi.parse(time)
     if isinstance(time, datetime):
@@ -188,6 +208,8 @@ def ds50(t: TimeLike) -> float | Floats:
     if isinstance(time, (list, tuple)):
         return _of_list(list(time))
     if hasattr(time, "jd1") and hasattr(time, "scale"):
+        if getattr(time, "masked", False):
+            raise TimeError("a masked value is not a time")
         tai = time.tai
         return _scalar_or_array(_of_tai((tai.jd1 - _JULIAN_DATE_OF_0) + tai.jd2))
     if hasattr(time, "whole") and hasattr(time, "tai_fraction"):
