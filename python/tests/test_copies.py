@@ -56,6 +56,10 @@ def test_a_load_is_pickled_as_its_files_while_they_are_unchanged(tmp_path):
     assert fingerprints(pickle.loads(pickle.dumps(e))) == wanted
     with pytest.raises(vorlandi.LoadError, match="has changed"):
         pickle.loads(pickled)
+    with vorlandi.load("81001_stk.e") as e:
+        pass
+    with pytest.raises(vorlandi.ClosedError):
+        pickle.dumps(e)
 
 
 @pytest.mark.parametrize("method", ["fork", "spawn"])

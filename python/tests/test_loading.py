@@ -41,6 +41,10 @@ def test_a_bad_line_warns_with_its_place_and_reason(tmp_path):
     with pytest.raises(vorlandi.LoadError, match=":12: ") as raised:
         vorlandi.load("81001_stk.e", bad, "81001_oem.txt", errors="raise")
     assert raised.value.path == str(bad) and len(raised.value.loaded) == 2
+    with warnings.catch_warnings():
+        warnings.simplefilter("error")
+        with pytest.raises(vorlandi.LoadWarning):
+            vorlandi.load(bad, "81001_oem.txt")
     del raised
     gc.collect()
     assert vorlandi.store.count() == before

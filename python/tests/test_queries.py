@@ -71,6 +71,9 @@ def test_out_receives_the_answer_or_is_refused(sat, answer, tail):
                        (np.asfortranarray(out), ValueError), (readonly, ValueError)]:
         with pytest.raises(error, match="out "):
             getattr(everything, answer)(times, out=bad)
+    for bad in (out, (out,), ()):
+        with pytest.raises(TypeError, match="pair"):
+            sat.state_and_covariance(times, out=bad)
 
 
 def closed(sat):
@@ -146,7 +149,8 @@ BAD_POINTS = [
     (dict(states=np.ones((2, 5))), "shape"), (dict(states=[[np.nan] * 6] * 2), "finite"),
     (dict(covariances=np.ones((2, 21))), "shape"), (dict(covariances=np.full((2, 6, 6), np.inf)), "finite"),
     (dict(revolutions=[1]), "shape"), (dict(frame="XYZ"), "frame"), (dict(number=-1), "number"),
-    (dict(tag="x" * 129), "tag")]
+    (dict(tag="x" * 129), "tag"), (dict(tag="a\0b"), "NUL"), (dict(revolutions=[0, 2**31]), "32 bits"),
+    (dict(ke=np.nan), "finite"), (dict(frame=2**31), "code")]
 
 
 @pytest.mark.parametrize("bad, text", BAD_POINTS, ids=[text for _, text in BAD_POINTS])
@@ -194,6 +198,7 @@ def test_a_slice_knows_that_its_satellites_were_closed():
     with pytest.raises(vorlandi.ClosedError, match=r"\(<=0\)"):  # a removed key can be another satellite's in time
         part.states(START)
     assert repr(part[0]) == "<Satellite, closed>" and part[0].key == 0
+    assert "1 points 1000000.0 to" in repr(Satellite.from_points(5, [1e6], np.ones((1, 6))))
 
 
 def test_tables_and_data_frames(fleet):

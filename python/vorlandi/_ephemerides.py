@@ -200,7 +200,8 @@ class Ephemerides(Sequence[Satellite]):
 
     def __reduce__(self) -> tuple[Any, tuple[Any, ...]]:
         source = self._source
-        if source and source.changed() is None and all(satellite._origin.is_file for satellite in self):
+        is_open = bool(self._all_keys().all())  # closed satellites say so themselves
+        if source and is_open and source.changed() is None and all(satellite._origin.is_file for satellite in self):
             return _reloaded, (source, [satellite.file for satellite in self], self.messages)
         return Ephemerides, (self._satellites, self.messages)
 
@@ -362,7 +363,7 @@ def _take(collector: _Collector, names: list[str], outcomes: list[_vorlandi.Outc
     for at, outcome in enumerate(outcomes):
         try:
             collector.add(names[at], outcome)
-        except LoadError:
+        except BaseException:  # a warning may raise, too
             for stored, *_ in outcomes[at + 1:]:
                 for key, *_ in stored:
                     _vorlandi.remove(key)

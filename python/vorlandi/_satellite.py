@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import operator
 from collections.abc import Callable
 from dataclasses import dataclass
 from typing import TYPE_CHECKING, Any, Literal, TypeAlias
@@ -10,7 +11,7 @@ import numpy as np
 
 from vorlandi import _vorlandi
 from vorlandi import times as _times
-from vorlandi._errors import ClosedError, Error
+from vorlandi._errors import ClosedError, Error, TimeError
 from vorlandi.times import Floats, TimeLike, ds50
 
 if TYPE_CHECKING:  # NumPy's types take ten milliseconds
@@ -22,6 +23,7 @@ Errors: TypeAlias = Literal["raise", "nan"]
 _TRIANGLE = np.tril_indices(6)
 _FRAMES = {_vorlandi.frame_name(code): code for code in range(1, 32) if not _vorlandi.frame_name(code).isdigit()}
 _LONGEST_TAG = 128
+_INT32 = np.iinfo(np.int32)
 _TEXT_FIELD, _TAG_FIELD = 14, 15
 # The fast path for one time.
 _FLOATS = frozenset((float, np.float64))
@@ -56,6 +58,14 @@ def _finite(values: ArrayLike, shape: tuple[int, ...], name: str) -> Floats:
     if not np.isfinite(array).all():
         raise ValueError(f"{name} has numbers that are not finite")
     return array
+
+
+def _shown(time: float) -> str:
+    """A time as text; those of other centuries as Ds50UTC."""
+    try:
+        return str(_times.to_iso(time))
+    except TimeError:
+        return repr(time)
 
 
 def _triangles(matrices: Floats) -> Floats:
@@ -149,7 +159,7 @@ class Satellite:
         frame : str or int
             ECI, J2K, EFG, ECR, or a code.
         tag : str
-            At most 128 characters.
+            At most 128 bytes of UTF-8. Blanks around it are lost.
         earth_radius_km, ke : float
             Kept with the satellite; no query uses them.
 
@@ -167,10 +177,15 @@ class Satellite:
         code = _FRAMES.get(frame) if isinstance(frame, str) else frame
         if code is None:
             raise ValueError(f"{frame!r} is not a frame; these are: {', '.join(_FRAMES)}")
+        number, code = operator.index(number), operator.index(code)
         if not 0 <= number <= 999_999_999:
             raise ValueError(f"the number {number} is not in 0 to 999999999")
-        if len(tag.encode()) > _LONGEST_TAG:
-            raise ValueError("the tag is longer than 128 characters")
+        if not _INT32.min <= code <= _INT32.max:
+            raise ValueError(f"{code} is not the code of a frame")
+        if len(tag.encode()) > _LONGEST_TAG or "\0" in tag:
+            raise ValueError("the tag is longer than 128 bytes, or has a NUL")
+        if not np.isfinite([earth_radius_km, ke]).all():
+            raise ValueError("earth_radius_km and ke are not both finite")
         points = _checked_points(t, states, covariances, revolutions, None)
         satellite = cls(_vorlandi.add(number, code, earth_radius_km, ke))
         _vorlandi.set_field(satellite._key, _TAG_FIELD, tag)
@@ -254,8 +269,8 @@ class Satellite:
             return "<Satellite, closed>"
         try:
             points = len(self)
-            span = " to ".join(_times.to_iso(list(self.span))) if points else ""
-            return f"<Satellite {self.number} {self.frame}: {points} points {span}>".replace(" >", ">")
+            span = f" {_shown(self.start)} to {_shown(self.end)}" if points else ""
+            return f"<Satellite {self.number} {self.frame}: {points} points{span}>"
         except Error:
             return "<Satellite, removed from the store>"
 
@@ -344,8 +359,10 @@ class Satellite:
         if type(t) in _FLOATS and out is None and errors == "raise":
             return _one_state_and_covariance(self._key, t)
         times = np.asarray(ds50(t))
-        states = output(out[0] if out else None, times.shape + (6,))
-        matrices = output(out[1] if out else None, times.shape + (6, 6))
+        if out is not None and not (isinstance(out, (tuple, list)) and len(out) == 2):
+            raise TypeError("out is not a pair of arrays")
+        states = output(None if out is None else out[0], times.shape + (6,))
+        matrices = output(None if out is None else out[1], times.shape + (6, 6))
         _vorlandi.answer_times(self._key, times, states, matrices, None, wants_nan(errors))
         return states, matrices
 
@@ -501,6 +518,8 @@ def _checked_points(t: TimeLike, states: ArrayLike, covariances: ArrayLike | Non
         raise ValueError(f"revolutions has the shape {numbers.shape}; it should be {(count,)}")
     if numbers.dtype.kind not in "iu":
         raise TypeError("revolutions are not whole numbers")
+    if ((numbers < _INT32.min) | (numbers > _INT32.max)).any():
+        raise ValueError("revolutions has numbers that 32 bits don't hold")
     before = times[:-1] if last is None else np.concatenate(([last], times[:-1]))
     rising = times[1:] > before if last is None else times > before
     if not rising.all():
