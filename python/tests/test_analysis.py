@@ -1,6 +1,7 @@
 """Checks, comparisons, approaches and conversions have the tool's results."""
 import dataclasses
 import json
+import os
 import subprocess
 import sys
 
@@ -147,16 +148,29 @@ def test_every_format_is_written_and_read_back(tmp_path, target):
     assert len(path.read_bytes()) < len(before)
 
 
+def test_the_file_can_be_named_as_standard_output_is(tmp_path, monkeypatch, capfd):
+    monkeypatch.chdir(tmp_path)
+    convert.write(circle(5), "-", "oem")
+    assert len(vorlandi.load("-")) == 1 and capfd.readouterr().out == "" and os.fstat(1)
+
+
 def test_what_cannot_be_written_raises(tmp_path):
     path = tmp_path / "x"
     for satellites, into, options, error in [
             (circle(5), "none", {}, ValueError), ([], "oem", {}, convert.ConversionError),
             ([circle(5), circle(6)], "stk", {}, convert.ConversionError),
             (circle(5), "v31", {"covariances": True}, ValueError), (circle(5), "stk", {"originator": "me"}, TypeError),
-            (circle(123456), "v31", {"round_times": True}, convert.ConversionError)]:
+            (circle(123456), "v31", {"round_times": True}, convert.ConversionError),
+            *((circle(5), "oem", options, error) for options, error in [
+                ({"step_s": 0.0}, ValueError), ({"step_s": 1e-6}, convert.ConversionError),
+                ({"tolerance_m": np.nan}, ValueError), ({"originator": "a\nb"}, ValueError),
+                ({"oem_version": "9"}, ValueError), ({"useable": "yes"}, TypeError)])]:
         with pytest.raises(error):
             convert.write(satellites, path, into, **options)
         assert not path.exists()
+    with pytest.raises(ValueError, match="null"):
+        convert.write(circle(5), f"{path}\0y", "oem")
+    assert not path.exists()
     with pytest.raises(OSError):
         convert.write(circle(5), tmp_path / "none" / "x.oem", "oem")
     convert.write([circle(5), circle(6, covariances=covariances(20))], path, "oem", originator="ME")

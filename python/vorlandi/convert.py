@@ -2,7 +2,9 @@
 
 from __future__ import annotations
 
+import math
 import os
+import re
 import time
 import warnings
 from collections.abc import Iterable
@@ -15,9 +17,12 @@ from vorlandi.times import OneTime, ds50
 
 __all__ = ["ConversionError", "ConversionWarning", "Target", "targets", "write", "write_each"]
 
-# Options of a single format.
-_OF_ONE_FORMAT = {"frame_label": "universal", "oem_version": "oem", "originator": "oem", "object_name": "oem",
-                  "object_id": "oem", "ref_frame": "oem", "useable": "oem"}
+_TEXT = "(?! )[ -~]{1,200}(?<! )"  # printable, without blanks around it
+# Options of a single format, and the texts that they can be; none for a flag.
+_OF_ONE_FORMAT = {"frame_label": ("universal", "HCSRL|WPTRL|HCSGC|WPTGC"), "oem_version": ("oem", r"[23]\.0"),
+                  "originator": ("oem", _TEXT), "object_name": ("oem", _TEXT), "object_id": ("oem", _TEXT),
+                  "ref_frame": ("oem", "[A-Za-z0-9_-]{1,64}"), "useable": ("oem", None)}
+_SHORTEST_STEP_S = 1e-6
 
 
 class ConversionError(Error, ValueError):
@@ -61,7 +66,25 @@ def _creation_date() -> str:
     return time.strftime("%Y-%m-%dT%H:%M:%S", time.gmtime(seconds))
 
 
-def _write(satellites: Satellite | Iterable[Satellite], path: str, directory: str, into: str,
+def _check_options(options: dict[str, Any], into: str) -> None:
+    for name, value in options.items():
+        target, pattern = _OF_ONE_FORMAT.get(name, (None, None))
+        if target != into:
+            raise TypeError(f"{name} is not an option of {into}")
+        if not isinstance(value, bool if pattern is None else str):
+            raise TypeError(f"{name} is {'True or False' if pattern is None else 'a text'}, not {value!r}")
+        if pattern is not None and not re.fullmatch(pattern, value):
+            raise ValueError(f"{value!r} is not possible for {name}")
+
+
+def _name(path: str | os.PathLike[str]) -> bytes:
+    name = os.fsencode(path)
+    if b"\0" in name:
+        raise ValueError("embedded null byte")
+    return b"./-" if name == b"-" else name  # which would be standard output
+
+
+def _write(satellites: Satellite | Iterable[Satellite], path: bytes, directory: bytes, into: str,
            options: dict[str, Any]) -> None:
     them = [satellites] if isinstance(satellites, Satellite) else list(satellites)
     target = next((one for one in targets() if one.name == into), None)
@@ -77,14 +100,19 @@ def _write(satellites: Satellite | Iterable[Satellite], path: str, directory: st
     covariances, round_times, force = options.pop("covariances"), options.pop("round_times"), options.pop("force")
     if covariances and not target.covariances:
         raise ValueError(f"{into} files have no covariances")
-    for name in options:
-        if _OF_ONE_FORMAT.get(name) != into:
-            raise TypeError(f"{name} is not an option of {into}")
+    if step_s is not None and not _SHORTEST_STEP_S <= step_s < math.inf:
+        raise ValueError("step_s is at least a microsecond")
+    if not 0 < tolerance_m < math.inf:
+        raise ValueError("tolerance_m is above 0")
+    _check_options(options, into)
     records = [(one.key, os.fsencode(one.file), one.record) for one in them]
-    written, messages = _vorlandi.convert(
-        records, into, os.fsencode(path), os.fsencode(directory), None if start is None else ds50(start),
-        None if end is None else ds50(end), step_s, tolerance_m, covariances, round_times, force,
-        {**options, "created": _creation_date()})
+    first, last = None if start is None else ds50(start), None if end is None else ds50(end)
+    try:
+        written, messages = _vorlandi.convert(
+            records, into, path, directory, first, last, step_s, tolerance_m, covariances, round_times, force,
+            {**options, "created": _creation_date()})
+    except RuntimeError as error:  # more times than are kept in memory
+        raise ConversionError(str(error)) from None
     for is_error, text in messages:
         if not is_error:
             warnings.warn(ConversionWarning(text), stacklevel=3)
@@ -126,6 +154,8 @@ def write(satellites: Satellite | Iterable[Satellite], path: str | os.PathLike[s
     ------
     ConversionError
         If a satellite can't be written, or the file exists.
+    TypeError, ValueError
+        For an option that the format doesn't have, or a value that is not possible.
     OSError
         If the file can't be written.
 
@@ -134,7 +164,7 @@ def write(satellites: Satellite | Iterable[Satellite], path: str | os.PathLike[s
     ConversionWarning
         If times are rounded, states are left out, or the name of the file misleads readers.
     """
-    _write(satellites, os.fspath(path), "", into,
+    _write(satellites, _name(path), b"", into,
            {"start": start, "end": end, "step_s": step_s, "tolerance_m": tolerance_m, "covariances": covariances,
             "round_times": round_times, "force": force, **options})
 
@@ -147,6 +177,6 @@ def write_each(satellites: Satellite | Iterable[Satellite], directory: str | os.
 
     The files are named by number, record within the file, and the suffix of the format.
     """
-    _write(satellites, "", os.fspath(directory), into,
+    _write(satellites, b"", _name(directory), into,
            {"start": start, "end": end, "step_s": step_s, "tolerance_m": tolerance_m, "covariances": covariances,
             "round_times": round_times, "force": force, **options})
