@@ -85,6 +85,8 @@ def test_a_comparison_has_the_result_of_the_tool(tmp_path):
     assert found.states["distance_m"].shape == (found.compared,) and found.normalized.count == 100
     with pytest.raises(ValueError, match="frames differ"):
         analysis.diff(a, circle(1, frame="J2K"))
+    with pytest.raises(ValueError, match="20000000 times"):
+        analysis.diff(a, b, step_s=1e-6)
     with pytest.raises(vorlandi.NoDataError):
         analysis.diff(a, circle(1, start=START + 5))
 
@@ -109,6 +111,9 @@ def test_approaches_are_the_same_as_the_tools(tmp_path):
     a, b = e[event["index_a"]], e[event["index_b"]]
     assert np.linalg.norm(a.position(event["time_utc"]) - b.position(event["time_utc"])) == pytest.approx(
         event["distance_km"], abs=1e-5)
+    assert len(found.in_unknown_frames) == 0
+    strange = [circle(1, frame=99), circle(2), circle(3, frame=99)]
+    assert analysis.approaches(strange, 60).in_unknown_frames.tolist() == [0, 2]
     with pytest.raises(ValueError):
         analysis.approaches(e, 60, step_s=1000)
 

@@ -125,7 +125,7 @@ def test_errors_are_steps_that_hold_from_point_to_point():
 
 def test_bars_are_where_states_are_answered():
     sats = [circle(1), with_gap(2), circle(3, points=3), vorlandi.Satellite.from_points(4, [], np.empty((0, 6)))]
-    axes = plot.points(sats, linewidth=2)
+    axes = plot.points(sats, lw=2)
     bars = [data_of(line) for line in axes.lines]
     ends = sats[1].points.ds50[[0, 18, 18, 21, 39, 39]]
     np.testing.assert_allclose(bars[1][0], ends, rtol=1e-15)
@@ -172,6 +172,7 @@ def test_what_cannot_be_drawn_raises_and_leaves_no_figure():
     cases = [(lambda: plot.height([circle(2), closed]), vorlandi.ClosedError, ""),
              (lambda: plot.orbit([circle(1), circle(2, frame="EFG")]), ValueError, "several frames: ECI, EFG"),
              (lambda: plot.sigma(other), ValueError, "not known in the frame"),
+             (lambda: plot.height(circle(1), 1e6), vorlandi.TimeError, "1678 to 2261"),
              (lambda: plot.sigma(other, axes="xyz"), ValueError, '"rtn" or "frame"'),
              (lambda: plot.difference(circle(1), circle(2, start=START + 1)), vorlandi.NoDataError, "no time"),
              (lambda: plot.difference(other, other), ValueError, "not known in the frame")]

@@ -23,6 +23,8 @@ __all__ = ["Approaches", "Check", "Comparison", "Finding", "Interpolation", "Jum
 
 _COINCIDENCE_DAYS = 1e-12  # within which the library takes a time as a point's
 _LARGEST_STEP_S = 300.0
+_DAY_S = 86400.0
+_MOST_TIMES = 20_000_000  # of a comparison, which are in memory together
 
 
 def _utc(time: float | None) -> np.datetime64 | None:
@@ -271,7 +273,7 @@ def diff(a: Satellite, b: Satellite, *, step_s: float | None = None, start: OneT
     Raises
     ------
     ValueError
-        If the frames differ.
+        If the frames differ, or the step gives more than 20 million times.
     NoDataError
         If there is no time at which both have a state.
 
@@ -286,7 +288,12 @@ def diff(a: Satellite, b: Satellite, *, step_s: float | None = None, start: OneT
         raise ValueError(f"the frames differ, {a.frame} and {b.frame}; ignore_frames=True compares them as they are")
     if step_s is not None and not 1e-6 <= step_s < np.inf:
         raise ValueError("step_s is at least a microsecond")
-    found = _vorlandi.compare(a.key, b.key, *_limits(start, end), step_s)
+    first, last = _limits(start, end)
+    if step_s is not None and len(a) and len(b):
+        common_s = (min(last, a.end, b.end) - max(first, a.start, b.start)) * _DAY_S
+        if common_s / step_s > _MOST_TIMES:
+            raise ValueError(f"step_s gives more than {_MOST_TIMES} times")
+    found = _vorlandi.compare(a.key, b.key, first, last, step_s)
     if not found or not found["compared"]:
         raise NoDataError("there is no time at which both satellites have a state")
     names = ("time_utc", *found["statistics"], "normalized")
@@ -320,12 +327,15 @@ class Approaches:
         the common span), record_a, record_b, and the positions index_a and index_b of the two among the satellites.
     pairs_across_frames : int
         Pairs that were not compared.
+    in_unknown_frames : numpy.ndarray
+        Positions among the satellites of those that were not compared since the axes of their frame are not known.
     """
 
     within_km: float
     satellites: NDArray[Any]
     approaches: NDArray[Any]
     pairs_across_frames: int
+    in_unknown_frames: NDArray[np.int64]
 
 
 def _text_type(texts: Iterable[str]) -> str:
@@ -354,7 +364,7 @@ def approaches(satellites: Iterable[Satellite], within_km: float, *, step_s: flo
     -------
     Approaches
         The local minima of distances, and the ends of common spans nearer than `within_km`. Pairs across frames are
-        counted and not compared.
+        counted and not compared; so are satellites in frames whose axes are not known.
     """
     if not 1e-6 <= within_km <= 1e5 or not 1 <= step_s <= _LARGEST_STEP_S or threads < 1:
         raise ValueError("within_km is 1e-6 to 1e5, step_s 1 to 300, threads at least 1")
@@ -379,4 +389,5 @@ def approaches(satellites: Iterable[Satellite], within_km: float, *, step_s: flo
     for at, name in enumerate(columns):
         events[name] = to_datetime64(values[:, at]) if name == "time_utc" else values[:, at]
     events["at_end"] = found["at_end"]
-    return Approaches(within_km, table, events, found["pairs_across_frames"])
+    return Approaches(within_km, table, events, found["pairs_across_frames"],
+                      np.array(found["in_unknown_frames"], np.int64))

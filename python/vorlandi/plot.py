@@ -162,10 +162,11 @@ def _spans_decades(curves: list[Curve]) -> bool:
 
 def _draw(ax: Axes | None, curves: list[Curve], title: str, line: dict[str, Any], *, may_be_log: bool = False) -> Axes:
     """Curves over time."""
+    drawn = [(label, to_datetime64(times), values) for label, times, values in curves]
     axes = _axes_for(ax)
     is_empty = not axes.has_data()
-    for label, times, values in curves:
-        axes.plot(to_datetime64(times), values, **{"label": label, **line})
+    for label, dates, values in drawn:
+        axes.plot(dates, values, **{"label": label, **line})
     _show_utc(axes)
     if is_empty:
         axes.set_xlabel("UTC")
@@ -175,6 +176,14 @@ def _draw(ax: Axes | None, curves: list[Curve], title: str, line: dict[str, Any]
     if ax is None:
         _explain(axes)
     return axes
+
+
+def _line(given: dict[str, Any], **usual: Any) -> dict[str, Any]:
+    """Keywords for lines, by their long names: ``linewidth`` for ``lw``."""
+    from matplotlib import cbook
+    from matplotlib.lines import Line2D
+
+    return {**usual, **cbook.normalize_kwargs(given, Line2D)}
 
 
 def _named(names: Iterable[str], line: dict[str, Any]) -> list[str]:
@@ -341,7 +350,7 @@ def points(sats: Satellites, *, ax: Axes | None = None, **line: Any) -> Axes:
         answered = np.pad(~_unanswered(times, sat), 1)
         runs = np.flatnonzero(answered[1:] != answered[:-1]).reshape(-1, 2)  # first and last point of each
         bars.append((label, times[runs[:, [0, 1, 1]]].ravel(), np.tile([row, row, np.nan], len(runs))))
-    axes = _draw(_axes_for(ax), bars, "satellite", {"linewidth": 5, "solid_capstyle": "butt", **line})
+    axes = _draw(_axes_for(ax), bars, "satellite", _line(line, linewidth=5, solid_capstyle="butt"))
     if len(bars) <= _MOST_NAMED_BARS:
         axes.set_yticks(range(len(bars)), [label for label, *_ in bars])
     axes.set_ylim(max(len(bars), 1) - 0.5, -0.5)
@@ -410,4 +419,4 @@ def error(sats: Satellites, *, ax: Axes | None = None, **line: Any) -> Axes:
         times = sat.points.ds50
         values = sat.error((times[:-1] + times[1:]) / 2)
         curves.append((label, times, np.append(values, values[-1:] if len(times) > 1 else times * np.nan)))
-    return _draw(ax, curves, "estimated error (m)", {"drawstyle": "steps-post", **line}, may_be_log=True)
+    return _draw(ax, curves, "estimated error (m)", _line(line, drawstyle="steps-post"), may_be_log=True)
