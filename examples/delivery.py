@@ -219,7 +219,7 @@ def run(given: argparse.Namespace) -> int:
         clock.tell(f"read {len(index)} satellites from {sum(path.stat().st_size for path in files) / 1e6:.0f} MB")
         problems = [one for one in index.attrs["problems"] if one.severity == "error"]
         for one in problems[:SHOWN_PROBLEMS]:
-            print(f"delivery.py: {one.path}:{one.line}: {one.reason}", file=sys.stderr)
+            print(f"delivery.py: {one}", file=sys.stderr)
         if len(problems) > SHOWN_PROBLEMS:
             print(f"delivery.py: {len(problems) - SHOWN_PROBLEMS} more could not be read", file=sys.stderr)
         found = check(index)

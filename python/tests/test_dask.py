@@ -151,6 +151,10 @@ def test_files_that_change_or_vanish_are_told(files, client, tmp_path):
     again = vd.index(paths, errors="nan")
     problem, = again.attrs["problems"]
     assert (problem.kind, problem.path) == ("not-read", str(paths[1])) and len(again) == len(index) - 2
+    assert problem.reason == "No such file or directory"
+    for one in (paths[0], str(paths[0])):
+        with pytest.raises(TypeError, match="one file"):
+            vd.index(one)
 
 
 def fleet(folder, frame):

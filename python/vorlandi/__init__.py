@@ -48,7 +48,9 @@ def trace_to(path: str | os.PathLike[str] | None) -> None:
     OSError
         If the file can't be opened; messages go on as before.
     """
-    name = None if path is None else os.fspath(path)
-    status = _vorlandi.open_trace(None if name is None else os.fsencode(name))
+    name = None if path is None else os.fsencode(path)
+    if name is not None and b"\0" in name:
+        raise ValueError("embedded null byte")
+    status = _vorlandi.open_trace(name)
     if status:
-        raise system_error(status, str(name))
+        raise system_error(status, os.fsdecode(path or ""))

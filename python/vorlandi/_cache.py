@@ -161,6 +161,8 @@ class Cache:
     def limit() -> int:
         """VORLANDI_CACHE_BYTES, else a third of the memory of the worker or the machine."""
         wanted = os.environ.get("VORLANDI_CACHE_BYTES", "")
+        if wanted and not wanted.isdecimal():
+            raise ValueError(f"VORLANDI_CACHE_BYTES is not a whole number: {wanted!r}")
         return int(wanted) if wanted else _worker_memory() // _SHARE_OF_MEMORY
 
     def info(self) -> CacheInfo:

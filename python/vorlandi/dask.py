@@ -78,9 +78,16 @@ def _read(paths: list[str], nan: bool) -> list[_Contents]:
         except LoadError as error:
             if not nan:
                 raise
-            message = Message("error", "not-read", path, 0, "", str(error))
-            contents.append(_Contents(File(path, ""), None, [message]))
+            contents.append(_Contents(File(path, ""), None, _reasons(error, path)))
     return contents
+
+
+def _reasons(error: LoadError, path: str) -> list[Message]:
+    """What loading has told, or at least that it failed."""
+    told = error.loaded.messages if error.loaded is not None else []
+    if any(message.severity == "error" for message in told):
+        return told
+    return [*told, Message("error", "not-read", path, 0, "", str(error).removeprefix(f"{path}: "))]
 
 
 def _rows(contents: _Contents, task: int) -> Any:
@@ -118,6 +125,8 @@ def index(paths: Iterable[str | os.PathLike[str]], *, files_per_task: int = 50, 
     LoadError
         A file can't be read.
     """
+    if isinstance(paths, (str, bytes, os.PathLike)):
+        raise TypeError("paths is one file; an index takes a list of them")
     names = [os.path.abspath(os.fsdecode(path)) for path in paths]
     if not names or files_per_task < 1:
         raise ValueError("an index needs a file, and files_per_task is at least 1")
