@@ -7,12 +7,16 @@
 // of the ephemeris; nothing is converted between frames. Answers have the bits of the C functions.
 //
 // Errors: a function that fails throws Error with the library's message and status. Most have a twin whose name
-// begins with try_, which throws nothing of its own and returns the status; last_error() then has the message.
+// begins with try_, which throws nothing of its own and returns the status; last_error() then has the message, unless
+// the arguments were refused before the library was called.
 // With VORLANDI_NO_EXCEPTIONS defined only the twins exist, and the header compiles with -fno-exceptions. Memory that
 // runs out is std::bad_alloc, except where a function is noexcept.
 //
-// Threads: the first call of anything here chooses the safe guard mode for the process (vorlandi/services.h), in which
-// every function may run beside every other; define VORLANDI_KEEP_GUARD_MODE to leave the mode alone.
+// Threads: the first call that needs the store chooses the safe guard mode for the process (vorlandi/services.h), in
+// which every function may run beside every other; define VORLANDI_KEEP_GUARD_MODE to leave the mode alone.
+//
+// Define each of the two macros in all files of a program or in none: the functions here differ with them, and the
+// linker keeps one of each.
 #ifndef VORLANDI_VORLANDI_HPP
 #define VORLANDI_VORLANDI_HPP
 
@@ -165,6 +169,8 @@ std::array<char, Length> padded(std::string_view text) noexcept {
 
 inline constexpr std::size_t kFileNameLength = 512;
 inline constexpr std::size_t kTagLength = 128;
+inline constexpr std::int32_t kLargestNumber = 999'999'999;
+inline constexpr double kEndOf2199 = 91312.0;
 using FileName = std::array<char, kFileNameLength>;
 
 // What is wrong with a name for the C functions, which know no terminator and skip leading blanks; nothing if it is
@@ -175,6 +181,12 @@ inline const char* fault_of_name(std::string_view name) noexcept {
     if (name.back() == ' ') return "the file name ends with a blank, which the library can't keep";
     if (name.find('\0') != std::string_view::npos) return "the file name holds a NUL";
     if (name.size() > kFileNameLength) return "the file name is longer than 512 characters";
+    return nullptr;
+}
+
+inline const char* fault_of_tag(std::string_view tag) noexcept {
+    if (tag.size() > kTagLength) return "vorlandi: the tag is longer than 128 characters";
+    if (tag.find('\0') != std::string_view::npos) return "vorlandi: the tag holds a NUL";
     return nullptr;
 }
 
@@ -427,11 +439,12 @@ public:
         return VorlanSetField(key_, kFrameField, text.data());
     }
 
-    // Sets the tag. One of more than 128 characters is an error and changes nothing.
+    // Sets the tag. One of more than 128 characters, or with a NUL, is an error and changes nothing. Blanks around it
+    // are lost.
     // Returns the status.
     std::int32_t try_set_tag(std::string_view tag) const noexcept {
         detail::prepare();
-        if (tag.size() > detail::kTagLength) return kFailure;
+        if (detail::fault_of_tag(tag)) return kFailure;
         return VorlanSetField(key_, kTagField, detail::padded<512>(tag).data());
     }
 
@@ -462,7 +475,7 @@ public:
     }
     void set_frame(Frame frame) const { detail::require(try_set_frame(frame)); }
     void set_tag(std::string_view tag) const {
-        if (tag.size() > detail::kTagLength) throw Error("vorlandi: the tag is longer than 128 characters", kFailure);
+        if (const char* const fault = detail::fault_of_tag(tag)) throw Error(fault, kFailure);
         detail::require(try_set_tag(tag));
     }
 #endif
@@ -582,8 +595,12 @@ struct ReadEvent {
 // Runs on the thread that loads. An exception that it throws leaves the load function, when the load has ended.
 using ReadListener = std::function<void(const ReadEvent&)>;
 
-// Hears the events of every load on this thread for as long as it lives. The observer that was set before hears them,
-// too, and is put back afterwards. The listener must not throw.
+namespace detail {
+class LoadWatch;
+}
+
+// Hears the events of every load on this thread for as long as it lives, also of loads that a listener begins. The
+// observer that was set before hears them, too, and is put back afterwards. The listener must not throw.
 class ReadObservation {
 public:
     explicit ReadObservation(ReadListener listener) : listener_(std::move(listener)) {
@@ -595,17 +612,23 @@ public:
     ReadObservation& operator=(const ReadObservation&) = delete;
 
 private:
+    friend class detail::LoadWatch;
+
     static void hear(std::int32_t event, const char* file, std::int32_t file_length, std::int64_t line,
                      const char* text, std::int32_t text_length, void* observation) noexcept {
-        const auto& self = *static_cast<const ReadObservation*>(observation);
-        self.listener_({static_cast<ReadEvent::Kind>(event),
-                        {file, static_cast<std::size_t>(file_length)},
-                        line,
-                        {text, static_cast<std::size_t>(text_length)}});
+        auto& self = *static_cast<ReadObservation*>(observation);
+        ++self.depth_;
+        if (self.listener_)
+            self.listener_({static_cast<ReadEvent::Kind>(event),
+                            {file, static_cast<std::size_t>(file_length)},
+                            line,
+                            {text, static_cast<std::size_t>(text_length)}});
         if (self.outer_) self.outer_(event, file, file_length, line, text, text_length, self.outer_data_);
+        --self.depth_;
     }
 
     ReadListener listener_;
+    int depth_ = 0;  // above 1 while it hears of a load that began while it heard of another
     VorlanReadObserver outer_ = nullptr;
     void* outer_data_ = nullptr;
 };
@@ -634,7 +657,8 @@ namespace detail {
 
 enum class Source { File, Memory };
 
-// Listens to one load: takes the satellites, keeps the first complaint, and hands everything on.
+// Listens to one load: takes the satellites, keeps the first complaint, and hands everything on. What a listener loads
+// meanwhile belongs to somebody else.
 class LoadWatch {
 public:
     explicit LoadWatch(const ReadListener& listener)
@@ -661,6 +685,7 @@ public:
 
 private:
     void take(const ReadEvent& event) noexcept {
+        if (observation_.depth_ > 1) return;
         heard_ = true;
 #ifdef VORLANDI_NO_EXCEPTIONS
         note(event);
@@ -766,19 +791,34 @@ inline std::int32_t try_save(const std::filesystem::path& file) {
 }
 
 #ifndef VORLANDI_NO_EXCEPTIONS
-// A load that did not succeed, and what it stored nevertheless.
+// A load that did not succeed, and what it stored nevertheless. The status is 2, too, if the C function succeeded.
 class LoadError : public Error {
 public:
     explicit LoadError(LoadOutcome&& outcome)
-        : Error(outcome.message, outcome.status), loaded(std::move(outcome.loaded)) {}
+        : Error(outcome.message, outcome.status != 0 ? outcome.status : kFailure), loaded(std::move(outcome.loaded)) {}
     std::vector<OwnedSatellite> loaded;
 };
 
 namespace detail {
+
 inline std::vector<OwnedSatellite> required(LoadOutcome&& outcome) {
     if (!outcome) throw LoadError(std::move(outcome));
     return std::move(outcome.loaded);
 }
+
+// Runs a function of one file, and throws why it fails: a fault of the name, the system's text if the file can't be
+// opened, or the library's message.
+template <typename Call>
+void require_for(const std::filesystem::path& file, Call call) {
+    const std::string name = file.string();
+    if (const char* const fault = fault_of_name(name))
+        throw Error(std::string("vorlandi: ") + fault + ": " + name, kFailure);
+    const std::int32_t status = call(file);
+    std::error_code ignored;
+    if (status == kFailure && std::filesystem::exists(file, ignored)) fail(status);
+    if (status != 0) throw Error(name + ": " + std::generic_category().message(status), status);
+}
+
 }  // namespace detail
 
 // As try_load and try_load_bytes. A load that stored something throws only if it is strict: the listener hears what
@@ -791,17 +831,16 @@ inline std::vector<OwnedSatellite> load_bytes(std::span<const std::byte> content
     return detail::required(try_load_bytes(content, name, options));
 }
 
-inline void save(const std::filesystem::path& file) {
-    const std::string name = file.string();
-    if (const char* const fault = detail::fault_of_name(name))
-        throw Error(std::string("vorlandi: ") + fault + ": " + name, kFailure);
-    const std::int32_t status = try_save(file);
-    if (status == kFailure && std::filesystem::exists(file)) detail::fail(status);
-    if (status != 0) throw Error(name + ": " + std::generic_category().message(status), status);
-}
+inline void save(const std::filesystem::path& file) { detail::require_for(file, try_save); }
 
 inline OwnedSatellite add(std::int32_t number, Frame frame, Ds50 epoch) {
-    return detail::required(try_add(number, frame, epoch));
+    auto added = try_add(number, frame, epoch);
+    // The library refuses these without a message.
+    if (!added && (number < 0 || number > detail::kLargestNumber))
+        throw Error("vorlandi: the satellite number is not in 0 to 999999999", kFailure);
+    if (!added && !(epoch.days >= 0.0 && epoch.days < detail::kEndOf2199))
+        throw Error("vorlandi: the epoch is not in the years 1950 to 2199", kFailure);
+    return detail::required(std::move(added));
 }
 
 inline std::vector<Satellite> satellites(Order order = Order::Loaded) {
@@ -967,11 +1006,7 @@ inline std::string iso(Ds50 time) {
     throw Error("vorlandi: outside the years 1900 to 2199: Ds50 " + std::to_string(time.days), kFailure);
 }
 
-inline void load_leap_seconds(const std::filesystem::path& file) {
-    const std::int32_t status = try_load_leap_seconds(file);
-    if (status == kFailure && std::filesystem::exists(file)) detail::fail(status);
-    if (status != 0) throw Error(file.string() + ": " + std::generic_category().message(status), status);
-}
+inline void load_leap_seconds(const std::filesystem::path& file) { detail::require_for(file, try_load_leap_seconds); }
 #endif
 
 // ---- Messages ----
@@ -1025,7 +1060,8 @@ private:
     static void hear(std::int32_t severity, const char* text, std::int32_t length, void*) noexcept {
         ++deliveries();
         if (const TraceListener* const listener = current()) {
-            listener->callable_(static_cast<Severity>(severity), {text, static_cast<std::size_t>(length)});
+            if (listener->callable_)
+                listener->callable_(static_cast<Severity>(severity), {text, static_cast<std::size_t>(length)});
             if (listener->outer_) listener->outer_(severity, text, length, listener->outer_data_);
         }
         --deliveries();

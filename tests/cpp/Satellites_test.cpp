@@ -161,6 +161,9 @@ TEST_F(VorlandiHpp, FailsWithTheMessageOfTheLibrary) {
         EXPECT_THAT(errorOf(call), StartsWith("FindRecPtr: "));
     const OwnedSatellite satellite = lineOf(0);
     EXPECT_THAT(errorOf([&] { satellite->set_tag(std::string(129, 't')); }), HasSubstr("longer than 128"));
+    EXPECT_THAT(errorOf([&] { satellite->set_tag(std::string(1, '\0')); }), HasSubstr("NUL"));
+    EXPECT_THAT(errorOf([] { add(1'000'000'000, Frame::J2K, kEpoch); }), HasSubstr("number is not in"));
+    EXPECT_THAT(errorOf([] { add(1, Frame::J2K, Ds50{parse("2199-12-31").days + 1}); }), HasSubstr("epoch is not in"));
     EXPECT_THAT(errorOf([&] { add(81001, Frame::J2K, kEpoch); }), HasSubstr("Duplicated record/key"));
     EXPECT_TRUE(satellite->points().empty());
 }
@@ -225,6 +228,7 @@ TEST_F(VorlandiHpp, SaysWhyNothingWasLoaded) {
             EXPECT_TRUE(error.loaded.empty());
         }
     }
+    EXPECT_THAT(errorOf([] { load_leap_seconds(std::string(513, 'x')); }), HasSubstr("longer than 512"));
     const std::string nonsense = "no ephemeris\n";
     EXPECT_THAT(try_load_bytes(std::as_bytes(std::span(nonsense)), "7.e").message, HasSubstr("No ephemeris format"));
     EXPECT_THAT(try_load_bytes({}, "7.e", {.rules = Rules::Fixed}).message, HasSubstr("nothing was stored"));
@@ -264,6 +268,21 @@ TEST_F(VorlandiHpp, TellsItsListenersWhatCouldNotBeRead) {
     EXPECT_FALSE(strict);
     EXPECT_EQ(strict.message, "7.e:8: bad line: nonsense");
     EXPECT_EQ(strict.loaded.size(), 1U);
+
+    try {
+        load_bytes(damaged(), "7.e", {.strict = true});
+        ADD_FAILURE();
+    } catch (const LoadError& error) {
+        EXPECT_EQ(error.status(), 2);
+    }
+
+    std::vector<OwnedSatellite> inner;
+    const auto loads = [&inner](const ReadEvent& event) {
+        if (event.kind == ReadEvent::Kind::Bad) inner = load_bytes(damaged(), "9.e");
+    };
+    EXPECT_EQ(load_bytes(damaged(), "8.e", {.listener = loads}).size(), 1U);
+    EXPECT_EQ(inner.size(), 1U) << "each load owns what it stored itself";
+    inner.clear();
 
     const auto throws = [](const ReadEvent&) { throw std::logic_error("from the listener"); };
     EXPECT_THROW(load_bytes(damaged(), "8.e", {.listener = throws}), std::logic_error);
