@@ -21,8 +21,11 @@ OwnedSatellite stored(std::int32_t number, const State& state, double at_s, doub
     const TwoBodyOrbit orbit(state, motionOf(frame));
     static int daysLater = 0;  // keys differ by number, frame and epoch
     OwnedSatellite satellite = add(number, frame, {kEpoch_days + ++daysLater});
-    for (double t = first_s; t <= last_s; t += kStep_s)
+    const auto steps = static_cast<int>((last_s - first_s) / kStep_s);
+    for (int k = 0; k <= steps; ++k) {
+        const double t = first_s + k * kStep_s;
         satellite->append(after(t), orbit.at(t - at_s), 0, covariance);
+    }
     return satellite;
 }
 

@@ -70,6 +70,7 @@ inline Vorlanrecord expectRecord(const Lines& lines, std::int32_t satNum, std::i
     EXPECT_EQ(record.coordSys, coordSys);
     EXPECT_EQ(record.epoch, states.front()[0]);
     std::vector<State> read;
+    read.reserve(static_cast<std::size_t>(record.numberOfPoints()));
     for (std::int32_t k = 0; k < record.numberOfPoints(); ++k)
         read.push_back(stateOf(record.points[k]));
     EXPECT_EQ(read, states);

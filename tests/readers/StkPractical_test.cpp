@@ -155,6 +155,7 @@ TEST(ReadSTK, CountsElapsedSecondsAcrossLeapSeconds) {
             lines.push_back(offset + " 7000 1 2 3 4 5");
         std::vector<double> read;
         const Vorlanrecord record = loadPractical(lines).records.at(0);
+        read.reserve(static_cast<std::size_t>(record.numberOfPoints()));
         for (std::int32_t k = 0; k < record.numberOfPoints(); ++k)
             read.push_back(record.points[k].time);
         return read;
