@@ -16,11 +16,13 @@ import re
 import shutil
 import subprocess
 import sys
+import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 COPY = ROOT / "build" / "mutants"
 BUILD = COPY / "build" / "gcc"
-LONGEST_RUN_S = 120
+# A run that takes so many times as long as without a mutant does not end.
+LONGEST_RUN = 6
 # The slowest tests, which kill no mutant that others don't.
 LEFT_OUT = "-ManyAtOnce*"
 
@@ -100,10 +102,10 @@ def copy_tree():
             shutil.copy(source, copy)
 
 
-def run(*command):
+def run(limit_s, *command):
     try:
         return subprocess.run(command, cwd=COPY, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                              timeout=LONGEST_RUN_S).returncode == 0
+                              timeout=limit_s).returncode == 0
     except subprocess.TimeoutExpired:
         return False
 
@@ -113,12 +115,13 @@ def build():
                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode == 0
 
 
-def tests_pass():
-    return all(run(BUILD / "bin" / program, f"--gtest_filter={LEFT_OUT}", "--gtest_fail_fast", "--gtest_brief=1")
+def tests_pass(limit_s=None):
+    options = [f"--gtest_filter={LEFT_OUT}", "--gtest_fail_fast", "--gtest_brief=1"]
+    return all(run(limit_s, BUILD / "bin" / program, *options)
                for program in ("vorlandi_tests", "vorlandi_cli_tests"))
 
 
-def verdict(mutant):
+def verdict(mutant, limit_s):
     path = COPY / mutant.path
     original = path.read_text()
     lines = original.splitlines(keepends=True)
@@ -127,7 +130,7 @@ def verdict(mutant):
     try:
         if not build():
             return "does not compile"
-        return "survives" if tests_pass() else "killed"
+        return "survives" if tests_pass(limit_s) else "killed"
     finally:
         path.write_text(original)
 
@@ -154,11 +157,15 @@ def main():
     subprocess.run(["cmake", "--preset", "gcc", "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=-O0",
                     "-DVORLANDI_BUILD_BENCHMARKS=OFF", "-DVORLANDI_WARNINGS_AS_ERRORS=OFF"],
                    cwd=COPY, check=True, stdout=subprocess.DEVNULL)
-    if not build() or not tests_pass():
+    if not build():
+        sys.exit("the tests do not compile without a mutant")
+    begin = time.monotonic()
+    if not tests_pass():
         sys.exit("the tests fail without a mutant")
+    limit_s = LONGEST_RUN * (time.monotonic() - begin)
     verdicts = collections.defaultdict(collections.Counter)
     for number, mutant in enumerate(mutants, 1):
-        found = verdict(mutant)
+        found = verdict(mutant, limit_s)
         verdicts[mutant.path.parts[0]][found] += 1
         print(f"{number}/{len(mutants)} {found:16} {mutant.path}:{mutant.line}", flush=True)
         if found == "survives":
