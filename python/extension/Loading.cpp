@@ -51,6 +51,12 @@ py::tuple messageOf(const cli::LoadResults& results, const cli::LoadReport& repo
                           textOf(report.lineText), textOf(report.text));
 }
 
+void removeAll(const std::vector<Loaded>& loaded) {
+    for (const Loaded& one : loaded)
+        for (const std::int64_t key : one.results.stored)
+            VorlanRemoveSat(key);
+}
+
 // (stored: key, format, whether from a file of its own; messages; status; duplicates).
 py::tuple outcomeOf(const Loaded& loaded) {
     if (loaded.thrown) std::rethrow_exception(loaded.thrown);
@@ -63,6 +69,19 @@ py::tuple outcomeOf(const Loaded& loaded) {
         messages.append(messageOf(results, report));
     const std::int32_t status = results.statuses.empty() ? 0 : results.statuses.back().second;
     return py::make_tuple(stored, messages, status, results.duplicates);
+}
+
+// Nothing stays in the store if an exception leaves the caller without the keys.
+py::list outcomesOf(const std::vector<Loaded>& loaded) {
+    py::list outcomes;
+    try {
+        for (const Loaded& one : loaded)
+            outcomes.append(outcomeOf(one));
+    } catch (...) {
+        removeAll(loaded);
+        throw;
+    }
+    return outcomes;
 }
 
 cli::InputOptions optionsOf(const std::string& file, bool isPractical, bool hasOwnKeys) {
@@ -98,11 +117,9 @@ std::vector<Loaded> loadAll(const std::vector<std::string>& files, unsigned thre
             others.emplace_back(work);
         work();
     }
-    const std::size_t end = std::min(firstFailed + 1, files.size());
-    for (std::size_t i = end; i < files.size(); ++i)
-        for (const std::int64_t key : loaded[i].results.stored)
-            VorlanRemoveSat(key);
-    loaded.resize(end);
+    const auto end = loaded.begin() + static_cast<std::ptrdiff_t>(std::min(firstFailed + 1, files.size()));
+    removeAll({end, loaded.end()});
+    loaded.erase(end, loaded.end());
     return loaded;
 }
 
@@ -114,10 +131,7 @@ py::list loadFiles(const std::vector<std::string>& files, unsigned threads, bool
         const py::gil_scoped_release release;
         loaded = loadAll(files, threads, isPractical, hasOwnKeys, console);
     }
-    py::list outcomes;
-    for (const Loaded& one : loaded)
-        outcomes.append(outcomeOf(one));
-    return outcomes;
+    return outcomesOf(loaded);
 }
 
 py::tuple loadContent(const py::bytes& content, const std::string& name, unsigned threads, bool isPractical,
@@ -129,12 +143,12 @@ py::tuple loadContent(const py::bytes& content, const std::string& name, unsigne
         cli::loadBytes(bytes, name, options, teller, results);
     };
     cli::Console console;
-    Loaded loaded;
+    std::vector<Loaded> loaded(1);
     {
         const py::gil_scoped_release release;
-        loaded = run(load, input, console);
+        loaded[0] = run(load, input, console);
     }
-    return outcomeOf(loaded);
+    return outcomesOf(loaded)[0];
 }
 
 }  // namespace

@@ -54,12 +54,18 @@ public:
                         : VorlanDs50UTCArr(*keys_, count, times_, states, revolutions, covariances, codes)) == 0;
     }
 
-    // What failed becomes NaN.
-    void answerOrNan(const Outputs& outputs) const {
+    // What failed becomes NaN. Returns the first failure of a satellite that was closed, which NaN must not hide.
+    std::optional<std::size_t> answerOrNan(const Outputs& outputs) const {
         std::vector<std::int32_t> codes(size_);
-        if (answer(outputs, codes.data())) return;
-        for (std::size_t i = 0; i < size_; ++i)
-            if (codes[i] != 0) outputs.setNan(i);
+        if (answer(outputs, codes.data())) return std::nullopt;
+        std::optional<std::int64_t> known;  // the satellite that was last found in the store
+        for (std::size_t i = 0; i < size_; ++i) {
+            if (codes[i] == 0) continue;
+            if (key(i) != known && !Satellite(key(i)).try_fields()) return i;
+            known = key(i);
+            outputs.setNan(i);
+        }
+        return std::nullopt;
     }
 
     // The first that can't be answered, so that its message is the last one; none if all can.
@@ -86,14 +92,16 @@ struct Failure {
 };
 
 std::optional<Failure> answer(const Batch& batch, const Outputs& outputs, bool asNan) {
+    std::optional<std::size_t> failed;
     if (asNan) {
-        batch.answerOrNan(outputs);
-        return std::nullopt;
+        failed = batch.answerOrNan(outputs);
+        if (!failed) return std::nullopt;
+    } else {
+        if (batch.answer(outputs, nullptr)) return std::nullopt;
+        failed = batch.firstFailure();
     }
-    if (batch.answer(outputs, nullptr)) return std::nullopt;
     // Another thread may have changed the satellite meanwhile.
-    const std::size_t failed = batch.firstFailure().value_or(0);
-    return Failure{batch.key(failed), batch.time(failed)};
+    return Failure{batch.key(failed.value_or(0)), batch.time(failed.value_or(0))};
 }
 
 std::span<const double> spanOf(const Doubles& array) { return {array.data(), static_cast<std::size_t>(array.size())}; }

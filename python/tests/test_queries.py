@@ -106,10 +106,14 @@ def test_failures_raise_the_librarys_message_or_become_nan(make, time, error, te
                 assert raised.value.time == time or np.isnan(time)
                 span = (GAP[4], GAP[7]) if error is vorlandi.GapError else sat.span
                 assert (raised.value.start, raised.value.end) == pytest.approx(span, abs=1e-8)
-            if call != sat.revolution:
+            if error is vorlandi.ClosedError:
+                with pytest.raises(error, match=text):
+                    call(t, errors="nan")
+            elif call != sat.revolution:
                 pair = call(t, errors="nan")
                 assert all(np.isnan(values).all() for values in (pair if isinstance(pair, tuple) else (pair,)))
-    assert sat.revolution(time, errors="nan") == -1 and sat.answers(time) is False
+    assert sat.answers(time) is False
+    assert error is vorlandi.ClosedError or sat.revolution(time, errors="nan") == -1
     with pytest.raises(ValueError, match='"raise" or "nan"'):
         sat.state(time, errors="none")
 
