@@ -2,10 +2,15 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <charconv>
 #include <cmath>
-#include <future>
+#include <condition_variable>
+#include <exception>
+#include <mutex>
+#include <system_error>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace vorlandi::writers {
@@ -26,6 +31,41 @@ FixedField fitted(int width, double largest) {
     const int signAndPoint = 2;
     return {width, std::max(0, std::min(width - signAndPoint, kSignificantDigits) - whole)};
 }
+
+constexpr std::size_t kFewestBlocks = 16;  // that are worth a thread
+
+// Lets threads write numbered blocks in order: each waits for the turn of its block.
+class Turns {
+public:
+    // Throws if another thread has failed.
+    void await(std::size_t block) {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [&] { return turn_ == block || failure_; });
+        if (failure_) std::rethrow_exception(failure_);
+    }
+
+    void next() {
+        const std::lock_guard lock(mutex_);
+        ++turn_;
+        changed_.notify_all();
+    }
+
+    void fail(std::exception_ptr failure) {
+        const std::lock_guard lock(mutex_);
+        if (!failure_) failure_ = std::move(failure);
+        changed_.notify_all();
+    }
+
+    void rethrow() const {
+        if (failure_) std::rethrow_exception(failure_);
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::size_t turn_ = 0;
+    std::exception_ptr failure_;
+};
 
 }  // namespace
 
@@ -56,26 +96,40 @@ void Lines::handOn() {
 }
 
 void Lines::inBlocks(std::size_t count, const Block& block) {
-    constexpr std::size_t kItems = 8192;
+    constexpr std::size_t kItems = 512;  // some 40 KB of text
+    const std::size_t blocks = (count + kItems - 1) / kItems;
     const std::size_t threads = std::clamp(std::thread::hardware_concurrency(), 1U, 8U);
-    if (threads == 1 || count <= kItems) return block(0, count, *this);
-
-    const auto textOf = [&](std::size_t first) {
-        std::string text;
-        Lines lines([&](std::string_view piece) { text += piece; }, style_);
-        block(first, std::min(first + kItems, count), lines);
-        lines.handOn();
-        return text;
-    };
+    if (threads == 1 || blocks < kFewestBlocks) return block(0, count, *this);
     handOn();
-    for (std::size_t round = 0; round < count; round += threads * kItems) {
-        std::vector<std::future<std::string>> others;
-        for (std::size_t first = round + kItems; first < std::min(round + threads * kItems, count); first += kItems)
-            others.push_back(std::async(std::launch::async | std::launch::deferred, textOf, first));
-        sink_(textOf(round));
-        for (std::future<std::string>& other : others)
-            sink_(other.get());
+    Turns turns;
+    std::atomic<std::size_t> next = 0;
+    const auto work = [&] {
+        std::size_t number = 0;
+        const Sink inTurn = [&](std::string_view piece) {
+            turns.await(number);
+            sink_(piece);
+        };
+        Lines lines(inTurn, style_);
+        try {
+            while ((number = next++) < blocks) {
+                block(number * kItems, std::min((number + 1) * kItems, count), lines);
+                lines.handOn();
+                turns.next();
+            }
+        } catch (...) {
+            turns.fail(std::current_exception());
+        }
+    };
+    {
+        std::vector<std::jthread> others;
+        try {
+            for (std::size_t thread = 1; thread < threads; ++thread)
+                others.emplace_back(work);
+        } catch (const std::system_error&) {  // no more threads: those that there are do the work
+        }
+        work();
     }
+    turns.rethrow();
 }
 
 std::string Lines::list(const Vector3& vector, double scale, std::string_view separator) const {
