@@ -177,7 +177,10 @@ def cpp_items(code, scope=""):
     while depth or not re.match(r"[{;]| : ", code[end:]):
         depth += (code[end] == "(") - (code[end] == ")")
         end += 1
-    head = re.sub(r"^inline ", "", code[:end].rstrip()) + ";"
+    head = code[:end].rstrip() + ";"
+    inline = "inline "
+    if head.startswith(inline):  # the lines that follow stay aligned with the first
+        head = head.removeprefix(inline).replace("\n" + len(inline) * " ", "\n")
     name, arguments = matched(r"(operator.+?|~?\w+)\((.*?)\)(?= |;)", head, flags=re.S).groups()
     item = Item(scope + name, head, answers=not head.startswith("void "))
     for one in divided(arguments):
