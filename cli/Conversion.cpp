@@ -14,6 +14,7 @@
 #include "Options.hpp"
 #include "Output.hpp"
 #include "Selection.hpp"
+#include "TimeGrid.hpp"
 #include "analysis/Texts.hpp"
 #include "writers/Times.hpp"
 
@@ -118,7 +119,7 @@ private:
     bool mayWrite(const std::string& name) {
         std::error_code error;
         if (request_.force || name == kStandardOutput || !fs::is_regular_file(name, error)) return true;
-        fail(name, "exists; --force replaces it");
+        fail(name, fmt::format("exists; {} replaces it", request_.names.force));
         return false;
     }
 
@@ -227,11 +228,11 @@ private:
         if (rounding.count == 0) return true;
         if (!request_.roundTimes) {
             refuse(subject,
-                   fmt::format("{} of its {} {}, the first {}; {} files keep no more; --round-times rounds them",
-                               rounding.count, analysis::countText(ephemeris.times.size(), "time"),
+                   fmt::format("{} of its {} {}, the first {}; {} files keep no more; {} rounds them", rounding.count,
+                               analysis::countText(ephemeris.times.size(), "time"),
                                isSince1970 ? "can't be counted from 1970 with all digits"
                                            : analysis::isOrAre(rounding.count) + std::string(" not whole milliseconds"),
-                               writers::exactIsoText(rounding.firstTime), target_.name));
+                               writers::exactIsoText(rounding.firstTime), target_.name, request_.names.roundTimes));
             return false;
         }
         console_.warning(
@@ -244,8 +245,9 @@ private:
     void reportLosses(const std::string& subject, const Extraction& extraction, const std::string& tag) {
         if (extraction.hasCovariances && !request_.extraction.withCovariances)
             console_.information(
-                subject, fmt::format("its covariances are left out{}",
-                                     target_.covariances == CovariancesKept::OnRequest ? "; --cov writes them" : ""));
+                subject, target_.covariances == CovariancesKept::OnRequest
+                             ? fmt::format("its covariances are left out; {} writes them", request_.names.covariances)
+                             : "its covariances are left out");
         if (!tag.empty()) console_.information(subject, fmt::format("its tag is left out: {}", tag));
         if (extraction.hasRevolutions) console_.information(subject, "its revolution numbers are left out");
     }
@@ -326,17 +328,20 @@ private:
 
 }  // namespace
 
-bool convert(const ConversionRequest& request, const std::vector<NumberedSatellite>& satellites, Console& console) {
-    if (request.directory.empty() && satellites.size() > 1 && !request.target->holdsSeveral)
-        throw UsageError("--directory", fmt::format("is needed: there are {} satellites, and a file of {} holds one",
-                                                    satellites.size(), request.target->name));
-    if (request.extraction.step_s)
+double mostTimes(const ConversionRequest& request, const std::vector<NumberedSatellite>& satellites) {
+    const auto& range = request.extraction.range;
+    const auto& step_s = request.extraction.step_s;
+    double most = 0.0;
+    if (step_s)
         for (const NumberedSatellite& one : satellites) {
             const auto& [from, to] = one.satellite.span;
-            requireTimesInMemory(std::min(request.extraction.range.to.value_or(to), to) -
-                                     std::max(request.extraction.range.from.value_or(from), from),
-                                 *request.extraction.step_s);
+            const double days = std::min(range.to.value_or(to), to) - std::max(range.from.value_or(from), from);
+            most = std::max(most, timesIn(days, *step_s));
         }
+    return most;
+}
+
+bool convert(const ConversionRequest& request, const std::vector<NumberedSatellite>& satellites, Console& console) {
     return Conversion(request, satellites, console).run();
 }
 

@@ -11,6 +11,13 @@
 
 namespace vorlandi::cli {
 
+// How messages name options of the request.
+struct OptionNames {
+    const char* force = "--force";
+    const char* roundTimes = "--round-times";
+    const char* covariances = "--cov";
+};
+
 struct ConversionRequest {
     const writers::Target* target = nullptr;
     writers::Options options;
@@ -19,6 +26,7 @@ struct ConversionRequest {
     std::string directory;  // a file for each satellite
     bool force = false;     // replaces files that exist
     bool roundTimes = false;
+    OptionNames names;
 };
 
 // A satellite, and its number within its file, from 1.
@@ -27,7 +35,11 @@ struct NumberedSatellite {
     std::int32_t record;
 };
 
-// True if all were written. Throws a UsageError if there are several and the output can only hold one.
+// The most times that one of the satellites gets from the request's step; 0 without a step.
+double mostTimes(const ConversionRequest& request, const std::vector<NumberedSatellite>& satellites);
+
+// True if all were written. There are at most kMostTimes (TimeGrid.hpp), and one satellite if the output can only hold
+// one.
 bool convert(const ConversionRequest& request, const std::vector<NumberedSatellite>& satellites, Console& console);
 
 }  // namespace vorlandi::cli

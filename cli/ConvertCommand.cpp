@@ -14,6 +14,7 @@
 #include "Output.hpp"
 #include "TextTable.hpp"
 #include "TimeGrid.hpp"
+#include "writers/FormatOptions.hpp"
 #include "writers/Times.hpp"
 
 namespace vorlandi::cli {
@@ -38,7 +39,7 @@ An existing file is an error, unless --force is given; it is replaced when the n
 SOURCE_DATE_EPOCH if that is set.
 
 Examples:
-  vorlandi convert 81001_universal.txt --into oem -o 81001.oem
+  vorlandi convert 81001_v31.txt --into oem -o 81001.oem
   vorlandi convert fleet.card --into stk --directory stk --cov
   vorlandi convert 81001_stk.e --into czml -o - --step 120)";
 
@@ -67,52 +68,22 @@ std::string listOfTargets() {
     return table.text();
 }
 
-// Options of a single format.
-struct FormatOption {
-    const char* name;
-    std::string_view target;
-};
-constexpr FormatOption kFormatOptions[] = {
-    {"--frame-label", "universal"}, {"--oem-version", "oem"}, {"--originator", "oem"}, {"--object-name", "oem"},
-    {"--object-id", "oem"},         {"--ref-frame", "oem"},   {"--useable", "oem"}};
-
-// Printable ASCII that fits on a line.
-std::string refuseUnprintable(const std::string& text) {
-    constexpr std::size_t kLongest = 200;
-    const bool isPrintable = std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~'; });
-    if (!text.empty() && text.size() <= kLongest && isPrintable && text.front() != ' ' && text.back() != ' ') return {};
-    return "must be 1 to 200 printable ASCII characters without blanks around them";
-}
-
-std::string refuseFrameName(const std::string& text) {
-    const auto isAllowed = [](char c) {
-        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
-    };
-    if (!text.empty() && text.size() <= 64 && std::ranges::all_of(text, isAllowed)) return {};
-    return "must be a name of letters, digits, - and _";
-}
+std::string optionName(const writers::FormatOption& option) { return fmt::format("--{}", option.name); }
 
 void addFormatOptions(CLI::App& command, writers::Options& options) {
-    const auto text = [&](const char* name, std::string& value, const char* help) {
-        command.add_option(name, value, help)->type_name("TEXT")->check(CLI::Validator(refuseUnprintable, ""));
-    };
-    command
-        .add_option("--frame-label", options.universalFrame,
-                    "universal: write HCSRL, WPTRL, HCSGC or WPTGC for a frame that has no name there")
-        ->type_name("NAME")
-        ->check(oneOf({"HCSRL", "WPTRL", "HCSGC", "WPTGC"}));
-    command.add_option("--oem-version", options.oemVersion, "oem: 3.0 or 2.0")
-        ->type_name("VERSION")
-        ->capture_default_str()
-        ->check(oneOf({"3.0", "2.0"}));
-    command.add_option("--ref-frame", options.refFrame, "oem: write this name for every frame")
-        ->type_name("NAME")
-        ->check(CLI::Validator(refuseFrameName, ""));
-    text("--originator", options.originator, "oem: who made the file; UNKNOWN if not given");
-    text("--object-name", options.objectName, "oem: the object's name; its number if not given");
-    text("--object-id", options.objectId, "oem: the object's international designator; its number if not given");
-    command.add_flag("--useable", options.useable,
-                     "oem: name the times between which states are interpolated from points on both sides");
+    for (const writers::FormatOption& option : writers::formatOptions()) {
+        const std::string help = fmt::format("{}: {}", option.target, option.meaning);
+        if (option.text == nullptr) {
+            command.add_flag(optionName(option), options.*option.flag, help);
+            continue;
+        }
+        CLI::Option* const added =
+            command.add_option(optionName(option), options.*option.text, help)->type_name("TEXT");
+        if (option.choices.empty())
+            added->check(CLI::Validator([&option](const std::string& text) { return problemOf(option, text); }, ""));
+        else
+            added->check(oneOf({option.choices.begin(), option.choices.end()}))->capture_default_str();
+    }
 }
 
 // The current time, or SOURCE_DATE_EPOCH, as 2026-01-31T00:00:00.
@@ -134,9 +105,9 @@ std::string creationDate() {
 void finish(ConvertOptions& options, const CLI::App& command) {
     ConversionRequest& request = options.request;
     request.target = writers::findTarget(options.into);
-    for (const auto& [name, target] : kFormatOptions)
-        if (command.count(name) > 0 && target != request.target->name)
-            throw UsageError(name, fmt::format("is an option of {} only", target));
+    for (const writers::FormatOption& option : writers::formatOptions())
+        if (command.count(optionName(option)) > 0 && option.target != request.target->name)
+            throw UsageError(optionName(option), fmt::format("is an option of {} only", option.target));
     if (command.count("--output") + command.count("--directory") != 1)
         throw UsageError("--into", "needs either --output or --directory");
     if (request.output.empty() && request.directory.empty()) throw UsageError("--output", "is empty");
@@ -182,6 +153,10 @@ ExitStatus runConvert(ConvertOptions& options, Console& console) {
         reportNothingToWrite(request.output + request.directory, console);
         return ExitStatus::Failure;
     }
+    if (request.directory.empty() && satellites.size() > 1 && !request.target->holdsSeveral)
+        throw UsageError("--directory", fmt::format("is needed: there are {} satellites, and a file of {} holds one",
+                                                    satellites.size(), request.target->name));
+    requireTimesInMemory(mostTimes(request, satellites));
     options.request.extraction.namesLosses = console.isVerbose();
     const bool allWritten = convert(request, satellites, console);
     return statusOf(allLoaded && allKnown && allWritten);

@@ -183,7 +183,7 @@ private:
 
     std::vector<Ds50> timesOf(const RecordOfFile& a, const Span& span) const {
         if (!options_.hasStep) return analysis::timesWithin(a.record.satellite, span);
-        requireTimesInMemory(span.last.days - span.first.days, options_.step_s);
+        requireTimesInMemory(timesIn(span.last.days - span.first.days, options_.step_s));
         const TimeGrid grid(span.first.days, span.last.days, options_.step_s);
         std::vector<Ds50> times;
         for (std::int64_t i = 0; i < grid.size(); ++i)

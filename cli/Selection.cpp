@@ -28,9 +28,7 @@ void requireStep(double step_s) {
         throw UsageError("--step", "must be a finite number of seconds, a microsecond or more");
 }
 
-void requireTimesInMemory(double days, double step_s) {
-    constexpr double kMostTimes = 20e6;  // some 2 GB
-    const double times = std::floor(days * kSecondsPerDay / step_s) + 1.0;
+void requireTimesInMemory(double times) {
     if (times > kMostTimes)
         throw UsageError("--step",
                          fmt::format("gives {:.0f} times, more than the {:.0f} that are kept in memory; choose "

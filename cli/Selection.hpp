@@ -31,7 +31,7 @@ void readTimeRange(const CLI::App& command, TimeRange& range);
 void requireStep(double step_s);
 
 // Throws a UsageError of --step for more times than a command may keep in memory.
-void requireTimesInMemory(double days, double step_s);
+void requireTimesInMemory(double times);
 
 void addSatelliteNumbers(CLI::App& command, std::vector<std::int32_t>& numbers);
 

@@ -7,6 +7,8 @@
 
 namespace vorlandi::cli {
 
+double timesIn(double days, double step_s) { return std::floor(days * kSecondsPerDay / step_s) + 1.0; }
+
 // The tolerance is half a step at most, or the shortest steps would reach the end twice.
 TimeGrid::TimeGrid(double fromDs50, double toDs50, double step_s)
     : from_(fromDs50),

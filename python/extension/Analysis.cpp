@@ -158,6 +158,7 @@ py::object compare(std::int64_t keyOfA, std::int64_t keyOfB, double first, doubl
     const Satellite b(keyOfB);
     const auto span = analysis::commonSpan(a, b, {{first}, {last}});
     if (!span) return py::none();
+    if (step_s) requireTimesInMemory(cli::timesIn(span->last.days - span->first.days, *step_s));
     const analysis::Comparison comparison =
         calculated([&] { return analysis::compare(a, b, timesOf(a, *span, step_s)); });
     const auto [gapsOfA, gapsOfB] = calculated([&] { return std::pair(gapsOf(a, *span), gapsOf(b, *span)); });

@@ -1,8 +1,10 @@
 // Writes satellites in other formats, as the tool does.
 #include "Conversion.hpp"
 
+#include <fmt/format.h>
 #include <pybind11/stl.h>
 
+#include <algorithm>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -11,6 +13,8 @@
 #include "ConsoleCapture.hpp"
 #include "Options.hpp"
 #include "Support.hpp"
+#include "TimeGrid.hpp"
+#include "writers/FormatOptions.hpp"
 
 namespace vorlandi::python {
 namespace {
@@ -32,19 +36,31 @@ py::list targets() {
     return all;
 }
 
-// The options of a call without an argument of their own.
-writers::Options optionsOf(const py::dict& given) {
+// Sets the option of a single format that has this name.
+void set(writers::Options& options, const std::string& name, const py::handle& value, const writers::Target& target) {
+    std::string hyphenated = name;
+    std::ranges::replace(hyphenated, '_', '-');
+    const auto all = writers::formatOptions();
+    const auto option = std::ranges::find(all, hyphenated, &writers::FormatOption::name);
+    if (option == all.end() || option->target != target.name)
+        throw py::type_error(fmt::format("{} is not an option of {}", name, target.name));
+    if (option->text == nullptr) {
+        if (!py::isinstance<py::bool_>(value)) throw py::type_error(name + " must be True or False");
+        options.*option->flag = value.cast<bool>();
+        return;
+    }
+    if (!py::isinstance<py::str>(value)) throw py::type_error(name + " must be a text");
+    const auto text = value.cast<std::string>();
+    if (const std::string problem = writers::problemOf(*option, text); !problem.empty())
+        throw py::value_error(fmt::format("{} {}", name, problem));
+    options.*option->text = text;
+}
+
+writers::Options optionsOf(const py::dict& given, const writers::Target& target, const std::string& created) {
     writers::Options options;
-    const std::pair<const char*, std::string*> texts[] = {{"frame_label", &options.universalFrame},
-                                                          {"oem_version", &options.oemVersion},
-                                                          {"originator", &options.originator},
-                                                          {"object_name", &options.objectName},
-                                                          {"object_id", &options.objectId},
-                                                          {"ref_frame", &options.refFrame},
-                                                          {"created", &options.created}};
-    for (const auto& [name, text] : texts)
-        if (given.contains(name)) *text = given[name].cast<std::string>();
-    if (given.contains("useable")) options.useable = given["useable"].cast<bool>();
+    for (const auto& [name, value] : given)
+        set(options, name.cast<std::string>(), value, target);
+    options.created = created;
     options.source = "others, converted by " + version();
     return options;
 }
@@ -66,10 +82,10 @@ std::vector<cli::NumberedSatellite> recordsOf(const std::vector<Named>& satellit
 py::tuple convert(const std::vector<Named>& satellites, const std::string& into, const std::string& file,
                   const std::string& directory, std::optional<double> first, std::optional<double> last,
                   std::optional<double> step_s, double tolerance_m, bool withCovariances, bool roundTimes, bool force,
-                  const py::dict& given) {
+                  const std::string& created, const py::dict& given) {
     cli::ConversionRequest request;
     request.target = writers::findTarget(into);
-    request.options = optionsOf(given);
+    request.options = optionsOf(given, *request.target, created);
     request.extraction.range.from = first;
     request.extraction.range.to = last;
     request.extraction.step_s = step_s;
@@ -80,7 +96,9 @@ py::tuple convert(const std::vector<Named>& satellites, const std::string& into,
     request.directory = directory;
     request.force = force;
     request.roundTimes = roundTimes;
+    request.names = {"force=True", "round_times=True", "covariances=True"};
     const std::vector<cli::NumberedSatellite> records = recordsOf(satellites);
+    requireTimesInMemory(cli::mostTimes(request, records));
     cli::ConsoleCapture capture;
     cli::Console console;
     bool allWritten = false;

@@ -2,8 +2,10 @@
 #include "Run.hpp"
 #include "Support.hpp"
 
+#include <fmt/format.h>
 #include <pybind11/stl.h>
 
+#include "TimeGrid.hpp"
 #include "cli/OutputError.hpp"
 
 namespace vorlandi::python {
@@ -54,6 +56,12 @@ void setFailure(std::int64_t key, double ds50UTC) noexcept {
 void fail(std::int64_t key, double ds50UTC) {
     setFailure(key, ds50UTC);
     throw py::error_already_set();
+}
+
+void requireTimesInMemory(double times) {
+    if (times > cli::kMostTimes)
+        throw py::value_error(fmt::format("step_s gives {:.0f} times, more than the {:.0f} that are kept in memory",
+                                          times, cli::kMostTimes));
 }
 
 PYBIND11_MODULE(_vorlandi, module) {

@@ -55,6 +55,9 @@ void setFailure(std::int64_t key, double ds50UTC) noexcept;
 // The same as a C++ exception.
 [[noreturn]] void fail(std::int64_t key, double ds50UTC = 0.0);
 
+// Throws a ValueError about step_s for more times than are kept in memory.
+void requireTimesInMemory(double times);
+
 void addSingleQueries(py::module_& module);
 void addQueries(py::module_& module);
 void addRecords(py::module_& module);

@@ -23,8 +23,6 @@ __all__ = ["Approaches", "Check", "Comparison", "Finding", "Interpolation", "Jum
 
 _COINCIDENCE_DAYS = 1e-12  # within which the library takes a time as a point's
 _LARGEST_STEP_S = 300.0
-_DAY_S = 86400.0
-_MOST_TIMES = 20_000_000  # of a comparison, which are in memory together
 
 
 def _utc(time: float | None) -> np.datetime64 | None:
@@ -289,10 +287,6 @@ def diff(a: Satellite, b: Satellite, *, step_s: float | None = None, start: OneT
     if step_s is not None and not 1e-6 <= step_s < np.inf:
         raise ValueError("step_s is at least a microsecond")
     first, last = _limits(start, end)
-    if step_s is not None and len(a) and len(b):
-        common_s = (min(last, a.end, b.end) - max(first, a.start, b.start)) * _DAY_S
-        if common_s / step_s > _MOST_TIMES:
-            raise ValueError(f"step_s gives more than {_MOST_TIMES} times")
     found = _vorlandi.compare(a.key, b.key, first, last, step_s)
     if not found or not found["compared"]:
         raise NoDataError("there is no time at which both satellites have a state")

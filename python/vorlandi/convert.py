@@ -4,7 +4,6 @@ from __future__ import annotations
 
 import math
 import os
-import re
 import time
 import warnings
 from collections.abc import Iterable
@@ -17,11 +16,6 @@ from vorlandi.times import OneTime, ds50
 
 __all__ = ["ConversionError", "ConversionWarning", "Target", "targets", "write", "write_each"]
 
-_TEXT = "(?! )[ -~]{1,200}(?<! )"  # printable, without blanks around it
-# Options of a single format, and the texts that they can be; none for a flag.
-_OF_ONE_FORMAT = {"frame_label": ("universal", "HCSRL|WPTRL|HCSGC|WPTGC"), "oem_version": ("oem", r"[23]\.0"),
-                  "originator": ("oem", _TEXT), "object_name": ("oem", _TEXT), "object_id": ("oem", _TEXT),
-                  "ref_frame": ("oem", "[A-Za-z0-9_-]{1,64}"), "useable": ("oem", None)}
 _SHORTEST_STEP_S = 1e-6
 
 
@@ -66,17 +60,6 @@ def _creation_date() -> str:
     return time.strftime("%Y-%m-%dT%H:%M:%S", time.gmtime(seconds))
 
 
-def _check_options(options: dict[str, Any], into: str) -> None:
-    for name, value in options.items():
-        target, pattern = _OF_ONE_FORMAT.get(name, (None, None))
-        if target != into:
-            raise TypeError(f"{name} is not an option of {into}")
-        if not isinstance(value, bool if pattern is None else str):
-            raise TypeError(f"{name} is {'True or False' if pattern is None else 'a text'}, not {value!r}")
-        if pattern is not None and not re.fullmatch(pattern, value):
-            raise ValueError(f"{value!r} is not possible for {name}")
-
-
 def _name(path: str | os.PathLike[str]) -> bytes:
     name = os.fsencode(path)
     if b"\0" in name:
@@ -104,15 +87,11 @@ def _write(satellites: Satellite | Iterable[Satellite], path: bytes, directory: 
         raise ValueError("step_s is at least a microsecond")
     if not 0 < tolerance_m < math.inf:
         raise ValueError("tolerance_m is above 0")
-    _check_options(options, into)
     records = [(one.key, os.fsencode(one.file), one.record) for one in them]
     first, last = None if start is None else ds50(start), None if end is None else ds50(end)
-    try:
-        written, messages = _vorlandi.convert(
-            records, into, path, directory, first, last, step_s, tolerance_m, covariances, round_times, force,
-            {**options, "created": _creation_date()})
-    except RuntimeError as error:  # more times than are kept in memory
-        raise ConversionError(str(error)) from None
+    written, messages = _vorlandi.convert(
+        records, into, path, directory, first, last, step_s, tolerance_m, covariances, round_times, force,
+        _creation_date(), options)
     for is_error, text in messages:
         if not is_error:
             warnings.warn(ConversionWarning(text), stacklevel=3)

@@ -260,7 +260,7 @@ TEST_F(Convert, RefusesWhatAFormatCannotHoldAndWritesTheRest) {
         {"two.oem --into stk", 2, "needs either --output or --directory", ""},
         {"two.oem --into stk --directory d --originator X", 2, "--originator: is an option of oem only", ""},
         {"two.oem --into oasys --directory d --cov", 2, "oasys files have no covariances", ""},
-        {"two.oem --into oem -o d/x --ref-frame 'a b'", 2, "must be a name of letters", ""},
+        {"two.oem --into oem -o d/x --ref-frame 'a b'", 2, "must be a name of 1 to 64 letters", ""},
         {"two.oem --into nothing -o d/x", 2, "--into", ""},
     };
     for (const Case& c : cases) {
