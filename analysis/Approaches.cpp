@@ -113,13 +113,6 @@ private:
 
 double seconds(Ds50 from, Ds50 to) { return (tai_days(to) - tai_days(from)) * kSecondsPerDay; }
 
-State onFixedAxes(State state, Motion motion) {
-    if (motion != Motion::Rotating) return state;
-    state.velocity_km_s[0] -= kEarthRotation_rad_s * state.position_km[1];
-    state.velocity_km_s[1] += kEarthRotation_rad_s * state.position_km[0];
-    return state;
-}
-
 std::optional<State> stateOf(const Satellite& satellite, Ds50 time) {
     const Outcome<State> outcome = satellite.try_state(time);
     if (!outcome || !positionOf(outcome.value).allFinite() || !velocityOf(outcome.value).allFinite())
@@ -190,7 +183,7 @@ private:
             if (codes_[i] != 0)
                 state = time < piece->span.first ? piece->atFirst.at(seconds(piece->span.first, time))
                                                  : piece->atLast.at(seconds(piece->span.last, time));
-            state = onFixedAxes(state, fleet_.motion);
+            state = onInertialAxes(state, fleet_.motion);
             if (positionOf(state).allFinite() && velocityOf(state).allFinite())
                 sample_.emplace_back(member, positionOf(state), velocityOf(state));
         }
@@ -266,7 +259,7 @@ private:
         const Vector apart = positionOf(*ofB) - positionOf(*ofA);
         if (!(apart.norm() < options_.within_km)) return;
         const Vector relative =
-            velocityOf(onFixedAxes(*ofB, fleet_.motion)) - velocityOf(onFixedAxes(*ofA, fleet_.motion));
+            velocityOf(onInertialAxes(*ofB, fleet_.motion)) - velocityOf(onInertialAxes(*ofA, fleet_.motion));
         Approach approach{a.index, b.index, time, atEnd, apart.norm(), {}, relative.norm(), {}};
         if (const std::optional<Axes> axes = orbitAxes(*ofA, fleet_.motion))
             approach.components_km = onAxes(*axes, arrayOf(apart));

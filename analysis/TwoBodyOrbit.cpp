@@ -80,6 +80,11 @@ Motion motionOf(Frame frame) noexcept {
     return Motion::Unknown;
 }
 
+State onInertialAxes(State state, Motion motion) noexcept {
+    if (motion == Motion::Rotating) state.velocity_km_s = arrayOf(withRotation(state, 1.0));
+    return state;
+}
+
 TwoBodyOrbit::TwoBodyOrbit(const State& state, Motion motion) noexcept
     : position_(state.position_km), rotates_(motion == Motion::Rotating) {
     const Vector r = positionOf(state);

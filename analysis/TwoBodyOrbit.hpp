@@ -17,6 +17,9 @@ enum class Motion { Inertial, Rotating, Unknown };
 
 Motion motionOf(Frame frame) noexcept;
 
+// The state on the inertial axes that coincide with the frame's at its time.
+State onInertialAxes(State state, Motion motion) noexcept;
+
 // In rotating axes the orbit is on the inertial axes that coincide with them at the state's time.
 class TwoBodyOrbit {
 public:

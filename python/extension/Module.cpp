@@ -74,6 +74,7 @@ PYBIND11_MODULE(_vorlandi, module) {
     addTimes(module);
     addAnalysis(module);
     addConversion(module);
+    addSieve(module);
     module.def("version", &version);
     module.def("run", &runTool);
 }

@@ -65,5 +65,6 @@ void addLoading(py::module_& module);
 void addTimes(py::module_& module);
 void addAnalysis(py::module_& module);
 void addConversion(py::module_& module);
+void addSieve(py::module_& module);
 
 }  // namespace vorlandi::python

@@ -45,7 +45,7 @@ def workers(count):
 
 @pytest.fixture(scope="module")
 def client():
-    with workers(2) as client:
+    with workers(4) as client:
         yield client
 
 

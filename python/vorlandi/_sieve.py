@@ -18,22 +18,8 @@ from vorlandi.times import Floats
 
 Integers = NDArray[np.int64]
 
-_MU_KM3_S2 = 398600.4418
-_EARTH_RADIUS_KM = 6378.137
-_EARTH_ROTATION_RAD_S = 7.292115e-5
-_J2 = 1.0826e-3
-_LEAST_RADIUS_KM = 1000.0  # nothing orbits nearer to the centre
-_OTHER_FORCES_KM_S2 = 1e-7  # of sun and moon at three times the geostationary distance, of drag and low thrust
-# A sample can be up to half a step from the state that it was taken from, along a polynomial of degree 3. What that
-# lacks in position, acceleration and jerk is covered by 1 + 6 + 4 times the bound of the next derivative.
-_SNAPS = 11.0
 _ROUNDING_S = 1e-5
 _DAY_S = 86400.0
-_BITS = 21  # of a cell's coordinate; the outermost values are not used, so that neighbours in x differ by one
-_FARTHEST_CELL = (1 << (_BITS - 1)) - 2
-_ROW, _LAYER = 1 << _BITS, 1 << 2 * _BITS
-_ROWS_AHEAD = (_ROW, _LAYER - _ROW, _LAYER, _LAYER + _ROW)  # the other half has these as neighbours
-_MOST_PAIRS = 1 << 20  # are looked at together
 _PAD_DAYS = 1.0 / _DAY_S
 
 ROTATING = {"ECI": False, "J2K": False, "EFG": True, "ECR": True}
@@ -79,35 +65,6 @@ def _pieces(satellite: Satellite, steps: Steps) -> list[tuple[float, float]]:
     return [(first, last) for first, last in pieces if first < last]
 
 
-def _accelerations(position: Floats, velocity: Floats) -> tuple[Floats, Floats, Floats]:
-    """Acceleration and jerk of two bodies, and the radius."""
-    radius = np.maximum(np.linalg.norm(position, axis=-1), _LEAST_RADIUS_KM)[..., np.newaxis]
-    rate2 = _MU_KM3_S2 / radius**3
-    unit = position / radius
-    along = (velocity * unit).sum(-1, keepdims=True)
-    return -rate2 * position, -rate2 * (velocity - 3 * along * unit), radius[..., 0]
-
-
-def _moved(states: Floats, seconds: Floats, rotating: bool) -> Floats:
-    """States on fixed axes, some seconds later, for less than a step."""
-    position, velocity = states[:, :3], states[:, 3:].copy()
-    if rotating:
-        velocity[:, 0] -= _EARTH_ROTATION_RAD_S * position[:, 1]
-        velocity[:, 1] += _EARTH_ROTATION_RAD_S * position[:, 0]
-    acceleration, jerk, _ = _accelerations(position, velocity)
-    t = seconds[:, np.newaxis]
-    result = np.hstack([position + t * (velocity + t / 2 * (acceleration + t / 3 * jerk)),
-                        velocity + t * (acceleration + t / 2 * jerk)])
-    if rotating:  # the axes of the other samples are those of the later time
-        turned = result.copy()
-        cosine, sine = np.cos(_EARTH_ROTATION_RAD_S * seconds), np.sin(_EARTH_ROTATION_RAD_S * seconds)
-        for x in (0, 3):
-            turned[:, x] = cosine * result[:, x] + sine * result[:, x + 1]
-            turned[:, x + 1] = cosine * result[:, x + 1] - sine * result[:, x]
-        return turned
-    return result
-
-
 def sample(satellite: Satellite, steps: Steps, rotating: bool) -> Floats:
     """States in the middle of all steps, shape (count, 6); NaN where it has none within the step.
 
@@ -124,83 +81,31 @@ def sample(satellite: Satellite, steps: Steps, rotating: bool) -> Floats:
         times = np.clip(middles[begin:end], first, last)
         seconds = (steps.tai(np.arange(begin, end) + 0.5) - np.asarray(_vorlandi.utc_to_tai(times))) * _DAY_S
         seconds[times == middles[begin:end]] = 0.0
-        samples[begin:end] = _moved(satellite.state(times, errors="nan"), seconds, rotating)
+        samples[begin:end] = _vorlandi.propagated(satellite.state(times, errors="nan"), seconds, rotating)
     return samples
 
 
 # ---- The sieve ----
 
 
-def _neighbours(position: Floats, edge_km: float) -> Iterator[tuple[Integers, Integers]]:
-    """Pairs in the same or in neighbouring cells, each once."""
-    cells = np.clip(np.floor(position / edge_km), -_FARTHEST_CELL, _FARTHEST_CELL).astype(np.int64) + (_ROW >> 1)
-    keys = cells[:, 0] + _ROW * cells[:, 1] + _LAYER * cells[:, 2]
-    order = np.argsort(keys, kind="stable")
-    keys = keys[order]
-    lows = [np.arange(1, len(keys) + 1)] + [np.searchsorted(keys, keys + row - 1, "left") for row in _ROWS_AHEAD]
-    for low, row in zip(lows, (0, *_ROWS_AHEAD)):
-        counts = np.searchsorted(keys, keys + row + 1, "right") - low
-        totals = np.cumsum(counts)
-        at = 0
-        while at < len(keys):
-            before = totals[at - 1] if at else 0
-            end = max(int(np.searchsorted(totals, before + _MOST_PAIRS, "right")), at + 1)
-            some = counts[at:end]
-            first = np.repeat(np.arange(at, end), some)
-            starts = np.repeat(low[at:end] - (totals[at:end] - some - before), some)
-            yield order[first], order[starts + np.arange(len(first))]
-            at = end
-
-
-def close_pairs(states: Floats, numbers: Integers, within_km: float, half_step_s: float) -> Integers:
-    """Pairs that may be nearer than `within_km` within half a step of a sample of all their states.
+def sieve(slab: Floats, first_step: int, numbers: Integers, within_km: float, step_s: float) -> Integers:
+    """Pairs that may be nearer than `within_km` within half a step of a sample.
 
     Parameters
     ----------
-    states : numpy.ndarray, shape (n, 6)
-    numbers : numpy.ndarray, shape (n,)
+    slab : numpy.ndarray, shape (satellites, steps, 6)
+        The samples of some steps, of which `first_step` is the first; NaN where a satellite has none.
+    numbers : numpy.ndarray, shape (satellites,)
         Equal ones are not compared; below 0 they are never equal.
 
     Returns
     -------
-    numpy.ndarray, shape (pairs, 2)
-        Row numbers, the lower first.
+    numpy.ndarray, shape (n, 3)
+        Two satellites, the lower first, and a step.
     """
-    t = half_step_s + _ROUNDING_S
-    position, velocity = states[:, :3], states[:, 3:]
-    acceleration, jerk, radius = _accelerations(position, velocity)
-    rate2 = _MU_KM3_S2 / radius**3
-    speed2 = (velocity**2).sum(1)
-    snap = _SNAPS * rate2 * (4 * rate2 * radius + 24 * speed2 / radius)
-    perturbation = 3 * _J2 * _MU_KM3_S2 * (_EARTH_RADIUS_KM / radius**2)**2 + _OTHER_FORCES_KM_S2
-    travel = t * (np.sqrt(speed2) + t / 2 * (np.linalg.norm(acceleration, axis=1) + perturbation + t / 3 * (
-        np.linalg.norm(jerk, axis=1) + t / 4 * snap)))
-    edge_km = within_km + 2 * float(travel.max(initial=0.0))
-    found = [np.empty((0, 2), np.int64)]
-    for a, b in _neighbours(position, edge_km):
-        near = ((position[b] - position[a])**2).sum(1) <= edge_km**2
-        near &= (numbers[a] != numbers[b]) | (numbers[a] < 0)
-        a, b = a[near], b[near]
-        apart, relative = position[b] - position[a], velocity[b] - velocity[a]
-        square = (relative**2).sum(1)
-        nearest_s = np.clip(-(apart * relative).sum(1) / np.where(square > 0, square, 1.0), -t, t)[:, np.newaxis]
-        # How far the distance can depart from that of straight and even motion.
-        departure = t * t / 2 * (
-            np.linalg.norm(acceleration[b] - acceleration[a], axis=1) + perturbation[a] + perturbation[b]
-            + t / 3 * (np.linalg.norm(jerk[b] - jerk[a], axis=1) + t / 4 * (snap[a] + snap[b])))
-        kept = np.linalg.norm(apart + nearest_s * relative, axis=1) < within_km + departure
-        found.append(np.sort(np.stack([a[kept], b[kept]], 1), axis=1))
-    return np.concatenate(found)
-
-
-def sieve(slab: Floats, first_step: int, numbers: Integers, within_km: float, step_s: float) -> Integers:
-    """Candidates, shape (n, 3): two satellites and a step; of samples, shape (satellites, steps, 6)."""
-    found = [np.empty((0, 3), np.int64)]
-    for k in range(slab.shape[1]):
-        present = np.flatnonzero(np.isfinite(slab[:, k]).all(1))
-        pairs = present[close_pairs(slab[present, k], numbers[present], within_km, step_s / 2)]
-        found.append(np.column_stack([pairs, np.full(len(pairs), first_step + k)]))
-    return np.concatenate(found)
+    found: Integers = _vorlandi.sieve(np.ascontiguousarray(slab), first_step, numbers, within_km,
+                                      step_s / 2 + _ROUNDING_S)
+    return found
 
 
 # ---- Approaches ----
