@@ -68,6 +68,8 @@ def measure_satellite(tool, points, home):
         "load alone (info)": lambda: run([tool, "info", source]),
         "convert, stk to stk": lambda: run([tool, "convert", source, "--into", "stk", "--force", "-o", converted],
                                            stderr=subprocess.DEVNULL),
+        "convert, stk to stk, -j 2": lambda: run([tool, "convert", source, "--into", "stk", "--force", "-j", "2", "-o",
+                                                  converted], stderr=subprocess.DEVNULL),
         "states as csv": lambda: run([tool, "states", source, "--format", "csv", "-o", home / "states.csv"]),
         "interpolated states as csv": lambda: run([tool, "states", source, "--step", "59", "--format", "csv", "-o",
                                                    home / "states.csv"]),
@@ -76,8 +78,11 @@ def measure_satellite(tool, points, home):
     })
     print(f"| {points:,} points | wall | processor | |\n|---|---|---|---|")
     for name, (wall_s, cpu_s) in times.items():
-        rate = {"convert, stk to stk": f"{converted.stat().st_size / wall_s / 1e6:.0f} MB/s of output",
-                "check": f"{wall_s / points * 1e6:.2f} us a point"}.get(name, "")
+        rate = ""
+        if name.startswith("convert"):
+            rate = f"{converted.stat().st_size / wall_s / 1e6:.0f} MB/s of output"
+        elif name == "check":
+            rate = f"{wall_s / points * 1e6:.2f} us a point"
         print(f"| {name} | {wall_s:.2f} s | {cpu_s:.2f} s | {rate} |")
 
 

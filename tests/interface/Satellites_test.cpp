@@ -29,6 +29,18 @@ TEST_F(Satellites, SplitTheCombinedCodeAndAreRefusedTwiceOrOutsideTheRangeOfKeys
     EXPECT_EQ(VorlanGetCount(), 0);
 }
 
+TEST_F(Satellites, HaveKeysOfTheModesThatWereSet) {
+    const std::array<std::int32_t, 4> before{0, 0, 0, 0}, set{0, 1, 1, 1};
+    for (const auto& [use, all, elset, dup] : {set, before}) {
+        VorlanSetAllKeyMode(use, all);
+        VorlanSetElsetKeyMode(elset);
+        VorlanSetDupKeyMode(dup);
+        std::array<std::int32_t, 4> modes{-1, -1, -1, -1};
+        VorlanGetKeyModes(&modes[0], &modes[1], &modes[2], &modes[3]);
+        EXPECT_EQ(modes, (std::array{use, all, elset, dup}));
+    }
+}
+
 TEST_F(Satellites, AreListedFromTheFirstElementOnAndFoundByTheirNumber) {
     std::int64_t keys[3] = {-7, -7, -7};
     VorlanGetLoaded(0, keys);

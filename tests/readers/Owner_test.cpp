@@ -13,6 +13,7 @@ TEST(ReadOwner, ReadsFromTheFirstLineOnAndReportsBadOnes) {
     expectLoads("ReadOwner", {
         {"no date", put(kGood, 5, 1, std::string(15, ' ')), {"!@5"}, 2},
         {"a bad first date", put(kGood, 3, 3, "999"), {"!@3"}, 2},
+        {"a card after the first point", put(kGood, 5, "EPHFIL = other"), {"!@5"}, 2},
         {"five numbers", put(kGood, 5, "24061120000.000 7001 0 0 0 7.5"), {"!@5"}, 2},
     });
 }

@@ -385,6 +385,7 @@ TEST(ReadSTK, AssignsCovariancesToThePointsOfTheirTimeBeforeOrAfterThem) {
     } doubles[] = {
         {repeated, at180, 2, {"- - - 1..21 ", "2..22 - - "}, {}},
         {kGood, at180, 1, {"- - - 1..21 ", "1..21 - - "}, {}},
+        {kGood, at180, 2, {"- - - 1..21 ", "1..21 - - "}, {none}},
         {kGood, {}, 1, {"- - - 1..21 - - "}, {none}},
     };
     for (const auto& [points, boundary, firstValue, given, reasons] : doubles) {
