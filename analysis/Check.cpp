@@ -17,7 +17,6 @@ namespace vorlandi::analysis {
 namespace {
 
 constexpr double kEvenSteps = 1.001;
-constexpr double kGround_km = 6350.0;
 constexpr double kFarthest_km = 1e7;  // from the earth; no orbit about the earth is that large
 constexpr double kCoarseScatter_m = 0.1;
 constexpr double kUnevenGain = 20.0;

@@ -12,6 +12,9 @@
 
 namespace vorlandi::analysis {
 
+// From the centre of the earth; below it, nothing orbits.
+inline constexpr double kGround_km = 6350.0;
+
 struct CheckOptions {
     double tolerance_m = 1.0;  // the limit for interpolation errors
     double gapFactor = kGapFactor;

@@ -29,8 +29,8 @@ constexpr Unit kVelocityUnits[] = {
     {60.0, "velocities per minute"},
     {1.0 / 60.0, "velocities per second, times in minutes"},
     {3600.0, "velocities per hour"},
-    {86400.0, "velocities per day"},
-    {1.0 / 86400.0, "velocities per second, times in days"},
+    {kSecondsPerDay, "velocities per day"},
+    {1.0 / kSecondsPerDay, "velocities per second, times in days"},
     {-1.0, "velocities with the opposite sign"},
 };
 
@@ -39,7 +39,7 @@ constexpr Unit kPositionUnits[] = {
     {3280.84, "feet"},
     {0.621371, "statute miles"},
     {0.539957, "nautical miles"},
-    {1.0 / 6378.137, "earth radii"},
+    {1.0 / kEarthRadius_km, "earth radii"},
 };
 
 template <std::size_t N>

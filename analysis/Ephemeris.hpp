@@ -11,12 +11,15 @@
 namespace vorlandi::analysis {
 
 inline constexpr double kSecondsPerDay = 86400.0;
+inline constexpr double kTaiMinusGps_s = 19.0;
+inline constexpr double kTtMinusTai_s = 32.184;
 inline constexpr double kMicrosecond_days = 1e-6 / kSecondsPerDay;
 inline constexpr double kMetresPerKm = 1000.0;
 inline constexpr double kNone = std::numeric_limits<double>::quiet_NaN();  // a missing number
 
-// Files without a number, and satellites without one in the catalogue, have these.
-inline bool isName(std::int32_t number) noexcept { return number != 0 && number != 99999; }
+// The number of satellites of files that have none; others that are not in a catalogue have 0.
+inline constexpr std::int32_t kUncatalogued = 99999;
+inline bool isName(std::int32_t number) noexcept { return number != 0 && number != kUncatalogued; }
 
 // Indices count from 0 everywhere; interval i lies between the points i and i + 1.
 struct Ephemeris {

@@ -122,22 +122,20 @@ private:
 
 const char* meaningOf(double offset_s, Ds50 time) {
     constexpr double kTolerance_s = 0.002;
-    constexpr double kGpsBehindTai_s = 19.0;
-    constexpr double kTtAheadOfTai_s = 32.184;
     const double size_s = std::abs(offset_s);
     const double tai_s = tai_minus_utc_s(time);
-    const double gps_s = tai_s - kGpsBehindTai_s;
+    const double gps_s = tai_s - kTaiMinusGps_s;
     struct Cause {
         double seconds;
         const char* meaning;
     };
     const Cause causes[] = {{gps_s, "GPS time taken as UTC"},
                             {tai_s, "TAI taken as UTC"},
-                            {tai_s + kTtAheadOfTai_s, "TT taken as UTC"},
-                            {kGpsBehindTai_s, "TAI taken as GPS time"},
-                            {kTtAheadOfTai_s, "TT taken as TAI"},
-                            {kGpsBehindTai_s + kTtAheadOfTai_s, "TT taken as GPS time"},
-                            {gps_s + kTtAheadOfTai_s, "TT - TAI and GPS time - UTC added"},
+                            {tai_s + kTtMinusTai_s, "TT taken as UTC"},
+                            {kTaiMinusGps_s, "TAI taken as GPS time"},
+                            {kTtMinusTai_s, "TT taken as TAI"},
+                            {kTaiMinusGps_s + kTtMinusTai_s, "TT taken as GPS time"},
+                            {gps_s + kTtMinusTai_s, "TT - TAI and GPS time - UTC added"},
                             {1.0, "a leap second"},
                             {kSecondsPerDay, "a day"}};
     for (const Cause& cause : causes)

@@ -26,6 +26,9 @@ struct StepRange {
 // None if there are fewer than two points.
 std::optional<StepRange> stepRange(std::span<const double> steps_s);
 
+// The largest mean spacing of four points between which the library interpolates.
+inline constexpr double kLargestMeanSpacing_s = 61.0 * 60.0;
+
 inline constexpr double kGapFactor = 3.0;
 
 // The intervals that are longer than `factor` times what is usual around them: the upper quartile of 31 steps, itself

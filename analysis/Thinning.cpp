@@ -9,7 +9,7 @@
 namespace vorlandi::analysis {
 namespace {
 
-constexpr double kLongestWindow_s = 3.0 * 61.0 * 60.0;  // that the library answers
+constexpr double kLongestWindow_s = 3.0 * kLargestMeanSpacing_s;  // that the library answers
 
 // Takes the state of every `stride`th point, and compares interpolation between them with the other points.
 class Thinned {

@@ -41,9 +41,9 @@ const char* likelyTimeScale(const Ephemeris& ephemeris) {
         });
     };
     if (allOn(0.0, 0.0)) return nullptr;
-    if (allOn(-19.0, 1.0)) return "GPS";
+    if (allOn(-kTaiMinusGps_s, 1.0)) return "GPS";
     if (allOn(0.0, 1.0)) return "TAI";
-    if (allOn(32.184, 1.0)) return "TT";
+    if (allOn(kTtMinusTai_s, 1.0)) return "TT";
     return nullptr;
 }
 

@@ -21,7 +21,7 @@ struct Window {
     PointCovariance covariances[4];
 };
 
-void kernel(benchmark::State& state, Covariance covariance) {
+void kernel(benchmark::State& state, WithCovariance covariance) {
     const Window window;
     std::vector<double> times = randomTimes(2);
     for (double& time : times)
@@ -35,7 +35,7 @@ void kernel(benchmark::State& state, Covariance covariance) {
 }
 
 // The cost of each of many requests inside a window, whose common part is done once.
-void kernelInSharedWindow(benchmark::State& state, Covariance covariance) {
+void kernelInSharedWindow(benchmark::State& state, WithCovariance covariance) {
     const Window nodes;
     std::vector<double> times = randomTimes(2);
     for (double& time : times)
@@ -128,10 +128,10 @@ void manySatellites(benchmark::State& state, bool inOrder, bool withCovariance) 
     countNanoseconds(state, "ns_per_state", kSatellites);
 }
 
-BENCHMARK_CAPTURE(kernel, state, Covariance::NotWanted);
-BENCHMARK_CAPTURE(kernel, covariance, Covariance::Wanted);
-BENCHMARK_CAPTURE(kernelInSharedWindow, state, Covariance::NotWanted);
-BENCHMARK_CAPTURE(kernelInSharedWindow, covariance, Covariance::Wanted);
+BENCHMARK_CAPTURE(kernel, state, WithCovariance::No);
+BENCHMARK_CAPTURE(kernel, covariance, WithCovariance::Yes);
+BENCHMARK_CAPTURE(kernelInSharedWindow, state, WithCovariance::No);
+BENCHMARK_CAPTURE(kernelInSharedWindow, covariance, WithCovariance::Yes);
 BENCHMARK_CAPTURE(query, one_satellite_day, false, 1, kDay);
 BENCHMARK_CAPTURE(query, one_satellite_day_covariance, true, 1, kDay);
 BENCHMARK_CAPTURE(query, one_satellite_100000_points, false, 1, 100000);

@@ -48,8 +48,8 @@ void addKinds(CLI::App& command, const std::string& option, std::vector<std::str
 }  // namespace
 
 bool KindChoice::leavesOut(analysis::Kind kind) const {
-    const bool isAlwaysTold = kind == analysis::Kind::NotExamined;
-    return isNamed(skip, kind) || (!only.empty() && !isNamed(only, kind) && !isAlwaysTold);
+    const bool isAlwaysReported = kind == analysis::Kind::NotExamined;
+    return isNamed(skip, kind) || (!only.empty() && !isNamed(only, kind) && !isAlwaysReported);
 }
 
 void KindChoice::keepWanted(std::vector<analysis::Finding>& findings) const {

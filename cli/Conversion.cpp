@@ -16,6 +16,7 @@
 #include "Selection.hpp"
 #include "TimeGrid.hpp"
 #include "analysis/Texts.hpp"
+#include "writers/FormatOptions.hpp"
 #include "writers/Times.hpp"
 
 namespace vorlandi::cli {
@@ -57,10 +58,9 @@ private:
     writers::Lines lines_;
 };
 
-// Printable ASCII, of a length that every format can hold in a line.
+// Printable ASCII.
 std::string plain(std::string text) {
-    constexpr std::size_t kLongest = 200;
-    if (text.size() > kLongest) text.resize(kLongest);
+    if (text.size() > writers::kLongestText) text.resize(writers::kLongestText);
     std::replace_if(
         text.begin(), text.end(), [](char c) { return c < ' ' || c > '~'; }, '?');
     return text;
@@ -119,7 +119,7 @@ private:
     bool mayWrite(const std::string& name) {
         std::error_code error;
         if (request_.force || name == kStandardOutput || !fs::is_regular_file(name, error)) return true;
-        fail(name, fmt::format("exists; {} replaces it", request_.names.force));
+        fail(name, existsText(request_.names.force));
         return false;
     }
 

@@ -129,7 +129,7 @@ public:
         }
         couldLook_ = reportUnknown(options_.satellites, loadedSatellites(), console_) && couldLook_;
         compareDeliveries(report, options_.input.threads);
-        tellFrames(report);
+        reportFrames(report);
         write(report);
         if (!couldLook_) return ExitStatus::Unreadable;
         return statusOf(report.count(analysis::Severity::Error) + report.count(analysis::Severity::Warning) == 0);
@@ -159,7 +159,7 @@ private:
             options_.kinds.keepWanted(satellite.check.findings);
         for (CheckedFile& file : delivery.files)
             options_.kinds.keepWanted(file.findings);
-        tellUnreadable(name, earlier, results);
+        reportUnreadable(name, earlier, results);
         return delivery;
     }
 
@@ -197,7 +197,7 @@ private:
         return true;
     }
 
-    void tellUnreadable(const std::string& name, std::size_t earlier, const LoadResults& results) {
+    void reportUnreadable(const std::string& name, std::size_t earlier, const LoadResults& results) {
         const std::vector<SatelliteRecord> all = loadedSatellites(results);
         const std::vector<SatelliteRecord> loaded(all.begin() + static_cast<std::ptrdiff_t>(earlier), all.end());
         const bool isPrevious = name != options_.delivery || earlier > 0;
@@ -214,7 +214,7 @@ private:
     }
 
     // Must be noticed even if nobody reads the report.
-    void tellFrames(const DeliveryReport& report) {
+    void reportFrames(const DeliveryReport& report) {
         const auto count = std::count_if(report.changes.begin(), report.changes.end(),
                                          [](const Change& change) { return change.kind == ChangeKind::FrameChanged; });
         if (count > 0)
@@ -243,13 +243,12 @@ private:
 void requireOutput(const CLI::App& command, const DeliveryOptions& options) {
     if (!isPage(options)) return;
     if (command.count("--format") > 0) throw UsageError("--format", "can't be chosen for a page, an .html file");
-    if (!options.isForced && fs::exists(options.output))
-        throw OutputError(options.output, "exists; --force replaces it");
+    if (!options.isForced && fs::exists(options.output)) throw OutputError(options.output, existsText());
 }
 
 ExitStatus runDelivery(const CLI::App& command, const DeliveryOptions& options, Console& console) {
     if (options.delivery == kStandardInput && options.previous == kStandardInput)
-        throw UsageError("--previous", "- (standard input) can be given only once");
+        throw UsageError("--previous", kOneStandardInput);
     try {
         requireOutput(command, options);
     } catch (const OutputError& error) {

@@ -202,8 +202,7 @@ private:
 };
 
 void readOptions(const CLI::App& command, DiffOptions& options) {
-    if (options.a == kStandardInput && options.b == kStandardInput)
-        throw UsageError("B", "- (standard input) can be given only once");
+    if (options.a == kStandardInput && options.b == kStandardInput) throw UsageError("B", kOneStandardInput);
     readTimeRange(command, options.range);
     options.hasStep = command.count("--step") > 0;
     if (options.hasStep) requireStep(options.step_s);

@@ -6,6 +6,8 @@
 #include <set>
 #include <tuple>
 
+#include "analysis/Check.hpp"
+
 namespace vorlandi::cli {
 namespace {
 
@@ -40,11 +42,10 @@ std::int64_t covarianceBlockIn(const LoadResults& results, const std::string& fi
 }
 
 bool endsBelowGround(const SatelliteRecord& record) {
-    constexpr double kGround_km = 6350.0;
     const Outcome<Point> last = record.satellite.try_point(record.pointCount);
     if (!last) return false;
     const auto& [x, y, z] = last.value.state.position_km;
-    return std::hypot(x, y, z) < kGround_km;
+    return std::hypot(x, y, z) < analysis::kGround_km;
 }
 
 }  // namespace

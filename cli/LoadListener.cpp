@@ -100,14 +100,11 @@ bool isOneOf(const std::string_view (&names)[Size], std::string_view name) {
     return std::find(std::begin(names), std::end(names), name) != std::end(names);
 }
 
-// The number that the library gives a satellite if the file name does not begin with one.
-constexpr std::int32_t kUncatalogued = 99999;
-
 // Does the file name have the number where the library looks for it, at the front or as the second word?
 bool hasNumber(const std::string& file) {
     const std::string name = std::filesystem::path(file).filename().string();
-    return name.starts_with(std::to_string(kUncatalogued)) ||
-           name.find(fmt::format("_{}_", kUncatalogued)) != std::string::npos;
+    return name.starts_with(std::to_string(analysis::kUncatalogued)) ||
+           name.find(fmt::format("_{}_", analysis::kUncatalogued)) != std::string::npos;
 }
 
 // Why a file that a card names could not be read. The library doesn't say.
@@ -163,7 +160,7 @@ std::int64_t keyIn(std::string_view text) {
 bool lacksNumber(const SatelliteRecord& satellite, const Origin& origin) {
     const bool isGiven = isOneOf(kFormatsWithoutNumber, origin.format) ||
                          (isOneOf(kFormatsNumberedByName, origin.format) && !hasNumber(satellite.file));
-    return satellite.number == kUncatalogued && isGiven;
+    return satellite.number == analysis::kUncatalogued && isGiven;
 }
 
 std::vector<SatelliteRecord> loadedSatellites(const LoadResults& results) {
@@ -454,9 +451,10 @@ std::string LoadListener::originOfNumber(const SatelliteRecord& original) const 
                            original.number);
     const bool bothByName = isOneOf(kFormatsNumberedByName, block_.format) &&
                             isOneOf(kFormatsNumberedByName, origins_[original.key()].format);
-    if (original.number != kUncatalogued || !bothByName || hasNumber(block_.file) || hasNumber(original.file))
+    if (original.number != analysis::kUncatalogued || !bothByName || hasNumber(block_.file) || hasNumber(original.file))
         return "";
-    return fmt::format("; both are {} because neither file name begins with a satellite number", kUncatalogued);
+    return fmt::format("; both are {} because neither file name begins with a satellite number",
+                       analysis::kUncatalogued);
 }
 
 std::string LoadListener::nameOf(const Place& place) {

@@ -38,8 +38,7 @@ void checkArguments(const InputOptions& input, const std::string& output) {
     for (const std::string& file : input.files) {
         const bool isStandardInput = file == kStandardInput;
         refuseOverwriting(output, isStandardInput ? "/dev/stdin" : file);
-        if (isStandardInput && std::exchange(hasStandardInput, true))
-            throw UsageError("FILE", "- (standard input) can be given only once");
+        if (isStandardInput && std::exchange(hasStandardInput, true)) throw UsageError("FILE", kOneStandardInput);
     }
 }
 

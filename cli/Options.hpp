@@ -28,6 +28,8 @@ struct Session {
 // Thrown for a fault in the arguments that only the command itself can detect: option and reason.
 using UsageError = CLI::ValidationError;
 
+inline constexpr const char* kOneStandardInput = "- (standard input) can be given only once";
+
 enum class Format { Table, Csv, Json, Jsonl };
 
 // The time that the text of an option means. Throws a UsageError.

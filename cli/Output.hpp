@@ -16,6 +16,11 @@ namespace vorlandi::cli {
 
 inline constexpr std::string_view kStandardOutput = "-";
 
+// Why an output is not written; the option is the one that allows it.
+inline std::string existsText(std::string_view option = "--force") {
+    return fmt::format("exists; {} replaces it", option);
+}
+
 // A file that exists keeps its content until close().
 class Output {
 public:

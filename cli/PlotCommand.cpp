@@ -168,7 +168,7 @@ void requireNewFile(const PlotCommandOptions& options) {
     std::error_code error;
     const auto status = std::filesystem::status(options.output, error);
     if (error && status.type() == std::filesystem::file_type::none) throw OutputError(options.output, error.value());
-    if (!options.isForced && exists(status)) throw OutputError(options.output, "exists; --force replaces it");
+    if (!options.isForced && exists(status)) throw OutputError(options.output, existsText());
 }
 
 ExitStatus runPlot(const CLI::App& command, PlotCommandOptions& options, Console& console) {

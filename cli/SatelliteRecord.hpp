@@ -12,7 +12,7 @@
 
 namespace vorlandi::cli {
 
-inline constexpr double kSecondsPerDay = 86400.0;
+using analysis::kSecondsPerDay;
 inline constexpr double kMicrosecondsPerSecond = 1e6;
 
 // Times are printed to the microsecond: times closer than that count as the same.

@@ -12,9 +12,8 @@
 namespace vorlandi::cli {
 namespace {
 
-constexpr double kMostSpacing_days = 61.0 * 60.0 / kSecondsPerDay;
-constexpr std::size_t kPointsOfAnAnswer = 4;
-constexpr std::size_t kStepsOfAnAnswer = kPointsOfAnAnswer - 1;
+constexpr double kMostSpacing_days = analysis::kLargestMeanSpacing_s / kSecondsPerDay;
+constexpr std::size_t kStepsOfAnAnswer = analysis::kWindow - 1;
 
 // Cheap: false for most satellites. Over a leap second a step is a second longer than the clock shows.
 bool mayHaveGaps(std::span<const double> times) {
@@ -45,7 +44,7 @@ std::vector<Cut> inaccurateGaps(Satellite satellite, std::span<const double> tim
 std::vector<Cut> unansweredSteps(std::span<const double> times) {
     std::vector<Cut> cuts;
     std::size_t next = 0;  // the first step that no window has cut yet
-    for (std::size_t first = 0; first + kPointsOfAnAnswer <= times.size(); ++first) {
+    for (std::size_t first = 0; first + analysis::kWindow <= times.size(); ++first) {
         const std::size_t last = first + kStepsOfAnAnswer;
         const double meanSpacing_days = (times[last] - times[first]) / static_cast<double>(kStepsOfAnAnswer);
         if (!(meanSpacing_days > kMostSpacing_days)) continue;
@@ -59,7 +58,7 @@ std::vector<Cut> unansweredSteps(std::span<const double> times) {
 }  // namespace
 
 std::vector<Cut> cutsOf(Satellite satellite, std::span<const double> times, double tolerance_m) {
-    if (times.size() < kPointsOfAnAnswer) return {};
+    if (times.size() < analysis::kWindow) return {};
     std::vector<Cut> cuts = unansweredSteps(times);
     const std::vector<Cut> gaps = inaccurateGaps(satellite, times, tolerance_m);
     cuts.insert(cuts.end(), gaps.begin(), gaps.end());

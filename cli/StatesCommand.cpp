@@ -63,7 +63,7 @@ void appendTimes(const StatesOptions& options, std::vector<double>& times) {
     const bool isStandardInput = file == kStandardInput;
     const auto& inputs = options.input.files;
     if (isStandardInput && std::find(inputs.begin(), inputs.end(), kStandardInput) != inputs.end())
-        throw UsageError("--times", "- (standard input) can be given only once");
+        throw UsageError("--times", kOneStandardInput);
     std::ifstream opened;
     if (!isStandardInput) opened.open(file);
     std::istream& stream = isStandardInput ? std::cin : opened;

@@ -1,4 +1,5 @@
 #include "TimeForms.hpp"
+#include "analysis/Ephemeris.hpp"
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -15,7 +16,7 @@ namespace chrono = std::chrono;
 constexpr std::array kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
 
 // GPS time is TAI - 19 s; its weeks count from 1980-01-06, and here they don't roll over.
-constexpr chrono::seconds kTaiMinusGps{19};
+constexpr chrono::seconds kTaiMinusGps{static_cast<int>(analysis::kTaiMinusGps_s)};
 constexpr SysTime kGpsBegin = chrono::sys_days{chrono::year{1980} / 1 / 6};
 
 constexpr std::int64_t kJulianDayOf1950 = 2433281;  // and a half
@@ -110,7 +111,7 @@ void addDays(Ds50 time, std::vector<TimeForm>& forms) {
 }  // namespace
 
 bool hasSecond60(std::string_view text, Ds50 time) {
-    constexpr double kSecond_days = 1.0 / 86400.0;
+    constexpr double kSecond_days = 1.0 / analysis::kSecondsPerDay;
     const double midnight = std::floor(time.days);
     const bool followsLeapSecond =
         time.days - midnight < kSecond_days && tai_minus_utc_s(time) > tai_minus_utc_s({midnight - kSecond_days});

@@ -11,14 +11,14 @@ namespace {
 constexpr std::string_view kUniversalFrames[] = {"HCSRL", "WPTRL", "HCSGC", "WPTGC"};
 constexpr std::string_view kOemVersions[] = {"3.0", "2.0"};
 
-std::string_view problemOfLine(std::string_view text) {
-    constexpr std::size_t kLongest = 200;
+std::string problemOfLine(std::string_view text) {
     const bool isPrintable = std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~'; });
-    if (!text.empty() && text.size() <= kLongest && isPrintable && text.front() != ' ' && text.back() != ' ') return {};
-    return "must be 1 to 200 printable ASCII characters without blanks around them";
+    if (!text.empty() && text.size() <= kLongestText && isPrintable && text.front() != ' ' && text.back() != ' ')
+        return {};
+    return fmt::format("must be 1 to {} printable ASCII characters without blanks around them", kLongestText);
 }
 
-std::string_view problemOfName(std::string_view text) {
+std::string problemOfName(std::string_view text) {
     constexpr std::size_t kLongest = 64;
     const auto isAllowed = [](char c) {
         return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
@@ -56,7 +56,7 @@ constexpr FormatOption kOptions[] = {
 std::span<const FormatOption> formatOptions() { return kOptions; }
 
 std::string problemOf(const FormatOption& option, std::string_view text) {
-    if (option.problem != nullptr) return std::string(option.problem(text));
+    if (option.problem != nullptr) return option.problem(text);
     if (std::ranges::find(option.choices, text) != option.choices.end()) return {};
     return fmt::format("must be {}", fmt::join(option.choices, " or "));
 }

@@ -9,6 +9,9 @@
 
 namespace vorlandi::writers {
 
+// Lines of a file have to hold texts.
+inline constexpr std::size_t kLongestText = 200;
+
 struct FormatOption {
     std::string_view name;  // words joined by hyphens
     std::string_view target;
@@ -16,7 +19,7 @@ struct FormatOption {
     std::string Options::*text;  // what it sets; null for a flag
     bool Options::*flag = nullptr;
     std::span<const std::string_view> choices = {};
-    std::string_view (*problem)(std::string_view text) = nullptr;  // where there are no choices
+    std::string (*problem)(std::string_view text) = nullptr;  // where there are no choices
 };
 
 std::span<const FormatOption> formatOptions();

@@ -105,8 +105,7 @@ std::string problemOfNumbers(const Target& target, const Ephemeris& ephemeris) {
     for (std::size_t i = 0; i < ephemeris.covariances.size(); ++i)
         if (!std::ranges::all_of(ephemeris.covariances[i], [](double value) { return std::isfinite(value); }))
             return fmt::format("the covariance at {} is not finite", shown(ephemeris.times[i]));
-    constexpr double kMetresPerKm = 1000.0;
-    if (target.write == writeCzml && !std::isfinite(kMetresPerKm * std::max(position, velocity)))
+    if (target.write == writeCzml && !std::isfinite(kMetersPerKilometer * std::max(position, velocity)))
         return fmt::format("the number {:g} is too large in metres", std::max(position, velocity));
     const auto& [width, decimals, velocityScale] = target.columns;
     const double largest = std::max(position, velocity * velocityScale);

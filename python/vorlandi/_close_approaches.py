@@ -21,7 +21,7 @@ from numpy.typing import NDArray
 from vorlandi import _sieve
 from vorlandi._cache import CACHE, Part, part_of, parts_of, point_bytes
 from vorlandi._opened import Opened, opening
-from vorlandi._satellite import Satellite
+from vorlandi._satellite import ROTATING, Satellite
 from vorlandi.times import Floats, OneTime, ds50, to_datetime64
 
 _STEPS_PER_SAMPLE, _STEPS_PER_SLAB = 1440, 60
@@ -137,8 +137,8 @@ def _search(rows: Any, start: OneTime | None, stop: OneTime | None, within_km: f
     if len(rows) == 0:
         raise ValueError("the index has no satellites")
     frames = sorted(set(rows["frame"]))
-    if len(frames) > 1 or frames[0] not in _sieve.ROTATING:
-        raise ValueError(f"satellites of one frame, {', '.join(_sieve.ROTATING)}, can be compared; these are in "
+    if len(frames) > 1 or frames[0] not in ROTATING:
+        raise ValueError(f"satellites of one frame, {', '.join(ROTATING)}, can be compared; these are in "
                          f"{', '.join(frames)}: take index[index.frame == {frames[0]!r}]")
     begin, end = -np.inf if start is None else ds50(start), np.inf if stop is None else ds50(stop)
     first, last = max(begin, rows["start"].min()), min(end, rows["end"].max())
@@ -146,7 +146,7 @@ def _search(rows: Any, start: OneTime | None, stop: OneTime | None, within_km: f
         raise ValueError("the range of times ends before it begins")
     if not first < last:
         raise ValueError("no satellite has states in the range of times")
-    return _Search(_sieve.Steps.covering(first, last, step_s, begin, end), within_km, _sieve.ROTATING[frames[0]])
+    return _Search(_sieve.Steps.covering(first, last, step_s, begin, end), within_km, ROTATING[frames[0]])
 
 
 def close_approaches(index: Any, start: OneTime | None = None, stop: OneTime | None = None, *, within_km: float = 10.0,

@@ -22,8 +22,6 @@ _ROUNDING_S = 1e-5
 _DAY_S = 86400.0
 _PAD_DAYS = 1.0 / _DAY_S
 
-ROTATING = {"ECI": False, "J2K": False, "EFG": True, "ECR": True}
-
 
 @dataclass(frozen=True)
 class Steps:

@@ -17,7 +17,7 @@ from typing import TYPE_CHECKING, Any, Literal, TypeAlias, Union
 
 import numpy as np
 
-from vorlandi._satellite import Satellite
+from vorlandi._satellite import ROTATING, Satellite
 from vorlandi.analysis import diff
 from vorlandi.times import Floats, OneTime, TimeLike, ds50, to_datetime64
 
@@ -37,7 +37,6 @@ _LONGEST_STEP_MIN = 1.0
 _ROUNDING = 1e-3  # steps, so that points a minute apart are not split
 _MINUTES_PER_DAY = 1440.0
 _M_PER_KM = 1000.0
-_ROTATES = {"ECI": False, "J2K": False, "EFG": True, "ECR": True}
 _ORBIT_AXES = ("radial", "in-track", "cross-track")
 _MOST_IN_LEGEND = 10
 _MOST_NAMED_BARS = 30
@@ -96,7 +95,7 @@ def _curves(sats: Satellites, t: TimeLike | None, value: Callable[[Floats], Floa
 
 
 def _rotates(sat: Satellite) -> bool:
-    rotates = _ROTATES.get(sat.frame)
+    rotates = ROTATING.get(sat.frame)
     if rotates is None:
         raise ValueError(f"radial, in-track and cross-track are not known in the frame {sat.frame}")
     return rotates

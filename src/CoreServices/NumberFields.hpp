@@ -78,7 +78,7 @@ public:
     // The next value of any kind, including a text in quotes; a null value is an empty text.
     ReadOutcome nextWord(std::string_view& word) noexcept;
 
-    bool slashMet() const noexcept { return slash_; }
+    bool endedBySlash() const noexcept { return slash_; }
 
     // Has a value been left out so far, between two commas or by a slash?
     bool leftOut() const noexcept { return leftOut_; }

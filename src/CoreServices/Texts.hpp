@@ -18,6 +18,12 @@ constexpr char touppercase(char c) noexcept { return c >= 'a' && c <= 'z' ? stat
 constexpr char tolowercase(char c) noexcept { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 constexpr bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 
+// Are these texts equal in any letter case?
+constexpr bool isWord(std::string_view text, std::string_view word) noexcept {
+    return std::equal(text.begin(), text.end(), word.begin(), word.end(),
+                      [](char a, char b) { return touppercase(a) == touppercase(b); });
+}
+
 // Text without its leading, or trailing, blanks.
 constexpr std::string_view leftAdjusted(std::string_view text) noexcept {
     while (text.starts_with(' '))

@@ -10,6 +10,7 @@
 #include <new>
 
 #include "CoreServices/Sanitized.hpp"
+#include "Templates/LargePages.hpp"
 
 namespace vorlandi {
 
@@ -56,7 +57,6 @@ public:
 private:
     static constexpr std::size_t kFirstSlots = 64;
     static constexpr std::size_t kMostBlocks = 64;
-    static constexpr std::size_t kLargePage = std::size_t{2} << 20;
 
     union alignas(Alignment) Slot {
         Slot* next;
@@ -78,7 +78,7 @@ private:
         size = (size + alignment - 1) / alignment * alignment;
         auto* const block = static_cast<Slot*>(std::aligned_alloc(alignment, size));
         if (block == nullptr) return false;
-        if (isLarge) ::madvise(block, size, MADV_HUGEPAGE);
+        if (isLarge) wantLargePages(block, size);
         block_[blocks_++] = next_ = block;
         end_ = block + size / sizeof(Slot);
         slots_ += slots_ / 2;

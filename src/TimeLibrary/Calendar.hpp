@@ -7,6 +7,9 @@
 
 namespace vorlandi {
 
+// The first year of texts, whose years of two digits have become years of four before they are compared with it.
+constexpr int kFirstYear = 100;
+
 constexpr bool isLeapYear(std::int64_t year) noexcept { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
 
 constexpr int daysInYear(std::int64_t year) noexcept { return isLeapYear(year) ? 366 : 365; }
@@ -63,6 +66,9 @@ constexpr CalendarDay calendarDay(std::int64_t dayNumber) noexcept {
 constexpr double clocka(double dayOfYear, std::int64_t year) noexcept {
     return static_cast<double>(dayZeroOfYear(fullYear(year))) + dayOfYear;
 }
+
+// Ds50UTC of day 0.0 of times that are counted in days from 1970 on.
+constexpr double kDayZeroOf1970 = clocka(0.0, 1970);
 
 // Ds50UTC of a day of the year and a time of day; the year as above.
 constexpr double tcomps2utc(int dayOfYear, int hour, int minute, double seconds, std::int64_t year) noexcept {

@@ -14,9 +14,6 @@
 namespace vorlandi {
 namespace {
 
-// Years of two digits have become years of four before they are compared with this.
-constexpr int kFirstYear = 100;
-
 // A time as its text has it, not yet checked against the calendar. A part that couldn't be read is negative.
 struct DateParts {
     int year = 0;

@@ -28,7 +28,7 @@ ElapsedTime::ElapsedTime(double epochUTC, bool inLeapSecond, const LeapTable& ta
 
 void ElapsedTime::enter(const LeapStep& step) noexcept {
     const auto secondsTo = [this](const LeapStep& next) {
-        return (next.day - epoch_) * 86400.0 + (next.taiMinusUtc - taiMinusUtc_) - kRoundingOfEpoch;
+        return (next.day - epoch_) * kSecondsPerDay + (next.taiMinusUtc - taiMinusUtc_) - kRoundingOfEpoch;
     };
     step_ = &step;
     leapSeconds_ = step.taiMinusUtc - taiMinusUtc_;

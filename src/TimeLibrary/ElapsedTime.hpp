@@ -2,6 +2,7 @@
 // second lies between, that is epoch + offset / 86400 to the last bit.
 #pragma once
 
+#include "CoreServices/Units.hpp"
 #include "TimeLibrary/LeapSeconds.hpp"
 
 namespace vorlandi {
@@ -16,7 +17,7 @@ public:
         seconds -= epochOffset_;
         if (!(seconds >= from_ && seconds < end_)) [[unlikely]]
             moveTo(seconds);
-        return epoch_ + (seconds - leapSeconds_) / 86400.0;
+        return epoch_ + (seconds - leapSeconds_) / kSecondsPerDay;
     }
 
     // Is a time inside a leap second?

@@ -54,7 +54,6 @@ double secondsWith(int whole, std::string_view rest) noexcept {
 
 // The day number of YYYY-MM-DD or YYYY-DDD.
 std::optional<double> dayOf(std::string_view date) noexcept {
-    constexpr int kFirstYear = 100;
     const bool hasDayOfYear = date.size() == kDayOfYearEnd;
     if (date[4] != '-' || (!hasDayOfYear && date[7] != '-')) return std::nullopt;
     const int year = digitsAt<4>(date, 0);

@@ -6,11 +6,9 @@
 namespace vorlandi {
 namespace {
 
-constexpr std::int32_t kLargestSatNum = 999'999'999;
 constexpr std::int64_t kKeysPerSatellite = 9'000'000'000;
 constexpr double kUnitsPerDay = 8640.0;
 constexpr double kUnitOffset = 0.43212345678;
-constexpr auto kFirstDayNumberAfter2199 = static_cast<double>(dayZeroOfYear(2200) + 1);
 
 // Every unit of the last day, and the keys that collisions advance to, fit below the next satellite's.
 static_assert((kFirstDayNumberAfter2199 * kUnitsPerDay + 1000.0) * 10.0 < static_cast<double>(kKeysPerSatellite));

@@ -8,6 +8,7 @@
 //    of the same instant, which may differ by a rounding, fall into the same unit.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -20,9 +21,12 @@ constexpr std::int64_t kNoKey = -1;
 
 constexpr bool vorlanelsettype(std::int32_t type) noexcept { return type == kVorlanElsetType; }
 
+constexpr std::int32_t kLargestSatNum = 999'999'999;
+constexpr std::size_t kMostDigitsOfSatNum = 9;
+constexpr auto kFirstDayNumberAfter2199 = static_cast<double>(dayZeroOfYear(2200) + 1);
+
 // Can an ordinary key hold this epoch, Ds50UTC: 1950 to 2199?
 constexpr bool hasSatKey(double epochDs50UTC) noexcept {
-    constexpr auto kFirstDayNumberAfter2199 = static_cast<double>(dayZeroOfYear(2200) + 1);
     return epochDs50UTC >= 0.0 && epochDs50UTC < kFirstDayNumberAfter2199;
 }
 

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <new>
 
+#include "Templates/LargePages.hpp"
 #include "Vorlandi/StorageFailure.hpp"
 
 namespace vorlandi {
@@ -20,7 +21,6 @@ constexpr std::size_t kMappedFrom = std::size_t{2} << 20;
 // as points arrive, large ones where the system has them; blocks begin at such a page, so that remapping
 // moves large pages whole.
 constexpr std::size_t kFirstMapping = std::size_t{16} << 20;
-constexpr std::size_t kLargePage = std::size_t{2} << 20;
 constexpr std::size_t kPage = 4096;
 constexpr std::size_t kSmall = std::size_t{48} << 10;
 
@@ -37,7 +37,7 @@ char* mapped(std::size_t size) noexcept {
     const std::size_t before = roundedUp(address, kLargePage) - address;
     if (before > 0) ::munmap(space, before);
     if (before < kLargePage) ::munmap(space + before + size, kLargePage - before);
-    ::madvise(space + before, size, MADV_HUGEPAGE);
+    wantLargePages(space + before, size);
     return space + before;
 }
 

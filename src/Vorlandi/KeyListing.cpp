@@ -6,6 +6,7 @@
 
 #include "CoreServices/NumberFields.hpp"
 #include "CoreServices/Sorting.hpp"
+#include "TimeLibrary/SatelliteKeys.hpp"
 #include "Vorlandi/VorlandiTree.hpp"
 
 namespace vorlandi {
@@ -33,7 +34,7 @@ struct SequencedKey {
 
 // "I9.9": a number that doesn't fit is written as asterisks, which come before digits.
 std::uint64_t rankOfNumber(std::int32_t satNum) noexcept {
-    return satNum >= 0 && satNum <= 999'999'999 ? static_cast<std::uint64_t>(satNum) + 1 : 0;
+    return satNum >= 0 && satNum <= kLargestSatNum ? static_cast<std::uint64_t>(satNum) + 1 : 0;
 }
 
 // "I2": one digit after a blank, asterisks, a digit after a minus, two digits.

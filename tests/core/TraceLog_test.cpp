@@ -11,6 +11,7 @@
 #include <map>
 #include <sstream>
 #include <thread>
+#include <tuple>
 
 #include "TestSupport.hpp"
 
@@ -47,6 +48,24 @@ TEST(TraceLog, GoesToTheLastErrorThenToTheHandlerWhichMayLogThenToTheFile) {
     EXPECT_EQ(steps, " *** bad *** *** 7;inner *** 7;");
     const std::string lines = "before\n" + kTime + "INFO  inner\n" + kTime + "ERROR  [*]{3} bad [*]{3}\n";
     EXPECT_THAT(readFile(path), MatchesRegex(lines));
+}
+
+TEST(TraceLog, ReturnsHandlerAndObserverAsTheyWereSet) {
+    int data = 0, other = 0;
+    const VorlanTraceHandler handler = [](std::int32_t, const char*, std::int32_t, void*) {};
+    const VorlanReadObserver observer = [](std::int32_t, const char*, std::int32_t, std::int64_t, const char*,
+                                           std::int32_t, void*) {};
+    VorlanTraceSetHandler(handler, &data);
+    VorlanSetReadObserver(observer, &other);
+    VorlanTraceHandler itsHandler = nullptr;
+    VorlanReadObserver itsObserver = nullptr;
+    void *ofHandler = nullptr, *ofObserver = nullptr;
+    VorlanTraceGetHandler(&itsHandler, &ofHandler);
+    VorlanGetReadObserver(&itsObserver, &ofObserver);
+    VorlanTraceSetHandler(nullptr, nullptr);
+    VorlanSetReadObserver(nullptr, nullptr);
+    EXPECT_EQ(std::tuple(itsHandler, ofHandler), std::tuple(handler, static_cast<void*>(&data)));
+    EXPECT_EQ(std::tuple(itsObserver, ofObserver), std::tuple(observer, static_cast<void*>(&other)));
 }
 
 TEST(TraceLog, NeverMixesLinesAndKeepsTheLastErrorOfEachThreadPaddedAndCut) {

@@ -74,7 +74,7 @@ Vorlanpoint plainHermite(const Points& p, double t, int& vanished) {
 }
 
 template <std::size_t N>
-void interpolate(const Points& points, double t, Vorlanpoint& result, Covariance covariance) {
+void interpolate(const Points& points, double t, Vorlanpoint& result, WithCovariance covariance) {
     Vorlanstate states[N];
     PointCovariance covariances[N];
     std::copy(points.begin(), points.end(), states);
@@ -89,7 +89,7 @@ void interpolate(const Points& points, double t, Vorlanpoint& result, Covariance
 }
 
 // By 2 to 6 points.
-Vorlanpoint interpolated(const Points& points, double t, Covariance covariance = Covariance::Wanted) {
+Vorlanpoint interpolated(const Points& points, double t, WithCovariance covariance = WithCovariance::Yes) {
     constexpr decltype(&interpolate<2>) kKernels[] = {interpolate<2>, interpolate<3>, interpolate<4>, interpolate<5>,
                                                       interpolate<6>};
     Vorlanpoint result;
@@ -129,7 +129,7 @@ TEST(Hermitevorlan, HasTheBitsOfTheFormulasOnRandomWindowsAndOfTheNodesAtTheirTi
         Vorlanpoint expected = plainHermite(points, t, vanished);
         ASSERT_EQ(bitsOf(interpolated(points, t)), bitsOf(expected));
         std::fill_n(expected.cov, kCovarianceSize, 77.0);  // as it was
-        ASSERT_EQ(bitsOf(interpolated(points, t, Covariance::NotWanted)), bitsOf(expected));
+        ASSERT_EQ(bitsOf(interpolated(points, t, WithCovariance::No)), bitsOf(expected));
         const Vorlanpoint& node = points[random() % points.size()];
         ASSERT_EQ(bitsOf(interpolated(points, node.time)), bitsOf(node));
     }

@@ -28,7 +28,7 @@ Answer ask(const Vorlanrecord& record, double ds50UTC) {
     answer.point.rev = 77;
     MessageText message;
     answer.status =
-        PointInterpolator(record).InterpolateEP(utc2tai(ds50UTC), answer.point, message, Covariance::Wanted);
+        PointInterpolator(record).InterpolateEP(utc2tai(ds50UTC), answer.point, message, WithCovariance::Yes);
     answer.message = message.view();
     return answer;
 }
@@ -110,7 +110,7 @@ TEST(InterpolateEP, AnswersAsTheRulesSayInAnyOrderOfRequests) {
             expectEqual(ask(record, request), expected);
             Answer next{};
             MessageText message;
-            next.status = interpolator.InterpolateEP(utc2tai(request), next.point, message, Covariance::Wanted);
+            next.status = interpolator.InterpolateEP(utc2tai(request), next.point, message, WithCovariance::Yes);
             next.message = message.view();
             expectEqual(next, expected);
         }

@@ -97,7 +97,7 @@ protected:
         EXPECT_EQ(count, 1);
         return key;
     }
-    static State stateAt(std::int64_t key, double time) {
+    static State interpolatedState(std::int64_t key, double time) {
         State state{time};
         EXPECT_EQ(VorlanDs50UTC(key, time, nullptr, &state[1], &state[4], nullptr), 0);
         return state;
@@ -128,10 +128,10 @@ TEST_F(Examples, AnswerTheIntegratedStatesToThePrecisionOfTheirLayout) {
             vorlanemptytree();
             const std::int64_t key = practical ? loadedByPracticalRules(example.fileName)
                                                : VorlanAddSatFrFile(examplePath(example.fileName).c_str());
-            expectNear(stateAt(key, truth.front()[0]), truth.front(), example.precision);
+            expectNear(interpolatedState(key, truth.front()[0]), truth.front(), example.precision);
             for (const State& state : truth)
-                expectNear(stateAt(key, state[0]), state, example.precision, kTimesInDays);
-            expectNear(stateAt(key, truth.back()[0]), truth.back(), example.precision);
+                expectNear(interpolatedState(key, state[0]), state, example.precision, kTimesInDays);
+            expectNear(interpolatedState(key, truth.back()[0]), truth.back(), example.precision);
             for (std::int32_t index = 1; index <= 361; ++index)
                 expectNear(point(key, index), exact.at(static_cast<std::size_t>(index) - 1), example.precision);
             ASSERT_FALSE(HasFailure());

@@ -179,7 +179,7 @@ TEST_F(PracticalRules, DifferFromTheFixedOnesOnTheSameBytes) {
           {"10005:2", "10005:1"},
           {"ReadSTK: 10005.e:11: DistanceUnit Miles is not read; Meters, Kilometers are.", "DistanceUnit Miles",
            "*** ReadSTK: Invalid distance unit. ***"}}},
-        {Rule::LinesAfterBlockAreTold,
+        {Rule::LinesAfterBlockAreReported,
          "10005.e",
          stk(two) + "# note\n* note\n120 7002\n180 7003\n" + stk(later, "Kilometers", "Fixed"),
          {0, {"10005:2", "10005:3"}, {}},

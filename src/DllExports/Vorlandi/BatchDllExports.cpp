@@ -27,7 +27,7 @@ public:
     Answers(double (*posVel)[6], std::int32_t* revNums, double (*covMtx)[6][6], std::int32_t* errCodes) noexcept
         : posVel_(posVel), revNums_(revNums), covMtx_(covMtx), errCodes_(errCodes) {}
 
-    Covariance covariance() const noexcept { return covMtx_ != nullptr ? Covariance::Wanted : Covariance::NotWanted; }
+    WithCovariance covariance() const noexcept { return covMtx_ != nullptr ? WithCovariance::Yes : WithCovariance::No; }
 
     void succeed(std::int64_t at, const Vorlanpoint& point) noexcept { put(at, point, kSuccess); }
 

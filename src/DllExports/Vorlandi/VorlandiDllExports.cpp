@@ -26,7 +26,7 @@ struct StateOutputs {
 };
 
 std::int32_t answerQuery(std::int64_t satKey, double value, std::int32_t kind, const StateOutputs& outputs,
-                         Covariance covariance) {
+                         WithCovariance covariance) {
     zero(outputs.time, outputs.revNum);
     zeroArray(outputs.pos, 3);
     zeroArray(outputs.vel, 3);
@@ -45,12 +45,12 @@ std::int32_t answerQuery(std::int64_t satKey, double value, std::int32_t kind, c
 
 std::int32_t answerState(std::int64_t satKey, double value, std::int32_t kind, double* time, double* pos, double* vel,
                          std::int32_t* revNum) {
-    return answerQuery(satKey, value, kind, {time, pos, vel, revNum}, Covariance::NotWanted);
+    return answerQuery(satKey, value, kind, {time, pos, vel, revNum}, WithCovariance::No);
 }
 
 std::int32_t answerCovariance(std::int64_t satKey, double value, std::int32_t kind, double* time, double* pos,
                               double* vel, std::int32_t* revNum, double (*covMtx)[6]) {
-    return answerQuery(satKey, value, kind, {time, pos, vel, revNum, covMtx}, Covariance::Wanted);
+    return answerQuery(satKey, value, kind, {time, pos, vel, revNum, covMtx}, WithCovariance::Yes);
 }
 
 std::int32_t addPoint(std::int64_t satKey, double ds50UTC, const double* pos, const double* vel, std::int32_t revNum,

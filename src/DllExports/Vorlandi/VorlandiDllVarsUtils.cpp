@@ -42,7 +42,7 @@ std::int32_t failWithoutData(RecordAccess& record, std::string_view procedure, s
 }
 
 std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, EphemAnswer& answer,
-                      Covariance covariance) noexcept {
+                      WithCovariance covariance) noexcept {
     RecordAccess record(satKey);
     if (!record) return record.fail();
     const PointArray& points = record->points;
@@ -65,7 +65,7 @@ std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, Ep
 }
 
 std::int32_t stateAt(const Vorlanrecord& record, PointInterpolator& interpolator, double ds50UTC, Vorlanpoint& point,
-                     MessageText& message, Covariance covariance) noexcept {
+                     MessageText& message, WithCovariance covariance) noexcept {
     if (record.points.firstTime() <= ds50UTC && ds50UTC <= record.points.lastTime()) {
         return interpolator.InterpolateEP(utc2tai(ds50UTC, interpolator.leapTable()), point, message, covariance);
     }

@@ -31,13 +31,13 @@ struct EphemAnswer {
 
 // 0; or 2 and a message, and the answer is unspecified. Holds the reader side only inside.
 std::int32_t GetEphem(std::int64_t satKey, double inVal, std::int32_t inType, EphemAnswer& answer,
-                      Covariance covariance = Covariance::Wanted) noexcept;
+                      WithCovariance covariance = WithCovariance::Yes) noexcept;
 
 // The state of a record at a time, for GetEphem and for many times at once: kSuccess; or kFailure with the reason in
 // `message`, which the caller logs, and a point of zeros. Requires a record with points, the one the interpolator was
 // made for.
 std::int32_t stateAt(const Vorlanrecord& record, PointInterpolator& interpolator, double ds50UTC, Vorlanpoint& point,
-                     MessageText& message, Covariance covariance) noexcept;
+                     MessageText& message, WithCovariance covariance) noexcept;
 
 // The 21 values of a lower triangle as the full symmetric matrix.
 void to6x6covmtx(double matrix[6][6], const double cov[kCovarianceSize]) noexcept;

@@ -181,7 +181,7 @@ std::int32_t EphemerisPass::readDceBinary() {
 
 void EphemerisPass::found(std::string_view format, std::int64_t line) {
     foundBlock_ = true;
-    hasToldLines_ = false;
+    hasReportedLines_ = false;
     header_ = line;
     observeRead(VORLAN_READ_FORMAT, file_.name, line, format);
 }
@@ -225,8 +225,8 @@ const FormatRow* EphemerisPass::blockOn(std::string_view line, const FormatRow* 
                           (row->confirmedBy != nullptr && row->confirmedBy(next)) ||
                           (row == refused_ && row->isHeaderAmongOwn != nullptr && row->isHeaderAmongOwn(line));
     if (isHeader) return row;
-    tellLines(line, MessageText("lines after a refused block that look like ")
-                        << row->name << " are not read: they may be its own");
+    reportSkippedLines(line, MessageText("lines after a refused block that look like ")
+                                 << row->name << " are not read: they may be its own");
     return nullptr;
 }
 
@@ -240,13 +240,14 @@ std::string_view EphemerisPass::lineAhead() {
 // Skips a line that no block begins with.
 void EphemerisPass::skipLine(std::string_view line) {
     if (!foundBlock_) return lookForForeignFormat(line);
-    if (refused_ == nullptr && !line.starts_with('#')) tellLines(line, "lines after the end of a block are not read");
+    if (refused_ == nullptr && !line.starts_with('#'))
+        reportSkippedLines(line, "lines after the end of a block are not read");
 }
 
 // Reports the first line that is skipped after a block.
-void EphemerisPass::tellLines(std::string_view line, std::string_view reason) {
-    if (!load_.has(Rule::LinesAfterBlockAreTold) || hasToldLines_) return;
-    hasToldLines_ = true;
+void EphemerisPass::reportSkippedLines(std::string_view line, std::string_view reason) {
+    if (!load_.has(Rule::LinesAfterBlockAreReported) || hasReportedLines_) return;
+    hasReportedLines_ = true;
     reportBadLine({file_.name, unit_.lineNumber(), line}, kName, reason);
 }
 

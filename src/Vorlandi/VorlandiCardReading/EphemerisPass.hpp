@@ -56,7 +56,7 @@ private:
     const FormatRow* blockOn(std::string_view line, const FormatRow* row);
     std::string_view lineAhead();
     void skipLine(std::string_view line);
-    void tellLines(std::string_view line, std::string_view reason);
+    void reportSkippedLines(std::string_view line, std::string_view reason);
     void lookForForeignFormat(std::string_view line);
 
     InputUnit& unit_;
@@ -72,7 +72,7 @@ private:
     bool foundBlock_ = false;
     bool hasFileCards_ = false;
     const FormatRow* refused_ = nullptr;  // the lines now may belong to a block of this format, which was refused
-    bool hasToldLines_ = false;           // of the lines skipped since the last block
+    bool hasReportedLines_ = false;       // of the lines skipped since the last block
     InlineChars<kEphemerisColumns> keptLine_;
     bool hasSegments_ = false;  // the block has stored or refused segments
     bool readFailed_ = false;

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "CoreServices/Texts.hpp"
+#include "TimeLibrary/SatelliteKeys.hpp"
 
 namespace vorlandi {
 namespace {
@@ -184,10 +185,9 @@ bool isowneroperatorfile(std::string_view line) noexcept {
 }
 
 bool issatnumonly(std::string_view line) noexcept {
-    constexpr std::size_t kMostDigits = 9;
     const auto firstOther = std::find_if_not(line.begin(), line.end(), isDigit);
     const auto digits = static_cast<std::size_t>(firstOther - line.begin());
-    return digits >= 1 && digits <= kMostDigits && std::none_of(firstOther, line.end(), isDigit);
+    return digits >= 1 && digits <= kMostDigitsOfSatNum && std::none_of(firstOther, line.end(), isDigit);
 }
 
 bool fileisdotdce(std::string_view name) noexcept {

@@ -4,6 +4,7 @@
 
 #include "CoreServices/Status.hpp"
 #include "CoreServices/TraceLog.hpp"
+#include "TimeLibrary/SatelliteKeys.hpp"
 
 namespace vorlandi {
 
@@ -28,8 +29,11 @@ std::int32_t logProblem(std::string_view reader, std::string_view problem) {
     return kFailure;
 }
 
-constexpr std::string_view kFrameTypes[] = {"MEME", "TEME", "EFG", "ITRF", "ECR"};
-constexpr std::size_t kMostDigits = 9;
+struct FrameType {
+    std::string_view type;  // of a long file name
+    std::int32_t coordSys;
+};
+constexpr FrameType kFrameTypes[] = {{"MEME", kJ2k}, {"TEME", kEci}, {"EFG", kEfg}, {"ITRF", kEcr}, {"ECR", kEcr}};
 
 std::string_view baseName(std::string_view fileName) noexcept {
     return fileName.substr(fileName.find_last_of("\\/") + 1);
@@ -74,19 +78,22 @@ std::int32_t blockRead(Vorlanrecord& record) noexcept {
 
 std::int32_t numberOfDigits(std::string_view text) noexcept {
     std::int32_t number = 0;
-    const bool isNumber = !text.empty() && text.size() <= kMostDigits && std::all_of(text.begin(), text.end(), isDigit);
+    const bool isNumber =
+        !text.empty() && text.size() <= kMostDigitsOfSatNum && std::all_of(text.begin(), text.end(), isDigit);
     return isNumber && readInteger(text, number) == ReadOutcome::Success ? number : -1;
 }
 
-LongFileName longFileName(std::string_view fileName) noexcept {
+std::optional<LongFileName> longFileName(std::string_view fileName) noexcept {
     const std::string_view base = baseName(fileName);
     const auto typeEnd = std::min(base.find('_'), base.size());
     const std::string_view type = base.substr(0, typeEnd);
-    if (std::find(std::begin(kFrameTypes), std::end(kFrameTypes), type) == std::end(kFrameTypes)) return {};
+    const auto* const row = std::ranges::find(kFrameTypes, type, &FrameType::type);
+    if (row == std::end(kFrameTypes)) return std::nullopt;
     const std::string_view rest = base.substr(std::min(typeEnd + 1, base.size()));
     const std::string_view number = rest.substr(0, rest.find('_'));
-    if (number.size() == rest.size() || numberOfDigits(number) < 0) return {};
-    return {type, number};
+    const std::int32_t satNum = numberOfDigits(number);
+    if (number.size() == rest.size() || satNum < 0) return std::nullopt;
+    return LongFileName{row->coordSys, satNum};
 }
 
 std::int32_t satNumFromFileName(std::string_view fileName, ReadingRules rules) noexcept {
@@ -95,7 +102,7 @@ std::int32_t satNumFromFileName(std::string_view fileName, ReadingRules rules) n
     if (!rules.has(Rule::NumberFromLongName)) {
         return readInteger(base.substr(0, 5), satNum) == ReadOutcome::Success ? satNum : kUncataloguedSatNum;
     }
-    if (const LongFileName name = longFileName(fileName); !name.number.empty()) return numberOfDigits(name.number);
+    if (const auto name = longFileName(fileName)) return name->satNum;
     const auto digits = std::min(base.find_first_not_of("0123456789"), base.size());
     satNum = numberOfDigits(base.substr(0, digits));
     return satNum >= 0 ? satNum : kUncataloguedSatNum;

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "CoreServices/Units.hpp"
@@ -107,12 +108,12 @@ std::int32_t satNumFromFileName(std::string_view fileName, ReadingRules rules = 
 constexpr std::int32_t kUncataloguedSatNum = 99999;
 
 // The first two fields of a file name TYPE_NUMBER_NAME_..., with TYPE being the name of a frame and NUMBER one to nine
-// digits; empty texts if the name has another form.
+// digits.
 struct LongFileName {
-    std::string_view type;
-    std::string_view number;
+    std::int32_t coordSys;
+    std::int32_t satNum;
 };
-LongFileName longFileName(std::string_view fileName) noexcept;
+std::optional<LongFileName> longFileName(std::string_view fileName) noexcept;
 
 // A whole text of one to nine digits as a number, -1 for any other text.
 std::int32_t numberOfDigits(std::string_view text) noexcept;

@@ -13,7 +13,7 @@ enum class Rule {
     BlockIsRecord,
     HeaderEndsBlock,
     FailedBlockIsRefused,
-    LinesAfterBlockAreTold,
+    LinesAfterBlockAreReported,
     SeamBeginsRecord,
     DroppedPointsAreCounted,
     ValuesAreFinite,
@@ -46,7 +46,7 @@ constexpr RuleRow kPracticalRules[] = {
      "ends the block before it; OWNER and OASYS are read from where they begin"},
     {Rule::FailedBlockIsRefused, "block that fails", "ends the load of its file",
      "is refused; reading continues at the header of the next block; status 2"},
-    {Rule::LinesAfterBlockAreTold, "lines after the end of a block that begin no other", "skipped, no message",
+    {Rule::LinesAfterBlockAreReported, "lines after the end of a block that begin no other", "skipped, no message",
      "skipped; the first of them is reported as a bad line"},
     {Rule::SeamBeginsRecord, "point at the time of the last one, with another state", "dropped",
      "begins the next record of the satellite if the record has at least four points and the next point is later; "

@@ -17,7 +17,7 @@
 
 namespace vorlandi {
 
-enum class Covariance { Wanted, NotWanted };
+enum class WithCovariance { Yes, No };
 
 // One number for each of N nodes. A lane rounds exactly as a single double does. The lanes that fill up to a power of
 // two are never read.
@@ -58,7 +58,7 @@ public:
         : states_(states), covariances_(covariances), leapTable_(&leapTable), leap_(&leapTable.atUtc(states[0].time)) {}
 
     [[gnu::always_inline]] inline void prepare() noexcept;
-    [[gnu::always_inline]] inline void answer(double t, Vorlanpoint& result, Covariance covariance) const noexcept;
+    [[gnu::always_inline]] inline void answer(double t, Vorlanpoint& result, WithCovariance covariance) const noexcept;
 
 private:
     struct Weights {
@@ -79,13 +79,13 @@ private:
     }
     [[gnu::always_inline]] inline void splitTimes() noexcept;
     [[gnu::always_inline]] inline void weigh(const Lanes<N>& dt, double product, Weights& weights,
-                                             Covariance covariance) const noexcept;
+                                             WithCovariance covariance) const noexcept;
     [[gnu::always_inline]] inline void addStates(const Weights& weights, Vorlanstate& result) const noexcept;
     [[gnu::always_inline]] inline void covarianceAt(double t, const Lanes<N>& weights,
                                                     PointCovariance& result) const noexcept;
     // Rare cases, out of line so that the usual one keeps its registers.
-    [[gnu::cold, gnu::noinline]] void giveNode(std::size_t i, Vorlanpoint& result,
-                                               Covariance covariance) const noexcept;
+    [[gnu::cold, gnu::noinline]] void returnNode(std::size_t i, Vorlanpoint& result,
+                                                 WithCovariance covariance) const noexcept;
     [[gnu::cold, gnu::noinline]] void scalarAt(double t, PointCovariance& result) const noexcept;
 
     const Vorlanstate* states_;
@@ -154,7 +154,7 @@ void HermiteNodes<N>::prepare() noexcept {
 // The weights of all nodes. dt: the request minus each node, s; product: of all of them.
 template <std::size_t N>
 void HermiteNodes<N>::weigh(const Lanes<N>& dt, double product, Weights& weights,
-                            Covariance covariance) const noexcept {
+                            WithCovariance covariance) const noexcept {
     Lanes<N> c = c_, cTimesSquare = cTimesSquare_;
     if (sumVanishes_) [[unlikely]] {
         for (std::size_t i = 0; i < N; ++i) {
@@ -175,7 +175,7 @@ void HermiteNodes<N>::weigh(const Lanes<N>& dt, double product, Weights& weights
     weights.positionDerivative = dt * a / squaredDenominator_;
     weights.velocityValue = ((2.0 * sum) * (dt + c) + 1.0) * a / cTimesSquare;
     weights.velocityDerivative = ((2.0 * sum) * dt + 1.0) * a / squaredDenominator_;
-    if (covariance == Covariance::Wanted) weights.lagrange = numerator / denominator_;
+    if (covariance == WithCovariance::Yes) weights.lagrange = numerator / denominator_;
 }
 
 // Position and velocity: the weighted sums over the nodes in their order, the axes side by side.
@@ -201,9 +201,9 @@ void HermiteNodes<N>::addStates(const Weights& weights, Vorlanstate& result) con
 }
 
 template <std::size_t N>
-void HermiteNodes<N>::giveNode(std::size_t i, Vorlanpoint& result, Covariance covariance) const noexcept {
+void HermiteNodes<N>::returnNode(std::size_t i, Vorlanpoint& result, WithCovariance covariance) const noexcept {
     static_cast<Vorlanstate&>(result) = states_[i];
-    if (covariance == Covariance::Wanted) {
+    if (covariance == WithCovariance::Yes) {
         static_cast<PointCovariance&>(result) = covariances_ != nullptr ? covariances_[i] : PointCovariance{};
     }
 }
@@ -217,7 +217,7 @@ void HermiteNodes<N>::scalarAt(double t, PointCovariance& result) const noexcept
 }
 
 template <std::size_t N>
-void HermiteNodes<N>::answer(double t, Vorlanpoint& result, Covariance covariance) const noexcept {
+void HermiteNodes<N>::answer(double t, Vorlanpoint& result, WithCovariance covariance) const noexcept {
     const SplitTai request = split(t);
     const Lanes<N> dt = (request.days - days_) * kSecondsPerDay + (request.seconds - seconds_);
     double product = dt[0];
@@ -227,7 +227,7 @@ void HermiteNodes<N>::answer(double t, Vorlanpoint& result, Covariance covarianc
     // A product that is not a number has hidden a zero.
     if (!(std::abs(product) > 0.0)) [[unlikely]] {
         for (std::size_t i = 0; i < N; ++i) {
-            if (dt[i] == 0.0) return giveNode(i, result, covariance);
+            if (dt[i] == 0.0) return returnNode(i, result, covariance);
         }
     }
     Weights weights;
@@ -236,7 +236,7 @@ void HermiteNodes<N>::answer(double t, Vorlanpoint& result, Covariance covarianc
     result.time = t;
     result.rev = 0;
     result.unused = 0;
-    if (covariance == Covariance::Wanted) covarianceAt(t, weights.lagrange, result);
+    if (covariance == WithCovariance::Yes) covarianceAt(t, weights.lagrange, result);
 }
 
 template <std::size_t N>

@@ -18,7 +18,7 @@ namespace vorlandi {
 FOR_EACH_INSTRUCTION_SET void HermiteWindow::prepare() noexcept { nodes_.prepare(); }
 
 FOR_EACH_INSTRUCTION_SET void HermiteWindow::answer(double t, Vorlanpoint& result,
-                                                    Covariance covariance) const noexcept {
+                                                    WithCovariance covariance) const noexcept {
     nodes_.answer(t, result, covariance);
 }
 
@@ -28,7 +28,7 @@ HermiteWindow::HermiteWindow(const Vorlanstate* states, const PointCovariance* c
     prepare();
 }
 
-void hermitevorlan(const HermiteWindow& window, double t, Vorlanpoint& result, Covariance covariance) noexcept {
+void hermitevorlan(const HermiteWindow& window, double t, Vorlanpoint& result, WithCovariance covariance) noexcept {
     window.answer(t, result, covariance);
 }
 

@@ -22,10 +22,10 @@ public:
 
 private:
     friend void hermitevorlan(const HermiteWindow& window, double t, Vorlanpoint& result,
-                              Covariance covariance) noexcept;
+                              WithCovariance covariance) noexcept;
 
     void prepare() noexcept;
-    void answer(double t, Vorlanpoint& result, Covariance covariance) const noexcept;
+    void answer(double t, Vorlanpoint& result, WithCovariance covariance) const noexcept;
 
     HermiteNodes<kNodes> nodes_;
 };
@@ -33,6 +33,6 @@ private:
 // The state at t (Ds50UTC) between the nodes, and its covariance if wanted; otherwise the covariance of `result` stays
 // as it is. Revolution number 0. A t equal to a node's time returns the whole node.
 void hermitevorlan(const HermiteWindow& window, double t, Vorlanpoint& result,
-                   Covariance covariance = Covariance::Wanted) noexcept;
+                   WithCovariance covariance = WithCovariance::Yes) noexcept;
 
 }  // namespace vorlandi

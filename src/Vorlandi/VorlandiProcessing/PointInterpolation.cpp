@@ -50,10 +50,10 @@ void prefetchLines(const void* begin, std::size_t size) noexcept {
     asm volatile("");  // GCC drops calls of a function that does nothing but prefetch
 }
 
-void prefetchWindow(const PointArray& points, std::int32_t guess, Covariance covariance) noexcept {
+void prefetchWindow(const PointArray& points, std::int32_t guess, WithCovariance covariance) noexcept {
     const std::int32_t first = std::clamp(guess, 2, points.count() - 2) - 2;
     prefetchLines(points.states() + first, kWindow * sizeof(Vorlanstate));
-    if (covariance == Covariance::Wanted && points.covariances() != nullptr) {
+    if (covariance == WithCovariance::Yes && points.covariances() != nullptr) {
         prefetchLines(points.covariances() + first, kWindow * sizeof(PointCovariance));
     }
 }
@@ -110,12 +110,12 @@ std::int32_t lastEarly(std::int32_t lo, std::int32_t hi, std::int32_t guess, std
 
 }  // namespace
 
-void prefetchPoints(const Vorlanrecord& record, double ds50UTC, Covariance covariance) noexcept {
+void prefetchPoints(const Vorlanrecord& record, double ds50UTC, WithCovariance covariance) noexcept {
     const PointArray& points = record.points;
     if (points.count() >= kWindow) prefetchWindow(points, EvenSpacing(points).pointBefore(ds50UTC), covariance);
 }
 
-void PointInterpolator::prefetch(double ds50UTC, Covariance covariance) const noexcept {
+void PointInterpolator::prefetch(double ds50UTC, WithCovariance covariance) const noexcept {
     if (points_.count() >= kWindow) prefetchWindow(points_, evenSpacing_.pointBefore(ds50UTC), covariance);
 }
 
@@ -170,7 +170,8 @@ std::int32_t PointInterpolator::coincident(std::int32_t first, std::int32_t last
 }
 
 [[gnu::always_inline]] inline std::int32_t PointInterpolator::interpolate(double t, Vorlanpoint& result,
-                                                                          MessageText& message, Covariance covariance) {
+                                                                          MessageText& message,
+                                                                          WithCovariance covariance) {
     const std::int32_t lo = lastEarlier(t);
     const std::int32_t last = std::min(std::max(lo - 1, 1) + kWindow - 1, points_.count());
     const std::int32_t first = last - (kWindow - 1);
@@ -193,7 +194,7 @@ std::int32_t PointInterpolator::coincident(std::int32_t first, std::int32_t last
 }
 
 std::int32_t PointInterpolator::InterpolateEP(double ds50TAI, Vorlanpoint& result, MessageText& message,
-                                              Covariance covariance) {
+                                              WithCovariance covariance) {
     const double t = tai2utc(ds50TAI, leapTable_);
     const std::int32_t n = points_.count();
     if (n == 1) {

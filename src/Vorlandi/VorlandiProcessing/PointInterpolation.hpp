@@ -45,17 +45,17 @@ public:
     // The state at a time on the TAI scale (days since 1950). Returns kSuccess; or kFailure with the reason in
     // `message`, which the caller logs, and a point of zeros. A record with one point returns it for every time; one
     // with two or three points answers only at their times. If no covariance is wanted, the point's is unspecified.
-    std::int32_t InterpolateEP(double ds50TAI, Vorlanpoint& point, MessageText& message, Covariance covariance);
+    std::int32_t InterpolateEP(double ds50TAI, Vorlanpoint& point, MessageText& message, WithCovariance covariance);
 
     // Prefetches the points of a coming request, unless they are less than two windows from the present ones: then they
     // are already in the cache, or the hardware prefetches them.
-    void prefetchAhead(double present, double coming, Covariance covariance) const noexcept {
+    void prefetchAhead(double present, double coming, WithCovariance covariance) const noexcept {
         if (evenSpacing_.pointsBetween(present, coming) > 2 * HermiteWindow::kNodes) prefetch(coming, covariance);
     }
 
 private:
-    void prefetch(double ds50UTC, Covariance covariance) const noexcept;
-    std::int32_t interpolate(double t, Vorlanpoint& point, MessageText& message, Covariance covariance);
+    void prefetch(double ds50UTC, WithCovariance covariance) const noexcept;
+    std::int32_t interpolate(double t, Vorlanpoint& point, MessageText& message, WithCovariance covariance);
     std::int32_t lastEarlier(double t) const noexcept;
     bool isLastEarlier(std::int32_t lo, double t) const noexcept;
     std::int32_t revolutionOf(const Vorlanstate& interpolated) const noexcept;
@@ -75,7 +75,7 @@ private:
 };
 
 // Prefetches the points around a coming request; exact when points are evenly spaced.
-void prefetchPoints(const Vorlanrecord& record, double ds50UTC, Covariance covariance) noexcept;
+void prefetchPoints(const Vorlanrecord& record, double ds50UTC, WithCovariance covariance) noexcept;
 
 // The revolution number of point a if point b has the number `rev`: one more if the orbit crosses the equator northward
 // from b to a, one less if it does so from a to b. Wraps at 100000 and keeps the sign.

@@ -17,7 +17,6 @@ namespace vorlandi {
 namespace {
 
 constexpr std::string_view kName = "ReadDCEBinary";
-constexpr double kDayZeroOf1970 = clocka(0.0, 1970);  // Ds50UTC of day 0.0 of the file's times
 
 // Bytes of the payloads
 constexpr std::size_t kTitleSize = 24;

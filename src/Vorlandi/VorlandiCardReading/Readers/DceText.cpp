@@ -7,7 +7,6 @@ namespace vorlandi {
 namespace {
 
 constexpr std::string_view kName = "ReadDCEText";
-constexpr double kDayZeroOf1970 = clocka(0.0, 1970);  // Ds50UTC of day 0.0 of the file's times
 
 // Two integers, a real, the time, the state (km, km/s), four reals. All must be numbers; time and state are
 // used.

@@ -18,18 +18,9 @@ constexpr std::size_t kTimeDigits = 13;  // YYYYDDDHHMMSS
 // The lower triangle, row by row, seven numbers per line
 constexpr std::size_t kNumbersPerLine = 7;
 
-struct FrameType {
-    std::string_view type;  // of a long file name
-    std::int32_t coordSys;
-};
-constexpr FrameType kFrameTypes[] = {{"MEME", kJ2k}, {"TEME", kEci}, {"EFG", kEfg}, {"ITRF", kEcr}, {"ECR", kEcr}};
-
 std::int32_t frameOf(std::string_view fileName) noexcept {
-    const std::string_view type = longFileName(fileName).type;
-    for (const FrameType& row : kFrameTypes) {
-        if (row.type == type) return row.coordSys;
-    }
-    return kJ2k;
+    const auto name = longFileName(fileName);
+    return name ? name->coordSys : kJ2k;
 }
 
 constexpr bool isRotating(std::int32_t coordSys) noexcept { return coordSys == kEfg || coordSys == kEcr; }

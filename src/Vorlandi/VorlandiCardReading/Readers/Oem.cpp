@@ -198,7 +198,6 @@ void OemBlock::readEntry(const OemEntry& entry) {
         case Section::RefusedData:
             return;
     }
-    constexpr std::size_t kShown = 40;
     skip(MessageText(entry.key.substr(0, kShown)) << " is not read here");
 }
 
@@ -280,12 +279,11 @@ void OemBlock::refuseSegment(std::string_view reason, Section next) {
 void OemBlock::noteObject() {
     const OemObject& object = metadata_.object();
     if (std::exchange(objectIsNoted_, true) || !object.isKnown()) return;
-    const bool isTold = isUnnumbered_ && otherObject_;
+    const bool wasReported = isUnnumbered_ && otherObject_;
     if (!object_) object_ = object;
     if (!otherObject_ && object.differsFrom(*object_)) otherObject_ = object;
     isUnnumbered_ = isUnnumbered_ || numberOf(object) < 0;
-    if (isTold || !isUnnumbered_ || !otherObject_) return;
-    constexpr std::size_t kShown = 40;
+    if (wasReported || !isUnnumbered_ || !otherObject_) return;
     tracelogerror(reasonAt(input_.place(), kName,
                            MessageText("segments name different objects, ")
                                << object_->text().substr(0, kShown) << " and " << otherObject_->text().substr(0, kShown)

@@ -118,7 +118,6 @@ void OemCovariances::attach() {
 void OemCovariances::leaveOut() {
     if (isWord(leftOut_, frame_)) return;
     leftOut_ = frame_;
-    constexpr std::size_t kShown = 40;
     MessageText reason("covariances with COV_REF_FRAME ");
     reason << std::string_view(frame_).substr(0, kShown) << " are left out; those in the frame of the states";
     for (const AxesName& row : kAxes)

@@ -50,7 +50,6 @@ std::optional<Meaning> meaningOf(const Named<Meaning> (&table)[N], std::string_v
 // "REF_FRAME TOD is not read; EME2000, ... and ITRF are."
 template <class Meaning, std::size_t N>
 MessageText notRead(std::string_view key, std::string_view value, const Named<Meaning> (&table)[N]) noexcept {
-    constexpr std::size_t kShown = 40;  // characters of the value
     MessageText text(key);
     if (value.empty()) {
         text << " is missing; ";
@@ -75,11 +74,6 @@ bool isFrameWithYear(std::string_view name) noexcept {
 }
 
 }  // namespace
-
-bool isWord(std::string_view text, std::string_view word) noexcept {
-    return std::equal(text.begin(), text.end(), word.begin(), word.end(),
-                      [](char a, char b) { return touppercase(a) == touppercase(b); });
-}
 
 OemEntry oemEntry(std::string_view text) noexcept {
     const std::string_view key = text.substr(0, text.find_first_of(" \t="));

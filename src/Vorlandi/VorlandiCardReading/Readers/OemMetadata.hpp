@@ -11,8 +11,8 @@
 
 namespace vorlandi {
 
-// Texts that are equal in any letter case.
-bool isWord(std::string_view text, std::string_view word) noexcept;
+// Characters of a value that messages show.
+constexpr std::size_t kShown = 40;
 
 // A line "KEY = value", or one that begins with a word.
 struct OemEntry {

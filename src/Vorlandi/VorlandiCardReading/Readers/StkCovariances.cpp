@@ -67,7 +67,7 @@ void Covariances::readLine(std::string_view text, const StateSystem* states) {
     }
     // Numbers left on its last line mean that some were missing before: they belong to another covariance.
     double further = 0.0;
-    bad_ = bad_ || (!list.slashMet() && list.next(further) == ReadOutcome::Success);
+    bad_ = bad_ || (!list.endedBySlash() && list.next(further) == ReadOutcome::Success);
     complete(states);
 }
 

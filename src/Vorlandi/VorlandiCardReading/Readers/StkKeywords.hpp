@@ -64,12 +64,6 @@ constexpr Named<Setting> kSettings[] = {
     {"BlockingFactor", Setting::NotNeeded},
 };
 
-// Are these the same word?
-constexpr bool isWord(std::string_view text, std::string_view word) noexcept {
-    return std::equal(text.begin(), text.end(), word.begin(), word.end(),
-                      [](char a, char b) { return touppercase(a) == touppercase(b); });
-}
-
 template <class Value, std::size_t N>
 const Named<Value>* find(const Named<Value> (&table)[N], std::string_view word) noexcept {
     const auto* const found = std::find_if(std::begin(table), std::end(table),

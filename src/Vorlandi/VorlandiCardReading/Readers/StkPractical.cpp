@@ -310,7 +310,8 @@ void StkBlock::readBoundaries(std::string_view text) {
     for (double seconds = 0.0;;) {
         const ReadOutcome outcome = list.next(seconds);
         if (outcome == ReadOutcome::EndOfData) return;
-        if (outcome == ReadOutcome::Error || list.slashMet()) return skip("a segment boundary is a number of seconds.");
+        if (outcome == ReadOutcome::Error || list.endedBySlash())
+            return skip("a segment boundary is a number of seconds.");
         boundaries_.push_back({seconds, input_.place().number});
     }
 }
