@@ -15,7 +15,7 @@ class OutputClosed {};
 class OutputError : public std::runtime_error {
 public:
     OutputError(std::string_view name, int error) : OutputError(name, std::strerror(error)) {}
-    OutputError(std::string_view name, const char* reason) : std::runtime_error(reason), name_(name) {}
+    OutputError(std::string_view name, const std::string& reason) : std::runtime_error(reason), name_(name) {}
 
     const std::string& name() const { return name_; }
 
