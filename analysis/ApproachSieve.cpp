@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "analysis/TwoBodyOrbit.hpp"
 
@@ -10,6 +11,8 @@ namespace {
 
 constexpr double kJ2 = 1.0826e-3;
 constexpr double kLeastRadius_km = 1000.0;
+// Satellites that depart farther from their orbits are compared with all others, so that the cells stay small.
+constexpr double kWild_km = 50.0;
 // Of sun and moon at three times the distance of geostationary satellites, and of drag and manoeuvres at low thrust.
 constexpr double kOtherForces_km_s2 = 1e-7;
 
@@ -29,6 +32,8 @@ constexpr std::uint64_t kLayer = kRow << kBits;
 // Half of the rows around one: the other half has it as a neighbour.
 constexpr std::array<std::uint64_t, 4> kRowsAhead = {kRow, kLayer - kRow, kLayer, kLayer + kRow};
 
+bool isWild(const SievedState& state) { return !(state.excess <= kWild_km); }
+
 }  // namespace
 
 SievedState::SievedState(std::size_t index, const Vector& position_km, const Vector& velocity_km_s)
@@ -45,15 +50,20 @@ SievedState::SievedState(std::size_t index, const Vector& position_km, const Vec
     perturbation = 3.0 * kJ2 * kMu_km3_s2 * std::pow(kEarthRadius_km / (r * r), 2) + kOtherForces_km_s2;
 }
 
+double SievedState::departure_km(const Vector& position_km, double seconds) const noexcept {
+    const double t = seconds;
+    return (position_km - position - t * (velocity + t / 2.0 * (acceleration + t / 3.0 * jerk))).norm();
+}
+
 // Two satellites in cells that don't touch are farther apart than this, and can't meet within half a step.
 double ApproachSieve::cellEdge_km(const std::vector<SievedState>& states) const noexcept {
     double travel_km = 0.0;
     for (const SievedState& state : states) {
+        if (isWild(state)) continue;
         const double t = halfStep_s_;
-        travel_km = std::max(travel_km,
-                             t * (state.velocity.norm() + t / 2.0 *
-                                                              (state.acceleration.norm() + state.perturbation +
-                                                               t / 3.0 * (state.jerk.norm() + t / 4.0 * state.snap))));
+        const double accelerated =
+            state.acceleration.norm() + state.perturbation + t / 3.0 * (state.jerk.norm() + t / 4.0 * state.snap);
+        travel_km = std::max(travel_km, state.excess + t * (state.velocity.norm() + t / 2.0 * accelerated));
     }
     return within_km_ + 2.0 * travel_km;
 }
@@ -61,6 +71,7 @@ double ApproachSieve::cellEdge_km(const std::vector<SievedState>& states) const 
 void ApproachSieve::sortIntoCells(const std::vector<SievedState>& states, double edge_km) {
     cells_.clear();
     for (std::size_t i = 0; i < states.size(); ++i) {
+        if (isWild(states[i])) continue;
         const Vector& position = states[i].position;
         cells_.push_back({coordinate(position.x(), edge_km) + kRow * coordinate(position.y(), edge_km) +
                               kLayer * coordinate(position.z(), edge_km),
@@ -72,9 +83,19 @@ void ApproachSieve::sortIntoCells(const std::vector<SievedState>& states, double
 // How far the distance of two satellites can depart from straight, uniform motion within half a step.
 double ApproachSieve::departure_km(const SievedState& a, const SievedState& b) const noexcept {
     const double t = halfStep_s_;
-    return t * t / 2.0 *
-           ((a.acceleration - b.acceleration).norm() + a.perturbation + b.perturbation +
-            t / 3.0 * ((a.jerk - b.jerk).norm() + t / 4.0 * (a.snap + b.snap)));
+    return a.excess + b.excess +
+           t * t / 2.0 *
+               ((a.acceleration - b.acceleration).norm() + a.perturbation + b.perturbation +
+                t / 3.0 * ((a.jerk - b.jerk).norm() + t / 4.0 * (a.snap + b.snap)));
+}
+
+void ApproachSieve::testWild(const std::vector<SievedState>& states) {
+    reach2_km2_ = std::numeric_limits<double>::infinity();
+    for (std::size_t i = 0; i < states.size(); ++i) {
+        if (!isWild(states[i])) continue;
+        for (std::size_t j = 0; j < states.size(); ++j)
+            if (j > i || !isWild(states[j])) test(states[i], states[j]);
+    }
 }
 
 void ApproachSieve::test(const SievedState& a, const SievedState& b) {
@@ -108,6 +129,7 @@ const std::vector<ApproachSieve::Pair>& ApproachSieve::candidates(const std::vec
                 test(state, states[cells_[j].state]);
         }
     }
+    testWild(states);
     return candidates_;
 }
 

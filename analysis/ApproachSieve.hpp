@@ -15,13 +15,17 @@ namespace vorlandi::analysis {
 struct SievedState {
     SievedState(std::size_t satellite, const Vector& position_km, const Vector& velocity_km_s);
 
+    // How far a position some seconds after the sample is from where the motion would have brought the satellite.
+    double departure_km(const Vector& position_km, double seconds) const noexcept;
+
     std::size_t satellite;
     Vector position;
     Vector velocity;
     Vector acceleration;  // of the two-body orbit, as is the jerk
     Vector jerk;
     double snap;          // an upper limit of the next derivative
-    double perturbation;  // an upper limit of the accelerations not in the two-body orbit
+    double perturbation;  // an upper limit of the natural accelerations not in the two-body orbit
+    double excess = 0.0;  // the largest departure found, by thrust or faults of the data; counts in full
 };
 
 class ApproachSieve {
@@ -43,12 +47,13 @@ private:
 
     double cellEdge_km(const std::vector<SievedState>& states) const noexcept;
     void sortIntoCells(const std::vector<SievedState>& states, double edge_km);
+    void testWild(const std::vector<SievedState>& states);
     void test(const SievedState& a, const SievedState& b);
     double departure_km(const SievedState& a, const SievedState& b) const noexcept;
 
     double within_km_;
     double halfStep_s_;
-    double reach2_km2_ = 0.0;  // pairs farther apart than the edge of a cell are ruled out at once
+    double reach2_km2_ = 0.0;  // pairs in cells that are farther apart than the edge of a cell are ruled out at once
     std::vector<Cell> cells_;
     std::vector<Pair> candidates_;
 };

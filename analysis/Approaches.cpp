@@ -142,6 +142,10 @@ double answeredShare(const Satellite& satellite, const std::vector<Piece>& piece
     return wanted_s > 0.0 ? answered_s / wanted_s : 0.0;
 }
 
+bool areComparable(const Member& a, const Member& b, bool sameNumber) {
+    return (a.isWanted || b.isWanted) && (sameNumber || a.number != b.number || !isName(a.number));
+}
+
 // The search among the satellites of one frame. Each thread has its own.
 class Search {
 public:
@@ -155,15 +159,33 @@ public:
         for (const auto& [a, b] : sieve_.candidates(sample_)) {
             const Member& first = fleet_.members[a];
             const Member& second = fleet_.members[b];
-            const bool same = first.number == second.number && isName(first.number);
-            const bool isWanted = first.isWanted || second.isWanted;
-            if (isWanted && (!same || options_.sameNumber)) examinePair(first, second, found);
+            if (areComparable(first, second, options_.sameNumber)) examinePair(first, second, found);
         }
     }
 
 private:
     // A satellite whose states begin or end near the sample is propagated along its orbit from there.
     void takeSample(Ds50 time) {
+        findPresent();
+        takeStates(time);
+        sample_.clear();
+        origins_.clear();
+        for (std::size_t i = 0; i < present_.size(); ++i) {
+            const auto [member, piece] = present_[i];
+            State state = states_[i];
+            if (codes_[i] != 0)
+                state = time < piece->span.first ? piece->atFirst.at(seconds(piece->span.first, time))
+                                                 : piece->atLast.at(seconds(piece->span.last, time));
+            state = onInertialAxes(state, fleet_.motion);
+            if (!positionOf(state).allFinite() || !velocityOf(state).allFinite()) continue;
+            sample_.emplace_back(member, positionOf(state), velocityOf(state));
+            origins_.push_back(i);
+        }
+        for (const Ds50 border : {window_.first, window_.last})
+            takeDepartures(time, border);
+    }
+
+    void findPresent() {
         present_.clear();
         satellites_.clear();
         for (const Member& member : fleet_.members)
@@ -173,19 +195,31 @@ private:
                     satellites_.push_back(member.satellite);
                     break;
                 }
+    }
+
+    void takeStates(Ds50 time) {
         states_.resize(satellites_.size());
         codes_.resize(satellites_.size());
         try_states(satellites_, time, states_, codes_);
-        sample_.clear();
-        for (std::size_t i = 0; i < present_.size(); ++i) {
-            const auto [member, piece] = present_[i];
-            State state = states_[i];
-            if (codes_[i] != 0)
-                state = time < piece->span.first ? piece->atFirst.at(seconds(piece->span.first, time))
-                                                 : piece->atLast.at(seconds(piece->span.last, time));
-            state = onInertialAxes(state, fleet_.motion);
-            if (positionOf(state).allFinite() && velocityOf(state).allFinite())
-                sample_.emplace_back(member, positionOf(state), velocityOf(state));
+    }
+
+    // How far the states at a border of the window, or where they begin or end in it, depart from the orbits.
+    void takeDepartures(Ds50 time, Ds50 border) {
+        takeStates(border);
+        for (std::size_t k = 0; k < sample_.size(); ++k) {
+            const Piece& piece = *present_[origins_[k]].second;
+            std::optional<State> state = states_[origins_[k]];
+            Ds50 there = border;
+            if (border < piece.span.first || piece.span.last < border) {
+                there = border < piece.span.first ? piece.span.first : piece.span.last;
+                state = stateOf(satellites_[origins_[k]], there);
+            } else if (codes_[origins_[k]] != 0) {
+                state.reset();
+            }
+            if (!state) continue;
+            const double after_s = seconds(time, there);
+            const Vector position = positionOf(onInertialAxes(*state, fleet_.motion, after_s));
+            sample_[k].excess = std::max(sample_[k].excess, sample_[k].departure_km(position, after_s));
         }
     }
 
@@ -212,7 +246,7 @@ private:
                 const Ds50 root = nearest(a, b, from, rateBefore, to, rateAfter);
                 const bool isEnd = root.days - common.first.days < kMicrosecond_days ||
                                    common.last.days - root.days < kMicrosecond_days;
-                if (!isEnd) describe(a, b, root, false, found);
+                if (!isEnd && isDeep(a, b, from, root, to)) describe(a, b, root, false, found);
             }
             from = to;
             rateBefore = rateAfter;
@@ -250,6 +284,18 @@ private:
             }
         }
         return high;
+    }
+
+    // Whether a minimum is more than the rounding of a distance that stays the same.
+    static bool isDeep(const Member& a, const Member& b, Ds50 before, Ds50 root, Ds50 after) {
+        constexpr double kLeastDepth_km = 1e-9;
+        return std::max(distance_km(a, b, before), distance_km(a, b, after)) - distance_km(a, b, root) > kLeastDepth_km;
+    }
+
+    static double distance_km(const Member& a, const Member& b, Ds50 time) {
+        const std::optional<State> ofA = stateOf(a.satellite, time);
+        const std::optional<State> ofB = stateOf(b.satellite, time);
+        return ofA && ofB ? (positionOf(*ofB) - positionOf(*ofA)).norm() : 0.0;
     }
 
     void describe(const Member& a, const Member& b, Ds50 time, bool atEnd, std::vector<Approach>& found) const {
@@ -292,6 +338,7 @@ private:
     std::vector<State> states_;
     std::vector<std::int32_t> codes_;
     std::vector<SievedState> sample_;
+    std::vector<std::size_t> origins_;  // of the sampled ones, among those present
 };
 
 // Each thread takes the next sample.
@@ -327,7 +374,7 @@ void searchFleet(const Fleet& fleet, const ApproachOptions& options, std::vector
     }
 }
 
-// Pairs of different frames, without those with the same number.
+// Pairs of different frames, without those with the same number, and pairs with the same number.
 class FramePairs {
 public:
     void add(std::int32_t number, Frame frame) {
@@ -340,6 +387,15 @@ public:
         if (!sameNumber)
             for (const auto& [number, frames] : byNumber_)
                 pairs -= across(frames);
+        return pairs;
+    }
+
+    // Of one frame.
+    std::uint64_t countOfSameNumber() const {
+        std::uint64_t pairs = 0;
+        for (const auto& [number, frames] : byNumber_)
+            for (const auto& [frame, count] : frames)
+                pairs += count * (count - 1) / 2;
         return pairs;
     }
 
@@ -359,6 +415,24 @@ private:
     Counts byFrame_;
     std::map<std::int32_t, Counts> byNumber_;
 };
+
+// Whether two members that are compared have states at a common time. Pieces that begin while others last are met in
+// the order of time; most fleets have such a pair at once.
+bool anyCompared(const Fleet& fleet, bool sameNumber) {
+    std::vector<std::pair<Span, const Member*>> pieces;
+    for (const Member& member : fleet.members)
+        for (const Piece& piece : member.pieces)
+            pieces.emplace_back(piece.span, &member);
+    std::sort(pieces.begin(), pieces.end(), [](const auto& x, const auto& y) { return x.first.first < y.first.first; });
+    std::vector<std::pair<Span, const Member*>> lasting;
+    for (const auto& [span, member] : pieces) {
+        std::erase_if(lasting, [&](const auto& earlier) { return !(span.first < earlier.first.last); });
+        for (const auto& earlier : lasting)
+            if (earlier.second != member && areComparable(*earlier.second, *member, sameNumber)) return true;
+        lasting.emplace_back(span, member);
+    }
+    return false;
+}
 
 }  // namespace
 
@@ -388,8 +462,11 @@ Approaches findApproaches(std::span<const Satellite> satellites, const ApproachO
         fleet.members.push_back({i, satellite, number, isWanted, std::move(pieces)});
     }
     result.pairsAcrossFrames = pairs.count(options.sameNumber) - unwantedPairs.count(options.sameNumber);
-    for (const auto& [frame, fleet] : fleets)
+    if (!options.sameNumber) result.pairsOfSameNumber = pairs.countOfSameNumber() - unwantedPairs.countOfSameNumber();
+    for (const auto& [frame, fleet] : fleets) {
+        result.anyCompared = result.anyCompared || anyCompared(fleet, options.sameNumber);
         searchFleet(fleet, options, result.events);
+    }
     std::sort(result.events.begin(), result.events.end(), [](const Approach& x, const Approach& y) {
         return std::tie(x.time, x.a, x.b) < std::tie(y.time, y.a, y.b);
     });

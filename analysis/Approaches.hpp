@@ -43,15 +43,19 @@ struct Approaches {
     std::vector<Approach> events;                // by time
     std::vector<double> answered;                // of each satellite, the part of its span in the range that has states
     std::uint64_t pairsAcrossFrames = 0;         // not compared; pairs with the same number don't count
+    std::uint64_t pairsOfSameNumber = 0;         // not compared, in one frame
+    bool anyCompared = false;                    // whether two satellites that are compared have a common time
     std::vector<std::size_t> inUnknownFrames{};  // satellites whose axes are not known: not compared
 };
 
 // Compares satellites of the same frame, ECI, J2K, EFG or ECR. Numbers 0 and 99999 don't identify a satellite:
 // satellites that have them are compared with each other. A satellite takes part where it has interpolated states.
-// At most one minimum of each distance is found within a quarter of a step.
+// At most one minimum of each distance is found within a quarter of a step; minima less than a micrometre deep are
+// rounding and don't count.
 //
 // The states of all satellites at every step are sorted into cells; neighbours whose straight relative motion, with a
-// bound for its curvature, may bring them near enough are examined in detail.
+// bound for its curvature, may bring them near enough are examined in detail. The bound holds for natural forces; to it
+// is added how far states half a step before and after depart from the orbit, as under thrust.
 //
 // Throws Error if a satellite has gone.
 Approaches findApproaches(std::span<const Satellite> satellites, const ApproachOptions& options = {});

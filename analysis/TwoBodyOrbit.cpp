@@ -80,8 +80,11 @@ Motion motionOf(Frame frame) noexcept {
     return Motion::Unknown;
 }
 
-State onInertialAxes(State state, Motion motion) noexcept {
-    if (motion == Motion::Rotating) state.velocity_km_s = arrayOf(withRotation(state, 1.0));
+State onInertialAxes(State state, Motion motion, double seconds) noexcept {
+    if (motion == Motion::Rotating) {
+        state.velocity_km_s = arrayOf(withRotation(state, 1.0));
+        turnAxes(state, -kEarthRotation_rad_s * seconds);
+    }
     return state;
 }
 

@@ -17,8 +17,8 @@ enum class Motion { Inertial, Rotating, Unknown };
 
 Motion motionOf(Frame frame) noexcept;
 
-// The state on the inertial axes that coincide with the frame's at its time.
-State onInertialAxes(State state, Motion motion) noexcept;
+// The state on the inertial axes that coincide with the frame's some seconds before the state's time.
+State onInertialAxes(State state, Motion motion, double seconds = 0.0) noexcept;
 
 // In rotating axes the orbit is on the inertial axes that coincide with them at the state's time.
 class TwoBodyOrbit {

@@ -63,6 +63,10 @@ void reportLeftOut(const ApproachesReport& report, const Span& range, Console& c
     if (approaches.pairsAcrossFrames > 0)
         console.warning("", fmt::format("{} in different frames and not compared",
                                         analysis::countIsText(approaches.pairsAcrossFrames, "pair")));
+    if (approaches.pairsOfSameNumber > 0)
+        console.warning("",
+                        fmt::format("{} of records with the same number and not compared; --same-number compares them",
+                                    analysis::countIsText(approaches.pairsOfSameNumber, "pair")));
     Quota unknown(console);
     for (const std::size_t i : approaches.inUnknownFrames)
         if (unknown.admits())
@@ -117,9 +121,9 @@ ExitStatus runApproaches(const CLI::App& command, ApproachesCommandOptions& opti
     console.clearProgress();
     reportLeftOut(report, options.search.range, console);
     reportGaps(report.satellites, console);
-    const auto& answered = report.approaches.answered;
-    if (std::count_if(answered.begin(), answered.end(), [](double share) { return share > 0.0; }) < 2) {
-        console.error("", "there are no two satellites with states to compare");
+    if (!report.approaches.anyCompared) {
+        console.error("",
+                      "there are no two satellites of one frame and different numbers with states at a common time");
         couldLook = false;
     }
     write(report, options);

@@ -72,7 +72,8 @@ void printApproachesJson(const ApproachesReport& report, Output& output) {
     });
     output.write(",\"approaches\":");
     printJsonArray(report.approaches.events, output, [&](const Approach& event) { printJson(event, report, output); });
-    output.print(",\"pairs_across_frames\":{}}}\n", report.approaches.pairsAcrossFrames);
+    output.print(",\"pairs_across_frames\":{},\"pairs_of_same_number\":{}}}\n", report.approaches.pairsAcrossFrames,
+                 report.approaches.pairsOfSameNumber);
 }
 
 }  // namespace vorlandi::cli

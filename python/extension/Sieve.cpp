@@ -12,6 +12,8 @@ namespace {
 
 using analysis::SievedState;
 
+constexpr std::size_t kNumbers = 7;  // of a sample: its state, and how far the satellite departs from that orbit
+
 State stateAt(const double* row) { return {{row[0], row[1], row[2]}, {row[3], row[4], row[5]}}; }
 
 // The states of a row each some seconds later along its orbit, on axes that don't rotate; NaN stays NaN.
@@ -33,9 +35,28 @@ Doubles propagated(const Doubles& states, const Doubles& seconds, bool isRotatin
     return results;
 }
 
+// How far states some seconds after samples (states and departures so far, shape (n, 7)) are from the samples' orbits;
+// NaN where there is no state.
+Doubles departures(const Doubles& samples, const Doubles& states, const Doubles& seconds, bool isRotating) {
+    const auto motion = isRotating ? analysis::Motion::Rotating : analysis::Motion::Inertial;
+    const auto count = static_cast<std::size_t>(seconds.size());
+    auto results = newArray<double>({count});
+    double* const result = results.mutable_data();
+    withoutLock(count, [&] {
+        for (std::size_t i = 0; i < count; ++i) {
+            const State sample = stateAt(samples.data() + kNumbers * i);
+            const double after = seconds.data()[i];
+            const State later = analysis::onInertialAxes(stateAt(states.data() + 6 * i), motion, after);
+            result[i] = SievedState(i, analysis::positionOf(sample), analysis::velocityOf(sample))
+                            .departure_km(analysis::positionOf(later), after);
+        }
+    });
+    return results;
+}
+
 using Candidate = std::array<std::int64_t, 3>;  // two satellites and a step
 
-// The candidates of all steps of a slab, shape (satellites, steps, 6). A satellite is absent where its state is NaN.
+// The candidates of all steps of a slab, shape (satellites, steps, 7): states and departures. A satellite is absent where its state is NaN.
 std::vector<Candidate> candidatesOf(const Doubles& slab, std::int64_t firstStep, const std::int64_t* numbers,
                                     double within_km, double halfStep_s) {
     const auto satellites = static_cast<std::size_t>(slab.shape(0));
@@ -46,10 +67,13 @@ std::vector<Candidate> candidatesOf(const Doubles& slab, std::int64_t firstStep,
     for (std::size_t step = 0; step < steps; ++step) {
         states.clear();
         for (std::size_t i = 0; i < satellites; ++i) {
-            const State state = stateAt(slab.data() + 6 * (i * steps + step));
+            const double* const row = slab.data() + kNumbers * (i * steps + step);
+            const State state = stateAt(row);
             const analysis::Vector position = analysis::positionOf(state);
             const analysis::Vector velocity = analysis::velocityOf(state);
-            if (position.allFinite() && velocity.allFinite()) states.emplace_back(i, position, velocity);
+            if (!position.allFinite() || !velocity.allFinite()) continue;
+            states.emplace_back(i, position, velocity);
+            states.back().excess = row[6];
         }
         for (const auto& [a, b] : sieve.candidates(states))
             if (numbers[a] != numbers[b] || numbers[a] < 0)
@@ -78,6 +102,7 @@ Array<std::int64_t> sieve(const Doubles& slab, std::int64_t firstStep, const Arr
 void addSieve(py::module_& module) {
     const auto as = [](const char* name) { return py::arg(name).noconvert(); };
     module.def("propagated", &propagated, as("states"), as("seconds"), as("rotating"));
+    module.def("departures", &departures, as("samples"), as("states"), as("seconds"), as("rotating"));
     module.def("sieve", &sieve, as("slab"), py::arg("first_step"), as("numbers"), py::arg("within_km"),
                py::arg("half_step_s"));
 }

@@ -63,7 +63,7 @@ class _Block:
 
 def _sampled(opened: Opened, search: _Search, first: int, count: int) -> Floats:
     steps = search.steps.some(first, count)
-    samples = np.empty((len(opened.part), count, 6))
+    samples = np.empty((len(opened.part), count, _sieve.SAMPLE_SIZE))
     for at, satellite in enumerate(CACHE.satellites(opened.part)):
         assert satellite is not None
         samples[at] = _sieve.sample(satellite, steps, search.is_rotating)
@@ -124,10 +124,10 @@ def _samples(rows: Any, search: _Search) -> list[Any]:
     opened = opening(parts, token)
     chunks = {(name, i, j, 0): (_sampled, source, search, *lot)
               for i, source in enumerate(opened) for j, lot in enumerate(lots)}
-    sizes = (tuple(len(part) for part in parts), tuple(steps for _, steps in lots), (6,))
+    sizes = (tuple(len(part) for part in parts), tuple(steps for _, steps in lots), (_sieve.SAMPLE_SIZE,))
     graph = HighLevelGraph.from_collections(name, {**opened, **chunks})
     samples = dask.array.Array(graph, name, sizes, dtype=np.float64)
-    slabs: list[Any] = samples.rechunk((len(rows), _STEPS_PER_SLAB, 6)).to_delayed().ravel().tolist()
+    slabs: list[Any] = samples.rechunk((len(rows), _STEPS_PER_SLAB, _sieve.SAMPLE_SIZE)).to_delayed().ravel().tolist()
     return slabs
 
 
@@ -183,7 +183,7 @@ def close_approaches(index: Any, start: OneTime | None = None, stop: OneTime | N
     -----
     States at every step are taken where the files are, then turned to slabs of an hour that hold all satellites, and
     sieved there. The pairs that are left are examined by `analysis.approaches` within the steps in question, on
-    workers that load their files again if need be. The states of all steps are in the workers' memory meanwhile, 48
+    workers that load their files again if need be. The states of all steps are in the workers' memory meanwhile, 56
     bytes each.
     """
     search = _search(index, start, stop, within_km, step_s)

@@ -21,6 +21,7 @@ Integers = NDArray[np.int64]
 _ROUNDING_S = 1e-5
 _DAY_S = 86400.0
 _PAD_DAYS = 1.0 / _DAY_S
+SAMPLE_SIZE = 7
 
 
 @dataclass(frozen=True)
@@ -63,12 +64,19 @@ def _pieces(satellite: Satellite, steps: Steps) -> list[tuple[float, float]]:
     return [(first, last) for first, last in pieces if first < last]
 
 
-def sample(satellite: Satellite, steps: Steps, rotating: bool) -> Floats:
-    """States in the middle of all steps, shape (count, 6); NaN where it has none within the step.
+def _clipped(times: Floats, first: float, last: float) -> tuple[Floats, Floats]:
+    """Times within a span, and the same in TAI."""
+    clipped = np.clip(times, first, last)
+    return clipped, np.asarray(_vorlandi.utc_to_tai(clipped))
 
-    A satellite whose states begin or end within a step is taken along its orbit from there.
+
+def sample(satellite: Satellite, steps: Steps, rotating: bool) -> Floats:
+    """Samples of all steps, shape (count, 7); NaN where it has no states within the step.
+
+    A sample is the state in the middle of the step, and how far the satellite departs from that orbit at the step's
+    ends, in km. A satellite whose states begin or end within a step is taken along its orbit from there.
     """
-    samples = np.full((steps.count, 6), np.nan)
+    samples = np.full((steps.count, SAMPLE_SIZE), np.nan)
     if len(satellite) == 0:
         return samples
     edges = steps.times(np.arange(steps.count + 1.0))
@@ -76,10 +84,18 @@ def sample(satellite: Satellite, steps: Steps, rotating: bool) -> Floats:
     for first, last in reversed(_pieces(satellite, steps)):
         begin = int(np.searchsorted(edges[1:], first, "right"))
         end = int(np.searchsorted(edges[:-1], last, "right"))
-        times = np.clip(middles[begin:end], first, last)
-        seconds = (steps.tai(np.arange(begin, end) + 0.5) - np.asarray(_vorlandi.utc_to_tai(times))) * _DAY_S
-        seconds[times == middles[begin:end]] = 0.0
-        samples[begin:end] = _vorlandi.propagated(satellite.state(times, errors="nan"), seconds, rotating)
+        some = samples[begin:end]
+        middle_tai = steps.tai(np.arange(begin, end) + 0.5)
+        times, tai = _clipped(middles[begin:end], first, last)
+        after_s = (middle_tai - tai) * _DAY_S
+        after_s[times == middles[begin:end]] = 0.0
+        some[:, :6] = _vorlandi.propagated(satellite.state(times, errors="nan"), after_s, rotating)
+        some[:, 6] = 0.0
+        for ends in edges[begin:end], edges[begin + 1:end + 1]:
+            times, tai = _clipped(ends, first, last)
+            states = satellite.state(times, errors="nan")
+            departures = _vorlandi.departures(some, states, (tai - middle_tai) * _DAY_S, rotating)
+            some[:, 6] = np.fmax(some[:, 6], departures)
     return samples
 
 
@@ -91,7 +107,7 @@ def sieve(slab: Floats, first_step: int, numbers: Integers, within_km: float, st
 
     Parameters
     ----------
-    slab : numpy.ndarray, shape (satellites, steps, 6)
+    slab : numpy.ndarray, shape (satellites, steps, 7)
         The samples of some steps, of which `first_step` is the first; NaN where a satellite has none.
     numbers : numpy.ndarray, shape (satellites,)
         Equal ones are not compared; below 0 they are never equal.

@@ -319,7 +319,7 @@ class Approaches:
         Structured, by time: number_a, number_b, file_a, file_b, time_utc, distance_km, radial_km, in_track_km,
         cross_track_km (of b from a, on the axes of a), speed_km_s, sigma_distance (NaN without covariances), at_end (of
         the common span), record_a, record_b, and the positions index_a and index_b of the two among the satellites.
-    pairs_across_frames : int
+    pairs_across_frames, pairs_of_same_number : int
         Pairs that were not compared.
     in_unknown_frames : numpy.ndarray
         Positions among the satellites of those that were not compared since the axes of their frame are not known.
@@ -329,6 +329,7 @@ class Approaches:
     satellites: NDArray[Any]
     approaches: NDArray[Any]
     pairs_across_frames: int
+    pairs_of_same_number: int
     in_unknown_frames: NDArray[np.int64]
 
 
@@ -383,5 +384,5 @@ def approaches(satellites: Iterable[Satellite], within_km: float, *, step_s: flo
     for at, name in enumerate(columns):
         events[name] = to_datetime64(values[:, at]) if name == "time_utc" else values[:, at]
     events["at_end"] = found["at_end"]
-    return Approaches(within_km, table, events, found["pairs_across_frames"],
+    return Approaches(within_km, table, events, found["pairs_across_frames"], found["pairs_of_same_number"],
                       np.array(found["in_unknown_frames"], np.int64))

@@ -54,7 +54,7 @@ TEST_F(Approaches, EventsStatusesAndWhatIsLeftOut) {
              Case{"81001.e 81001.e --within 4", 0, "", ""},
              Case{"81001.e --within 4 --sat 5", 3, "", "satellite 5 is not in any of the files"},
              Case{"81001.e missing.e --within 4", 3, "", "missing.e"},
-             Case{"81001.e --within 4", 3, "", "there are no two satellites with states to compare"},
+             Case{"81001.e --within 4", 3, "", "there are no two satellites of one frame and different numbers with states at a common time"},
              Case{"81001.e 81002.e --within 4 --from 2030-01-01", 3, "", "there are no two satellites"},
              Case{"81001.e noname.e --within 9000 --number 81001", 0, "", ""},
              Case{"81001.e --within nan", 2, "", "--within"},
@@ -76,7 +76,7 @@ TEST_F(Approaches, EventsStatusesAndWhatIsLeftOut) {
     EXPECT_THAT(beside.output, HasSubstr(",true,1,1\n"));
     const Outcome json = run("approaches 81001.e 81002.e --within 4 --format json");
     EXPECT_THAT(json.output, HasSubstr(R"("sigma_distance":null,"at_end":false,"record_a":1,"record_b":1})"));
-    EXPECT_THAT(json.output, HasSubstr(R"("pairs_across_frames":0})"));
+    EXPECT_THAT(json.output, HasSubstr(R"("pairs_across_frames":0,"pairs_of_same_number":0})"));
     EXPECT_THAT(run("approaches 81001.e 81003.e --within 4").output, HasSubstr("no approach within 4 km"));
 }
 
