@@ -251,7 +251,7 @@ private:
             addNotExamined(notShownByFew() + " are not examined: there are fewer than " +
                            std::to_string(kFewestForJumps) + " points");
         else if (check_.spacing->least_s < kShortestStepForJumps_s)
-            addNotExamined("jumps are not examined beside steps of less than a millisecond");
+            addNotExamined("jumps are not examined next to steps of less than a millisecond");
     }
 
     // Fewer points show less.

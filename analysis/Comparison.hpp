@@ -48,7 +48,7 @@ struct Difference {
 struct Statistics {
     double mean;
     double rms;
-    double largest;  // the one of the largest magnitude, with its sign
+    double largest;  // the value of the largest magnitude, with its sign
     std::optional<Ds50> when;
 };
 

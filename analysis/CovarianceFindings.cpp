@@ -77,7 +77,7 @@ private:
         }
     }
 
-    // If the stored matrices are already at fault, interpolated ones can't be better.
+    // Interpolated matrices near stored ones that are already bad are not reported: they can't be better.
     void checkCovariancesBetween(const std::vector<PoorCovariances>& stored) {
         std::vector<Matrix6> between = between_();
         leaveOutUnknown(between);

@@ -12,7 +12,7 @@ namespace {
 
 using Matrix = Eigen::Matrix<double, 6, 6>;
 
-// An eigenvalue of zero comes out as this at worst.
+// Rounding can make a zero eigenvalue this negative.
 constexpr double kRoundedZero = -1e-12;
 
 Matrix scaledToUnitDiagonal(const Matrix6& covariance) {

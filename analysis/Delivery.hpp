@@ -72,7 +72,8 @@ struct AgeDifference {
     double meanSquaredDistance = 0.0;            // the squared normalized distance d' P^-1 d
 };
 
-// False where the states are the same at all times: the later one took them over, and they show no error.
+// False where the states are the same at all times: the later one copied them, so the difference says nothing about
+// errors.
 bool differs(const AgeDifference& age);
 
 struct PredictionDifference {

@@ -171,8 +171,8 @@ double mismatch(const std::vector<Sample>& samples, double shareOfRotation) {
     });
 }
 
-// What derivatives of widely spaced points can't tell from a fault: their error goes with the square of the error from
-// three points; with four points, with its power 3/2.
+// The largest mismatch that the spacing alone can cause: the error of the derivatives goes with the square of the error
+// from three points; with four points, with its power 3/2.
 double mismatchOfSpacing(const std::vector<Sample>& samples, std::size_t points) {
     const double coarse = medianOver(
         samples, [](const Sample& sample) { return relativeTo(sample, sample.change - sample.coarseChange); });

@@ -149,7 +149,7 @@ InterpolationErrors estimatedErrors(const Ephemeris& ephemeris) {
 }
 
 std::optional<double> errorAt(const Ephemeris& ephemeris, const InterpolationErrors& errors, Ds50 time) {
-    constexpr double kCoincidence_days = 1e-12;  // within which the library takes a time as a point's
+    constexpr double kCoincidence_days = 1e-12;  // times this close to a point return the point
     const auto& times = ephemeris.times;
     const auto next = std::lower_bound(times.begin(), times.end(), Ds50{time.days - kCoincidence_days});
     if (next != times.end() && next->days - time.days < kCoincidence_days) return 0.0;

@@ -22,7 +22,7 @@ struct Jump {
     double distance_m() const noexcept;
 };
 
-// Fewer points don't show what is usual.
+// Fewer points are too few for the medians.
 inline constexpr std::size_t kFewestForJumps = 21;
 
 // Steps that short are in the range of the rounding of times.

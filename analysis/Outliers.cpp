@@ -78,7 +78,8 @@ Outlier outlierAt(const Ephemeris& ephemeris, const Ephemeris& others, Motion mo
     return {point, isInLeapSecond, components(dx_km * kMetresPerKm), components(dv_km_s * kMetresPerKm)};
 }
 
-// The distance of a point from the orbit through another one, with what the velocities make of it on the way.
+// The distance of a point from the orbit through another one, including the effect of the velocity difference over the
+// time between them.
 double disagreement_km(const Ephemeris& ephemeris, Motion motion, std::size_t from, std::size_t to) {
     const double step_s = ephemeris.elapsed_s[to] - ephemeris.elapsed_s[from];
     const State expected = TwoBodyOrbit(ephemeris.states[from], motion).at(step_s);

@@ -102,7 +102,7 @@ TwoBodyOrbit::TwoBodyOrbit(const State& state, Motion motion) noexcept
 // every value tried is a bound.
 double TwoBodyOrbit::anomalyAt(double scaledTime) const noexcept {
     constexpr int kMostSteps = 60;
-    constexpr double kLastStep = 3e-7;  // what is left after it goes with its square
+    constexpr double kLastStep = 3e-7;  // the error after this step is of the order of its square
     const double linear = 1.0 - inverseAxis_ * radius_;
     double chi = firstAnomaly(scaledTime, linear);
     double below = -std::numeric_limits<double>::infinity();

@@ -6,7 +6,7 @@
 
 namespace vorlandi::archives {
 
-// The number of bytes that detection looks at; a shorter file is recognised by what it has.
+// The number of bytes that detection looks at; shorter files are recognised by the bytes they have.
 inline constexpr std::size_t kBytesToDetect = 512;
 
 struct Packing {

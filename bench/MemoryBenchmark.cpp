@@ -69,10 +69,10 @@ constexpr double kBytesOfPage = 4096.0;
 
 // Adds the most that the fleet may take: a multiple of what it stores plus an allowance per satellite, and a fixed sum.
 void measureFleet(benchmark::State& state, const std::string& arguments, const Fleet& fleet, bool withCovariance,
-                  double besides, double times) {
+                  double allowance, double times) {
     const std::int64_t points = fleet.satellites * fleet.points;
     measureMemory(state, arguments, points, withCovariance);
-    const double needed = storedBytes(points, withCovariance) + static_cast<double>(fleet.satellites) * besides;
+    const double needed = storedBytes(points, withCovariance) + static_cast<double>(fleet.satellites) * allowance;
     state.counters["allowed_bytes"] = times * needed + kBytesOfProcess;
 }
 

@@ -16,8 +16,7 @@ struct PlainPoints {
     double begin, end;
 };
 
-// Position and velocity at t. False if the points are not evenly
-// spaced around t, or t is outside.
+// Position and velocity at t. False if the points around t are not evenly spaced, or t is outside.
 using PlainKernel = bool(const PlainPoints& points, double t, double (&posVel)[6]);
 PlainKernel plainScalar;
 PlainKernel plainAvx2;

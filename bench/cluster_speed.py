@@ -1,12 +1,12 @@
 #!/usr/bin/python3
-"""How long the work on a delivery takes with several processes, beside what its parts cost in one.
+"""How long the work on a delivery takes with several processes, compared with the cost of its parts in one.
 
     cluster_speed.py [--satellites N] [--points N] [--workers N ...] [--folder FOLDER] [--json FILE] [--plot FILE]
 
 Makes a delivery of modified ITC files with covariances (examples/delivery.py), and for each number of worker processes
-reads it, takes states at every minute, and finds all close approaches within 5 km. The model has no free number: it
-adds what a file, a state, a step of the sieve and a pair cost in one process, and divides by the processors that there
-are. It is worked out for the full size, too: 11,130 satellites.
+reads it, takes states at every minute, and finds all close approaches within 5 km. The model has no fitted parameter:
+it adds what a file, a state, a step of the sieve and a pair cost in one process, and divides by the processors that
+there are. It also covers the full size: 11,130 satellites.
 """
 import argparse
 import contextlib
@@ -81,8 +81,8 @@ def costs(files, satellites):
 
 
 def loads(satellites, points, processes, cache_bytes):
-    """How often each phase reads a file. A file is in the process that reads it next by chance; of refining, each task
-    reads one of its two blocks as far as its process does not hold it."""
+    """How often each phase reads a file. Whether the next reader already holds a file is chance. Each refining task
+    reads one of its two blocks, except files that its process holds."""
     size = satellites * points * POINT_BYTES
     cache = cache_bytes // processes
     blocks = _close_approaches.block_count(satellites, size, cache)

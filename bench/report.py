@@ -214,7 +214,7 @@ def verdict(target, ratio, value, slowness):
 
 
 def slowness_of(results):
-    """How much slower this processor is than the one that targets with a star are for, never less than 1."""
+    """How much slower this processor is than the reference processor of starred targets, never less than 1."""
     plain = results.get(PLAIN_KERNEL)
     return max(1.0, value_of(plain, "time") / PLAIN_KERNEL_NS) if plain else 1.0
 

@@ -20,7 +20,7 @@ intervals, and in the first and last ones. scatter is the noise of the points, r
 largest spacing that keeps the error below the tolerance. docs/checking.md describes every kind of finding, how it is
 found, and how well.
 
-An error means: don't use it. A warning: look. A note is worth knowing and doesn't change the exit status.
+Do not use an ephemeris with an error. Look at warnings. A note is worth knowing and doesn't change the exit status.
 
 Duplicate satellites are all kept. Files are read by the practical rules (--fixed-rules for the others).
 
@@ -43,7 +43,7 @@ struct CheckCommandOptions {
     Format format = Format::Table;
 };
 
-// With --sat only the files that hold one of the satellites; those that hold none may have lost it.
+// With --sat, keeps files with a wanted satellite, and files without any: a fault may have lost it.
 void keepFilesOfWanted(const CheckCommandOptions& options, const std::vector<SatelliteRecord>& all,
                        std::vector<CheckedFile>& files) {
     if (options.satellites.empty()) return;

@@ -17,7 +17,7 @@ struct KindChoice {
     std::vector<std::string> only;
     std::vector<std::string> skip;
 
-    // What was not examined is left out only by its own name: it could hold findings of any kind.
+    // `not-examined` is left out only by name, since it can hide findings of any kind.
     bool leavesOut(analysis::Kind kind) const;
     void keepWanted(std::vector<analysis::Finding>& findings) const;
 };

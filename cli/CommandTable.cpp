@@ -20,7 +20,7 @@ std::vector<std::string> choicesOf(CLI::Option& option) {
             begin = end + 1;
         }
     } catch (const CLI::OptionNotFound&) {
-        // It takes any value.
+        // There is no validator: the option accepts every value.
     }
     return choices;
 }

@@ -21,7 +21,7 @@ public:
     ConsoleCapture(const ConsoleCapture&) = delete;
     ConsoleCapture& operator=(const ConsoleCapture&) = delete;
 
-    // The one of this thread; null if there is none.
+    // This thread's capture; null if there is none.
     static ConsoleCapture* current() noexcept;
 
     void add(bool isError, std::string_view subject, std::string_view text);

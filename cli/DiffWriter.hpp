@@ -21,7 +21,7 @@ struct GapsOfRecord {
     Gaps gaps;
     std::size_t count;  // in the common span
 
-    // How many of the compared times are in one of them.
+    // Compared times inside these gaps.
     std::size_t timesOf(const analysis::Comparison& comparison) const {
         if (count == 0) return 0;
         return static_cast<std::size_t>(

@@ -19,9 +19,9 @@ namespace {
 
 constexpr const char* kInfoFooter =
     R"(least, median and largest are the seconds between neighbouring points, to the microsecond. A gap is a step that
-is longer than three times what is usual around it, the upper quartile of 31 steps: states within it can be far off.
-velocities and covariances say whether all points have them, some or none; between points without velocities (all
-zero) states are also far off. The tag is the text that a card file gives the satellite it names next.
+is longer than three times the upper quartile of the 31 steps around it: states within it can be far off. velocities
+and covariances say whether all points have them, some or none; between points without velocities (all zero) states are
+also far off. The tag is the text that a card file gives the satellite it names next.
 
 Files are read by the practical rules; --fixed-rules asks for the fixed ones (see docs/formats.md). format and rules say
 in which format and by which rules a satellite was read. A second satellite with the same number, frame and first time

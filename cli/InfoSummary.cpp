@@ -14,7 +14,8 @@ namespace vorlandi::cli {
 namespace {
 
 constexpr std::array<Share, 3> kShares{Share::All, Share::Some, Share::None};
-using Shares = std::array<std::size_t, kShares.size()>;  // satellites, by the share of their points that have something
+// Numbers of satellites by share: all, some or none of their points.
+using Shares = std::array<std::size_t, kShares.size()>;
 
 // What holds for several satellites together.
 class Group {

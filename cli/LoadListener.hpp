@@ -123,7 +123,7 @@ private:
     static bool isWarning(Problem problem);
 
     std::string argument_;
-    std::string file_;  // the one of the argument that is being loaded
+    std::string file_;  // the file being loaded now
     Rules rules_;
     Medium medium_;
     LoadResults& results_;

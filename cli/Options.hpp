@@ -56,11 +56,11 @@ struct InputOptions {
 
 inline constexpr std::string_view kStandardInput = "-";
 
-// The files and how they are read; the second alone for a command that names its files otherwise.
+// The files and how they are read; addInputRules alone for a command with other file arguments.
 void addInput(CLI::App& command, InputOptions& input);
 void addInputRules(CLI::App& command, InputOptions& input);
 void addLeapSeconds(CLI::App& command);
-// -j, with what a command does with several threads besides loading.
+// -j; `help` says what the command does with threads.
 void addThreads(CLI::App& command, InputOptions& input,
                 const char* help = "Read large files with several threads, if N is above 1");
 void addOutput(CLI::App& command, std::string& output);
@@ -73,7 +73,7 @@ CLI::Validator finiteAtLeast(double least);
 CLI::Validator finiteAbove(double limit);
 CLI::Validator finiteBetween(double least, double largest);
 CLI::Validator wholeNumber();
-// Calls the one of three that writes the format. A command without JSON lines writes JSON instead.
+// Calls the writer for the format. A command without JSON lines writes JSON instead.
 template <typename Table, typename Csv, typename Json>
 void inFormat(Format format, const Table& table, const Csv& csv, const Json& json) {
     switch (format) {

@@ -15,7 +15,7 @@ namespace vorlandi::cli {
 using analysis::kSecondsPerDay;
 inline constexpr double kMicrosecondsPerSecond = 1e6;
 
-// Times are printed to the microsecond: times closer than that count as the same.
+// Times are printed to the microsecond: times that differ by less are equal.
 inline constexpr double kTimeTolerance_s = 1e-6;
 inline constexpr double kTimeTolerance_days = kTimeTolerance_s / kSecondsPerDay;
 
@@ -70,7 +70,7 @@ using analysis::isCovariance;
 // Whether any point has a velocity other than zero.
 bool hasVelocities(const SatelliteRecord& record);
 
-// How many of a satellite's points have something.
+// Whether all, some or no points of a satellite have a property.
 enum class Share { None, Some, All };
 
 // Points with a velocity other than zero, and points with a covariance.

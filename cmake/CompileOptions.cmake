@@ -53,8 +53,8 @@ target_compile_options(vorlandi_options INTERFACE
     $<${OPTIMISED}:-ffile-prefix-map=${PROJECT_BINARY_DIR}=build>)
 
 # Overflowing copies and overwritten return addresses end the process; tables of addresses are read-only; on x86 an
-# indirect jump has to land where a function or a case begins, and the linker is told that returns match their calls:
-# Debian's start files do not say so. tests/check_hardening.sh looks for all of it in the result.
+# indirect jump has to land where a function or a case begins, and the result is marked as shadow-stack compatible
+# explicitly, since Debian's start files lack the mark. tests/check_hardening.sh looks for all of it in the result.
 if(VORLANDI_HARDENING AND NOT VORLANDI_SANITIZERS)
     check_cxx_compiler_flag(-fcf-protection VORLANDI_HAS_CF_PROTECTION)
     target_compile_options(vorlandi_options INTERFACE

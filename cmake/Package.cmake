@@ -4,7 +4,7 @@ include(CMakePackageConfigHelpers)
 set(PACKAGE_FOLDER ${CMAKE_INSTALL_LIBDIR}/cmake/vorlandi)
 set(PKGCONFIG_FOLDER ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# Installs a target of an export file of its own, which the package has or lacks as a whole.
+# Installs targets with their own export file, so that a package can lack them as a component.
 function(install_component EXPORT_FILE)
     install(TARGETS ${ARGN} EXPORT ${EXPORT_FILE})
     install(EXPORT ${EXPORT_FILE} NAMESPACE vorlandi:: DESTINATION ${PACKAGE_FOLDER})

@@ -29,7 +29,7 @@ module vorlandi
     integer(c_int32_t), parameter :: VORLAN_TRACE_INFO = 1, VORLAN_TRACE_ERROR = 2
     ! Guard modes of the store.
     integer(c_int32_t), parameter :: VORLAN_GUARD_FIXED = 0, VORLAN_GUARD_SAFE = 1
-    ! What a read observer hears of.
+    ! Events of a read observer.
     integer(c_int32_t), parameter :: VORLAN_READ_FORMAT = 1, VORLAN_READ_BAD = 2, VORLAN_READ_DROPPED = 3, &
         VORLAN_READ_STORED = 4, VORLAN_READ_MISSING = 5, VORLAN_READ_REFUSED = 6
 
@@ -560,7 +560,7 @@ module vorlandi
             integer(c_int32_t), intent(out), optional :: dupMode
         end subroutine
 
-        ! Chooses what may run beside what, for the whole process.
+        ! Chooses, for the whole process, which calls may run at the same time.
         function VorlanSetGuardMode(mode) bind(c, name="VorlanSetGuardMode") result(answer)
             import
             integer(c_int32_t), value :: mode
@@ -767,7 +767,7 @@ contains
 
     ! ---- Times ----
 
-    ! The time that a text gives, in any form of VorlanTimeFromText.
+    ! The time of a text, in any form of VorlanTimeFromText.
     !
     !   text    in   the text
     !

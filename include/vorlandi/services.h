@@ -2,9 +2,9 @@
  * libvorlandi: the services around the store. The trace log, which receives every message of the library, and
  * the key modes, which decide how satellites added from now on are keyed.
  *
- * Texts are fixed-length, blank-padded character arrays without terminator. Of a text that comes in at most
- * its length is read and a NUL ends it early, so that a string literal may be passed; a null pointer counts
- * as blanks. Every function may be called from any thread.
+ * Texts are fixed-length, blank-padded character arrays without terminator. At most that length of an input text is
+ * read, and a NUL ends it early, so that a string literal may be passed; a null pointer counts as blanks. Every
+ * function may be called from any thread.
  */
 #ifndef VORLANDI_SERVICES_H
 #define VORLANDI_SERVICES_H
@@ -40,7 +40,7 @@ typedef void (*VorlanTraceHandler)(int32_t severity, const char* text, int32_t t
 /*
  * Appends the trace log to a file from now on, instead of to the one that was open before.
  *
- *   fileName  in  [512] name of the file, created if it does not exist; a pipe or a terminal may be named, too
+ *   fileName  in  [512] name of the file, created if it does not exist; a pipe or a terminal is allowed as well
  *
  * Returns 0; or the errno of the failed open, and the log goes on as before. A pipe needs a reader (ENXIO).
  *
@@ -115,8 +115,8 @@ void VorlanSetElsetKeyMode(int32_t mode);
 /*
  * Sets what happens when a satellite is added twice.
  *
- *   mode  in  0: the second is refused with a message and the key 0; otherwise it is refused silently and answered with
- *             a key: the one that its number and epoch give
+ *   mode  in  0: the second is refused with a message and the key 0; otherwise it is refused silently, and the key made
+ *             from its number and epoch is returned
  *
  * The stored satellite has this key unless other satellites with the same number and epoch were added before it; then
  * the key is that of the first of them.
@@ -141,21 +141,21 @@ void VorlanGetKeyModes(int32_t* useAll, int32_t* allMode, int32_t* elsetMode, in
 enum { VORLAN_GUARD_FIXED = 0, VORLAN_GUARD_SAFE = 1 };
 
 /*
- * Chooses what may run beside what, for the whole process. At the start the fixed mode holds.
+ * Chooses, for the whole process, which calls may run at the same time. At the start the fixed mode holds.
  *
  *   mode  in  VORLAN_GUARD_FIXED or VORLAN_GUARD_SAFE
  *
- * In the safe mode every function may run beside every other, on any satellite. Each call sees the store as it is
- * before or after any change, never in between; of two calls that overlap either may come first. A key that was
- * removed gives "not found", not another satellite's data, as long as nobody adds the same satellite again. A batch is
+ * In the safe mode every function may run at the same time as every other, on any satellite. Each call sees the store
+ * as it is before or after any change, never in between; of two calls that overlap either may come first. A removed key
+ * returns "not found", not another satellite's data, as long as nobody adds the same satellite again. A batch is
  * several calls in this sense, and so is a load; a DMA key is used again after 4,096 further removals
  * (docs/threads.md).
  *
  * In the fixed mode a query that begins in the same instant in which the tree changes can be refused, be answered with
  * another satellite's data, or, if its satellite is being removed, read released memory and crash the process. Whoever
  * adds or removes satellites while other threads query uses the safe mode or keeps the queries away. Points and fields
- * of one satellite must not be written while another thread queries it. With DMA keys this holds for saving, listing
- * and VorlanGetSatKey, too.
+ * of one satellite must not be written while another thread queries it. With DMA keys this also holds for saving,
+ * listing and VorlanGetSatKey.
  *
  * The mode may be switched at any time, from any thread. The promise holds for calls that begin after the switch, once
  * those that ran during it have returned.
@@ -170,7 +170,7 @@ int32_t VorlanGetGuardMode(void);
 
 /* ---- Read observer ---- */
 
-/* What a read observer hears of. */
+/* Events of a read observer. */
 enum {
     VORLAN_READ_FORMAT = 1,
     VORLAN_READ_BAD = 2,
@@ -195,16 +195,16 @@ enum {
  *
  *   VORLAN_READ_FORMAT   a format was recognised: its name, one of UNIVERSAL, STK, V31, ECR, ITC, DCE_BINARY, DCE_TEXT,
  *                        LAUNCH, EELV, LCH, OASYS, OWNER, J2K, VECTOR, SIMOBS, OEM, MODIFIED_ITC
- *   VORLAN_READ_BAD      a line or group of lines is bad, or ends its block in an error: the line, of a group the first
- *                        one, of a binary file nothing. The messages about it follow. A line that can't be read, or
- *                        that is missing where the file ends in a header, is the one after the last, with an empty
- *                        text. A block without a point has its header to blame
+ *   VORLAN_READ_BAD      a line or group of lines is bad, or ends its block with an error. Text: the line; the first
+ *                        line of a group; empty for a binary file. The messages about it follow. A line that can't be
+ *                        read, or that is missing where the file ends in a header, is the one after the last, with an
+ *                        empty text. A block without a point has its header to blame
  *   VORLAN_READ_DROPPED  a point is dropped, since its time is not later than the last one or is not a number: its
  *                        line, of a binary file nothing
  *   VORLAN_READ_STORED   a record was stored: its key
  *   VORLAN_READ_MISSING  a file that a card names can't be opened, is not a regular file, or can't be read to its end:
- *                        its name. File and line are those of the card. A read error in the file itself was told as a
- *                        bad line before. Cards without a name are skipped
+ *                        its name. File and line are those of the card. A read error in the file itself was reported as
+ *                        a bad line before. Cards without a name are skipped
  *   VORLAN_READ_REFUSED  a record was not stored, after the message about it if there is one: "duplicate of " and the
  *                        key that its number and epoch make, "number or first time out of range", or "out of memory".
  *                        The line is that of its header

@@ -10,10 +10,9 @@
  * earth-centred and turning with the earth, with axes through the Greenwich meridian and the pole. No query looks at
  * them. docs/formats.md lists the further codes that files can bring.
  *
- * Texts are fixed-length, blank-padded character arrays without terminator. Of a text that comes in at most
- * its length is read and a NUL ends it early, so that a string literal may be passed; a null pointer counts
- * as blanks. An output text fills its whole length. A null output is skipped. A null input array results in
- * status 2.
+ * Texts are fixed-length, blank-padded character arrays without terminator. At most that length of an input text is
+ * read, and a NUL ends it early, so that a string literal may be passed; a null pointer counts as blanks. An output
+ * text fills its whole length. A null output is skipped. A null input array results in status 2.
  *
  * Status: 0 success, 2 failure, or the errno of a failed open, of which ENOENT is 2 as well. Why something failed
  * is in the trace log (see vorlandi/services.h); a failed open is not logged. A function that fails leaves zeros,
@@ -22,24 +21,24 @@
  * Memory: a function that runs out of memory fails as said above, logs "VorlanXxx: Out of memory." with its own name,
  * and leaves the store as it was; a load keeps what it has stored. It can be called again once there is memory.
  * Queries, fields, removing and logging allocate nothing. Three allocations end the process if they fail, with "Error
- * allocating N bytes" on standard error and in the trace log: that of points, by the functions that add points or load
- * files; that of the record of a satellite with an ordinary key, by VorlanAddSat and loading; and that of the list that
- * VorlanGetLoaded sorts, instead of which VorlanGetLoadedExt can be called.
+ * allocating N bytes" on standard error and in the trace log: those for points (the functions that add points or load
+ * files), for the record of a satellite with an ordinary key (VorlanAddSat and loading), and for the list that
+ * VorlanGetLoaded sorts. VorlanGetLoadedExt needs no such list.
  *
- * Threads: every function may be called from any thread. What may run beside what depends on the guard mode, which
- * the process chooses (VorlanSetGuardMode in vorlandi/services.h; docs/threads.md).
+ * Threads: every function may be called from any thread. Which calls may run at the same time depends on the guard
+ * mode, which the process chooses (VorlanSetGuardMode in vorlandi/services.h; docs/threads.md).
  *
- * In the safe mode every function may run beside every other, on any satellite. Each call sees the store as it is
- * before or after any change, never in between; of two calls that overlap either may come first. A key that was
- * removed gives "not found", not another satellite's data, as long as nobody adds the same satellite again. A batch is
+ * In the safe mode every function may run at the same time as every other, on any satellite. Each call sees the store
+ * as it is before or after any change, never in between; of two calls that overlap either may come first. A removed key
+ * returns "not found", not another satellite's data, as long as nobody adds the same satellite again. A batch is
  * several calls in this sense, and so is a load; a DMA key is used again after 4,096 further removals.
  *
  * In the fixed mode, which holds at the start, queries run together without limit, and adding and removing satellites
  * waits for the queries that run. A query that begins in the same instant in which the tree changes can be refused, be
  * answered with another satellite's data, or, if its satellite is being removed, read released memory and crash the
  * process. Whoever adds or removes satellites while other threads query uses the safe mode or keeps the queries away.
- * Points and fields of one satellite must not be written while another thread queries it. With DMA keys this holds for
- * saving, listing and VorlanGetSatKey, too.
+ * Points and fields of one satellite must not be written while another thread queries it. With DMA keys this also holds
+ * for saving, listing and VorlanGetSatKey.
  */
 #ifndef VORLANDI_VORLANDI_H
 #define VORLANDI_VORLANDI_H
@@ -74,7 +73,7 @@ void VorlanGetInfo(char infoStr[128]);
  *
  *   satNum        in  satellite number, 0 to 999999999
  *   combinedCode  in  last digit: coordinate system, 1 ECI, 2 J2K, 3 EFG, 4 ECR. The rest, in tens, is the
- *                     caller's own: 21 is ECI with 20 kept beside it, which no function returns or uses
+ *                     caller's own: 21 is ECI with 20 stored separately; no function returns or uses it
  *   epochDs50UTC  in  epoch, days since 1950, UTC: from 0.0 to the end of 2199. The first point replaces it.
  *   earthRadius   in  earth radius of the ephemeris, km
  *   ke            in  gravitational constant in earth radii and minutes; both are only kept, as the fields 3 and
@@ -156,7 +155,7 @@ int64_t VorlanGetSatKey(int32_t satNum);
  *   epochDtg  in  [20] epoch in one of the forms YYDDDHHMMSS.SSS, YYYYDDDHHMMSS.SSS, YYDDD.DDDDDDDD,
  *                 YYYYDDD.DDDDDDDD, YYYY/DDD HHMM SS.SSS and YYYYMonDDHHMMSS.SSS
  *
- * Returns the key, or -1 if there is none. The store plays no part.
+ * Returns the key, or -1 if there is none. The store is not consulted.
  */
 int64_t VorlanFieldsToSatKey(int32_t satNum, const char* epochDtg);
 
@@ -486,7 +485,7 @@ int32_t VorlanLoadBytes(const void* bytes, int64_t size, const char* fileName, i
 /*
  * Writes a card file that names the input file of every satellite, so that loading it loads them again. Points are not
  * written. A card does not say by which rules its file was loaded: load the card file with the same options. Satellites
- * that came from memory (VorlanLoadBytes) get a card, too, but their name may not be that of a file.
+ * that came from memory (VorlanLoadBytes) also get a card, but there may be no file of that name.
  *
  *   fileName  in  [512] leading blanks don't count
  *   saveMode  in  0 replaces the file, any other number appends to it

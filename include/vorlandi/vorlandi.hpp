@@ -13,7 +13,8 @@
 // runs out is std::bad_alloc, except where a function is noexcept.
 //
 // Threads: the first call that needs the store chooses the safe guard mode for the process (vorlandi/services.h), in
-// which every function may run beside every other; define VORLANDI_KEEP_GUARD_MODE to leave the mode alone.
+// which every function may run at the same time as every other; define VORLANDI_KEEP_GUARD_MODE to leave the mode
+// alone.
 //
 // Define each of the two macros in all files of a program or in none: the functions here differ with them, and the
 // linker keeps one of each.
@@ -102,7 +103,7 @@ struct Fields {
     std::string file;  // that the satellite was read from
 };
 
-// What a function that doesn't throw returns. The value counts only if the status is 0.
+// The result of a function that doesn't throw. The value is valid only if the status is 0.
 template <typename T>
 struct Outcome {
     std::int32_t status = 0;
@@ -128,7 +129,7 @@ inline std::string name(Frame frame) {
 inline constexpr std::int32_t kFailure = 2;
 
 #ifndef VORLANDI_NO_EXCEPTIONS
-// What a function throws that fails; what() is the library's message.
+// Thrown by a function that fails; what() is the library's message.
 class Error : public std::runtime_error {
 public:
     Error(const std::string& message, std::int32_t status) : std::runtime_error(message), status_(status) {}
@@ -411,7 +412,7 @@ public:
         return result;
     }
 
-    // Appends a point. One that is not later than the last point is dropped without a word.
+    // Appends a point. One that is not later than the last point is dropped silently.
     //
     //   revolution  in  kept as it is
     //   covariance  in  its lower triangle is used; null or all zero: none
@@ -572,8 +573,8 @@ inline Outcome<std::vector<Satellite>> try_satellites(Order order = Order::Loade
 enum class Rules { Practical, Fixed };
 
 // Which keys the records of a load get. With keys of their own equal satellites are all kept; with ordinary ones, made
-// from number and epoch, the second of two is refused. Own keys hold unless another
-// part of the process has chosen otherwise.
+// from number and epoch, the second of two is refused. Own keys hold unless another part of the process has chosen
+// otherwise.
 enum class Keys { Own, Ordinary };
 
 // What a load encounters. The texts are valid during the call only.
@@ -600,7 +601,7 @@ class LoadWatch;
 }
 
 // Hears the events of every load on this thread for as long as it lives, also of loads that a listener begins. The
-// observer that was set before hears them, too, and is put back afterwards. The listener must not throw.
+// observer that was set before also receives them, and is restored afterwards. The listener must not throw.
 class ReadObservation {
 public:
     explicit ReadObservation(ReadListener listener) : listener_(std::move(listener)) {
@@ -643,8 +644,8 @@ struct LoadOptions {
     ReadListener listener{};
 };
 
-// What a load left behind. It succeeded if the file could be read and something was stored, and, if the load was
-// strict, nothing was bad, dropped, missing or refused. What was stored is here either way.
+// The result of a load. It succeeded if the file could be read and something was stored, and, if the load was strict,
+// nothing was bad, dropped, missing or refused. What was stored is here either way.
 struct LoadOutcome {
     bool succeeded = false;
     std::int32_t status = 0;  // of the C function
@@ -658,7 +659,7 @@ namespace detail {
 enum class Source { File, Memory };
 
 // Listens to one load: takes the satellites, keeps the first complaint, and hands everything on. What a listener loads
-// meanwhile belongs to somebody else.
+// meanwhile is not part of this load.
 class LoadWatch {
 public:
     explicit LoadWatch(const ReadListener& listener)
@@ -768,8 +769,8 @@ inline LoadOutcome try_load(const std::filesystem::path& file, const LoadOptions
         options, file.string(), detail::Source::File);
 }
 
-// The same for the content of a file that is in memory. The satellite's number can come from the name, of which one
-// that ends in ".DCE" says that the content is binary.
+// The same for the content of a file that is in memory. The satellite's number can come from the name; a name that ends
+// in ".DCE" means binary content.
 inline LoadOutcome try_load_bytes(std::span<const std::byte> content, std::string_view name,
                                   const LoadOptions& options = {}) {
     return detail::load_with(
@@ -861,7 +862,7 @@ inline constexpr double kSecondsPerDay = 86400.0;
 
 }  // namespace detail
 
-// A time of the system clock as days. Both count 86,400 s a day: inside a leap second both stand still or repeat.
+// A time of the system clock as days. Both count 86,400 s a day: a leap second has no time of its own in either.
 inline Ds50 ds50(SysTime time) noexcept {
     const auto day = std::chrono::floor<std::chrono::days>(time);
     const auto rest = static_cast<double>((time - day).count());
@@ -943,8 +944,8 @@ inline std::optional<Ds50> date(std::string_view text) noexcept {
 }  // namespace detail
 
 // Reads a time: what VorlanTimeFromText reads, and also dates alone, times without seconds, and UTC written as +00:00:
-// 2026-01-31, 2026-01-31T01:00, 2026/01/31 01:00, 2026-031T01:00:00+00:00. A Julian date or seconds since 1970 are
-// none, although some of them would pass for a date of the form YYYYDDD.DDD.
+// 2026-01-31, 2026-01-31T01:00, 2026/01/31 01:00, 2026-031T01:00:00+00:00. Julian dates and seconds since 1970 are
+// refused, although some have the form of a date, YYYYDDD.DDD.
 inline std::optional<Ds50> try_parse(std::string_view text) noexcept {
     text = detail::without_blanks_around(text);
     if (detail::other_clock(text)) return std::nullopt;

@@ -164,7 +164,7 @@ def close_approaches(index: Any, start: OneTime | None = None, stop: OneTime | N
     step_s : float
         Seconds between the samples by which pairs are sieved, 1 to 300.
     same_number : bool
-        Compare records of equal number, too.
+        Also compare records with the same number.
 
     Returns
     -------

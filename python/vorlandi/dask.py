@@ -43,7 +43,7 @@ def cache_info() -> CacheInfo:
     """What this process has loaded, and the limit; ``client.run(vd.cache_info)`` says it for every worker.
 
     The limit is the environment's VORLANDI_CACHE_BYTES, else a third of the worker's memory, or of the machine's
-    outside of workers. What was not used for the longest time goes first.
+    outside of workers. The least recently used files are dropped first.
 
     Returns
     -------

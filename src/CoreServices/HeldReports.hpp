@@ -20,7 +20,7 @@ public:
     HeldReports(const HeldReports&) = delete;
     HeldReports& operator=(const HeldReports&) = delete;
 
-    // While it lives, what the thread that made it reports is kept.
+    // While it lives, reports of the thread that made it are kept.
     class OnThisThread {
     public:
         explicit OnThisThread(HeldReports& reports) noexcept;

@@ -57,8 +57,8 @@ public:
     // Returns Error after a failed read or rewind, EndOfData at the end of the file; the line is then empty.
     ReadOutcome readLine(std::size_t maxColumns, std::string_view& line);
 
-    // Was the line read last longer than what was handed out? Of one that is longer than kLongestWholeLine not even
-    // that much is sure to be handed out.
+    // Was the line read last longer than what was handed out? If it is longer than kLongestWholeLine, even less than
+    // the wanted columns may have been returned.
     bool isLineCut() const noexcept { return isLineCut_; }
 
     // Hands the line read last out again at the next read. Only right after it was read.
@@ -71,8 +71,8 @@ public:
     // nothing if a mark occurs in it. With `count` the lines count as read, which takes longer.
     void skipLinesWithout(std::string_view marks, bool count = false);
 
-    // Goes back to the first line. If that fails, the next read returns Error. What is still in the buffer from the
-    // first byte on is not read again, if the source can go to any byte.
+    // Goes back to the first line. If that fails, the next read returns Error. If the source can go to any byte, bytes
+    // still buffered from the start are not read again.
     void rewind();
 
     // Moves about so many bytes, whole groups of lines, into a unit of their own, which needs no source and numbers its
@@ -111,7 +111,7 @@ private:
         bool isCut;
     };
 
-    // Of the next byte in the source.
+    // The position of the next byte in the source.
     std::int64_t position() const noexcept { return bytesRead_ - (end_ - next_); }
 
     void goTo(std::int64_t position, std::int64_t lineNumber);

@@ -16,7 +16,7 @@ struct KeyModes {
     std::int32_t dup = 0;
 };
 
-// A snapshot of all modes: a change of two of them is seen whole.
+// A snapshot of all modes: never half of a change of two modes.
 KeyModes keyModes() noexcept;
 
 inline std::int32_t useallkeymode() noexcept { return keyModes().useAll; }

@@ -19,7 +19,7 @@ namespace vorlandi {
 enum class FileMode { Replace, Append };
 
 // What to do when a pipe or a terminal accepts nothing for a while. A unit that gives up can't be opened for a pipe
-// that has no reader (ENXIO); one that waits does so already while it is opened.
+// that has no reader (ENXIO); one that waits also waits while opening.
 enum class WhenFull { Wait, GiveUp };
 
 // Identifies a file of the system, under any name.

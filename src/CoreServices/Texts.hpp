@@ -15,6 +15,7 @@ namespace vorlandi {
 constexpr std::int32_t kNoInteger = -123;
 
 constexpr char touppercase(char c) noexcept { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+// A given name; only tests use it: the library compares in upper case.
 constexpr char tolowercase(char c) noexcept { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 constexpr bool isDigit(char c) noexcept { return c >= '0' && c <= '9'; }
 
@@ -84,8 +85,8 @@ private:
     std::size_t size_ = 0;
 };
 
-// A text field of N characters, blank padded: longer texts are cut and trailing blanks don't count. Only the rest is
-// stored, on the heap or in place.
+// A text field of N characters, blank padded: longer texts are cut and trailing blanks don't count. Only the text
+// without them is stored, on the heap or in place.
 template <std::size_t N, class Storage = std::string>
 class PaddedText {
 public:

@@ -23,7 +23,7 @@ union NeverDestroyed {
     T object;
 };
 
-// `isSet` saves the lock if there is no handler.
+// `isSet` spares the lock if there is no handler.
 struct HandlerSlot {
     std::mutex mutex;
     TraceHandler handler;

@@ -51,7 +51,7 @@ public:
         return status;
     }
 
-    // Unlinks the contents of a key. The node that then holds them is the caller's; null if there is none.
+    // Removes a key. Returns the unlinked node, now the caller's, with the contents of the key; null if there is none.
     Node* removeNode(Key key) {
         bool shrank = false;
         Node* root = root_.load(std::memory_order_relaxed);

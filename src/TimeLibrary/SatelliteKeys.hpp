@@ -4,8 +4,8 @@
 // 1. key = (satellite number x kKeysPerSatellite) + (ten-second unit of the epoch x 10) + type code: it is
 //    positive, fits 19 digits, and its last digit, the type code, is never 0.
 // 2. Keys therefore sort by satellite number first, then by epoch.
-// 3. The units begin at instants that nobody writes down, so that an epoch text and a computed Ds50UTC time
-//    of the same instant, which may differ by a rounding, fall into the same unit.
+// 3. The units begin at odd instants, never at a whole second, so that an epoch text and a computed Ds50UTC time of the
+//    same instant, which may differ by a rounding, fall into the same unit.
 #pragma once
 
 #include <cstddef>

@@ -33,9 +33,9 @@ extern VorlanTree vorlantree;
 inline const Vorlanbintree* vorlantreeroot() noexcept { return vorlantree.root(); }
 inline bool vorlantreeisempty() noexcept { return vorlantreeroot() == nullptr; }
 
-// Stores a record under the key that a key mode gives it. The key; 0 for a refused duplicate; -1
-// on failure. `stored`, when given, receives the node, null if there is none. Throws StorageFailure if there is no
-// memory for a record with an ordinary key.
+// Stores a record under a key made by a key mode. Returns the key; 0 for a refused duplicate; -1 on failure. `stored`,
+// when given, receives the node, null if there is none. Throws StorageFailure if there is no memory for a record with
+// an ordinary key.
 std::int64_t AddRecToMem(Vorlanrecord record, const Vorlanbintree** stored = nullptr,
                          std::int32_t mode = effectiveKeyMode());
 

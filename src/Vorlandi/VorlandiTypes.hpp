@@ -33,8 +33,7 @@ struct Vorlanrecord {
     std::int32_t numberOfPoints() const noexcept { return points.count(); }
 };
 
-// A copy of a record that shares its points for as long as neither is changed but by points added to this
-// one.
+// A copy of a record that shares its points until either changes; appending to `record` doesn't count.
 Vorlanrecord shareOf(Vorlanrecord& record);
 
 // Two records are the same satellite when number, coordinate system and epoch are equal.

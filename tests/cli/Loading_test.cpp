@@ -117,7 +117,7 @@ TEST_F(Loading, NamesFileAndLineOfEveryFault) {
     }
 }
 
-TEST_F(Loading, AcceptsNamesThatTheLibraryWouldCut) {
+TEST_F(Loading, AcceptsLeadingBlanksAndTheLongestName) {
     fs::copy_file(file("81001.e"), file("  81001.e"));
     const std::string longest = repeated(252, "./") + "/81001.e";
     ASSERT_EQ(longest.size(), 512U);

@@ -93,7 +93,7 @@ struct Round {
     char message[512];  // the last one
     LiveMemory live;    // taken since the child began, after all satellites are removed
 
-    bool gives(const Round& good) const {
+    bool matches(const Round& good) const {
         return result == good.result && after == good.after &&
                std::memcmp(&outputs, &good.outputs, sizeof outputs) == 0 &&
                std::memcmp(message, good.message, sizeof message) == 0;
@@ -231,12 +231,12 @@ std::string judge(const Call& call, const Child& child, const Report& report, co
     }
     if (!child.finished()) return child.ending();
     const auto& [first, second] = report.rounds;
-    const bool isAbsorbed = first.gives(good.rounds[0]);
+    const bool isAbsorbed = first.matches(good.rounds[0]);
     ++(isAbsorbed ? tally.absorbed : tally.failed);
     if (!isAbsorbed) {
         if (std::string problem = problemOf(call, first, good.rounds[0]); !problem.empty()) return problem;
     }
-    if (!second.gives(good.rounds[0])) return "the next call";
+    if (!second.matches(good.rounds[0])) return "the next call";
     const LiveMemory leak = second.live - good.rounds[isAbsorbed ? 1 : 0].live;
     if (leak == LiveMemory{}) return {};
     return "leak: " + std::to_string(leak.blocks) + " blocks, " + std::to_string(leak.bytes) + " bytes, " +
@@ -252,7 +252,7 @@ int check(const Call& call, Report& report, Report& good, bool verbose) {
         ++faults;
     };
     const Child reference = runChild(call, 0, Failing::Once, good);
-    if (!reference.finished() || !good.rounds[1].gives(good.rounds[0])) fault("without failures", reference.ending());
+    if (!reference.finished() || !good.rounds[1].matches(good.rounds[0])) fault("without failures", reference.ending());
     Tally tally;
     for (const Failing failing : {Failing::Once, Failing::Lasting}) {
         for (int n = 1; faults < kMostFaults; ++n) {

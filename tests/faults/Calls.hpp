@@ -43,7 +43,7 @@ struct Call {
     std::function<std::int64_t(Outputs&)> run;
     std::int64_t failed = 2;                                 // the result of a failure
     std::vector<std::string> messages = {"Out of memory."};  // one of them comes with it; see isMessage
-    bool loads = false;                                      // stores one record after another
+    bool loads = false;                                      // stores one by one: a failure may keep earlier ones
 
     // "Function: message"; a message that names a procedure is taken as it is.
     bool isMessage(const std::string& text) const;

@@ -23,8 +23,8 @@ COPY = ROOT / "build" / "mutants"
 BUILD = COPY / "build" / "gcc"
 # A run that takes so many times as long as without a mutant does not end.
 LONGEST_RUN = 6
-# The slowest tests, which kill no mutant that others don't.
-LEFT_OUT = "-ManyAtOnce*"
+# The slowest test, which kills no mutant that others don't.
+LEFT_OUT = "-ManyAtOnce.TimesHaveTheBitsOfSingleQueriesInAnyOrderBatchAndThread"
 
 # Replacements. An operator has blanks around it, unlike the brackets of a template.
 RULES = [(re.compile(pattern), replacement) for pattern, replacement in [

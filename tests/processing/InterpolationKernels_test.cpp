@@ -152,9 +152,9 @@ struct Roundings {
     }
 };
 
-// From day 512 on the differences of times are exact. A weight is a product of about 8n factors, each
-// rounded; their roundings don't all fall the same way, so that 3n are allowed for. The weights of the
-// velocity hold besides sums of n terms whose parts are larger than the sums.
+// From day 512 on the differences of times are exact. A weight is a product of about 8n factors, each rounded; their
+// roundings don't all fall the same way, so 3n roundings are allowed. Velocity weights also contain sums of n terms
+// whose parts are larger than the sums.
 void expectNearExact(const Points& points, const Vorlanpoint& exact, Roundings& found) {
     Vorlanpoint largest;
     // How much the polynomial and its derivative magnify errors of the nodes: the sums of the weights' magnitudes,

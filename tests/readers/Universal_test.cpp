@@ -34,6 +34,7 @@ TEST(ReadKQUniversalVorlan, TakesSatelliteSystemAndLayoutFromTheHeader) {
         {"a word after the number", {header("5 x"), kFixed}, {}, 1, 5},
         {"a letter after the number", {header("5x"), kFixed}, {noNumber}, 0},
         {"no number", {header("x"), kFixed}, {noNumber}, 0},
+        {"two signs", {header("+-5"), kFixed}, {noNumber}, 0},
         {"the code for no number", {header("-123"), kFixed}, {noNumber}, 0},
     });
 }

@@ -26,7 +26,7 @@ const std::string kUniversal = "*\n" + kHeader +
                                "\n\n26031000000.000,1,2,3,4,5,6\nno time,1\n"
                                "26031000000.000,7\n26031000000.000,1,2,3,4,5,6\n";
 
-TEST_F(ReadObserver, HearsOfFormatBadLineDroppedPointAndRecord) {
+TEST_F(ReadObserver, ReportsFormatBadLineDroppedPointAndRecord) {
     const Lines told = {"1|u:2|UNIVERSAL", "2|u:5|no time,1", "2|u:6|26031000000.000,7",
                         "3|u:7|26031000000.000,1,2,3,4,5,6", "4|u:7|key"};
     EXPECT_EQ(heardIn("u", kUniversal), told);
@@ -40,7 +40,7 @@ TEST_F(ReadObserver, HearsOfFormatBadLineDroppedPointAndRecord) {
     EXPECT_EQ(heardIn("x", "1x\n1 1 0 20485/\n"), (Lines{"1|x:1|DCE_TEXT", "6|x:1|number or first time out of range"}));
 }
 
-TEST_F(ReadObserver, HearsOfTheLineThatEndsABlockBeforeTheMessage) {
+TEST_F(ReadObserver, ReportsTheLineThatEndsABlockBeforeTheMessage) {
     const std::string v31 = "EPHEMERIS FILE FOR SATELLITE 25544", launch = "TIME(SEC): TIME\n",
                       stk = "stk.v.1\nScenarioEpoch ", eci = kHeader.substr(0, 39) + "ECI";
     const std::string vectorHeader = std::string(56, '0') + "." + std::string(17, ' ') + "SP";
@@ -80,7 +80,7 @@ TEST_F(ReadObserver, HearsOfTheLineThatEndsABlockBeforeTheMessage) {
     }
 }
 
-TEST_F(ReadObserver, HearsTheFirstLineOfAGroupOrTheRecordOfABinaryFile) {
+TEST_F(ReadObserver, ReportsTheFirstLineOfAGroupOrTheRecordOfABinaryFile) {
     std::string itc(114, ' ');
     itc.replace(64, 1, ".").replace(112, 2, "SP");
     const std::string point = "   26031000000.000" + std::string(96, '0'), numbers = "\n0 0 0 0 0 0 0";
@@ -115,7 +115,7 @@ TEST_F(ReadObserver, ThatThrowsEndsOnlyTheLoad) {
     EXPECT_EQ(VorlanGetCount(), 0);
 }
 
-TEST_F(ReadObserver, HearsOnlyItsOwnThreadAndNothingOnceRemoved) {
+TEST_F(ReadObserver, ReportsOnlyItsOwnThreadAndNothingOnceRemoved) {
     const std::string path = folder.write("u", kUniversal);
     std::thread([&] { EXPECT_EQ(VorlanLoadFile(path.c_str()), 0); }).join();
     VorlanSetReadObserver(nullptr, nullptr);

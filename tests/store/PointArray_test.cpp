@@ -123,7 +123,7 @@ TEST(PointArray, ReleasesTheMemoryOfLargeBlocks) {
     EXPECT_LT(addressSpace_kb() - before, kBlocks / 2 * kPoints / 1024 * std::int64_t{sizeof(Vorlanstate)});
 }
 
-TEST(BlockPool, GivesEachObjectItsOwnPlaceAgainAndAgain) {
+TEST(BlockPool, NeverHandsOutOverlappingObjects) {
     BlockPool<40, 8> pool;
     for (int round = 0; round < 3; ++round) {
         std::set<char*> taken;

@@ -27,7 +27,7 @@ protected:
     }
 };
 
-TEST_F(Store, GivesCollidingRecordsTheNextKeysAHundredTimesAndRefusesEqualOnes) {
+TEST_F(Store, AssignsCollidingRecordsTheNextKeysAHundredTimesAndRefusesEqualOnes) {
     const std::int64_t first = AddRecToMem(record(5, kEpoch, 1));
     const Vorlanbintree* node = nullptr;
     std::int64_t expected = first;

@@ -23,7 +23,7 @@ constexpr std::int32_t kByIndex = 3;    // index of a stored point, from 1, its 
 struct EphemAnswer {
     EphemAnswer() noexcept {}
     union {
-        Vorlanpoint point;  // not cleared: GetEphem sets all of it but a covariance that nobody wants
+        Vorlanpoint point;  // not cleared: GetEphem sets everything except an unwanted covariance
     };
     double time = 0.0;
     double mse = 0.0;

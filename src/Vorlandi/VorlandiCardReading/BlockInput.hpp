@@ -70,13 +70,13 @@ public:
     // ---- Lines ----
 
     // The next line, which stays valid until the next one is read. By Rule::HeaderEndsBlock a header of another block
-    // is left to it, and is the end of data here: a distinct one, except one of `ownFormat`.
+    // is left for that block, and ends the data here. Only distinct headers count, and none of `ownFormat`.
     ReadOutcome readLine(std::string_view& line, std::string_view ownFormat = {}) {
         const ReadOutcome outcome = readAnyLine(line);
         return mayEndAt(line) ? endAtHeader(line, true, ownFormat) : outcome;
     }
 
-    // The same where lines are points and no free text: any header.
+    // The same where lines are points, not free text: every header counts.
     ReadOutcome readPointLine(std::string_view& line) {
         const ReadOutcome outcome = readAnyLine(line);
         return mayEndAt(line) ? endAtHeader(line, false, {}) : outcome;
@@ -93,7 +93,7 @@ public:
         return outcome;
     }
 
-    // Leaves the line read last to the next block. Only right after it was read.
+    // Leaves the last line read for the next block. Only right after it was read.
     void unreadLine() noexcept { unit_->unreadLine(); }
 
     // The line to blame for what goes wrong now. At first it is the header; then the line read last, or, if it could

@@ -48,7 +48,7 @@ public:
     // Does the point at a time already have this covariance?
     static bool hasCovarianceAt(const PointArray& points, double time, const PointCovariance& covariance) noexcept;
 
-    // Gives the points at a time their covariance: `covarianceOf(state, covariance)` sets it, or returns false if that
+    // Sets the covariance of the points at a time: `covarianceOf(state, covariance)` sets it, or returns false if that
     // state can have none. If two covariances have the time of two points, the second is for the second point. False if
     // there is no point at that time, none can have a covariance, or all already have one.
     template <class CovarianceOf>
@@ -75,7 +75,7 @@ public:
 
 private:
     struct Seam {
-        std::int32_t after;  // number of points in the record when it came
+        std::int32_t after;  // points in the record when it was added
         Vorlanpoint point;
         KeptLine line;
         bool hasOwnCovariance;  // not the one of the point at the same time

@@ -86,7 +86,7 @@ int CardPass::read(std::string_view name) {
     return 0;
 }
 
-// Has this file been read already, and no block been found in it? Then it has none now. A name that makes it a binary
+// Was this file already read without finding a block? Then it need not be read again. A name that makes it a binary
 // file is different.
 bool CardPass::isKnownAsEmpty(std::string_view name) const {
     if (empty_.empty() || fileisdotdce(name)) return false;

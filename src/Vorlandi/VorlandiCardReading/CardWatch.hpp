@@ -16,7 +16,7 @@ public:
     // `inner`, a source that can go to any byte, is at its first one.
     explicit CardWatch(std::unique_ptr<ByteSource> inner) noexcept : inner_(std::move(inner)) {}
 
-    // A line that may be a card, once it has been handed out, is the last one.
+    // Ends after handing out a line that may be a card.
     std::int64_t read(char* bytes, std::size_t capacity) override;
     bool rewind() override { return goTo(0); }
     std::int64_t size() const override { return inner_->size(); }

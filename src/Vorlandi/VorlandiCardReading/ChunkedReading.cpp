@@ -119,7 +119,7 @@ void Crew::readApart(Chunk& chunk) noexcept {
         BlockInput part(chunk.unit, input_.headerLine(), input_.fileName(), input_.rules());
         part.setPartOf(input_);
         read_(part, chunk.record);
-        // By rules that depend on more than the last point, the whole block decides about a late one.
+        // Where rules depend on more than the last point, a late point can only be judged in the whole block.
         chunk.isSure = !chunk.reports.hasDropped() && !(part.hasLatePoints() && part.has(Rule::SeamBeginsRecord));
     } catch (...) {
         // The exception comes again when the chunk is read again.
@@ -185,7 +185,7 @@ bool Crew::followsLast(const PointArray& points) const noexcept {
     return points.count() == 0 || record_.numberOfPoints() == 0 || record_.points.lastTime() < points.firstTime();
 }
 
-// Appends a chunk whose points follow the last one; reads any other again. False if lines of the chunk are left.
+// Appends a chunk whose points follow the last one; rereads any other. False if lines of the chunk are left.
 bool Crew::append(Chunk& chunk, bool follows) {
     const PointArray& points = chunk.record.points;
     if (follows) {

@@ -12,7 +12,7 @@
 
 namespace vorlandi {
 
-// Format codes with a meaning to the scanner itself.
+// Format codes that the scanner handles itself.
 constexpr std::int32_t kInputFileCard = 8;
 constexpr std::int32_t kTagCard = 11;
 constexpr std::int32_t kUnknownFormat = 100;
@@ -58,7 +58,7 @@ struct FormatRow {
           reader(fixedReader),
           practicalReader(otherReader != nullptr ? otherReader : fixedReader) {}
 
-    // One way to pass: all of these texts.
+    // An alternative: a line passes with all of these texts.
     template <class... Texts>
     constexpr FormatRow when(Texts... texts) const noexcept {
         FormatRow row = *this;
@@ -66,7 +66,7 @@ struct FormatRow {
         return row;
     }
 
-    // The last way also needs this; without texts before, it is a way of its own.
+    // The last alternative also requires this; without texts, this is an alternative by itself.
     constexpr FormatRow further(bool (*test)(std::string_view), std::string_view description) const noexcept {
         FormatRow row = *this;
         if (row.alternativeCount == 0) ++row.alternativeCount;

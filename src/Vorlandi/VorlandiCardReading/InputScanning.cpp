@@ -39,7 +39,7 @@ std::int32_t finish(const EphemerisPass& pass, std::int32_t status, bool foundCa
     return load.statusWith(status);
 }
 
-// Reads a file that has no cards. Nothing if it has, or can't be read: nothing has been done then.
+// Reads a file that has no cards. No result if it has cards or can't be read; then nothing was stored or reported.
 std::optional<std::int32_t> readWithoutCards(InputUnit& unit, const InputFile& file, Load& load) {
     Trial trial(unit);
     if (!trial.mayBegin()) return std::nullopt;

@@ -1,5 +1,5 @@
 // Input scanning: the passes over an input file. A card pass follows the cards that name ephemeris files; an ephemeris
-// pass gives each recognised block to its reader and stores the record that it fills. The records of files on cards
+// pass hands each recognised block to its reader and stores the record that it fills. The records of files on cards
 // come first. A file is tried without a card pass, which shows whether it has cards.
 //
 // Nothing is locked while a file is read. Status: 0; 2 if reading failed, and what was stored before stays; or the

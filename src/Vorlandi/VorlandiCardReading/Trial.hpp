@@ -16,8 +16,7 @@ class CardWatch;
 
 class Trial final : private HeldReports {
 public:
-    // Over a unit that is before its first line, of a source that can go to any byte. The unit ends early where a card
-    // is seen.
+    // Requires a unit at its first line whose source can go to any byte. The unit ends early where a card is seen.
     explicit Trial(InputUnit& unit);
     ~Trial();
     Trial(const Trial&) = delete;

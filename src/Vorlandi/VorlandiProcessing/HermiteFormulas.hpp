@@ -38,7 +38,7 @@ template <std::size_t N, class Step>
     (std::make_index_sequence<N>{});
 }
 
-// Each node's k-th of the others, in their order: lane i gets lane k, or k + 1 where that is i or a later one.
+// The k-th other node of each node, in order: lane i gets lane k, or k + 1 where that is i or a later one.
 template <std::size_t N, std::size_t K>
 [[gnu::always_inline]] inline void takeOther(const Lanes<N>& values, Lanes<N>& others) noexcept {
     [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
@@ -47,9 +47,8 @@ template <std::size_t N, std::size_t K>
     (std::make_index_sequence<std::bit_ceil(N)>{});
 }
 
-// N consecutive points, and what the formulas need of them alone, calculated once for all requests between them. The
-// points must stay where they are. The functions that calculate are inlined into their callers, which choose the
-// instruction set.
+// N consecutive points and the terms that depend on them alone, calculated once per window. The points must stay where
+// they are. The functions that calculate are inlined into their callers, which choose the instruction set.
 template <std::size_t N>
 class HermiteNodes {
 public:
@@ -91,7 +90,7 @@ private:
     const Vorlanstate* states_;
     const PointCovariance* covariances_;
     const LeapTable* leapTable_;
-    const LeapStep* leap_;         // in force at the first node, and usually at all
+    const LeapStep* leap_;         // in force at the first node, usually at all of them
     Lanes<N> days_{}, seconds_{};  // split TAI times of the nodes
     Lanes<N> denominator_;         // products of the differences to the other nodes, s
     Lanes<N> squaredDenominator_;
@@ -224,7 +223,7 @@ void HermiteNodes<N>::answer(double t, Vorlanpoint& result, WithCovariance covar
     forEachIndex<N>([&](auto i) __attribute__((always_inline)) {
         if constexpr (i > 0) product *= dt[i.value];
     });
-    // A product that is not a number has hidden a zero.
+    // A NaN product may hide a zero factor.
     if (!(std::abs(product) > 0.0)) [[unlikely]] {
         for (std::size_t i = 0; i < N; ++i) {
             if (dt[i] == 0.0) return returnNode(i, result, covariance);

@@ -32,8 +32,8 @@ private:
     double perDay_;
 };
 
-// Answers requests to one record. Keeps the window of the last request for the next one between the same points; an
-// answer does not depend on earlier requests. The record must not change meanwhile.
+// Answers requests to one record. Reuses the last window for further requests between the same points; an answer does
+// not depend on earlier requests. The record must not change meanwhile.
 class PointInterpolator {
 public:
     explicit PointInterpolator(const Vorlanrecord& record) noexcept

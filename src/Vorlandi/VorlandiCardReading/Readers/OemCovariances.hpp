@@ -37,7 +37,7 @@ private:
     std::string_view reader_;
     TimeScale timeScale_ = TimeScale::Utc;
     std::int32_t coordSys_ = 0;
-    InlineChars<kEphemerisColumns> leftOut_;  // the frame that the segment's last message was about
+    InlineChars<kEphemerisColumns> leftOut_;  // the frame in the segment's last message
 
     // The matrix that is being read
     InlineChars<kEphemerisColumns> epochLine_;

@@ -52,7 +52,7 @@ public:
     // The satellite number that the name or the identifier is, -1 if neither is one.
     std::int32_t satNum() const noexcept;
 
-    // Compared by what both say; if that is nothing, they differ.
+    // Compared by identifier if both have one, else by name if both have one; otherwise they differ.
     bool differsFrom(const OemObject& other) const noexcept;
 
 private:

@@ -65,7 +65,7 @@ void Covariances::readLine(std::string_view text, const StateSystem* states) {
         if (outcome == ReadOutcome::EndOfData) return;
         bad_ = bad_ || outcome == ReadOutcome::Error;
     }
-    // Numbers left on its last line mean that some were missing before: they belong to another covariance.
+    // Numbers left on its last line mean that an earlier line was short: they belong to the next covariance.
     double further = 0.0;
     bad_ = bad_ || (!list.endedBySlash() && list.next(further) == ReadOutcome::Success);
     complete(states);

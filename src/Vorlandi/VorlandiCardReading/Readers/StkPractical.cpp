@@ -143,7 +143,7 @@ void StkBlock::setByName(const Named<Value> (&table)[N], const Named<Setting>& s
 }
 
 void StkBlock::setEpoch(std::string_view value) {
-    if (time_) return;  // the first one counts
+    if (time_) return;  // the first ScenarioEpoch counts
     const std::string_view date = dateIn(value);
     const double epoch = dtg2ds50utc(date);
     if (epoch == 0.0) {
