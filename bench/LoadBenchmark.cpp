@@ -135,14 +135,13 @@ void loadInThreads(benchmark::State& state) {
 }
 
 // One large file, by one thread or, from 2 on, by as many as the process may run on.
-void loadOneFile(benchmark::State& state) {
-    constexpr std::int64_t kPoints = 1'000'000;
-    const Path path = ephemerisFile("STK", kPoints);
-    const std::int32_t options = state.range(0) > 1 ? VORLAN_LOAD_THREADS : 0;
+void loadOneFile(benchmark::State& state, std::string_view format, std::int64_t points) {
+    const Path path = ephemerisFile(format, points);
+    const std::int32_t options = VORLAN_LOAD_PRACTICAL | (state.range(0) > 1 ? VORLAN_LOAD_THREADS : 0);
     emptyStore();
     for (auto _ : state) {
         const std::int32_t status = VorlanLoadFileExt(path.c_str(), options, 0, nullptr, nullptr);
-        if (!emptyAfter(state, status == 0 ? kPoints : -1)) break;
+        if (!emptyAfter(state, status == 0 ? points : -1)) break;
     }
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(std::filesystem::file_size(path)));
 }
@@ -232,7 +231,15 @@ const bool kAdded = [] {
 }();
 
 BENCHMARK(loadInThreads)->DenseRange(1, 2)->UseRealTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(loadOneFile)->DenseRange(1, 2)->UseRealTime()->Unit(benchmark::kMillisecond);
+#define VORLANDI_LOAD_ONE(format, points)                              \
+    BENCHMARK_CAPTURE(loadOneFile, format##_##points, #format, points) \
+        ->DenseRange(1, 2)                                             \
+        ->UseRealTime()                                                \
+        ->Unit(benchmark::kMillisecond)
+VORLANDI_LOAD_ONE(STK, 1000000);
+VORLANDI_LOAD_ONE(STK, 110000);
+VORLANDI_LOAD_ONE(ITC, 28000);
+VORLANDI_LOAD_ONE(MODIFIED_ITC, 26000);
 BENCHMARK(loadDelivery)->DenseRange(1, 2)->UseRealTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(turnCovariance)->Unit(benchmark::kMicrosecond);
 BENCHMARK(fromCharsInThreads)->DenseRange(1, 2)->UseRealTime()->Unit(benchmark::kMillisecond);

@@ -27,8 +27,8 @@ void kernel(benchmark::State& state, WithCovariance covariance) {
     for (double& time : times)
         time += kSpacing_days;  // in the middle of the window
     std::size_t next = 0;
+    Vorlanpoint result;
     for (auto _ : state) {
-        Vorlanpoint result;
         hermitevorlan(HermiteWindow(window.nodes, window.covariances), times[next++ & 65535], result, covariance);
         benchmark::DoNotOptimize(result);
     }
@@ -42,8 +42,8 @@ void kernelInSharedWindow(benchmark::State& state, WithCovariance covariance) {
         time += kSpacing_days;
     const HermiteWindow window(nodes.nodes, nodes.covariances);
     std::size_t next = 0;
+    Vorlanpoint result;
     for (auto _ : state) {
-        Vorlanpoint result;
         hermitevorlan(window, times[next++ & 65535], result, covariance);
         benchmark::DoNotOptimize(result);
     }

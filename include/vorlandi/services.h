@@ -32,7 +32,8 @@ enum { VORLAN_TRACE_INFO = 1, VORLAN_TRACE_ERROR = 2 };
  *   userData  in  what was given to VorlanTraceSetHandler
  *
  * Runs on the thread that logs, outside every lock of the library, and may call the library. It must not throw and must
- * not leave by longjmp. Threads may run it at the same time. It also hears messages logged while a thread or the
+ * not leave by longjmp. Threads may run it at the same time. In a load with VORLAN_LOAD_THREADS, the other threads of
+ * that load wait meanwhile. It also hears messages logged while a thread or the
  * process ends, for as long as it is set.
  */
 typedef void (*VorlanTraceHandler)(int32_t severity, const char* text, int32_t textLen, void* userData);
@@ -209,8 +210,8 @@ enum {
  *                        key that its number and epoch make, "number or first time out of range", or "out of memory".
  *                        The line is that of its header
  *
- * Runs on the thread that loads, outside every lock, and may call the library. It must not throw. Texts have no
- * terminator.
+ * Runs on the thread that loads, outside every lock, and may call the library. It must not throw. In a load with
+ * VORLAN_LOAD_THREADS, the other threads of that load wait meanwhile. Texts have no terminator.
  */
 typedef void (*VorlanReadObserver)(int32_t event, const char* fileName, int32_t fileNameLen, int64_t line,
                                    const char* text, int32_t textLen, void* userData);

@@ -13,10 +13,15 @@ BoundedText<32> fieldstostr(const Vorlanrecord& record) noexcept {
 
 Vorlanrecord shareOf(Vorlanrecord& record) {
     PointArray points = std::move(record.points);
-    Vorlanrecord copy = record;
-    copy.points = points.share();
-    record.points = std::move(points);
-    return copy;
+    try {
+        Vorlanrecord copy = record;
+        copy.points = points.share();
+        record.points = std::move(points);
+        return copy;
+    } catch (...) {
+        record.points = std::move(points);
+        throw;
+    }
 }
 
 namespace {

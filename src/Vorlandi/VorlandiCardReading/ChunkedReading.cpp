@@ -1,8 +1,11 @@
 #include "Vorlandi/VorlandiCardReading/ChunkedReading.hpp"
 
+#include <sched.h>
+
 #include <algorithm>
 #include <array>
 #include <condition_variable>
+#include <csignal>
 #include <mutex>
 #include <new>
 #include <system_error>
@@ -34,6 +37,22 @@ struct Chunk {
     bool isSure = false;  // its points and reports are those that the calling thread would make
 };
 
+// While it lives, threads start with all signals blocked: the program's own threads handle them.
+class SignalsBlocked {
+public:
+    SignalsBlocked() noexcept {
+        sigset_t all;
+        ::sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    ~SignalsBlocked() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
+
+private:
+    sigset_t before_{};
+};
+
 // The threads that read one block, and the chunks that they read: a ring, filled in the order of the file and emptied
 // in the same order. The mutex guards the ring and the unit.
 class Crew {
@@ -45,14 +64,16 @@ public:
     Crew(const Crew&) = delete;
     Crew& operator=(const Crew&) = delete;
 
-    // Starts as many further threads as the system allows.
+    // Starts as many further threads as the system allows. Nothing is begun if it throws.
     void start(unsigned threads);
 
     // Reads and appends until no chunk is left, or one has lines that are not for it.
     void run();
 
 private:
-    Chunk* begin();
+    static constexpr int kMostReadAgain = 4;
+
+    Chunk* begin() noexcept;
     void readApart(Chunk& chunk) noexcept;
     void readApart(Chunk& chunk, std::unique_lock<std::mutex>& lock);
     void work();
@@ -73,6 +94,7 @@ private:
     std::vector<std::unique_ptr<Chunk>> ring_;
     std::size_t begun_ = 0, appended_ = 0;
     bool isOver_ = false;  // no chunk is begun any more
+    int readAgain_ = 0;    // successive chunks
     std::vector<std::thread> threads_;
 };
 
@@ -83,8 +105,14 @@ void Crew::start(unsigned threads) {
     for (auto& chunk : ring_)
         chunk = std::make_unique<Chunk>(observed);
     threads_.reserve(threads - 1);
-    while (threads_.size() < threads - 1)
-        threads_.emplace_back([this] { work(); });
+    const SignalsBlocked forNewThreads;
+    try {
+        while (threads_.size() < threads - 1)
+            threads_.emplace_back([this] { work(); });
+    } catch (const std::system_error&) {
+        // continues with the threads that there are, which may have begun chunks
+    } catch (const std::bad_alloc&) {
+    }
 }
 
 void Crew::dismiss() noexcept {
@@ -99,10 +127,14 @@ void Crew::dismiss() noexcept {
 }
 
 // The next chunk, with its lines; null if there is no room for one, or none is left.
-Chunk* Crew::begin() {
+Chunk* Crew::begin() noexcept {
     if (isOver_ || begun_ - appended_ == ring_.size()) return nullptr;
     Chunk& chunk = at(begun_);
-    isOver_ = !unit_.moveLines(chunk.unit, chunkBytes_, grouping_);
+    try {
+        isOver_ = !unit_.moveLines(chunk.unit, chunkBytes_, grouping_);
+    } catch (const std::bad_alloc&) {
+        isOver_ = true;  // nothing was moved: the lines are left to the caller
+    }
     if (isOver_) return nullptr;
     chunk.isRead = false;
     ++begun_;
@@ -136,13 +168,7 @@ void Crew::readApart(Chunk& chunk, std::unique_lock<std::mutex>& lock) {
 void Crew::work() {
     std::unique_lock lock(mutex_);
     while (!isOver_) {
-        Chunk* chunk = nullptr;
-        try {
-            chunk = begin();
-        } catch (...) {
-            isOver_ = true;  // the calling thread also encounters it
-        }
-        if (chunk != nullptr) {
+        if (Chunk* const chunk = begin(); chunk != nullptr) {
             readApart(*chunk, lock);
             changed_.notify_all();
         } else if (!isOver_) {
@@ -163,6 +189,9 @@ void Crew::run() {
             if (!mayReport) lock.unlock();
             const bool goesOn = append(chunk, follows);
             if (!mayReport) lock.lock();
+            // Where chunks are read twice, one thread is quicker.
+            readAgain_ = follows ? 0 : readAgain_ + 1;
+            isOver_ = isOver_ || readAgain_ == kMostReadAgain;
             if (!goesOn) {
                 lock.unlock();
                 dismiss();
@@ -201,8 +230,15 @@ bool Crew::append(Chunk& chunk, bool follows) {
     return chunk.unit.atEnd();
 }
 
+// Of those that the process may run on.
+unsigned processorCount() noexcept {
+    cpu_set_t usable;
+    const bool isKnown = ::sched_getaffinity(0, sizeof usable, &usable) == 0;
+    return isKnown ? static_cast<unsigned>(CPU_COUNT(&usable)) : std::max(std::thread::hardware_concurrency(), 1U);
+}
+
 unsigned threadsFor(const ThreadRequest& request, std::int64_t bytes) noexcept {
-    const unsigned processors = request.most > 0 ? request.most : std::max(std::thread::hardware_concurrency(), 1U);
+    const unsigned processors = request.most > 0 ? request.most : processorCount();
     return static_cast<unsigned>(std::min<std::int64_t>(processors, bytes / request.bytesPerThread));
 }
 
@@ -218,8 +254,6 @@ void readInChunks(BlockInput& input, InputUnit& unit, Vorlanrecord& record, Line
         Crew crew(input, unit, record, grouping, read, request.chunkBytes);
         try {
             crew.start(threads);
-        } catch (const std::system_error&) {
-            // continues with the threads that there are
         } catch (const std::bad_alloc&) {
             return;
         }
