@@ -38,6 +38,45 @@ State passing(const State& state, double angle, double scale, double distance_km
     return {arrayOf(r + distance_km * away), arrayOf(turned)};
 }
 
+TEST(Approaches, AreFoundAfterABurnSinceTheLastSample) {
+    const State a = keplerState(7000.0, 0.001, 500.0);
+    const State b = passing(a, 1.2, 1.0, 0.5);
+    for (const double dv_km_s : {0.02, 0.1, 1.0}) {
+        State burn = TwoBodyOrbit(b, Motion::Inertial).at(-26.0);
+        const Vector along = positionOf(burn).normalized();
+        burn.velocity_km_s = arrayOf(velocityOf(burn) + dv_km_s * along);
+        const OwnedSatellite first = stored(1, a, 3028.0, 0.0, 6000.0);
+        const OwnedSatellite second = stored(2, burn, 3002.0, 0.0, 3000.0);
+        for (double t = 3060.0; t <= 6000.0; t += kStep_s)
+            second->append(after(t), TwoBodyOrbit(b, Motion::Inertial).at(t - 3028.0));
+        for (const double within_km : {1.0, 30.0}) {
+            const auto countOf = [&](double step_s) {
+                return findApproaches(
+                           std::array<Satellite, 2>{first, second},
+                           {.within_km = within_km, .step_s = step_s, .range = {after(2900.0), after(3100.0)}})
+                    .events.size();
+            };
+            EXPECT_EQ(countOf(60.0), countOf(3.0)) << dv_km_s;
+            EXPECT_EQ(countOf(300.0), countOf(3.0)) << dv_km_s;
+            if (within_km > 1.0) EXPECT_GE(countOf(60.0), 1U);
+        }
+    }
+}
+
+TEST(Approaches, AreNotMadeByRounding) {
+    const State state = keplerState(7000.0, 0.001, 500.0);
+    const OwnedSatellite first = stored(1, state, 0.0, 0.0, 6000.0);
+    const OwnedSatellite second = add(2, Frame::J2K, {kEpoch_days + 500});
+    for (int k = 0; k <= 100; ++k) {
+        Point point = first->try_point(k + 1).value;
+        point.state.position_km[0] += k % 2 == 0 ? 1e-12 : 3e-12;
+        second->append(point.time, point.state);
+    }
+    const Approaches found = findApproaches(std::array<Satellite, 2>{first, second}, {.within_km = 5.0});
+    ASSERT_EQ(found.events.size(), 2U) << "the ends of the common span";
+    EXPECT_TRUE(found.events[0].atEnd && found.events[1].atEnd);
+}
+
 struct Encounter {
     const char* what;
     double axis_km;
@@ -173,7 +212,10 @@ TEST(Approaches, AreWithinOneFrameAndOfDifferentNumbers) {
             std::array<Satellite, 2>{first, second},
             {.within_km = 10.0, .range = {after(2500.0), after(3500.0)}, .sameNumber = c.sameNumber, .threads = 2});
         ASSERT_EQ(found.events.size(), c.events);
+        EXPECT_EQ(found.anyCompared, c.events > 0);
         EXPECT_EQ(found.pairsAcrossFrames, c.across);
+        const bool isOneSatellite = c.numberA == 7 && c.frameA == c.frameB && !c.sameNumber;
+        EXPECT_EQ(found.pairsOfSameNumber, isOneSatellite ? 1U : 0U);
         EXPECT_EQ(found.inUnknownFrames.size(), c.unknown);
         for (const Approach& event : found.events) {
             ASSERT_TRUE(event.sigmas);

@@ -62,6 +62,8 @@ TEST_F(Completion, AndManualAreValid) {
                 HasSubstr(".SH EXIT STATUS\n.PP\n0 no error or warning; 1 some; 2 wrong usage; 3 a file"));
     EXPECT_THAT(manual, HasSubstr(".SH EXIT STATUS\n.PP\n0 all is well; 1 something"));
     EXPECT_THAT(contentsOf(file("man/vorlandi-convert.1")), HasSubstr(".EX\nformat        suffix  frames"));
+    run("completion fish -o of.fish");
+    EXPECT_EQ(contentsOf(file("of.fish")), run("completion fish").output);
     EXPECT_THAT(run("completion man").output, HasSubstr("\\fBvorlandi\\-check\\fR(1)\nLook for faults"));
     EXPECT_THAT(run("completion zsh").output, HasSubstr("'*--format[table, csv or json]:FORMAT:(csv json table)'"));
     EXPECT_THAT(run("completion fish").output,

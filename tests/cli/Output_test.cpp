@@ -127,6 +127,8 @@ TEST_F(Output, LeavesAFileAsItWasIfItCannotBeCompleted) {
         EXPECT_THAT(failed.messages, testing::EndsWith("vorlandi: " + message));
         expectKept(command);
     }
+    EXPECT_EQ(shell("ulimit -f 1; vorlandi states 81001.e --step 1 -o fresh").status, 1);
+    EXPECT_FALSE(fs::exists(file("fresh"))) << "a new file appears when it is complete";
     EXPECT_EQ(run("info missing.e --format csv").output.substr(0, 14), "satellite,key,")
         << "standard output has its header";
 }

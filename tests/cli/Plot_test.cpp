@@ -35,9 +35,29 @@ TEST_F(Plot, PanelsAreTheRequestedOnesThatHaveValues) {
         const std::string svg = plotted(c.arguments);
         for (const std::string& title : all)
             EXPECT_EQ(countOf(svg, title), std::count(c.titles.begin(), c.titles.end(), title)) << c.arguments << title;
-        EXPECT_EQ(countOf(svg, "<title>"), 1u);
+        EXPECT_EQ(countOf(svg, "<title>Satellite 8100"), 1u);
         EXPECT_EQ(countOf(svg, "</svg>\n"), 1u);
     }
+    EXPECT_THAT(plotted("81001.e 81002.itc"), HasSubstr("<title>2 satellites</title>"));
+}
+
+// The heights of the ends of the strokes, in pixels.
+std::vector<double> strokesOf(const std::string& svg) {
+    std::vector<double> heights;
+    for (std::size_t at = 0; (at = svg.find_first_of("ML", at)) != std::string::npos; ++at)
+        if (const std::size_t blank = svg.find(' ', at); std::isdigit(static_cast<unsigned char>(svg[at + 1])) != 0)
+            heights.push_back(std::stod(svg.substr(blank + 1)));
+    return heights;
+}
+
+TEST_F(Plot, CurvesFillTheirPanel) {
+    const std::vector<double> heights = strokesOf(plotted("81001.e --show height"));
+    const auto [top, bottom] = std::minmax_element(heights.begin(), heights.end());
+    ASSERT_GT(heights.size(), 2u);
+    EXPECT_GE(*top, 62.0);  // the rectangle of the panel
+    EXPECT_LT(*top, 82.0);
+    EXPECT_GT(*bottom, 192.0);
+    EXPECT_LE(*bottom, 212.0);
 }
 
 TEST_F(Plot, CurvesHaveTwoPointsPerColumnAndBreakWhereThereAreNoStates) {
@@ -87,6 +107,8 @@ TEST_F(Plot, WhatCannotBePlottedIsReported) {
         EXPECT_THAT(outcome.messages, HasSubstr(c.message));
     }
     EXPECT_EQ(contentsOf(file("old.svg")), "mine");
+    EXPECT_EQ(run("plot '<b>.e' -o page.html").status, 0);
+    EXPECT_EQ(countOf(contentsOf(file("page.html")), "<b>"), 0u);
     EXPECT_FALSE(fs::exists(file("out.svg")));
 }
 

@@ -129,6 +129,15 @@ TEST_F(States, ThatCannotBeComputedAreReportedAndTheOthersArePrinted) {
     EXPECT_EQ(split(two.output).size(), 3U);
     EXPECT_EQ(two.messages, outside(81001, "01:01:00") + outside(81003, "00:01:00"));
 
+    std::vector<double> times;
+    for (const double begin : {0.0, 14400.0, 28800.0})
+        for (int k = 0; k < 10; ++k)
+            times.push_back(begin + 60.0 * k);
+    write("81004.e", ephemerisAt(times));
+    const Outcome inGaps = run("states 81004.e --at 2026-01-31T02:00:00 --at 2026-01-31T06:00:00");
+    EXPECT_THAT(inGaps.messages, HasSubstr("02:00:00.000000: InterpolateEP: Data points too far apart (26031000800"));
+    EXPECT_THAT(inGaps.messages, HasSubstr("06:00:00.000000: InterpolateEP: Data points too far apart (26031040800"));
+
     const Outcome range = run("states 81001.e --to 2026-01-31T01:00:00 --step 1");
     EXPECT_EQ(range.status, 1);
     EXPECT_EQ(split(range.messages).size(), 11U) << "a long range must not flood the terminal";

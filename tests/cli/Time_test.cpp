@@ -40,6 +40,7 @@ TEST_F(Time, InALeapSecondIsNotTheOneAfter) {
         EXPECT_EQ(leap.at(14), "17.250000");
     }
     EXPECT_EQ(formsOf("2017-01-01T00:00:00.25").at(14), "18.250000");
+    EXPECT_EQ(formsOf("2016-12-31T23:59:60.9999996Z").at(0), "2016-12-31T23:59:60.999999");
     write("none.list", "#$ 1\n#@ 9999999999\n2272060800 10\n");
     EXPECT_THAT(run("time --leap-seconds none.list 2026-01-31 --format csv").output, HasSubstr("T00:00:10.000000,10,"));
 }
