@@ -138,6 +138,27 @@ private:
     std::size_t count_ = 0;
 };
 
+// Finds out which of rising times lie in a gap of a satellite's points.
+class Gaps {
+public:
+    explicit Gaps(const Satellite& satellite) {
+        const Ephemeris points = makeEphemeris(0, Frame::ECI, satellite.times(), {});
+        for (const std::size_t gap : gapsIn(stepsOf(points)))
+            gaps_.push_back({points.times[gap], points.times[gap + 1]});
+    }
+
+    // The points at the ends don't lie in it.
+    bool contain(Ds50 time) {
+        while (next_ < gaps_.size() && gaps_[next_].last.days <= time.days + kMicrosecond_days)
+            ++next_;
+        return next_ < gaps_.size() && gaps_[next_].first.days < time.days - kMicrosecond_days;
+    }
+
+private:
+    std::vector<Span> gaps_;
+    std::size_t next_ = 0;
+};
+
 template <std::size_t Size>
 std::array<double, Size> valuesOf(const std::array<Mean, Size>& means) {
     std::array<double, Size> values;
@@ -277,14 +298,28 @@ FindingChanges compareFindings(std::span<const Finding> now, std::span<const Fin
     return changes;
 }
 
+bool areStatesWrong(std::span<const Finding> findings) {
+    constexpr std::array kWrong{Kind::NoVelocity, Kind::VelocityFrame, Kind::VelocityUnit, Kind::VelocityMismatch,
+                                Kind::PositionUnit};
+    return std::any_of(findings.begin(), findings.end(), [&](const Finding& finding) {
+        return finding.severity == Severity::Error &&
+               std::find(kWrong.begin(), kWrong.end(), finding.kind) != kWrong.end();
+    });
+}
+
 PredictionDifference differenceByAge(const Satellite& before, const Satellite& now, const Span& common) {
     constexpr std::size_t kColumns = 200;
     const double first_days = tai_days(before.span().first);
     const Comparison comparison = compareStates(before, now, timesWithin(before, common));
     PredictionDifference result;
     result.unanswered = comparison.unanswered;
+    Gaps gaps(now);
     std::vector<AgeSums> ages;
     for (const Difference& difference : comparison.differences) {
+        if (gaps.contain(difference.time)) {
+            ++result.inGaps;
+            continue;
+        }
         const int age_days = static_cast<int>(std::floor(tai_days(difference.time) - first_days + kMicrosecond_days));
         if (ages.empty() || ages.back().age_days() != age_days) ages.emplace_back(age_days);
         ages.back().add(difference);

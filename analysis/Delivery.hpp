@@ -78,12 +78,19 @@ bool differs(const AgeDifference& age);
 struct PredictionDifference {
     std::vector<AgeDifference> ages;  // rising
     std::size_t unanswered = 0;       // times at which one of the two has no state
+    std::size_t inGaps = 0;           // times inside a gap of the later one, which aren't compared
     bool isSame = false;              // no point differs: it has been delivered before
+    bool isLeftOut = false;           // states of one of the two are wrong: there are no ages
     Curve distance_m;                 // over time, reduced for a picture
     Curve normalized;
 };
 
-// At the points of the earlier one in the common span. Throws Error if a satellite has gone.
+// Whether a check has found that states between the points are wrong: errors of the velocities or of the unit of the
+// positions.
+bool areStatesWrong(std::span<const Finding> findings);
+
+// At the points of the earlier one in the common span. States that the later one interpolates across a gap say nothing
+// about the earlier one. Throws Error if a satellite has gone.
 PredictionDifference differenceByAge(const Satellite& before, const Satellite& now, const Span& common);
 
 enum class Honesty { Untold, TooFew, Honest, Optimistic, Pessimistic };

@@ -142,7 +142,7 @@ private:
     }
 
     CheckedDelivery load(const std::string& name) {
-        CheckedDelivery delivery{name, {}, {}};
+        CheckedDelivery delivery{name, {}, {}, {}};
         LoadResults results;
         results.wantsReports = true;
         const std::size_t earlier = loadedSatellites().size();
@@ -155,8 +155,10 @@ private:
         delivery.files = filesOf(results);
         checkAll(delivery.satellites, options_.check, analysis::kAllTimes, options_.input.threads);
         findAmongSatellites(results, delivery.satellites);
-        for (CheckedSatellite& satellite : delivery.satellites)
+        for (CheckedSatellite& satellite : delivery.satellites) {
+            delivery.areStatesWrong.push_back(analysis::areStatesWrong(satellite.check.findings));
             options_.kinds.keepWanted(satellite.check.findings);
+        }
         for (CheckedFile& file : delivery.files)
             options_.kinds.keepWanted(file.findings);
         reportUnreadable(name, earlier, results);

@@ -83,7 +83,8 @@ private:
             double largest_m = 0.0;
             for (const analysis::AgeDifference& age : report_.differences[i].ages)
                 largest_m = std::max(largest_m, age.largest_m);
-            if (!report_.differences[i].isSame) largest.emplace_back(-largest_m, i);
+            if (!report_.differences[i].isSame && !report_.differences[i].isLeftOut)
+                largest.emplace_back(-largest_m, i);
         }
         std::sort(largest.begin(), largest.end());
         std::vector<std::size_t> order;

@@ -72,8 +72,14 @@ private:
         report_.differences.resize(report_.compared.size());
         inParallel(report_.compared.size(), threads_, [this](std::size_t i) {
             const auto& [now, before, span] = report_.compared[i];
-            report_.differences[i] = analysis::differenceByAge(before_.satellites[before].record.satellite,
-                                                               now_.satellites[now].record.satellite, span);
+            analysis::PredictionDifference& difference = report_.differences[i];
+            difference = analysis::differenceByAge(before_.satellites[before].record.satellite,
+                                                   now_.satellites[now].record.satellite, span);
+            if (!before_.areStatesWrong[before] && !now_.areStatesWrong[now]) return;
+            const bool isSame = difference.isSame;
+            difference = {};
+            difference.isSame = isSame;
+            difference.isLeftOut = true;
         });
         report_.ages = analysis::statisticsByAge(report_.differences);
     }

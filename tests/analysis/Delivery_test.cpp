@@ -103,6 +103,22 @@ TEST(Delivery, DifferencesAreTakenByTheAgeOfTheEarlierPrediction) {
     EXPECT_THAT(statisticsByAge(std::vector{same}), IsEmpty());
 }
 
+TEST(Delivery, StatesAcrossAGapOfTheLaterOneAreNotCompared) {
+    const OwnedSatellite before = moved(0.0, 2049, {}, 0.0).stored();
+    const Points points = moved(0.5, 2048, {3.0, -4.0, 12.0}, 0.0);
+    const OwnedSatellite now = add(8, Frame::J2K, points.times[0]);
+    for (std::size_t i = 0; i < points.times.size(); ++i)
+        if ((i < 100 || i >= 120) && (i < 700 || i >= 704)) now->append(points.times[i], points.states[i]);
+    const PredictionDifference difference = differenceByAge(before, now, commonSpan(before, now).value());
+    EXPECT_EQ(difference.inGaps, 24U);
+    EXPECT_EQ(difference.unanswered, 0U);
+    ASSERT_EQ(difference.ages.size(), 3U);
+    EXPECT_EQ(difference.ages[0].times, 512U - 20U);
+    EXPECT_EQ(difference.ages[1].times, 1024U - 4U);
+    for (const AgeDifference& age : difference.ages)
+        EXPECT_NEAR(age.largest_m, 13.0, 1e-6);
+}
+
 PredictionDifference withDistance(double meanSquaredDistance) {
     AgeDifference age;
     age.age_days = 2;

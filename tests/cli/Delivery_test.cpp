@@ -12,18 +12,19 @@ protected:
     // A circular orbit in the equator, 14 hours with a point a minute, the radius so many metres above 7000 km. The
     // minutes count from 2026-01-31; some points may be left out.
     static std::string circle(int first_min, double height_m = 0.0, const std::string& frame = "J2000", int count = 840,
-                              int gap_min = -100) {
+                              int gap_min = -100, double velocity = 1.0) {
         std::ostringstream text;
         text << "stk.v.11.0\nBEGIN Ephemeris\nScenarioEpoch 31 Jan 2026 00:00:00.000\nDistanceUnit Kilometers\n"
              << "CoordinateSystem " << frame << "\nEphemerisTimePosVel\n";
         text.precision(15);
         const double rate = std::sqrt(398600.4418 / std::pow(7000.0, 3.0));
+        const double speed = 7000.0 * rate * velocity;
         for (int minute = first_min; minute < first_min + count; ++minute) {
             if (minute > gap_min && minute < gap_min + 30) continue;
             const double c = std::cos(rate * 60.0 * minute), s = std::sin(rate * 60.0 * minute);
             const double radius = 7000.0 + height_m * 1e-3;
-            text << 60 * minute << ' ' << radius * c << ' ' << radius * s << " 0 " << -radius * rate * s << ' '
-                 << radius * rate * c << " 0\n";
+            text << 60 * minute << ' ' << radius * c << ' ' << radius * s << " 0 " << -speed * s << ' ' << speed * c
+                 << " 0\n";
         }
         text << "END Ephemeris\n";
         return text.str();
@@ -120,9 +121,9 @@ TEST_F(Delivery, SaysWhichFindingsAreNewAndHowFarPredictionsWereOff) {
     // The gap of 81002 is a new one, and the earlier one is in the new span: it is gone.
     EXPECT_THAT(json.output, HasSubstr(R"("kind":"gap","findings":1,"subjects":1,"new":1,"unchanged":0,"gone":1})"));
     EXPECT_THAT(json.output, HasSubstr(R"("schema":"vorlandi.delivery/1","delivery":"new","previous":"old")"));
-    // 780 minutes of 81001 in common, and the same of 81002 minus the gap. The common states of 81006 are the same.
+    // 780 minutes of 81001 in common, and the same of 81002 minus both gaps. The common states of 81006 are the same.
     EXPECT_THAT(json.output, HasSubstr(R"("ages":[
-{"age_days":0,"satellites":2,"times":1531,)"));
+{"age_days":0,"satellites":2,"times":1502,)"));
     EXPECT_THAT(json.output, HasSubstr(R"("normalized_satellites":0,"set_aside":0,"factor":null,"covariances":null})"));
 
     const Outcome table = run("delivery new --previous old --limit 0" + options);
@@ -131,6 +132,7 @@ TEST_F(Delivery, SaysWhichFindingsAreNewAndHowFarPredictionsWereOff) {
                                         "2026-01-31T00:00:00.000000 to 2026-01-31T14:59:00.000000\n"));
     EXPECT_THAT(table.output, HasSubstr("1 more missing\n1 more added\n1 more frame-changed\n"));
     EXPECT_THAT(table.output, HasSubstr("1 satellite was not updated"));
+    EXPECT_THAT(table.output, HasSubstr("At 29 points of the previous delivery, this one has a gap"));
     EXPECT_THAT(table.output, HasSubstr("1 satellite has the same states as before"));
     const Outcome unchanged = run("delivery old --previous old" + options);
     EXPECT_THAT(unchanged.output, HasSubstr("\n6 satellites were not updated"));
@@ -139,6 +141,23 @@ TEST_F(Delivery, SaysWhichFindingsAreNewAndHowFarPredictionsWereOff) {
     EXPECT_THAT(one.output, HasSubstr("\nno findings\n"));
     EXPECT_THAT(one.output, HasSubstr("\n         0           1           5  "));
     EXPECT_THAT(one.output, HasSubstr("  5            5  81001\n"));
+}
+
+TEST_F(Delivery, SatellitesWithWrongVelocitiesAreLeftOutOfTheTable) {
+    shell("mkdir wrong");
+    write("wrong/81001_b.e", circle(60, 5.0));
+    write("wrong/81002_b.e", circle(60, 0.0, "J2000", 840, -100, 1000.0));
+    // What is not listed counts as well, in either delivery.
+    for (const char* const arguments :
+         {"wrong --previous old", "wrong --previous old --skip velocity-unit", "old --previous wrong"}) {
+        const Outcome table = run(std::string("delivery ") + arguments);
+        EXPECT_THAT(table.output, HasSubstr("\n         0           1           5  "));
+        EXPECT_THAT(table.output, HasSubstr("\n1 satellite is left out: "));
+    }
+    EXPECT_THAT(run("delivery wrong --previous old --format json").output,
+                HasSubstr(R"("in_gaps":0,"same":false,"left_out":true,"ages":[)"));
+    EXPECT_EQ(run("delivery wrong --previous old --sat 81002 -o wrong.html").status, 1);
+    EXPECT_THAT(run("delivery wrong --previous wrong").output, Not(HasSubstr("left out")));
 }
 
 TEST_F(Delivery, PagesAreCompleteAndReplaceOthersOnlyWhenForced) {
