@@ -237,18 +237,31 @@ struct Part {
     const AgeDifference* difference;
 };
 
+double squaredDistance_m2(const AgeDifference& difference) {
+    return difference.meanSquares_m2[static_cast<std::size_t>(Quantity::Distance)];
+}
+
 AgeStatistics statisticsOf(int age_days, const std::vector<Part>& parts) {
-    constexpr double kFarOff = 25.0;
+    constexpr double kFarOff_sigma2 = 25.0;
+    constexpr double kFarOff_m2 = 25.0 * 25.0;
     AgeStatistics statistics;
     statistics.age_days = age_days;
     statistics.satellites = parts.size();
-    std::vector<double> distances;
-    distances.reserve(parts.size());
-    for (const auto& [index, difference] : parts)
-        distances.push_back(difference->meanSquaredDistance);
-    const double usual = medianOf(distances);
-    const auto counted = std::count_if(distances.begin(), distances.end(), [](double e) { return !std::isnan(e); });
-    const bool canTell = static_cast<std::size_t>(counted) >= kFewestForHonesty;
+    std::vector<double> normalized;
+    std::vector<double> squares;
+    for (const auto& [index, difference] : parts) {
+        normalized.push_back(difference->meanSquaredDistance);
+        squares.push_back(squaredDistance_m2(*difference));
+        statistics.withCovariances += std::isnan(difference->meanSquaredDistance) ? 0 : 1;
+    }
+    const double usual_sigma2 = medianOf(normalized);
+    const double usual_m2 = medianOf(squares);
+    statistics.usual_m = std::sqrt(usual_m2);
+    const auto isFarOff = [&](const AgeDifference& difference) {
+        const Yardstick yardstick = yardstickFor(difference, statistics);
+        if (yardstick == Yardstick::Sigmas) return difference.meanSquaredDistance > kFarOff_sigma2 * usual_sigma2;
+        return yardstick == Yardstick::Metres && squaredDistance_m2(difference) > kFarOff_m2 * usual_m2;
+    };
     std::array<Mean, 4> squares_m2;
     std::array<Mean, 3> squares_sigma2;
     Mean distance;
@@ -258,7 +271,7 @@ AgeStatistics statisticsOf(int age_days, const std::vector<Part>& parts) {
             statistics.largest_m = difference->largest_m;
             statistics.largestOf = index;
         }
-        if (canTell && difference->meanSquaredDistance > kFarOff * usual) {
+        if (isFarOff(*difference)) {
             statistics.setAside.push_back(index);
             continue;
         }
@@ -335,6 +348,12 @@ PredictionDifference differenceByAge(const Satellite& before, const Satellite& n
 }
 
 bool differs(const AgeDifference& age) { return age.largest_m != 0.0; }
+
+Yardstick yardstickFor(const AgeDifference& difference, const AgeStatistics& statistics) {
+    const bool hasSigmas = !std::isnan(difference.meanSquaredDistance);
+    if (hasSigmas && statistics.withCovariances >= kFewestForHonesty) return Yardstick::Sigmas;
+    return statistics.satellites >= kFewestForHonesty ? Yardstick::Metres : Yardstick::None;
+}
 
 std::vector<AgeStatistics> statisticsByAge(std::span<const PredictionDifference> differences) {
     std::map<int, std::vector<Part>> byAge;

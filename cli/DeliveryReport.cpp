@@ -120,6 +120,15 @@ private:
                             analysis::roundedText(earlier_s), isoTime(now.span.end)));
     }
 
+    static std::string sizeText(const analysis::AgeDifference& difference, const analysis::AgeStatistics& age) {
+        if (yardstickFor(difference, age) == analysis::Yardstick::Sigmas)
+            return fmt::format("{} standard deviations",
+                               analysis::roundedText(std::sqrt(difference.meanSquaredDistance / 3.0)));
+        return fmt::format("{} (the median of the satellites is {})",
+                           analysis::lengthText(std::sqrt(difference.meanSquares_m2.back())),
+                           analysis::lengthText(age.usual_m));
+    }
+
     // Reports the first age at which a satellite is far off.
     void findFarOff() {
         std::set<std::size_t> told;
@@ -130,9 +139,9 @@ private:
                 const auto difference = std::find_if(ages.begin(), ages.end(),
                                                      [&](const auto& other) { return other.age_days == age.age_days; });
                 add(ChangeKind::FarOff, report_.satelliteOf(i),
-                    fmt::format("differs from the previous delivery by {} standard deviations, rms, at an age of {}, "
+                    fmt::format("differs from the previous delivery by {}, rms, at an age of {}, "
                                 "and by up to {}: a manoeuvre, or one of the two is wrong",
-                                analysis::roundedText(std::sqrt(difference->meanSquaredDistance / 3.0)),
+                                sizeText(*difference, age),
                                 analysis::countText(static_cast<std::size_t>(age.age_days), "day"),
                                 analysis::lengthText(difference->largest_m)));
             }

@@ -170,6 +170,10 @@ std::vector<std::string> ageNotes(const DeliveryReport& report) {
     if (std::any_of(report.ages.begin(), report.ages.end(),
                     [](const AgeStatistics& age) { return !age.setAside.empty(); }))
         notes.emplace_back("Satellites that are far off count only for the largest difference.");
+    if (std::any_of(report.ages.begin(), report.ages.end(),
+                    [](const AgeStatistics& age) { return age.satellites < analysis::kFewestForHonesty; }))
+        notes.push_back(fmt::format("At ages with fewer than {} satellites all count, however far off.",
+                                    analysis::kFewestForHonesty));
     if (same > 0)
         notes.push_back(fmt::format("{} not updated and not counted.",
                                     same == 1 ? "1 satellite was" : fmt::format("{} satellites were", same)));

@@ -180,5 +180,25 @@ TEST(Delivery, SatellitesFarOffAreSetAside) {
     EXPECT_EQ(statisticsByAge(differences)[0].satellites, 10U);
 }
 
+TEST(Delivery, WithoutCovariancesDistancesShowWhoIsFarOff) {
+    struct Case {
+        std::size_t others;  // of a distance of 3 m
+        std::size_t withCovariance;
+        double distance_m;
+        std::size_t setAside;
+    };
+    for (const Case& c :
+         {Case{9, 0, 76.0, 1}, Case{9, 0, 74.0, 0}, Case{9, 9, 76.0, 1}, Case{8, 0, 585e3, 0}, Case{10, 10, 76.0, 1}}) {
+        std::vector<PredictionDifference> differences(c.others + 1, withDistance(kNone));
+        for (std::size_t i = 0; i < c.withCovariance; ++i)
+            differences[i] = withDistance(3.0);
+        differences.back().ages[0].meanSquares_m2[3] = c.distance_m * c.distance_m;
+        const AgeStatistics statistics = statisticsByAge(differences).at(0);
+        EXPECT_EQ(statistics.setAside, std::vector<std::size_t>(c.setAside, c.others)) << c.distance_m;
+        EXPECT_DOUBLE_EQ(statistics.usual_m, 3.0);
+        if (c.setAside > 0) EXPECT_DOUBLE_EQ(statistics.rms_m[3], 3.0);
+    }
+}
+
 }  // namespace
 }  // namespace vorlandi::analysis

@@ -18,11 +18,11 @@ protected:
              << "CoordinateSystem " << frame << "\nEphemerisTimePosVel\n";
         text.precision(15);
         const double rate = std::sqrt(398600.4418 / std::pow(7000.0, 3.0));
-        const double speed = 7000.0 * rate * velocity;
         for (int minute = first_min; minute < first_min + count; ++minute) {
             if (minute > gap_min && minute < gap_min + 30) continue;
             const double c = std::cos(rate * 60.0 * minute), s = std::sin(rate * 60.0 * minute);
             const double radius = 7000.0 + height_m * 1e-3;
+            const double speed = radius * rate * velocity;
             text << 60 * minute << ' ' << radius * c << ' ' << radius * s << " 0 " << -speed * s << ' ' << speed * c
                  << " 0\n";
         }
@@ -141,6 +141,21 @@ TEST_F(Delivery, SaysWhichFindingsAreNewAndHowFarPredictionsWereOff) {
     EXPECT_THAT(one.output, HasSubstr("\nno findings\n"));
     EXPECT_THAT(one.output, HasSubstr("\n         0           1           5  "));
     EXPECT_THAT(one.output, HasSubstr("  5            5  81001\n"));
+    EXPECT_THAT(one.output, HasSubstr("\nAt ages with fewer than 10 satellites all count, however far off.\n"));
+}
+
+TEST_F(Delivery, FindsWhoIsFarOffWithoutCovariances) {
+    shell("mkdir before after");
+    for (int number = 82001; number <= 82010; ++number) {
+        write("before/" + std::to_string(number) + "_a.e", circle(0, 0.0, "J2000", 120));
+        write("after/" + std::to_string(number) + "_b.e", circle(0, number == 82010 ? 585e3 : 5.0, "J2000", 120));
+    }
+    const Outcome table = run("delivery after --previous before");
+    EXPECT_EQ(table.status, 1);
+    EXPECT_THAT(table.output, HasSubstr("warning far-off: differs from the previous delivery by 585 km (the median of "
+                                        "the satellites is 5 m), rms, at an age of 0 days, and by up to 585 km: "));
+    EXPECT_THAT(table.output, HasSubstr("\n         0          10           5  "));
+    EXPECT_THAT(table.output, Not(HasSubstr("all count")));
 }
 
 TEST_F(Delivery, SatellitesWithWrongVelocitiesAreLeftOutOfTheTable) {
