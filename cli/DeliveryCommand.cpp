@@ -104,8 +104,11 @@ fs::path canonicalOf(const fs::path& file) {
     return error ? file : canonical;
 }
 
-std::set<fs::path> filesOfSatellites(std::size_t earlier) {
+// Those that have been read, or that could not be.
+std::set<fs::path> filesSeen(std::size_t earlier, const LoadResults& results) {
     std::set<fs::path> files;
+    for (const LoadReport& report : results.reports)
+        files.insert(canonicalOf(report.file));
     const std::vector<SatelliteRecord> satellites = loadedSatellites();
     for (std::size_t i = earlier; i < satellites.size(); ++i)
         files.insert(canonicalOf(satellites[i].file));
@@ -191,9 +194,9 @@ private:
                                                     [](const std::string& file) { return file.ends_with(".card"); });
         if (isNoCard != files.begin()) {
             loadAll({files.begin(), isNoCard}, results);
-            const std::set<fs::path> loaded = filesOfSatellites(earlier);
+            const std::set<fs::path> seen = filesSeen(earlier, results);
             files.erase(files.begin(), isNoCard);
-            std::erase_if(files, [&](const std::string& file) { return loaded.contains(canonicalOf(file)); });
+            std::erase_if(files, [&](const std::string& file) { return seen.contains(canonicalOf(file)); });
         }
         if (!files.empty()) loadAll(std::move(files), results);
         return true;

@@ -175,6 +175,15 @@ TEST_F(Delivery, SatellitesWithWrongVelocitiesAreLeftOutOfTheTable) {
     EXPECT_THAT(run("delivery wrong --previous wrong").output, Not(HasSubstr("left out")));
 }
 
+TEST_F(Delivery, FilesThatCardsNameCountOnce) {
+    shell("cp carded/81001_b.e carded/81002_b.e; echo nothing > carded/81003_b.e");
+    write("carded/fleet.card", "EPHFIL = 81001_b.e\nEPHFIL = 81003_b.e\n");
+    const Outcome unreadable = run("delivery carded --only not-read");
+    EXPECT_EQ(unreadable.status, 3);
+    EXPECT_THAT(unreadable.output, HasSubstr("delivery carded: 2 satellites in 2 files"));
+    EXPECT_THAT(unreadable.output, HasSubstr("error     not-read         1   1\n"));
+}
+
 TEST_F(Delivery, PagesAreCompleteAndReplaceOthersOnlyWhenForced) {
     EXPECT_EQ(run("delivery new --previous old -o page.html").status, 1);
     const std::string page = contentsOf(file("page.html"));
