@@ -182,6 +182,10 @@ TEST_F(Delivery, FilesThatCardsNameCountOnce) {
     EXPECT_EQ(unreadable.status, 3);
     EXPECT_THAT(unreadable.output, HasSubstr("delivery carded: 2 satellites in 2 files"));
     EXPECT_THAT(unreadable.output, HasSubstr("error     not-read         1   1\n"));
+    // A second card, its suffix in capitals.
+    write("carded/more.CARD", "EPHFIL = 81003_b.e\nEPHFIL = 81002_b.e\nEPHFIL = 81001_b.e\n");
+    EXPECT_EQ(run("delivery carded --only not-read").output, unreadable.output);
+    EXPECT_THAT(run("delivery carded --only duplicate").output, HasSubstr("\nno findings\n"));
 }
 
 TEST_F(Delivery, PagesAreCompleteAndReplaceOthersOnlyWhenForced) {
