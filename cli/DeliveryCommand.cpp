@@ -159,6 +159,7 @@ public:
             // Without one that can be read, every satellite would count as new.
             if (loadedSatellites().size() > earlier) report.before = std::move(before);
         }
+        if (!isNumberUsed_ && !loadedSatellites().empty()) refuseNumber();
         couldLook_ = reportUnknown(options_.satellites, loadedSatellites(), console_) && couldLook_;
         compareDeliveries(report, options_.input.threads);
         reportFrames(report);
@@ -201,6 +202,7 @@ private:
         InputOptions input = options_.input;
         input.files = std::move(files);
         loadFiles(input, options_.output, console_, &results);
+        isNumberUsed_ = isNumberUsed_ || !results.numbers.empty();
     }
 
     // Card files come first; what they name counts once.
@@ -273,6 +275,7 @@ private:
     const DeliveryOptions& options_;
     Console& console_;
     bool couldLook_ = true;
+    bool isNumberUsed_ = !options_.input.number;
 };
 
 void requireOutput(const CLI::App& command, const DeliveryOptions& options) {
@@ -282,6 +285,7 @@ void requireOutput(const CLI::App& command, const DeliveryOptions& options) {
 }
 
 ExitStatus runDelivery(const CLI::App& command, const DeliveryOptions& options, Console& console) {
+    options.kinds.requireSome();
     if (options.delivery == kStandardInput && options.previous == kStandardInput)
         throw UsageError("--previous", kOneStandardInput);
     try {

@@ -102,6 +102,9 @@ TEST_F(Delivery, ChangesStatusesAndMessages) {
              Case{"- --previous -", 2, "", "given only once"},
              Case{"clean --previous", 2, "", "--previous"},
              Case{"clean --format csv", 2, "", "--format"},
+             Case{"clean --only gap,jump --skip jump,gap", 2, "", "--skip: "},
+             Case{"clean --only gap,jump --skip jump", 0, "", ""},
+             Case{"clean --number 5", 2, "", "--number: every satellite has a number already"},
          }) {
         SCOPED_TRACE(c.arguments);
         const std::string format = c.status == 2 ? "" : " --format json" + skip;
