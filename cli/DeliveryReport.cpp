@@ -147,6 +147,11 @@ private:
             }
     }
 
+    void keepAllGone(const std::vector<Finding>& before) {
+        for (const Finding& finding : before)
+            gone_.push_back(&finding);
+    }
+
     void keepGone(const std::vector<Finding>& before, const std::vector<std::size_t>& gone) {
         for (const std::size_t i : gone)
             gone_.push_back(&before[i]);
@@ -168,6 +173,8 @@ private:
             report_.isNewInSatellite[i] = changes.isNew;
             keepGone(before, changes.gone);
         }
+        for (const std::size_t i : match_.missing)
+            keepAllGone(before_.satellites[i].check.findings);
         compareFindingsOfFiles(partners);
     }
 
@@ -192,6 +199,8 @@ private:
             report_.isNewInFile[i] = changes.isNew;
             keepGone(before->findings, changes.gone);
         }
+        for (const CheckedFile& before : before_.files)
+            if (!used.contains(&before)) keepAllGone(before.findings);
     }
 
     DeliveryReport& report_;

@@ -129,6 +129,11 @@ TEST_F(Delivery, SaysWhichFindingsAreNewAndHowFarPredictionsWereOff) {
 {"age_days":0,"satellites":2,"times":1502,)"));
     EXPECT_THAT(json.output, HasSubstr(R"("normalized_satellites":0,"set_aside":0,"factor":null,"covariances":null})"));
 
+    // Of a satellite that is missing, and of a file.
+    for (const char* const arguments : {"clean --previous old --only gap", "clean --previous bad --only not-read"})
+        EXPECT_THAT(run(std::string("delivery --format json ") + arguments).output,
+                    HasSubstr(R"("findings":0,"subjects":0,"new":0,"unchanged":0,"gone":1})"));
+
     const Outcome table = run("delivery new --previous old --limit 0" + options);
     EXPECT_EQ(table.status, 1);
     EXPECT_THAT(table.output, HasSubstr("delivery new: 6 satellites in 6 files, 4871 points, "
