@@ -32,10 +32,8 @@ public:
             if (!report_.ages.empty()) parts_ += svgOf(differences(), kPicture_px);
         }
         table("Satellites", satelliteRows(report_));
-        std::string page(kDeliveryPageTemplate);
-        fillIn(page, "{title}", markupText("Delivery " + report_.now.name));
-        fillIn(page, "{parts}", parts_);
-        return page;
+        const std::string title = markupText("Delivery " + report_.now.name);
+        return filledIn(kDeliveryPageTemplate, {{"{title}", title}, {"{parts}", parts_}});
     }
 
 private:

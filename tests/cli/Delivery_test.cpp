@@ -204,6 +204,10 @@ TEST_F(Delivery, PagesAreCompleteAndReplaceOthersOnlyWhenForced) {
         EXPECT_THAT(page, HasSubstr(part));
     EXPECT_THAT(page, Not(HasSubstr("<script")));
     EXPECT_THAT(page, Not(HasSubstr("{parts}")));
+    // A name that looks like a place of the page stays a name.
+    shell("cp -r clean 'in{parts}'");
+    EXPECT_EQ(run("delivery 'in{parts}' -o named.html").status, 0);
+    EXPECT_THAT(contentsOf(file("named.html")), HasSubstr("<title>Delivery in{parts}</title>"));
     const Outcome again = run("delivery clean -o page.html");
     EXPECT_EQ(again.status, 3);
     EXPECT_THAT(again.messages, HasSubstr("page.html: error: exists; --force replaces it"));
