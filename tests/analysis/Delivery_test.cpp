@@ -196,7 +196,7 @@ TEST(Delivery, WithoutCovariancesDistancesShowWhoIsFarOff) {
         const AgeStatistics statistics = statisticsByAge(differences).at(0);
         EXPECT_EQ(statistics.setAside, std::vector<std::size_t>(c.setAside, c.others)) << c.distance_m;
         EXPECT_DOUBLE_EQ(statistics.usual_m, 3.0);
-        if (c.setAside > 0) EXPECT_DOUBLE_EQ(statistics.rms_m[3], 3.0);
+        EXPECT_EQ(statistics.rms_m[3] == 3.0, c.setAside > 0) << statistics.rms_m[3];
     }
 }
 
