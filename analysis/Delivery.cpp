@@ -138,6 +138,27 @@ private:
     std::size_t count_ = 0;
 };
 
+// Finds out which of rising times lie in a gap of a satellite's points.
+class Gaps {
+public:
+    explicit Gaps(const Satellite& satellite) {
+        const Ephemeris points = makeEphemeris(0, Frame::ECI, satellite.times(), {});
+        for (const std::size_t gap : gapsIn(stepsOf(points)))
+            gaps_.push_back({points.times[gap], points.times[gap + 1]});
+    }
+
+    // The points at the ends don't lie in it.
+    bool contain(Ds50 time) {
+        while (next_ < gaps_.size() && gaps_[next_].last.days <= time.days + kMicrosecond_days)
+            ++next_;
+        return next_ < gaps_.size() && gaps_[next_].first.days < time.days - kMicrosecond_days;
+    }
+
+private:
+    std::vector<Span> gaps_;
+    std::size_t next_ = 0;
+};
+
 template <std::size_t Size>
 std::array<double, Size> valuesOf(const std::array<Mean, Size>& means) {
     std::array<double, Size> values;
@@ -216,18 +237,31 @@ struct Part {
     const AgeDifference* difference;
 };
 
+double squaredDistance_m2(const AgeDifference& difference) {
+    return difference.meanSquares_m2[static_cast<std::size_t>(Quantity::Distance)];
+}
+
 AgeStatistics statisticsOf(int age_days, const std::vector<Part>& parts) {
-    constexpr double kFarOff = 25.0;
+    constexpr double kFarOff_sigma2 = 25.0;
+    constexpr double kFarOff_m2 = 25.0 * 25.0;
     AgeStatistics statistics;
     statistics.age_days = age_days;
     statistics.satellites = parts.size();
-    std::vector<double> distances;
-    distances.reserve(parts.size());
-    for (const auto& [index, difference] : parts)
-        distances.push_back(difference->meanSquaredDistance);
-    const double usual = medianOf(distances);
-    const auto counted = std::count_if(distances.begin(), distances.end(), [](double e) { return !std::isnan(e); });
-    const bool canTell = static_cast<std::size_t>(counted) >= kFewestForHonesty;
+    std::vector<double> normalized;
+    std::vector<double> squares;
+    for (const auto& [index, difference] : parts) {
+        normalized.push_back(difference->meanSquaredDistance);
+        squares.push_back(squaredDistance_m2(*difference));
+        statistics.withCovariances += std::isnan(difference->meanSquaredDistance) ? 0 : 1;
+    }
+    const double usual_sigma2 = medianOf(normalized);
+    const double usual_m2 = medianOf(squares);
+    statistics.usual_m = std::sqrt(usual_m2);
+    const auto isFarOff = [&](const AgeDifference& difference) {
+        const Yardstick yardstick = yardstickFor(difference, statistics);
+        if (yardstick == Yardstick::Sigmas) return difference.meanSquaredDistance > kFarOff_sigma2 * usual_sigma2;
+        return yardstick == Yardstick::Metres && squaredDistance_m2(difference) > kFarOff_m2 * usual_m2;
+    };
     std::array<Mean, 4> squares_m2;
     std::array<Mean, 3> squares_sigma2;
     Mean distance;
@@ -237,7 +271,7 @@ AgeStatistics statisticsOf(int age_days, const std::vector<Part>& parts) {
             statistics.largest_m = difference->largest_m;
             statistics.largestOf = index;
         }
-        if (canTell && difference->meanSquaredDistance > kFarOff * usual) {
+        if (isFarOff(*difference)) {
             statistics.setAside.push_back(index);
             continue;
         }
@@ -277,14 +311,28 @@ FindingChanges compareFindings(std::span<const Finding> now, std::span<const Fin
     return changes;
 }
 
+bool areStatesWrong(std::span<const Finding> findings) {
+    constexpr std::array kWrong{Kind::NoVelocity, Kind::VelocityFrame, Kind::VelocityUnit, Kind::VelocityMismatch,
+                                Kind::PositionUnit};
+    return std::any_of(findings.begin(), findings.end(), [&](const Finding& finding) {
+        return finding.severity == Severity::Error &&
+               std::find(kWrong.begin(), kWrong.end(), finding.kind) != kWrong.end();
+    });
+}
+
 PredictionDifference differenceByAge(const Satellite& before, const Satellite& now, const Span& common) {
     constexpr std::size_t kColumns = 200;
     const double first_days = tai_days(before.span().first);
     const Comparison comparison = compareStates(before, now, timesWithin(before, common));
     PredictionDifference result;
     result.unanswered = comparison.unanswered;
+    Gaps gaps(now);
     std::vector<AgeSums> ages;
     for (const Difference& difference : comparison.differences) {
+        if (gaps.contain(difference.time)) {
+            ++result.inGaps;
+            continue;
+        }
         const int age_days = static_cast<int>(std::floor(tai_days(difference.time) - first_days + kMicrosecond_days));
         if (ages.empty() || ages.back().age_days() != age_days) ages.emplace_back(age_days);
         ages.back().add(difference);
@@ -300,6 +348,12 @@ PredictionDifference differenceByAge(const Satellite& before, const Satellite& n
 }
 
 bool differs(const AgeDifference& age) { return age.largest_m != 0.0; }
+
+Yardstick yardstickFor(const AgeDifference& difference, const AgeStatistics& statistics) {
+    const bool hasSigmas = !std::isnan(difference.meanSquaredDistance);
+    if (hasSigmas && statistics.withCovariances >= kFewestForHonesty) return Yardstick::Sigmas;
+    return statistics.satellites >= kFewestForHonesty ? Yardstick::Metres : Yardstick::None;
+}
 
 std::vector<AgeStatistics> statisticsByAge(std::span<const PredictionDifference> differences) {
     std::map<int, std::vector<Part>> byAge;

@@ -79,12 +79,19 @@ bool differs(const AgeDifference& age);
 struct PredictionDifference {
     std::vector<AgeDifference> ages;  // rising
     std::size_t unanswered = 0;       // times at which one of the two has no state
+    std::size_t inGaps = 0;           // times inside a gap of the later one, which aren't compared
     bool isSame = false;              // no point differs: it has been delivered before
+    bool isLeftOut = false;           // states of one of the two are wrong: there are no ages
     Curve distance_m;                 // over time, reduced for a picture
     Curve normalized;
 };
 
-// At the points of the earlier one in the common span. Throws Error if a satellite has gone.
+// Whether a check has found that states between the points are wrong: errors of the velocities or of the unit of the
+// positions.
+bool areStatesWrong(std::span<const Finding> findings);
+
+// At the points of the earlier one in the common span. States that the later one interpolates across a gap say nothing
+// about the earlier one. Throws Error if a satellite has gone.
 PredictionDifference differenceByAge(const Satellite& before, const Satellite& now, const Span& common);
 
 enum class Honesty { Untold, TooFew, Honest, Optimistic, Pessimistic };
@@ -105,8 +112,15 @@ struct AgeStatistics {
     std::array<double, 3> rms_sigma{};     // 1 for covariances that are right
     double factor = 0.0;                   // see below; NaN without covariances
     Honesty honesty = Honesty::Untold;
+    std::size_t withCovariances = 0;    // satellites, with those that are set aside
+    double usual_m = 0.0;               // median of the satellites' rms distances
     std::vector<std::size_t> setAside;  // indices of the differences that are far off
 };
+
+// What shows that a satellite is far off at an age: its normalized distance or, if it or too many others have no
+// covariances, its distance. Nothing does if there are too few satellites.
+enum class Yardstick { None, Sigmas, Metres };
+Yardstick yardstickFor(const AgeDifference& difference, const AgeStatistics& statistics);
 
 // The covariances of an age are tested with the squared normalized distances e = d' P^-1 d of the positions, P being
 // the sum of the covariances of both predictions (or the one that there is): averaged over time for each satellite,
@@ -122,7 +136,9 @@ struct AgeStatistics {
 // are then worse than the factor says, and pessimistic ones may be right.
 //
 // A satellite whose mean of e is above 25 times the median of an age, five times in sigmas, is set aside: it has
-// manoeuvred, or one of its ephemerides is wrong. With right covariances this happens by chance once in 1e12.
+// manoeuvred, or one of its ephemerides is wrong. With right covariances this happens by chance once in 1e12. Without
+// covariances, its own or those of 10 satellites, it is set aside if its rms distance is above 25 times the median: the
+// accuracy of orbits varies more than their errors in sigmas.
 // Ephemerides that have been delivered before don't count, nor do ages at which nothing differs.
 std::vector<AgeStatistics> statisticsByAge(std::span<const PredictionDifference> differences);
 

@@ -66,6 +66,7 @@ void write(const CheckReport& report, const CheckCommandOptions& options) {
 
 ExitStatus runCheck(const CLI::App& command, CheckCommandOptions& options, Console& console) {
     readTimeRange(command, options.range);
+    options.kinds.requireSome();
     LoadResults results;
     results.wantsReports = true;
     loadFiles(options.input, options.output, console, &results);

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "CommandTable.hpp"
+#include "Options.hpp"
 #include "Parallel.hpp"
 #include "Selection.hpp"
 #include "analysis/Covariances.hpp"
@@ -46,6 +47,13 @@ void addKinds(CLI::App& command, const std::string& option, std::vector<std::str
 }
 
 }  // namespace
+
+void KindChoice::requireSome() const {
+    const bool isLeftOut = std::all_of(only.begin(), only.end(), [this](const std::string& kind) {
+        return std::find(skip.begin(), skip.end(), kind) != skip.end();
+    });
+    if (!only.empty() && isLeftOut) throw UsageError("--skip", "leaves out all that --only names");
+}
 
 bool KindChoice::leavesOut(analysis::Kind kind) const {
     const bool isAlwaysReported = kind == analysis::Kind::NotExamined;

@@ -17,6 +17,8 @@ struct KindChoice {
     std::vector<std::string> only;
     std::vector<std::string> skip;
 
+    // Throws a UsageError if --skip leaves out all that --only names.
+    void requireSome() const;
     // `not-examined` is left out only by name, since it can hide findings of any kind.
     bool leavesOut(analysis::Kind kind) const;
     void keepWanted(std::vector<analysis::Finding>& findings) const;

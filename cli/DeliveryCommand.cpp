@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <memory>
 #include <set>
@@ -104,13 +105,44 @@ fs::path canonicalOf(const fs::path& file) {
     return error ? file : canonical;
 }
 
-std::set<fs::path> filesOfSatellites(std::size_t earlier) {
-    std::set<fs::path> files;
-    const std::vector<SatelliteRecord> satellites = loadedSatellites();
-    for (std::size_t i = earlier; i < satellites.size(); ++i)
-        files.insert(canonicalOf(satellites[i].file));
-    return files;
+bool isCard(const std::string& file) {
+    std::string suffix = fs::path(file).extension().string();
+    std::transform(suffix.begin(), suffix.end(), suffix.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return suffix == ".card";
 }
+
+// The files that cards have named so far: those that were read, and those that could not be.
+class NamedFiles {
+public:
+    explicit NamedFiles(LoadResults& results) : results_(results) {}
+
+    bool contain(const std::string& file) const { return files_.contains(canonicalOf(file)); }
+
+    // Adds what a card has loaded since there were so many satellites, and removes again what an earlier card named.
+    void add(std::size_t satellites) {
+        std::set<fs::path> files;
+        const auto isRepeated = [&](const std::string& file) {
+            files.insert(canonicalOf(file));
+            return contain(file);
+        };
+        const std::vector<SatelliteRecord> loaded = loadedSatellites();
+        for (std::size_t i = satellites; i < loaded.size(); ++i)
+            if (isRepeated(loaded[i].file)) const OwnedSatellite removed(loaded[i].satellite);
+        auto& reports = results_.reports;
+        const auto first = reports.begin() + static_cast<std::ptrdiff_t>(reports_);
+        reports.erase(
+            std::remove_if(first, reports.end(), [&](const LoadReport& report) { return isRepeated(report.file); }),
+            reports.end());
+        reports_ = reports.size();
+        files_.merge(files);
+    }
+
+private:
+    LoadResults& results_;
+    std::set<fs::path> files_;
+    std::size_t reports_ = 0;  // those that earlier cards have left
+};
 
 // One run of the command.
 class Delivery {
@@ -127,6 +159,7 @@ public:
             // Without one that can be read, every satellite would count as new.
             if (loadedSatellites().size() > earlier) report.before = std::move(before);
         }
+        if (!isNumberUsed_ && !loadedSatellites().empty()) refuseNumber();
         couldLook_ = reportUnknown(options_.satellites, loadedSatellites(), console_) && couldLook_;
         compareDeliveries(report, options_.input.threads);
         reportFrames(report);
@@ -142,21 +175,23 @@ private:
     }
 
     CheckedDelivery load(const std::string& name) {
-        CheckedDelivery delivery{name, {}, {}};
+        CheckedDelivery delivery{name, {}, {}, {}};
         LoadResults results;
         results.wantsReports = true;
         const std::size_t earlier = loadedSatellites().size();
         std::error_code error;
         if (!fs::is_directory(name, error))
             loadAll({name}, results);
-        else if (!loadFolder(name, earlier, results))
+        else if (!loadFolder(name, results))
             return delivery;
         delivery.satellites = satellitesToCheck(results, options_.satellites, earlier);
         delivery.files = filesOf(results);
         checkAll(delivery.satellites, options_.check, analysis::kAllTimes, options_.input.threads);
         findAmongSatellites(results, delivery.satellites);
-        for (CheckedSatellite& satellite : delivery.satellites)
+        for (CheckedSatellite& satellite : delivery.satellites) {
+            delivery.areStatesWrong.push_back(analysis::areStatesWrong(satellite.check.findings));
             options_.kinds.keepWanted(satellite.check.findings);
+        }
         for (CheckedFile& file : delivery.files)
             options_.kinds.keepWanted(file.findings);
         reportUnreadable(name, earlier, results);
@@ -167,10 +202,11 @@ private:
         InputOptions input = options_.input;
         input.files = std::move(files);
         loadFiles(input, options_.output, console_, &results);
+        isNumberUsed_ = isNumberUsed_ || !results.numbers.empty();
     }
 
-    // Card files come first; what they name is not read again.
-    bool loadFolder(const std::string& folder, std::size_t earlier, LoadResults& results) {
+    // Card files come first; what they name counts once.
+    bool loadFolder(const std::string& folder, LoadResults& results) {
         std::vector<std::string> files;
         try {
             FolderContents contents = contentsOf(folder);
@@ -185,14 +221,15 @@ private:
             refuse(folder, "there are no files in it");
             return false;
         }
-        const auto isNoCard = std::stable_partition(files.begin(), files.end(),
-                                                    [](const std::string& file) { return file.ends_with(".card"); });
-        if (isNoCard != files.begin()) {
-            loadAll({files.begin(), isNoCard}, results);
-            const std::set<fs::path> loaded = filesOfSatellites(earlier);
-            files.erase(files.begin(), isNoCard);
-            std::erase_if(files, [&](const std::string& file) { return loaded.contains(canonicalOf(file)); });
+        const auto others = std::stable_partition(files.begin(), files.end(), isCard);
+        NamedFiles named(results);
+        for (auto card = files.begin(); card != others; ++card) {
+            const std::size_t satellites = loadedSatellites().size();
+            loadAll({*card}, results);
+            named.add(satellites);
         }
+        files.erase(files.begin(), others);
+        std::erase_if(files, [&](const std::string& file) { return named.contain(file); });
         if (!files.empty()) loadAll(std::move(files), results);
         return true;
     }
@@ -238,6 +275,7 @@ private:
     const DeliveryOptions& options_;
     Console& console_;
     bool couldLook_ = true;
+    bool isNumberUsed_ = !options_.input.number;
 };
 
 void requireOutput(const CLI::App& command, const DeliveryOptions& options) {
@@ -247,6 +285,7 @@ void requireOutput(const CLI::App& command, const DeliveryOptions& options) {
 }
 
 ExitStatus runDelivery(const CLI::App& command, const DeliveryOptions& options, Console& console) {
+    options.kinds.requireSome();
     if (options.delivery == kStandardInput && options.previous == kStandardInput)
         throw UsageError("--previous", kOneStandardInput);
     try {

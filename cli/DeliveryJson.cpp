@@ -79,9 +79,11 @@ private:
         const ComparedRecords& compared = report_.compared[index];
         const CheckedSatellite& before = report_.before->satellites[compared.before];
         const analysis::PredictionDifference& difference = report_.differences[index];
-        output_.print(R"({{"file":{},"record":{},"first_utc":{},"last_utc":{},"unanswered":{},"same":{},"ages":)",
+        output_.print(R"({{"file":{},"record":{},"first_utc":{},"last_utc":{},"unanswered":{},)"
+                      R"("in_gaps":{},"same":{},"left_out":{},"ages":)",
                       jsonText(before.record.file), before.inFile, jsonTime(compared.span.first),
-                      jsonTime(compared.span.last), difference.unanswered, difference.isSame);
+                      jsonTime(compared.span.last), difference.unanswered, difference.inGaps, difference.isSame,
+                      difference.isLeftOut);
         printJsonArray(difference.ages, output_, [this](const AgeDifference& age) {
             output_.print(R"({{"age_days":{},"times":{},)", age.age_days, age.times);
             rms(age.meanSquares_m2, "m");

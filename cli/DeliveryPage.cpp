@@ -32,10 +32,8 @@ public:
             if (!report_.ages.empty()) parts_ += svgOf(differences(), kPicture_px);
         }
         table("Satellites", satelliteRows(report_));
-        std::string page(kDeliveryPageTemplate);
-        fillIn(page, "{title}", markupText("Delivery " + report_.now.name));
-        fillIn(page, "{parts}", parts_);
-        return page;
+        const std::string title = markupText("Delivery " + report_.now.name);
+        return filledIn(kDeliveryPageTemplate, {{"{title}", title}, {"{parts}", parts_}});
     }
 
 private:
@@ -83,7 +81,8 @@ private:
             double largest_m = 0.0;
             for (const analysis::AgeDifference& age : report_.differences[i].ages)
                 largest_m = std::max(largest_m, age.largest_m);
-            if (!report_.differences[i].isSame) largest.emplace_back(-largest_m, i);
+            if (!report_.differences[i].isSame && !report_.differences[i].isLeftOut)
+                largest.emplace_back(-largest_m, i);
         }
         std::sort(largest.begin(), largest.end());
         std::vector<std::size_t> order;

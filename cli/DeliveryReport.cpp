@@ -72,8 +72,14 @@ private:
         report_.differences.resize(report_.compared.size());
         inParallel(report_.compared.size(), threads_, [this](std::size_t i) {
             const auto& [now, before, span] = report_.compared[i];
-            report_.differences[i] = analysis::differenceByAge(before_.satellites[before].record.satellite,
-                                                               now_.satellites[now].record.satellite, span);
+            analysis::PredictionDifference& difference = report_.differences[i];
+            difference = analysis::differenceByAge(before_.satellites[before].record.satellite,
+                                                   now_.satellites[now].record.satellite, span);
+            if (!before_.areStatesWrong[before] && !now_.areStatesWrong[now]) return;
+            const bool isSame = difference.isSame;
+            difference = {};
+            difference.isSame = isSame;
+            difference.isLeftOut = true;
         });
         report_.ages = analysis::statisticsByAge(report_.differences);
     }
@@ -114,6 +120,15 @@ private:
                             analysis::roundedText(earlier_s), isoTime(now.span.end)));
     }
 
+    static std::string sizeText(const analysis::AgeDifference& difference, const analysis::AgeStatistics& age) {
+        if (yardstickFor(difference, age) == analysis::Yardstick::Sigmas)
+            return fmt::format("{} standard deviations",
+                               analysis::roundedText(std::sqrt(difference.meanSquaredDistance / 3.0)));
+        return fmt::format("{} (the median of the satellites is {})",
+                           analysis::lengthText(std::sqrt(difference.meanSquares_m2.back())),
+                           analysis::lengthText(age.usual_m));
+    }
+
     // Reports the first age at which a satellite is far off.
     void findFarOff() {
         std::set<std::size_t> told;
@@ -124,12 +139,17 @@ private:
                 const auto difference = std::find_if(ages.begin(), ages.end(),
                                                      [&](const auto& other) { return other.age_days == age.age_days; });
                 add(ChangeKind::FarOff, report_.satelliteOf(i),
-                    fmt::format("differs from the previous delivery by {} standard deviations, rms, at an age of {}, "
+                    fmt::format("differs from the previous delivery by {}, rms, at an age of {}, "
                                 "and by up to {}: a manoeuvre, or one of the two is wrong",
-                                analysis::roundedText(std::sqrt(difference->meanSquaredDistance / 3.0)),
+                                sizeText(*difference, age),
                                 analysis::countText(static_cast<std::size_t>(age.age_days), "day"),
                                 analysis::lengthText(difference->largest_m)));
             }
+    }
+
+    void keepAllGone(const std::vector<Finding>& before) {
+        for (const Finding& finding : before)
+            gone_.push_back(&finding);
     }
 
     void keepGone(const std::vector<Finding>& before, const std::vector<std::size_t>& gone) {
@@ -153,6 +173,8 @@ private:
             report_.isNewInSatellite[i] = changes.isNew;
             keepGone(before, changes.gone);
         }
+        for (const std::size_t i : match_.missing)
+            keepAllGone(before_.satellites[i].check.findings);
         compareFindingsOfFiles(partners);
     }
 
@@ -177,6 +199,8 @@ private:
             report_.isNewInFile[i] = changes.isNew;
             keepGone(before->findings, changes.gone);
         }
+        for (const CheckedFile& before : before_.files)
+            if (!used.contains(&before)) keepAllGone(before.findings);
     }
 
     DeliveryReport& report_;

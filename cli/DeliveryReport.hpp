@@ -19,6 +19,7 @@ struct CheckedDelivery {
     std::string name;
     std::vector<CheckedSatellite> satellites;
     std::vector<CheckedFile> files;
+    std::vector<bool> areStatesWrong;  // of each satellite, by all that the check has found
 };
 
 // Two records that belong together and overlap.

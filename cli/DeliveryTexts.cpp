@@ -147,12 +147,16 @@ std::vector<std::string> ageNotes(const DeliveryReport& report) {
     if (!report.before) return {};
     std::size_t same = 0;
     std::size_t partlySame = 0;
+    std::size_t leftOut = 0;
     std::size_t unanswered = 0;
+    std::size_t inGaps = 0;
     for (const analysis::PredictionDifference& difference : report.differences) {
         same += difference.isSame ? 1 : 0;
         const bool differsAlways = std::all_of(difference.ages.begin(), difference.ages.end(), analysis::differs);
         partlySame += difference.isSame || differsAlways ? 0 : 1;
+        leftOut += difference.isLeftOut && !difference.isSame ? 1 : 0;
         unanswered += difference.unanswered;
+        inGaps += difference.inGaps;
     }
     std::vector<std::string> notes;
     if (report.ages.empty() && same + partlySame == 0)
@@ -166,6 +170,10 @@ std::vector<std::string> ageNotes(const DeliveryReport& report) {
     if (std::any_of(report.ages.begin(), report.ages.end(),
                     [](const AgeStatistics& age) { return !age.setAside.empty(); }))
         notes.emplace_back("Satellites that are far off count only for the largest difference.");
+    if (std::any_of(report.ages.begin(), report.ages.end(),
+                    [](const AgeStatistics& age) { return age.satellites < analysis::kFewestForHonesty; }))
+        notes.push_back(fmt::format("At ages with fewer than {} satellites all count, however far off.",
+                                    analysis::kFewestForHonesty));
     if (same > 0)
         notes.push_back(fmt::format("{} not updated and not counted.",
                                     same == 1 ? "1 satellite was" : fmt::format("{} satellites were", same)));
@@ -173,9 +181,15 @@ std::vector<std::string> ageNotes(const DeliveryReport& report) {
         notes.push_back(
             fmt::format("{} the same states as before at some ages or all; these ages are not counted.",
                         partlySame == 1 ? "1 satellite has" : fmt::format("{} satellites have", partlySame)));
+    if (leftOut > 0)
+        notes.push_back(fmt::format("{} left out: errors of velocities or units in one of the two deliveries.",
+                                    analysis::countIsText(leftOut, "satellite")));
     if (unanswered > 0)
         notes.push_back(fmt::format("At {} of the previous delivery, one of the two has no state.",
                                     analysis::countText(unanswered, "point")));
+    if (inGaps > 0)
+        notes.push_back(fmt::format("At {} of the previous delivery, this one has a gap: not compared there.",
+                                    analysis::countText(inGaps, "point")));
     return notes;
 }
 

@@ -86,13 +86,11 @@ std::string pageOf(const Plot& plot, int width_px, const std::vector<PageOrbit>&
     std::string paragraphs;
     for (const std::string& note : notes)
         paragraphs += "<p>" + markupText(note) + "</p>\n";
-    std::string page(kPageTemplate);
-    // The data last: it is the longest, and is then not searched for placeholders.
-    fillIn(page, "{title}", markupText(plot.title));
-    fillIn(page, "{notes}", paragraphs);
-    fillIn(page, "{panels}", svgOf(plot, width_px));
-    fillIn(page, "{data}", dataOf(orbits, plot.span));
-    return page;
+    const std::string title = markupText(plot.title);
+    const std::string panels = svgOf(plot, width_px);
+    const std::string data = dataOf(orbits, plot.span);
+    return filledIn(kPageTemplate,
+                    {{"{title}", title}, {"{notes}", paragraphs}, {"{panels}", panels}, {"{data}", data}});
 }
 
 }  // namespace vorlandi::cli

@@ -85,6 +85,13 @@ def main():
         expect(found == wanted, f"missed {sorted(wanted - found)}, added {sorted(found - wanted)}")
         expect(status == (3 if any("not-read" in row["kinds"] for row in planted) else 1), f"faulty: status {status}")
 
+        # Neither states across a gap nor those from wrong velocities count for the means.
+        left_out = {row["satellite"] for row in faulty["satellites"] if (row["difference"] or {}).get("left_out")}
+        expect(left_out == {number for number, kind in wanted if kind.startswith("velocity-") or kind == "no-velocity"},
+               f"left out: {sorted(left_out)}")
+        in_gaps = {row["satellite"] for row in faulty["satellites"] if (row["difference"] or {}).get("in_gaps")}
+        expect(in_gaps == {number for number, kind in wanted if kind == "gap"}, f"in gaps: {sorted(in_gaps)}")
+
         judged = []
         for sigmas, verdict in ((0.5, "optimistic"), (2.0, "pessimistic")):
             other = generated(options.generator, home / verdict, satellites=options.satellites, faults=0, sigmas=sigmas)

@@ -58,7 +58,9 @@ TEST(Approaches, AreFoundAfterABurnSinceTheLastSample) {
             };
             EXPECT_EQ(countOf(60.0), countOf(3.0)) << dv_km_s;
             EXPECT_EQ(countOf(300.0), countOf(3.0)) << dv_km_s;
-            if (within_km > 1.0) EXPECT_GE(countOf(60.0), 1U);
+            if (within_km > 1.0) {
+                EXPECT_GE(countOf(60.0), 1U);
+            }
         }
     }
 }

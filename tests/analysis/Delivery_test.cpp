@@ -103,6 +103,22 @@ TEST(Delivery, DifferencesAreTakenByTheAgeOfTheEarlierPrediction) {
     EXPECT_THAT(statisticsByAge(std::vector{same}), IsEmpty());
 }
 
+TEST(Delivery, StatesAcrossAGapOfTheLaterOneAreNotCompared) {
+    const OwnedSatellite before = moved(0.0, 2049, {}, 0.0).stored();
+    const Points points = moved(0.5, 2048, {3.0, -4.0, 12.0}, 0.0);
+    const OwnedSatellite now = add(8, Frame::J2K, points.times[0]);
+    for (std::size_t i = 0; i < points.times.size(); ++i)
+        if ((i < 100 || i >= 120) && (i < 700 || i >= 704)) now->append(points.times[i], points.states[i]);
+    const PredictionDifference difference = differenceByAge(before, now, commonSpan(before, now).value());
+    EXPECT_EQ(difference.inGaps, 24U);
+    EXPECT_EQ(difference.unanswered, 0U);
+    ASSERT_EQ(difference.ages.size(), 3U);
+    EXPECT_EQ(difference.ages[0].times, 512U - 20U);
+    EXPECT_EQ(difference.ages[1].times, 1024U - 4U);
+    for (const AgeDifference& age : difference.ages)
+        EXPECT_NEAR(age.largest_m, 13.0, 1e-6);
+}
+
 PredictionDifference withDistance(double meanSquaredDistance) {
     AgeDifference age;
     age.age_days = 2;
@@ -162,6 +178,26 @@ TEST(Delivery, SatellitesFarOffAreSetAside) {
     differences.insert(differences.end(), 30, withDistance(0.0));
     EXPECT_THAT(statisticsByAge(differences)[0].setAside, IsEmpty());
     EXPECT_EQ(statisticsByAge(differences)[0].satellites, 10U);
+}
+
+TEST(Delivery, WithoutCovariancesDistancesShowWhoIsFarOff) {
+    struct Case {
+        std::size_t others;  // of a distance of 3 m
+        std::size_t withCovariance;
+        double distance_m;
+        std::size_t setAside;
+    };
+    for (const Case& c :
+         {Case{9, 0, 76.0, 1}, Case{9, 0, 74.0, 0}, Case{9, 9, 76.0, 1}, Case{8, 0, 585e3, 0}, Case{10, 10, 76.0, 1}}) {
+        std::vector<PredictionDifference> differences(c.others + 1, withDistance(kNone));
+        for (std::size_t i = 0; i < c.withCovariance; ++i)
+            differences[i] = withDistance(3.0);
+        differences.back().ages[0].meanSquares_m2[3] = c.distance_m * c.distance_m;
+        const AgeStatistics statistics = statisticsByAge(differences).at(0);
+        EXPECT_EQ(statistics.setAside, std::vector<std::size_t>(c.setAside, c.others)) << c.distance_m;
+        EXPECT_DOUBLE_EQ(statistics.usual_m, 3.0);
+        EXPECT_EQ(statistics.rms_m[3] == 3.0, c.setAside > 0) << statistics.rms_m[3];
+    }
 }
 
 }  // namespace

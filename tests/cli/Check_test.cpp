@@ -98,6 +98,7 @@ TEST_F(Check, WritesOneTableAndOneDocument) {
 TEST_F(Check, DistinguishesWrongUsageFromFailure) {
     writeExample("clean.e", "", "");
     EXPECT_EQ(run("check clean.e --only gaps").status, 2);
+    EXPECT_EQ(run("check clean.e --only gap --skip gap").status, 2);
     EXPECT_EQ(run("check clean.e --tolerance 0").status, 2);
     EXPECT_EQ(run("check clean.e --from 2026-02-01 --to 2026-01-01").status, 2);
     EXPECT_EQ(run("check clean.e --sat 7").status, 3);

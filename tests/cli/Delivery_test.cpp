@@ -12,7 +12,7 @@ protected:
     // A circular orbit in the equator, 14 hours with a point a minute, the radius so many metres above 7000 km. The
     // minutes count from 2026-01-31; some points may be left out.
     static std::string circle(int first_min, double height_m = 0.0, const std::string& frame = "J2000", int count = 840,
-                              int gap_min = -100) {
+                              int gap_min = -100, double velocity = 1.0) {
         std::ostringstream text;
         text << "stk.v.11.0\nBEGIN Ephemeris\nScenarioEpoch 31 Jan 2026 00:00:00.000\nDistanceUnit Kilometers\n"
              << "CoordinateSystem " << frame << "\nEphemerisTimePosVel\n";
@@ -22,8 +22,9 @@ protected:
             if (minute > gap_min && minute < gap_min + 30) continue;
             const double c = std::cos(rate * 60.0 * minute), s = std::sin(rate * 60.0 * minute);
             const double radius = 7000.0 + height_m * 1e-3;
-            text << 60 * minute << ' ' << radius * c << ' ' << radius * s << " 0 " << -radius * rate * s << ' '
-                 << radius * rate * c << " 0\n";
+            const double speed = radius * rate * velocity;
+            text << 60 * minute << ' ' << radius * c << ' ' << radius * s << " 0 " << -speed * s << ' ' << speed * c
+                 << " 0\n";
         }
         text << "END Ephemeris\n";
         return text.str();
@@ -101,6 +102,9 @@ TEST_F(Delivery, ChangesStatusesAndMessages) {
              Case{"- --previous -", 2, "", "given only once"},
              Case{"clean --previous", 2, "", "--previous"},
              Case{"clean --format csv", 2, "", "--format"},
+             Case{"clean --only gap,jump --skip jump,gap", 2, "", "--skip: "},
+             Case{"clean --only gap,jump --skip jump", 0, "", ""},
+             Case{"clean --number 5", 2, "", "--number: every satellite has a number already"},
          }) {
         SCOPED_TRACE(c.arguments);
         const std::string format = c.status == 2 ? "" : " --format json" + skip;
@@ -120,10 +124,15 @@ TEST_F(Delivery, SaysWhichFindingsAreNewAndHowFarPredictionsWereOff) {
     // The gap of 81002 is a new one, and the earlier one is in the new span: it is gone.
     EXPECT_THAT(json.output, HasSubstr(R"("kind":"gap","findings":1,"subjects":1,"new":1,"unchanged":0,"gone":1})"));
     EXPECT_THAT(json.output, HasSubstr(R"("schema":"vorlandi.delivery/1","delivery":"new","previous":"old")"));
-    // 780 minutes of 81001 in common, and the same of 81002 minus the gap. The common states of 81006 are the same.
+    // 780 minutes of 81001 in common. The common states of 81002, outside of its gaps, and of 81006 are the same.
     EXPECT_THAT(json.output, HasSubstr(R"("ages":[
-{"age_days":0,"satellites":2,"times":1531,)"));
+{"age_days":0,"satellites":1,"times":780,)"));
     EXPECT_THAT(json.output, HasSubstr(R"("normalized_satellites":0,"set_aside":0,"factor":null,"covariances":null})"));
+
+    // Of a satellite that is missing, and of a file.
+    for (const char* const arguments : {"clean --previous old --only gap", "clean --previous bad --only not-read"})
+        EXPECT_THAT(run(std::string("delivery --format json ") + arguments).output,
+                    HasSubstr(R"("findings":0,"subjects":0,"new":0,"unchanged":0,"gone":1})"));
 
     const Outcome table = run("delivery new --previous old --limit 0" + options);
     EXPECT_EQ(table.status, 1);
@@ -131,7 +140,8 @@ TEST_F(Delivery, SaysWhichFindingsAreNewAndHowFarPredictionsWereOff) {
                                         "2026-01-31T00:00:00.000000 to 2026-01-31T14:59:00.000000\n"));
     EXPECT_THAT(table.output, HasSubstr("1 more missing\n1 more added\n1 more frame-changed\n"));
     EXPECT_THAT(table.output, HasSubstr("1 satellite was not updated"));
-    EXPECT_THAT(table.output, HasSubstr("1 satellite has the same states as before"));
+    EXPECT_THAT(table.output, HasSubstr("At 29 points of the previous delivery, this one has a gap"));
+    EXPECT_THAT(table.output, HasSubstr("2 satellites have the same states as before"));
     const Outcome unchanged = run("delivery old --previous old" + options);
     EXPECT_THAT(unchanged.output, HasSubstr("\n6 satellites were not updated"));
     EXPECT_THAT(unchanged.output, Not(HasSubstr("No satellite could be compared")));
@@ -139,6 +149,51 @@ TEST_F(Delivery, SaysWhichFindingsAreNewAndHowFarPredictionsWereOff) {
     EXPECT_THAT(one.output, HasSubstr("\nno findings\n"));
     EXPECT_THAT(one.output, HasSubstr("\n         0           1           5  "));
     EXPECT_THAT(one.output, HasSubstr("  5            5  81001\n"));
+    EXPECT_THAT(one.output, HasSubstr("\nAt ages with fewer than 10 satellites all count, however far off.\n"));
+}
+
+TEST_F(Delivery, FindsWhoIsFarOffWithoutCovariances) {
+    shell("mkdir before after");
+    for (int number = 82001; number <= 82010; ++number) {
+        write("before/" + std::to_string(number) + "_a.e", circle(0, 0.0, "J2000", 120));
+        write("after/" + std::to_string(number) + "_b.e", circle(0, number == 82010 ? 585e3 : 5.0, "J2000", 120));
+    }
+    const Outcome table = run("delivery after --previous before");
+    EXPECT_EQ(table.status, 1);
+    EXPECT_THAT(table.output, HasSubstr("warning far-off: differs from the previous delivery by 585 km (the median of "
+                                        "the satellites is 5 m), rms, at an age of 0 days, and by up to 585 km: "));
+    EXPECT_THAT(table.output, HasSubstr("\n         0          10           5  "));
+    EXPECT_THAT(table.output, Not(HasSubstr("all count")));
+}
+
+TEST_F(Delivery, SatellitesWithWrongVelocitiesAreLeftOutOfTheTable) {
+    shell("mkdir wrong");
+    write("wrong/81001_b.e", circle(60, 5.0));
+    write("wrong/81002_b.e", circle(60, 0.0, "J2000", 840, -100, 1000.0));
+    // What is not listed counts as well, in either delivery.
+    for (const char* const arguments :
+         {"wrong --previous old", "wrong --previous old --skip velocity-unit", "old --previous wrong"}) {
+        const Outcome table = run(std::string("delivery ") + arguments);
+        EXPECT_THAT(table.output, HasSubstr("\n         0           1           5  "));
+        EXPECT_THAT(table.output, HasSubstr("\n1 satellite is left out: "));
+    }
+    EXPECT_THAT(run("delivery wrong --previous old --format json").output,
+                HasSubstr(R"("in_gaps":0,"same":false,"left_out":true,"ages":[)"));
+    EXPECT_EQ(run("delivery wrong --previous old --sat 81002 -o wrong.html").status, 1);
+    EXPECT_THAT(run("delivery wrong --previous wrong").output, Not(HasSubstr("left out")));
+}
+
+TEST_F(Delivery, FilesThatCardsNameCountOnce) {
+    shell("cp carded/81001_b.e carded/81002_b.e; echo nothing > carded/81003_b.e");
+    write("carded/fleet.card", "EPHFIL = 81001_b.e\nEPHFIL = 81003_b.e\n");
+    const Outcome unreadable = run("delivery carded --only not-read");
+    EXPECT_EQ(unreadable.status, 3);
+    EXPECT_THAT(unreadable.output, HasSubstr("delivery carded: 2 satellites in 2 files"));
+    EXPECT_THAT(unreadable.output, HasSubstr("error     not-read         1   1\n"));
+    // A second card, its suffix in capitals.
+    write("carded/more.CARD", "EPHFIL = 81003_b.e\nEPHFIL = 81002_b.e\nEPHFIL = 81001_b.e\n");
+    EXPECT_EQ(run("delivery carded --only not-read").output, unreadable.output);
+    EXPECT_THAT(run("delivery carded --only duplicate").output, HasSubstr("\nno findings\n"));
 }
 
 TEST_F(Delivery, PagesAreCompleteAndReplaceOthersOnlyWhenForced) {
@@ -149,6 +204,10 @@ TEST_F(Delivery, PagesAreCompleteAndReplaceOthersOnlyWhenForced) {
         EXPECT_THAT(page, HasSubstr(part));
     EXPECT_THAT(page, Not(HasSubstr("<script")));
     EXPECT_THAT(page, Not(HasSubstr("{parts}")));
+    // A name that looks like a place of the page stays a name.
+    shell("cp -r clean 'in{parts}'");
+    EXPECT_EQ(run("delivery 'in{parts}' -o named.html").status, 0);
+    EXPECT_THAT(contentsOf(file("named.html")), HasSubstr("<title>Delivery in{parts}</title>"));
     const Outcome again = run("delivery clean -o page.html");
     EXPECT_EQ(again.status, 3);
     EXPECT_THAT(again.messages, HasSubstr("page.html: error: exists; --force replaces it"));
