@@ -22,10 +22,11 @@ std::vector<Ds50> evenTimes(const Span& span, std::size_t count) {
     return times;
 }
 
-Curve ofStoredStates(const Ephemeris& ephemeris, const std::function<double(const State&)>& value) {
+Curve ofStoredStates(const Ephemeris& ephemeris, const PointRange& range,
+                     const std::function<double(const State&)>& value) {
     Curve curve;
-    for (std::size_t i = 0; i < ephemeris.size(); ++i) {
-        if (i > 0 && !isAnswered(ephemeris, i - 1)) curve.add(ephemeris.times[i], kBreak);
+    for (std::size_t i = range.first; i < range.last; ++i) {
+        if (i > range.first && !isAnswered(ephemeris, i - 1)) curve.add(ephemeris.times[i - 1], kBreak);
         curve.add(ephemeris.times[i], value(ephemeris.states[i]));
     }
     return curve;
@@ -33,10 +34,10 @@ Curve ofStoredStates(const Ephemeris& ephemeris, const std::function<double(cons
 
 }  // namespace
 
-Curve curveOf(const Satellite& satellite, const Ephemeris& ephemeris, std::size_t samples,
+Curve curveOf(const Satellite& satellite, const Ephemeris& ephemeris, const PointRange& range, std::size_t samples,
               const std::function<double(const State&)>& value) {
-    if (ephemeris.size() >= samples || ephemeris.size() < kWindow) return ofStoredStates(ephemeris, value);
-    const std::vector<Ds50> times = evenTimes({ephemeris.times.front(), ephemeris.times.back()}, samples);
+    if (range.size() >= samples || ephemeris.size() < kWindow) return ofStoredStates(ephemeris, range, value);
+    const std::vector<Ds50> times = evenTimes({ephemeris.times[range.first], ephemeris.times[range.last - 1]}, samples);
     std::vector<State> states(samples);
     std::vector<std::int32_t> codes(samples);
     satellite.try_states(times, states, codes);
@@ -50,10 +51,10 @@ double height_km(const State& state) { return positionOf(state).norm() - kEarthR
 
 double speed_km_s(const State& state) { return velocityOf(state).norm(); }
 
-std::array<Curve, 3> sigmaCurves(const Ephemeris& ephemeris) {
+std::array<Curve, 3> sigmaCurves(const Ephemeris& ephemeris, const PointRange& range) {
     std::array<Curve, 3> curves;
     if (ephemeris.covariances.empty()) return curves;
-    for (std::size_t i = 0; i < ephemeris.size(); ++i) {
+    for (std::size_t i = range.first; i < range.last; ++i) {
         const auto sigmas_m = orbitSigmas_m(ephemeris.covariances[i], ephemeris.states[i], ephemeris.frame);
         for (std::size_t axis = 0; axis < curves.size(); ++axis)
             curves[axis].add(ephemeris.times[i], sigmas_m ? (*sigmas_m)[axis] : kBreak);
@@ -61,9 +62,10 @@ std::array<Curve, 3> sigmaCurves(const Ephemeris& ephemeris) {
     return curves;
 }
 
-Curve errorCurve(const Ephemeris& ephemeris, const InterpolationErrors& errors) {
+Curve errorCurve(const Ephemeris& ephemeris, const PointRange& range, const InterpolationErrors& errors) {
     Curve curve;
-    for (std::size_t i = 0; i < errors.spacing_m.size(); ++i) {
+    if (errors.spacing_m.empty()) return curve;
+    for (std::size_t i = range.first; i + 1 < range.last; ++i) {
         curve.add(ephemeris.times[i], errors.error_m(i));
         curve.add(ephemeris.times[i + 1], errors.error_m(i));
     }

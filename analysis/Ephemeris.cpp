@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "analysis/PointRange.hpp"
+
 namespace vorlandi::analysis {
 namespace {
 
@@ -56,18 +58,24 @@ Ephemeris makeEphemeris(std::int32_t number, Frame frame, std::vector<Ds50> time
     return ephemeris;
 }
 
+PointRange pointsWithin(const std::vector<Ds50>& times, const Span& range) {
+    // Times are written to the microsecond: a time that is off by no more is the same.
+    const Ds50 first_days{range.first.days - kMicrosecond_days}, last_days{range.last.days + kMicrosecond_days};
+    const auto end = std::upper_bound(times.begin(), times.end(), last_days);
+    const auto begin = std::lower_bound(times.begin(), end, first_days);
+    return {static_cast<std::size_t>(begin - times.begin()), static_cast<std::size_t>(end - times.begin())};
+}
+
 Ephemeris ephemerisOf(const Satellite& satellite, const Span& range) {
     const Fields fields = satellite.fields();
     if (fields.points == 0) return makeEphemeris(fields.number, fields.frame, {}, {});
     std::vector<Ds50> times(static_cast<std::size_t>(fields.points));
     detail::require(VorlanGetEphemerisArr(satellite.key(), 1, fields.points, detail::raw(times.data()), nullptr,
                                           nullptr, nullptr, nullptr));
-    // Times are written to the microsecond: a time that is off by no more is the same.
-    const Ds50 first_days{range.first.days - kMicrosecond_days}, last_days{range.last.days + kMicrosecond_days};
-    times.erase(std::upper_bound(times.begin(), times.end(), last_days), times.end());
-    const auto begin = std::lower_bound(times.begin(), times.end(), first_days);
-    const std::int64_t first = begin - times.begin() + 1;
-    times.erase(times.begin(), begin);
+    const PointRange within = pointsWithin(times, range);
+    const auto first = static_cast<std::int64_t>(within.first) + 1;
+    times.resize(within.last);
+    times.erase(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(within.first));
     if (times.empty()) return makeEphemeris(fields.number, fields.frame, {}, {});
 
     std::vector<State> states(times.size());

@@ -12,7 +12,6 @@
 #include "PlotPage.hpp"
 #include "PlotPanels.hpp"
 #include "Selection.hpp"
-#include "analysis/Steps.hpp"
 #include "analysis/Thinning.hpp"
 
 namespace vorlandi::cli {
@@ -69,12 +68,13 @@ std::vector<PlottedSatellite> wantedSatellites(const PlotCommandOptions& options
         const SatelliteRecord& record = satellite.record;
         if (!isWanted(record, options.satellites)) continue;
         const std::string name = shortNameOf(satellite);
-        analysis::Ephemeris ephemeris = analysis::ephemerisOf(record.satellite, range);
+        analysis::Ephemeris ephemeris = analysis::ephemerisOf(record.satellite);
         ephemeris.number = record.number;
-        if (ephemeris.times.empty())
+        const analysis::PointRange within = analysis::pointsWithin(ephemeris.times, range);
+        if (within.size() == 0)
             console.warning(nameOf(satellite), "has no points in the range");
         else
-            wanted.push_back({record.satellite, name, std::move(ephemeris)});
+            wanted.push_back({record.satellite, name, std::move(ephemeris), within});
     }
     return wanted;
 }
@@ -91,7 +91,7 @@ std::vector<PlottedPair> pairsOf(const std::vector<PlottedSatellite>& satellites
                 !analysis::commonSpan(satellites[i].satellite, other.record.satellite))
                 continue;
             hasPartner = true;
-            pairs.push_back({i, other.record.satellite});
+            pairs.push_back({i, other.record.satellite, nameOf(other)});
         }
         allPaired = allPaired && hasPartner;
         if (!hasPartner)
@@ -101,32 +101,37 @@ std::vector<PlottedPair> pairsOf(const std::vector<PlottedSatellite>& satellites
     return pairs;
 }
 
-// Every second, fourth and so on of the points where that keeps the error below the page's tolerance.
+// Leaves out points where that keeps the error below the page's tolerance.
 void thin(analysis::Ephemeris& ephemeris) {
-    const auto wouldDo_s = analysis::spacingThatWouldDo_s(ephemeris, kPageTolerance_m);
-    const auto steps = analysis::stepRange(analysis::stepsOf(ephemeris));
-    if (!wouldDo_s || !steps || !(steps->median_s > 0.0)) return;
-    const auto stride = static_cast<std::size_t>(std::lround(*wouldDo_s / steps->median_s));
     std::vector<Ds50> times;
     std::vector<State> states;
-    for (std::size_t i = 0; i < ephemeris.size(); ++i) {
-        const bool isKept = i % stride == 0 || i + 1 == ephemeris.size();
-        if (!isKept) continue;
+    for (const std::size_t i : analysis::pointsThatWouldDo(ephemeris, kPageTolerance_m)) {
         times.push_back(ephemeris.times[i]);
         states.push_back(ephemeris.states[i]);
     }
     ephemeris = analysis::makeEphemeris(ephemeris.number, ephemeris.frame, std::move(times), std::move(states));
 }
 
-std::vector<PageOrbit> orbitsOf(std::vector<PlottedSatellite>& satellites, std::vector<std::string>& notes) {
-    std::size_t points = 0, embedded = 0;
-    for (const PlottedSatellite& satellite : satellites)
-        points += satellite.ephemeris.size();
+// The points of the range, and two more on each side: the windows of its intervals have no others.
+analysis::Ephemeris embeddedOf(const PlottedSatellite& satellite) {
+    constexpr std::size_t kMore = 2;
+    const analysis::Ephemeris& all = satellite.ephemeris;
+    const auto first = static_cast<std::ptrdiff_t>(satellite.range.first - std::min(satellite.range.first, kMore));
+    const auto last = static_cast<std::ptrdiff_t>(std::min(satellite.range.last + kMore, all.size()));
+    return analysis::makeEphemeris(all.number, all.frame, {all.times.begin() + first, all.times.begin() + last},
+                                   {all.states.begin() + first, all.states.begin() + last});
+}
+
+std::vector<PageOrbit> orbitsOf(const std::vector<PlottedSatellite>& satellites, std::vector<std::string>& notes) {
     std::vector<PageOrbit> orbits;
-    for (PlottedSatellite& satellite : satellites) {
-        if (points > kMostPagePoints) thin(satellite.ephemeris);
-        embedded += satellite.ephemeris.size();
-        orbits.push_back({satellite.name, std::move(satellite.ephemeris)});
+    std::size_t points = 0, embedded = 0;
+    for (const PlottedSatellite& satellite : satellites) {
+        orbits.push_back({satellite.name, embeddedOf(satellite), satellite.span()});
+        points += orbits.back().ephemeris.size();
+    }
+    for (PageOrbit& orbit : orbits) {
+        if (points > kMostPagePoints) thin(orbit.ephemeris);
+        embedded += orbit.ephemeris.size();
     }
     if (embedded < points)
         notes.push_back(fmt::format("{} of {} points are in this page: its states are within {} m of the file's.",
@@ -148,7 +153,7 @@ void describe(Plot& plot, const std::vector<PlottedSatellite>& satellites) {
         plot.description += (plot.panels.data() == &panel ? " " : "; ") + panel.title;
 }
 
-void write(const PlotCommandOptions& options, Plot& plot, std::vector<PlottedSatellite>& satellites) {
+void write(const PlotCommandOptions& options, const Plot& plot, const std::vector<PlottedSatellite>& satellites) {
     std::string text;
     if (isPage(options.output)) {
         std::vector<std::string> notes;
@@ -193,7 +198,7 @@ ExitStatus runPlot(const CLI::App& command, PlotCommandOptions& options, Console
         console.error("", "there is nothing to plot");
         return ExitStatus::Failure;
     }
-    Plot plot = makePlot(satellites, pairs, shownOf(options.shown), options.width_px);
+    Plot plot = makePlot(satellites, pairs, shownOf(options.shown), options.width_px, console);
     if (plot.panels.empty() && !isPage(options.output)) {
         console.error("", "there is nothing to plot: gaps are shown in panels, and no panel has values");
         return ExitStatus::Failure;

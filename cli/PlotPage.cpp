@@ -35,10 +35,12 @@ void append(std::string& bytes, double value) {
     bytes.append(raw, sizeof raw);
 }
 
+double since_s(Ds50 time, double start_days) { return (tai_days(time) - start_days) * analysis::kSecondsPerDay; }
+
 std::string pointsOf(const analysis::Ephemeris& ephemeris, double start_days) {
     std::string bytes;
     for (std::size_t i = 0; i < ephemeris.size(); ++i) {
-        append(bytes, (tai_days(ephemeris.times[i]) - start_days) * analysis::kSecondsPerDay);
+        append(bytes, since_s(ephemeris.times[i], start_days));
         for (const double x : ephemeris.states[i].position_km)
             append(bytes, x);
         for (const double v : ephemeris.states[i].velocity_km_s)
@@ -68,14 +70,14 @@ std::string withinScript(std::string json) {
 
 std::string dataOf(const std::vector<PageOrbit>& orbits, const Span& span) {
     const double start_days = tai_days(span.first);
-    std::string json =
-        fmt::format(R"({{"start_tai_days":{},"length_s":{},"tai_minus_utc":[{}],"satellites":[)", start_days,
-                    (tai_days(span.last) - start_days) * analysis::kSecondsPerDay, offsetsOf(span));
+    std::string json = fmt::format(R"({{"start_tai_days":{},"length_s":{},"tai_minus_utc":[{}],"satellites":[)",
+                                   start_days, since_s(span.last, start_days), offsetsOf(span));
     const char* separator = "\n";
     for (const PageOrbit& orbit : orbits)
-        json += fmt::format("{}{{\"name\":{},\"frame\":{},\"points\":\"{}\"}}", std::exchange(separator, ",\n"),
-                            jsonText(orbit.name), jsonText(name(orbit.ephemeris.frame)),
-                            pointsOf(orbit.ephemeris, start_days));
+        json += fmt::format(R"({}{{"name":{},"frame":{},"from_s":{},"to_s":{},"points":"{}"}})",
+                            std::exchange(separator, ",\n"), jsonText(orbit.name),
+                            jsonText(name(orbit.ephemeris.frame)), since_s(orbit.range.first, start_days),
+                            since_s(orbit.range.last, start_days), pointsOf(orbit.ephemeris, start_days));
     return withinScript(std::move(json)) + "]}";
 }
 

@@ -11,7 +11,8 @@ namespace vorlandi::cli {
 
 struct PageOrbit {
     std::string name;
-    analysis::Ephemeris ephemeris;
+    analysis::Ephemeris ephemeris;  // with the points around the range that windows need
+    Span range;                     // in which the page answers
 };
 
 // Orbits with this many points or fewer are embedded whole.

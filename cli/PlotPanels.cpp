@@ -3,9 +3,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <numeric>
 
+#include "Spacing.hpp"
 #include "analysis/Jumps.hpp"
 #include "analysis/Steps.hpp"
+#include "analysis/Texts.hpp"
 
 namespace vorlandi::cli {
 namespace {
@@ -16,10 +19,10 @@ constexpr const char* kDashes[] = {"", "6 3", "2 2"};  // radial, in-track, cros
 constexpr const char* kAxisNames[] = {"radial", "in-track", "cross-track"};
 
 Span spanOf(const std::vector<PlottedSatellite>& satellites) {
-    Span span{satellites.front().ephemeris.times.front(), satellites.front().ephemeris.times.back()};
+    Span span = satellites.front().span();
     for (const PlottedSatellite& satellite : satellites) {
-        span.first = std::min(span.first, satellite.ephemeris.times.front());
-        span.last = std::max(span.last, satellite.ephemeris.times.back());
+        span.first = std::min(span.first, satellite.span().first);
+        span.last = std::max(span.last, satellite.span().last);
     }
     // One point still has a width.
     if (span.first == span.last) span.last.days += 1.0 / analysis::kSecondsPerDay;
@@ -28,8 +31,9 @@ Span spanOf(const std::vector<PlottedSatellite>& satellites) {
 
 class Panels {
 public:
-    Panels(const std::vector<PlottedSatellite>& satellites, const std::set<Shown>& shown, int width_px)
-        : satellites_(satellites), shown_(shown), samples_(2 * static_cast<std::size_t>(width_px)) {
+    Panels(const std::vector<PlottedSatellite>& satellites, const std::set<Shown>& shown, int width_px,
+           Console& console)
+        : satellites_(satellites), shown_(shown), samples_(2 * static_cast<std::size_t>(width_px)), console_(console) {
         plot_.span = spanOf(satellites);
         for (const PlottedSatellite& satellite : satellites)
             plot_.satellites.push_back(satellite.name);
@@ -49,14 +53,15 @@ private:
         PlotPanel panel{title, false, {}};
         for (std::size_t i = 0; i < satellites_.size(); ++i)
             panel.curves.push_back(
-                {curveOf(satellites_[i].satellite, satellites_[i].ephemeris, samples_, value), i, ""});
+                {curveOf(satellites_[i].satellite, satellites_[i].ephemeris, satellites_[i].range, samples_, value), i,
+                 ""});
         plot_.panels.push_back(std::move(panel));
     }
 
     void addSigmas() {
         PlotPanel panel{"sigma (m): radial, in-track (dashed), cross-track (dotted)", true, {}};
         for (std::size_t i = 0; i < satellites_.size(); ++i) {
-            std::array<Curve, 3> curves = sigmaCurves(satellites_[i].ephemeris);
+            std::array<Curve, 3> curves = sigmaCurves(satellites_[i].ephemeris, satellites_[i].range);
             for (std::size_t axis = 0; axis < curves.size(); ++axis)
                 if (!curves[axis].times.empty()) panel.curves.push_back({std::move(curves[axis]), i, kDashes[axis]});
         }
@@ -72,7 +77,7 @@ private:
             const analysis::Ephemeris& ephemeris = satellites_[i].ephemeris;
             const analysis::InterpolationErrors errors = analysis::estimatedErrors(ephemeris);
             if (isMarked) markGapsAndJumps(i, errors);
-            panel.curves.push_back({errorCurve(ephemeris, errors), i, ""});
+            panel.curves.push_back({errorCurve(ephemeris, satellites_[i].range, errors), i, ""});
         }
         if (shown_.contains(Shown::Error)) plot_.panels.push_back(std::move(panel));
     }
@@ -81,21 +86,30 @@ private:
         const analysis::Ephemeris& ephemeris = satellites_[i].ephemeris;
         const std::vector<std::size_t> gaps = analysis::gapsIn(analysis::stepsOf(ephemeris));
         for (const analysis::Stretch& stretch : unansweredStretches(ephemeris))
-            plot_.gaps.push_back({{ephemeris.times[stretch.first], ephemeris.times[stretch.last + 1]}, i, false});
+            markGap(i, stretch, false);
         for (const std::size_t gap : gaps)
-            if (isAnswered(ephemeris, gap))
-                plot_.gaps.push_back({{ephemeris.times[gap], ephemeris.times[gap + 1]}, i, true});
+            if (isAnswered(ephemeris, gap)) markGap(i, {gap, gap}, true);
         if (errors.motion == analysis::Motion::Unknown || errors.spacing_m.empty()) return;
-        for (const analysis::Jump& jump : findIrregularities(ephemeris, errors, gaps).jumps)
-            plot_.marks.push_back(
-                {from_tai_days(tai_days(ephemeris.times.front()) + jump.elapsed_s / analysis::kSecondsPerDay), i,
-                 fmt::format("{} of {}, {:.3g} m/s", jump.isManoeuvre ? "manoeuvre" : "step", satellites_[i].name,
-                             jump.speed_m_s())});
+        const Span span = satellites_[i].span();
+        for (const analysis::Jump& jump : findIrregularities(ephemeris, errors, gaps).jumps) {
+            const Ds50 time =
+                from_tai_days(tai_days(ephemeris.times.front()) + jump.elapsed_s / analysis::kSecondsPerDay);
+            if (time < span.first || span.last < time) continue;
+            plot_.marks.push_back({time, i,
+                                   fmt::format("{} of {}, {:.3g} m/s", jump.isManoeuvre ? "manoeuvre" : "step",
+                                               satellites_[i].name, jump.speed_m_s())});
+        }
+    }
+
+    // The part of a gap that is in the range.
+    void markGap(std::size_t i, const analysis::Stretch& intervals, bool isAnswered) {
+        const auto& [satellite, name, ephemeris, range] = satellites_[i];
+        const std::size_t first = std::max(intervals.first, range.first);
+        const std::size_t last = std::min(intervals.last + 1, range.last - 1);
+        if (first < last) plot_.gaps.push_back({{ephemeris.times[first], ephemeris.times[last]}, i, isAnswered});
     }
 
     void addDifferences(const std::vector<PlottedPair>& pairs) {
-        constexpr analysis::Quantity kQuantities[] = {analysis::Quantity::Radial, analysis::Quantity::InTrack,
-                                                      analysis::Quantity::CrossTrack};
         std::array<PlotPanel, 3> panels;
         for (std::size_t axis = 0; axis < panels.size(); ++axis)
             panels[axis].title = fmt::format("{} difference (m)", kAxisNames[axis]);
@@ -105,28 +119,54 @@ private:
             if (!common) continue;
             const analysis::Comparison comparison =
                 analysis::compare(first.satellite, pair.second, analysis::timesWithin(first.satellite, *common));
-            for (std::size_t axis = 0; axis < panels.size(); ++axis) {
-                Curve curve;
-                for (const analysis::Difference& difference : comparison.differences)
-                    curve.add(difference.time, difference[kQuantities[axis]]);
-                panels[axis].curves.push_back({std::move(curve), pair.first, ""});
-            }
+            std::array<Curve, 3> curves = differenceCurves(pair, *common, comparison.differences);
+            for (std::size_t axis = 0; axis < panels.size(); ++axis)
+                panels[axis].curves.push_back({std::move(curves[axis]), pair.first, ""});
         }
         for (PlotPanel& panel : panels)
             plot_.panels.push_back(std::move(panel));
     }
 
+    // Broken at gaps of both satellites, across which the second one is interpolated.
+    std::array<Curve, 3> differenceCurves(const PlottedPair& pair, const Span& common,
+                                          const std::vector<analysis::Difference>& differences) {
+        constexpr analysis::Quantity kQuantities[] = {analysis::Quantity::Radial, analysis::Quantity::InTrack,
+                                                      analysis::Quantity::CrossTrack};
+        const Gaps gapsOfFirst(satellites_[pair.first].satellite), gapsOfSecond(pair.second);
+        std::array<Curve, 3> curves;
+        std::size_t leftOut = 0;
+        for (std::size_t i = 0; i < differences.size(); ++i) {
+            const Ds50 time = differences[i].time, before = differences[i > 0 ? i - 1 : 0].time;
+            const double middle_days = std::midpoint(before.days, time.days);
+            const bool isInGap = gapsOfSecond.contains(time.days);
+            const bool isBroken = isInGap || gapsOfFirst.contains(middle_days) || gapsOfSecond.contains(middle_days);
+            for (std::size_t axis = 0; axis < curves.size(); ++axis) {
+                if (isBroken) curves[axis].add(before, analysis::kNone);
+                if (!isInGap) curves[axis].add(time, differences[i][kQuantities[axis]]);
+            }
+            if (isInGap) ++leftOut;
+        }
+        if (leftOut > 0)
+            console_.warning(
+                pair.nameOfSecond,
+                fmt::format("{} of {} {} interpolated across {}: the difference is not drawn there", leftOut,
+                            analysis::countText(differences.size(), "state"), analysis::isOrAre(leftOut),
+                            analysis::countText(gapsOfSecond.countWithin(common), "gap")));
+        return curves;
+    }
+
     const std::vector<PlottedSatellite>& satellites_;
     const std::set<Shown>& shown_;
     std::size_t samples_;
+    Console& console_;
     Plot plot_;
 };
 
 }  // namespace
 
 Plot makePlot(const std::vector<PlottedSatellite>& satellites, const std::vector<PlottedPair>& pairs,
-              const std::set<Shown>& shown, int width_px) {
-    return Panels(satellites, shown, width_px).plot(pairs);
+              const std::set<Shown>& shown, int width_px, Console& console) {
+    return Panels(satellites, shown, width_px, console).plot(pairs);
 }
 
 }  // namespace vorlandi::cli

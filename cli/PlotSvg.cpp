@@ -4,7 +4,9 @@
 #include <cmath>
 #include <iterator>
 #include <limits>
+#include <map>
 #include <optional>
+#include <string_view>
 
 #include "ForeignTexts.hpp"
 #include "Plot.hpp"
@@ -18,7 +20,12 @@ constexpr double kLeft_px = 78, kRight_px = 26, kPanel_px = 150, kBetween_px = 3
 constexpr const char* kColours[kPlotColours] = {"#0072b2", "#e69f00", "#009e73", "#d55e00",
                                                 "#cc79a7", "#56b4e9", "#8a7500", "#000000"};
 constexpr const char* kGrey = "#9a9a9a";
-constexpr std::size_t kMostPoints = 60'000;  // of the curves of a panel: keeps fleets readable for browsers
+
+// Limits of the whole picture, in all its panels, that keep it below 1 MB. If there are grey curves, they have half of
+// the points.
+constexpr std::size_t kMostPoints = 48'000;
+constexpr std::size_t kMostGaps = 5'000;
+constexpr std::size_t kMostMarks = 1'000;
 
 const char* colourOf(std::size_t satellite) { return satellite < kPlotColours ? kColours[satellite] : kGrey; }
 
@@ -47,9 +54,42 @@ std::optional<Range> rangeOf(const PlotPanel& panel) {
     return Range{least - room, largest + room};
 }
 
+// Gaps of one kind that are too close together to be told apart.
+struct Shade {
+    double left_px;
+    double right_px;
+    std::size_t satellite;
+    bool isAnswered;
+};
+
+// Jumps of one satellite that are too close together.
+struct Line {
+    double x_px;
+    const PlotMark* first;
+    std::size_t others;
+};
+
+// Calls merged(reach_px), which joins what is at most that far apart, with the least reach that leaves few enough.
+template <typename Merge>
+auto fewEnough(std::size_t most, const Merge& merged) {
+    for (double reach_px = 1.0;; reach_px *= 2.0)
+        if (auto result = merged(reach_px); result.size() <= most || reach_px > kLargestPlotWidth) return result;
+}
+
 class Svg {
 public:
-    Svg(const Plot& plot, int width_px) : plot_(plot), width_px_(width_px) {}
+    Svg(const Plot& plot, int width_px) : plot_(plot), width_px_(width_px) {
+        const std::size_t panels = std::max<std::size_t>(plot.panels.size(), 1);
+        shades_ = fewEnough(kMostGaps / panels, [&](double reach_px) { return shades(reach_px); });
+        lines_ = fewEnough(kMostMarks / panels, [&](double reach_px) { return lines(reach_px); });
+        std::size_t coloured = 0, grey = 0;
+        for (const PlotPanel& panel : plot.panels)
+            for (const PlotCurve& curve : panel.curves)
+                ++(isGrey(curve) ? grey : coloured);
+        const std::size_t share = grey > 0 ? kMostPoints / 2 : kMostPoints;
+        mostOfColoured_ = share / std::max<std::size_t>(coloured, 1);
+        mostOfGrey_ = share / std::max<std::size_t>(grey, 1);
+    }
 
     std::string text() {
         const double height_px =
@@ -110,9 +150,7 @@ private:
               kLeft_px, top_px, width_px_ - kLeft_px - kRight_px, kPanel_px);
         if (range) {
             printValues(panel, *range, top_px);
-            // Grey curves lie under the others.
-            for (auto curve = panel.curves.rbegin(); curve != panel.curves.rend(); ++curve)
-                printCurve(*curve, panel, *range, top_px);
+            printCurves(panel, *range, top_px);
         }
         printMarks(top_px);
         text_ += "</g>\n";
@@ -137,38 +175,96 @@ private:
         }
     }
 
-    void printCurve(const PlotCurve& curve, const PlotPanel& panel, const Range& range, double top_px) {
+    static bool isGrey(const PlotCurve& curve) { return curve.satellite >= kPlotColours; }
+
+    // Grey curves lie under the others, and those that look alike are one path.
+    void printCurves(const PlotPanel& panel, const Range& range, double top_px) {
+        std::map<std::string_view, std::string> grey;
+        for (const PlotCurve& curve : panel.curves)
+            if (isGrey(curve)) appendCurve(grey[curve.dashes], curve, panel, range, top_px);
+        for (const auto& [dashes, data] : grey)
+            printPath(kGrey, "0.6", dashes, data);
+        for (auto curve = panel.curves.rbegin(); curve != panel.curves.rend(); ++curve) {
+            if (isGrey(*curve)) continue;
+            std::string data;
+            appendCurve(data, *curve, panel, range, top_px);
+            printPath(colourOf(curve->satellite), "1.3", curve->dashes, data);
+        }
+    }
+
+    void printPath(const char* colour, const char* width, std::string_view dashes, const std::string& data) {
+        print("<path fill=\"none\" stroke=\"{}\" stroke-width=\"{}\" stroke-dasharray=\"{}\" d=\"{}\"/>\n", colour,
+              width, dashes, data);
+    }
+
+    void appendCurve(std::string& data, const PlotCurve& curve, const PlotPanel& panel, const Range& range,
+                     double top_px) const {
         const auto columns = static_cast<std::size_t>(width_px_ - kLeft_px - kRight_px);
-        const std::size_t most = std::max<std::size_t>(kMostPoints / panel.curves.size() / 2, 40);
+        const std::size_t most = std::max<std::size_t>((isGrey(curve) ? mostOfGrey_ : mostOfColoured_) / 2, 1);
         const analysis::Curve shown = analysis::reduced(curve.curve, plot_.span, std::min(columns, most));
-        print("<path fill=\"none\" stroke=\"{}\" stroke-width=\"{}\" stroke-dasharray=\"{}\" d=\"",
-              colourOf(curve.satellite), curve.satellite < kPlotColours ? "1.3" : "0.6", curve.dashes);
         bool isPenDown = false;
         for (std::size_t i = 0; i < shown.times.size(); ++i) {
             const double value = shown.values[i];
             const bool isDrawn = std::isfinite(value) && !(panel.isLogarithmic && value <= 0.0);
             if (isDrawn)
-                print("{}{:.1f} {:.1f}", isPenDown ? 'L' : 'M', x(shown.times[i]), y(value, panel, range, top_px));
+                fmt::format_to(std::back_inserter(data), "{}{:.1f} {:.1f}", isPenDown ? 'L' : 'M', x(shown.times[i]),
+                               y(value, panel, range, top_px));
             isPenDown = isDrawn;
         }
-        text_ += "\"/>\n";
     }
 
-    void printGaps(double top_px) {
+    // Gaps come in the order of satellites, kinds and times.
+    std::vector<Shade> shades(double reach_px) const {
+        constexpr double kLeastWidth_px = 0.5;
+        std::vector<Shade> result;
         for (const PlotGap& gap : plot_.gaps) {
             const double left_px = x(gap.span.first);
-            print("<rect x=\"{:.1f}\" y=\"{:g}\" width=\"{:.1f}\" height=\"{:g}\" fill=\"{}\" opacity=\"{}\"/>\n",
-                  left_px, top_px, std::max(x(gap.span.last) - left_px, 0.5), kPanel_px, colourOf(gap.satellite),
-                  gap.isAnswered ? "0.12" : "0.25");
+            const double right_px = std::max(x(gap.span.last), left_px + kLeastWidth_px);
+            const bool continues = !result.empty() && result.back().satellite == gap.satellite &&
+                                   result.back().isAnswered == gap.isAnswered &&
+                                   left_px - result.back().right_px <= reach_px;
+            if (continues)
+                result.back().right_px = std::max(result.back().right_px, right_px);
+            else
+                result.push_back({left_px, right_px, gap.satellite, gap.isAnswered});
         }
+        return result;
+    }
+
+    // The shades of a colour and kind are one path.
+    void printGaps(double top_px) {
+        for (auto shade = shades_.begin(); shade != shades_.end();) {
+            const Shade& first = *shade;
+            text_ += "<path d=\"";
+            for (;
+                 shade != shades_.end() && shade->satellite == first.satellite && shade->isAnswered == first.isAnswered;
+                 ++shade)
+                print("M{0:.1f} {1:g}h{2:.1f}v{3:g}h-{2:.1f}z", shade->left_px, top_px,
+                      shade->right_px - shade->left_px, kPanel_px);
+            print("\" fill=\"{}\" opacity=\"{}\"/>\n", colourOf(first.satellite), first.isAnswered ? "0.12" : "0.25");
+        }
+    }
+
+    std::vector<Line> lines(double reach_px) const {
+        std::vector<Line> result;
+        for (const PlotMark& mark : plot_.marks) {
+            const double x_px = x(mark.time);
+            if (!result.empty() && result.back().first->satellite == mark.satellite &&
+                std::abs(x_px - result.back().x_px) <= reach_px)
+                ++result.back().others;
+            else
+                result.push_back({x_px, &mark, 0});
+        }
+        return result;
     }
 
     void printMarks(double top_px) {
-        for (const PlotMark& mark : plot_.marks)
+        for (const Line& line : lines_)
             print(
                 "<line x1=\"{0:.1f}\" x2=\"{0:.1f}\" y1=\"{1:g}\" y2=\"{2:g}\" stroke=\"{3}\" stroke-dasharray=\"2 3\">"
-                "<title>{4}</title></line>\n",
-                x(mark.time), top_px, top_px + kPanel_px, colourOf(mark.satellite), markupText(mark.text));
+                "<title>{4}{5}</title></line>\n",
+                line.x_px, top_px, top_px + kPanel_px, colourOf(line.first->satellite), markupText(line.first->text),
+                line.others > 0 ? fmt::format(" and {} more", line.others) : "");
     }
 
     void printTimes(double bottom_px) {
@@ -187,6 +283,10 @@ private:
 
     const Plot& plot_;
     int width_px_;
+    std::vector<Shade> shades_;
+    std::vector<Line> lines_;
+    std::size_t mostOfColoured_;  // points of a curve
+    std::size_t mostOfGrey_;
     std::string text_;
 };
 

@@ -3,8 +3,8 @@
 
     check_plot_page.py VORLANDI EPHEMERIS
 
-The console must stay empty, ten states must agree to a millimetre, times without an answer must be marked, and the
-picture must not be blank.
+The console must stay empty, ten states must agree to a millimetre, also in a range of the points, times without an
+answer must be marked, and the picture must not be blank.
 """
 import html.parser
 import pathlib
@@ -21,6 +21,10 @@ TIMES = ["2026-01-31T" + time
          for time in ("00:00:00", "00:00:42.1875", "00:07:30", "00:33:45", "01:07:30", "02:15:00", "03:22:30.25",
                       "04:30:00", "05:37:30", "06:00:00")]
 OUTSIDE = ["2026-01-30T23:59:59", "2026-01-31T06:00:01"]
+# First and last point of a range of points five minutes apart, times between them, and times that it leaves out.
+RANGES = (("2026-01-31T02:00:00", "2026-01-31T03:00:00", ["2026-01-31T02:02:30", "2026-01-31T02:57:30"],
+           ["2026-01-31T01:57:30", "2026-01-31T03:02:30"]),
+          ("2026-01-31T05:55:00", "2026-01-31T06:00:00", ["2026-01-31T05:57:30"], ["2026-01-31T05:52:30"]))
 
 
 class Cells(html.parser.HTMLParser):
@@ -60,15 +64,15 @@ def pixels(png):
     return zlib.decompress(data)
 
 
-def check_states(vorlandi, ephemeris, page, folder):
+def check_states(vorlandi, ephemeris, page, folder, answered=TIMES, outside=OUTSIDE):
     opened = run(*CHROMIUM, f"--user-data-dir={folder}/profile", "--dump-dom",
-                 f"file://{page}#at={','.join(TIMES + OUTSIDE)}")
+                 f"file://{page}#at={','.join(answered + outside)}")
     told = [line for line in opened.stderr.splitlines() if "CONSOLE" in line]
     assert not told, told
     cells = Cells()
     cells.feed(opened.stdout)
-    assert len(cells.rows) == len(TIMES + OUTSIDE), cells.rows
-    states = run(vorlandi, "states", ephemeris, "--at", *TIMES, "--format", "csv").stdout.splitlines()
+    assert len(cells.rows) == len(answered + outside), cells.rows
+    states = run(vorlandi, "states", ephemeris, "--at", *answered, "--format", "csv").stdout.splitlines()
     columns = states[0].split(",")
     first = columns.index("x_km")
     for row, line in zip(cells.rows, states[1:]):
@@ -77,8 +81,18 @@ def check_states(vorlandi, ephemeris, page, folder):
         # Kilometres with six decimals: the last one is the millimetre.
         worst = max(abs(a - b) for a, b in zip(shown, expected))
         assert len(shown) == 6 and worst < 1.1e-6, (row, expected)
-    for row in cells.rows[len(TIMES):]:
+    for row in cells.rows[len(answered):]:
         assert row[3:] == ["no answer"], row
+
+
+def check_range(vorlandi, ephemeris, folder):
+    """A range has the states of the whole file, at its ends as well, and no others."""
+    page = folder / "range.html"
+    sparse = str(folder / "81001.e")
+    run(vorlandi, "convert", ephemeris, "--into", "stk", "--step", "300", "-o", sparse)
+    for first, last, between, outside in RANGES:
+        run(vorlandi, "plot", sparse, "-o", str(page), "--force", "--from", first, "--to", last)
+        check_states(vorlandi, sparse, page, folder, [first, *between, last], outside)
 
 
 def check_fleet(vorlandi, ephemeris, folder):
@@ -112,6 +126,7 @@ def main():
         assert page.stat().st_size < 200_000 + 75 * 10_000
         check_states(vorlandi, ephemeris, page, folder)
         check_picture(page, folder)
+        check_range(vorlandi, ephemeris, folder)
         check_fleet(vorlandi, ephemeris, folder)
 
 

@@ -23,6 +23,8 @@ class Satellite {
         this.colour = index < kColours.length ? kColours[index] : "#8a8f98";
         this.values = decoded(entry.points);  // seconds, x, y, z, vx, vy, vz
         this.count = this.values.length / 7;
+        this.from_s = entry.from_s;  // where it answers; the points beyond are for windows alone
+        this.to_s = entry.to_s;
         let least_km = Infinity;
         this.largest_km = 0;
         this.hasVelocities = false;
@@ -43,7 +45,7 @@ class Satellite {
 
     // The interval that holds a time, or -1.
     intervalAt(t) {
-        if (this.count < 2 || !(t >= this.time(0) && t <= this.time(this.count - 1))) return -1;
+        if (this.count < 2 || !(t >= this.from_s && t <= this.to_s)) return -1;
         let low = 0, high = this.count - 1;
         while (high - low > 1) {
             const middle = (low + high) >> 1;
@@ -183,9 +185,9 @@ function drawGraticule(context, project) {
 // Which parts of the orbits are drawn: all of them, one revolution each of many long ones, or a few of too many.
 class Drawing {
     constructor() {
-        const drawable = satellites.filter(satellite => satellite.count > 1);
+        const drawable = satellites.filter(satellite => satellite.from_s < satellite.to_s);
         const pointsOf = (satellite, length_s) => Math.ceil(length_s / satellite.chord_s) + 1;
-        const total = drawable.reduce((sum, s) => sum + pointsOf(s, s.time(s.count - 1) - s.time(0)), 0);
+        const total = drawable.reduce((sum, s) => sum + pointsOf(s, s.to_s - s.from_s), 0);
         this.isWhole = total <= kMostDrawn;
         this.satellites = [];
         let points = 0;
@@ -201,8 +203,9 @@ class Drawing {
 
     // Positions a chord apart, null where there is no answer.
     pathOf(satellite, t) {
-        const first_s = satellite.time(0), last_s = satellite.time(satellite.count - 1);
-        const to_s = this.isWhole ? last_s : Math.min(Math.max(t, first_s + satellite.revolution_s), last_s);
+        const first_s = satellite.from_s;
+        const to_s = this.isWhole ? satellite.to_s
+                                  : Math.min(Math.max(t, first_s + satellite.revolution_s), satellite.to_s);
         const from_s = this.isWhole ? first_s : Math.max(to_s - satellite.revolution_s, first_s);
         if (satellite.path && satellite.path.from_s === from_s) return satellite.path.points;
         const points = satellite.hasVelocities ? this.between(satellite, from_s, to_s)

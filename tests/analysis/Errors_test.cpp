@@ -145,6 +145,33 @@ TEST(Thinning, KeepsTheLargestSpacingWithinTheTolerance) {
     EXPECT_FALSE(spacingThatWouldDo_s(orbitPoints(7000.0, 0.01, 600.0, 100).ephemeris(), 1.0));
 }
 
+TEST(Thinning, StatesBetweenThePointsThatWouldDoAreWithinTheToleranceUpToTheLast) {
+    constexpr double kTolerance_m = 10.0;
+    // Digits of a metre, which windows with a short step magnify, and a jump near the end.
+    for (const std::size_t count : {20'001U, 20'002U, 20'010U, 20'033U}) {
+        Points points = orbitPoints(6900.0, 0.0, 5.0, static_cast<int>(count));
+        for (State& state : points.states)
+            for (double& x : state.position_km)
+                x = std::round(1000.0 * x) / 1000.0;
+        for (const double jump_m : {0.0, 100.0}) {
+            for (std::size_t i = count - 40; i < count; ++i)
+                points.states[i].position_km[2] += jump_m / 1000.0;
+            Points fewer;
+            for (const std::size_t i : pointsThatWouldDo(points.ephemeris(), kTolerance_m)) {
+                fewer.times.push_back(points.times[i]);
+                fewer.states.push_back(points.states[i]);
+            }
+            EXPECT_EQ(fewer.times.back().days, points.times.back().days);
+            EXPECT_LT(fewer.times.size(), jump_m == 0.0 ? count / 50 : count + 1);
+            const OwnedSatellite satellite = fewer.stored();
+            double largest_m = 0.0;
+            for (std::size_t i = 0; i < count; ++i)
+                largest_m = std::max(largest_m, distance_m(satellite->state(points.times[i]), points.states[i]));
+            EXPECT_LT(largest_m, kTolerance_m + 0.01) << count << ' ' << jump_m;
+        }
+    }
+}
+
 TEST(ErrorAt, IsTheErrorOfTheIntervalAndZeroAtAPoint) {
     Points points = orbitPoints(7000.0, 0.01, 300.0, 30);
     for (std::size_t i = 15; i < 30; ++i)

@@ -84,6 +84,63 @@ TEST_F(Plot, CurvesHaveTwoPointsPerColumnAndBreakWhereThereAreNoStates) {
     EXPECT_EQ(countOf(plotted("81010.e --show height"), "opacity"), 0u);
 }
 
+TEST_F(Plot, LargePicturesStayBelowAMegabyte) {
+    constexpr std::size_t kMegabyte = 1'000'000;
+    const std::string fleet = plotted("$(yes 81001.e | head -n 1500) --show height,speed --width 300");
+    EXPECT_LT(fleet.size(), kMegabyte);
+    // The first eight still have a point per column, the others at least their extremes.
+    EXPECT_GT(countOf(fleet.substr(fleet.find("stroke=\"#0072b2\"") - 40), "L"), 2u * 8 * 190);
+    EXPECT_GE(countOf(fleet, "M"), 2u * 1500);
+    struct Case {
+        std::size_t files, gaps, least, most;
+    };
+    // Gaps are told apart until they are a pixel apart, or until there are thousands.
+    for (const Case& c : {Case{1, 20, 20, 20}, Case{1, 3000, 1, 10}, Case{8, 300, 500, 2500}}) {
+        std::vector<double> times;
+        for (std::size_t i = 0; i <= c.gaps; ++i)
+            for (const double within : {0.0, 20.0, 40.0, 60.0, 80.0, 600.0, 620.0})
+                if (times.empty() || i > 0) times.push_back(static_cast<double>(i) * 2000.0 + within);
+        write("81012.e", ephemerisAt(times));
+        const std::string svg =
+            plotted("$(yes 81012.e | head -n " + std::to_string(c.files) + ") --show height,speed,gaps");
+        EXPECT_LT(svg.size(), kMegabyte);
+        const std::size_t shades = countOf(svg, "v150") / 2;
+        EXPECT_GE(shades, c.least) << c.gaps;
+        EXPECT_LE(shades, c.most) << c.gaps;
+    }
+}
+
+TEST_F(Plot, RangesShowWhatTheWholeFileSays) {
+    // Two points: no window lies within the range, but states between them are answered.
+    const std::string range = "81001.e --from 2026-01-31T00:03:00 --to 2026-01-31T00:04:00";
+    EXPECT_GT(countOf(plotted(range + " --show height"), "L"), 500u);
+    ASSERT_EQ(run("plot " + range + " -o range.html").status, 0);
+    const std::string page = contentsOf(file("range.html"));
+    EXPECT_THAT(page, HasSubstr("\"from_s\":0,\"to_s\":60,"));
+    const std::size_t begin = page.find("\"points\":\"") + 10;
+    EXPECT_EQ((page.find('"', begin) - begin) / 4 * 3 / (7 * sizeof(double)), 6u);
+}
+
+TEST_F(Plot, DifferencesAreNotDrawnAcrossGaps) {
+    std::vector<double> times;
+    for (int t = 0; t <= 36000; t += 60)
+        if (t <= 12000 || t >= 17400) times.push_back(t);
+    write("gap.e", ephemerisAt(times));
+    write("whole.e", ephemeris(601));
+    for (const auto& [files, warning] :
+         {std::pair<std::string, std::string>{"whole.e --diff gap.e",
+                                              "(gap.e): warning: 89 of 601 states are interpolated across 1 gap: "},
+          {"gap.e --diff whole.e", ""}}) {
+        const Outcome outcome = run("plot " + files + " --show gaps -o out.svg --force --number 81001");
+        EXPECT_EQ(outcome.status, 0) << outcome.messages;
+        if (warning.empty())
+            EXPECT_EQ(outcome.messages, "");
+        else
+            EXPECT_THAT(outcome.messages, HasSubstr(warning));
+        EXPECT_EQ(countOf(contentsOf(file("out.svg")), "M"), 3u * 2) << files;
+    }
+}
+
 TEST_F(Plot, WhatCannotBePlottedIsReported) {
     write("old.svg", "mine");
     write("<b>.e", ephemeris(5));
