@@ -17,7 +17,7 @@ TEST(ReadEELV, CountsFromItsFirstLineAndConvertsFeet) {
         {"a letter", put(kGood, 1, 26, "x"), {"@1", invalid}, 0},
         {"a point alone", put(kGood, 1, 116, " .    "), {"@1", invalid}, 0},
         {"beyond 32 bits", put(kGood, 1, 1, "3.0E9  "), {"@1", invalid}, 0},
-        {"one below 32 bits", put(kGood, 1, 1, "-2147483649"), {"@1", invalid}, 0},
+        {"one below 32 bits", put(kGood, 1, 1, "-.2147483649E10"), {"@1", invalid}, 0},
         {"below", put(kGood, 1, 24, "-.3E99 "), {"@1", invalid}, 0},
         {"six numbers", put(kGood, 2, "60 1 2 3 4 5"), {"!@2"}, 1},
         {"a blank line", put(kGood, 2, ""), {"!"}, 1},
