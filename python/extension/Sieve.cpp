@@ -56,7 +56,8 @@ Doubles departures(const Doubles& samples, const Doubles& states, const Doubles&
 
 using Candidate = std::array<std::int64_t, 3>;  // two satellites and a step
 
-// The candidates of all steps of a slab, shape (satellites, steps, 7): states and departures. A satellite is absent where its state is NaN.
+// The candidates of all steps of a slab, shape (satellites, steps, 7): states and departures. A satellite is absent
+// where its state is NaN.
 std::vector<Candidate> candidatesOf(const Doubles& slab, std::int64_t firstStep, const std::int64_t* numbers,
                                     double within_km, double halfStep_s) {
     const auto satellites = static_cast<std::size_t>(slab.shape(0));
