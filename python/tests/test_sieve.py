@@ -20,7 +20,7 @@ def test_samples_are_inertial_states_also_where_a_step_is_half_covered(frame):
     truth = circle(5, points=steps.count, start=middles[0], step=50 / 86400).points.states
     if frame == "ECR":
         truth = turned(truth, EARTH_RATE * (middles - START) * 86400)
-    assert np.abs(samples[:, :3] - truth[:, :3]).max() < 1e-4 and np.abs(samples[:, 3:] - truth[:, 3:]).max() < 1e-5
+    assert np.abs(samples[:, :3] - truth[:, :3]).max() < 1e-4 and np.abs(samples[:, 3:6] - truth[:, 3:]).max() < 1e-5
 
 
 def crossing(number, minutes):
