@@ -8,7 +8,7 @@
 namespace vorlandi::writers {
 namespace {
 
-constexpr std::string_view kUniversalFrames[] = {"HCSRL", "WPTRL", "HCSGC", "WPTGC"};
+constexpr std::string_view kFrameLabels[] = {"HCSRL", "WPTRL", "HCSGC", "WPTGC"};
 constexpr std::string_view kOemVersions[] = {"3.0", "2.0"};
 
 std::string problemOfLine(std::string_view text) {
@@ -29,7 +29,7 @@ std::string problemOfName(std::string_view text) {
 
 constexpr FormatOption kOptions[] = {
     {"frame-label", "universal", "write HCSRL, WPTRL, HCSGC or WPTGC for a frame that has no name there",
-     &Options::universalFrame, nullptr, kUniversalFrames},
+     &Options::universalFrame, nullptr, kFrameLabels},
     {"oem-version", "oem", "3.0 or 2.0", &Options::oemVersion, nullptr, kOemVersions},
     {"ref-frame", "oem", "write this name for every frame", &Options::refFrame, nullptr, {}, problemOfName},
     {"originator", "oem", "who made the file; UNKNOWN if not given", &Options::originator, nullptr, {}, problemOfLine},
