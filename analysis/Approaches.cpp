@@ -426,7 +426,7 @@ bool anyCompared(const Fleet& fleet, bool sameNumber) {
     std::sort(pieces.begin(), pieces.end(), [](const auto& x, const auto& y) { return x.first.first < y.first.first; });
     std::vector<std::pair<Span, const Member*>> lasting;
     for (const auto& [span, member] : pieces) {
-        std::erase_if(lasting, [&](const auto& earlier) { return !(span.first < earlier.first.last); });
+        std::erase_if(lasting, [begin = span.first](const auto& earlier) { return !(begin < earlier.first.last); });
         for (const auto& earlier : lasting)
             if (earlier.second != member && areComparable(*earlier.second, *member, sameNumber)) return true;
         lasting.emplace_back(span, member);
