@@ -76,7 +76,7 @@ void checkList(std::string_view text) {
         std::string_view word;
         const ReadOutcome outcome = numbers.next(value);
         const ReadOutcome wordOutcome = words.nextWord(word);
-        require(numbers.slashMet() == words.slashMet(), "a slash ends both");
+        require(numbers.endedBySlash() == words.endedBySlash(), "a slash ends both");
         if (wordOutcome == ReadOutcome::EndOfData) {
             require(outcome == ReadOutcome::EndOfData, "a text has as many numbers as words");
             return;
@@ -84,7 +84,7 @@ void checkList(std::string_view text) {
         if (outcome == ReadOutcome::Error) return;
         const auto expected = word.empty() ? std::optional(0.0) : modelOf(std::string(word), 0);
         require(expected.has_value() && sameBits(value, *expected), "a number has the value of its word");
-        if (numbers.slashMet()) return;
+        if (numbers.endedBySlash()) return;
     }
     require(false, "a list has an end");
 }
