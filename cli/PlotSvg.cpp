@@ -72,8 +72,11 @@ struct Line {
 // Calls merged(reach_px), which joins what is at most that far apart, with the least reach that leaves few enough.
 template <typename Merge>
 auto fewEnough(std::size_t most, const Merge& merged) {
-    for (double reach_px = 1.0;; reach_px *= 2.0)
+    double reach_px = 1.0;
+    while (true) {
         if (auto result = merged(reach_px); result.size() <= most || reach_px > kLargestPlotWidth) return result;
+        reach_px *= 2.0;
+    }
 }
 
 class Svg {
