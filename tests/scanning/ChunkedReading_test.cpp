@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <random>
 #include <set>
+#include <thread>
 
 #include "scanning/WholeLoad.hpp"
 
