@@ -75,12 +75,15 @@ Curve errorCurve(const Ephemeris& ephemeris, const PointRange& range, const Inte
 Curve reduced(const Curve& curve, const Span& span, std::size_t columns) {
     Curve result;
     const double width_days = (span.last.days - span.first.days) / static_cast<double>(columns);
+    // The end of the span is in the last column.
+    const auto columnOf = [&](Ds50 time) {
+        return std::min(std::floor((time.days - span.first.days) / width_days), static_cast<double>(columns - 1));
+    };
     for (std::size_t i = 0; i < curve.times.size();) {
-        const double column = std::floor((curve.times[i].days - span.first.days) / width_days);
+        const double column = columnOf(curve.times[i]);
         std::size_t least = i, largest = i;
         bool isBroken = false;
-        for (; i < curve.times.size() && std::floor((curve.times[i].days - span.first.days) / width_days) == column;
-             ++i) {
+        for (; i < curve.times.size() && columnOf(curve.times[i]) == column; ++i) {
             isBroken = isBroken || std::isnan(curve.values[i]);
             if (std::isnan(curve.values[least]) || curve.values[i] < curve.values[least]) least = i;
             if (std::isnan(curve.values[largest]) || curve.values[i] > curve.values[largest]) largest = i;
