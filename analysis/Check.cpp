@@ -360,7 +360,7 @@ private:
     }
 
     void reportJump(const analysis::Jump& jump) {
-        const Ds50 when = from_tai_days(tai_days(ephemeris_.times.front()) + jump.elapsed_s / kSecondsPerDay);
+        const Ds50 when = after(ephemeris_.times.front(), jump.elapsed_s);
         const std::string at = " at about " + try_iso(when).value_or("?").substr(0, 19);
         Finding finding{Severity::Warning, Kind::Jump, {}};
         if (jump.isManoeuvre) {

@@ -13,7 +13,7 @@ void fillElapsedTimes(Ephemeris& ephemeris) {
     ephemeris.elapsed_s.reserve(ephemeris.size());
     ephemeris.stored_s.reserve(ephemeris.size());
     for (const Ds50 time : ephemeris.times) {
-        const double seconds = (tai_days(time) - tai_days(ephemeris.times.front())) * kSecondsPerDay;
+        const double seconds = elapsed_s(ephemeris.times.front(), time);
         ephemeris.stored_s.push_back(seconds);
         ephemeris.elapsed_s.push_back(std::round(seconds * kMicroseconds) / kMicroseconds);
     }

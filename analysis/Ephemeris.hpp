@@ -17,6 +17,12 @@ inline constexpr double kMicrosecond_days = 1e-6 / kSecondsPerDay;
 inline constexpr double kMetresPerKm = 1000.0;
 inline constexpr double kNone = std::numeric_limits<double>::quiet_NaN();  // a missing number
 
+// Seconds of TAI, and the time that many seconds later.
+inline double elapsed_s(Ds50 from, Ds50 to) noexcept { return (tai_days(to) - tai_days(from)) * kSecondsPerDay; }
+inline Ds50 after(Ds50 time, double seconds) noexcept {
+    return from_tai_days(tai_days(time) + seconds / kSecondsPerDay);
+}
+
 // The number of satellites of files that have none; others that are not in a catalogue have 0.
 inline constexpr std::int32_t kUncatalogued = 99999;
 inline bool isName(std::int32_t number) noexcept { return number != 0 && number != kUncatalogued; }

@@ -39,7 +39,7 @@ public:
         std::vector<Ds50> times;
         for (std::size_t i = 0; i < b_.times.size(); i += stride) {
             chosen.push_back(i);
-            times.push_back(from_tai_days(tai_days(b_.times[i]) + offset_s / kSecondsPerDay));
+            times.push_back(after(b_.times[i], offset_s));
         }
         std::vector<State> states(times.size());
         std::vector<std::int32_t> codes(times.size());
@@ -52,7 +52,7 @@ public:
             const Vector missing = b - positionOf(states[k]);
             const Vector velocity = velocityOf(states[k]);
             // Times are rounded: the time that A was queried at counts, not the intended one.
-            const double asked_s = (tai_days(times[k]) - tai_days(b_.times[chosen[k]])) * kSecondsPerDay;
+            const double asked_s = elapsed_s(b_.times[chosen[k]], times[k]);
             ++fit.answered;
             fit.before_km2 += (b - positionOf(unshifted_[chosen[k]])).squaredNorm();
             fit.after_km2 += missing.squaredNorm();

@@ -33,6 +33,7 @@ WITHIN_KM, STEP_S, SPACING_S = 5.0, 60.0, 60.0
 POINT_BYTES = 232
 FULL = 11_130
 CACHE_BYTES, MEMORY_BYTES = 1_600_000_000, 6_000_000_000  # of all processes together; the memory is a limit
+SAMPLED = 60  # satellites that the costs of parts are measured on
 PHASES = ("index", "states", "close approaches")
 
 
@@ -48,8 +49,9 @@ def seconds_of(call, number):
 
 def sieve_costs(satellites, steps):
     """Seconds of a step of the sieve, and the pairs that it leaves."""
-    slab = np.array([delivery.orbit(delivery.FIRST_NUMBER + i, STEP_S * np.arange(steps) + 7000.0)
-                     for i in range(satellites)])
+    slab = np.zeros((satellites, steps, _sieve.SAMPLE_SIZE))
+    for i, samples in enumerate(slab):
+        samples[:, :6] = delivery.orbit(delivery.FIRST_NUMBER + i, STEP_S * np.arange(steps) + 7000.0)
     numbers = np.arange(satellites)
     begin = time.process_time()
     left = _sieve.sieve(slab, 0, numbers, WITHIN_KM, STEP_S)
@@ -58,10 +60,10 @@ def sieve_costs(satellites, steps):
 
 def costs(files, satellites):
     """Processor seconds of the parts, in this process; and bytes of a file."""
-    sats = [vorlandi.load(path)[0] for path in files[:60]]
+    sats = [vorlandi.load(path)[0] for path in files[:SAMPLED]]
     steps = _sieve.Steps.covering(sats[0].start, sats[0].end, STEP_S, -np.inf, np.inf)
-    rows = iter(files[:60])
-    found = {"load": seconds_of(lambda: vorlandi.load(next(rows)), 60),
+    rows = iter(files[:SAMPLED])
+    found = {"load": seconds_of(lambda: vorlandi.load(next(rows)), SAMPLED),
              "sample": seconds_of(lambda: _sieve.sample(sats[1], steps, False), 5) / steps.count}
     times = sats[0].start + np.arange(steps.count) * STEP_S / 86400
     several = vorlandi.Ephemerides(sats)
@@ -212,7 +214,10 @@ def options():
     parser.add_argument("--folder", type=pathlib.Path, help="a delivery that is used if it is there, and kept")
     parser.add_argument("--json", type=pathlib.Path)
     parser.add_argument("--plot", type=pathlib.Path)
-    return parser.parse_args()
+    given = parser.parse_args()
+    if given.satellites < SAMPLED:
+        parser.error(f"--satellites: at least {SAMPLED}, on which the parts are measured")
+    return given
 
 
 def main():

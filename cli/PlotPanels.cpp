@@ -92,8 +92,7 @@ private:
         if (errors.motion == analysis::Motion::Unknown || errors.spacing_m.empty()) return;
         const Span span = satellites_[i].span();
         for (const analysis::Jump& jump : findIrregularities(ephemeris, errors, gaps).jumps) {
-            const Ds50 time =
-                from_tai_days(tai_days(ephemeris.times.front()) + jump.elapsed_s / analysis::kSecondsPerDay);
+            const Ds50 time = analysis::after(ephemeris.times.front(), jump.elapsed_s);
             if (time < span.first || span.last < time) continue;
             plot_.marks.push_back({time, i,
                                    fmt::format("{} of {}, {:.3g} m/s", jump.isManoeuvre ? "manoeuvre" : "step",

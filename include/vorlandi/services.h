@@ -33,8 +33,7 @@ enum { VORLAN_TRACE_INFO = 1, VORLAN_TRACE_ERROR = 2 };
  *
  * Runs on the thread that logs, outside every lock of the library, and may call the library. It must not throw and must
  * not leave by longjmp. Threads may run it at the same time. In a load with VORLAN_LOAD_THREADS, the other threads of
- * that load wait meanwhile. It also hears messages logged while a thread or the
- * process ends, for as long as it is set.
+ * that load wait meanwhile. It also hears messages logged while a thread or the process ends, for as long as it is set.
  */
 typedef void (*VorlanTraceHandler)(int32_t severity, const char* text, int32_t textLen, void* userData);
 

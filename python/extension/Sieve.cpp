@@ -1,4 +1,8 @@
 // The sieve of close approaches on samples of states, for searches that are divided among processes.
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <vector>
@@ -14,12 +18,20 @@ using analysis::SievedState;
 
 constexpr std::size_t kNumbers = 7;  // of a sample: its state, and how far the satellite departs from that orbit
 
+// Throws unless an array has this shape.
+void requireShape(const char* name, const py::array& array, const std::vector<std::size_t>& shape) {
+    if (!std::equal(array.shape(), array.shape() + array.ndim(), shape.begin(), shape.end(),
+                    [](py::ssize_t size, std::size_t wanted) { return size == static_cast<py::ssize_t>(wanted); }))
+        throw py::value_error(fmt::format("{} needs the shape ({})", name, fmt::join(shape, ", ")));
+}
+
 State stateAt(const double* row) { return {{row[0], row[1], row[2]}, {row[3], row[4], row[5]}}; }
 
 // The states of a row each some seconds later along its orbit, on axes that don't rotate; NaN stays NaN.
 Doubles propagated(const Doubles& states, const Doubles& seconds, bool isRotating) {
     const auto motion = isRotating ? analysis::Motion::Rotating : analysis::Motion::Inertial;
     const auto count = static_cast<std::size_t>(seconds.size());
+    requireShape("states", states, {count, 6});
     auto results = newArray<double>({count, 6});
     double(*const result)[6] = statesIn(results);
     withoutLock(count, [&] {
@@ -40,6 +52,8 @@ Doubles propagated(const Doubles& states, const Doubles& seconds, bool isRotatin
 Doubles departures(const Doubles& samples, const Doubles& states, const Doubles& seconds, bool isRotating) {
     const auto motion = isRotating ? analysis::Motion::Rotating : analysis::Motion::Inertial;
     const auto count = static_cast<std::size_t>(seconds.size());
+    requireShape("samples", samples, {count, kNumbers});
+    requireShape("states", states, {count, 6});
     auto results = newArray<double>({count});
     double* const result = results.mutable_data();
     withoutLock(count, [&] {
@@ -86,6 +100,8 @@ std::vector<Candidate> candidatesOf(const Doubles& slab, std::int64_t firstStep,
 
 Array<std::int64_t> sieve(const Doubles& slab, std::int64_t firstStep, const Array<std::int64_t>& numbers,
                           double within_km, double halfStep_s) {
+    const auto steps = slab.ndim() == 3 ? static_cast<std::size_t>(slab.shape(1)) : 0;
+    requireShape("slab", slab, {static_cast<std::size_t>(numbers.size()), steps, kNumbers});
     std::vector<Candidate> found;
     {
         const py::gil_scoped_release release;

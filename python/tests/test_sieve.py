@@ -46,3 +46,5 @@ def test_encounters_on_every_border_of_steps_and_slabs_are_found_once():
     for k in range(1, 24):
         own = candidates[(candidates[:, 0] == 2 * k) & (candidates[:, 1] == 2 * k + 1), 2]
         assert own.tolist() == ([k // 2] if k % 2 else [k // 2 - 1, k // 2])
+    with pytest.raises(ValueError, match=r"slab needs the shape \(50, 4, 7\)"):
+        _sieve.sieve(samples[:, :4, :6], 0, numbers, 1.0, 60.0)
