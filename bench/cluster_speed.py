@@ -191,9 +191,11 @@ def report_full(cost, points):
 
 
 def plot(measured, modelled, path):
-    """Processor seconds, measured and by the model."""
+    """Seconds, measured and by the model."""
+    import matplotlib
     from matplotlib.figure import Figure
-    axes = (figure := Figure(figsize=(7, 3.5), layout="constrained")).subplots()
+    matplotlib.rcParams.update({"svg.hashsalt": "clusters", "svg.fonttype": "none"})
+    axes = (figure := Figure(figsize=(8, 3.5), layout="constrained")).subplots()
     counts = list(measured)
     for at, name in enumerate(PHASES):
         axes.plot(counts, [measured[count][name]["seconds"] for count in counts], "o", color=f"C{at}",
@@ -202,8 +204,8 @@ def plot(measured, modelled, path):
                   label=f"{name}, model")
     axes.set(xlabel="processes (on two processors)", ylabel="seconds", xticks=counts)
     axes.set_ylim(bottom=0)
-    axes.legend(fontsize="small")
-    figure.savefig(path)
+    axes.legend(fontsize="small", loc="center left", bbox_to_anchor=(1, 0.5))
+    figure.savefig(path, metadata={"Date": None, "Creator": None})
 
 
 def options():
