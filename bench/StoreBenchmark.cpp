@@ -42,6 +42,14 @@ void addSatellites(benchmark::State& state) {
 }
 
 // In random order.
+bool removeAll(const std::vector<std::int64_t>& keys, benchmark::State& state) {
+    for (const std::int64_t key : keys)
+        VorlanRemoveSat(key);
+    const bool isEmpty = VorlanGetCount() == 0;
+    if (!isEmpty) state.SkipWithError("not removed");
+    return isEmpty;
+}
+
 void removeSatellites(benchmark::State& state) {
     std::vector<std::int64_t> keys(static_cast<std::size_t>(state.range(0)));
     emptyStore();
@@ -50,12 +58,7 @@ void removeSatellites(benchmark::State& state) {
         addSatellites(keys);
         const std::vector<std::int64_t> order = shuffled(keys);
         state.ResumeTiming();
-        for (const std::int64_t key : order)
-            VorlanRemoveSat(key);
-        if (VorlanGetCount() != 0) {
-            state.SkipWithError("not removed");
-            break;
-        }
+        if (!removeAll(order, state)) break;
     }
     countNanoseconds(state, kPerSatellite, static_cast<double>(keys.size()));
 }
@@ -69,12 +72,7 @@ void removeFilledSatellites(benchmark::State& state) {
         emptyStore();
         const std::vector<std::int64_t> order = shuffled(fillStore(satellites, points));
         state.ResumeTiming();
-        for (const std::int64_t key : order)
-            VorlanRemoveSat(key);
-        if (VorlanGetCount() != 0) {
-            state.SkipWithError("not removed");
-            break;
-        }
+        if (!removeAll(order, state)) break;
     }
     emptyStore();
     countNanoseconds(state, kPerSatellite, satellites);

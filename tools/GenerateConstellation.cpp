@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "EphemerisFormats.hpp"
+#include "OrbitPlane.hpp"
 
 namespace vorlandi::tools {
 namespace {
@@ -43,14 +44,8 @@ State initialState(std::int64_t index) {
     const double inclination = std::numbers::pi * (20.0 + 80.0 * spread(index, std::numbers::sqrt3)) / 180.0;
     const double node = kTurn * spread(index, std::numbers::phi);
     const double latitude = kTurn * spread(index, std::numbers::e);
-    const auto onOrbit = [&](double length, double angle) -> Vector3 {
-        const double along = length * std::cos(angle);
-        const double across = length * std::sin(angle);
-        return {along * std::cos(node) - across * std::cos(inclination) * std::sin(node),
-                along * std::sin(node) + across * std::cos(inclination) * std::cos(node),
-                across * std::sin(inclination)};
-    };
-    return {onOrbit(radius_km, latitude), onOrbit(speed_km_s, latitude + kTurn / 4.0)};
+    return {inOrbitPlane(radius_km, latitude, inclination, node),
+            inOrbitPlane(speed_km_s, latitude + kTurn / 4.0, inclination, node)};
 }
 
 std::chrono::milliseconds spacing(const Options& options) {

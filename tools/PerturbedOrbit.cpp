@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <numbers>
 
+#include "OrbitPlane.hpp"
+
 namespace vorlandi::tools {
 namespace {
 
@@ -135,14 +137,8 @@ State stateAtPerigee(double semiMajorAxis_km, double eccentricity, double inclin
                      double argumentOfPerigee) {
     const double r = semiMajorAxis_km * (1.0 - eccentricity);
     const double v = std::sqrt(kMu / semiMajorAxis_km * (1.0 + eccentricity) / (1.0 - eccentricity));
-    const auto onOrbit = [&](double length, double angle) -> Vector3 {
-        const double along = length * std::cos(angle);
-        const double across = length * std::sin(angle);
-        return {along * std::cos(node) - across * std::cos(inclination) * std::sin(node),
-                along * std::sin(node) + across * std::cos(inclination) * std::cos(node),
-                across * std::sin(inclination)};
-    };
-    return {onOrbit(r, argumentOfPerigee), onOrbit(v, argumentOfPerigee + std::numbers::pi / 2.0)};
+    return {inOrbitPlane(r, argumentOfPerigee, inclination, node),
+            inOrbitPlane(v, argumentOfPerigee + std::numbers::pi / 2.0, inclination, node)};
 }
 
 State onRotatingAxes(const State& state, double seconds) {

@@ -116,6 +116,15 @@ TEST_F(States, CanBeRequestedAtTheTimesThatInfoPrints) {
             << "more than a microsecond is not rounding";
 }
 
+// Ten times a minute apart from each of these.
+std::vector<double> minutesFrom(std::initializer_list<double> starts_s) {
+    std::vector<double> times_s;
+    for (const double start_s : starts_s)
+        for (int i = 0; i < 10; ++i)
+            times_s.push_back(start_s + 60.0 * i);
+    return times_s;
+}
+
 TEST_F(States, ThatCannotBeComputedAreReportedAndTheOthersArePrinted) {
     write("81003.e", ephemeris(10, 3600.0));
     const std::string spans[] = {"2026-01-31T00:00:00.000000 to 2026-01-31T00:09:00.000000",
@@ -129,11 +138,7 @@ TEST_F(States, ThatCannotBeComputedAreReportedAndTheOthersArePrinted) {
     EXPECT_EQ(split(two.output).size(), 3U);
     EXPECT_EQ(two.messages, outside(81001, "01:01:00") + outside(81003, "00:01:00"));
 
-    std::vector<double> times;
-    for (const double begin : {0.0, 14400.0, 28800.0})
-        for (int k = 0; k < 10; ++k)
-            times.push_back(begin + 60.0 * k);
-    write("81004.e", ephemerisAt(times));
+    write("81004.e", ephemerisAt(minutesFrom({0.0, 14400.0, 28800.0})));
     const Outcome inGaps = run("states 81004.e --at 2026-01-31T02:00:00 --at 2026-01-31T06:00:00");
     EXPECT_THAT(
         inGaps.messages,
@@ -178,10 +183,7 @@ TEST_F(States, ThatCannotBeComputedAreReportedAndTheOthersArePrinted) {
 }
 
 TEST_F(States, InAGapAreCountedOncePerSatellite) {
-    std::vector<double> times_s;
-    for (const double start_s : {0.0, 1800.0, 3600.0})
-        for (int i = 0; i < 10; ++i)
-            times_s.push_back(start_s + 60.0 * i);
+    const std::vector<double> times_s = minutesFrom({0.0, 1800.0, 3600.0});
     write("81001.e", ephemerisAt(times_s));
     const Outcome grid = run("states 81001.e --step 30");
     EXPECT_EQ(grid.status, 0) << "a warning is not a failure";
