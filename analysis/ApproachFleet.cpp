@@ -37,6 +37,13 @@ double answeredShare(const Satellite& satellite, const std::vector<Piece>& piece
     return wanted_s > 0.0 ? answered_s / wanted_s : 0.0;
 }
 
+bool hasVelocities(const Satellite& satellite) {
+    std::int32_t index = 1;
+    for (auto point = satellite.try_point(index); point; point = satellite.try_point(++index))
+        if (velocityOf(point.value.state) != Vector::Zero()) return true;
+    return false;
+}
+
 bool areComparable(const Member& a, const Member& b, bool sameNumber) {
     return (a.isWanted || b.isWanted) && (sameNumber || a.number != b.number || !isName(a.number));
 }

@@ -41,6 +41,9 @@ std::vector<Piece> piecesOf(const Satellite& satellite, Motion motion, const Spa
 // How much of its span in the range they cover, 0 to 1.
 double answeredShare(const Satellite& satellite, const std::vector<Piece>& pieces, const Span& range);
 
+// Whether a point has a velocity other than zero.
+bool hasVelocities(const Satellite& satellite);
+
 bool areComparable(const Member& a, const Member& b, bool sameNumber);
 
 // Whether two members that are compared have states at a common time.

@@ -66,6 +66,7 @@ Approaches findApproaches(std::span<const Satellite> satellites, const ApproachO
             result.inUnknownFrames.push_back(i);
             continue;
         }
+        if (!pieces.empty() && !hasVelocities(satellite)) result.withoutVelocities.push_back(i);
         const std::int32_t number = options.numbers.empty() ? fields.number : options.numbers[i];
         const bool isWanted =
             options.only.empty() || std::find(options.only.begin(), options.only.end(), number) != options.only.end();

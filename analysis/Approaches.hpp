@@ -15,7 +15,7 @@ namespace vorlandi::analysis {
 
 struct ApproachOptions {
     double within_km = 10.0;
-    double step_s = 60.0;  // between the samples of the sieve; the result doesn't depend on it. At most 300
+    double step_s = 60.0;  // between the samples of the sieve, at most 300
     Span range = kAllTimes;
     std::vector<std::int32_t> numbers{};           // of the satellites; all in the store if empty
     bool sameNumber = false;                       // also compares records with the same number
@@ -46,12 +46,13 @@ struct Approaches {
     std::uint64_t pairsOfSameNumber = 0;         // not compared, in one frame
     bool anyCompared = false;                    // whether two satellites that are compared have a common time
     std::vector<std::size_t> inUnknownFrames{};  // satellites whose axes are not known: not compared
+    std::vector<std::size_t> withoutVelocities{};  // compared, but states between their points are wrong
 };
 
 // Compares satellites of the same frame, ECI, J2K, EFG or ECR. Numbers 0 and 99999 don't identify a satellite:
 // satellites that have them are compared with each other. A satellite takes part where it has interpolated states.
 // At most one minimum of each distance is found within a quarter of a step; minima less than a micrometre deep are
-// rounding and don't count.
+// rounding and don't count. Apart from that the result doesn't depend on the step for points that follow an orbit.
 //
 // The states of all satellites at every step are sorted into cells; neighbours whose straight relative motion, with a
 // bound for its curvature, may bring them near enough are examined in detail. The bound holds for natural forces; to it

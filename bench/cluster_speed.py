@@ -170,8 +170,8 @@ def report(measured, modelled):
     for count, found in measured.items():
         for name in PHASES:
             one, paper = found[name], modelled[count][name]
-            print(f"| {count} | {name} | {one['seconds']:.0f} | {paper['seconds']:.0f} | {one['processor_s']:.0f} | "
-                  f"{paper['processor_s']:.0f} | {one['files read']} | {paper['files read']:.0f} | "
+            print(f"| {count} | {name} | {one['seconds']:.1f} | {paper['seconds']:.1f} | {one['processor_s']:.1f} | "
+                  f"{paper['processor_s']:.1f} | {one['files read']} | {paper['files read']:.0f} | "
                   f"{one['bytes moved'] / 1e6:.0f} |", flush=True)
     for count, found in measured.items():
         print(f"{count} processes: {found['approaches']} approaches; memory of a worker at most "

@@ -79,8 +79,8 @@ void warnOfMissingVelocities(const std::vector<SatelliteRecord>& satellites, Con
     }
     if (first == nullptr) return;
     const std::string others = more == 0   ? ""
-                               : more == 1 ? ", and of another one"
-                                           : fmt::format(", and of {} others", more);
+                               : more == 1 ? " and those of one more satellite"
+                                           : fmt::format(" and those of {} more satellites", more);
     console.warning(fmt::format("satellite {} ({})", first->number, first->file),
                     fmt::format("all velocities are zero{}: states between the points are useless", others));
 }

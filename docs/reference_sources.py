@@ -261,6 +261,8 @@ def read(language, path, text):
     if language == "cpp":
         text = re.sub(r"^namespace detail \{.*?^\}  // namespace detail",
                       lambda inner: "\n" * inner[0].count("\n"), text, flags=re.M | re.S)
+    if language == "fortran":
+        text = re.sub(r"^( *)pure (?=subroutine|function)", r"\1", text, flags=re.M)
     head, items, group, procedures = None, [], "", {}
     for line, comment, code in pieces(text):
         if not code:

@@ -91,10 +91,10 @@ module vorlandi
     private :: state_alone, state_and_covariance, points_alone, points_and_covariances, append_alone
     private :: append_with_covariance, states_at_times, states_and_covariances_at_times, states_of_keys
     private :: states_and_covariances_of_keys, same_sizes, number_of_points, fits, fits_as_file, refuse, &
-        refuse_memory, explain, explain_file, system_message, from_c, c_strlen, c_strerror
+        refuse_memory, explain, explain_file, message_length, from_c, c_strlen, c_strerror
 
     interface
-        function c_strlen(text) bind(c, name="strlen") result(length)
+        pure function c_strlen(text) bind(c, name="strlen") result(length)
             import
             type(c_ptr), value :: text
             integer(c_size_t) :: length
@@ -527,7 +527,7 @@ module vorlandi
         end subroutine
 
         ! The last error message of the calling thread.
-        subroutine VorlanTraceLastError(message) bind(c, name="VorlanTraceLastError")
+        pure subroutine VorlanTraceLastError(message) bind(c, name="VorlanTraceLastError")
             import
             character(kind=c_char), intent(out), optional :: message(512)
         end subroutine
@@ -771,12 +771,14 @@ contains
     !
     !   text    in   the text
     !
-    ! Returns days since 1950, UTC; 0 if the text is not a time.
+    ! Returns days since 1950, UTC; 0 if the text is not a time, and vorlan_message says so.
     function vorlan_time(text) result(ds50)
         character(*), intent(in) :: text
         real(c_double) :: ds50
 
         ds50 = VorlanTimeFromText(text, len_trim(text, kind=c_int32_t))
+        if (abs(ds50) < tiny(ds50)) &
+            call refuse("vorlandi: not a time; wanted is UTC such as 2026-01-31T01:02:03: "//trim(text))
     end function
 
     ! A time as YYYY-MM-DDTHH:MM:SS.ffffff.
@@ -796,15 +798,26 @@ contains
     ! Returns why the last short procedure that failed on this thread failed; blank if none has.
     ! Threads: each has a message of its own if this file is compiled with -fopenmp, as libvorlandi_fortran.a is.
     function vorlan_message() result(text)
-        character(:), allocatable :: text
+        character(message_length()) :: text
         character(text_length) :: padded
 
         if (own_message /= " ") then
-            text = trim(own_message)
+            text = own_message
         else
             call VorlanTraceLastError(padded)
-            text = trim(padded)
+            text = padded
         end if
+    end function
+
+    ! A result of deferred length would be shorter: gfortran keeps its length in one place for all threads.
+    pure function message_length() result(length)
+        character(text_length) :: padded
+        integer :: length
+
+        length = len_trim(own_message)
+        if (length > 0) return
+        call VorlanTraceLastError(padded)
+        length = len_trim(padded)
     end function
 
     ! Returns name and version of the library.
@@ -1030,25 +1043,17 @@ contains
         call explain(status)
         if (status == 0) return
         inquire (file=name, exist=exists)
-        if (status /= failure .or. .not. exists) call refuse(trim(name)//": "//system_message(status))
+        if (status /= failure .or. .not. exists) call refuse(trim(name)//": "//from_c(c_strerror(int(status, c_int))))
     end subroutine
-
-    function system_message(code) result(text)
-        integer(c_int32_t), intent(in) :: code
-        character(:), allocatable :: text
-
-        text = from_c(c_strerror(int(code, c_int)))
-    end function
 
     function from_c(pointer) result(text)
         type(c_ptr), intent(in) :: pointer
-        character(:), allocatable :: text
+        character(c_strlen(pointer)) :: text
         character(kind=c_char), pointer :: characters(:)
         integer :: i
 
-        call c_f_pointer(pointer, characters, [c_strlen(pointer)])
-        allocate (character(size(characters)) :: text)
-        do i = 1, size(characters)
+        call c_f_pointer(pointer, characters, [len(text)])
+        do i = 1, len(text)
             text(i:i) = characters(i)
         end do
     end function

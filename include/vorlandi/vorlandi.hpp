@@ -285,7 +285,7 @@ T required(Outcome<T>&& outcome) {
 // ---- Satellites ----
 
 // A satellite of the store, by its key. It is copied like a number and owns nothing; when the satellite is removed,
-// every call fails.
+// every call fails. After 4,096 further removals its key may name another one, if a load made it.
 class Satellite {
 public:
     constexpr Satellite() noexcept = default;

@@ -211,7 +211,8 @@ py::dict approaches(const std::vector<std::int64_t>& keys, double within_km, dou
     }
     return py::dict("indices"_a = indices, "values"_a = values, "at_end"_a = atEnds,
                     "answered"_a = arrayOf(found.answered), "pairs_across_frames"_a = found.pairsAcrossFrames,
-                    "pairs_of_same_number"_a = found.pairsOfSameNumber, "in_unknown_frames"_a = found.inUnknownFrames);
+                    "pairs_of_same_number"_a = found.pairsOfSameNumber, "in_unknown_frames"_a = found.inUnknownFrames,
+                    "without_velocities"_a = found.withoutVelocities);
 }
 
 }  // namespace

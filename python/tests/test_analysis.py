@@ -114,6 +114,10 @@ def test_approaches_are_the_same_as_the_tools(tmp_path):
     assert len(found.in_unknown_frames) == 0
     strange = [circle(1, frame=99), circle(2), circle(3, frame=99)]
     assert analysis.approaches(strange, 60).in_unknown_frames.tolist() == [0, 2]
+    points = circle(4).points
+    still = vorlandi.Satellite.from_points(4, points.ds50, points.states * [1, 1, 1, 0, 0, 0])
+    with pytest.warns(UserWarning, match=r"satellite 4 \(\): all velocities are zero: "):
+        analysis.approaches([circle(2), still], 60)
     with pytest.raises(ValueError):
         analysis.approaches(e, 60, step_s=1000)
 

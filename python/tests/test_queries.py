@@ -92,6 +92,15 @@ FAILURES = {
 }
 
 
+@pytest.mark.parametrize("day", ["1950-06-01", "1956-12-31", "2056-12-31", "2150-05-05"])
+def test_gaps_are_in_the_century_of_the_points(day):
+    first = vorlandi.times.ds50(day)
+    points = first + 0.2 * np.arange(8)
+    with pytest.raises(vorlandi.GapError) as raised:
+        Satellite.from_points(5, points, np.ones((8, 6))).state(first + 0.5)
+    assert [raised.value.start, raised.value.end] == pytest.approx([points[1], points[4]], abs=1e-7)
+
+
 @pytest.mark.parametrize("make, time, error, text", FAILURES.values(), ids=FAILURES.keys())
 def test_failures_raise_the_librarys_message_or_become_nan(make, time, error, text):
     sat = make()

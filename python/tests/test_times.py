@@ -83,7 +83,7 @@ def test_arrays_are_converted_as_they_are():
     seconds = np.datetime64("1969-12-31T23:59:58", "s") + np.arange(5)
     assert np.array_equal(times.ds50(seconds), 7306 + (np.arange(5) - 2) / 86400)
     assert times.ds50(np.datetime64("1950-01-01")) == times.ds50(np.datetime64("1950-01", "M")) == 1.0
-    assert np.array_equal(times.ds50(np.arange(4)), [0, 1, 2, 3]) and times.ds50(np.float32(2)) == 2.0
+    assert np.array_equal(times.ds50(np.arange(4)), [0, 1, 2, 3]) and times.ds50(np.int32(2)) == 2.0
     assert times.ds50([2**70, 0.5]).tolist() == [2.0**70, 0.5]
     fine = np.array(["1969-12-31T23:59:59.5", "1970-01-01T00:00:08"], "M8[ms]")
     assert np.array_equal(times.ds50(fine.astype("M8[as]")), times.ds50(fine))
@@ -107,6 +107,8 @@ NOT_TIMES = [
     (datetime.datetime(2026, 1, 31), TypeError, "zone"), ([datetime.datetime(2026, 1, 31)], TypeError, "zone"),
     (None, TypeError, "not a time"), (True, TypeError, "not a time"), (b"2026-01-31", TypeError, "not a time"),
     ([1.0, "2026-01-31"], TypeError, "one kind"), (np.array([True]), TypeError, "bool"), (1j, TypeError, "not a time"),
+    (np.float32(27790.1), TypeError, "float64"), (np.array([27790.1], np.float32), TypeError, "float64"),
+    ([27790.1, np.float16(1)], TypeError, "float64"), ([[27790.0], [1.0, 2.0]], TypeError, "different lengths"),
     ([1.0, True], TypeError, "one kind"), (np.timedelta64(5, "ns"), TypeError, "not a time"),
     (10**309, vorlandi.TimeError, "too large"), ([10**309], vorlandi.TimeError, "too large"),
     (pandas.NaT, vorlandi.TimeError, "NaT"), (np.ma.array([1.0, 2.0], mask=[0, 1]), vorlandi.TimeError, "masked"),

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import operator
 import os
 import warnings
 from collections.abc import Iterable, Sequence
@@ -13,7 +14,7 @@ import numpy as np
 
 from vorlandi import _vorlandi
 from vorlandi._errors import DuplicateError, LoadError, LoadWarning
-from vorlandi._satellite import Errors, Origin, Satellite, output, wants_nan
+from vorlandi._satellite import MOST_THREADS, Errors, Origin, Satellite, output, wants_nan
 from vorlandi.times import Floats, TimeLike, ds50
 
 if TYPE_CHECKING:
@@ -273,8 +274,8 @@ def _check_options(errors: str, rules: str, keys: str, threads: int) -> None:
     for name, value, known in choices:
         if value not in known:
             raise ValueError(f"{name} is one of {', '.join(known)}, not {value!r}")
-    if threads < 1:
-        raise ValueError(f"threads is at least 1, not {threads}")
+    if not 1 <= operator.index(threads) <= MOST_THREADS:
+        raise ValueError(f"threads is 1 to {MOST_THREADS}, not {threads}")
 
 
 _CALLER = 5  # of load, counted from where warnings are made

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import contextlib
 import os
 from typing import TYPE_CHECKING, Any
 
@@ -113,10 +114,19 @@ _CLOSED = ("FindRecPtr: ", "RemoveNode: ", "RemoveDMA: ")
 _NOT_A_TIME = ('"',)
 
 
+def _with_century(text: str, near: float) -> float:
+    """The time YYDDDHHMMSS.SSS of the century in which it is nearest to another time."""
+    times = []
+    for century in ("19", "20", "21"):
+        with contextlib.suppress(TimeError):  # only some centuries have a day 366 in this year
+            times.append(_vorlandi.parse(century + text))
+    return min(times, key=lambda time: abs(time - near))
+
+
 def _gap_error(message: str, time: float) -> GapError:
     """The message ends with the times of the window: (YYDDDHHMMSS.SSS, YYDDDHHMMSS.SSS)."""
     start, end = message[message.rindex("(") + 1:message.rindex(")")].split(", ")
-    return GapError(message, time, _vorlandi.parse(start), _vorlandi.parse(end))
+    return GapError(message, time, _with_century(start, time), _with_century(end, time))
 
 
 def failure(message: str, key: int, time: float) -> Exception:

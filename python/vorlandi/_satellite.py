@@ -24,6 +24,7 @@ _TRIANGLE = np.tril_indices(6)
 _FRAMES = {_vorlandi.frame_name(code): code for code in range(1, 32) if not _vorlandi.frame_name(code).isdigit()}
 # Whether the axes of a frame rotate with the earth; the axes of others are not known.
 ROTATING = {"ECI": False, "J2K": False, "EFG": True, "ECR": True}
+MOST_THREADS = 1024
 _LONGEST_TAG = 128
 _INT32 = np.iinfo(np.int32)
 _TEXT_FIELD, _TAG_FIELD = 14, 15

@@ -6,6 +6,8 @@ nanoseconds; a missing time is None, in arrays NaT.
 
 from __future__ import annotations
 
+import operator
+import warnings
 from collections.abc import Iterable, Mapping
 from dataclasses import dataclass
 from typing import Any
@@ -15,7 +17,7 @@ from numpy.typing import NDArray
 
 from vorlandi import _vorlandi
 from vorlandi._errors import NoDataError
-from vorlandi._satellite import Satellite
+from vorlandi._satellite import MOST_THREADS, Satellite
 from vorlandi.times import Floats, OneTime, TimeLike, ds50, to_datetime64
 
 __all__ = ["Approaches", "Check", "Comparison", "Finding", "Interpolation", "Jump", "Normalized", "Rotation", "Spacing",
@@ -337,6 +339,14 @@ def _text_type(texts: Iterable[str]) -> str:
     return f"U{max(map(len, texts), default=0) or 1}"
 
 
+def _warn_of_missing_velocities(satellites: list[Satellite]) -> None:
+    if satellites:
+        first = satellites[0]
+        others = f", and of {len(satellites) - 1} more" if len(satellites) > 1 else ""
+        warnings.warn(f"satellite {first.number} ({first.file}): all velocities are zero{others}: states between the "
+                      "points are useless", stacklevel=3)
+
+
 def approaches(satellites: Iterable[Satellite], within_km: float, *, step_s: float = 60.0, start: OneTime | None = None,
                end: OneTime | None = None, same_number: bool = False, threads: int = 1) -> Approaches:
     """Find where satellites come close to each other: each against all others of its frame.
@@ -347,7 +357,8 @@ def approaches(satellites: Iterable[Satellite], within_km: float, *, step_s: flo
     within_km : float
         Approaches nearer than this; 1e-6 to 1e5.
     step_s : float
-        Seconds between the times at which all are sorted by position, 1 to 300. The result does not depend on it.
+        Seconds between the times at which all are sorted by position, 1 to 300. For points that follow an orbit the
+        result does not depend on it, but minima nearer to each other than a quarter of it can be missed.
     start, end : time, optional
         The range of times.
     same_number : bool
@@ -360,12 +371,19 @@ def approaches(satellites: Iterable[Satellite], within_km: float, *, step_s: flo
     Approaches
         The local minima of distances, and the ends of common spans nearer than `within_km`. Pairs across frames are
         counted and not compared; so are satellites in frames whose axes are not known.
+
+    Warns
+    -----
+    UserWarning
+        If satellites have no velocities: states between their points are useless.
     """
-    if not 1e-6 <= within_km <= 1e5 or not 1 <= step_s <= _LARGEST_STEP_S or threads < 1:
-        raise ValueError("within_km is 1e-6 to 1e5, step_s 1 to 300, threads at least 1")
+    threads = operator.index(threads)
+    if not 1e-6 <= within_km <= 1e5 or not 1 <= step_s <= _LARGEST_STEP_S or not 1 <= threads <= MOST_THREADS:
+        raise ValueError(f"within_km is 1e-6 to 1e5, step_s 1 to 300, threads 1 to {MOST_THREADS}")
     them = list(satellites)
     found = _vorlandi.approaches([satellite.key for satellite in them], within_km, step_s, *_limits(start, end),
                                  same_number, threads)
+    _warn_of_missing_velocities([them[i] for i in found["without_velocities"]])
     files = _text_type(satellite.file for satellite in them)
     table = np.array([(one.number, one.record, one.file, one.frame, share)
                       for one, share in zip(them, found["answered"])],

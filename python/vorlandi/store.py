@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import operator
 import os
 from typing import TYPE_CHECKING
 
@@ -35,7 +36,7 @@ def attach(key: int) -> Satellite:
     ClosedError
         If there is no such key. A stale key is not noticed once it names another satellite.
     """
-    file = os.fsdecode(_vorlandi.fields(key)[3])
+    file = os.fsdecode(_vorlandi.fields(operator.index(key))[3])
     return Satellite(key, owner=False, origin=Origin(file))
 
 

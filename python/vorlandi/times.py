@@ -103,7 +103,7 @@ def _of_list(times: list[Any]) -> Floats:
         return np.empty(0)
     first = times[0]
     if isinstance(first, (list, tuple, np.ndarray)):
-        return np.array([ds50(time) for time in times])
+        return _floats([ds50(time) for time in times])
     if isinstance(first, str):
         kind: Any = str
     elif isinstance(first, datetime):
@@ -130,7 +130,7 @@ def _of_numbers(times: list[Any]) -> Floats:
 def _of_array(times: NDArray[Any]) -> Floats:
     if isinstance(times, np.ma.MaskedArray) and np.any(times.mask):
         raise TimeError("a masked value is not a time")
-    if times.dtype.kind in "fiu":
+    if _is_number_type(times.dtype.type):
         return np.ascontiguousarray(times, dtype=np.float64).reshape(times.shape)
     if times.dtype.kind == "M":
         return _of_datetime64(times)
@@ -145,6 +145,8 @@ def _of_tai(days: Any) -> Any:
 
 
 def _is_number_type(kind: type) -> bool:
+    if issubclass(kind, (np.float16, np.float32)):
+        raise TypeError(f"{kind.__name__} is too coarse for times in days, which need float64")
     return issubclass(kind, (int, float, np.integer, np.floating)) and not issubclass(kind, (bool, np.timedelta64))
 
 
@@ -153,6 +155,8 @@ def _floats(numbers: Any) -> Floats:
         return np.array(numbers, dtype=np.float64)
     except OverflowError:
         raise TimeError("a whole number is too large for a time") from None
+    except ValueError:
+        raise TypeError("the rows of a list of times have different lengths") from None
 
 
 @overload
@@ -183,7 +187,8 @@ def ds50(t: TimeLike) -> float | Floats:
     Raises
     ------
     TypeError
-        For something that is not a time, a `datetime` without time zone, or a list of mixed kinds.
+        For something that is not a time, numbers of less than 64 bits, a `datetime` without time zone, or a list of
+        mixed kinds.
     TimeError
         For a text that is not a time, and for NaT.
 

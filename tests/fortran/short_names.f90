@@ -129,7 +129,8 @@ contains
         call vorlan_get_field(key, 13_c_int32_t, value, status)
         call check(status == 2 .and. value == " " .and. index(vorlan_message(), "longer than") > 0, "field, no room")
         call check(vorlan_time("2026-01-31T00:00:00   ") == 27790, "time")
-        call check(vorlan_time("never") == 0 .and. vorlan_time(long_name) == 0, "not a time")
+        call check(vorlan_time(long_name) == 0 .and. vorlan_time("never") == 0, "not a time")
+        call check(index(vorlan_message(), "03: never") > 0, "why it is not a time")
         call check(vorlan_iso(27790.5_c_double) == "2026-01-31T12:00:00.000000", "iso")
         call check(index(vorlan_version(), "Vorlandi 1.") == 1, "version")
     end subroutine
