@@ -91,7 +91,7 @@ module vorlandi
     private :: state_alone, state_and_covariance, points_alone, points_and_covariances, append_alone
     private :: append_with_covariance, states_at_times, states_and_covariances_at_times, states_of_keys
     private :: states_and_covariances_of_keys, same_sizes, number_of_points, fits, fits_as_file, refuse, &
-        refuse_memory, explain, explain_file, message_length, from_c, c_strlen, c_strerror
+        refuse_memory, explain, explain_file, message_length, version_length, from_c, c_strlen, c_strerror
 
     interface
         pure function c_strlen(text) bind(c, name="strlen") result(length)
@@ -115,7 +115,7 @@ module vorlandi
         end function
 
         ! Name and version of the library.
-        subroutine VorlanGetInfo(infoStr) bind(c, name="VorlanGetInfo")
+        pure subroutine VorlanGetInfo(infoStr) bind(c, name="VorlanGetInfo")
             import
             character(kind=c_char), intent(out), optional :: infoStr(128)
         end subroutine
@@ -822,11 +822,19 @@ contains
 
     ! Returns name and version of the library.
     function vorlan_version() result(text)
-        character(:), allocatable :: text
+        character(version_length()) :: text
         character(128) :: padded
 
         call VorlanGetInfo(padded)
-        text = trim(padded)
+        text = padded
+    end function
+
+    pure function version_length() result(length)
+        character(128) :: padded
+        integer :: length
+
+        call VorlanGetInfo(padded)
+        length = len_trim(padded)
     end function
 
     ! ---- States and points ----

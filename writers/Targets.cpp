@@ -70,8 +70,8 @@ std::string problemOfFrame(const Target& target, Frame frame, const Options& opt
     if (!nameIn(names, frame).empty()) return {};
     return fmt::format("its frame is {}, and {} files{} hold {}{}", nameOf(frame), target.name,
                        isOem ? " of version " + options.oemVersion : "", namesOf(names),
-                       isUniversal ? "; --frame-label writes one of these names"
-                       : isOem     ? "; --ref-frame writes a name of your choice"
+                       isUniversal ? "; the option frame-label writes one of these names"
+                       : isOem     ? "; the option ref-frame writes a name of your choice"
                                    : "");
 }
 

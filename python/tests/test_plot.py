@@ -171,7 +171,8 @@ def test_what_cannot_be_drawn_raises_and_leaves_no_figure():
     other = circle(1, frame=9)
     cases = [(lambda: plot.height([circle(2), closed]), vorlandi.ClosedError, ""),
              (lambda: plot.orbit([circle(1), circle(2, frame="EFG")]), ValueError, "several frames: ECI, EFG"),
-             (lambda: plot.sigma(other), ValueError, "not known in the frame"),
+             (lambda: plot.sigma(circle(1, frame=9, covariances=covariances(20))), ValueError, "known in the frame"),
+             (lambda: plot.sigma(circle(7)), ValueError, "7 has no covariances"),
              (lambda: plot.height(circle(1), 1e6), vorlandi.TimeError, "1678 to 2261"),
              (lambda: plot.sigma(other, axes="xyz"), ValueError, '"rtn" or "frame"'),
              (lambda: plot.difference(circle(1), circle(2, start=START + 1)), vorlandi.NoDataError, "no time"),

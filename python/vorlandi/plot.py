@@ -316,10 +316,12 @@ def sigma(sat: Satellite, t: TimeLike | None = None, *, axes: Literal["rtn", "fr
     Raises
     ------
     ValueError
-        With ``"rtn"``, if it is not known whether the frame rotates.
+        If no point has a covariance; with ``"rtn"``, if it is not known whether the frame rotates.
     """
     if axes not in ("rtn", "frame"):
         raise ValueError(f'axes is "rtn" or "frame", not {axes!r}')
+    if not sat.has_covariance:
+        raise ValueError(f"{sat.number} has no covariances")
     times = _times(sat, t)
     values = _sigmas_m(sat, times, axes == "rtn")
     labels = _named(_ORBIT_AXES if axes == "rtn" else [f"{name} in {sat.frame}" for name in "xyz"], line)

@@ -226,7 +226,7 @@ TEST_F(Convert, RefusesWhatAFormatCannotHoldAndWritesTheRest) {
          "(odd.oem): error: not written: its number has more than five digits, which v31 files can't hold",
          "81001.txt"},
         {"odd.oem --into stk --directory d", 1, "its frame is EFG, and stk files hold ECI, J2K, ECR", "81001.e"},
-        {"odd.oem --into universal --directory d", 1, "--frame-label writes one of these", ""},
+        {"odd.oem --into universal --directory d", 1, "the option frame-label writes one of these", ""},
         {"odd.oem --into oem --oem-version 2.0 --directory d", 1,
          "its frame is ECI, and oem files of version 2.0 hold J2K", ""},
         {"farther.oem --into czml -o d/x.czml", 1, "the number 1e+306 is too large in metres", ""},
