@@ -6,6 +6,8 @@
  *   gcc -std=c99 -Iinclude examples/first_states.c -o build/first_states \
  *       -Lbuild/gcc/lib -lvorlandi -Wl,-rpath,$PWD/build/gcc/lib -lm
  *   build/first_states examples/data/81001_stk.e
+ *
+ * With the installed library: gcc -std=c99 first_states.c -lvorlandi -lm
  */
 #include <math.h>
 #include <stdio.h>

@@ -7,6 +7,8 @@
  *       -Lbuild/gcc/lib -lvorlandi -Wl,-rpath,$PWD/build/gcc/lib
  *   build/interpolation_accuracy examples/data/81001_stk.e examples/data/81001_truth.csv
  *
+ * With the installed library: g++ -std=c++20 interpolation_accuracy.cpp -lvorlandi
+ *
  * The table of integrated states has the columns time, Ds50UTC, position (km) and velocity (km/s).
  */
 #include <array>

@@ -5,6 +5,8 @@
 !   gfortran -Ibuild/gcc/fortran/modules examples/states.f90 -o build/states \
 !       -Lbuild/gcc/lib -lvorlandi_fortran -lvorlandi -Wl,-rpath,$PWD/build/gcc/lib
 !   build/states examples/data/81001_stk.e
+!
+! With the installed library: gfortran states.f90 $(pkg-config --cflags --libs vorlandi-fortran)
 program states
     use vorlandi
     implicit none

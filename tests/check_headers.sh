@@ -15,3 +15,9 @@ for header in "$include"/vorlandi/*.hpp; do
     "$cxx" -std=c++20 "${strict[@]}" -DVORLANDI_NO_EXCEPTIONS -fno-exceptions -x c++ - <<<"#include \"$header\""
     echo "$(basename "$header") compiles alone"
 done
+# A wrong option is named.
+for options in -std=c++17 "-std=c++20 -fno-exceptions"; do
+    # shellcheck disable=SC2086  # several options
+    said=$("$cxx" $options -I "$include" -fsyntax-only -x c++ - <<<'#include <vorlandi/vorlandi.hpp>' 2>&1 || true)
+    grep -m 1 'error: .*vorlandi.hpp .*needs' <<<"$said"
+done

@@ -24,6 +24,9 @@
 #if __cplusplus < 202002L
 #error "vorlandi.hpp needs C++20: GCC 12, Clang 14 or newer, with -std=c++20. vorlandi.h works with any compiler."
 #endif
+#if !defined(__cpp_exceptions) && !defined(VORLANDI_NO_EXCEPTIONS)
+#error "vorlandi.hpp with -fno-exceptions needs -DVORLANDI_NO_EXCEPTIONS; its functions then begin with try_."
+#endif
 
 #include <vorlandi/services.h>
 #include <vorlandi/time.h>
