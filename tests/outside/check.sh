@@ -93,6 +93,6 @@ readelf -dW "$library" | grep -q 'SONAME.*\[libvorlandi.so.1\]' || { echo "anoth
 ! grep -rIlE "$work/before|$build" "$work/shared" || { echo "these files know where they were made"; exit 1; }
 "$work/shared/bin/vorlandi" formats >/dev/null
 man -M "$work/shared/share/man" -w 3 VorlanDs50UTC libvorlandi >/dev/null
-package=$(echo "$work"/shared/lib/python3.*/dist-packages)
+package=$(echo "$work"/shared/lib/python3*/dist-packages)
 PYTHONPATH=$package /usr/bin/python3 -c 'import sys, vorlandi; print(len(vorlandi.load(sys.argv[1])[0]))' \
     "$source/examples/data/81001_stk.e" | grep -qx 361 || { echo "the Python package: wrong answer"; exit 1; }
