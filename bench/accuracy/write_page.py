@@ -1,10 +1,10 @@
 #!/usr/bin/python3
-"""Writes the figures of measure_accuracy into a page: the tables between its markers, and the plot.
+"""Writes the figures of measure_accuracy into a page: the tables between its markers, and its pictures.
 
-  write_page.py FIGURES PAGE            writes the tables and, images/interpolation_error.svg next to the page
+  write_page.py FIGURES PAGE            writes the tables and, into images next to the page, the pictures
   write_page.py --check FIGURES PAGE    fails if the tables of the page differ from the figures
 
-FIGURES is what measure_accuracy printed. The plot needs Debian's python3-matplotlib.
+FIGURES is what measure_accuracy printed. The pictures need Debian's python3-matplotlib.
 """
 import argparse
 import math
@@ -12,12 +12,13 @@ import pathlib
 import re
 import sys
 
-ORBITS = ("LEO", "MEO", "GEO", "HEO")
+import pictures
+
+ORBITS = pictures.ORBITS
 SPACINGS_S = (10, 30, 60, 120, 300, 600, 900, 1800, 3600)
 # Errors to choose a spacing by, in metres.
 WANTED_M = (("1 mm", 1e-3), ("1 cm", 1e-2), ("10 cm", 0.1), ("1 m", 1.0), ("10 m", 10.0), ("100 m", 100.0),
             ("1 km", 1e3), ("10 km", 1e4))
-ROUNDING_M = 1.2e-3  # the error from rounded times in a low orbit
 
 
 def read(path):
@@ -186,44 +187,6 @@ def filled(page, made):
     return page
 
 
-# Readable on a light page and on a dark one: nothing is black, white or filled.
-TEXT = "#808488"
-COLOURS = {"LEO": "#d9720b", "MEO": "#2f9e6e", "GEO": "#3d8bd9", "HEO": "#b85fc4"}
-
-
-def draw(figures, target):
-    import matplotlib
-    matplotlib.use("svg")
-    from matplotlib import pyplot, ticker
-
-    # Makes the file reproducible.
-    matplotlib.rcParams.update({
-        "svg.hashsalt": "accuracy", "svg.fonttype": "none", "font.family": "sans-serif", "text.color": TEXT,
-        "axes.edgecolor": TEXT, "axes.labelcolor": TEXT, "xtick.color": TEXT, "ytick.color": TEXT})
-    figure, axes = pyplot.subplots(1, 2, figsize=(9, 4), sharey=True, layout="constrained")
-    for panel, measure, title in zip(axes, ("inside position", "ends position"),
-                                     ("inside an ephemeris", "in its first and last interval")):
-        spacings = [int(row) for row in figures[measure]]
-        for orbit in ORBITS:
-            errors = [columns[f"{orbit} largest"] for columns in figures[measure].values()]
-            panel.loglog(spacings, errors, color=COLOURS[orbit], marker="o", markersize=3, linewidth=1.5, label=orbit)
-        panel.axhline(ROUNDING_M, color=TEXT, linestyle=":", linewidth=1)
-        panel.text(10.5, 0.6 * ROUNDING_M, "times are rounded:\n1.2 mm", fontsize=8, verticalalignment="top")
-        panel.set_title(title, fontsize=10)
-        panel.set_xlabel("time between points")
-        panel.set_xticks((10, 30, 60, 300, 600, 1800, 3600), ("10 s", "30 s", "1 min", "5 min", "10", "30", "1 h"))
-        panel.set_xlim(9, 4000)
-        panel.set_ylim(1e-7, 1e8)
-        panel.set_yticks((1e-6, 1e-3, 1.0, 1e3, 1e6), ("1 µm", "1 mm", "1 m", "1 km", "1,000 km"))
-        panel.xaxis.set_minor_locator(ticker.NullLocator())
-        panel.yaxis.set_minor_locator(ticker.NullLocator())
-        panel.grid(color=TEXT, alpha=0.3, linewidth=0.5)
-        panel.spines[["top", "right"]].set_visible(False)
-    axes[0].set_ylabel("largest error of the position")
-    axes[0].legend(frameon=False, loc="upper left", ncols=4, fontsize=9, handlelength=1.2, columnspacing=1.2)
-    figure.savefig(target, transparent=True, metadata={"Date": None, "Creator": None})
-
-
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--check", action="store_true", help="write nothing")
@@ -235,7 +198,7 @@ def main():
     made = filled(page, tables(figures))
     if not arguments.check:
         arguments.page.write_text(made, encoding="utf-8")
-        draw(figures, arguments.page.parent / "images" / "interpolation_error.svg")
+        pictures.draw(figures, arguments.page.parent / "images")
     elif made != page:
         old, new = page.splitlines(), made.splitlines()
         for line in (line for line in new if line not in old):
