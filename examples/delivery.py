@@ -2,6 +2,8 @@
 
     PYTHONPATH=build/gcc/python /usr/bin/python3 examples/delivery.py delivery --make 200 --out results
 
+Without PYTHONPATH if the package is installed.
+
 A delivery is a folder of ephemeris files; --make fills a new one with modified ITC files with covariances, three days
 of a point a minute, as operators of large constellations publish them. The files are read by worker processes, here
 or, with --scheduler, on other machines that find them under the same name. Results are findings.csv, approaches.csv,

@@ -697,7 +697,7 @@ contains
         if (allocated(keys)) then
             keys(:) = listed(:count)
         else
-            allocate (keys(0))
+            allocate (keys(0), stat=failed)
         end if
     end subroutine
 

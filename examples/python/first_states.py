@@ -2,6 +2,8 @@
 
     PYTHONPATH=build/gcc/python /usr/bin/python3 examples/python/first_states.py
 
+Without PYTHONPATH if the package is installed.
+
 Prints:
 
     81001 in ECI, 361 points

@@ -2,6 +2,8 @@
 
     PYTHONPATH=build/gcc/python /usr/bin/python3 examples/python/trust.py
 
+Without PYTHONPATH if the package is installed.
+
 Prints:
 
     81001_stk.e: errors up to 0.0004 m
